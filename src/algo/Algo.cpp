@@ -1,0 +1,39 @@
+#include "algo/Algo.h"
+
+#include "core/Int32.h"
+#include "sensor/Sensor.h"
+#include "thread/ThermalThread.h"
+
+Algo::Algo(const std::string& name_, uint32_t sampling_, bool lowactive_, Sensor* sensor_,
+           ThermalThread* thread_)
+    : name(name_), sampling(sampling_), sensor(sensor_), thread(thread_), lowactive(lowactive_) {}
+
+void Algo::watch(const std::string& scenarioName, int32_t start, int32_t clear) {
+  sensor->insertAlgoItems(this, scenarioName);
+  startTemp = storedTemp(start);
+  clearTemp = storedTemp(clear);
+}
+
+int32_t Algo::readTemp() const {
+  return storedTemp(sensor->temperature);
+}
+
+int32_t Algo::storedTemp(int32_t configured) const {
+  return lowactive ? wrapNegate(configured) : configured;
+}
+
+void Algo::activate() {
+  undecided = true;
+  active = true;
+  thread->activate();
+}
+
+void Algo::deactivate() {
+  fallAsleep();
+}
+
+void Algo::fallAsleep() {
+  // The sensor's thread and the algorithm's own may both get here for one activation; only one may
+  // lower the count.
+  if (active.exchange(false)) thread->deactivate();
+}

@@ -1,0 +1,107 @@
+#include "algo/Monitor.h"
+
+#include <algorithm>
+
+#include "core/Log.h"
+#include "device/Device.h"
+#include "thread/ThermalThread.h"
+
+Monitor::Monitor(const std::string& name_, uint32_t sampling_, int32_t startTemp_,
+                 int32_t clearTemp_, const std::string& scenarioName, bool lowactive_,
+                 Sensor* sensor_, ThermalThread* thread_, const DeviceRows& actions_,
+                 const LevelRows& actionInfo_, const std::vector<int32_t>& thresholds_,
+                 const std::vector<int32_t>& thresholdsClr_)
+    : Algo(name_, sampling_, lowactive_, sensor_, thread_), thresholds(thresholds_),
+      actions(actions_), actionInfo(actionInfo_), thresholdsClr(thresholdsClr_) {
+  watch(scenarioName, startTemp_, clearTemp_);
+  for (int32_t& threshold : this->thresholds)
+    threshold = storedTemp(threshold);
+  for (int32_t& threshold : this->thresholdsClr)
+    threshold = storedTemp(threshold);
+}
+
+int Monitor::decision() {
+  const bool beganActive = active;
+  const int32_t temp = readTemp();
+  const uint32_t oldLevel = status;
+  const uint32_t newLevel = nextLevel(temp, oldLevel);
+  LOG_LINE("[TalmorThermal] [TalmorThermal] Monitor [%s] temp(%d) status(%u -> %u)\n", name.c_str(),
+           temp, oldLevel, newLevel);
+  if (newLevel != oldLevel) {
+    if (newLevel > 0)
+      moveTo(newLevel, oldLevel);
+    else
+      deactivate();
+  }
+  // A scenario change put this monitor to sleep while it was posting: either it saw the new level
+  // and withdrew it, or it did not, and then the level is withdrawn here.
+  if (beganActive && !active && status > 0) {
+    const uint32_t posted = status.exchange(0);
+    withdraw(posted);
+    apply(posted);
+  }
+  undecided = false;
+  return 0;
+}
+
+void Monitor::deactivate() {
+  if (status == 0) return;
+  // Asleep first, so that a `decision` that is just posting either had its level stored by now, or
+  // sees itself asleep when it looks again.
+  fallAsleep();
+  const uint32_t level = status.exchange(0);
+  withdraw(level);
+  apply(level);
+}
+
+uint32_t Monitor::nextLevel(int32_t temp, uint32_t level) const {
+  const auto reached = [temp](int32_t threshold) { return threshold <= temp; };
+  if (level == 0 || (level < thresholds.size() && temp >= thresholds[level])) {
+    const auto firstAbove = std::find_if_not(thresholds.begin(), thresholds.end(), reached);
+    return static_cast<uint32_t>(firstAbove - thresholds.begin());
+  }
+  if (temp >= clearThreshold(level - 1)) return level;
+  uint32_t held = 0;
+  while (held < level - 1 && temp >= clearThreshold(held))
+    ++held;
+  return held;
+}
+
+int32_t Monitor::clearThreshold(uint32_t index) const {
+  return index < thresholdsClr.size() ? thresholdsClr[index] : thresholds[index];
+}
+
+void Monitor::moveTo(uint32_t newLevel, uint32_t oldLevel) {
+  // Everything is posted before anything is applied: a device of both levels moves straight from
+  // one to the other.
+  withdraw(oldLevel);
+  post(newLevel);
+  apply(oldLevel);
+  apply(newLevel);
+  status = newLevel;
+}
+
+template <typename Visit> void Monitor::forEachDriven(uint32_t level, Visit visit) const {
+  if (level == 0 || level > actions.size() || level > actionInfo.size()) return;
+  const std::vector<Device*>& devices = actions[level - 1];
+  const std::vector<int32_t>& levels = actionInfo[level - 1];
+  const size_t complete = std::min(devices.size(), levels.size());
+  for (size_t i = 0; i < complete; ++i) {
+    if (devices[i]) visit(*devices[i], levels[i]);
+  }
+}
+
+void Monitor::post(uint32_t level) {
+  forEachDriven(level, [this](Device& device, int32_t wanted) {
+    device.deviceControl(name, wanted, generation);
+  });
+}
+
+void Monitor::withdraw(uint32_t level) {
+  forEachDriven(level,
+                [this](Device& device, int32_t) { device.deviceControl(name, 0, generation); });
+}
+
+void Monitor::apply(uint32_t level) {
+  forEachDriven(level, [](Device& device, int32_t) { device.statusApply(); });
+}

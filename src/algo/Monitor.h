@@ -1,0 +1,48 @@
+#pragma once
+
+#include <vector>
+
+#include "algo/Algo.h"
+
+class Device;
+
+// The level algorithm: ascending entry thresholds split the temperature range into levels 0 to n,
+// clearing thresholds below them hold a level until the temperature has fallen far enough. Level 0
+// releases the devices and sleeps.
+//
+// Shape: index i of the four lists belongs to level i + 1. A level without a row drives nothing, a
+// null device or one
+//        without an entry gets no request, a missing clearing threshold counts as the level's entry
+//        threshold.
+// Source: an item of type "monitor".
+class Monitor : public Algo {
+public:
+  using DeviceRows = std::vector<std::vector<Device*>>;
+  using LevelRows = std::vector<std::vector<int32_t>>;
+
+  Monitor(const std::string& name, uint32_t sampling, int32_t startTemp, int32_t clearTemp,
+          const std::string& scenarioName, bool lowactive, Sensor* sensor, ThermalThread* thread,
+          const DeviceRows& actions, const LevelRows& actionInfo,
+          const std::vector<int32_t>& thresholds, const std::vector<int32_t>& thresholdsClr);
+
+  int decision() override;
+
+  // Releases the current level and sleeps. At level 0 it does nothing at all: the monitor stays
+  // marked active.
+  void deactivate() override;
+
+  std::vector<int32_t> thresholds;
+  DeviceRows actions;
+  LevelRows actionInfo;
+  std::vector<int32_t> thresholdsClr;
+
+private:
+  uint32_t nextLevel(int32_t temp, uint32_t level) const;
+  int32_t clearThreshold(uint32_t index) const;
+  void moveTo(uint32_t newLevel, uint32_t oldLevel);
+  // Calls `visit(device, level index)` for each device that `level` drives.
+  template <typename Visit> void forEachDriven(uint32_t level, Visit visit) const;
+  void post(uint32_t level);
+  void withdraw(uint32_t level);
+  void apply(uint32_t level);
+};

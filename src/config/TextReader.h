@@ -1,0 +1,31 @@
+#pragma once
+
+#include <istream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// The lexical layer that both configuration files share: lines, words, and nothing of what they
+// mean.
+
+// Fetches the next line of `in` into `line`, trimmed, ready for word extraction from its start.
+// Returns 0, or -1 when that line is blank or nothing is left to read; `line` then keeps what it
+// held, words not yet taken included.
+int getString(std::istream& in, std::stringstream& line);
+
+// Removes leading and trailing tab, line feed, vertical tab, form feed, carriage return and space.
+void trim(std::string& s);
+
+// Appends to `tokens` the non-empty runs of `str` that hold no character of `delimiters`.
+void stringTokenizer(const std::string& str, std::vector<std::string>& tokens,
+                     const std::string& delimiters);
+
+// The name inside a header word: `[cpu0]` gives `cpu0`. The two end characters go, whatever they
+// are.
+std::string headerName(const std::string& word);
+
+// The whole content of a file, or nothing when it cannot be opened or a read fails (a directory, a
+// device error). Read with the system's own calls: only they tell a failed read from the end of the
+// file in every standard library.
+std::optional<std::string> readFile(const std::string& path);

@@ -1,0 +1,14 @@
+#include <string>
+
+#include "core/Log.h"
+#include "core/ThermalMain.h"
+
+int main(int argc, char* argv[]) {
+#ifndef __ANDROID__
+  // On a host liblog would drop the verbose lines; on a device its properties decide.
+  __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+#endif
+  if (argc == 2 && std::string(argv[1]) == "nolog") logEnabled = false;
+  const ThermalMain daemon("/vendor/etc/talmor-thermal.conf", "/vendor/etc/talmor-thermal.env");
+  return 0;
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "device/Device.h"
+
+// The camera's frame rate. Beside its own node it switches the image-signal processor's fixed frame
+// rate: on when it is applied at level 0, off when it is applied to level 0, both when it stays
+// there.
+class CameraDevice : public Device {
+public:
+  using Device::Device;
+  void statusApply() override;
+};

@@ -1,0 +1,66 @@
+#include "device/Device.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "core/Int32.h"
+#include "core/Log.h"
+
+namespace {
+
+// What the node receives for a table entry of the given type.
+std::string nodeText(const std::string& entry, const std::string& type) {
+  if (type == "integer") return std::to_string(parseInt32(entry));
+  if (type == "string") return entry;
+  if (type != "hex") return {};
+  // Two characters go unseen; they are taken to be the 0x.
+  const std::string digits = entry.size() < 2 ? std::string() : entry.substr(2);
+  std::array<char, 2 * sizeof(unsigned long) + 1> text;
+  std::snprintf(text.data(), text.size(), "%lx", std::strtoul(digits.c_str(), nullptr, 16));
+  return text.data();
+}
+
+} // namespace
+
+Device::Device(const std::string& name_, const std::string& nodePath_, const std::string& type_,
+               const std::vector<std::string>& levelTable_)
+    : name(name_), nodePath(nodePath_), node(nodePath), levelTable(levelTable_), type(type_) {
+  node << std::unitbuf;
+  if (!node.is_open())
+    LOG_LINE("[TalmorThermal] [TalmorThermal] Device [%s] open failed\n", name.c_str());
+}
+
+int32_t Device::deviceControl(const std::string& requester, int32_t level, uint32_t generation) {
+  const std::lock_guard<std::mutex> guard(lock);
+  if (generation != kNoGeneration) {
+    uint32_t& newest = generations[requester];
+    if (generation < newest) return 0;
+    newest = generation;
+  }
+  requests[requester] = level;
+  return 0;
+}
+
+void Device::statusApply() {
+  const std::lock_guard<std::mutex> guard(lock);
+  const std::optional<int32_t> level = mergedLevel();
+  if (!level || *level == currentLevel) return;
+  node.seekp(0);
+  const std::string text = nodeText(entry(*level), type);
+  if (!text.empty()) node << text;
+  currentLevel = *level;
+}
+
+std::optional<int32_t> Device::mergedLevel() const {
+  int32_t level = 0;
+  if (useMax) {
+    for (const auto& [requester, wanted] : requests)
+      level = std::max(level, wanted);
+  }
+  if (levelTable.empty()) {
+    LOG_LINE("[TalmorThermal] [TalmorThermal] %s: Level Table is Empty\n", "statusApply");
+    return std::nullopt;
+  }
+  return std::min(level, static_cast<int32_t>(levelTable.size() - 1));
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+// One cooling knob: a kernel node driven through a table of levels.
+//
+// Shape:   a level is an index into `levelTable`; 0 is no cooling, the highest request wins. A
+// level past the table's
+//          end is its last entry, the strongest cooling.
+// Units:   a table entry is text in whatever unit the node's driver takes.
+// Errors:  a node that cannot be opened is logged once; its writes are lost while the level still
+// advances. A write
+//          that fails leaves the stream failed, and nothing is retried.
+// Threads: any thread may post and apply; `lock` makes each call atomic.
+// Source:  "level_table" and "node_path" of the device's section in the environment file.
+class Device {
+public:
+  static constexpr uint32_t kNoGeneration = 0;
+
+  // `type` says how an entry is written: "integer", "hex" or "string"; with any other text nothing
+  // is.
+  Device(const std::string& name, const std::string& nodePath, const std::string& type,
+         const std::vector<std::string>& levelTable);
+  virtual ~Device() = default;
+  Device(const Device&) = delete;
+  Device& operator=(const Device&) = delete;
+
+  // Files a requester's wish; `statusApply` carries it out. A post of an older `generation` of the
+  // requester than the last one that posted is ignored: its successor from a newer configuration
+  // holds the request now. Returns 0.
+  int32_t deviceControl(const std::string& requester, int32_t level,
+                        uint32_t generation = kNoGeneration);
+
+  // Merges all requests and, only if the merged level changed, writes its entry.
+  virtual void statusApply();
+
+  std::string name;
+  std::string nodePath;
+  std::ofstream node;
+  // A withdrawn request stays as 0.
+  std::map<std::string, int32_t> requests;
+  // Written by `statusApply` under `lock`, read by any. Level 0 is taken to be in force at the
+  // start: it is never the first to be written.
+  std::atomic<int32_t> currentLevel{0};
+  std::mutex lock;
+  bool useMax = true;
+  std::vector<std::string> levelTable;
+  std::string type;
+
+protected:
+  // The merged level, inside the table; nothing, and a log line, when the table is empty. Call with
+  // `lock` held.
+  std::optional<int32_t> mergedLevel() const;
+
+  const std::string& entry(int32_t level) const { return levelTable[static_cast<size_t>(level)]; }
+
+private:
+  // The generation of each requester's last post that had one.
+  std::map<std::string, uint32_t> generations;
+};

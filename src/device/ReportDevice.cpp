@@ -1,0 +1,36 @@
+#include "device/ReportDevice.h"
+
+#include <time.h>
+
+#include <array>
+
+namespace {
+
+constexpr int32_t kOver = 1;
+constexpr int32_t kUnder = 0;
+constexpr int32_t kReported = 2;
+
+std::string localTimeStamp() {
+  const time_t now = ::time(nullptr);
+  struct tm local = {};
+  ::localtime_r(&now, &local);
+  std::array<char, 64> text;
+  return {text.data(), std::strftime(text.data(), text.size(), "%F %T", &local)};
+}
+
+} // namespace
+
+void ReportDevice::statusApply() {
+  const std::lock_guard<std::mutex> guard(lock);
+  if (requests.empty()) return;
+  const std::string stamp = localTimeStamp();
+  for (auto& [requester, value] : requests) {
+    if (value != kOver && value != kUnder) continue;
+    const std::string event =
+        value == kOver ? "] Over Thresholds, currenct Status(" + std::to_string(value) + ")"
+                       : "] Under Thresholds Clear";
+    // One insertion, so that the unit-buffered stream hands each line to the file in one write.
+    node << stamp + " : [" + requester + event + "\n";
+    value = kReported;
+  }
+}

@@ -1,0 +1,207 @@
+#include "thread/ScenarioThread.h"
+
+#include <chrono>
+#include <fstream>
+#include <map>
+#include <thread>
+
+#include "core/Log.h"
+#include "core/ThermalMain.h"
+#include "thread/MonitorThread.h"
+#include "thread/SSThread.h"
+#include "thread/SensorThread.h"
+
+namespace {
+
+constexpr char kNoFile[] = "ENOFILE";
+constexpr char kParsed[] = "PARSED";
+constexpr char kRetiredPrefix[] = "OLDSCEN_";
+
+// Makes sure that the worker waits at the barrier before it is notified: it holds this mutex from
+// its check-in until it waits, so whoever gets the mutex after the check-in comes after the wait
+// has begun.
+void awaitWaitAt(std::mutex& handshake) {
+  const std::lock_guard<std::mutex> guard(handshake);
+}
+
+template <typename T> bool hasUndecided(const std::map<std::string, T*>& workers) {
+  for (const auto& [name, worker] : workers) {
+    if (worker->hasUndecided()) return true;
+  }
+  return false;
+}
+
+template <typename T> void cutSleepOfUndecided(const std::map<std::string, T*>& workers) {
+  for (const auto& [name, worker] : workers) {
+    if (worker->hasUndecided()) worker->sleepCond.notify_one();
+  }
+}
+
+} // namespace
+
+ScenarioThread::ScenarioThread() : thermalThread<Scenario>(1000) {}
+
+void ScenarioThread::operator()() {
+  for (;;) {
+    cycle();
+    std::this_thread::sleep_for(std::chrono::nanoseconds(1'000'000'000));
+  }
+}
+
+void ScenarioThread::cycle() {
+  scenarioStep();
+  configurationStep();
+}
+
+void ScenarioThread::scenarioStep() {
+  if (currentScenName != requestedScenName) {
+    scenUpdateWithSensorThread(false);
+    return;
+  }
+  lastWord = checkStringInFile(scenPath);
+  if (lastWord == kNoFile) {
+    LOG_LINE("[TalmorThermal] No scen file\n");
+    writeToFile(scenPath, currentScenName);
+    return;
+  }
+  const auto known = owner->scenarios.find(lastWord);
+  if (known == owner->scenarios.end() || !known->second) {
+    LOG_LINE("[TalmorThermal] There is no scen name: %s\n", lastWord.c_str());
+    writeToFile(scenPath, currentScenName);
+    return;
+  }
+  requestedScenName = lastWord;
+}
+
+void ScenarioThread::configurationStep() {
+  if (confState != kParsed) {
+    applyConfiguration();
+    return;
+  }
+  lastWord = checkStringInFile(dconfPath);
+  if (lastWord == kNoFile) {
+    LOG_LINE("[TalmorThermal] No conf file\n");
+    writeToFile(dconfPath, kParsed);
+    return;
+  }
+  if (lastWord != kParsed && !owner->findConfFile(lastWord)) {
+    LOG_LINE("[TalmorThermal] There is no conf file: %s\n", lastWord.c_str());
+    writeToFile(dconfPath, kParsed);
+    return;
+  }
+  confState = lastWord;
+}
+
+void ScenarioThread::applyConfiguration() {
+  LOG_LINE("[TalmorThermal] Start to apply new CONF file\n");
+  scenUpdateWithSensorThread(true);
+  owner->dynamicConfParse(confState);
+  if (owner->scenarios.count(currentScenName) == 0) {
+    LOG_LINE("[TalmorThermal] There is no scen name in new conf file: %s\n", lastWord.c_str());
+    currentScenName = "Default";
+    requestedScenName = "Default";
+    writeToFile(scenPath, "Default");
+  }
+  scenUpdateWithSensorThread(false);
+  owner->destroyOldUnusings();
+  confState = kParsed;
+  writeToFile(dconfPath, kParsed);
+  LOG_LINE("[TalmorThermal] Appling new CONF file is completed\n");
+}
+
+void ScenarioThread::scenUpdateWithSensorThread(bool newConf) {
+  const std::map<int32_t, SensorThread*> workers = owner->sensorThreads;
+  const std::map<std::string, Scenario*> scenarios = owner->scenarios;
+  LOG_LINE("[TalmorThermal] Changing Scenario Start (%s->%s)\n", currentScenName.c_str(),
+           requestedScenName.c_str());
+
+  for (const auto& [sampling, worker] : workers)
+    park(*worker);
+  passBarrier();
+  for (const auto& [sampling, worker] : workers)
+    handOverName(*worker, newConf);
+  passBarrier();
+  letWokenItemsDecide();
+  for (const auto& [sampling, worker] : workers)
+    release(*worker);
+  passBarrier();
+
+  // A name that the configuration does not declare has no flag to move.
+  const auto mark = [&scenarios](const std::string& name, bool inForce) {
+    const auto scenario = scenarios.find(name);
+    if (scenario != scenarios.end() && scenario->second) scenario->second->active = inForce;
+  };
+  mark(currentScenName, false);
+  mark(requestedScenName, true);
+  currentScenName = requestedScenName;
+  LOG_LINE("[TalmorThermal] All scenChangeDone to %s\n", currentScenName.c_str());
+}
+
+void ScenarioThread::park(SensorThread& worker) {
+  ++pendingCount;
+  worker.scenChangeRequested = true;
+  worker.sleepCond.notify_one();
+}
+
+void ScenarioThread::handOverName(SensorThread& worker, bool newConf) {
+  ++pendingCount;
+  std::string name = requestedScenName;
+  if (newConf) {
+    for (Sensor* sensor : worker.items)
+      sensor->addPrefixScenName(kRetiredPrefix);
+    name.insert(0, kRetiredPrefix);
+  }
+  worker.newScenName = name;
+  worker.holdForScenThread = false;
+  awaitWaitAt(worker.handshakeMutex[0]);
+  worker.handshakeCond[0].notify_one();
+}
+
+void ScenarioThread::release(SensorThread& worker) {
+  ++pendingCount;
+  worker.holdForScenThread = false;
+  // Before the notification: a worker that comes round again must not find the request still up and
+  // start a change that nobody leads.
+  worker.scenChangeRequested = false;
+  awaitWaitAt(worker.handshakeMutex[1]);
+  worker.handshakeCond[1].notify_one();
+}
+
+// The new scenario's algorithms are awake, those of the old one still hold their devices. Waits,
+// for a bounded time, until the new ones have posted their first requests: otherwise a device that
+// both want would drop to level 0 until the new one's worker comes round.
+void ScenarioThread::letWokenItemsDecide() {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point enough = Clock::now() + std::chrono::milliseconds(200);
+  while ((hasUndecided(owner->ssThreads) || hasUndecided(owner->monitorThreads)) &&
+         Clock::now() < enough) {
+    cutSleepOfUndecided(owner->ssThreads);
+    cutSleepOfUndecided(owner->monitorThreads);
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+}
+
+void ScenarioThread::passBarrier() {
+  std::unique_lock<std::mutex> lock(loopMutex);
+  if (pendingCount >= 1) activateCond.wait(lock);
+}
+
+void ScenarioThread::checkIn() {
+  // Held around the count-down and the notification, so that neither can fall between the scenario
+  // thread's look at the count and its wait.
+  const std::lock_guard<std::mutex> loopGuard(loopMutex);
+  const std::lock_guard<std::mutex> pendingGuard(pendingMutex);
+  if (pendingCount-- == 1) activateCond.notify_one();
+}
+
+std::string ScenarioThread::checkStringInFile(const std::string& path) {
+  std::ifstream file(path);
+  if (!file.is_open()) return kNoFile;
+  std::string word;
+  file.seekg(0) >> word;
+  return word;
+}
+
+void ScenarioThread::writeToFile(const std::string& path, const std::string& text) {
+  std::ofstream(path) << text;
+}

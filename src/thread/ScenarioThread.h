@@ -1,0 +1,65 @@
+#pragma once
+
+#include <string>
+
+#include "thread/Scenario.h"
+#include "thread/ThermalThread.h"
+
+class SensorThread;
+class ThermalMain;
+
+// Steers the daemon by two control files of one word each, polled once a second: the scenario
+// wanted, and the configuration file wanted.
+//
+// Errors:  a missing file is logged and written anew, an unknown word is logged and overwritten; a
+// file that cannot be
+//          written is left as it is.
+// Threads: its own fields are its own, but for the barrier's, which the sensor threads count down
+// through `checkIn`.
+class ScenarioThread : public thermalThread<Scenario> {
+public:
+  ScenarioThread();
+
+  void operator()() override;
+
+  // One cycle: the scenario file, then the configuration request file.
+  void cycle();
+
+  // A sensor thread has reached the barrier; the last one wakes the scenario thread.
+  void checkIn();
+
+  // The first word of the file, or "ENOFILE" when it cannot be opened.
+  std::string checkStringInFile(const std::string& path);
+
+  // Makes `text`, without a line end, the content of the file. Failures are ignored.
+  void writeToFile(const std::string& path, const std::string& text);
+
+  // The three-phase change to `requestedScenName` with every sensor thread. With `newConf` the
+  // algorithms in force go on under their retired names.
+  void scenUpdateWithSensorThread(bool newConf);
+
+  // Sensor threads that have not reached the current barrier. Raised by this thread, lowered in
+  // `checkIn`.
+  std::atomic<int32_t> pendingCount{0};
+  std::mutex pendingMutex;
+  // "PARSED", or the configuration file to apply in the next cycle.
+  std::string confState{"PARSED"};
+  std::string dconfPath;
+  std::string scenPath;
+  ThermalMain* owner = nullptr;
+  std::string currentScenName{"Default"};
+  std::string requestedScenName{"Default"};
+
+private:
+  void scenarioStep();
+  void configurationStep();
+  void applyConfiguration();
+  void passBarrier();
+  void park(SensorThread& worker);
+  void handOverName(SensorThread& worker, bool newConf);
+  void release(SensorThread& worker);
+  void letWokenItemsDecide();
+
+  // What `checkStringInFile` returned last, for the one message that names it.
+  std::string lastWord;
+};

@@ -1,0 +1,68 @@
+#include "thread/SensorThread.h"
+
+#include <typeinfo>
+#include <vector>
+
+#include "core/Log.h"
+#include "sensor/Real.h"
+#include "thread/ScenarioThread.h"
+
+namespace {
+
+void sample(Sensor& sensor) {
+  if (!sensor.active) return;
+  sensor.updateTemp();
+  sensor.traversItems();
+  if (typeid(sensor) == typeid(Real)) static_cast<Real&>(sensor).updateVirtualSensors();
+}
+
+} // namespace
+
+void SensorThread::operator()() {
+  std::unique_lock<std::mutex> loopLock(loopMutex);
+  std::unique_lock<std::mutex> sleepLock(sleepMutex);
+  for (;;) {
+    waitUntilActive(loopLock);
+    if (scenChangeRequested) changeScenario();
+    samplingPass();
+    waitForPeriod(sleepLock);
+  }
+}
+
+void SensorThread::samplingPass() {
+  items.walk(sample);
+}
+
+void SensorThread::changeScenario() {
+  holdForScenThread = true;
+  waitForScenThread(0);
+  // Raised again before checking in for the second time: the scenario thread clears it only after
+  // that.
+  holdForScenThread = true;
+  items.walk([this](Sensor& sensor) {
+    sensor.changeScenario(newScenName);
+    sample(sensor);
+  });
+  waitForScenThread(1);
+  items.walk([](Sensor& sensor) {
+    sensor.deactivateOldScen();
+    sensor.oldScenario = sensor.scenario;
+  });
+  scenarioThread->checkIn();
+  LOG_LINE("[TalmorThermal] ScenChange for sensor Thread is done [%s]\n", newScenName.c_str());
+}
+
+void SensorThread::waitForScenThread(int index) {
+  const auto barrier = static_cast<size_t>(index);
+  std::unique_lock<std::mutex> lock(handshakeMutex[barrier]);
+  scenarioThread->checkIn();
+  if (holdForScenThread) handshakeCond[barrier].wait(lock);
+}
+
+void SensorThread::destroyOldScens() {
+  std::vector<Sensor::AlgoMap::node_type> stillWalked;
+  for (Sensor* sensor : items)
+    stillWalked.push_back(sensor->destroyOldScens());
+  const auto inForce = [](const Sensor::AlgoMap::node_type& entry) { return !entry.empty(); };
+  if (std::any_of(stillWalked.begin(), stillWalked.end(), inForce)) items.awaitWalkEnd();
+}

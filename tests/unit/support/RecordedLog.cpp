@@ -1,0 +1,52 @@
+#include "support/RecordedLog.h"
+
+#include <android/log.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::mutex lock;
+bool recording = false;
+std::vector<std::string> recorded;
+
+} // namespace
+
+RecordedLog::RecordedLog() {
+  const std::lock_guard<std::mutex> guard(lock);
+  recording = true;
+  recorded.clear();
+}
+
+RecordedLog::~RecordedLog() {
+  const std::lock_guard<std::mutex> guard(lock);
+  recording = false;
+}
+
+std::vector<std::string> RecordedLog::lines() const {
+  const std::lock_guard<std::mutex> guard(lock);
+  return recorded;
+}
+
+void RecordedLog::clear() {
+  const std::lock_guard<std::mutex> guard(lock);
+  recorded.clear();
+}
+
+// In place of liblog's own.
+extern "C" int __android_log_print(int priority, const char* tag, const char* format, ...) {
+  EXPECT_EQ(priority, ANDROID_LOG_VERBOSE);
+  EXPECT_STREQ(tag, "echo-service");
+  va_list arguments;
+  va_start(arguments, format);
+  char text[4096];
+  const int length = std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  const std::lock_guard<std::mutex> guard(lock);
+  if (recording) recorded.emplace_back(text);
+  return length;
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// The daemon's log while one of these lives: the test program answers `__android_log_print` itself.
+// Outside of its life lines are dropped. One at a time.
+class RecordedLog {
+public:
+  RecordedLog();
+  ~RecordedLog();
+  RecordedLog(const RecordedLog&) = delete;
+  RecordedLog& operator=(const RecordedLog&) = delete;
+
+  // The texts written so far, in order.
+  std::vector<std::string> lines() const;
+  void clear();
+};
