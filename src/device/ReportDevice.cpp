@@ -26,11 +26,12 @@ void ReportDevice::statusApply() {
   const std::string stamp = localTimeStamp();
   for (auto& [requester, value] : requests) {
     if (value != kOver && value != kUnder) continue;
-    const std::string event =
-        value == kOver ? "] Over Thresholds, currenct Status(" + std::to_string(value) + ")"
-                       : "] Under Thresholds Clear";
-    // One insertion, so that the unit-buffered stream hands each line to the file in one write.
-    node << stamp + " : [" + requester + event + "\n";
+    std::string text = stamp;
+    text.append(" : [").append(requester);
+    text.append(value == kOver ? "] Over Thresholds, currenct Status(1)\n"
+                               : "] Under Thresholds Clear\n");
+    // In one insertion, so that the unit-buffered stream hands the line to the file in one write.
+    node << text;
     value = kReported;
   }
 }
