@@ -23,6 +23,7 @@ int32_t Algo::storedTemp(int32_t configured) const {
 }
 
 void Algo::activate() {
+  era = sensor->era;
   undecided = true;
   active = true;
   thread->activate();

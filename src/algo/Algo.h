@@ -44,10 +44,9 @@ public:
   // Written and read by the scenario thread alone.
   bool old = false;
   bool lowactive;
-  // Which reading of a configuration made the item, counted from 1; 0 outside of any. An item that
-  // retires after its namesake of a newer configuration has posted to a device must not withdraw
-  // the newer one's request.
-  uint32_t generation = 0;
+  // The sensor's `era` when it last woke this item; 0 before. Requests carry it, so that an item
+  // which retires in a scenario change cannot withdraw the request of a namesake which woke in it.
+  std::atomic<uint32_t> era{0};
   // Set by `activate`, cleared by the first `decision` after it: a scenario change waits for that
   // first decision before it lets the previous scenario's algorithms go, so that no device is
   // without a request in between.

@@ -92,14 +92,12 @@ template <typename Visit> void Monitor::forEachDriven(uint32_t level, Visit visi
 }
 
 void Monitor::post(uint32_t level) {
-  forEachDriven(level, [this](Device& device, int32_t wanted) {
-    device.deviceControl(name, wanted, generation);
-  });
+  forEachDriven(
+      level, [this](Device& device, int32_t wanted) { device.deviceControl(name, wanted, era); });
 }
 
 void Monitor::withdraw(uint32_t level) {
-  forEachDriven(level,
-                [this](Device& device, int32_t) { device.deviceControl(name, 0, generation); });
+  forEachDriven(level, [this](Device& device, int32_t) { device.deviceControl(name, 0, era); });
 }
 
 void Monitor::apply(uint32_t level) {

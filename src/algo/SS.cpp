@@ -36,7 +36,7 @@ int SS::decision() {
     const int32_t request = requestFor(newSteps);
     LOG_LINE("[TalmorThermal] [TalmorThermal] SS [%s] temp(%d->%d) status(%d)\n", name.c_str(),
              prevTemp, temp, request);
-    device->deviceControl(name, request, generation);
+    device->deviceControl(name, request, era);
     device->statusApply();
     tickCount = 0;
     // A scenario change put this item to sleep while it was posting, perhaps before the post.
@@ -84,6 +84,6 @@ int32_t SS::requestFor(int32_t steps) const {
 void SS::release() {
   status = 0;
   tickCount = 0;
-  device->deviceControl(name, 0, generation);
+  device->deviceControl(name, 0, era);
   device->statusApply();
 }

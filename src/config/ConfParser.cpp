@@ -25,8 +25,8 @@ std::string missingProperty(const std::string& itemName) {
 
 } // namespace
 
-ConfParser::ConfParser(std::istream& in_, const Registries& registries_, uint32_t generation_)
-    : in(in_), registries(registries_), generation(generation_) {}
+ConfParser::ConfParser(std::istream& in_, const Registries& registries_)
+    : in(in_), registries(registries_) {}
 
 std::optional<std::string> ConfParser::parse() {
   while (!in.eof()) {
@@ -140,7 +140,6 @@ std::optional<std::string> ConfParser::buildMonitor(const Item& item) {
   auto* monitor = new Monitor(item.name, item.sampling, item.thresholds[0], item.thresholdsClr[0],
                               scenarioName, item.lowactive, item.sensor, &worker, item.actions,
                               item.actionInfo, item.thresholds, item.thresholdsClr);
-  monitor->generation = generation;
   worker.insert(monitor);
   return std::nullopt;
 }
@@ -153,7 +152,6 @@ std::optional<std::string> ConfParser::buildSS(const Item& item) {
   auto* ss = new SS(item.name, item.sampling, item.setPoint, item.setPointClr, item.startLevel,
                     scenarioName, item.lowactive, item.sensor, &worker, item.device,
                     item.devicePerfFloor, item.timeTickTrigger);
-  ss->generation = generation;
   worker.insert(ss);
   return std::nullopt;
 }

@@ -36,8 +36,7 @@ public:
     std::map<std::string, Scenario*>& scenarios;
   };
 
-  // `generation` counts the readings of the process from 1; every item carries it.
-  ConfParser(std::istream& in, const Registries& registries, uint32_t generation);
+  ConfParser(std::istream& in, const Registries& registries);
 
   // Reads everything and then replaces `scenarios`, or returns the message of the error that ended
   // the reading.
@@ -82,7 +81,6 @@ private:
 
   std::istream& in;
   Registries registries;
-  uint32_t generation;
   std::stringstream line;
   std::string word;
   std::string scenarioName{"Default"};

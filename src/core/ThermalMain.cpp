@@ -151,7 +151,7 @@ void ThermalMain::dynamicConfParse(const std::string& name) {
 void ThermalMain::parseFirstReadable(const std::vector<std::string>& names) {
   std::istringstream in(readConfiguration(names));
   const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
-  const std::optional<std::string> error = ConfParser(in, registries, ++confGeneration).parse();
+  const std::optional<std::string> error = ConfParser(in, registries).parse();
   if (!error) return;
   LOG_LINE("%s", error->c_str());
   // Workers may be running: nothing is torn down under them.

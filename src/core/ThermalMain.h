@@ -79,7 +79,4 @@ private:
   // The content of the first file of the configuration directory that can be read, whose name then
   // is `confFileName`; failing all of them that of the factory file; failing that, too, nothing.
   std::string readConfiguration(const std::vector<std::string>& names);
-
-  // How many configurations have been read, the one being read included.
-  uint32_t confGeneration = 0;
 };

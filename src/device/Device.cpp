@@ -31,12 +31,12 @@ Device::Device(const std::string& name_, const std::string& nodePath_, const std
     LOG_LINE("[TalmorThermal] [TalmorThermal] Device [%s] open failed\n", name.c_str());
 }
 
-int32_t Device::deviceControl(const std::string& requester, int32_t level, uint32_t generation) {
+int32_t Device::deviceControl(const std::string& requester, int32_t level, uint32_t era) {
   const std::lock_guard<std::mutex> guard(lock);
-  if (generation != kNoGeneration) {
-    uint32_t& newest = generations[requester];
-    if (generation < newest) return 0;
-    newest = generation;
+  if (era != kNoEra) {
+    uint32_t& newest = eras[requester];
+    if (era < newest) return 0;
+    newest = era;
   }
   requests[requester] = level;
   return 0;

@@ -22,7 +22,7 @@
 // Source:  "level_table" and "node_path" of the device's section in the environment file.
 class Device {
 public:
-  static constexpr uint32_t kNoGeneration = 0;
+  static constexpr uint32_t kNoEra = 0;
 
   // `type` says how an entry is written: "integer", "hex" or "string"; with any other text nothing
   // is.
@@ -32,11 +32,10 @@ public:
   Device(const Device&) = delete;
   Device& operator=(const Device&) = delete;
 
-  // Files a requester's wish; `statusApply` carries it out. A post of an older `generation` of the
-  // requester than the last one that posted is ignored: its successor from a newer configuration
-  // holds the request now. Returns 0.
-  int32_t deviceControl(const std::string& requester, int32_t level,
-                        uint32_t generation = kNoGeneration);
+  // Files a requester's wish; `statusApply` carries it out. A post of an earlier `era` than the
+  // requester's last one is ignored: a namesake that woke in a later scenario holds the request
+  // now. Returns 0.
+  int32_t deviceControl(const std::string& requester, int32_t level, uint32_t era = kNoEra);
 
   // Merges all requests and, only if the merged level changed, writes its entry.
   virtual void statusApply();
@@ -62,6 +61,6 @@ protected:
   const std::string& entry(int32_t level) const { return levelTable[static_cast<size_t>(level)]; }
 
 private:
-  // The generation of each requester's last post that had one.
-  std::map<std::string, uint32_t> generations;
+  // The era of each requester's last post that had one.
+  std::map<std::string, uint32_t> eras;
 };

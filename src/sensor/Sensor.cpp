@@ -41,6 +41,7 @@ void Sensor::activate() {
 
 void Sensor::changeScenario(const std::string& newScenario) {
   scenario = newScenario;
+  ++era;
   inForce = &algorithms[scenario];
 }
 

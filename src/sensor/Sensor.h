@@ -64,6 +64,9 @@ public:
   std::atomic<int32_t> temperature{0};
   std::string oldScenario{"Default"};
   std::string scenario{"Default"};
+  // Which scenario in turn is in force, counted from 1 for all sensors alike. The sensor's own
+  // thread alone looks at it.
+  uint32_t era = 1;
 
 private:
   // The entry of `algorithms` for `scenario`, looked up when the scenario changes instead of at
