@@ -48,8 +48,10 @@ void SensorThread::changeScenario() {
     sensor.deactivateOldScen();
     sensor.oldScenario = sensor.scenario;
   });
-  scenarioThread->checkIn();
+  // Before the last check-in, so that the line stands ahead of the scenario thread's own word that
+  // all are done.
   LOG_LINE("[TalmorThermal] ScenChange for sensor Thread is done [%s]\n", newScenName.c_str());
+  scenarioThread->checkIn();
 }
 
 void SensorThread::waitForScenThread(int index) {
