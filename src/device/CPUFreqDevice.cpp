@@ -7,7 +7,6 @@ void CPUFreqDevice::statusApply() {
   const std::optional<int32_t> level = mergedLevel();
   if (!level || *level == currentLevel) return;
   const int32_t value = parseInt32(entry(*level));
-  node.seekp(0);
-  node.write(reinterpret_cast<const char*>(&value), sizeof value);
+  writeNode({reinterpret_cast<const char*>(&value), sizeof value});
   currentLevel = *level;
 }

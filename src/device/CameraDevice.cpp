@@ -21,7 +21,6 @@ void CameraDevice::statusApply() {
   if (currentLevel == 0) writeFixedFrameRate("1");
   if (*level == 0) writeFixedFrameRate("0");
   if (*level == currentLevel) return;
-  node.seekp(0);
-  node << entry(*level);
+  writeNode(entry(*level));
   currentLevel = *level;
 }

@@ -46,10 +46,14 @@ void Device::statusApply() {
   const std::lock_guard<std::mutex> guard(lock);
   const std::optional<int32_t> level = mergedLevel();
   if (!level || *level == currentLevel) return;
-  node.seekp(0);
-  const std::string text = nodeText(entry(*level), type);
-  if (!text.empty()) node << text;
+  writeNode(nodeText(entry(*level), type));
   currentLevel = *level;
+}
+
+void Device::writeNode(const std::string& bytes) {
+  // A stream that failed once is not even touched: it still holds what the driver refused, and
+  // libstdc++ would hand that to the driver once more.
+  if (node) node.seekp(0) << bytes;
 }
 
 std::optional<int32_t> Device::mergedLevel() const {

@@ -58,6 +58,9 @@ protected:
   // `lock` held.
   std::optional<int32_t> mergedLevel() const;
 
+  // Puts `bytes` at the start of the node.
+  void writeNode(const std::string& bytes);
+
   const std::string& entry(int32_t level) const { return levelTable[static_cast<size_t>(level)]; }
 
 private:

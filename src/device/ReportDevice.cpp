@@ -31,7 +31,7 @@ void ReportDevice::statusApply() {
     text.append(value == kOver ? "] Over Thresholds, currenct Status(1)\n"
                                : "] Under Thresholds Clear\n");
     // In one insertion, so that the unit-buffered stream hands the line to the file in one write.
-    node << text;
+    if (node) node << text;
     value = kReported;
   }
 }

@@ -172,7 +172,7 @@ void ScenarioThread::release(SensorThread& worker) {
 // both want would drop to level 0 until the new one's worker comes round.
 void ScenarioThread::letWokenItemsDecide() {
   using Clock = std::chrono::steady_clock;
-  const Clock::time_point enough = Clock::now() + std::chrono::milliseconds(200);
+  const Clock::time_point enough = Clock::now() + std::chrono::seconds(1);
   while ((hasUndecided(owner->ssThreads) || hasUndecided(owner->monitorThreads)) &&
          Clock::now() < enough) {
     cutSleepOfUndecided(owner->ssThreads);
