@@ -44,8 +44,9 @@ public:
   // Written and read by the scenario thread alone.
   bool old = false;
   bool lowactive;
-  // The sensor's `era` when it last woke this item; 0 before. Requests carry it, so that an item
-  // which retires in a scenario change cannot withdraw the request of a namesake which woke in it.
+  // The sensor's `era` when this item was last woken or its scenario last came in force; 0 before.
+  // Requests carry it, so that an item which retires in a scenario change cannot withdraw the
+  // request of a namesake which woke in it.
   std::atomic<uint32_t> era{0};
   // Set by `activate`, cleared by the first `decision` after it: a scenario change waits for that
   // first decision before it lets the previous scenario's algorithms go, so that no device is

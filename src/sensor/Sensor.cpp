@@ -42,7 +42,12 @@ void Sensor::activate() {
 void Sensor::changeScenario(const std::string& newScenario) {
   scenario = newScenario;
   ++era;
-  inForce = &algorithms[scenario];
+  std::vector<Algo*>& watching = algorithms[scenario];
+  // Those that are still awake from an earlier time in force are not woken again, but count anew.
+  for (Algo* algo : watching) {
+    if (algo) algo->era = era;
+  }
+  inForce = &watching;
 }
 
 void Sensor::deactivateOldScen() {

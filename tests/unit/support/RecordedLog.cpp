@@ -12,6 +12,7 @@ namespace {
 
 std::mutex lock;
 bool recording = false;
+bool echoing = false;
 std::vector<std::string> recorded;
 
 } // namespace
@@ -25,6 +26,7 @@ RecordedLog::RecordedLog() {
 RecordedLog::~RecordedLog() {
   const std::lock_guard<std::mutex> guard(lock);
   recording = false;
+  echoing = false;
 }
 
 std::vector<std::string> RecordedLog::lines() const {
@@ -35,6 +37,11 @@ std::vector<std::string> RecordedLog::lines() const {
 void RecordedLog::clear() {
   const std::lock_guard<std::mutex> guard(lock);
   recorded.clear();
+}
+
+void RecordedLog::echoToStandardError() {
+  const std::lock_guard<std::mutex> guard(lock);
+  echoing = true;
 }
 
 // In place of liblog's own.
@@ -48,5 +55,6 @@ extern "C" int __android_log_print(int priority, const char* tag, const char* fo
   va_end(arguments);
   const std::lock_guard<std::mutex> guard(lock);
   if (recording) recorded.emplace_back(text);
+  if (echoing) std::fputs(text, stderr);
   return length;
 }

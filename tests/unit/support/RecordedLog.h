@@ -15,4 +15,7 @@ public:
   // The texts written so far, in order.
   std::vector<std::string> lines() const;
   void clear();
+
+  // From here on every line also goes to standard error: for a test of a process that ends.
+  void echoToStandardError();
 };

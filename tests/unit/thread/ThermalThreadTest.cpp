@@ -1,0 +1,111 @@
+#include "thread/ThermalThread.h"
+
+#include <chrono>
+#include <cstdint>
+
+#include <gtest/gtest.h>
+
+#include "support/Eventually.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The worker base with a body that a test steps through.
+class Worker : public thermalThread<int> {
+public:
+  using thermalThread<int>::thermalThread;
+
+  void operator()() override {
+    std::unique_lock<std::mutex> loopLock(loopMutex);
+    std::unique_lock<std::mutex> sleepLock(sleepMutex);
+    waitUntilActive(loopLock);
+  }
+  void waitOnePeriod() {
+    std::unique_lock<std::mutex> sleepLock(sleepMutex);
+    waitForPeriod(sleepLock);
+  }
+};
+
+TEST(ThermalThreadTest, StartsWithNothingButItsPeriod) {
+  const Worker worker(250);
+  EXPECT_EQ(worker.period, 250);
+  EXPECT_EQ(worker.activeCount, 0);
+  EXPECT_TRUE(worker.items.empty());
+  EXPECT_FALSE(worker.started);
+  EXPECT_FALSE(worker.stopRequested);
+}
+
+TEST(ThermalThreadTest, LeavesItsMutexesFree) {
+  Worker worker(250);
+  EXPECT_FALSE(isHeld(worker.loopMutex));
+  EXPECT_FALSE(isHeld(worker.sleepMutex));
+  EXPECT_FALSE(isHeld(worker.countMutex));
+}
+
+TEST(ThermalThreadTest, AppendsItsItemsInOrder) {
+  int items[] = {7, 8, 9};
+  Worker worker(250);
+  for (int& item : items)
+    worker.insert(&item);
+  std::vector<int> inserted;
+  for (const int* item : worker.items)
+    inserted.push_back(*item);
+  EXPECT_EQ(inserted, (std::vector<int>{7, 8, 9}));
+}
+
+TEST(ThermalThreadTest, CountsItsActiveItemsButNeverBelowZero) {
+  Worker worker(250);
+  worker.deactivate();
+  EXPECT_EQ(worker.activeCount, 0);
+  worker.activate();
+  worker.activate();
+  EXPECT_EQ(worker.activeCount, 2);
+  worker.deactivate();
+  EXPECT_EQ(worker.activeCount, 1);
+  worker.deactivate();
+  EXPECT_EQ(worker.activeCount, 0);
+  worker.deactivate();
+  worker.deactivate();
+  EXPECT_EQ(worker.activeCount, 0);
+  worker.activate();
+  EXPECT_EQ(worker.activeCount, 1);
+}
+
+TEST(ThermalThreadTest, IsWokenByTheFirstActivation) {
+  Worker worker(250);
+  const std::future<void> body = std::async(std::launch::async, std::ref(worker));
+  ASSERT_TRUE(eventually([&] { return sleepsUntilActive(worker); }));
+  EXPECT_FALSE(isOver(body));
+  worker.activate();
+  EXPECT_TRUE(eventually([&] { return isOver(body); }));
+}
+
+TEST(ThermalThreadTest, DoesNotWaitForAnActivationThatIsThereAlready) {
+  Worker worker(250);
+  worker.activate();
+  const std::future<void> body = std::async(std::launch::async, std::ref(worker));
+  EXPECT_TRUE(eventually([&] { return isOver(body); }));
+}
+
+TEST(ThermalThreadTest, WaitsAMillisecondWithAPeriodBelowOne) {
+  for (const int period : {0, -1, INT32_MIN}) {
+    Worker worker(period);
+    const Clock::time_point begin = Clock::now();
+    for (int i = 0; i < 20; ++i)
+      worker.waitOnePeriod();
+    EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(10)) << period;
+    EXPECT_EQ(worker.period, period) << "it keeps the number as it was given";
+  }
+}
+
+TEST(ThermalThreadTest, EndsItsPeriodEarlyWhenItIsNotified) {
+  Worker worker(3'600'000);
+  std::future<void> wait = std::async(std::launch::async, [&worker] { worker.waitOnePeriod(); });
+  EXPECT_TRUE(eventually([&] {
+    worker.sleepCond.notify_one();
+    return isOver(wait);
+  }));
+}
+
+} // namespace
