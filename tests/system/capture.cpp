@@ -10,16 +10,17 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <stdarg.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
+
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 
 namespace {
 
@@ -30,8 +31,7 @@ using WriteFunction = ssize_t (*)(int, const void*, size_t);
 using WritevFunction = ssize_t (*)(int, const iovec*, int);
 using FwriteFunction = size_t (*)(const void*, size_t, size_t, FILE*);
 
-template <typename Function>
-Function next(const char* name) {
+template <typename Function> Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
@@ -81,17 +81,17 @@ void recordWrite(int descriptor, off_t offset, const void* data, size_t size) {
     return;
   }
   char line[kMaxRecord];
-  const int length = snprintf(
-      line, sizeof line,
-      R"({"kind":"write","time":%lld,"thread":%ld,"offset":%lld,"path":"%s","data":")",
-      nowNanoseconds(), syscall(SYS_gettid), static_cast<long long>(offset), path);
+  const int length =
+      snprintf(line, sizeof line,
+               R"({"kind":"write","time":%lld,"thread":%ld,"offset":%lld,"path":"%s","data":")",
+               nowNanoseconds(), syscall(SYS_gettid), static_cast<long long>(offset), path);
   finish(line, static_cast<size_t>(length), data, size);
 }
 
-}  // namespace
+} // namespace
 
-extern "C" __attribute__((visibility("default"), format(printf, 3, 4))) int __android_log_print(
-    int priority, const char* tag, const char* format, ...) {
+extern "C" __attribute__((visibility("default"), format(printf, 3, 4))) int
+__android_log_print(int priority, const char* tag, const char* format, ...) {
   char text[kMaxData];
   va_list arguments;
   va_start(arguments, format);
@@ -101,10 +101,10 @@ extern "C" __attribute__((visibility("default"), format(printf, 3, 4))) int __an
     return size;
   }
   char line[kMaxRecord];
-  const int length = snprintf(
-      line, sizeof line,
-      R"({"kind":"log","time":%lld,"thread":%ld,"priority":%d,"tag":"%s","data":")",
-      nowNanoseconds(), syscall(SYS_gettid), priority, tag);
+  const int length =
+      snprintf(line, sizeof line,
+               R"({"kind":"log","time":%lld,"thread":%ld,"priority":%d,"tag":"%s","data":")",
+               nowNanoseconds(), syscall(SYS_gettid), priority, tag);
   finish(line, static_cast<size_t>(length), text, strnlen(text, sizeof text));
   return size;
 }

@@ -1,24 +1,25 @@
-// Shortens the scenario thread's sleep between two polls, widens the windows between a thread's look
-// and its wait, and counts what the daemon does, at a cost that the daemon does not feel.
+// Shortens the scenario thread's sleep between two polls, widens the windows between a thread's
+// look and its wait, and counts what the daemon does, at a cost that the daemon does not feel.
 //
-// THERMAL_SOAK names a file of memory shared with the soak; its layout is `Shared` here and `Shared`
-// in the soak. Log lines are counted by their format alone, device writes by the level that they
-// bear.
+// THERMAL_SOAK names a file of memory shared with the soak; its layout is `Shared` here and
+// `Shared` in the soak. Log lines are counted by their format alone, device writes by the level
+// that they bear.
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <pthread.h>
-#include <stdarg.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <atomic>
+
+#include <pthread.h>
+#include <stdarg.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 
 namespace {
 
@@ -37,7 +38,7 @@ struct SensorRecord {
 };
 
 struct DeviceRecord {
-  char node[16]; // written by the soak before the daemon starts
+  char node[16];      // written by the soak before the daemon starts
   Counter leastLevel; // written by the soak: a level below it counts in `writesBelow`
   Counter writes;
   Counter writesBelow;
@@ -47,12 +48,12 @@ struct Shared {
   Counter pollNanoseconds; // written by the soak
   Counter delayOneIn;      // written by the soak: of the operations on locks; 0 for none
   Counter polls;
-  Counter changes;         // three-phase changes that all sensor threads have taken part in
-  Counter checkIns;        // of sensor threads, at the end of a change
+  Counter changes;  // three-phase changes that all sensor threads have taken part in
+  Counter checkIns; // of sensor threads, at the end of a change
   Counter swaps;
   Counter activations;
   Counter decisions;
-  Counter scenario; // in force: the name's first eight bytes
+  Counter scenario;  // in force: the name's first eight bytes
   char message[256]; // the last line of a kind that a soak does not expect
   SensorRecord sensors[kMaxSensors];
   DeviceRecord devices[kMaxDevices];
@@ -110,8 +111,8 @@ void countSample(const char* name, int temperature) {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     sensor.temperature = temperature;
-    sensor.lastNanoseconds = static_cast<uint64_t>(now.tv_sec) * 1000000000 +
-                             static_cast<uint64_t>(now.tv_nsec);
+    sensor.lastNanoseconds =
+        static_cast<uint64_t>(now.tv_sec) * 1000000000 + static_cast<uint64_t>(now.tv_nsec);
     ++sensor.samples;
     return;
   }
@@ -242,7 +243,8 @@ extern "C" __attribute__((visibility("default"))) int pthread_cond_signal(pthrea
 
 extern "C" __attribute__((visibility("default"))) int pthread_cond_wait(pthread_cond_t* cond,
                                                                         pthread_mutex_t* mutex) {
-  static const auto realWait = next<int (*)(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
+  static const auto realWait =
+      next<int (*)(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
   delay();
   return realWait(cond, mutex);
 }
