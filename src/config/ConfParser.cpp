@@ -20,7 +20,8 @@ Worker& workerFor(std::map<std::string, Worker*>& workers, const std::string& ke
 }
 
 std::string missingProperty(const std::string& itemName) {
-  return std::string(kFailure) + "There is some missing property for " + itemName + "\n";
+  // As the C string that the line's format takes: a name ends where it holds a NUL.
+  return std::string(kFailure) + "There is some missing property for " + itemName.c_str() + "\n";
 }
 
 } // namespace

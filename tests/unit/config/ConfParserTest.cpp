@@ -254,6 +254,11 @@ TEST_F(ConfParserTest, AnSSWithoutAMandatoryPropertyIsRejected) {
   EXPECT_EQ(cpuSensor.algorithms.size(), 0u);
 }
 
+TEST_F(ConfParserTest, TheMessageOfARejectedItemEndsItsNameAtANul) {
+  const std::string name("st\0ep", 5);
+  EXPECT_EQ(parse(without(named(kSS, name), "sensor")), missingProperty("st"));
+}
+
 TEST_F(ConfParserTest, ASetPointOfZeroIsRejectedLikeAMissingOne) {
   for (const char* key : {"set_point", "set_point_clr"}) {
     const std::string line = std::string(key) + " ";

@@ -223,6 +223,16 @@ TEST_F(SensorTest, WakesTheAlgorithmsOfTheScenarioPutInForce) {
   EXPECT_EQ(log.lines(), Lines{"[TalmorThermal] Sensor [cpu] activate Algo [b], scen [game]\n"});
 }
 
+TEST_F(SensorTest, PutsAScenarioInForceThatHoldsANullEntry) {
+  PlainAlgo& ahead = algo("a", 0, "game");
+  sensor.insertAlgoItems(nullptr, "game");
+  PlainAlgo& behind = algo("b", 0, "game");
+  sensor.changeScenario("game");
+  sensor.traversItems();
+  EXPECT_TRUE(ahead.active);
+  EXPECT_FALSE(behind.active);
+}
+
 TEST_F(SensorTest, WritesNoLineWithLoggingOff) {
   algo("a", 0);
   const LogSwitchedOff off;
