@@ -112,6 +112,9 @@ void ThermalMain::installConfiguration() {
   to.close();
   LOG_LINE("[TalmorThermal] Conf file is copied!(%s -> %s)\n", confPath.c_str(),
            destination.c_str());
+  // A copy that a full disk cut short would be taken for the configuration at every later start,
+  // too. Without it the factory file is read, and the next start copies anew.
+  if (readFile(destination) != readFile(confPath)) ::unlink(destination.c_str());
 }
 
 void ThermalMain::prepareScenarioThread(const Paths& paths) {

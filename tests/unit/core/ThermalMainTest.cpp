@@ -183,12 +183,13 @@ TEST_F(ThermalMainTest, WithoutAnyConfigurationItGoesOnAsWithAnEmptyOne) {
   EXPECT_EQ(files.read("wanted.scen"), "Default");
 }
 
-TEST_F(ThermalMainTest, AFactoryConfigurationThatOpensButCannotBeReadIsCopiedAsNothing) {
+TEST_F(ThermalMainTest, AFactoryConfigurationThatOpensButCannotBeReadLeavesNoBrokenCopy) {
   remove("factory.conf");
   makeFolder("factory.conf");
   const Board board(files);
-  EXPECT_EQ(log.lines(), startUpLog({copied()}));
-  EXPECT_EQ(files.read("config/talmor-thermal_default.conf"), "");
+  EXPECT_EQ(log.lines(), startUpLog({copied(), unreadable(installed()),
+                                     unreadable(files.node("factory.conf"))}));
+  EXPECT_FALSE(files.exists("config/talmor-thermal_default.conf"));
 }
 
 TEST_F(ThermalMainTest, AConfigurationThatOpensButCannotBeReadGivesWayToTheFactoryOne) {
