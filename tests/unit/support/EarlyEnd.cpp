@@ -14,7 +14,7 @@ const pid_t testProgram = ::getpid();
 } // namespace
 
 // In place of the standard library's own.
-extern "C" [[noreturn]] void _Exit(int status) noexcept {
+extern "C" __attribute__((noreturn)) void _Exit(int status) noexcept {
   if (::getpid() == testProgram) {
     std::fputs("The daemon has ended the test program.\n", stderr);
     std::abort();
