@@ -32,6 +32,11 @@ int Monitor::decision() {
       moveTo(newLevel, oldLevel);
     else
       deactivate();
+  } else if (newLevel > 0 && postedEra != era) {
+    // Awake since an earlier time of its scenario: while another one was in force, a namesake may
+    // have held the requests, and it takes them back as it retires.
+    post(newLevel);
+    apply(newLevel);
   }
   // A scenario change put this monitor to sleep while it was posting: either it saw the new level
   // and withdrew it, or it did not, and then the level is withdrawn here.
@@ -92,6 +97,7 @@ template <typename Visit> void Monitor::forEachDriven(uint32_t level, Visit visi
 }
 
 void Monitor::post(uint32_t level) {
+  postedEra = era;
   forEachDriven(
       level, [this](Device& device, int32_t wanted) { device.deviceControl(name, wanted, era); });
 }

@@ -45,4 +45,7 @@ private:
   void post(uint32_t level);
   void withdraw(uint32_t level);
   void apply(uint32_t level);
+
+  // The `era` of the last post. The monitor's own thread alone looks at it.
+  uint32_t postedEra = 0;
 };

@@ -6,7 +6,13 @@
 #include "thread/ThermalThread.h"
 
 Real::Real(const std::string& name_, uint32_t sampling_, const std::string& nodePath_)
-    : Sensor(name_, sampling_, nullptr), nodePath(nodePath_), node(nodePath_) {
+    : Sensor(name_, sampling_, nullptr), nodePath(nodePath_) {
+#ifdef __GLIBCXX__
+  // Only here: libc++ reads through stdio, which holds text of its own back behind a small buffer
+  // and would give it out again after the seek.
+  node.rdbuf()->pubsetbuf(buffer.data(), buffer.size());
+#endif
+  node.open(nodePath);
   if (!node.is_open()) LOG_LINE("[TalmorThermal] Can't open node: %s\n", nodePath.c_str());
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <fstream>
 
 #include "sensor/Sensor.h"
@@ -29,4 +30,8 @@ public:
   std::ifstream node;
   std::vector<Virtual*> virtuals;
   uint32_t activeVirtuals = 0;
+
+private:
+  // For the stream: a temperature is short, the 8 KiB that libstdc++ would allocate are not.
+  std::array<char, 64> buffer;
 };

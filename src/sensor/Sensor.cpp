@@ -42,12 +42,16 @@ void Sensor::activate() {
 void Sensor::changeScenario(const std::string& newScenario) {
   scenario = newScenario;
   ++era;
-  std::vector<Algo*>& watching = algorithms[scenario];
+  std::vector<Algo*>* const watching = &algorithms[scenario];
+  // The first change of a swap only renames the entry in force.
+  if (watching == inForce) return;
   // Those that are still awake from an earlier time in force are not woken again, but count anew.
-  for (Algo* algo : watching) {
-    if (algo) algo->era = era;
+  for (Algo* algo : *watching) {
+    if (!algo) continue;
+    algo->era = era;
+    if (algo->active) algo->undecided = true;
   }
-  inForce = &watching;
+  inForce = watching;
 }
 
 void Sensor::deactivateOldScen() {

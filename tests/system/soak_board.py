@@ -1,6 +1,6 @@
 """The board and the configurations of the soak, and the levels that they ask for.
 
-Every item drives a device of its own, so that an item that fails shows in a device's node, however
+Every item drives a device of its own, so that an item that fails shows in a device's node however
 busy the others are; all monitors of a scenario share one more device. Level tables hold the level
 itself.
 """
@@ -11,8 +11,8 @@ LEVELS = 10  # entries in every level table
 SHARED_DEVICE = "all"
 VIRTUAL_WEIGHT = 11  # of one source: the reading settles at 11/10 of it
 
-# Temperatures that a sensor wanders through, in millidegrees. At the first every item of its sleeps,
-# the second is just above the lowest threshold, at the last every item asks for its highest level.
+# Temperatures that a sensor wanders through, in millidegrees. At the first all its items sleep, the
+# second is just above the lowest threshold, at the last each item asks for its highest level.
 RISING = (20000, 41000, 52000, 64500, 67500, 58000, 71000)
 FALLING = (30000, 9500, 6500, 3000)  # for the items that act on cold
 
@@ -159,8 +159,8 @@ def environment(nodes):
 
 
 def configurations():
-    """Not all of them have all scenarios. Items have namesakes in the next configuration, in another
-    scenario of it, or in every scenario of their own; workers are shared or not.
+    """Not all of them have all scenarios. Items have namesakes in the next configuration, in
+    another scenario of it, or in every scenario of their own; workers are shared or not.
     """
     return (
         _configuration("amber.conf", {"Default": "a", "game": "b", "video": "c"}, (1, 2), shift=0),
@@ -171,7 +171,7 @@ def configurations():
 
 
 def least_levels():
-    """Device -> a level that every scenario of every configuration asks for at its alarm, at once."""
+    """Device -> the level that every scenario of every configuration asks for at once when hot."""
     asked = [_merged(item.first_asks() for item in items)
              for configuration in configurations()
              for items in configuration.scenarios.values()]
@@ -214,4 +214,5 @@ def _words(values):
 
 
 def _block(name, kind, keys):
-    return "\n".join([f"[{name}]", kind, *(f"{key} {value}" for key, value in keys.items())]) + "\n\n"
+    lines = [f"{key} {value}" for key, value in keys.items()]
+    return "\n".join([f"[{name}]", kind, *lines]) + "\n\n"

@@ -484,6 +484,27 @@ TEST_F(MonitorTest, AsksAgainWhenItsScenarioReturnsAfterItStayedAwakeAtLevelZero
   EXPECT_EQ(big.levelsSet(), (Levels{3, 0, 1}));
 }
 
+TEST_F(MonitorTest, AsksOnceMoreForItsLevelWhenItsScenarioReturnsToTakeOverFromANamesake) {
+  Monitor waiting = monitorOf({{&big}}, {{1}}, {50000}, {45000});
+  Monitor namesake("item", 1000, 50000, 45000, "game", false, &sensor, &thread, {{&big}}, {{3}},
+                   {50000}, {45000});
+  sensor.temperature = 50000;
+  sensor.traversItems();
+  decideAt(waiting, 40000);
+  ASSERT_TRUE(waiting.active);
+  sensor.changeScenario("game");
+  sensor.temperature = 50000;
+  sensor.traversItems();
+  decideAt(namesake, 50000);
+  decideAt(waiting, 50000);
+  sensor.changeScenario("Default");
+  EXPECT_TRUE(waiting.undecided);
+  decideAt(waiting, 50000);
+  namesake.deactivate();
+  decideAt(waiting, 50000);
+  EXPECT_EQ(big.levelsSet(), (Levels{3, 1}));
+}
+
 TEST_F(MonitorTest, IsUndecidedFromItsActivationToItsFirstDecision) {
   Monitor monitor = plainMonitor();
   EXPECT_FALSE(monitor.undecided);

@@ -1,0 +1,59 @@
+"""System calls of the sampling thread and wake-ups of the whole process."""
+
+import collections
+import subprocess
+import time
+from typing import NamedTuple
+
+from . import boards
+from .ground import SYSFS_NODES
+
+SENSORS = 64
+TRACED_PERIOD = 100  # milliseconds: enough passes in a short trace
+TRACED_SECONDS = 2.0
+
+
+class Calls(NamedTuple):
+    """System call -> how often it is made."""
+    per_sample: dict
+    per_pass: dict  # what one pass over all sensors adds: its waiting
+
+
+def count(ground):
+    _install(ground, TRACED_PERIOD)
+    with ground.daemon("nolog") as daemon:
+        lines = _trace(ground, daemon.sampler(SENSORS, TRACED_PERIOD))
+    waits = [i for i, line in enumerate(lines) if "FUTEX_WAIT" in line]
+    passes = len(waits) - 1
+    names = collections.Counter(line.partition("(")[0] for line in lines[waits[0]:waits[-1]])
+    waiting = names.pop("futex")
+    return Calls({name: count / (passes * SENSORS) for name, count in names.items()},
+                 {"futex": waiting / passes})
+
+
+def wake_ups(ground, seconds):
+    """Wake-ups in a second of each thread that woke at all, with no algorithm active."""
+    _install(ground, 1000)
+    with ground.daemon("nolog") as daemon:
+        daemon.sampler(SENSORS, 1000)
+        before = {thread: daemon.wake_ups(thread) for thread in daemon.threads()}
+        begin = time.monotonic()
+        time.sleep(seconds)
+        elapsed = time.monotonic() - begin
+        woke = [daemon.wake_ups(thread) - count for thread, count in before.items()]
+    return [count / elapsed for count in woke if count]
+
+
+def _install(ground, period):
+    device = ground.box.add_node(ground.box.nodes / "device0")
+    ground.install(boards.environment(SYSFS_NODES[:SENSORS], period, [device]),
+                   boards.sleepers(SENSORS))
+
+
+def _trace(ground, thread):
+    output = ground.box.base / "trace"
+    with subprocess.Popen(["strace", "-qq", "-o", output, "-p", str(thread)]) as strace:
+        time.sleep(TRACED_SECONDS)
+        strace.terminate()
+    # The call in which the trace ends has no result.
+    return [line for line in output.read_text().splitlines() if " = " in line]

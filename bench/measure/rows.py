@@ -1,0 +1,161 @@
+"""The rows of the table: what is measured, the bar, and whether it is reached."""
+
+import statistics
+from typing import NamedTuple
+
+from . import calls, cost, memory, micro, reaction, scale, startup
+
+MEBIBYTE = 1 << 20
+
+
+class Effort(NamedTuple):
+    rounds: int  # of daemon and floor in turn
+    slow_window: float  # seconds of a window at a period of 1 s
+    fast_window: float  # the same at 100 ms
+    idle_seconds: float
+    swaps: int
+    starts: int
+    crossings: int
+    pass_seconds: float
+    scale_swaps: int
+    micro_seconds: float
+
+
+FULL = Effort(rounds=7, slow_window=8.0, fast_window=4.0, idle_seconds=20.0, swaps=10000, starts=15,
+              crossings=400, pass_seconds=3.0, scale_swaps=20, micro_seconds=0.3)
+QUICK = Effort(rounds=1, slow_window=2.0, fast_window=1.0, idle_seconds=5.0, swaps=500, starts=3,
+               crossings=40, pass_seconds=1.0, scale_swaps=3, micro_seconds=0.02)
+
+
+class Row(NamedTuple):
+    work: str
+    bar: str
+    measured: str
+    met: bool
+
+
+class Result(NamedTuple):
+    rows: list
+    reactions: reaction.Reactions
+    curves: list
+    micro: list
+    effort: Effort
+
+
+def measure_all(ground, effort, progress):
+    rows = []
+
+    def add(*new):
+        for row in new:
+            progress(f"{row.work}: {row.measured}{'' if row.met else '  (MISSED)'}")
+        rows.extend(new)
+
+    add(*_cost_rows(ground, effort))
+    add(_calls_row(ground))
+    add(_wake_ups_row(ground, effort))
+    add(*_memory_rows(ground, effort))
+    add(*_start_up_rows(ground, effort))
+    reactions = reaction.measure(ground, effort.crossings)
+    add(*_reaction_rows(reactions))
+    curves = [scale.decision_passes(ground, effort.pass_seconds),
+              scale.swaps(ground, effort.scale_swaps)]
+    add(*_scale_rows(curves))
+    return Result(rows, reactions, curves, micro.measure(ground, effort.micro_seconds), effort)
+
+
+def _cost_rows(ground, effort):
+    for sensors, period, window, log, bar in (
+            (64, 1000, effort.slow_window, "nolog", 2.2),
+            (512, 100, effort.fast_window, "nolog", 1.8),
+            (64, 1000, effort.slow_window, "log", 1.5),
+            (512, 100, effort.fast_window, "log", 1.5)):
+        load = cost.Load(sensors, period, window, log)
+        yield _cost_row(load, bar, cost.measure(ground, load, effort.rounds))
+
+
+def _cost_row(load, bar, measured):
+    median = statistics.median
+    ratio = median(measured.ratios)
+    return Row(
+        f"processor time per sample, {load.sensors} sensors at {load.period} ms, "
+        + ("log off" if load.log == "nolog" else "log on"),
+        f"at most {bar} x floor" + ("" if load.log == "nolog" else " with one log line per sample"),
+        f"{ratio:.2f} x ({min(measured.ratios):.2f} to {max(measured.ratios):.2f}): "
+        f"{median(measured.daemon) / 1000:.2f} µs, floor {median(measured.floor) / 1000:.2f} µs",
+        ratio <= bar)
+
+
+def _calls_row(ground):
+    counted = calls.count(ground)
+    each = ", ".join(f"{count:g} {name}" for name, count in sorted(counted.per_sample.items()))
+    waiting = ", ".join(f"{count:g} {name}" for name, count in counted.per_pass.items())
+    return Row("system calls per sample, log off", "exactly 2: one seek, one read",
+               f"{sum(counted.per_sample.values()):g} ({each}); for the wait after a pass {waiting}",
+               counted.per_sample == {"lseek": 1, "read": 1})
+
+
+def _wake_ups_row(ground, effort):
+    rates = calls.wake_ups(ground, effort.idle_seconds)
+    # A window may cut off one wake-up of a thread at each end.
+    doubt = 1 / effort.idle_seconds
+    return Row(f"wake-ups per second, {calls.SENSORS} sensors at 1 s, no active algorithm",
+               "2: the sensor thread and the scenario thread",
+               f"{sum(rates):.2f} ({' + '.join(f'{rate:.2f}' for rate in rates)})",
+               len(rates) == 2 and all(abs(rate - 1) <= doubt for rate in rates))
+
+
+def _memory_rows(ground, effort):
+    phone, sensors = memory.of_phone(ground), memory.of_sensors(ground, 512)
+    growth = memory.growth(ground, effort.swaps)
+    yield _resident_row("phone board", phone, 4.5)
+    yield _resident_row("512 sensors", sensors, 6.0)
+    yield Row(f"growth of the resident memory over {growth.swaps} swaps of the phone's configuration",
+              "none but the scenario objects, which are never freed",
+              f"{growth.bytes / 1024:.0f} KiB; the scenario objects are {growth.kept / 1024:.0f} KiB",
+              growth.accounted)
+
+
+def _resident_row(board, resident, bar):
+    return Row(f"resident memory, {board}", f"at most {bar:g} MiB", f"{resident / MEBIBYTE:.2f} MiB",
+               resident <= bar * MEBIBYTE)
+
+
+def _start_up_rows(ground, effort):
+    yield _start_up_row("phone board", startup.of_phone(ground, effort.starts), 20)
+    yield _start_up_row("10,000 configured items",
+                        startup.of_items(ground, 10000, effort.starts), 200)
+
+
+def _start_up_row(board, seconds, bar):
+    milliseconds = [1000 * value for value in seconds]
+    median = statistics.median(milliseconds)
+    return Row(f"start-up to the first sample, {board}", f"at most {bar} ms",
+               f"{median:.1f} ms ({min(milliseconds):.1f} to {max(milliseconds):.1f})",
+               median <= bar)
+
+
+def _reaction_rows(reactions):
+    sampling, period = reaction.SAMPLING, reaction.SAMPLING + reaction.DECIDING
+    distance = reaction.distance_from_uniform(reactions.rising, sampling)
+    chance = reaction.chance_distance(len(reactions.rising))
+    yield Row(f"reaction to a crossing, algorithm asleep, sampled every {sampling} ms",
+              f"uniform in 0 to {sampling} ms",
+              f"{_range(reactions.rising)}; furthest from uniform {distance:.3f}, "
+              f"chance stays below {chance:.3f}", distance <= chance)
+    slowest = max(reactions.rising + reactions.falling)
+    yield Row("the same, both directions: nothing added above the sampling period and the "
+              f"algorithm's ({reaction.DECIDING} ms)", f"at most {period + 5} ms",
+              f"{slowest:.1f} ms at most of {len(reactions.rising + reactions.falling)}; "
+              f"algorithm awake {_range(reactions.falling)}", slowest <= period + 5)
+
+
+def _range(values):
+    return f"{min(values):.1f} to {max(values):.1f} ms, median {statistics.median(values):.1f}"
+
+
+def _scale_rows(curves):
+    for curve in curves:
+        per_item = [value / count for value, count in zip(curve.nanoseconds, scale.COUNTS)]
+        yield Row(f"cost of a {curve.name}, {scale.COUNTS[0]} to {scale.COUNTS[-1]:,} items",
+                  "linear or better",
+                  " / ".join(f"{value:.0f}" for value in per_item) + " ns per item", curve.linear)
