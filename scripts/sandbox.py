@@ -149,7 +149,7 @@ class Sandbox:
 
     def stop(self):
         if self.running():
-            self.process.send_signal(signal.SIGKILL)
+            self.process.terminate()
         if self.process is not None:
             self.process.wait()
 

@@ -12,6 +12,7 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 def pytest_addoption(parser):
     parser.addoption("--build-dir", default=str(REPOSITORY / "build" / "release"),
                      help="where the daemon and the capture library have been built")
+    parser.addoption("--emulator", help="what runs programs of another processor: qemu-aarch64")
 
 
 @pytest.fixture(scope="session")
@@ -20,12 +21,12 @@ def build_dir(request):
 
 
 @pytest.fixture
-def new_daemon(build_dir):
+def new_daemon(build_dir, request):
     """Makes daemons, each in a sandbox of its own, and checks at the end what must hold for all."""
     daemons = []
 
     def make():
-        daemons.append(Daemon(build_dir))
+        daemons.append(Daemon(build_dir, request.config.getoption("--emulator")))
         return daemons[-1]
 
     yield make

@@ -38,12 +38,22 @@ class Write(NamedTuple):
 class Daemon:
     """Collects sections and items, starts the daemon on them, and follows its record of events."""
 
-    def __init__(self, build_dir):
+    def __init__(self, build_dir, emulator=None):
+        """`emulator`: the command of qemu that runs programs of another processor."""
         self.box = Sandbox()
         self.binary = build_dir / "talmor-thermal"
-        self.capture = build_dir / "libthermal-capture.so"
+        self.emulator = emulator
+        self.preloads = [build_dir / "libthermal-capture.so"]
         self.record = self.box.base / "capture"
         self.record.touch()
+        self.environment = {
+            "THERMAL_CAPTURE": str(self.record),
+            "ASAN_OPTIONS": "verify_asan_link_order=0",
+            "UBSAN_OPTIONS": "print_stacktrace=1",
+            # Each worker holds its sleepMutex while it waits with its loopMutex, and no one else
+            # ever holds both: the order that the detector misses cannot lead to a deadlock.
+            "TSAN_OPTIONS": "detect_deadlocks=0",
+        }
         self.env_text = ""
         self.conf_text = ""
         self.events = []
@@ -94,19 +104,13 @@ class Daemon:
         self.box.env_file.write_text(self.env_text)
         self.box.conf_file.write_text(self.conf_text)
 
-    def start(self, *args, write_files=True, **options):
+    def start(self, *args, write_files=True, prefix=(), **options):
         if write_files:
             self.write_files()
-        env = {
-            "LD_PRELOAD": str(self.capture),
-            "THERMAL_CAPTURE": str(self.record),
-            "ASAN_OPTIONS": "verify_asan_link_order=0",
-            "UBSAN_OPTIONS": "print_stacktrace=1",
-            # Each worker holds its sleepMutex while it waits with its loopMutex, and no one else
-            # ever holds both: the order that the detector misses cannot lead to a deadlock.
-            "TSAN_OPTIONS": "detect_deadlocks=0",
-        }
-        self.box.start(self.binary, args, env, **options)
+        preload = "LD_PRELOAD=" + ":".join(map(str, self.preloads))
+        # Either way, what is on the way to the daemon runs as ever.
+        runner = [self.emulator, "-E", preload] if self.emulator else ["env", preload]
+        self.box.start(self.binary, args, self.environment, [*prefix, *runner], **options)
 
     def started(self, *args, **options):
         """Starts it and waits until start-up is over."""
@@ -139,6 +143,15 @@ class Daemon:
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
     def thread_count(self):
+        """The number of its threads, once the last to start, which answers requests, has started."""
+        self.wait_polls(1)
+        return self._threads()
+
+    def wait_threads(self, count):
+        """Waits until it has so many threads: the kernel lists a joined one for a moment longer."""
+        self.wait(lambda: self._threads() == count, f"{count} threads")
+
+    def _threads(self):
         return len(os.listdir(f"/proc/{self.pid}/task"))
 
     # What it did.

@@ -18,14 +18,13 @@ class Faults:
 
     def __init__(self, daemon, build_dir):
         self._daemon = daemon
-        self._library = build_dir / "libthermal-faults.so"
         self._directory = daemon.box.base / "faults"
         self._directory.mkdir()
+        daemon.preloads.append(build_dir / "libthermal-faults.so")
+        daemon.environment["THERMAL_FAULTS"] = str(self._directory)
 
     def start(self):
-        return self._daemon.started(prefix=[
-            "env", f"LD_PRELOAD={self._daemon.capture}:{self._library}",
-            f"THERMAL_FAULTS={self._directory}"])
+        return self._daemon.started()
 
     def once(self, operation, name, error="", seconds=0.0):
         """Concerns the next such call alone, which begins by deleting the order."""

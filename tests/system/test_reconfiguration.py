@@ -220,7 +220,7 @@ def test_threads_of_the_old_configuration_end_and_do_not_pile_up(running):
     for n in (1, 2, 3):
         running.swap(f"{n}.conf", configurations[n])
         running.wait_log_start(monitor_line(f"m{n}"))
-        assert running.thread_count() == threads
+        running.wait_threads(threads)
 
 
 def test_a_thread_with_items_of_both_configurations_goes_on(running):
@@ -234,7 +234,7 @@ def test_a_new_period_brings_a_new_thread(running):
     threads = running.thread_count()
     running.swap("new.conf", "SCEN Default\n" + monitor("new", sampling=25))
     assert running.wait_log_start(monitor_line("new")).thread != before
-    assert running.thread_count() == threads
+    running.wait_threads(threads)
 
 
 def test_a_retired_thread_of_a_long_period_is_waited_for(board):
@@ -246,8 +246,7 @@ def test_a_retired_thread_of_a_long_period_is_waited_for(board):
     done = board.wait_log(END, since=mark)
     board.wait_log_start(monitor_line("new"), since=mark)
     assert done.time - decided.time < 10
-    # The kernel still lists a thread for a moment after it has been joined.
-    board.wait(lambda: board.thread_count() == threads, f"{threads} threads again")
+    board.wait_threads(threads)
 
 
 def test_the_daemon_outlives_the_thread_whose_name_comes_first(daemon):

@@ -1,5 +1,6 @@
 #include "core/ThermalMain.h"
 
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -384,8 +385,14 @@ size_t threadsOfThisProcess() {
 // this is for a process of its own.
 [[noreturn]] void runAndTell(const SysfsDir& files) {
   auto* board = new Board(files);
-  // A sanitizer starts a thread of its own beside the first one of ours.
-  std::thread([] {}).join();
+  // A sanitizer starts a thread of its own beside the first one of ours. The kernel lists ours for
+  // a moment longer than it takes to join it.
+  std::filesystem::path first;
+  std::thread([&first] {
+    first = "/proc/self/task/" + std::to_string(::syscall(SYS_gettid));
+  }).join();
+  while (std::filesystem::exists(first))
+    std::this_thread::yield();
   const size_t before = threadsOfThisProcess();
   board->runThreads();
   const std::map<std::string, std::thread*> threads = board->threads;
