@@ -33,5 +33,5 @@ public:
 
 private:
   // For the stream: a temperature is short, the 8 KiB that libstdc++ would allocate are not.
-  std::array<char, 64> buffer;
+  [[maybe_unused]] std::array<char, 64> buffer;
 };
