@@ -33,6 +33,9 @@ CAMERA_DEBUG = PLATFORM + "/150c0000.talmor_is/debug"
 # A sensor's text is padded to this width, so that rewriting it never changes the file's length.
 NODE_WIDTH = 32
 
+# A disk, unlike a node of the kernel, can hold up for seconds whoever opens or closes a file on it.
+_MEMORY = "/dev/shm"
+
 
 class SandboxError(Exception):
     """The namespace could not be built or the program in it could not be executed."""
@@ -50,7 +53,8 @@ class Sandbox:
     """
 
     def __init__(self):
-        self._temporary = tempfile.TemporaryDirectory(prefix="talmor-thermal-")
+        memory = _MEMORY if os.access(_MEMORY, os.W_OK) else None
+        self._temporary = tempfile.TemporaryDirectory(prefix="talmor-thermal-", dir=memory)
         self.base = Path(self._temporary.name)
         self._fixtures = {
             "/vendor": self.base / "vendor",

@@ -16,8 +16,9 @@ class ThermalThread;
 // Threads: `decision` runs on the algorithm's own thread, `activate` on its sensor's. `deactivate`
 // runs on the
 //          algorithm's thread, or on another in a scenario change, possibly across a running
-//          `decision`: whoever clears `active` lowers the thread's count, and a `decision` that
-//          finds itself no longer active after posting withdraws what it posted.
+//          `decision`: whoever clears `active` lowers the thread's count, and the thread, which has
+//          the item decide only while it is active, withdraws after the decision what one posted
+//          that has been put to sleep meanwhile.
 // Source:  an item of the configuration file.
 class Algo {
 public:

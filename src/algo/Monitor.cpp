@@ -21,7 +21,6 @@ Monitor::Monitor(const std::string& name_, uint32_t sampling_, int32_t startTemp
 }
 
 int Monitor::decision() {
-  const bool beganActive = active;
   const int32_t temp = readTemp();
   const uint32_t oldLevel = status;
   const uint32_t newLevel = nextLevel(temp, oldLevel);
@@ -38,21 +37,23 @@ int Monitor::decision() {
     post(newLevel);
     apply(newLevel);
   }
-  // A scenario change put this monitor to sleep while it was posting: either it saw the new level
-  // and withdrew it, or it did not, and then the level is withdrawn here.
-  if (beganActive && !active && status > 0) {
-    const uint32_t posted = status.exchange(0);
-    withdraw(posted);
-    apply(posted);
-  }
   undecided = false;
   return 0;
+}
+
+void Monitor::withdrawIfAsleep() {
+  // Whoever put the monitor to sleep either saw its new level and withdrew it, or did not, and then
+  // it is withdrawn here.
+  if (active || status == 0) return;
+  const uint32_t posted = status.exchange(0);
+  withdraw(posted);
+  apply(posted);
 }
 
 void Monitor::deactivate() {
   if (status == 0) return;
   // Asleep first, so that a `decision` that is just posting either had its level stored by now, or
-  // sees itself asleep when it looks again.
+  // is seen asleep when its thread looks again.
   fallAsleep();
   const uint32_t level = status.exchange(0);
   withdraw(level);

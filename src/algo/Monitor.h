@@ -27,6 +27,10 @@ public:
 
   int decision() override;
 
+  // For the item's own thread, behind a decision: if the monitor was put to sleep in it, takes back
+  // what was posted since.
+  void withdrawIfAsleep();
+
   // Releases the current level and sleeps. At level 0 it does nothing at all: the monitor stays
   // marked active.
   void deactivate() override;

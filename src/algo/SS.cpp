@@ -17,7 +17,6 @@ SS::SS(const std::string& name_, uint32_t sampling_, int32_t setPoint, int32_t s
 }
 
 int SS::decision() {
-  const bool beganActive = active;
   const int32_t temp = readTemp();
   const uint32_t steps = status;
   if (temp < clearTemp) {
@@ -39,12 +38,17 @@ int SS::decision() {
     device->deviceControl(name, request, era);
     device->statusApply();
     tickCount = 0;
-    // A scenario change put this item to sleep while it was posting, perhaps before the post.
-    if (beganActive && !active) release();
+    hasPosted = true;
   }
   prevTemp = temp;
   undecided = false;
   return 0;
+}
+
+void SS::withdrawIfAsleep() {
+  // Also at step 0: whoever put the item to sleep may have released the device before the post.
+  if (hasPosted && !active) release();
+  hasPosted = false;
 }
 
 void SS::activate() {
@@ -52,7 +56,8 @@ void SS::activate() {
 }
 
 void SS::deactivate() {
-  // Asleep first, so that a `decision` that is just posting sees itself asleep when it looks again.
+  // Asleep first, so that a `decision` that is just posting is seen asleep when its thread looks
+  // again.
   fallAsleep();
   release();
 }

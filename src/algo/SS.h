@@ -16,6 +16,11 @@ public:
      ThermalThread* thread, Device* device, int32_t devicePerfFloor, uint32_t timeTickTrigger);
 
   int decision() override;
+
+  // For the item's own thread, behind a decision: if the item was put to sleep in it, takes back
+  // what was posted since.
+  void withdrawIfAsleep();
+
   void activate() override;
 
   // Releases the device and sleeps, also at step 0.
@@ -34,4 +39,7 @@ private:
   int32_t stuckLevel(int32_t step);
   int32_t requestFor(int32_t steps) const;
   void release();
+
+  // Whether the latest `decision` has posted. The item's own thread alone looks at it.
+  bool hasPosted = false;
 };

@@ -24,7 +24,11 @@ public:
   // work.
   void decisionPass() {
     this->items.walk([](T& item) {
-      if (item.active) item.decision();
+      if (!item.active) return;
+      item.decision();
+      // Here, where it is known that the item was awake: a scenario change may put it to sleep
+      // before the decision has taken its first look.
+      item.withdrawIfAsleep();
     });
   }
 

