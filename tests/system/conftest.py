@@ -5,6 +5,7 @@ import pytest
 
 sys.path.insert(0, str(Path(__file__).parent))
 from daemon import Daemon  # noqa: E402
+from thermalctl import Thermalctl  # noqa: E402
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 
@@ -37,3 +38,8 @@ def new_daemon(build_dir, request):
 @pytest.fixture
 def daemon(new_daemon):
     return new_daemon()
+
+
+@pytest.fixture
+def thermalctl(build_dir, request):
+    return Thermalctl(build_dir, request.config.getoption("--emulator"))

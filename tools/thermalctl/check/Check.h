@@ -1,0 +1,14 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "check/Rule.h"
+
+// Those about the environment file, then those about the configurations.
+const std::vector<Rule>& allRules();
+
+// Every finding of every rule but the `disabled` ones, in the order of the files, lines and
+// columns.
+std::vector<Finding> check(const Subject& subject, const std::set<std::string>& disabled);

@@ -1,0 +1,83 @@
+#include "check/Inspection.h"
+
+#include <cerrno>
+#include <map>
+#include <system_error>
+
+#include "check/Check.h"
+#include "config/TextReader.h"
+
+namespace {
+
+// The content of a file, which the inspection then holds; or null and a remark that it is unread.
+const std::string* readInto(Inspection& inspection, const std::string& name) {
+  errno = 0;
+  std::optional<std::string> content = readFile(name);
+  if (!content) {
+    inspection.unread.push_back({name, std::generic_category().message(errno)});
+    return nullptr;
+  }
+  return &inspection.sources.insert_or_assign(name, Source(std::move(*content)))
+              .first->second.text();
+}
+
+void assume(std::map<std::string, const Section*>& known, Environment& board,
+            const std::string& name) {
+  if (known.count(name) > 0) return;
+  Section& section = board.sections.emplace_back();
+  section.name = name;
+  section.sampling.value = 0; // no item is faster
+  known[name] = &section;
+}
+
+// Takes every name that an item uses for that of a sensor or a device of the board.
+void assumeNames(Environment& board, const Configuration& configuration) {
+  for (const Item& item : configuration.items) {
+    if (item.sensor) assume(board.sensors, board, item.sensor->word.text);
+    if (item.device) assume(board.devices, board, item.device->word.text);
+    for (const DeviceRow& row : item.actions)
+      for (const Reference& device : row.pieces)
+        assume(board.devices, board, device.word.text);
+  }
+}
+
+void readBoard(Inspection& inspection, const std::string& name) {
+  const std::string* content = readInto(inspection, name);
+  inspection.hasBoard = content != nullptr;
+  inspection.environment = readEnvironment(name, content ? *content : "");
+}
+
+void readConfigurations(Inspection& inspection, const std::vector<std::string>& names) {
+  std::set<std::string> done;
+  for (const std::string& name : names) {
+    if (!done.insert(name).second) continue;
+    const std::string* content = readInto(inspection, name);
+    if (!content) continue;
+    if (!inspection.hasBoard)
+      assumeNames(inspection.environment, readConfiguration(name, *content, Environment()));
+    inspection.configurations.push_back(readConfiguration(name, *content, inspection.environment));
+  }
+}
+
+std::set<std::string> disabledRules(const InspectionOrder& order, bool hasBoard) {
+  std::set<std::string> disabled = order.disabledRules;
+  if (hasBoard) return disabled;
+  for (const Rule& rule : environmentRules())
+    disabled.insert(rule.name);
+  return disabled;
+}
+
+} // namespace
+
+std::string describe(const UnreadFile& file) {
+  return "cannot read " + file.name + ": " + file.reason;
+}
+
+Inspection inspect(const InspectionOrder& order) {
+  Inspection inspection;
+  readBoard(inspection, order.environment);
+  readConfigurations(inspection, order.configurations);
+  const Subject subject{inspection.environment, inspection.configurations, order.nodesRoot};
+  inspection.findings = check(subject, disabledRules(order, inspection.hasBoard));
+  return inspection;
+}
