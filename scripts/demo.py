@@ -6,19 +6,21 @@ import os
 import signal
 import sys
 import time
+from contextlib import closing
 from pathlib import Path
 
 from phone.board import Board, read_items
 from phone.daemon import Daemon, Record, Request
 from phone.display import BOLD, DIM, GREEN, RED, Display
 from phone.model import Limits, Phone
+from phone.thermalctl import Thermalctl
 from sandbox import Sandbox, SandboxError
 
 ROOT = Path(__file__).resolve().parent.parent
 BOARD = ROOT / "boards" / "phone"
-NIGHT = "talmor-thermal_night.conf"
-SCENARIO_FILE = "talmor-thermal.scen"
-REQUEST_FILE = "talmor-thermal.dconf"
+ENVIRONMENT = BOARD / "talmor-thermal.env"
+DAY = BOARD / "talmor-thermal.conf"
+NIGHT = BOARD / "talmor-thermal_night.conf"
 
 # The phone's heat is hurried so that a minute holds a quarter of an hour; the daemon is not.
 PHONE_SECONDS_PER_SECOND = 15
@@ -26,7 +28,7 @@ TICK = 0.05
 SECONDS = 60
 TAKEN_OVER_WITHIN = 5
 
-# What happens at which second: the workload changes, or a control file is written.
+# What happens at which second: the workload changes, or something is asked of the daemon.
 TIMELINE = (
     (5, "load", "game"),
     (20, "scenario", "game"),
@@ -42,10 +44,11 @@ CASE_LIMIT = 44.0
 class Demo:
     """The daemon in its sandbox, the phone that it cools, and the same phone left alone."""
 
-    def __init__(self, box, build):
+    def __init__(self, box, build, thermalctl):
         self.box = box
-        self.board = Board((BOARD / "talmor-thermal.env").read_text())
-        self.items = read_items((BOARD / "talmor-thermal.conf").read_text())
+        self.thermalctl = thermalctl
+        self.board = Board(ENVIRONMENT.read_text())
+        self.items = read_items(DAY.read_text())
         self.scenario = "Default"
         self.load = "idle"
         self.phone, self.alone = Phone(), Phone()
@@ -69,15 +72,14 @@ class Demo:
                 before = now
                 time.sleep(TICK)
             display.second(second + 1, self._shown_temperatures(), self.board.devices,
-                           self.news + self.daemon.news())
+                           self.news + self.thermalctl.news() + self.daemon.news())
             self.news = []
             if not self.box.running():
                 return
 
     def _install(self):
-        self.box.env_file.write_text((BOARD / "talmor-thermal.env").read_text())
-        self.box.conf_file.write_text((BOARD / "talmor-thermal.conf").read_text())
-        (self.box.config_dir / NIGHT).write_text((BOARD / NIGHT).read_text())
+        self.box.env_file.write_text(ENVIRONMENT.read_text())
+        self.box.conf_file.write_text(DAY.read_text())
         for node in self.board.sensor_nodes.values():
             self.box.add_node(node, "0")
         self._write_sensors()
@@ -98,15 +100,15 @@ class Demo:
             what = f"scenario {name}"
             self.scenario = name
             lines = "Changing Scenario Start", f"All scenChangeDone to {name}"
-            control_file = SCENARIO_FILE
+            words = "scenario", name
         else:
             what = "night configuration"
-            self.items = read_items((BOARD / name).read_text())
+            self.items = read_items(name.read_text())
             lines = "Start to apply new CONF file", "Appling new CONF file is completed"
-            control_file = REQUEST_FILE
+            words = "reload", name, "--env", self.box.env_file
         request = Request(what, second, *lines, before, self._items_in_force())
         self.daemon.requests.append(request)
-        self.box.write_control(control_file, name)
+        self.thermalctl.ask(what, *words, "--dir", self.box.data_dir)
         self.news.append(f"asks: {what}")
 
     def _items_in_force(self):
@@ -151,9 +153,19 @@ class Demo:
                    + (f"{seconds:.1f} s after it was asked for" if seconds else "never"))
             yield (not request.let_go, "  and let go of "
                    + (", ".join(request.let_go) or "no device whose sensor was hot"))
+        yield (not self.thermalctl.failures and not self.thermalctl.busy,
+               "thermalctl saw each of them through"
+               + "".join(f"; {failure}" for failure in self.thermalctl.failures))
         yield (self.peak["case"] < CASE_LIMIT < self.peak_alone["case"],
                f"the case stayed below {CASE_LIMIT:.0f} degrees, which it passes without the"
                " daemon")
+
+
+def board_is_fit(display, thermalctl):
+    fit, said = thermalctl.check(ENVIRONMENT, (DAY, NIGHT))
+    display.say(f"thermalctl check: {said}", GREEN if fit else RED)
+    display.say()
+    return fit
 
 
 def introduce(display):
@@ -182,6 +194,7 @@ def conclude(display, demo):
     display.say("\nWhere to look next", BOLD)
     display.say("  boards/phone/README.md    why this board is as it is\n"
                 "  docs/configuration.md     both files and both control files\n"
+                "  docs/thermalctl.md        the tool that checks them and asks the daemon\n"
                 "  docs/operating-notes.md   what surprises in operation\n"
                 "  scripts/test              all the tests")
     return 0 if all(holds for holds, _ in checks) else 1
@@ -204,8 +217,10 @@ def main():
     display = Display()
     introduce(display)
     try:
-        with Sandbox() as box:
-            demo = Demo(box, build)
+        with closing(Thermalctl(build / "thermalctl")) as thermalctl, Sandbox() as box:
+            if not board_is_fit(display, thermalctl):
+                return 1
+            demo = Demo(box, build, thermalctl)
             demo.run(display)
             return conclude(display, demo)
     except SandboxError as error:

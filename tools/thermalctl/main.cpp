@@ -8,6 +8,9 @@ namespace {
 constexpr char kExamples[] =
     "Examples:\n"
     "  thermalctl check --env talmor-thermal.env --conf talmor-thermal.conf\n"
+    "  thermalctl scenario game\n"
+    "  thermalctl reload night.conf\n"
+    "  thermalctl status --watch\n"
     "\n"
     "thermalctl COMMAND --help tells more about each.\n"
     "Exit status: 0 fine, 1 problems found, 2 could not run.";
@@ -18,6 +21,9 @@ std::string wrongCommandLine(const CLI::App*, const CLI::Error& error) {
 
 void addCommands(CLI::App& app, int& status) {
   addCheckCommand(app, status);
+  addScenarioCommand(app, status);
+  addReloadCommand(app, status);
+  addStatusCommand(app, status);
   for (CLI::App* command : app.get_subcommands([](CLI::App*) { return true; }))
     command->group("Commands");
 }

@@ -1,0 +1,79 @@
+#include "control/ConfigurationRequest.h"
+
+#include "control/OpenWatch.h"
+#include "control/ReplaceFile.h"
+
+namespace {
+
+using Outcome = ConfigurationOutcome;
+
+class ConfigurationRequest {
+public:
+  ConfigurationRequest(const ControlDirectory& directory, const std::string& name_,
+                       std::chrono::milliseconds timeout_, Waiting& waiting_)
+      : request(directory.requestFile), name(name_), path(directory.configurations + name),
+        timeout(timeout_), waiting(waiting_) {}
+
+  ConfigurationAnswer run(const std::string& content) {
+    waiting.stage("waiting for an earlier request");
+    if (!within([this] { return nothingIsPending(); })) return {Outcome::Pending, word, {}};
+    if (const auto error = replaceFile(path, content).error) return {Outcome::Failed, path, error};
+    OpenWatch watch(path);
+    if (watch.error()) return {Outcome::Failed, path, watch.error()};
+    if (const auto error = request.ask(name)) return {Outcome::Failed, request.path, error};
+    return follow(watch);
+  }
+
+private:
+  ConfigurationAnswer follow(OpenWatch& watch) {
+    waiting.stage("asking for " + name);
+    const bool seen = within([&] { return isAnswered() || isOvertaken() || watch.isOpened(); });
+    // In this order: the daemon opens the file before it answers.
+    if (watch.isOpened()) return awaitAnswer();
+    if (!seen) return withdraw();
+    return {isAnswered() ? Outcome::Rejected : Outcome::Overtaken, word, {}};
+  }
+
+  ConfigurationAnswer awaitAnswer() {
+    waiting.stage("waiting for " + name + " to be in force");
+    const bool answered = within([this] { return isAnswered(); });
+    return {answered ? Outcome::InForce : Outcome::NotFinished, "", {}};
+  }
+
+  // The next one to ask shall not wait for what nobody reads.
+  ConfigurationAnswer withdraw() {
+    if (!request.isReplaced()) request.ask(kParsed);
+    return {Outcome::NotTaken, "", {}};
+  }
+
+  bool nothingIsPending() {
+    readWord();
+    return word == kParsed || word == kNoFile;
+  }
+  bool isAnswered() {
+    readWord();
+    return word == kParsed;
+  }
+  bool isOvertaken() { return request.isReplaced() && word != name && !word.empty(); }
+  void readWord() { word = request.word().value_or(kNoFile); }
+
+  template <typename Condition> bool within(Condition condition) {
+    return waitUntil(waiting, waiting.now() + timeout, condition);
+  }
+
+  ControlFile request;
+  const std::string& name;
+  const std::string path;
+  const std::chrono::milliseconds timeout;
+  Waiting& waiting;
+  // What the request file held last.
+  std::string word;
+};
+
+} // namespace
+
+ConfigurationAnswer requestConfiguration(const ControlDirectory& directory, const std::string& name,
+                                         const std::string& content,
+                                         std::chrono::milliseconds timeout, Waiting& waiting) {
+  return ConfigurationRequest(directory, name, timeout, waiting).run(content);
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <system_error>
+
+#include "control/ControlFile.h"
+#include "control/Waiting.h"
+
+enum class ConfigurationOutcome {
+  InForce,
+  Rejected,    // the daemon has answered without opening the file
+  Overtaken,   // another writer has asked for `word` meanwhile
+  Pending,     // the request for `word` that was there before is still not done
+  NotTaken,    // nobody has looked at the request
+  NotFinished, // the daemon has opened the file and not answered since
+  Failed,      // `word` is the path that is to blame, `error` says why
+};
+
+struct ConfigurationAnswer {
+  ConfigurationOutcome outcome;
+  std::string word;
+  std::error_code error;
+};
+
+// Puts a configuration of that name beside the others, asks the daemon for it and waits until it is
+// in force. `timeout` holds for each of the three things waited for: the end of a request that is
+// under way, the take-over, the answer.
+//
+// The request file alone does not tell a rejection from a swap, the answer to both is the same. But
+// the daemon takes over what it could open, so the file is watched for that.
+ConfigurationAnswer requestConfiguration(const ControlDirectory& directory, const std::string& name,
+                                         const std::string& content,
+                                         std::chrono::milliseconds timeout, Waiting& waiting);
