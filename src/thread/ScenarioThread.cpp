@@ -95,7 +95,7 @@ void ScenarioThread::configurationStep() {
 void ScenarioThread::applyConfiguration() {
   LOG_LINE("[TalmorThermal] Start to apply new CONF file\n");
   scenUpdateWithSensorThread(true);
-  owner->dynamicConfParse(confState);
+  loadConfiguration(confState);
   if (owner->scenarios.count(currentScenName) == 0) {
     LOG_LINE("[TalmorThermal] There is no scen name in new conf file: %s\n", lastWord.c_str());
     currentScenName = "Default";
@@ -115,16 +115,7 @@ void ScenarioThread::scenUpdateWithSensorThread(bool newConf) {
   LOG_LINE("[TalmorThermal] Changing Scenario Start (%s->%s)\n", currentScenName.c_str(),
            requestedScenName.c_str());
 
-  for (const auto& [sampling, worker] : workers)
-    park(*worker);
-  passBarrier();
-  for (const auto& [sampling, worker] : workers)
-    handOverName(*worker, newConf);
-  passBarrier();
-  letWokenItemsDecide();
-  for (const auto& [sampling, worker] : workers)
-    release(*worker);
-  passBarrier();
+  changeWithSensorThreads(workers, newConf);
 
   // A name that the configuration does not declare has no flag to move.
   const auto mark = [&scenarios](const std::string& name, bool inForce) {
@@ -137,14 +128,31 @@ void ScenarioThread::scenUpdateWithSensorThread(bool newConf) {
   LOG_LINE("[TalmorThermal] All scenChangeDone to %s\n", currentScenName.c_str());
 }
 
+void ScenarioThread::changeWithSensorThreads(const std::map<int32_t, SensorThread*>& workers,
+                                             bool newConf) {
+  for (const auto& [sampling, worker] : workers)
+    park(*worker);
+  passBarrier();
+  for (const auto& [sampling, worker] : workers)
+    handOverName(*worker, newConf);
+  passBarrier();
+  letWokenItemsDecide();
+  for (const auto& [sampling, worker] : workers)
+    release(*worker);
+  passBarrier();
+}
+
+void ScenarioThread::loadConfiguration(const std::string& name) {
+  owner->dynamicConfParse(name);
+}
+
 void ScenarioThread::park(SensorThread& worker) {
   ++pendingCount;
   worker.scenChangeRequested = true;
   worker.sleepCond.notify_one();
 }
 
-void ScenarioThread::handOverName(SensorThread& worker, bool newConf) {
-  ++pendingCount;
+void ScenarioThread::prepareName(SensorThread& worker, bool newConf) {
   std::string name = requestedScenName;
   if (newConf) {
     for (Sensor* sensor : worker.items)
@@ -152,6 +160,11 @@ void ScenarioThread::handOverName(SensorThread& worker, bool newConf) {
     name.insert(0, kRetiredPrefix);
   }
   worker.newScenName = name;
+}
+
+void ScenarioThread::handOverName(SensorThread& worker, bool newConf) {
+  ++pendingCount;
+  prepareName(worker, newConf);
   worker.holdForScenThread = false;
   awaitWaitAt(worker.handshakeMutex[0]);
   worker.handshakeCond[0].notify_one();

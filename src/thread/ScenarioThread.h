@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <string>
 
 #include "thread/Scenario.h"
@@ -49,6 +51,18 @@ public:
   ThermalMain* owner = nullptr;
   std::string currentScenName{"Default"};
   std::string requestedScenName{"Default"};
+
+protected:
+  // The part of a change that waits for the sensor threads, in its three phases.
+  virtual void changeWithSensorThreads(const std::map<int32_t, SensorThread*>& workers,
+                                       bool newConf);
+
+  // Reads the configuration file `name` and starts the workers that it brings.
+  virtual void loadConfiguration(const std::string& name);
+
+  // Leaves the worker the name to change to. With `newConf` its sensors move their algorithms
+  // first.
+  void prepareName(SensorThread& worker, bool newConf);
 
 private:
   void scenarioStep();

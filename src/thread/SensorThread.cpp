@@ -39,19 +39,27 @@ void SensorThread::changeScenario() {
   // Raised again before checking in for the second time: the scenario thread clears it only after
   // that.
   holdForScenThread = true;
-  items.walk([this](Sensor& sensor) {
-    sensor.changeScenario(newScenName);
-    sample(sensor);
-  });
+  takeOverScenario();
   waitForScenThread(1);
-  items.walk([](Sensor& sensor) {
-    sensor.deactivateOldScen();
-    sensor.oldScenario = sensor.scenario;
-  });
+  leaveOldScenario();
   // Before the last check-in, so that the line stands ahead of the scenario thread's own word that
   // all are done.
   LOG_LINE("[TalmorThermal] ScenChange for sensor Thread is done [%s]\n", newScenName.c_str());
   scenarioThread->checkIn();
+}
+
+void SensorThread::takeOverScenario() {
+  items.walk([this](Sensor& sensor) {
+    sensor.changeScenario(newScenName);
+    sample(sensor);
+  });
+}
+
+void SensorThread::leaveOldScenario() {
+  items.walk([](Sensor& sensor) {
+    sensor.deactivateOldScen();
+    sensor.oldScenario = sensor.scenario;
+  });
 }
 
 void SensorThread::waitForScenThread(int index) {

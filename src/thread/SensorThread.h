@@ -21,6 +21,11 @@ public:
   // work.
   void samplingPass();
 
+  // The two steps of a scenario change between its barriers: every sensor takes `newScenName` and
+  // one sample, and then lets the algorithms of the scenario before it go.
+  void takeOverScenario();
+  void leaveOldScenario();
+
   // Checks in with the scenario thread and stays until it lets go.
   void waitForScenThread(int index);
 
