@@ -16,6 +16,29 @@ def pytest_addoption(parser):
     parser.addoption("--emulator", help="what runs programs of another processor: qemu-aarch64")
 
 
+def build_name(config):
+    return Path(config.getoption("--build-dir")).name
+
+
+def pytest_ignore_collect(collection_path, config):
+    """thermalctl has a single thread and runs on a workstation: these builds say nothing about it
+    that the others do not."""
+    without = build_name(config) in ("libcxx", "tsan", "aarch64", "coverage")
+    return True if without and collection_path.name.startswith("test_thermalctl_") else None
+
+
+@pytest.hookimpl(tryfirst=True)
+def pytest_collection_modifyitems(config, items):
+    """One browser serves all tests that look at a page. The page is the same in every build, and
+    only the build as released keeps the pace of a simulated daemon."""
+    for item in items:
+        if "browser" in item.fixturenames:
+            item.add_marker(pytest.mark.xdist_group("browser"))
+        if ({"browser", "ahead_of_others"} & set(item.fixturenames)
+                and build_name(config) != "release"):
+            item.add_marker(pytest.mark.skip(reason="only where the build is named release"))
+
+
 @pytest.fixture(scope="session")
 def build_dir(request):
     return Path(request.config.getoption("--build-dir")).resolve()

@@ -255,7 +255,7 @@ def test_a_switch_cuts_a_long_period_short(board):
 def test_a_busy_sensor_thread_finishes_its_pass_before_a_switch(daemon):
     sensors = [f"s{number}" for number in range(200)]
     for name in sensors:
-        daemon.sensor(name, sampling=1)
+        daemon.sensor(name, sampling=10)
     daemon.conf("SCEN Default\n" + monitor("day", sensor="s0") +
                 "SCEN game\n" + monitor("play", sensor="s0"))
     daemon.started()
