@@ -37,6 +37,7 @@ class Ground:
 
     def __init__(self, build_dir):
         self.daemon_binary = build_dir / "talmor-thermal"
+        self.thermalctl = build_dir / "thermalctl"
         self.floor_binary = build_dir / "bench" / "bench-floor"
         self.micro_binary = build_dir / "bench" / "bench-micro"
         self.poll_library = build_dir / "bench" / "libbench-poll.so"

@@ -3,7 +3,7 @@
 import statistics
 from typing import NamedTuple
 
-from . import calls, cost, memory, micro, reaction, scale, startup
+from . import calls, cost, memory, micro, reaction, scale, simulation, startup
 
 MEBIBYTE = 1 << 20
 
@@ -19,12 +19,13 @@ class Effort(NamedTuple):
     pass_seconds: float
     scale_swaps: int
     micro_seconds: float
+    simulations: int
 
 
 FULL = Effort(rounds=7, slow_window=8.0, fast_window=4.0, idle_seconds=20.0, swaps=10000, starts=15,
-              crossings=400, pass_seconds=3.0, scale_swaps=20, micro_seconds=0.3)
+              crossings=400, pass_seconds=3.0, scale_swaps=20, micro_seconds=0.3, simulations=9)
 QUICK = Effort(rounds=1, slow_window=2.0, fast_window=1.0, idle_seconds=5.0, swaps=500, starts=3,
-               crossings=40, pass_seconds=1.0, scale_swaps=3, micro_seconds=0.02)
+               crossings=40, pass_seconds=1.0, scale_swaps=3, micro_seconds=0.02, simulations=1)
 
 
 class Row(NamedTuple):
@@ -60,6 +61,7 @@ def measure_all(ground, effort, progress):
     curves = [scale.decision_passes(ground, effort.pass_seconds),
               scale.swaps(ground, effort.scale_swaps)]
     add(*_scale_rows(curves))
+    add(*_simulation_rows(ground, effort))
     return Result(rows, reactions, curves, micro.measure(ground, effort.micro_seconds), effort)
 
 
@@ -159,3 +161,18 @@ def _scale_rows(curves):
         yield Row(f"cost of a {curve.name}, {scale.COUNTS[0]} to {scale.COUNTS[-1]:,} items",
                   "linear or better",
                   " / ".join(f"{value:.0f}" for value in per_item) + " ns per item", curve.linear)
+
+
+def _simulation_rows(ground, effort):
+    for output, what in ((False, "the table alone"), (True, "with both traces and the page")):
+        seconds = [simulation.seconds_of(ground, 1, output) for _ in range(effort.simulations)]
+        median = statistics.median(seconds)
+        yield Row(f"an hour of the phone board simulated on one core, {what}",
+                  "at most 1 s: 3,600 x real time",
+                  f"{median:.3f} s ({min(seconds):.3f} to {max(seconds):.3f}): "
+                  f"{3600 / median:,.0f} x", median <= 1)
+    hour, day = (simulation.peak_of(ground, hours) for hours in (1, 24))
+    yield Row("resident memory of a simulation, 1 h and 24 h, with both traces and the page",
+              "at most 2 MiB more for the day",
+              f"{hour / MEBIBYTE:.2f} MiB and {day / MEBIBYTE:.2f} MiB",
+              day <= hour + 2 * MEBIBYTE)

@@ -18,6 +18,12 @@ class Thermalctl:
                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         return run.returncode == 0, run.stdout.strip()
 
+    def simulate(self, *words):
+        """Whether a simulation went well and kept its limits, and what is said of it."""
+        run = subprocess.run([self._binary, "simulate", *words], stdin=subprocess.DEVNULL,
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        return run.returncode == 0, run.stdout.strip()
+
     def ask(self, what, *words):
         """Begins to ask the daemon for something."""
         self._asking.append((what, subprocess.Popen(

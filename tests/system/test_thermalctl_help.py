@@ -12,7 +12,7 @@ import pytest
 from thermalctl import environment
 
 TOOL = Path(__file__).resolve().parents[2] / "tools" / "thermalctl"
-COMMANDS = ("check", "scenario", "reload", "status")
+COMMANDS = ("check", "scenario", "reload", "status", "simulate", "plot")
 BASH = TOOL / "completion" / "thermalctl.bash"
 ZSH = TOOL / "completion" / "_thermalctl"
 
@@ -154,13 +154,16 @@ def test_bash_completes_the_formats(complete_in_bash):
 
 
 @pytest.mark.parametrize("words", [("check", "--env"), ("check", "--conf"), ("reload",),
-                                   ("reload", "--env"), ("status", "--env")])
+                                   ("reload", "--env"), ("status", "--env"),
+                                   ("simulate", "--plant"), ("simulate", "--workload"), ("plot",)])
 def test_bash_completes_files(complete_in_bash, tmp_path, words):
     (tmp_path / "night.conf").touch()
     assert complete_in_bash(*words, f"{tmp_path}/n") == [f"{tmp_path}/night.conf"]
 
 
-@pytest.mark.parametrize("words", [("check", "--nodes"), ("scenario", "--dir"), ("status", "--dir")])
+@pytest.mark.parametrize("words", [("check", "--nodes"), ("scenario", "--dir"), ("status", "--dir"),
+                                   ("simulate", "--board"), ("simulate", "--out"),
+                                   ("plot", "--board"), ("plot", "--out")])
 def test_bash_completes_directories(complete_in_bash, tmp_path, words):
     (tmp_path / "night.conf").touch()
     (tmp_path / "nodes").mkdir()

@@ -19,3 +19,5 @@ void addCheckCommand(CLI::App& app, int& status);
 void addScenarioCommand(CLI::App& app, int& status);
 void addReloadCommand(CLI::App& app, int& status);
 void addStatusCommand(CLI::App& app, int& status);
+void addSimulateCommand(CLI::App& app, int& status);
+void addPlotCommand(CLI::App& app, int& status);

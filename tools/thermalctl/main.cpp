@@ -11,6 +11,7 @@ constexpr char kExamples[] =
     "  thermalctl scenario game\n"
     "  thermalctl reload night.conf\n"
     "  thermalctl status --watch\n"
+    "  thermalctl simulate --board boards/phone --workload game --out report\n"
     "\n"
     "thermalctl COMMAND --help tells more about each.\n"
     "Exit status: 0 fine, 1 problems found, 2 could not run.";
@@ -24,6 +25,8 @@ void addCommands(CLI::App& app, int& status) {
   addScenarioCommand(app, status);
   addReloadCommand(app, status);
   addStatusCommand(app, status);
+  addSimulateCommand(app, status);
+  addPlotCommand(app, status);
   for (CLI::App* command : app.get_subcommands([](CLI::App*) { return true; }))
     command->group("Commands");
 }

@@ -17,12 +17,12 @@ _thermalctl_rules() {
 # The value of the option before it.
 _thermalctl_value() {
   case $1 in
-    --env | --conf) _thermalctl_paths -f "$2" ;;
-    --dir | --nodes) _thermalctl_paths -d "$2" ;;
+    --env | --conf | --plant | --workload) _thermalctl_paths -f "$2" ;;
+    --dir | --nodes | --board | --out) _thermalctl_paths -d "$2" ;;
     --format) _thermalctl_words 'text json sarif markdown' "$2" ;;
     --disable) _thermalctl_words "$(_thermalctl_rules)" "$2" ;;
     --explain) _thermalctl_words "all $(_thermalctl_rules)" "$2" ;;
-    --timeout) COMPREPLY=() ;;
+    --timeout | --duration | --limit | --seed) COMPREPLY=() ;;
     *) return 1 ;;
   esac
 }
@@ -33,6 +33,10 @@ _thermalctl_options() {
     scenario) echo '--dir --timeout --help -h' ;;
     reload) echo '--dir --env --force --timeout --help -h' ;;
     status) echo '--dir --env --watch --help -h' ;;
+    simulate)
+      echo '--board --env --conf --plant --workload --duration --out --limit --seed --help -h'
+      ;;
+    plot) echo '--board --out --help -h' ;;
     *) echo '--version --help -h' ;;
   esac
 }
@@ -40,10 +44,10 @@ _thermalctl_options() {
 _thermalctl() {
   local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}
   if ((COMP_CWORD == 1)); then
-    _thermalctl_words "check scenario reload status $(_thermalctl_options)" "$word"
+    _thermalctl_words "check scenario reload status simulate plot $(_thermalctl_options)" "$word"
   elif [[ $word == -* ]]; then
     _thermalctl_words "$(_thermalctl_options "$command")" "$word"
-  elif ! _thermalctl_value "${COMP_WORDS[COMP_CWORD - 1]}" "$word" && [[ $command == reload ]]; then
+  elif ! _thermalctl_value "${COMP_WORDS[COMP_CWORD - 1]}" "$word" && [[ $command == @(reload|plot) ]]; then
     _thermalctl_paths -f "$word"
   fi
 }

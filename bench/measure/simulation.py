@@ -1,0 +1,35 @@
+"""Speed and memory of the simulator: the phone board through a game, with all that it can write."""
+
+import subprocess
+import time
+
+from . import boards
+from .ground import Program
+
+GLANCE = 0.002
+
+
+def seconds_of(ground, hours, output):
+    """Of wall clock, for a run of so many hours on one core."""
+    begin = time.monotonic()
+    subprocess.run(_command(ground, hours, output), check=True, stdout=subprocess.DEVNULL)
+    return time.monotonic() - begin
+
+
+def peak_of(ground, hours):
+    """The most bytes of resident memory that were seen of a run."""
+    peak = 0
+    process = subprocess.Popen(_command(ground, hours, True), stdout=subprocess.DEVNULL)
+    with Program(process) as program:
+        while process.poll() is None:
+            peak = max(peak, program.resident_bytes())
+            time.sleep(GLANCE)
+    if process.returncode:
+        raise RuntimeError(f"the simulation ended: {process.returncode}")
+    return peak
+
+
+def _command(ground, hours, output):
+    command = ["taskset", "--cpu-list", "0", ground.thermalctl, "simulate",
+               "--board", boards.PHONE, "--workload", "game", "--duration", f"{hours}h"]
+    return command + ["--out", ground.box.base / "simulation"] if output else command

@@ -1,0 +1,142 @@
+#include "report/Summary.h"
+
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// A sensor with a monitor on it and a device of three levels.
+TraceDescription boardOf(const std::string& name, std::vector<AlgorithmTrack::Threshold> thresholds,
+                         bool lowactive = false) {
+  TraceDescription run;
+  run.name = name;
+  run.sensors.push_back({"skin", SensorTrack::Kind::kReal, 1000, {}});
+  run.devices.push_back({"cpu", "cpufreq", {"2000", "1500", "500"}});
+  AlgorithmTrack algorithm;
+  algorithm.name = "item";
+  algorithm.sensor = 0;
+  algorithm.thresholds = std::move(thresholds);
+  algorithm.lowactive = lowactive;
+  run.algorithms.push_back(algorithm);
+  return run;
+}
+
+// Ten minutes: 30 degrees at level 0 for six, 41 at level 2 for three, 35 at level 1 for one.
+void play(Summary& summary, const TraceDescription& run) {
+  summary.begin(run);
+  summary.temperature(0, 0, 30000);
+  summary.level(0, 0, 0, "2000");
+  summary.temperature(360000, 0, 41000);
+  summary.level(360000, 0, 2, "500");
+  summary.temperature(540000, 0, 35000);
+  summary.level(540000, 0, 1, "1500");
+  summary.end(600000, {{"cores", 200, 150}, {"camera", 0, 0}});
+}
+
+std::string tableOf(const Summary& summary) {
+  std::ostringstream out;
+  summary.print(out);
+  return out.str();
+}
+
+TEST(SummaryTest, TellsTemperaturesLevelsAndWorkOfARun) {
+  Summary summary;
+  play(summary, boardOf("day", {{40000, 39000}, {41000, 40000}, {42000, 41000}}));
+  EXPECT_EQ(tableOf(summary), "                                        day\n"
+                              "run    duration, h:mm:ss            0:10:00\n"
+                              "skin   peak, degrees C                 41.0\n"
+                              "       mean                            33.8\n"
+                              "       time >=40                    0:03:00\n"
+                              "       time >=41                    0:03:00\n"
+                              "       never >=42\n"
+                              "cpu    mean level                      0.70\n"
+                              "       at level 0 (2000)             60.0 %\n"
+                              "       at level 1 (1500)             10.0 %\n"
+                              "       at level 2 (500)              30.0 %\n"
+                              "       changes a minute                0.20\n"
+                              "       mean entry, level 0 = 100 %   75.0 %\n"
+                              "cores  work done of that asked for   75.0 %\n");
+}
+
+TEST(SummaryTest, SetsRunsSideBySideAndMeasuresAllByTheThresholdsOfAny) {
+  Summary summary;
+  play(summary, boardOf("day", {{35000, 34000}}));
+  play(summary, boardOf("night", {{30500, 30000}}));
+  const std::string table = tableOf(summary);
+  EXPECT_NE(table.find("day    night\n"), std::string::npos) << table;
+  EXPECT_NE(table.find("time >=30.5                  0:04:00  0:04:00\n"), std::string::npos)
+      << table;
+  EXPECT_NE(table.find("time >=35                    0:04:00  0:04:00\n"), std::string::npos)
+      << table;
+}
+
+TEST(SummaryTest, MeasuresTheThresholdsOfAColdItemDownwards) {
+  Summary summary;
+  play(summary, boardOf("day", {{30000, 31000}, {29999, 31000}}, true));
+  const std::string table = tableOf(summary);
+  EXPECT_NE(table.find("time <=30                    0:06:00\n"), std::string::npos) << table;
+  EXPECT_NE(table.find("never <=29.999\n"), std::string::npos) << table;
+}
+
+TEST(SummaryTest, LeavesOutWhatARunDoesNotHave) {
+  Summary summary;
+  play(summary, boardOf("day", {}));
+  TraceDescription other;
+  other.name = "other";
+  other.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, {}});
+  summary.begin(other);
+  summary.end(1000, {});
+  const std::string table = tableOf(summary);
+  EXPECT_NE(table.find("peak, degrees C                 41.0        -\n"), std::string::npos)
+      << table;
+  EXPECT_NE(table.find("mean level                      0.70        -\n"), std::string::npos)
+      << table;
+}
+
+TEST(SummaryTest, KeepsANodeOfThePlantApartFromASensorOfItsName) {
+  Summary summary;
+  TraceDescription run;
+  run.name = "day";
+  run.sensors.push_back({"battery", SensorTrack::Kind::kReal, {}, {}});
+  run.sensors.push_back({"battery", SensorTrack::Kind::kPlantNode, {}, {}});
+  summary.begin(run);
+  summary.temperature(0, 0, 20000);
+  summary.temperature(0, 1, 30000);
+  summary.end(1000, {});
+  const std::string table = tableOf(summary);
+  EXPECT_NE(table.find("battery          peak, degrees C       20.0\n"), std::string::npos)
+      << table;
+  EXPECT_NE(table.find("battery (plant)  peak, degrees C       30.0\n"), std::string::npos)
+      << table;
+}
+
+class SummaryLimitTest : public ::testing::Test {
+protected:
+  void playAt(int32_t limit) {
+    TraceDescription run = boardOf("day", {});
+    run.sensors[0].limit = limit;
+    play(summary, run);
+  }
+  Summary summary;
+};
+
+TEST_F(SummaryLimitTest, IsKeptByATemperatureBelowIt) {
+  playAt(41001);
+  EXPECT_FALSE(summary.passedALimit());
+  EXPECT_NE(tableOf(summary).find("limit 41.001                    kept\n"), std::string::npos)
+      << tableOf(summary);
+}
+
+TEST_F(SummaryLimitTest, IsKeptByATemperatureOnIt) {
+  playAt(41000);
+  EXPECT_FALSE(summary.passedALimit());
+}
+
+TEST_F(SummaryLimitTest, IsPassedByATemperatureAboveIt) {
+  playAt(40999);
+  EXPECT_TRUE(summary.passedALimit());
+  EXPECT_NE(tableOf(summary).find("passed for 0:03:00\n"), std::string::npos) << tableOf(summary);
+}
+
+} // namespace

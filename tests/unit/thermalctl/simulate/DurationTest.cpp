@@ -1,0 +1,27 @@
+#include "simulate/Duration.h"
+
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+namespace simulation {
+namespace {
+
+TEST(DurationTest, TakesNumbersWithAndWithoutUnits) {
+  const std::pair<std::string, int64_t> cases[] = {
+      {"0", 0},           {"90", 90'000},    {"1.5", 1500},           {"250ms", 250},
+      {"90s", 90'000},    {"15m", 900'000},  {"1.5h", 5'400'000},     {"1h30m", 5'400'000},
+      {"1d", 86'400'000}, {"1m30s", 90'000}, {"1h0m0.5s", 3'600'500},
+  };
+  for (const auto& [text, milliseconds] : cases)
+    EXPECT_EQ(parseDuration(text), milliseconds) << text;
+}
+
+TEST(DurationTest, RefusesWhatIsNoTime) {
+  for (const std::string text : {"", "h", "-1", "1x", "1h30", "1.2.3", "ten", "1 h", "400d", "."})
+    EXPECT_EQ(parseDuration(text), std::nullopt) << text;
+}
+
+} // namespace
+} // namespace simulation

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "simulate/Trace.h"
+
+namespace simulation {
+
+// A trace as lines of text such as "300 gpu 1".
+struct Recording {
+  // The times at which a sensor was sampled.
+  std::vector<int64_t> samples(const std::string& sensor) const {
+    std::vector<int64_t> times;
+    for (const std::string& each : temperatures) {
+      if (each.find(" " + sensor + " ") != std::string::npos) times.push_back(std::stoll(each));
+    }
+    return times;
+  }
+
+  TraceDescription run;
+  std::vector<std::string> temperatures;
+  std::vector<std::string> levels;
+  std::vector<std::string> items;
+  std::vector<std::string> controls;
+  int64_t ended = -1;
+};
+
+class RecordedTrace : public TraceSink {
+public:
+  void begin(const TraceDescription& run) override { made.run = run; }
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override {
+    made.temperatures.push_back(line(time, made.run.sensors[sensor].name, millidegrees));
+  }
+  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override {
+    made.levels.push_back(line(time, made.run.devices[device].name, level) + " (" + entry + ")");
+  }
+  void algorithm(int64_t time, size_t algorithm, int32_t level) override {
+    made.items.push_back(line(time, made.run.algorithms[algorithm].name, level));
+  }
+  void scenario(int64_t time, const std::string& name) override {
+    made.controls.push_back(std::to_string(time) + " scenario " + name);
+  }
+  void configuration(int64_t time, const std::string& name) override {
+    made.controls.push_back(std::to_string(time) + " configuration " + name);
+  }
+  void end(int64_t time, const std::vector<Performance>&) override { made.ended = time; }
+
+  Recording made;
+
+private:
+  static std::string line(int64_t time, const std::string& name, int32_t value) {
+    return std::to_string(time) + " " + name + " " + std::to_string(value);
+  }
+};
+
+} // namespace simulation

@@ -1,0 +1,127 @@
+#include "simulate/WorkloadFile.h"
+
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "thermalctl/simulate/BoardFiles.h"
+
+namespace simulation {
+namespace {
+
+using Kind = Change::Kind;
+
+class WorkloadFileTest : public testing::Test {
+protected:
+  WorkloadFileTest() { files.plant += "[source.cpu]\nnode = \"die\"\nwatts = 4\n"; }
+
+  Workload workload() {
+    const std::vector<RunInput> runs = files.read();
+    return runs.empty() ? Workload() : runs[0].workload;
+  }
+
+  // Times, kinds, numbers and words.
+  std::vector<std::tuple<int64_t, Kind, double, std::string>> changes() {
+    std::vector<std::tuple<int64_t, Kind, double, std::string>> all;
+    for (const Change& change : workload().changes)
+      all.emplace_back(change.time, change.kind, change.value, change.word);
+    return all;
+  }
+
+  BoardFiles files;
+};
+
+TEST_F(WorkloadFileTest, AnEmptyCellChangesNothing) {
+  files.workload = "# a remark\n"
+                   "time, ambient, cpu, fault cpu\n"
+                   "0,,0.5\n"
+                   "\n"
+                   "1m30s,31,,stuck\n"
+                   "0.1h,,,none\n";
+  EXPECT_EQ(changes(), (decltype(changes()){{0, Kind::kLoad, 0.5, ""},
+                                            {90'000, Kind::kAmbient, 31, ""},
+                                            {90'000, Kind::kFault, 0, "stuck"},
+                                            {360'000, Kind::kFault, 0, "none"}}));
+  EXPECT_TRUE(files.problems.none());
+}
+
+TEST_F(WorkloadFileTest, TomlSaysTheSameAndMayRepeat) {
+  files.workloadName = "workload.toml";
+  files.workload = "repeat = \"10m\"\n"
+                   "[[at]]\n"
+                   "time = 0\n"
+                   "load = { cpu = 0.5 }\n"
+                   "[[at]]\n"
+                   "time = \"1m30s\"\n"
+                   "ambient = 31\n"
+                   "fault = { cpu = -40.5 }\n";
+  EXPECT_EQ(changes(), (decltype(changes()){{0, Kind::kLoad, 0.5, ""},
+                                            {90'000, Kind::kAmbient, 31, ""},
+                                            {90'000, Kind::kFault, -40.5, "value"}}));
+  EXPECT_EQ(workload().repeat, 600'000);
+  EXPECT_TRUE(files.problems.none());
+}
+
+TEST_F(WorkloadFileTest, ControlFilesGetWordsThatTheConfigurationsKnow) {
+  files.configuration =
+      "SCEN Default\n" + files.configuration + "\nSCEN game\n" + files.configuration;
+  files.add("night.conf", files.configuration);
+  files.workload = "time,cpu,scenario,configuration\n0,0,game,\n1,,,night.conf\n";
+  EXPECT_EQ(changes(), (decltype(changes()){{0, Kind::kLoad, 0, ""},
+                                            {0, Kind::kScenario, 0, "game"},
+                                            {1000, Kind::kConfiguration, 0, "night.conf"}}));
+  EXPECT_TRUE(files.problems.none());
+}
+
+TEST_F(WorkloadFileTest, TellsEverythingThatIsWrongInATable) {
+  files.workload = "time,ambient,cpu,modem,fault skin,fault cpu,scenario,configuration\n"
+                   "0,warm\n"
+                   "soon,20\n"
+                   "20,,1.5,,,,,\n"
+                   "10,,,,,often,,\n"
+                   "30,,,,,,two words,\n"
+                   "40,,,,,,fishing,night.conf\n"
+                   "50,,,,,,,,1\n";
+  EXPECT_EQ(files.wrong(),
+            "workload.csv: error: no load for source 'cpu' at time 0, and the plant gives it none "
+            "of its own\n"
+            "workload.csv:1: error: the plant has no source 'modem'\n"
+            "workload.csv:1: error: the board has no real sensor 'skin'\n"
+            "workload.csv:2: error: 'warm' is no number\n"
+            "workload.csv:3: error: 'soon' is no time, such as 90 or 1m30s\n"
+            "workload.csv:4: error: the load of 'cpu' must lie from 0 to 1\n"
+            "workload.csv:5: error: the times must not go back\n"
+            "workload.csv:5: error: a fault is 'none', 'stuck', 'unreadable', 'nonsense' or a "
+            "reading in degrees, and 'often' is neither\n"
+            "workload.csv:6: error: a control file holds one word, and 'two words' is none\n"
+            "workload.csv:6: error: no configuration declares the scenario 'two words'\n"
+            "workload.csv:7: error: there is no configuration 'night.conf' beside first.conf\n"
+            "workload.csv:7: error: no configuration declares the scenario 'fishing'\n"
+            "workload.csv:8: error: more cells than columns\n");
+}
+
+TEST_F(WorkloadFileTest, TellsEverythingThatIsWrongInToml) {
+  files.workloadName = "workload.toml";
+  files.workload = "repeat = 60\n"
+                   "[[at]]\n"
+                   "load = { cpu = 0, modem = 1 }\n"
+                   "[[at]]\n"
+                   "time = \"later\"\n"
+                   "weather = \"fine\"\n"
+                   "[[at]]\n"
+                   "time = 90\n"
+                   "fault = { skin = \"stuck\" }\n"
+                   "ambient = 20\n";
+  EXPECT_EQ(files.wrong(),
+            "workload.toml:2: error: 'time' is missing: when this begins\n"
+            "workload.toml:3: error: the plant has no source 'modem'\n"
+            "workload.toml:5: error: 'time' must be a time, such as 90 or \"1m30s\"\n"
+            "workload.toml:6: error: 'weather' is no key that is known here\n"
+            "workload.toml:9: error: the board has no real sensor 'skin'\n"
+            "workload.toml:10: error: is never reached: the workload starts again before\n");
+}
+
+} // namespace
+} // namespace simulation

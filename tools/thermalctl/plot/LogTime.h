@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+// When a line of a log was written, in milliseconds since some moment that all lines of one log
+// share. Nothing for a line that does not begin with a time.
+//
+// Knows "MM-DD hh:mm:ss.fff" with or without a year before it, and seconds since the epoch or the
+// boot. Without a year all years count as common ones.
+std::optional<int64_t> parseTime(std::string_view line);
+
+// Makes a clock that was set, and a year that is not written, into a time that only goes on.
+class LogClock {
+public:
+  // Milliseconds since the first call, never less than the last result.
+  int64_t at(int64_t written);
+
+  // How often the clock was set. What it jumped is left out.
+  uint32_t timesSet() const { return setCount; }
+
+private:
+  int64_t offset = 0;
+  int64_t last = 0;
+  bool running = false;
+  uint32_t setCount = 0;
+};

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "report/Writer.h"
+#include "simulate/Trace.h"
+
+// A line for each event, of all runs: run, time in milliseconds, kind of event, name, value,
+// detail.
+//
+//   temperature    sensor         millidegrees
+//   plant          node           millidegrees
+//   level          device         level            entry of the level table
+//   algorithm      algorithm      level or step    scenario
+//   scenario       its name
+//   configuration  its name
+//   end
+//
+// An algorithm that falls asleep has no value. The first line names the columns.
+class CsvTrace : public TraceSink {
+public:
+  explicit CsvTrace(std::ostream& out);
+
+  void begin(const TraceDescription& run) override;
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
+  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void scenario(int64_t time, const std::string& name) override;
+  void configuration(int64_t time, const std::string& name) override;
+  void end(int64_t time, const std::vector<Performance>& performance) override;
+
+private:
+  Writer& line(int64_t time);
+
+  Writer writer;
+  std::string run;
+  // What stands between the time and the value, made once: ",event,name,".
+  std::vector<std::string> sensors;
+  std::vector<std::string> devices;
+  std::vector<std::string> algorithms;
+  std::vector<std::string> scenarios; // of the algorithms
+};

@@ -1,0 +1,97 @@
+#include "report/EventTrace.h"
+
+namespace {
+
+constexpr int64_t kMicroseconds = 1000; // in a millisecond
+
+} // namespace
+
+EventTrace::EventTrace(std::ostream& out) : writer(out) {
+  writer << R"({"displayTimeUnit":"ms","traceEvents":[)";
+}
+
+void EventTrace::finish() {
+  writer << "\n]}\n";
+  writer.flush();
+}
+
+void EventTrace::begin(const TraceDescription& run) {
+  ++process;
+  open.assign(kFirstAlgorithm + run.algorithms.size(), false);
+  nameProcess(run.name);
+  nameThread(kConfiguration, "configuration");
+  nameThread(kScenario, "scenario");
+  int64_t thread = kFirstAlgorithm;
+  for (const AlgorithmTrack& algorithm : run.algorithms)
+    nameThread(thread++, algorithm.name + " (" + algorithm.scenario + ")");
+  sensors.clear();
+  for (const SensorTrack& sensor : run.sensors)
+    sensors.push_back(jsonString(sensor.name + (sensor.kind == SensorTrack::Kind::kPlantNode
+                                                    ? " of the plant, degrees C"
+                                                    : ", degrees C")));
+  devices.clear();
+  for (const DeviceTrack& device : run.devices)
+    devices.push_back(jsonString(device.name + ", level"));
+}
+
+void EventTrace::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
+  event("C") << R"(,"ts":)" << time * kMicroseconds << R"(,"name":)" << sensors[sensor]
+             << R"(,"args":{"value":)" << degrees(millidegrees) << "}}";
+}
+
+void EventTrace::level(int64_t time, size_t device, int32_t level, const std::string&) {
+  event("C") << R"(,"ts":)" << time * kMicroseconds << R"(,"name":)" << devices[device]
+             << R"(,"args":{"value":)" << level << "}}";
+}
+
+void EventTrace::algorithm(int64_t time, size_t algorithm, int32_t level) {
+  const int64_t thread = kFirstAlgorithm + static_cast<int64_t>(algorithm);
+  if (level == kAsleep)
+    endSlice(time, thread);
+  else
+    slice(time, thread, "level " + std::to_string(level));
+}
+
+void EventTrace::scenario(int64_t time, const std::string& name) {
+  slice(time, kScenario, name);
+}
+
+void EventTrace::configuration(int64_t time, const std::string& name) {
+  slice(time, kConfiguration, name);
+}
+
+void EventTrace::end(int64_t time, const std::vector<Performance>&) {
+  for (size_t thread = 0; thread < open.size(); ++thread)
+    endSlice(time, static_cast<int64_t>(thread));
+  writer.flush();
+}
+
+Writer& EventTrace::event(const char* phase) {
+  writer << (first ? "\n" : ",\n") << R"({"ph":")" << phase << R"(","pid":)" << process;
+  first = false;
+  return writer;
+}
+
+void EventTrace::nameProcess(const std::string& name) {
+  event("M") << R"(,"name":"process_name","args":{"name":)" << jsonString(name) << "}}";
+}
+
+void EventTrace::nameThread(int64_t thread, const std::string& name) {
+  event("M") << R"(,"tid":)" << thread << R"(,"name":"thread_name","args":{"name":)"
+             << jsonString(name) << "}}";
+  event("M") << R"(,"tid":)" << thread << R"(,"name":"thread_sort_index","args":{"sort_index":)"
+             << thread << "}}";
+}
+
+void EventTrace::slice(int64_t time, int64_t thread, const std::string& name) {
+  endSlice(time, thread);
+  open[static_cast<size_t>(thread)] = true;
+  event("B") << R"(,"tid":)" << thread << R"(,"ts":)" << time * kMicroseconds << R"(,"name":)"
+             << jsonString(name) << "}";
+}
+
+void EventTrace::endSlice(int64_t time, int64_t thread) {
+  if (!open[static_cast<size_t>(thread)]) return;
+  open[static_cast<size_t>(thread)] = false;
+  event("E") << R"(,"tid":)" << thread << R"(,"ts":)" << time * kMicroseconds << "}";
+}

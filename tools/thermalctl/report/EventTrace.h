@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "report/Writer.h"
+#include "simulate/Trace.h"
+
+// The runs in the trace event format, for the Perfetto UI: each run a process, temperatures and
+// levels as counters, the scenario, the configuration and each algorithm as a thread of slices.
+class EventTrace : public TraceSink {
+public:
+  explicit EventTrace(std::ostream& out);
+  // The last line, without which the file is no JSON.
+  void finish();
+
+  void begin(const TraceDescription& run) override;
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
+  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void scenario(int64_t time, const std::string& name) override;
+  void configuration(int64_t time, const std::string& name) override;
+  void end(int64_t time, const std::vector<Performance>& performance) override;
+
+private:
+  static constexpr int64_t kConfiguration = 1;
+  static constexpr int64_t kScenario = 2;
+  static constexpr int64_t kFirstAlgorithm = 3;
+
+  Writer& event(const char* phase);
+  void nameProcess(const std::string& name);
+  void nameThread(int64_t thread, const std::string& name);
+  // Ends the thread's slice, if one is open, and begins another.
+  void slice(int64_t time, int64_t thread, const std::string& name);
+  void endSlice(int64_t time, int64_t thread);
+
+  Writer writer;
+  bool first = true;
+  int64_t process = 0;
+  std::vector<std::string> sensors; // ready for JSON, like the devices
+  std::vector<std::string> devices;
+  std::vector<bool> open; // by thread
+};

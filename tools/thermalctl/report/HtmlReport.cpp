@@ -1,0 +1,172 @@
+#include "report/HtmlReport.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "report/Page.h"
+
+namespace {
+
+// Keeps the order in which members are added.
+using Json = nlohmann::ordered_json;
+
+const char* kindOf(const SensorTrack& sensor) {
+  switch (sensor.kind) {
+  case SensorTrack::Kind::kReal:
+    return "real";
+  case SensorTrack::Kind::kVirtual:
+    return "virtual";
+  case SensorTrack::Kind::kPlantNode:
+    return "plant";
+  }
+  return "";
+}
+
+template <typename T> Json orNull(const std::optional<T>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
+
+Json describe(const SensorTrack& sensor) {
+  return {{"name", sensor.name},
+          {"kind", kindOf(sensor)},
+          {"period", orNull(sensor.period)},
+          {"limit", orNull(sensor.limit)}};
+}
+
+Json describe(const DeviceTrack& device) {
+  return {{"name", device.name}, {"kind", device.kind}, {"levels", device.levels}};
+}
+
+Json describe(const AlgorithmTrack& algorithm) {
+  Json thresholds = Json::array();
+  for (const AlgorithmTrack::Threshold& threshold : algorithm.thresholds)
+    thresholds.push_back(Json::array({threshold.reached, threshold.cleared}));
+  return {{"name", algorithm.name},
+          {"configuration", algorithm.configuration},
+          {"scenario", algorithm.scenario},
+          {"kind", algorithm.kind == AlgorithmTrack::Kind::kMonitor ? "monitor" : "ss"},
+          {"sensor", orNull(algorithm.sensor)},
+          {"devices", algorithm.devices},
+          {"thresholds", thresholds},
+          {"lowactive", algorithm.lowactive}};
+}
+
+template <typename Track>
+Json describeAll(const std::vector<Track>& tracks, const std::vector<Series>& courses) {
+  Json all = Json::array();
+  for (size_t i = 0; i < tracks.size(); ++i) {
+    Json track = describe(tracks[i]);
+    track["points"] = encoded(courses[i].points());
+    track["thinned"] = courses[i].thinned();
+    all.push_back(std::move(track));
+  }
+  return all;
+}
+
+// Fit to stand inside a script element, which the text could otherwise end.
+std::string escapedForScript(const std::string& json) {
+  std::string escaped;
+  for (const char character : json) {
+    if (character == '<')
+      escaped += "\\u003c";
+    else
+      escaped += character;
+  }
+  return escaped;
+}
+
+std::string dumped(const Json& json) {
+  return escapedForScript(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+std::string escapedForHtml(const std::string& text) {
+  std::string escaped;
+  for (const char character : text) {
+    switch (character) {
+    case '<':
+      escaped += "&lt;";
+      break;
+    case '&':
+      escaped += "&amp;";
+      break;
+    default:
+      escaped += character;
+    }
+  }
+  return escaped;
+}
+
+} // namespace
+
+void HtmlReport::NameSeries::add(int64_t time, const std::string& name) {
+  const auto known = std::find(names.begin(), names.end(), name);
+  indices.add(time, static_cast<int32_t>(known - names.begin()));
+  if (known == names.end()) names.push_back(name);
+}
+
+void HtmlReport::begin(const TraceDescription& run) {
+  runs.emplace_back(run);
+}
+
+void HtmlReport::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
+  runs.back().temperatures[sensor].add(time, millidegrees);
+}
+
+void HtmlReport::level(int64_t time, size_t device, int32_t level, const std::string&) {
+  runs.back().levels[device].add(time, level);
+}
+
+void HtmlReport::algorithm(int64_t time, size_t algorithm, int32_t level) {
+  runs.back().algorithms[algorithm].add(time, level);
+}
+
+void HtmlReport::scenario(int64_t time, const std::string& name) {
+  runs.back().scenarios.add(time, name);
+}
+
+void HtmlReport::configuration(int64_t time, const std::string& name) {
+  runs.back().configurations.add(time, name);
+}
+
+void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {
+  runs.back().duration = time;
+  runs.back().performance = performance;
+}
+
+std::string HtmlReport::asJson(const Run& run) {
+  const auto course = [](const NameSeries& series) {
+    return Json{{"names", series.names}, {"points", encoded(series.indices.points())}};
+  };
+  Json performance = Json::array();
+  for (const Performance& source : run.performance)
+    performance.push_back({{"source", source.source},
+                           {"demanded", source.demanded},
+                           {"delivered", source.delivered}});
+  return dumped({{"name", run.description.name},
+                 {"duration", run.duration},
+                 {"sensors", describeAll(run.description.sensors, run.temperatures)},
+                 {"devices", describeAll(run.description.devices, run.levels)},
+                 {"algorithms", describeAll(run.description.algorithms, run.algorithms)},
+                 {"scenarios", course(run.scenarios)},
+                 {"configurations", course(run.configurations)},
+                 {"performance", performance}});
+}
+
+void HtmlReport::write(std::ostream& out) const {
+  out << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>"
+      << escapedForHtml(title) << "</title>\n<style>\n"
+      << page::kStyle << "</style>\n</head>\n"
+      << page::kBody << "<script type=\"application/json\" id=\"data\">{\"title\":" << dumped(title)
+      << ",\"runs\":[";
+  const char* separator = "\n";
+  for (const Run& run : runs) {
+    out << separator << asJson(run);
+    separator = ",\n";
+  }
+  out << "\n]}</script>\n<script>\n"
+      << page::kDygraphs << "</script>\n<script>\n"
+      << page::kScript << "</script>\n</body>\n</html>\n";
+}

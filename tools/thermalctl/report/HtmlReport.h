@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "report/Series.h"
+#include "simulate/Trace.h"
+
+// The runs laid over each other in one page that needs nothing else: no network, no other file.
+//
+// Memory: bounded, however long the runs are (see Series).
+class HtmlReport : public TraceSink {
+public:
+  explicit HtmlReport(std::string title_) : title(std::move(title_)) {}
+
+  void begin(const TraceDescription& run) override;
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
+  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void scenario(int64_t time, const std::string& name) override;
+  void configuration(int64_t time, const std::string& name) override;
+  void end(int64_t time, const std::vector<Performance>& performance) override;
+
+  void write(std::ostream& out) const;
+
+private:
+  // The course of a name, as the index of the name in force.
+  struct NameSeries {
+    void add(int64_t time, const std::string& name);
+
+    std::vector<std::string> names;
+    Series indices;
+  };
+  struct Run {
+    explicit Run(const TraceDescription& description_)
+        : description(description_), temperatures(description_.sensors.size()),
+          levels(description_.devices.size()), algorithms(description_.algorithms.size()) {}
+
+    TraceDescription description;
+    std::vector<Series> temperatures; // of each sensor
+    std::vector<Series> levels;       // of each device
+    std::vector<Series> algorithms;   // of each algorithm
+    NameSeries scenarios;
+    NameSeries configurations;
+    std::vector<Performance> performance;
+    int64_t duration = 0; // milliseconds
+  };
+
+  static std::string asJson(const Run& run);
+
+  std::string title;
+  std::deque<Run> runs;
+};

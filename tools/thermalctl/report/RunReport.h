@@ -1,0 +1,55 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "report/CsvTrace.h"
+#include "report/EventTrace.h"
+#include "report/HtmlReport.h"
+#include "report/Summary.h"
+#include "simulate/Trace.h"
+
+// All that comes of comparing runs: the figures and, in a directory, the two traces and the page.
+class RunReport : public TraceSink {
+public:
+  // Makes the directory, if need be, and begins its files. Returns what stands in the way.
+  std::optional<std::string> writeTo(const std::filesystem::path& directory,
+                                     const std::string& title);
+  // Ends the files. Returns what went wrong with them.
+  std::optional<std::string> finish();
+
+  // The page, once `writeTo` went well.
+  std::filesystem::path page() const;
+  const Summary& summary() const { return figures; }
+
+  void begin(const TraceDescription& run) override;
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
+  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void scenario(int64_t time, const std::string& name) override;
+  void configuration(int64_t time, const std::string& name) override;
+  void end(int64_t time, const std::vector<Performance>& performance) override;
+
+private:
+  struct Files {
+    Files(const std::filesystem::path& directory, const std::string& title);
+
+    std::filesystem::path directory;
+    std::ofstream csvFile;
+    std::ofstream eventFile;
+    std::ofstream pageFile;
+    CsvTrace csv;
+    EventTrace events;
+    HtmlReport html;
+  };
+
+  std::optional<std::string> firstFailure() const;
+
+  Summary figures;
+  std::unique_ptr<Files> files;
+  std::vector<TraceSink*> sinks{&figures};
+};

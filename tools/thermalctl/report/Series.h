@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The course of one value, in bounded memory.
+//
+// Shape: whole as long as it fits. From then on each stretch of time keeps its first, lowest,
+//        highest and last point, so that no extreme is lost and a value that holds until the next
+//        point is right wherever a stretch ends. The stretches grow with the run.
+class Series {
+public:
+  struct Point {
+    int64_t time = 0; // milliseconds
+    int32_t value = 0;
+  };
+
+  // An hour of samples every quarter of a second fits whole.
+  static constexpr size_t kCapacity = 16384;
+
+  explicit Series(size_t capacity_ = kCapacity) : capacity(capacity_) {}
+
+  // Times never fall.
+  void add(int64_t time, int32_t value);
+
+  const std::vector<Point>& points() const { return kept; }
+  bool thinned() const { return stretch > 1; }
+
+private:
+  void thin();
+
+  size_t capacity;
+  int64_t stretch = 1; // milliseconds
+  std::vector<Point> kept;
+};
+
+// The points as text: for each the second difference of the time and the difference of the value,
+// in base 64 digits of five bits and a sign to go on, the sign of the number in its lowest bit. A
+// sample that comes on time and moves by less than half a degree takes three characters.
+std::string encoded(const std::vector<Series::Point>& points);

@@ -1,0 +1,241 @@
+#include "report/Summary.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+#include <utility>
+
+#include "report/Table.h"
+#include "report/Writer.h"
+
+namespace {
+
+constexpr double kMillisecondsPerMinute = 60000;
+// What stands where a run has no such value.
+constexpr char kNothing[] = "-";
+
+bool isNode(const SensorTrack& sensor) {
+  return sensor.kind == SensorTrack::Kind::kPlantNode;
+}
+
+// Whether two runs mean the same: a node of the plant may bear the name of a sensor.
+bool same(const SensorTrack& a, const SensorTrack& b) {
+  return a.name == b.name && isNode(a) == isNode(b);
+}
+bool same(const DeviceTrack& a, const DeviceTrack& b) {
+  return a.name == b.name;
+}
+
+// One of each, in the order of their first appearance.
+template <typename Track> void collect(const std::vector<Track>& tracks, std::vector<Track>& all) {
+  for (const Track& track : tracks) {
+    const auto known = [&track](const Track& other) { return same(track, other); };
+    if (std::none_of(all.begin(), all.end(), known)) all.push_back(track);
+  }
+}
+
+// A run's record of that track; null without any, or without a value in it.
+template <typename Track>
+const TimeAtValue* recordOf(const std::vector<Track>& tracks,
+                            const std::vector<TimeAtValue>& records, const Track& wanted) {
+  for (size_t i = 0; i < tracks.size(); ++i) {
+    if (same(tracks[i], wanted) && !records[i].empty()) return &records[i];
+  }
+  return nullptr;
+}
+
+std::string inDegrees(double millidegrees) {
+  return rounded(millidegrees / 1000, 1);
+}
+
+std::string percent(double part, double whole) {
+  return whole == 0 ? kNothing : rounded(100 * part / whole, 1) + " %";
+}
+
+struct Mark {
+  int32_t temperature = 0;
+  bool lowactive = false;
+  bool operator<(const Mark& other) const {
+    return std::pair(temperature, lowactive) < std::pair(other.temperature, other.lowactive);
+  }
+  int64_t timePast(const TimeAtValue& record) const {
+    return lowactive ? record.atMost(temperature) : record.atLeast(temperature);
+  }
+  std::string label() const { return (lowactive ? "<=" : ">=") + degrees(temperature); }
+};
+
+void addMarks(const TraceDescription& run, const SensorTrack& sensor, std::set<Mark>& marks) {
+  for (const AlgorithmTrack& algorithm : run.algorithms) {
+    if (!algorithm.sensor || !same(run.sensors[*algorithm.sensor], sensor)) continue;
+    for (const AlgorithmTrack::Threshold& threshold : algorithm.thresholds)
+      marks.insert({threshold.reached, algorithm.lowactive});
+  }
+}
+
+std::string limitVerdict(const TimeAtValue& record, int32_t limit) {
+  if (record.highest() <= limit) return "kept";
+  return "passed for " + clockTime(record.total() - record.atMost(limit));
+}
+
+// An entry's number, such as a clock; 0 for a text.
+double numberOf(const std::string& entry) {
+  return std::strtod(entry.c_str(), nullptr);
+}
+
+// How much of the first entry of its table the device gave, on average over time.
+std::string meanOfFirst(const std::vector<std::string>& entries, const TimeAtValue& record) {
+  double given = 0;
+  for (const auto& [level, time] : record.all()) {
+    const auto index = static_cast<size_t>(level);
+    if (index >= entries.size()) return kNothing;
+    given += numberOf(entries[index]) * static_cast<double>(time);
+  }
+  const double most = entries.empty() ? 0 : numberOf(entries.front());
+  return percent(given, most * static_cast<double>(record.total()));
+}
+
+} // namespace
+
+void Summary::begin(const TraceDescription& run) {
+  runs.emplace_back(run);
+}
+
+void Summary::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
+  runs.back().temperatures[sensor].set(time, millidegrees);
+}
+
+void Summary::level(int64_t time, size_t device, int32_t level, const std::string&) {
+  runs.back().levels[device].set(time, level);
+}
+
+void Summary::end(int64_t time, const std::vector<Performance>& performance) {
+  Run& run = runs.back();
+  run.duration = time;
+  run.performance = performance;
+  for (std::vector<TimeAtValue>* records : {&run.temperatures, &run.levels}) {
+    for (TimeAtValue& record : *records)
+      record.finish(time);
+  }
+}
+
+bool Summary::passedALimit() const {
+  for (const Run& run : runs) {
+    for (size_t i = 0; i < run.temperatures.size(); ++i) {
+      const std::optional<int32_t>& limit = run.description.sensors[i].limit;
+      const TimeAtValue& record = run.temperatures[i];
+      if (limit && !record.empty() && record.highest() > *limit) return true;
+    }
+  }
+  return false;
+}
+
+void Summary::print(std::ostream& out) const {
+  std::vector<std::string> names;
+  std::vector<std::string> durations;
+  std::vector<SensorTrack> sensors;
+  std::vector<DeviceTrack> devices;
+  std::vector<std::string> sources;
+  for (const Run& run : runs) {
+    names.push_back(run.description.name);
+    durations.push_back(clockTime(run.duration));
+    collect(run.description.sensors, sensors);
+    collect(run.description.devices, devices);
+    for (const Performance& performance : run.performance) {
+      if (performance.demanded == 0) continue;
+      if (std::find(sources.begin(), sources.end(), performance.source) == sources.end())
+        sources.push_back(performance.source);
+    }
+  }
+  Table table(names);
+  table.addRow("run", "duration, h:mm:ss", durations);
+  for (const SensorTrack& sensor : sensors)
+    addSensor(sensor, table);
+  for (const DeviceTrack& device : devices)
+    addDevice(device, table);
+  for (const std::string& source : sources)
+    addPerformance(source, table);
+  table.print(out);
+}
+
+template <typename Cell>
+void Summary::addRow(const std::string& group, const std::string& label, Table& table,
+                     Cell cell) const {
+  std::vector<std::string> cells;
+  for (const Run& run : runs)
+    cells.push_back(cell(run));
+  table.addRow(group, label, cells);
+}
+
+void Summary::addSensor(const SensorTrack& sensor, Table& table) const {
+  const std::string group = sensor.name + (isNode(sensor) ? " (plant)" : "");
+  const auto add = [&](const std::string& label, auto cell) {
+    addRow(group, label, table, [&](const Run& run) -> std::string {
+      const TimeAtValue* record = recordOf(run.description.sensors, run.temperatures, sensor);
+      return record ? cell(*record) : kNothing;
+    });
+  };
+  add("peak, degrees C", [](const TimeAtValue& record) { return inDegrees(record.highest()); });
+  add("mean", [](const TimeAtValue& record) { return inDegrees(record.mean()); });
+  std::set<Mark> marks;
+  for (const Run& run : runs)
+    addMarks(run.description, sensor, marks);
+  std::string never;
+  for (const Mark& mark : marks) {
+    const bool reached = std::any_of(runs.begin(), runs.end(), [&](const Run& run) {
+      const auto* record = recordOf(run.description.sensors, run.temperatures, sensor);
+      return record && mark.timePast(*record) > 0;
+    });
+    if (!reached) {
+      never += (never.empty() ? "" : ", ") + mark.label();
+      continue;
+    }
+    add("time " + mark.label(),
+        [&](const TimeAtValue& record) { return clockTime(mark.timePast(record)); });
+  }
+  if (!never.empty()) table.addRow(group, "never " + never, {});
+  if (sensor.limit)
+    add("limit " + degrees(*sensor.limit),
+        [&](const TimeAtValue& record) { return limitVerdict(record, *sensor.limit); });
+}
+
+void Summary::addDevice(const DeviceTrack& device, Table& table) const {
+  const auto add = [&](const std::string& label, auto cell) {
+    addRow(device.name, label, table, [&](const Run& run) -> std::string {
+      const TimeAtValue* record = recordOf(run.description.devices, run.levels, device);
+      return record ? cell(*record, run) : kNothing;
+    });
+  };
+  std::set<int32_t> taken;
+  for (const Run& run : runs) {
+    if (const TimeAtValue* record = recordOf(run.description.devices, run.levels, device)) {
+      for (const auto& [level, time] : record->all())
+        taken.insert(level);
+    }
+  }
+  if (taken.empty()) return;
+  add("mean level",
+      [](const TimeAtValue& record, const Run&) { return rounded(record.mean(), 2); });
+  for (const int32_t level : taken) {
+    const auto index = static_cast<size_t>(level);
+    const std::string entry =
+        index < device.levels.size() ? " (" + device.levels[index] + ")" : std::string();
+    add("at level " + std::to_string(level) + entry, [=](const TimeAtValue& record, const Run&) {
+      return percent(static_cast<double>(record.at(level)), static_cast<double>(record.total()));
+    });
+  }
+  add("changes a minute", [](const TimeAtValue& record, const Run& run) {
+    const double minutes = static_cast<double>(run.duration) / kMillisecondsPerMinute;
+    return minutes == 0 ? kNothing : rounded(record.changes() / minutes, 2);
+  });
+  add("mean entry, level 0 = 100 %",
+      [&](const TimeAtValue& record, const Run&) { return meanOfFirst(device.levels, record); });
+}
+
+void Summary::addPerformance(const std::string& source, Table& table) const {
+  addRow(source, "work done of that asked for", table, [&](const Run& run) -> std::string {
+    for (const Performance& performance : run.performance) {
+      if (performance.source == source) return percent(performance.delivered, performance.demanded);
+    }
+    return kNothing;
+  });
+}

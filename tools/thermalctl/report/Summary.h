@@ -1,0 +1,54 @@
+#pragma once
+
+#include <deque>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "report/TimeAtValue.h"
+#include "simulate/Trace.h"
+
+class Table;
+
+// Runs in figures, side by side.
+class Summary : public TraceSink {
+public:
+  void begin(const TraceDescription& run) override;
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
+  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void algorithm(int64_t, size_t, int32_t) override {}
+  void scenario(int64_t, const std::string&) override {}
+  void configuration(int64_t, const std::string&) override {}
+  void end(int64_t time, const std::vector<Performance>& performance) override;
+
+  // Whether any sample of a sensor was above its limit.
+  bool passedALimit() const;
+
+  // A column for each run. Per sensor the peak, the mean, the time at or past each threshold that
+  // any of the configurations has for it, and whether its limit was kept; per device the mean
+  // level, the share of each level, the changes a minute and how much of its first entry it gave on
+  // average; of each source the work done of the work asked for.
+  void print(std::ostream& out) const;
+
+private:
+  struct Run {
+    explicit Run(const TraceDescription& description_)
+        : description(description_), temperatures(description_.sensors.size()),
+          levels(description_.devices.size()) {}
+
+    TraceDescription description;
+    std::vector<TimeAtValue> temperatures; // of each sensor
+    std::vector<TimeAtValue> levels;       // of each device
+    std::vector<Performance> performance;
+    int64_t duration = 0; // milliseconds
+  };
+
+  // A row of `cell(run)` of each run.
+  template <typename Cell>
+  void addRow(const std::string& group, const std::string& label, Table& table, Cell cell) const;
+  void addSensor(const SensorTrack& sensor, Table& table) const;
+  void addDevice(const DeviceTrack& device, Table& table) const;
+  void addPerformance(const std::string& source, Table& table) const;
+
+  std::deque<Run> runs;
+};

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+
+// How long a value that holds until its next change stood at what. Times in milliseconds.
+//
+// Memory: grows with the number of different values, not with time.
+class TimeAtValue {
+public:
+  // Times never fall. The first value begins the record.
+  void set(int64_t time, int32_t value);
+  // The last value held until then.
+  void finish(int64_t time);
+
+  bool empty() const { return times.empty(); }
+  uint32_t changes() const { return changeCount; }
+  int64_t total() const;
+  int64_t at(int32_t value) const;
+  int64_t atLeast(int32_t value) const;
+  int64_t atMost(int32_t value) const;
+  // The ascending values and the time at each; one that passed at once has 0.
+  const std::map<int32_t, int64_t>& all() const { return times; }
+
+  // Of a record that is not empty.
+  int32_t lowest() const { return times.begin()->first; }
+  int32_t highest() const { return times.rbegin()->first; }
+  // Weighted by time; without any time the last value.
+  double mean() const;
+
+private:
+  std::map<int32_t, int64_t> times;
+  std::optional<int32_t> current;
+  int64_t since = 0;
+  uint32_t changeCount = 0;
+};

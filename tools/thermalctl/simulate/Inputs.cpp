@@ -1,0 +1,176 @@
+#include "simulate/Inputs.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "config/TextReader.h"
+#include "simulate/VirtualDaemon.h"
+
+namespace simulation {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readOrReport(const std::string& path, Problems& problems) {
+  std::optional<std::string> text = readFile(path);
+  if (!text) problems.add(path, 0, "cannot be read");
+  return text.value_or("");
+}
+
+// What the daemon would log, without its prefixes and its line feed.
+std::string plainMessage(const std::string& logged) {
+  const size_t start = logged.rfind("] ");
+  const std::string message = start == std::string::npos ? logged : logged.substr(start + 2);
+  return message.substr(0, message.find_last_not_of('\n') + 1);
+}
+
+class InputReader {
+public:
+  InputReader(const Request& request_, Problems& problems_)
+      : request(request_), problems(problems_) {}
+
+  std::vector<RunInput> read() {
+    const std::string environment = readOrReport(request.environment, problems);
+    const std::string plantText = readOrReport(request.plant, problems);
+    const std::string workloadText = readOrReport(request.workload, problems);
+    for (const std::string& path : request.configurations)
+      texts[path] = readOrReport(path, problems);
+    if (!problems.none()) return {};
+
+    base.environment = environment;
+    base.duration = request.duration;
+    base.seed = request.seed;
+    readBoard();
+    base.plant = readPlant(plantText, request.plant, base.description, problems);
+    // Without its nodes the plant could not even be read, and all that follows would only repeat
+    // it.
+    if (base.plant.nodes.empty()) return {};
+    base.workload =
+        readWorkload(workloadText, request.workload, base.plant, base.description, problems);
+    addPlantNodes();
+    addLimits();
+    base.description.duration = request.duration;
+
+    std::vector<RunInput> runs;
+    for (const std::string& path : request.configurations)
+      runs.push_back(runOf(path));
+    checkScenarios();
+    return runs;
+  }
+
+private:
+  void readBoard() {
+    const VirtualDaemon board(base.environment);
+    base.description = board.describe();
+    initialWord = board.confFileName;
+    if (base.description.sensors.empty())
+      problems.add(request.environment, 0, "declares no sensor");
+  }
+
+  // Those that no sensor reads.
+  void addPlantNodes() {
+    std::set<size_t> read;
+    for (const PlantDescription::Probe& probe : base.plant.probes)
+      read.insert(probe.node);
+    for (size_t i = 0; i < base.plant.nodes.size(); ++i) {
+      const std::string& name = base.plant.nodes[i].name;
+      if (read.count(i) > 0 || sensorNamed(name)) continue;
+      base.shownNodes.push_back(i);
+      base.description.sensors.push_back({name, SensorTrack::Kind::kPlantNode, 1000, {}});
+    }
+  }
+
+  void addLimits() {
+    for (const auto& [name, millidegrees] : request.limits) {
+      if (SensorTrack* sensor = sensorNamed(name))
+        sensor->limit = millidegrees;
+      else
+        problems.add("--limit " + name, 0, "is no sensor of the board and no node of the plant");
+    }
+  }
+
+  SensorTrack* sensorNamed(const std::string& name) {
+    for (SensorTrack& sensor : base.description.sensors) {
+      if (sensor.name == name) return &sensor;
+    }
+    return nullptr;
+  }
+
+  RunInput runOf(const std::string& path) {
+    RunInput run = base;
+    run.description.name = nameOf(path);
+    addConfiguration(run, initialWord, path);
+    for (const Change& change : run.workload.changes) {
+      if (change.kind != Change::Kind::kConfiguration || knows(run, change.word)) continue;
+      if (const auto asked = pathOf(change.word, path))
+        addConfiguration(run, change.word, *asked);
+      else
+        problems.add(request.workload, change.line,
+                     "there is no configuration '" + change.word + "' beside " + path);
+    }
+    return run;
+  }
+
+  static bool knows(const RunInput& run, const std::string& word) {
+    return std::any_of(run.configurations.begin(), run.configurations.end(),
+                       [&word](const Configuration& known) { return known.word == word; });
+  }
+
+  // The file's own name, or the path where that would not tell two runs apart.
+  std::string nameOf(const std::string& path) const {
+    const std::string name = fs::path(path).filename();
+    const auto alike = std::count_if(
+        request.configurations.begin(), request.configurations.end(),
+        [&name](const std::string& other) { return fs::path(other).filename() == name; });
+    return alike == 1 ? name : path;
+  }
+
+  std::optional<std::string> pathOf(const std::string& word, const std::string& beside) const {
+    for (const fs::path& folder :
+         {fs::path(beside).parent_path(), fs::path(request.configurationFolder)}) {
+      std::error_code ignored;
+      const fs::path path = folder / word;
+      if (fs::is_regular_file(path, ignored)) return path.string();
+    }
+    return std::nullopt;
+  }
+
+  void addConfiguration(RunInput& run, const std::string& word, const std::string& path) {
+    if (texts.count(path) == 0) texts[path] = readOrReport(path, problems);
+    VirtualDaemon daemon(base.environment);
+    if (const auto error = daemon.parseConfiguration(texts[path])) {
+      problems.add(path, 0, "the daemon would end here: " + plainMessage(*error));
+      return;
+    }
+    for (const auto& [name, scenario] : daemon.scenarios)
+      scenarios.insert(name);
+    run.configurations.push_back({word, texts[path], run.description.algorithms.size()});
+    for (AlgorithmTrack& track : daemon.describeItems(run.description, word))
+      run.description.algorithms.push_back(std::move(track));
+  }
+
+  void checkScenarios() {
+    for (const Change& change : base.workload.changes) {
+      if (change.kind == Change::Kind::kScenario && scenarios.count(change.word) == 0)
+        problems.add(request.workload, change.line,
+                     "no configuration declares the scenario '" + change.word + "'");
+    }
+  }
+
+  const Request& request;
+  Problems& problems;
+  RunInput base;
+  std::string initialWord; // what the daemon calls the configuration that it starts with
+  std::map<std::string, std::string> texts; // of the configurations, by their paths
+  std::set<std::string> scenarios;
+};
+
+} // namespace
+
+std::vector<RunInput> readInputs(const Request& request, Problems& problems) {
+  return InputReader(request, problems).read();
+}
+
+} // namespace simulation

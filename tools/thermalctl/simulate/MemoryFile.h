@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+namespace simulation {
+
+// A file without a name on any disk: what the daemon's objects read and write through its path
+// touches nothing of the host and is gone with the process.
+class MemoryFile {
+public:
+  explicit MemoryFile(const std::string& text = "");
+  ~MemoryFile();
+  MemoryFile(const MemoryFile&) = delete;
+  MemoryFile& operator=(const MemoryFile&) = delete;
+
+  // The folder of `path`, with its slash, and the name in it.
+  static const char* folder();
+  std::string name() const;
+  std::string path() const;
+
+  // Makes `text` the whole content.
+  void replace(const std::string& text);
+
+  // Puts bytes at the start and leaves what lies behind them.
+  void overwrite(const char* bytes, size_t count);
+
+private:
+  int file;
+};
+
+// Lets the process have as many files open as the system allows it.
+void raiseFileLimit();
+
+} // namespace simulation

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "simulate/Network.h"
+#include "simulate/PlantFile.h"
+#include "simulate/Random.h"
+#include "simulate/Trace.h"
+
+namespace simulation {
+
+// The board's heat in time: what the sources give off at the devices' levels and the workload's
+// loads, and what the sensors read of it.
+class Plant {
+public:
+  Plant(const PlantDescription& description, uint64_t seed);
+
+  // What holds from the present time on.
+  void setAmbient(double celsius);
+  void setLoad(size_t source, double load);
+  void setLevel(size_t device, int32_t level);
+
+  // Goes on to `time`, which must not lie before the present one.
+  void advanceTo(int64_t time);
+
+  double temperature(size_t node) const { return network.temperature(node); }
+
+  // What the probe's sensor reads now, in millidegrees. Every reading has noise of its own.
+  int32_t reading(size_t probe);
+
+  // Of every source that works, up to the present time.
+  std::vector<Performance> performance() const;
+
+private:
+  struct Source {
+    double load = 0;
+    size_t level = 0;
+    size_t cores = 0;
+    double demanded = 0;
+    double delivered = 0;
+    // What the three above and the description make of it.
+    double rate = 0;
+    double watts = 0;
+  };
+
+  static Network networkOf(const PlantDescription& plant, std::vector<size_t>& observed);
+  void update(size_t source);
+  void updatePowers();
+
+  const PlantDescription& plant;
+  std::vector<size_t> observed; // by probe: the state of the network that it reads
+  Network network;
+  std::vector<Random> noise; // by probe
+  std::vector<Source> sources;
+  bool powersChanged = true;
+  int64_t now = 0;
+};
+
+} // namespace simulation

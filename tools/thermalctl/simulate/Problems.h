@@ -1,0 +1,29 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace simulation {
+
+// What is wrong with the input of a run: collected over all files, so that one look shows it all.
+class Problems {
+public:
+  // Without a line (0) the whole file is meant.
+  void add(const std::string& file, unsigned line, const std::string& what);
+
+  bool none() const { return lines.empty(); }
+
+  // One line each, as compilers show them, in the order of the files' names and lines.
+  void print(std::ostream& out) const;
+
+private:
+  struct Entry {
+    std::string file;
+    unsigned line;
+    std::string what;
+  };
+  std::vector<Entry> lines;
+};
+
+} // namespace simulation

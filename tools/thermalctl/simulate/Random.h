@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+namespace simulation {
+
+// Noise that is the same on every machine and with every standard library (SplitMix64).
+class Random {
+public:
+  explicit Random(uint64_t seed) : state(seed) {}
+
+  uint64_t next() {
+    state += 0x9e3779b97f4a7c15;
+    uint64_t mixed = state;
+    mixed = (mixed ^ (mixed >> 30)) * 0xbf58476d1ce4e5b9;
+    mixed = (mixed ^ (mixed >> 27)) * 0x94d049bb133111eb;
+    return mixed ^ (mixed >> 31);
+  }
+
+  // Close to a normal distribution of mean 0 and deviation 1, and never beyond 6: the sum of twelve
+  // even ones.
+  double normal() {
+    double sum = -6;
+    for (int i = 0; i < 12; ++i)
+      sum += static_cast<double>(next() >> 11) * 0x1p-53;
+    return sum;
+  }
+
+private:
+  uint64_t state;
+};
+
+} // namespace simulation

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <toml++/toml.h>
+
+#include "simulate/Problems.h"
+
+namespace simulation {
+
+// One table of a TOML file. Whatever is wrong in it goes to the problems with its line; a key that
+// nobody asked for is wrong, too, since it is most likely a slip.
+class TomlSection {
+public:
+  TomlSection(const toml::table& table_, const std::string& file_, Problems& problems_)
+      : table(&table_), file(&file_), problems(&problems_) {}
+
+  // Nothing where the key is missing or its value is no finite number.
+  std::optional<double> number(const std::string& key);
+  std::optional<double> atLeastZero(const std::string& key);
+  std::optional<double> aboveZero(const std::string& key);
+  std::optional<double> share(const std::string& key); // of 1
+  // A list of numbers, or one number as a list of one.
+  std::optional<std::vector<double>> numbers(const std::string& key);
+  std::optional<std::string> text(const std::string& key);
+  std::vector<std::string> texts(const std::string& key);
+  std::optional<bool> flag(const std::string& key);
+  std::optional<TomlSection> section(const std::string& key);
+  // The sections of `[key.NAME]`, in the order of the file.
+  std::vector<std::pair<std::string, TomlSection>> named(const std::string& key);
+  // The sections of `[[key]]`.
+  std::vector<TomlSection> list(const std::string& key);
+  // Every key with its number; all values must be numbers.
+  std::vector<std::pair<std::string, double>> allNumbers();
+  // A text or a number, as its text.
+  std::optional<std::string> word(const std::string& key);
+  // Every key with its word.
+  std::vector<std::pair<std::string, std::string>> allWords();
+
+  bool has(const std::string& key) const { return table->contains(key); }
+  // The line of a key's value, or of the table if it lacks the key.
+  unsigned line(const std::string& key) const;
+  unsigned line() const { return table->source().begin.line; }
+
+  void problem(unsigned at, const std::string& what) const { problems->add(*file, at, what); }
+  void missing(const std::string& key, const std::string& what) const;
+  // To be called last.
+  void refuseOtherKeys() const;
+
+private:
+  const toml::node* find(const std::string& key);
+  void wrong(const std::string& key, const std::string& wanted) const;
+  std::optional<double> numberThat(const std::string& key, const std::string& wanted,
+                                   const std::function<bool(double)>& holds);
+
+  const toml::table* table;
+  const std::string* file;
+  Problems* problems;
+  std::set<std::string> asked;
+};
+
+// The file's tables, or nothing after telling why.
+std::optional<toml::table> parseToml(const std::string& text, const std::string& file,
+                                     Problems& problems);
+
+} // namespace simulation

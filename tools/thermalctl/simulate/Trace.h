@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// What a run of the daemon shows, simulated or read from a log: first who takes part, then events
+// in the order of time.
+//
+// Units: times in milliseconds since the start of the run, temperatures in millidegrees Celsius.
+
+struct SensorTrack {
+  // A node of the plant that no sensor reads is shown beside the sensors: what the heat really is
+  // where the daemon has to guess.
+  enum class Kind { kReal, kVirtual, kPlantNode };
+  std::string name;
+  Kind kind = Kind::kReal;
+  std::optional<uint32_t> period; // between two samples, if it is known
+  std::optional<int32_t> limit;   // which the temperature must not pass
+};
+
+struct DeviceTrack {
+  std::string name;
+  std::string kind;                // the word of its section, such as "cpufreq"; may be unknown
+  std::vector<std::string> levels; // its table's texts; empty for a report, or if unknown
+};
+
+struct AlgorithmTrack {
+  enum class Kind { kMonitor, kStep };
+  // Reached and left again at these temperatures, as the file has them, `lowactive` or not.
+  struct Threshold {
+    int32_t reached = 0;
+    int32_t cleared = 0;
+  };
+  std::string name; // not unique: every scenario and every configuration may have one of this name
+  std::string configuration;
+  std::string scenario;
+  Kind kind = Kind::kMonitor;
+  std::optional<size_t> sensor; // an index into TraceDescription::sensors
+  std::vector<size_t> devices;  // indices into TraceDescription::devices, each once
+  // One per level of a monitor; a step algorithm has one, of its set points.
+  std::vector<Threshold> thresholds;
+  bool lowactive = false;
+};
+
+// A source of heat that does work, and how much of the work asked for was done.
+struct Performance {
+  std::string source;
+  double demanded = 0; // both in the plant's unit of load times seconds
+  double delivered = 0;
+};
+
+struct TraceDescription {
+  std::string name; // of the run, unique among those that are compared
+  std::vector<SensorTrack> sensors;
+  std::vector<DeviceTrack> devices;
+  // Those of every configuration that can come in force, in whatever scenario.
+  std::vector<AlgorithmTrack> algorithms;
+  // How long the run will be, if that is known before its end.
+  std::optional<int64_t> duration;
+};
+
+// Takes one run after the other: `begin`, events of which none is earlier than the one before it,
+// `end`.
+//
+// At time 0 there is a `configuration`, a `scenario` and a `level` for every device with a table,
+// if they are known; an algorithm is asleep until its first event. Indices are those of the
+// description.
+class TraceSink {
+public:
+  static constexpr int32_t kAsleep = -1;
+
+  TraceSink() = default;
+  virtual ~TraceSink() = default;
+  TraceSink(const TraceSink&) = delete;
+  TraceSink& operator=(const TraceSink&) = delete;
+
+  virtual void begin(const TraceDescription& run) = 0;
+  // One sample, whether it differs from the last one or not.
+  virtual void temperature(int64_t time, size_t sensor, int32_t millidegrees) = 0;
+  // The merged level that a device went to. `entry` is the table's text, empty if it is unknown.
+  virtual void level(int64_t time, size_t device, int32_t level, const std::string& entry) = 0;
+  // The level (the step count of a step algorithm) that an awake algorithm went to, from 0 on, or
+  // kAsleep.
+  virtual void algorithm(int64_t time, size_t algorithm, int32_t level) = 0;
+  virtual void scenario(int64_t time, const std::string& name) = 0;
+  virtual void configuration(int64_t time, const std::string& name) = 0;
+  // `performance` is empty where no plant is known.
+  virtual void end(int64_t time, const std::vector<Performance>& performance) = 0;
+};

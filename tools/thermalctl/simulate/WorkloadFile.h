@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulate/PlantFile.h"
+#include "simulate/Problems.h"
+#include "simulate/Trace.h"
+
+namespace simulation {
+
+// One thing that changes at one time and then holds.
+struct Change {
+  enum class Kind { kAmbient, kLoad, kScenario, kConfiguration, kFault };
+  int64_t time = 0; // in milliseconds
+  Kind kind = Kind::kAmbient;
+  size_t index = 0; // of a source of the plant (kLoad) or of one of its probes (kFault)
+  double value = 0; // degrees Celsius (kAmbient, kFault) or a share (kLoad)
+  std::string word; // of a control file, or the kind of a fault
+  unsigned line = 0;
+};
+
+// What a fault's `word` may be; "value" stands for a reading given as a number.
+namespace fault {
+constexpr char kNone[] = "none";
+constexpr char kStuck[] = "stuck";
+constexpr char kUnreadable[] = "unreadable";
+constexpr char kNonsense[] = "nonsense";
+constexpr char kValue[] = "value";
+} // namespace fault
+
+struct Workload {
+  std::vector<Change> changes;   // in the order of their times
+  std::optional<int64_t> repeat; // starts again after this time
+};
+
+// Reads a workload for the sources and probes of `plant`: TOML if the file's name ends in ".toml",
+// otherwise comma-separated values.
+Workload readWorkload(const std::string& text, const std::string& file,
+                      const PlantDescription& plant, const TraceDescription& board,
+                      Problems& problems);
+
+} // namespace simulation
