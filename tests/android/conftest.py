@@ -1,0 +1,46 @@
+import os
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+sys.path.insert(0, str(Path(__file__).parent))
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+
+
+def built(preset):
+    """The directory in which the preset's daemon has been built."""
+    for command in (["cmake", "--preset", preset],
+                    ["cmake", "--build", "--preset", preset, "--target", "talmor-thermal"]):
+        done = subprocess.run(command, cwd=REPOSITORY, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, text=True)
+        assert done.returncode == 0, done.stdout
+    return REPOSITORY / "build" / preset
+
+
+@pytest.fixture(scope="session")
+def host_build():
+    return built("release")
+
+
+@pytest.fixture(scope="session")
+def cross_build():
+    return built("aarch64")
+
+
+@pytest.fixture(scope="session")
+def ndk_report():
+    """What the report of the size says; it builds the daemon by the preset for the NDK, here with
+    the stand-in."""
+    environment = {name: value for name, value in os.environ.items() if name != "ANDROID_NDK_HOME"}
+    done = subprocess.run([REPOSITORY / "scripts" / "size"], env=environment,
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    assert done.returncode == 0, done.stdout
+    return done.stdout
+
+
+@pytest.fixture(scope="session")
+def ndk_build(ndk_report):
+    return REPOSITORY / "build" / "ndk-standin"

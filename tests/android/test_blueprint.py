@@ -1,0 +1,92 @@
+"""The Blueprint file says the same as CMake's lists, and what it names is there."""
+
+import json
+import subprocess
+from pathlib import Path
+
+import pytest
+
+import blueprint
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+PREBUILT = ["talmor-thermal.conf", "talmor-thermal.env"]
+
+
+@pytest.fixture(scope="module")
+def modules():
+    return blueprint.modules()
+
+
+def properties(modules, name):
+    return modules[name][1]
+
+
+def test_the_formatter_would_change_nothing():
+    done = subprocess.run(["bpfmt", "-s", "-d", blueprint.FILE], stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True)
+    assert (done.returncode, done.stdout) == (0, "")
+
+
+def test_each_module_is_of_its_kind(modules):
+    assert {name: kind for name, (kind, _) in modules.items()} == {
+        "talmor-thermal-defaults": "cc_defaults",
+        "libtalmor-thermal": "cc_library_static",
+        "talmor-thermal": "cc_binary",
+        "talmor-thermal-unit-tests": "cc_test",
+        "talmor-thermal.conf": "prebuilt_etc",
+        "talmor-thermal.env": "prebuilt_etc"}
+
+
+def test_the_sources_are_those_of_the_other_build(modules, ndk_build):
+    compiled = json.loads((ndk_build / "compile_commands.json").read_text())
+    listed = (properties(modules, "libtalmor-thermal")["srcs"]
+              + properties(modules, "talmor-thermal")["srcs"])
+    assert sorted(listed) == sorted(
+        str(Path(entry["file"]).relative_to(REPOSITORY)) for entry in compiled)
+
+
+def test_the_unit_tests_are_those_of_the_other_build(modules):
+    """That one takes every source below the folder; without thermalctl it leaves its own out."""
+    there = (path.relative_to(REPOSITORY) for path in (REPOSITORY / "tests" / "unit").rglob("*.cpp"))
+    assert properties(modules, "talmor-thermal-unit-tests")["srcs"] == sorted(
+        str(path) for path in there if "thermalctl" not in path.parts)
+
+
+def test_every_file_that_it_names_is_below_its_folder(modules):
+    named = [path for _, module in modules.values()
+             for key in ("srcs", "init_rc", "export_include_dirs", "local_include_dirs")
+             for path in module.get(key, [])]
+    named += [module[key] for _, module in modules.values()
+              for key in ("src", "version_script") if key in module]
+    assert len(named) > 40
+    assert [path for path in named
+            if ".." in path or not (blueprint.ANDROID / path).exists()] == []
+
+
+def test_everything_of_the_daemon_goes_to_the_vendor_partition(modules):
+    for name, (kind, module) in modules.items():
+        holder = properties(modules, module["defaults"][0]) if "defaults" in module else module
+        assert holder["vendor"] is True, name
+
+
+def test_the_boards_files_are_installed_with_the_daemon_under_the_names_that_it_reads(modules):
+    assert properties(modules, "talmor-thermal")["required"] == PREBUILT
+    for name in PREBUILT:
+        assert Path(properties(modules, name)["src"]).name == name
+        assert f'"/vendor/etc/{name}"' in (REPOSITORY / "src/core/main.cpp").read_text()
+
+
+def test_the_tests_run_on_the_host_and_on_a_device(modules):
+    for name in ("libtalmor-thermal", "talmor-thermal-unit-tests"):
+        assert properties(modules, name)["host_supported"] is True
+
+
+def test_the_language_and_the_warnings_are_those_of_the_other_build(modules):
+    defaults = properties(modules, "talmor-thermal-defaults")
+    assert (defaults["cpp_std"], defaults["gnu_extensions"]) == ("c++17", False)
+    assert defaults["rtti"] is True
+    assert defaults["cppflags"] == ["-fexceptions"]
+    house = "-Wall -Wextra -Wshadow -Wconversion"
+    assert f"target_compile_options(house INTERFACE {house})" in (
+        REPOSITORY / "CMakeLists.txt").read_text()
+    assert set(house.split()) < set(defaults["cflags"])

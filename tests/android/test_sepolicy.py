@@ -1,0 +1,259 @@
+"""The daemon's SELinux policy: it compiles, grants what the daemon needs, and no more."""
+
+import os
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+import policy
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(REPOSITORY / "scripts"))
+from phone.board import Board  # noqa: E402
+from sandbox import CAMERA_DEBUG, Sandbox, wait_until  # noqa: E402
+
+PHONE = REPOSITORY / "boards" / "phone"
+CAMERA_SWITCH = CAMERA_DEBUG + "/en_fixed_sensor_fps"
+DAEMON, REQUESTER = "talmor_thermal", "talmor_thermal_requester"
+
+
+@pytest.fixture(scope="session")
+def board():
+    return Board((PHONE / "talmor-thermal.env").read_text())
+
+
+def test_the_policy_compiles():
+    done, _ = policy.compile_policy()
+    assert (done.returncode, done.stdout) == (0, "")
+
+
+def test_the_policy_compiles_through_the_intermediate_language(tmp_path):
+    (tmp_path / "policy.cil").write_text(policy.intermediate())
+    subprocess.run(["secilc", "-M", "true", "-f", "/dev/null", "-o", tmp_path / "policy",
+                    tmp_path / "policy.cil"], check=True)
+
+
+@pytest.mark.parametrize("forbidden", [
+    "allow talmor_thermal self:capability dac_override;",
+    "allow talmor_thermal self:capability2 wake_alarm;",
+    "allow talmor_thermal hal_power_default:process ptrace;",
+    "allow talmor_thermal self:tcp_socket create;",
+    "allow talmor_thermal self:udp_socket create;",
+    "allow talmor_thermal sysfs:file write;",
+    "allow talmor_thermal sysfs_thermal:file write;",
+    "allow talmor_thermal sysfs_talmor_thermal_sensor:file write;",
+    "allow logd talmor_thermal:process transition;",
+    "allow logd talmor_thermal_control_file:file write;",
+    "allow logd talmor_thermal_data_file:file write;",
+    "allow hal_power_default talmor_thermal_control_file:file create;",
+    "allow hal_power_default talmor_thermal_control_file:file unlink;",
+    "allow hal_power_default talmor_thermal_data_file:file read;",
+    "allow hal_power_default talmor_thermal_data_file:file write;",
+    "allow hal_power_default talmor_thermal_data_file:dir add_name;",
+])
+def test_an_assertion_refuses(forbidden):
+    assert policy.violates_an_assertion(forbidden + "\n")
+
+
+def test_the_daemon_writes_nothing_but_its_files_its_devices_and_the_log():
+    mine = "talmor_thermal_data_file talmor_thermal_control_file sysfs_talmor_thermal_device"
+    others = ("{ file_type fs_type "
+              + " ".join("-" + name for name in [*mine.split(), "logdw_socket"]) + " }")
+    for class_ in ("file", "dir", "sock_file", "lnk_file"):
+        changes = "{ append create link rename setattr unlink write }"
+        assert not policy.grants(DAEMON, others, class_, changes)
+    assert not policy.grants(DAEMON, "logdw_socket", "sock_file", "{ append create unlink }")
+
+
+def test_the_daemon_reads_nothing_but_its_files_its_sensors_and_what_all_may_read():
+    mine = ("talmor_thermal_data_file talmor_thermal_control_file sysfs_talmor_thermal_sensor "
+            "talmor_thermal_exec vendor_configs_file vendor_file sysfs_devices_system_cpu")
+    others = "{ file_type fs_type " + " ".join("-" + name for name in mine.split()) + " }"
+    assert not policy.grants(DAEMON, others, "file", "read")
+    assert not policy.grants(DAEMON, "sysfs_talmor_thermal_device", "file", "read")
+
+
+def test_the_daemon_runs_no_other_program():
+    assert not policy.grants(DAEMON, "file_type", "file", "execute_no_trans")
+    assert not policy.grants(DAEMON, "{ domain -init }", "process", "transition")
+
+
+def test_init_starts_the_daemon_in_its_own_domain():
+    assert policy.grants("init", DAEMON, "process", "transition")
+    assert policy.grants(DAEMON, "talmor_thermal_exec", "file", "entrypoint")
+    another = "type_transition init talmor_thermal_exec:process init;\n"
+    assert not policy.compiles(another)
+
+
+def test_init_hands_the_nodes_of_devices_to_the_daemons_user():
+    assert policy.grants("vendor_init", "sysfs_talmor_thermal_device", "file", "setattr")
+    assert not policy.grants("vendor_init", "sysfs_talmor_thermal_device", "file", "write")
+
+
+def test_the_daemon_reaches_the_log():
+    assert policy.grants(DAEMON, "logdw_socket", "sock_file", "write")
+    assert policy.grants(DAEMON, "logd", "unix_dgram_socket", "sendto")
+    for permission in ("create", "connect", "write"):
+        assert policy.grants(DAEMON, "self", "unix_dgram_socket", permission)
+
+
+@pytest.mark.parametrize("name", ["talmor-thermal.scen", "talmor-thermal.dconf"])
+def test_a_control_file_that_the_daemon_makes_anew_is_labelled_as_one(name):
+    rule = "(typetransition talmor_thermal talmor_thermal_data_file file {} {})"
+    assert rule.format(f'"{name}"', "talmor_thermal_control_file") in policy.intermediate()
+
+
+def test_a_requester_writes_the_two_control_files():
+    assert policy.grants(REQUESTER, "talmor_thermal_control_file", "file", "write")
+    assert policy.label("/data/vendor/thermal/talmor-thermal.scen") == "talmor_thermal_control_file"
+    assert policy.label("/data/vendor/thermal/talmor-thermal.dconf") == "talmor_thermal_control_file"
+
+
+@pytest.mark.parametrize("class_", ["file", "dir", "sock_file", "lnk_file"])
+def test_a_requester_writes_nothing_else(class_):
+    others = "{ file_type fs_type -talmor_thermal_control_file }"
+    changes = "{ append create link rename setattr unlink write }"
+    assert not policy.grants(REQUESTER, others, class_, changes)
+
+
+@pytest.mark.parametrize("path, type_", [
+    ("/vendor/bin/talmor-thermal", "talmor_thermal_exec"),
+    ("/system/vendor/bin/talmor-thermal", "talmor_thermal_exec"),
+    ("/vendor/bin/talmor-thermal2", None),
+    ("/data/vendor/thermal", "talmor_thermal_data_file"),
+    ("/data/vendor/thermal/config", "talmor_thermal_data_file"),
+    ("/data/vendor/thermal/config/talmor-thermal.scen", "talmor_thermal_data_file"),
+    ("/data/vendor/thermal/talmor-thermal.report", "talmor_thermal_data_file"),
+    ("/data/vendor/thermal/talmor-thermalxscen", "talmor_thermal_data_file"),
+    ("/data/vendor/thermals", None),
+])
+def test_a_file_has_the_label(path, type_):
+    assert policy.label(path) == type_
+
+
+def test_every_label_is_a_type_of_the_policy():
+    contexts = (policy.POLICY / "file_contexts").read_text()
+    types = set(re.findall(r"u:object_r:(\w+):s0$", contexts, re.MULTILINE))
+    assert len(types) == 3
+    for type_ in types:
+        assert policy.compiles(f"allow init {type_}:file getattr;\n"), type_
+    assert not policy.compiles("allow init no_such_type:file getattr;\n")
+
+
+def test_every_node_of_the_board_has_the_label_of_its_use(board):
+    sensors = board.sensor_nodes.values()
+    devices = [*(device.node for device in board.devices.values()), CAMERA_SWITCH]
+    assert {policy.label(node) for node in sensors} == {"sysfs_talmor_thermal_sensor"}
+    assert {policy.label(node) for node in devices} == {"sysfs_talmor_thermal_device"}
+    contexts = (policy.POLICY / "genfs_contexts").read_text()
+    assert sorted(re.findall(r"^genfscon sysfs (\S+)", contexts, re.MULTILINE)) == sorted(
+        node.removeprefix("/sys") for node in [*sensors, *devices])
+
+
+class Uses:
+    """What the daemon does with files, by a trace of its system calls."""
+
+    CALL = re.compile(r'(openat|unlink|unlinkat)\((?:AT_FDCWD, )?"(/(?:data|vendor|sys)/[^"]*)"'
+                      r"(?:, (\S+))?.* = (-?\d+)")
+
+    def __init__(self, existing):
+        self._existing = set(existing)
+        self.all = set()
+
+    def follow(self, line):
+        match = self.CALL.search(line)
+        if not match or match[4] == "-1":
+            return
+        call, path, flags = match[1], match[2], (match[3] or "").rstrip(",").rstrip(")").split("|")
+        if call == "openat":
+            self._open(path, flags)
+        else:
+            self._add(path, "file", "unlink")
+            self._add(str(Path(path).parent), "dir", "write", "remove_name")
+
+    def _open(self, path, flags):
+        if "O_CREAT" in flags and path not in self._existing:
+            self._existing.add(path)
+            self._add(path, "file", "create")
+            self._add(str(Path(path).parent), "dir", "write", "add_name")
+        access = {"O_RDONLY": ["read"], "O_WRONLY": ["write"], "O_RDWR": ["read", "write"]}
+        kind = "dir" if path.endswith("/") else "file"
+        self._add(path, kind, "open", "getattr", *access[flags[0]])
+        self._add(str(Path(path).parent), "dir", "search")
+
+    def _add(self, path, class_, *permissions):
+        label = policy.label(path) or "vendor_configs_file"
+        assert label != "vendor_configs_file" or path.startswith("/vendor/etc"), path
+        self.all |= {(label, class_, permission) for permission in permissions}
+
+
+# For a copy that a full disk cut short; the traced run has room.
+ON_A_FULL_DISK = {("talmor_thermal_data_file", "file", "unlink"),
+                  ("talmor_thermal_data_file", "dir", "remove_name")}
+
+
+@pytest.fixture(scope="session")
+def uses(board, host_build):
+    """The phone board from its first start on: heat, a scenario, another configuration, a control
+    file that goes missing."""
+    with Sandbox() as box:
+        return _run(box, board, host_build / "talmor-thermal")
+
+
+def ask(control_file, word):
+    """As a requester may: in place, in one write, without emptying the file first."""
+    descriptor = os.open(control_file, os.O_WRONLY)
+    try:
+        os.write(descriptor, f"{word}\n".encode())
+    finally:
+        os.close(descriptor)
+
+
+def _run(box, board, binary):
+    for node in board.sensor_nodes.values():
+        box.add_node(node, "95000")
+    for node in [*(device.node for device in board.devices.values()), CAMERA_SWITCH]:
+        box.add_node(node)
+    box.env_file.write_text((PHONE / "talmor-thermal.env").read_text())
+    box.conf_file.write_text((PHONE / "talmor-thermal.conf").read_text())
+    night = "talmor-thermal_night.conf"
+    (box.config_dir / night).write_text((PHONE / night).read_text())
+    existing = [*board.sensor_nodes.values(), CAMERA_SWITCH,
+                *(device.node for device in board.devices.values())]
+    trace = box.base / "trace"
+    box.start(binary, prefix=["strace", "-f", "-e", "trace=openat,unlink,unlinkat",
+                              "-o", str(trace)])
+    scenario, request = (box.data_dir / f"talmor-thermal.{kind}" for kind in ("scen", "dconf"))
+    wait_until(lambda: request.exists() and request.read_text() == "PARSED", "the start")
+    wait_until(lambda: box.host_path(board.devices["camera"].node).read_text(), "a hot camera")
+    ask(scenario, "game")
+    wait_until(lambda: "All scenChangeDone to game" in box.stderr(), "the scenario")
+    ask(request, night)
+    wait_until(lambda: "new CONF file is completed" in box.stderr(), "the other configuration")
+    scenario.unlink()
+    wait_until(scenario.exists, "the scenario's file to be made anew")
+    box.stop()
+    seen = Uses(existing)
+    for line in trace.read_text().splitlines():
+        seen.follow(line)
+    return seen.all
+
+
+def test_the_policy_grants_every_use_of_a_file_by_the_daemon(uses):
+    assert {use for use in uses if not policy.grants(DAEMON, *use)} == set()
+
+
+@pytest.mark.parametrize("type_", [
+    "talmor_thermal_data_file", "talmor_thermal_control_file", "sysfs_talmor_thermal_sensor",
+    "sysfs_talmor_thermal_device", "vendor_configs_file"])
+def test_the_policy_grants_no_use_of_a_file_that_the_daemon_has_no_use_for(uses, type_):
+    possible = {
+        "file": ["append", "create", "execute", "getattr", "ioctl", "link", "lock", "map", "open",
+                 "read", "rename", "setattr", "unlink", "write"],
+        "dir": ["add_name", "create", "read", "remove_name", "rmdir", "write"]}
+    granted = {(type_, class_, permission) for class_, permissions in possible.items()
+               for permission in permissions if policy.grants(DAEMON, type_, class_, permission)}
+    assert granted - ON_A_FULL_DISK <= uses
