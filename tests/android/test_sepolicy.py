@@ -224,7 +224,7 @@ def _run(box, board, binary):
     existing = [*board.sensor_nodes.values(), CAMERA_SWITCH,
                 *(device.node for device in board.devices.values())]
     trace = box.base / "trace"
-    box.start(binary, prefix=["strace", "-f", "-e", "trace=openat,unlink,unlinkat",
+    box.start(binary, prefix=["strace", "-f", "-I", "waiting", "-e", "trace=openat,unlink,unlinkat",
                               "-o", str(trace)])
     scenario, request = (box.data_dir / f"talmor-thermal.{kind}" for kind in ("scen", "dconf"))
     wait_until(lambda: request.exists() and request.read_text() == "PARSED", "the start")
