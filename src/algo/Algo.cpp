@@ -6,12 +6,14 @@
 
 Algo::Algo(const std::string& name_, uint32_t sampling_, bool lowactive_, Sensor* sensor_,
            ThermalThread* thread_)
-    : name(name_), sampling(sampling_), sensor(sensor_), thread(thread_), lowactive(lowactive_) {}
+    : sampling(sampling_), sensor(sensor_), thread(thread_), lowactive(lowactive_) {
+  name = name_;
+}
 
 void Algo::watch(const std::string& scenarioName, int32_t start, int32_t clear) {
-  sensor->insertAlgoItems(this, scenarioName);
   startTemp = storedTemp(start);
   clearTemp = storedTemp(clear);
+  sensor->insertAlgoItems(this, scenarioName);
 }
 
 int32_t Algo::readTemp() const {
@@ -23,8 +25,6 @@ int32_t Algo::storedTemp(int32_t configured) const {
 }
 
 void Algo::activate() {
-  era = sensor->era;
-  undecided = true;
   active = true;
   thread->activate();
 }

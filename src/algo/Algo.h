@@ -4,23 +4,24 @@
 #include <cstdint>
 #include <string>
 
+#include "device/Requester.h"
+
 class Sensor;
 class ThermalThread;
 
 // One control algorithm: watches a sensor, drives devices, sleeps until its start temperature is
-// reached.
+// reached. Its `name` is also the requester name at devices.
 //
 // Units:   temperatures in millidegrees Celsius; with `lowactive` all of them are negated, both
-// when stored and when the
-//          sensor is read, so that the rules for a rising temperature serve for a falling one.
+//          when stored and when the sensor is read, so that the rules for a rising temperature
+//          serve for a falling one.
 // Threads: `decision` runs on the algorithm's own thread, `activate` on its sensor's. `deactivate`
-// runs on the
-//          algorithm's thread, or on another in a scenario change, possibly across a running
-//          `decision`: whoever clears `active` lowers the thread's count, and the thread, which has
-//          the item decide only while it is active, withdraws after the decision what one posted
-//          that has been put to sleep meanwhile.
+//          runs on the algorithm's thread, or on another in a scenario change, possibly across a
+//          running `decision`: whoever clears `active` lowers the thread's count, and the thread,
+//          which has the item decide only while it is active, withdraws after the decision what
+//          one posted that has been put to sleep meanwhile.
 // Source:  an item of the configuration file.
-class Algo {
+class Algo : public Requester {
 public:
   virtual ~Algo() = default;
   Algo(const Algo&) = delete;
@@ -31,7 +32,6 @@ public:
   virtual void activate();
   virtual void deactivate();
 
-  std::string name; // also the requester name at devices
   uint32_t sampling;
   int32_t startTemp = 0;
   int32_t clearTemp = 0;
@@ -45,20 +45,20 @@ public:
   // Written and read by the scenario thread alone.
   bool old = false;
   bool lowactive;
-  // The sensor's `era` when this item was last woken or its scenario last came in force; 0 before.
-  // Requests carry it, so that an item which retires in a scenario change cannot withdraw the
-  // request of a namesake which woke in it.
-  std::atomic<uint32_t> era{0};
-  // Set by `activate`, cleared by the first `decision` after it: a scenario change waits for that
-  // first decision before it lets the previous scenario's algorithms go, so that no device is
-  // without a request in between.
+  // Woken by the change that put its scenario in force, and without a decision since. Set by the
+  // sensor's thread, cleared by the first `decision`: the change waits for that one before it lets
+  // the previous scenario's algorithms go, so that no device is without a request in between.
   std::atomic<bool> undecided{false};
+  // Still awake from an earlier time when its scenario came back in force, and without a decision
+  // since. Set by the sensor's thread, cleared by the first `decision`.
+  std::atomic<bool> returned{false};
 
 protected:
   Algo(const std::string& name, uint32_t sampling, bool lowactive, Sensor* sensor,
        ThermalThread* thread);
 
-  // Registers with the sensor and stores the two temperatures, negated when `lowactive`.
+  // Stores the two temperatures, negated when `lowactive`, and registers with the sensor, whose
+  // thread may wake the item from then on: the last step of a construction.
   void watch(const std::string& scenarioName, int32_t start, int32_t clear);
 
   // The sensor's temperature as this algorithm reads it, negated when `lowactive`.

@@ -13,11 +13,11 @@ Monitor::Monitor(const std::string& name_, uint32_t sampling_, int32_t startTemp
                  const std::vector<int32_t>& thresholdsClr_)
     : Algo(name_, sampling_, lowactive_, sensor_, thread_), thresholds(thresholds_),
       actions(actions_), actionInfo(actionInfo_), thresholdsClr(thresholdsClr_) {
-  watch(scenarioName, startTemp_, clearTemp_);
   for (int32_t& threshold : this->thresholds)
     threshold = storedTemp(threshold);
   for (int32_t& threshold : this->thresholdsClr)
     threshold = storedTemp(threshold);
+  watch(scenarioName, startTemp_, clearTemp_);
 }
 
 int Monitor::decision() {
@@ -26,16 +26,13 @@ int Monitor::decision() {
   const uint32_t newLevel = nextLevel(temp, oldLevel);
   LOG_LINE("[TalmorThermal] [TalmorThermal] Monitor [%s] temp(%d) status(%u -> %u)\n", name.c_str(),
            temp, oldLevel, newLevel);
-  if (newLevel != oldLevel) {
-    if (newLevel > 0)
-      moveTo(newLevel, oldLevel);
-    else
-      deactivate();
-  } else if (newLevel > 0 && postedEra != era) {
-    // Awake since an earlier time of its scenario: while another one was in force, a namesake may
-    // have held the requests, and it takes them back as it retires.
-    post(newLevel);
-    apply(newLevel);
+  const bool justReturned = returned.exchange(false);
+  if (newLevel == oldLevel) {
+    if (justReturned) takeBack(newLevel);
+  } else if (newLevel > 0) {
+    moveTo(newLevel, oldLevel);
+  } else {
+    deactivate();
   }
   undecided = false;
   return 0;
@@ -97,14 +94,23 @@ template <typename Visit> void Monitor::forEachDriven(uint32_t level, Visit visi
   }
 }
 
+void Monitor::takeBack(uint32_t level) {
+  forEachDriven(level, [this, level](Device& device, int32_t wanted) {
+    if (device.holds(*this)) return;
+    device.deviceControl(*this, wanted);
+    device.statusApply();
+    // As after any post: who puts the monitor to sleep meanwhile may have withdrawn before it.
+    status = level;
+  });
+}
+
 void Monitor::post(uint32_t level) {
-  postedEra = era;
-  forEachDriven(
-      level, [this](Device& device, int32_t wanted) { device.deviceControl(name, wanted, era); });
+  forEachDriven(level,
+                [this](Device& device, int32_t wanted) { device.deviceControl(*this, wanted); });
 }
 
 void Monitor::withdraw(uint32_t level) {
-  forEachDriven(level, [this](Device& device, int32_t) { device.deviceControl(name, 0, era); });
+  forEachDriven(level, [this](Device& device, int32_t) { device.withdraw(*this); });
 }
 
 void Monitor::apply(uint32_t level) {

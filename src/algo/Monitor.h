@@ -10,11 +10,10 @@ class Device;
 // clearing thresholds below them hold a level until the temperature has fallen far enough. Level 0
 // releases the devices and sleeps.
 //
-// Shape: index i of the four lists belongs to level i + 1. A level without a row drives nothing, a
-// null device or one
-//        without an entry gets no request, a missing clearing threshold counts as the level's entry
-//        threshold.
-// Source: an item of type "monitor".
+// Shape:   index i of the four lists belongs to level i + 1. A level without a row drives nothing,
+//          a null device or one without an entry gets no request, a missing clearing threshold
+//          counts as the level's entry threshold.
+// Source:  an item of type "monitor".
 class Monitor : public Algo {
 public:
   using DeviceRows = std::vector<std::vector<Device*>>;
@@ -49,7 +48,7 @@ private:
   void post(uint32_t level);
   void withdraw(uint32_t level);
   void apply(uint32_t level);
-
-  // The `era` of the last post. The monitor's own thread alone looks at it.
-  uint32_t postedEra = 0;
+  // Asks once more for what a namesake has taken away while another scenario was in force. A device
+  // that still has the request is left alone.
+  void takeBack(uint32_t level);
 };

@@ -35,7 +35,7 @@ int SS::decision() {
     const int32_t request = requestFor(newSteps);
     LOG_LINE("[TalmorThermal] [TalmorThermal] SS [%s] temp(%d->%d) status(%d)\n", name.c_str(),
              prevTemp, temp, request);
-    device->deviceControl(name, request, era);
+    device->deviceControl(*this, request);
     device->statusApply();
     tickCount = 0;
     hasPosted = true;
@@ -89,6 +89,6 @@ int32_t SS::requestFor(int32_t steps) const {
 void SS::release() {
   status = 0;
   tickCount = 0;
-  device->deviceControl(name, 0, era);
+  device->withdraw(*this);
   device->statusApply();
 }

@@ -1,3 +1,5 @@
+#include <signal.h>
+
 #include <string>
 
 #include "core/Log.h"
@@ -9,6 +11,9 @@ int main(int argc, char* argv[]) {
   __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
 #endif
   if (argc == 2 && std::string(argv[1]) == "nolog") logEnabled = false;
+  // A report may go into a pipe, and one whose reader has gone must not end the daemon: the write
+  // fails like any other.
+  ::signal(SIGPIPE, SIG_IGN);
   const ThermalMain daemon("/vendor/etc/talmor-thermal.conf", "/vendor/etc/talmor-thermal.env");
   return 0;
 }

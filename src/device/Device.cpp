@@ -31,15 +31,28 @@ Device::Device(const std::string& name_, const std::string& nodePath_, const std
     LOG_LINE("[TalmorThermal] [TalmorThermal] Device [%s] open failed\n", name.c_str());
 }
 
-int32_t Device::deviceControl(const std::string& requester, int32_t level, uint32_t era) {
+int32_t Device::deviceControl(const std::string& requester, int32_t level) {
   const std::lock_guard<std::mutex> guard(lock);
-  if (era != kNoEra) {
-    uint32_t& newest = eras[requester];
-    if (era < newest) return 0;
-    newest = era;
-  }
-  requests[requester] = level;
+  file(requester, level, nullptr);
   return 0;
+}
+
+int32_t Device::deviceControl(const Requester& requester, int32_t level) {
+  const std::lock_guard<std::mutex> guard(lock);
+  file(requester.name, level, &requester);
+  return 0;
+}
+
+void Device::withdraw(const Requester& requester) {
+  const std::lock_guard<std::mutex> guard(lock);
+  if (!requester.inForce && isHeldInForce(requester.name)) return;
+  file(requester.name, 0, nullptr);
+}
+
+bool Device::holds(const Requester& requester) {
+  const std::lock_guard<std::mutex> guard(lock);
+  const auto holder = holders.find(requester.name);
+  return holder != holders.end() && holder->second == &requester;
 }
 
 void Device::statusApply() {
@@ -48,6 +61,17 @@ void Device::statusApply() {
   if (!level || *level == currentLevel) return;
   writeNode(nodeText(entry(*level), type));
   currentLevel = *level;
+}
+
+void Device::file(const std::string& requester, int32_t level, const Requester* holder) {
+  requests[requester] = level;
+  holders[requester] = holder;
+}
+
+bool Device::isHeldInForce(const std::string& requester) const {
+  const auto holder = holders.find(requester);
+  if (holder == holders.end() || !holder->second || !holder->second->inForce) return false;
+  return requests.at(requester) != 0;
 }
 
 void Device::writeNode(const std::string& bytes) {

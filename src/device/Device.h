@@ -9,21 +9,19 @@
 #include <string>
 #include <vector>
 
+#include "device/Requester.h"
+
 // One cooling knob: a kernel node driven through a table of levels.
 //
 // Shape:   a level is an index into `levelTable`; 0 is no cooling, the highest request wins. A
-// level past the table's
-//          end is its last entry, the strongest cooling.
+//          level past the table's end is its last entry, the strongest cooling.
 // Units:   a table entry is text in whatever unit the node's driver takes.
 // Errors:  a node that cannot be opened is logged once; its writes are lost while the level still
-// advances. A write
-//          that fails leaves the stream failed, and nothing is retried.
+//          advances. A write that fails leaves the stream failed, and nothing is retried.
 // Threads: any thread may post and apply; `lock` makes each call atomic.
 // Source:  "level_table" and "node_path" of the device's section in the environment file.
 class Device {
 public:
-  static constexpr uint32_t kNoEra = 0;
-
   // `type` says how an entry is written: "integer", "hex" or "string"; with any other text nothing
   // is.
   Device(const std::string& name, const std::string& nodePath, const std::string& type,
@@ -32,10 +30,18 @@ public:
   Device(const Device&) = delete;
   Device& operator=(const Device&) = delete;
 
-  // Files a requester's wish; `statusApply` carries it out. A post of an earlier `era` than the
-  // requester's last one is ignored: a namesake that woke in a later scenario holds the request
-  // now. Returns 0.
-  int32_t deviceControl(const std::string& requester, int32_t level, uint32_t era = kNoEra);
+  // Files a requester's wish; `statusApply` carries it out. The later post of a name holds. Returns
+  // 0.
+  int32_t deviceControl(const std::string& requester, int32_t level);
+  int32_t deviceControl(const Requester& requester, int32_t level);
+
+  // Files 0 for the requester. Ignored when the requester is not in force any more and a namesake
+  // which is holds a request: in a change of scenario or configuration the one that comes asks
+  // before the one that goes lets go.
+  virtual void withdraw(const Requester& requester);
+
+  // Whether the latest post of the requester's name is its own, and not withdrawn.
+  bool holds(const Requester& requester);
 
   // Merges all requests and, only if the merged level changed, writes its entry.
   virtual void statusApply();
@@ -61,9 +67,14 @@ protected:
   // Puts `bytes` at the start of the node.
   void writeNode(const std::string& bytes);
 
+  // Sets the request of a name, and whose it is; null: nobody's. Call with `lock` held.
+  void file(const std::string& requester, int32_t level, const Requester* holder);
+
   const std::string& entry(int32_t level) const { return levelTable[static_cast<size_t>(level)]; }
 
 private:
-  // The era of each requester's last post that had one.
-  std::map<std::string, uint32_t> eras;
+  bool isHeldInForce(const std::string& requester) const;
+
+  // Who posted last, by name; null once that is withdrawn.
+  std::map<std::string, const Requester*> holders;
 };

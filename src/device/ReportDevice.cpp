@@ -13,12 +13,19 @@ constexpr int32_t kReported = 2;
 std::string localTimeStamp() {
   const time_t now = ::time(nullptr);
   struct tm local = {};
+  // The conversion alone would stay in the time zone that the process began with.
+  ::tzset();
   ::localtime_r(&now, &local);
   std::array<char, 64> text;
   return {text.data(), std::strftime(text.data(), text.size(), "%F %T", &local)};
 }
 
 } // namespace
+
+void ReportDevice::withdraw(const Requester& requester) {
+  const std::lock_guard<std::mutex> guard(lock);
+  file(requester.name, 0, nullptr);
+}
 
 void ReportDevice::statusApply() {
   const std::lock_guard<std::mutex> guard(lock);

@@ -11,4 +11,7 @@ class ReportDevice : public Device {
 public:
   using Device::Device;
   void statusApply() override;
+
+  // Always counts, also where a namesake goes on: every alarm that was reported gets its end.
+  void withdraw(const Requester& requester) override;
 };

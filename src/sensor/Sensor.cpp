@@ -1,5 +1,7 @@
 #include "sensor/Sensor.h"
 
+#include <algorithm>
+
 #include "algo/Algo.h"
 #include "core/Int32.h"
 #include "core/Log.h"
@@ -16,22 +18,26 @@ Sensor::Sensor(const std::string& name_, uint32_t sampling_, ThermalThread* thre
 
 void Sensor::insertAlgoItems(Algo* algo, const std::string& scenarioName) {
   algorithms[scenarioName].push_back(algo);
+  if (scenarioName != scenario) return;
+  if (algo) algo->inForce = true;
+  watching.append(algo);
 }
 
 void Sensor::traversItems() {
-  std::vector<Algo*>* watching = inForce;
-  if (!watching) inForce = watching = &algorithms[scenario];
+  if (!hasEntry) algorithms[scenario];
+  hasEntry = true;
 
   const int32_t rising = temperature;
   const int32_t falling = wrapNegate(rising);
-  for (Algo* algo : *watching) {
-    if (!algo) break;
-    if (algo->active) continue;
-    if ((algo->lowactive ? falling : rising) < algo->startTemp) continue;
+  watching.walk([&](Algo& algo) {
+    if (algo.active) return;
+    if ((algo.lowactive ? falling : rising) < algo.startTemp) return;
     LOG_LINE("[TalmorThermal] Sensor [%s] activate Algo [%s], scen [%s]\n", name.c_str(),
-             algo->name.c_str(), scenario.c_str());
-    algo->activate();
-  }
+             algo.name.c_str(), scenario.c_str());
+    // The two names only differ while the scenario is being changed.
+    algo.undecided = scenario != oldScenario;
+    algo.activate();
+  });
 }
 
 void Sensor::activate() {
@@ -41,17 +47,20 @@ void Sensor::activate() {
 
 void Sensor::changeScenario(const std::string& newScenario) {
   scenario = newScenario;
-  ++era;
-  std::vector<Algo*>* const watching = &algorithms[scenario];
+  const std::vector<Algo*>& entering = algorithms[scenario];
+  hasEntry = true;
   // The first change of a swap only renames the entry in force.
-  if (watching == inForce) return;
-  // Those that are still awake from an earlier time in force are not woken again, but count anew.
-  for (Algo* algo : *watching) {
-    if (!algo) continue;
-    algo->era = era;
-    if (algo->active) algo->undecided = true;
+  if (std::equal(watching.begin(), watching.end(), entering.begin(), entering.end())) return;
+  for (Algo* algo : watching) {
+    if (algo) algo->inForce = false;
   }
-  inForce = watching;
+  for (Algo* algo : entering) {
+    if (!algo) continue;
+    algo->inForce = true;
+    algo->undecided = false;
+    algo->returned = algo->active.load();
+  }
+  watching.replace(entering);
 }
 
 void Sensor::deactivateOldScen() {
@@ -65,7 +74,6 @@ void Sensor::deactivateOldScen() {
 }
 
 void Sensor::addPrefixScenName(const std::string& prefix) {
-  // The nodes move, not the vectors in them, so what `inForce` points to stays where it is.
   AlgoMap renamed;
   while (!algorithms.empty()) {
     AlgoMap::node_type entry = algorithms.extract(algorithms.begin());
@@ -75,21 +83,20 @@ void Sensor::addPrefixScenName(const std::string& prefix) {
   algorithms = std::move(renamed);
 }
 
-Sensor::AlgoMap::node_type Sensor::destroyOldScens() {
-  AlgoMap::node_type wasInForce;
-  // Erased in place, never refilled: the entry that the sensor's thread walks meanwhile must not
-  // move.
+void Sensor::destroyOldScens() {
+  bool inForceIsDropped = false;
   for (auto next = algorithms.begin(); next != algorithms.end();) {
     const auto entry = next++;
     if (entry->first.find(kRetiredMark) == std::string::npos) continue;
     for (Algo* algo : entry->second) {
       if (algo) algo->old = true;
     }
-    AlgoMap::node_type dropped = algorithms.extract(entry);
-    if (&dropped.mapped() == inForce) wasInForce = std::move(dropped);
+    if (entry->first == scenario) inForceIsDropped = true;
+    algorithms.erase(entry);
   }
-  // A scenario whose own name holds the mark: the empty entry that the next walk would insert
+  if (!inForceIsDropped) return;
+  // A scenario whose own name holds the mark: the empty entry that the next sample would insert
   // anyway.
-  if (wasInForce) inForce = &algorithms[scenario];
-  return wasInForce;
+  algorithms[scenario];
+  watching.replace({});
 }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "thread/ItemList.h"
+
 class Algo;
 class ThermalThread;
 
@@ -13,10 +15,9 @@ class ThermalThread;
 //
 // Units:   millidegrees Celsius, as the kernel reports them; `sampling` in milliseconds.
 // Threads: sampled by its own `SensorThread` alone; any thread may read `temperature` and `active`.
-// The registry has no
-//          lock: the parser adds entries that are not in force, and all else happens while the
-//          sensor's thread waits at a barrier of a scenario change (`inForce` tells why its walk
-//          needs no lookup).
+//          The registry has no lock and needs none: it belongs to the scenario thread, but for the
+//          time in which that waits for the sensor's thread in a scenario change. A sample never
+//          looks into it: what it walks is `watching`, which may grow and shrink under a walk.
 // Source:  a "real" or "virtual" section of the environment file.
 class Sensor {
 public:
@@ -50,9 +51,8 @@ public:
   void addPrefixScenName(const std::string& prefix);
 
   // Drops every entry whose name holds "OLDSCEN_" and marks its algorithms `old`; deletes none of
-  // them. Returns the entry in force if it was among them: the sensor's thread may be walking it,
-  // so it must outlive that walk.
-  AlgoMap::node_type destroyOldScens();
+  // them. On return no sample sees one of them any more.
+  void destroyOldScens();
 
   std::string name;
   uint32_t sampling;
@@ -64,13 +64,11 @@ public:
   std::atomic<int32_t> temperature{0};
   std::string oldScenario{"Default"};
   std::string scenario{"Default"};
-  // Which scenario in turn is in force, counted from 1 for all sensors alike. The sensor's own
-  // thread alone looks at it.
-  uint32_t era = 1;
 
 private:
-  // The entry of `algorithms` for `scenario`, looked up when the scenario changes instead of at
-  // every sample: while the sensor's thread walks it, the parser may insert other entries and the
-  // clean-up may erase others, and neither moves this one. Null until the first walk.
-  std::atomic<std::vector<Algo*>*> inForce{nullptr};
+  // The algorithms of the scenario in force: the same as its entry in `algorithms`.
+  ItemList<Algo> watching;
+  // Whether `algorithms` is known to have an entry for `scenario`. The sensor's own thread alone
+  // looks at it.
+  bool hasEntry = false;
 };

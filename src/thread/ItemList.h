@@ -9,19 +9,19 @@
 #include <utility>
 #include <vector>
 
-// The items of one worker, in insertion order: the worker walks them while another thread appends
-// or replaces them.
+// Items in insertion order, walked by one thread while another appends or replaces them: those of a
+// worker, or those that watch a sensor.
 //
+// Shape:   a null item ends every walk.
 // Threads: no lock, and the walking side never waits. One thread at a time changes the list (the
-// main thread at
-//          start-up, then the scenario thread) and may look at it in between with `begin` and
-//          `end`.
+//          main thread at start-up, then the scenario thread or whoever it waits for) and may look
+//          at it in between with `begin` and `end`.
+//
 // Why it is safe: an append fills a slot before it publishes the new size, in place while there is
-// room. What takes the
-//          list's place is published by one atomic pointer, and what it replaces is freed only once
-//          the walk that may still see it is over: `walks` is odd during a walk, and all of these
-//          accesses are in one total order, so a changer that reads an even number after publishing
-//          knows that the next walk sees the new list.
+// room. What takes the list's place is published by one atomic pointer, and what it replaces is
+// freed only once the walk that may still see it is over: `walks` is odd during a walk, and all of
+// these accesses are in one total order, so a changer that reads an even number after publishing
+// knows that the next walk sees the new list.
 template <typename T> class ItemList {
 public:
   ItemList() : current(std::make_unique<Block>(0)), published(current.get()) {}
@@ -46,16 +46,22 @@ public:
     ++walks;
     const Block& block = *published.load();
     const size_t size = block.size;
-    for (size_t i = 0; i < size; ++i)
+    for (size_t i = 0; i < size && block.slots[i]; ++i)
       visit(*block.slots[i]);
     ++walks;
+  }
+
+  // The number of the walk under way, or 0.
+  uint32_t walkUnderWay() const {
+    const uint32_t seen = walks;
+    return seen % 2 == 0 ? 0 : seen;
   }
 
   // Returns when a walk that has begun is over. For the changing side: it is never called by the
   // walking thread.
   void awaitWalkEnd() const {
-    const uint32_t seen = walks;
-    if (seen % 2 == 0) return;
+    const uint32_t seen = walkUnderWay();
+    if (seen == 0) return;
     while (walks == seen)
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }

@@ -24,17 +24,24 @@ void awaitWaitAt(std::mutex& handshake) {
   const std::lock_guard<std::mutex> guard(handshake);
 }
 
-template <typename T> bool hasUndecided(const std::map<std::string, T*>& workers) {
-  for (const auto& [name, worker] : workers) {
-    if (worker->hasUndecided()) return true;
-  }
-  return false;
+// How long a change waits for the items that it has woken, in all, and how often it looks.
+constexpr std::chrono::milliseconds kDecisionLimit{100};
+constexpr std::chrono::microseconds kDecisionPoll{100};
+
+template <typename T> void noteDecisionsUnderWay(const std::map<std::string, T*>& workers) {
+  for (const auto& [name, worker] : workers)
+    worker->noteDecisionUnderWay();
 }
 
-template <typename T> void cutSleepOfUndecided(const std::map<std::string, T*>& workers) {
+// Wakes the workers whose items the change waits for. Returns whether there are any.
+template <typename T> bool askForDecisions(const std::map<std::string, T*>& workers) {
+  bool any = false;
   for (const auto& [name, worker] : workers) {
-    if (worker->hasUndecided()) worker->sleepCond.notify_one();
+    if (!worker->isAwaited()) continue;
+    worker->sleepCond.notify_one();
+    any = true;
   }
+  return any;
 }
 
 } // namespace
@@ -130,13 +137,16 @@ void ScenarioThread::scenUpdateWithSensorThread(bool newConf) {
 
 void ScenarioThread::changeWithSensorThreads(const std::map<int32_t, SensorThread*>& workers,
                                              bool newConf) {
+  noteDecisionsUnderWay(owner->ssThreads);
+  noteDecisionsUnderWay(owner->monitorThreads);
   for (const auto& [sampling, worker] : workers)
     park(*worker);
   passBarrier();
   for (const auto& [sampling, worker] : workers)
     handOverName(*worker, newConf);
   passBarrier();
-  letWokenItemsDecide();
+  // The first change of a swap lets nobody go.
+  if (!newConf) letWokenItemsDecide();
   for (const auto& [sampling, worker] : workers)
     release(*worker);
   passBarrier();
@@ -172,10 +182,10 @@ void ScenarioThread::handOverName(SensorThread& worker, bool newConf) {
 
 void ScenarioThread::release(SensorThread& worker) {
   ++pendingCount;
-  worker.holdForScenThread = false;
-  // Before the notification: a worker that comes round again must not find the request still up and
-  // start a change that nobody leads.
+  // Before the worker can pass the barrier: one that comes round again must not find the request
+  // still up and start a change that nobody leads.
   worker.scenChangeRequested = false;
+  worker.holdForScenThread = false;
   awaitWaitAt(worker.handshakeMutex[1]);
   worker.handshakeCond[1].notify_one();
 }
@@ -185,18 +195,19 @@ void ScenarioThread::release(SensorThread& worker) {
 // both want would drop to level 0 until the new one's worker comes round.
 void ScenarioThread::letWokenItemsDecide() {
   using Clock = std::chrono::steady_clock;
-  const Clock::time_point enough = Clock::now() + std::chrono::seconds(1);
-  while ((hasUndecided(owner->ssThreads) || hasUndecided(owner->monitorThreads)) &&
-         Clock::now() < enough) {
-    cutSleepOfUndecided(owner->ssThreads);
-    cutSleepOfUndecided(owner->monitorThreads);
-    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  const Clock::time_point lastLook = Clock::now() + kDecisionLimit - kDecisionPoll;
+  for (;;) {
+    const bool steps = askForDecisions(owner->ssThreads);
+    const bool levels = askForDecisions(owner->monitorThreads);
+    if ((!steps && !levels) || Clock::now() >= lastLook) return;
+    std::this_thread::sleep_for(kDecisionPoll);
   }
 }
 
 void ScenarioThread::passBarrier() {
   std::unique_lock<std::mutex> lock(loopMutex);
-  if (pendingCount >= 1) activateCond.wait(lock);
+  while (pendingCount >= 1)
+    activateCond.wait(lock);
 }
 
 void ScenarioThread::checkIn() {

@@ -1,7 +1,6 @@
 #include "thread/SensorThread.h"
 
 #include <typeinfo>
-#include <vector>
 
 #include "core/Log.h"
 #include "sensor/Real.h"
@@ -66,13 +65,11 @@ void SensorThread::waitForScenThread(int index) {
   const auto barrier = static_cast<size_t>(index);
   std::unique_lock<std::mutex> lock(handshakeMutex[barrier]);
   scenarioThread->checkIn();
-  if (holdForScenThread) handshakeCond[barrier].wait(lock);
+  while (holdForScenThread)
+    handshakeCond[barrier].wait(lock);
 }
 
 void SensorThread::destroyOldScens() {
-  std::vector<Sensor::AlgoMap::node_type> stillWalked;
   for (Sensor* sensor : items)
-    stillWalked.push_back(sensor->destroyOldScens());
-  const auto inForce = [](const Sensor::AlgoMap::node_type& entry) { return !entry.empty(); };
-  if (std::any_of(stillWalked.begin(), stillWalked.end(), inForce)) items.awaitWalkEnd();
+    sensor->destroyOldScens();
 }

@@ -32,8 +32,7 @@ protected:
 //
 // Units:   `period` in milliseconds; below 1 the worker still waits 1 ms per cycle.
 // Threads: the body holds `loopMutex`, then `sleepMutex`, for its whole run, but for its waits.
-// `activate` and
-//          `deactivate` may be called by any thread. Items are never owned here.
+//          `activate` and `deactivate` may be called by any thread. Items are never owned here.
 template <typename T> class thermalThread : public ThermalThread {
 public:
   explicit thermalThread(int period_) : period(period_) {}
@@ -71,8 +70,9 @@ public:
   std::mutex sleepMutex;
   // Notified by `activate`, with the care described there; waits with `loopMutex`.
   std::condition_variable activateCond;
-  // Notified, without a lock, by whoever wants the period cut short; a notification that comes
-  // before the wait is lost, and the period then runs its course. Waits with `sleepMutex`.
+  // Notified, without a lock, by whoever wants something before the period is over; a notification
+  // that comes before the wait is lost, and the period then runs its course. Waits with
+  // `sleepMutex`.
   std::condition_variable sleepCond;
   // Written by `ThermalMain::runThreads`.
   std::atomic<bool> started{false};
@@ -89,8 +89,12 @@ protected:
     aboutToWait = false;
   }
 
+  std::chrono::milliseconds waitLength() const {
+    return std::chrono::milliseconds(std::max(period, 1));
+  }
+
   void waitForPeriod(std::unique_lock<std::mutex>& sleepLock) {
-    sleepCond.wait_for(sleepLock, std::chrono::milliseconds(std::max(period, 1)));
+    sleepCond.wait_for(sleepLock, waitLength());
   }
 
 private:

@@ -452,9 +452,10 @@ TEST_F(MonitorTest, LowersTheCountOnceWhenItIsPutToSleepWhileItFallsToLevelZero)
   EXPECT_EQ(big.currentLevel, 0);
 }
 
-TEST_F(MonitorTest, LeavesTheRequestToANamesakeThatWokeInALaterScenario) {
+TEST_F(MonitorTest, LeavesTheRequestToANamesakeOfTheScenarioThatHasComeInForce) {
   Monitor earlier = monitorOf({{&big}}, {{1}}, {50000}, {45000});
-  Monitor later = monitorOf({{&big}}, {{3}}, {50000}, {45000});
+  Monitor later("item", 1000, 50000, 45000, "game", false, &sensor, &thread, {{&big}}, {{3}},
+                {50000}, {45000});
   earlier.activate();
   decideAt(earlier, 50000);
   sensor.changeScenario("game");
@@ -466,52 +467,123 @@ TEST_F(MonitorTest, LeavesTheRequestToANamesakeThatWokeInALaterScenario) {
   EXPECT_EQ(big.levelsSet(), (Levels{1, 3, 0}));
 }
 
-TEST_F(MonitorTest, AsksAgainWhenItsScenarioReturnsAfterItStayedAwakeAtLevelZero) {
-  Monitor waiting = monitorOf({{&big}}, {{1}}, {50000}, {45000});
-  Monitor namesake("item", 1000, 50000, 45000, "game", false, &sensor, &thread, {{&big}}, {{3}},
-                   {50000}, {45000});
-  sensor.temperature = 50000;
-  sensor.traversItems();
-  decideAt(waiting, 40000);
-  waiting.deactivate();
-  ASSERT_TRUE(waiting.active);
-  sensor.changeScenario("game");
-  sensor.temperature = 50000;
-  sensor.traversItems();
+// A monitor that its scenario left awake at level 0, and a namesake of the scenario in force since.
+class LeftAwakeMonitorTest : public MonitorTest {
+protected:
+  LeftAwakeMonitorTest() {
+    sensor.temperature = 50000;
+    sensor.traversItems();
+    decideAt(waiting, 40000);
+    enter("game");
+    EXPECT_TRUE(waiting.active);
+  }
+
+  // As the sensor's thread does, but for the algorithms that are to be put to sleep.
+  void enter(const std::string& scenario) {
+    sensor.temperature = 50000;
+    sensor.changeScenario(scenario);
+    sensor.traversItems();
+    sensor.oldScenario = scenario;
+  }
+  int applied() {
+    int count = 0;
+    std::swap(count, applications);
+    return count;
+  }
+
+  Monitor waiting = monitorOf({{&big, &gpu}}, {{1, 4}}, {50000}, {45000});
+  Monitor namesake{"item",  1000,    50000,    45000, "game",  false,
+                   &sensor, &thread, {{&big}}, {{3}}, {50000}, {45000}};
+  int applications = 0;
+};
+
+TEST_F(LeftAwakeMonitorTest, SetsItsRequestThoughItsScenarioIsNotInForce) {
   decideAt(namesake, 50000);
   namesake.deactivate();
-  sensor.changeScenario("Default");
-  sensor.traversItems();
   decideAt(waiting, 50000);
   EXPECT_EQ(big.levelsSet(), (Levels{3, 0, 1}));
+  waiting.deactivate();
+  EXPECT_EQ(big.levelsSet(), (Levels{3, 0, 1, 0}));
 }
 
-TEST_F(MonitorTest, AsksOnceMoreForItsLevelWhenItsScenarioReturnsToTakeOverFromANamesake) {
-  Monitor waiting = monitorOf({{&big}}, {{1}}, {50000}, {45000});
-  Monitor namesake("item", 1000, 50000, 45000, "game", false, &sensor, &thread, {{&big}}, {{3}},
-                   {50000}, {45000});
-  sensor.temperature = 50000;
-  sensor.traversItems();
-  decideAt(waiting, 40000);
-  ASSERT_TRUE(waiting.active);
-  sensor.changeScenario("game");
-  sensor.temperature = 50000;
-  sensor.traversItems();
-  decideAt(namesake, 50000);
+TEST_F(LeftAwakeMonitorTest, AsksOnceMoreAtItsScenariosReturnForWhatItsNamesakeHasTakenAway) {
   decideAt(waiting, 50000);
+  decideAt(namesake, 50000);
+  namesake.deactivate();
+  EXPECT_EQ(big.levelsSet(), (Levels{1, 3, 0}));
+  decideAt(waiting, 50000);
+  EXPECT_EQ(big.levelsSet(), (Levels{1, 3, 0})) << "not before the return";
+  enter("Default");
+  decideAt(waiting, 50000);
+  EXPECT_EQ(big.levelsSet(), (Levels{1, 3, 0, 1}));
+  waiting.deactivate();
+  EXPECT_EQ(big.levelsSet(), (Levels{1, 3, 0, 1, 0}));
+}
+
+TEST_F(LeftAwakeMonitorTest, HoldsItsRequestAgainstTheNamesakeThatRetires) {
+  decideAt(waiting, 50000);
+  decideAt(namesake, 50000);
   sensor.changeScenario("Default");
-  EXPECT_TRUE(waiting.undecided);
   decideAt(waiting, 50000);
   namesake.deactivate();
-  decideAt(waiting, 50000);
-  EXPECT_EQ(big.levelsSet(), (Levels{3, 1}));
+  EXPECT_EQ(big.levelsSet(), (Levels{1, 3, 1}));
 }
 
-TEST_F(MonitorTest, IsUndecidedFromItsActivationToItsFirstDecision) {
+TEST_F(LeftAwakeMonitorTest, AppliesOnlyWhatIsTakenAwayAtItsScenariosReturn) {
+  decideAt(waiting, 50000);
+  decideAt(namesake, 50000);
+  enter("Default");
+  big.onApply = [this] { ++applications; };
+  gpu.onApply = [] { ADD_FAILURE() << "this device still has its request"; };
+  decideAt(waiting, 50000);
+  EXPECT_EQ(applied(), 1);
+  decideAt(waiting, 50000);
+  EXPECT_EQ(applied(), 0) << "once";
+}
+
+TEST_F(LeftAwakeMonitorTest, DoesNothingAtItsScenariosReturnWhereItStillHasItsRequests) {
+  decideAt(waiting, 50000);
+  enter("Default");
+  big.onApply = [] { ADD_FAILURE() << "applied"; };
+  gpu.onApply = big.onApply;
+  decideAt(waiting, 50000);
+  EXPECT_EQ(waiting.status, 1u);
+  big.onApply = gpu.onApply = [] {};
+}
+
+TEST_F(LeftAwakeMonitorTest, DoesNothingWhileItsLevelStaysWhateverItsNamesakeDoes) {
+  enter("Default");
+  decideAt(waiting, 50000);
+  decideAt(namesake, 50000);
+  namesake.inForce = true; // both of one scenario: the later post holds
+  namesake.deactivate();
+  decideAt(waiting, 50000);
+  EXPECT_EQ(big.levelsSet(), (Levels{1, 3, 0}));
+}
+
+TEST_F(LeftAwakeMonitorTest, LeavesNothingBehindWhenItIsPutToSleepAsItAsksOnceMore) {
+  decideAt(waiting, 50000);
+  decideAt(namesake, 50000);
+  namesake.deactivate();
+  enter("Default");
+  big.onApply = [this] {
+    big.onApply = [] {};
+    waiting.deactivate();
+    // As if that had come before the post.
+    big.deviceControl(waiting, 1);
+  };
+  decideAt(waiting, 50000);
+  waiting.withdrawIfAsleep();
+  EXPECT_EQ(big.requests["item"], 0);
+  EXPECT_EQ(big.currentLevel, 0);
+  EXPECT_EQ(waiting.status, 0u);
+}
+
+TEST_F(MonitorTest, IsUndecidedUntilItsFirstDecision) {
   Monitor monitor = plainMonitor();
-  EXPECT_FALSE(monitor.undecided);
   monitor.activate();
-  EXPECT_TRUE(monitor.undecided);
+  EXPECT_FALSE(monitor.undecided) << "only who wakes it can tell";
+  monitor.undecided = true;
   decideAt(monitor, 60000);
   EXPECT_FALSE(monitor.undecided);
 }

@@ -536,9 +536,9 @@ TEST_F(SSTest, WithdrawsWhatItPostedWhileItWasPutToSleep) {
   EXPECT_EQ(device.currentLevel, 0);
 }
 
-TEST_F(SSTest, LeavesTheRequestToANamesakeThatWokeInALaterScenario) {
+TEST_F(SSTest, LeavesTheRequestToANamesakeOfTheScenarioThatHasComeInForce) {
   SS earlier = itemWith();
-  SS later = itemWith();
+  SS later("item", 1000, 40000, 38000, 1, "game", false, &sensor, &thread, &device, 9, 0);
   earlier.activate();
   decideAt(earlier, 42000);
   sensor.changeScenario("game");
@@ -546,15 +546,18 @@ TEST_F(SSTest, LeavesTheRequestToANamesakeThatWokeInALaterScenario) {
   decideAt(later, 44000);
   earlier.deactivate();
   EXPECT_EQ(device.levelsSet(), (Levels{3, 5}));
+  later.deactivate();
+  EXPECT_EQ(device.levelsSet(), (Levels{3, 5, 0}));
 }
 
-TEST_F(SSTest, IsUndecidedFromItsActivationToItsFirstDecision) {
+TEST_F(SSTest, IsUndecidedUntilItsFirstDecision) {
   SS item = itemWith();
   item.activate();
-  EXPECT_TRUE(item.undecided);
+  EXPECT_FALSE(item.undecided) << "only who wakes it can tell";
+  item.undecided = true;
   decideAt(item, 42000);
   EXPECT_FALSE(item.undecided);
-  item.activate();
+  item.undecided = true;
   decideAt(item, 0);
   EXPECT_FALSE(item.undecided) << "a decision to stop is one, too";
 }

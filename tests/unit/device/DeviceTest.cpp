@@ -348,34 +348,79 @@ TEST(DeviceTest, AfterOneRefusedWriteNoLaterOneReachesTheNode) {
   EXPECT_EQ(sysfs.read("max_freq"), "");
 }
 
-TEST(DeviceTest, IgnoresARequesterOfAnEarlierEraOnceItsNamesakeOfALaterOneHasPosted) {
-  const struct {
-    uint32_t first;
-    uint32_t second;
-    int32_t expected;
-    const char* why;
-  } cases[] = {
-      {2, 1, 1, "one era earlier"},
-      {2, 2, 0, "the same era"},
-      {2, 3, 0, "one era later"},
-      {2, Device::kNoEra, 0, "a post outside of any era always counts"},
-      {Device::kNoEra, 1, 0, "and holds up no other"},
-  };
+// A requester as an item of a scenario in force, or of one that is not.
+struct Item : Requester {
+  explicit Item(bool inForce_) {
+    name = "A";
+    inForce = inForce_;
+  }
+};
+
+TEST(DeviceTest, HoldsTheLaterPostOfTwoRequestersOfOneName) {
   const SysfsDir sysfs;
-  for (const auto& c : cases) {
-    Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650"});
-    EXPECT_EQ(gpu.deviceControl("A", 1, c.first), 0);
-    EXPECT_EQ(gpu.deviceControl("A", 0, c.second), 0);
-    EXPECT_EQ(gpu.requests.at("A"), c.expected) << c.why;
+  for (const bool firstInForce : {true, false}) {
+    for (const bool secondInForce : {true, false}) {
+      Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650", "500"});
+      const Item first(firstInForce);
+      const Item second(secondInForce);
+      EXPECT_EQ(gpu.deviceControl(first, 2), 0);
+      EXPECT_EQ(gpu.deviceControl(second, 1), 0);
+      EXPECT_EQ(gpu.requests, (std::map<std::string, int32_t>{{"A", 1}}));
+      EXPECT_FALSE(gpu.holds(first));
+      EXPECT_TRUE(gpu.holds(second));
+    }
   }
 }
 
-TEST(DeviceTest, TheEraOfOneRequesterDoesNotHoldUpAnother) {
+TEST(DeviceTest, IgnoresAWithdrawalOnlyOfARequesterThatIsOutOfForceForOneThatIsInForce) {
+  const struct {
+    bool going;
+    bool coming;
+    int32_t posted;
+    int32_t left;
+    const char* why;
+  } cases[] = {
+      {true, true, 2, 0, "in force both: the later post holds, withdrawals included"},
+      {false, true, 2, 2, "the one that goes leaves the request to the one that comes"},
+      {false, true, 0, 0, "which has none"},
+      {true, false, 2, 0, "the one in force may"},
+      {false, false, 2, 0, "neither in force"},
+  };
+  const SysfsDir sysfs;
+  for (const auto& c : cases) {
+    Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650", "500"});
+    const Item going(c.going);
+    const Item coming(c.coming);
+    gpu.deviceControl(going, 1);
+    gpu.deviceControl(coming, c.posted);
+    gpu.withdraw(going);
+    EXPECT_EQ(gpu.requests.at("A"), c.left) << c.why;
+    EXPECT_EQ(gpu.holds(coming), c.left == 2) << c.why;
+  }
+}
+
+TEST(DeviceTest, LetsARequesterOutOfForceWithdrawItsOwnRequest) {
   const SysfsDir sysfs;
   Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650"});
-  gpu.deviceControl("A", 1, 2);
-  gpu.deviceControl("B", 1, 1);
-  EXPECT_EQ(gpu.requests.at("B"), 1);
+  const Item other(true);
+  const Item item(false);
+  gpu.deviceControl(other, 1);
+  gpu.deviceControl(item, 1);
+  EXPECT_TRUE(gpu.holds(item));
+  gpu.withdraw(item);
+  EXPECT_EQ(gpu.requests.at("A"), 0);
+  EXPECT_FALSE(gpu.holds(item));
+}
+
+TEST(DeviceTest, LetsARequesterWithdrawWhatItNeverAskedFor) {
+  const SysfsDir sysfs;
+  Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650"});
+  for (const bool inForce : {true, false}) {
+    const Item item(inForce);
+    EXPECT_FALSE(gpu.holds(item));
+    gpu.withdraw(item);
+    EXPECT_EQ(gpu.requests.at("A"), 0);
+  }
 }
 
 TEST(DeviceTest, ManyThreadsAtOnceLeaveTheMergeOfTheirLastRequests) {

@@ -117,12 +117,8 @@ public:
     if (const char* set = std::getenv("TZ")) old = set;
     wasSet = std::getenv("TZ") != nullptr;
     ::setenv("TZ", zone, 1);
-    ::tzset();
   }
-  ~LocalTime() {
-    wasSet ? ::setenv("TZ", old.c_str(), 1) : ::unsetenv("TZ");
-    ::tzset();
-  }
+  ~LocalTime() { wasSet ? ::setenv("TZ", old.c_str(), 1) : ::unsetenv("TZ"); }
   LocalTime(const LocalTime&) = delete;
   LocalTime& operator=(const LocalTime&) = delete;
 
@@ -150,6 +146,38 @@ TEST_F(ReportDeviceTest, StampsALineWithTheLocalTimeOfItsApplication) {
   const std::string stamp = sysfs.read("report").substr(0, kStampLength);
   EXPECT_LE(before, stamp);
   EXPECT_LE(stamp, after);
+}
+
+TEST_F(ReportDeviceTest, FollowsTheTimeZoneWhenItChanges) {
+  const LocalTime atTheStart("<WEST>+5:00");
+  report.deviceControl("A", 1);
+  report.statusApply();
+  ASSERT_EQ(::setenv("TZ", "<EAST>-9:00", 1), 0);
+  report.deviceControl("A", 0);
+  const std::string before = stampNow(9 * 3600);
+  report.statusApply();
+  const std::string after = stampNow(9 * 3600);
+  const std::string written = sysfs.read("report");
+  const std::string stamp = written.substr(written.find('\n') + 1, kStampLength);
+  EXPECT_LE(before, stamp);
+  EXPECT_LE(stamp, after);
+}
+
+TEST_F(ReportDeviceTest, ReportsTheEndOfEveryAlarmAlsoWhereANamesakeInForceGoesOn) {
+  Requester going{"A"};
+  Requester coming{"A"};
+  coming.inForce = true;
+  report.deviceControl(going, 1);
+  report.statusApply();
+  report.deviceControl(coming, 1);
+  report.statusApply();
+  report.withdraw(going);
+  report.statusApply();
+  report.withdraw(coming);
+  report.statusApply();
+  const std::string over = " : [A] Over Thresholds, currenct Status(1)";
+  const std::string under = " : [A] Under Thresholds Clear";
+  EXPECT_EQ(reported(), (std::vector<std::string>{over, over, under, under}));
 }
 
 TEST_F(ReportDeviceTest, WritesInSequenceAndNeverRewinds) {

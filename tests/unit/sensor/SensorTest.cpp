@@ -1,12 +1,16 @@
 #include "sensor/Sensor.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <future>
 #include <memory>
 
 #include <gtest/gtest.h>
 
 #include "support/CountingThread.h"
+#include "support/Eventually.h"
 #include "support/FixedSensor.h"
+#include "support/Gate.h"
 #include "support/LogSwitchedOff.h"
 #include "support/PlainAlgo.h"
 #include "support/RecordedLog.h"
@@ -375,21 +379,87 @@ TEST_F(SensorTest, WakesNothingOnceTheScenarioInForceIsDropped) {
   EXPECT_TRUE(sensor.algorithms["my_OLDSCEN_one"].empty());
 }
 
-TEST_F(SensorTest, HandsOutADroppedEntryThatItsThreadMayStillWalk) {
-  PlainAlgo& walked = algo("a", 0, "OLDSCEN_Default");
-  algo("b", 0, "OLDSCEN_game");
+TEST_F(SensorTest, WalksOnWhileAlgorithmsRegisterForTheScenarioInForce) {
+  PlainAlgo& first = algo("a", 0, "OLDSCEN_Default");
   sensor.changeScenario("OLDSCEN_Default");
-  const Sensor::AlgoMap::node_type entry = sensor.destroyOldScens();
-  ASSERT_FALSE(entry.empty());
-  EXPECT_EQ(entry.key(), "OLDSCEN_Default");
-  EXPECT_EQ(entry.mapped(), std::vector<Algo*>{&walked});
+  Gate gate;
+  gate.close();
+  first.onActivate = [&gate] { gate.pass(); };
+  const std::future<void> sample =
+      std::async(std::launch::async, [this] { sensor.traversItems(); });
+  ASSERT_TRUE(eventually([&] { return gate.holdsAThread(); }));
+  // As the reader of a new configuration may: more than the list has room for.
+  const std::future<void> reading = std::async(std::launch::async, [this] {
+    for (int i = 0; i < 100; ++i)
+      algo("late", 0, "OLDSCEN_Default");
+  });
+  EXPECT_TRUE(staysUnderWay(reading)) << "what the sample walks stays until its end";
+  gate.open();
+  ASSERT_TRUE(eventually([&] { return isOver(sample) && isOver(reading); }));
+  EXPECT_EQ(sensor.algorithms["OLDSCEN_Default"].size(), 101u);
+  sensor.traversItems();
+  EXPECT_EQ(std::count_if(algos.begin(), algos.end(), [](const auto& a) { return !!a->active; }),
+            101);
 }
 
-TEST_F(SensorTest, HandsOutNothingWhenTheScenarioInForceIsKept) {
-  algo("a", 0);
-  algo("b", 0, "OLDSCEN_Default");
+TEST_F(SensorTest, KnowsWhichAlgorithmsAreInForce) {
+  PlainAlgo& calm = algo("a", 0);
+  PlainAlgo& wild = algo("b", 0, "game");
+  EXPECT_TRUE(calm.inForce);
+  EXPECT_FALSE(wild.inForce);
+  sensor.changeScenario("game");
+  EXPECT_FALSE(calm.inForce);
+  EXPECT_TRUE(wild.inForce);
+  sensor.changeScenario("Default");
+  EXPECT_TRUE(calm.inForce);
+  EXPECT_FALSE(wild.inForce);
+}
+
+TEST_F(SensorTest, TellsAnAlgorithmThatIsStillAwakeThatItsScenarioHasReturned) {
+  PlainAlgo& awake = algo("a", 0);
+  PlainAlgo& asleep = algo("b", 90000);
   sensor.traversItems();
-  EXPECT_TRUE(sensor.destroyOldScens().empty());
+  EXPECT_FALSE(awake.returned);
+  sensor.changeScenario("game");
+  EXPECT_FALSE(awake.returned) << "not when it goes";
+  sensor.changeScenario("Default");
+  EXPECT_TRUE(awake.returned);
+  EXPECT_FALSE(asleep.returned);
+}
+
+TEST_F(SensorTest, LeavesItsAlgorithmsAsTheyAreWhenTheScenarioIsOnlyRenamed) {
+  PlainAlgo& awake = algo("a", 0);
+  sensor.traversItems();
+  sensor.addPrefixScenName("OLDSCEN_");
+  sensor.changeScenario("OLDSCEN_Default");
+  EXPECT_TRUE(awake.inForce);
+  EXPECT_FALSE(awake.returned);
+}
+
+TEST_F(SensorTest, CallsOnlyAnAlgorithmUndecidedThatTheChangeOfItsScenarioWakes) {
+  PlainAlgo& before = algo("a", 0);
+  sensor.traversItems();
+  EXPECT_FALSE(before.undecided) << "woken by an ordinary sample";
+  PlainAlgo& woken = algo("b", 0, "game");
+  PlainAlgo& later = algo("c", 1000, "game");
+  sensor.changeScenario("game");
+  sensor.traversItems();
+  EXPECT_TRUE(woken.undecided);
+  sensor.oldScenario = sensor.scenario;
+  sensor.temperature = 1000;
+  sensor.traversItems();
+  EXPECT_TRUE(later.active);
+  EXPECT_FALSE(later.undecided) << "woken by a sample after the change";
+}
+
+TEST_F(SensorTest, ForgetsAnEarlierChangeThatAnAlgorithmNeverDecidedIn) {
+  PlainAlgo& item = algo("a", 0, "game");
+  sensor.changeScenario("game");
+  sensor.traversItems();
+  ASSERT_TRUE(item.undecided);
+  sensor.changeScenario("Default");
+  sensor.changeScenario("game");
+  EXPECT_FALSE(item.undecided);
 }
 
 TEST_F(SensorTest, LeavesItsAlgorithmsToTheirWorkers) {

@@ -167,11 +167,11 @@ TYPED_TEST(AlgoThreadTest, RunsUntilItsLastActiveItemIsDeactivated) {
 TYPED_TEST(AlgoThreadTest, MakesOnePassForAWakeUpWithoutAnActivation) {
   auto& item = this->insert("a");
   item.active = true;
+  this->worker.period = 1;
   const RunningAlgoThread running(this->worker);
   ASSERT_TRUE(eventually([&] { return sleepsUntilActive(this->worker); }));
   this->worker.activateCond.notify_one();
-  this->awaitPassOf(item);
-  this->worker.sleepCond.notify_one();
+  ASSERT_TRUE(eventually([&] { return item.decisions >= 1; }));
   EXPECT_TRUE(eventually([&] { return sleepsUntilActive(this->worker); }));
   EXPECT_EQ(item.decisions, 1);
 }
@@ -298,22 +298,86 @@ TYPED_TEST(AlgoThreadTest, DeletesAnOldItemOnlyOnceThePassThatMaySeeItIsOver) {
   EXPECT_EQ(this->decided, Names{"a"});
 }
 
-TYPED_TEST(AlgoThreadTest, HasAnUndecidedItemFromItsActivationToItsFirstDecision) {
-  EXPECT_FALSE(this->worker.hasUndecided());
+TYPED_TEST(AlgoThreadTest, HasAWokenItemFromTheChangeOfScenarioToItsFirstDecision) {
   this->insert("idle");
   auto& item = this->insert("a");
-  EXPECT_FALSE(this->worker.hasUndecided());
   item.activate();
-  EXPECT_TRUE(this->worker.hasUndecided());
+  EXPECT_FALSE(this->worker.hasWoken()) << "woken by an ordinary sample";
+  item.undecided = true;
+  EXPECT_TRUE(this->worker.hasWoken());
   this->worker.decisionPass();
-  EXPECT_FALSE(this->worker.hasUndecided());
+  EXPECT_FALSE(this->worker.hasWoken());
 }
 
-TYPED_TEST(AlgoThreadTest, WaitsForNoDecisionOfAnItemThatIsAsleepAgain) {
+TYPED_TEST(AlgoThreadTest, HasNoWokenItemThatIsAsleepOrNoLongerInForce) {
   auto& item = this->insert("a");
+  item.undecided = true;
+  EXPECT_FALSE(this->worker.hasWoken());
   item.activate();
-  item.active = false;
-  EXPECT_FALSE(this->worker.hasUndecided());
+  EXPECT_TRUE(this->worker.hasWoken());
+  item.inForce = false;
+  EXPECT_FALSE(this->worker.hasWoken());
+}
+
+TYPED_TEST(AlgoThreadTest, LetsOnlyWokenItemsDecideAheadOfTheOthers) {
+  this->insert("retiring").activate();
+  auto& woken = this->insert("woken");
+  woken.undecided = true;
+  woken.activate();
+  this->insert("asleep").undecided = true;
+  this->worker.decideWoken();
+  EXPECT_EQ(this->decided, Names{"woken"});
+  this->worker.decideWoken();
+  EXPECT_EQ(this->decided, Names{"woken"}) << "and those once";
+}
+
+TYPED_TEST(AlgoThreadTest, LetsAWokenItemDecideInTheMiddleOfItsPeriodAndKeepsThePeriod) {
+  auto& other = this->insert("other");
+  auto& woken = this->insert("woken");
+  other.activate();
+  const RunningAlgoThread running(this->worker);
+  this->awaitPassOf(other);
+  woken.undecided = true;
+  woken.active = true;
+  ASSERT_TRUE(eventually([&] {
+    this->worker.sleepCond.notify_one();
+    return woken.decisions == 1;
+  }));
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(eventually([&] { return sleepsThroughPeriod(this->worker); }));
+    this->worker.sleepCond.notify_one();
+  }
+  EXPECT_EQ(other.decisions, 1);
+  EXPECT_EQ(woken.decisions, 1);
+}
+
+TYPED_TEST(AlgoThreadTest, IsAwaitedWhileItHasAWokenItem) {
+  auto& item = this->insert("a");
+  this->worker.noteDecisionUnderWay();
+  EXPECT_FALSE(this->worker.isAwaited());
+  item.undecided = true;
+  item.active = true;
+  EXPECT_TRUE(this->worker.isAwaited());
+  this->worker.decideWoken();
+  EXPECT_FALSE(this->worker.isAwaited());
+}
+
+TYPED_TEST(AlgoThreadTest, IsNotAwaitedAsLongAsTheDecisionLastsThatItWasInBefore) {
+  auto& held = this->insert("held");
+  auto& woken = this->insert("woken");
+  held.activate();
+  this->gate.close();
+  const RunningAlgoThread running(this->worker);
+  ASSERT_TRUE(eventually([&] { return this->gate.holdsAThread(); }));
+  this->worker.noteDecisionUnderWay();
+  woken.undecided = true;
+  woken.active = true;
+  EXPECT_TRUE(this->worker.hasWoken());
+  EXPECT_FALSE(this->worker.isAwaited());
+  this->gate.open();
+  ASSERT_TRUE(eventually([&] { return sleepsThroughPeriod(this->worker); }));
+  woken.undecided = true;
+  EXPECT_TRUE(this->worker.isAwaited()) << "what held it up is over";
 }
 
 class MonitorThreadTest : public AlgoThreadTest<MonitorThread> {};

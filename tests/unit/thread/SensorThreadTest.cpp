@@ -299,8 +299,11 @@ TEST_F(SensorThreadTest, StaysAtABarrierUntilItIsNotifiedThere) {
     worker.handshakeCond[static_cast<size_t>(1 - barrier)].notify_one();
     EXPECT_TRUE(staysUnderWay(wait)) << "the other barrier's notification is not for it";
     worker.handshakeCond[static_cast<size_t>(barrier)].notify_one();
-    EXPECT_TRUE(eventually([&] { return isOver(wait); }))
-        << "one wake-up is enough, whether it is still to hold or not";
+    EXPECT_TRUE(staysUnderWay(wait)) << "nor is a wake-up while it is still to hold";
+    EXPECT_EQ(scenario.pendingCount, 0) << "it checks in once";
+    worker.holdForScenThread = false;
+    worker.handshakeCond[static_cast<size_t>(barrier)].notify_one();
+    EXPECT_TRUE(eventually([&] { return isOver(wait); }));
   }
 }
 
@@ -334,7 +337,7 @@ TEST_F(SensorThreadTest, FreesARetiredEntryInForceOnlyOnceThePassThatMaySeeItIsO
   EXPECT_TRUE(staysUnderWay(cleanUp));
   opened.set_value();
   EXPECT_TRUE(eventually([&] { return isOver(cleanUp); }));
-  EXPECT_TRUE(behind.active);
+  EXPECT_TRUE(behind.active) << "the walk under way goes to its end";
   EXPECT_TRUE(behind.old);
 }
 

@@ -259,10 +259,10 @@ int64_t Engine::gatherItemWorkers() {
   const auto gather = [&](const auto& workers) {
     for (const auto& [name, worker] : workers) {
       auto* const thread = worker;
-      itemWorkers.push_back({thread, waitOf(thread->period), &thread->activeCount,
-                             [thread] { thread->decisionPass(); },
-                             [thread] { return thread->hasUndecided(); },
-                             thread->activeCount > 0 ? now : kNever});
+      itemWorkers.push_back(
+          {thread, waitOf(thread->period), &thread->activeCount,
+           [thread] { thread->decisionPass(); }, [thread] { thread->decideWoken(); },
+           [thread] { return thread->hasWoken(); }, thread->activeCount > 0 ? now : kNever});
       const auto known = std::find_if(before.begin(), before.end(),
                                       [thread](const ItemWorker& w) { return w.thread == thread; });
       if (known == before.end()) continue;
@@ -317,14 +317,26 @@ void Engine::changeScenario(bool newConf) {
     control.prepareName(*worker.thread, newConf);
   for (SensorWorker& worker : sensorWorkers)
     sample(worker, [](SensorThread& thread) { thread.takeOverScenario(); });
-  for (ItemWorker& worker : itemWorkers) {
-    if (worker.hasUndecided()) decide(worker);
-  }
+  if (!newConf) letWokenItemsDecide();
   for (SensorWorker& worker : sensorWorkers) {
     worker.thread->leaveOldScenario();
     observe();
     sample(worker, [](SensorThread& thread) { thread.samplingPass(); });
     worker.due = now + waitOf(worker.thread->period);
+  }
+}
+
+// A worker that slept until now makes a whole pass, one in its period lets the woken items decide
+// and keeps its cycle.
+void Engine::letWokenItemsDecide() {
+  for (ItemWorker& worker : itemWorkers) {
+    if (!worker.hasWoken()) continue;
+    if (worker.due <= now) {
+      decide(worker);
+    } else {
+      worker.decideWoken();
+      observe();
+    }
   }
 }
 

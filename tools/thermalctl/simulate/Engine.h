@@ -88,7 +88,8 @@ private:
     int64_t period;
     const std::atomic<int32_t>* activeCount;
     std::function<void()> pass;
-    std::function<bool()> hasUndecided;
+    std::function<void()> decideWoken;
+    std::function<bool()> hasWoken;
     int64_t due;
   };
   struct TrackedItem {
@@ -127,6 +128,7 @@ private:
   void takeScenarioCycle();
   void standStill();
   void changeScenario(bool newConf);
+  void letWokenItemsDecide();
   void loadConfiguration(const std::string& word);
   void forgetRetired(size_t count);
 
