@@ -210,6 +210,9 @@ def _enter(order):
         os.chroot(order["root"])
         os.chdir(directory)
         _die_with_parent(libc, order["parent"])
+        # Python ignores these, and what is ignored stays so in the program that is executed.
+        for ignored in (signal.SIGPIPE, signal.SIGXFSZ):
+            signal.signal(ignored, signal.SIG_DFL)
         os.execvpe(order["command"][0], order["command"], order["env"])
     except Exception as error:
         os.write(order["status"], f"{type(error).__name__}: {error}".encode())

@@ -2,6 +2,9 @@
 
 import errno
 import os
+import re
+import signal
+from pathlib import Path
 
 import pytest
 
@@ -482,6 +485,33 @@ def test_a_swap_waits_for_a_worker_whose_report_blocks_while_sampling_goes_on(st
     board.wait_swap(mark)
     board.wait_decisions("hot", 5)
     assert board.writes("gpu")[-1] == "1"
+
+
+def test_a_report_whose_reader_has_gone_is_lost_without_a_word(board):
+    pipe = Pipe(board.path("pipe"))
+    board.section("report", "report", node_path="@/pipe")
+    board.monitor("hot", actions="report+gpu", action_info="1+1")
+    board.started()
+    pipe.close()
+    board.set("cpu", 60000)
+    board.wait_writes("gpu", ["1"])
+    board.set("cpu", 20000)
+    board.wait_writes("gpu", ["1", "0"])
+    board.wait_samples("cpu", 5)
+    assert board.logs("[TalmorThermal] [TalmorThermal] Device") == []
+
+
+def ignored_signals(process):
+    """Bit n - 1 stands for signal n."""
+    status = Path(f"/proc/{process}/status").read_text()
+    return int(re.search(r"^SigIgn:\s*(\w+)", status, re.MULTILINE)[1], 16)
+
+
+def test_no_signal_but_that_of_a_pipe_is_ignored(board):
+    board.started()
+    pipe = 1 << (signal.SIGPIPE - 1)
+    by_python_alone = pipe | 1 << (signal.SIGXFSZ - 1)
+    assert ignored_signals(board.pid) == ignored_signals("self") & ~by_python_alone | pipe
 
 
 def test_a_device_that_cannot_be_rewound_is_never_written(board, pipe):

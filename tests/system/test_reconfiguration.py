@@ -474,6 +474,35 @@ def test_a_name_is_put_behind_the_directory_as_it_stands(running):
     running.wait(lambda: running.writes("gpu")[-1] == "2", "level 2")
 
 
+# Names that come back.
+
+def test_a_scenario_under_the_retired_name_of_the_one_in_force_is_lost(running):
+    doomed = "SCEN OLDSCEN_Default\n" + "".join(monitor(f"doomed{i}") for i in range(200))
+    for i in range(3):
+        mark = running.swap(f"swap{i}.conf", NEW + doomed)
+        running.wait(lambda: running.writes("gpu")[-1] == "2", "level 2")
+        assert END in running.logs(since=mark)
+    mark = running.mark()
+    running.wait_samples("cpu", 5, mark)
+    running.wait_decisions("new", 3)
+    assert "doomed" not in "".join(running.logs(since=mark))
+    assert running.logs("[TalmorThermal] [TalmorThermal] Monitor [new]", mark)
+
+
+def test_a_report_tells_the_end_of_an_alarm_also_when_an_item_of_its_name_goes_on(board):
+    board.section("report", "report", node_path="@/report")
+    alarm = "SCEN Default\n" + monitor("hot", actions="report")
+    board.profile("old.conf", alarm)
+    board.started()
+    board.swap("old.conf")
+    board.wait_log(monitor_line("hot", 60000, 1, 1))
+    mark = board.swap("new.conf", alarm)
+    board.wait_log(monitor_line("hot", 60000, 1, 1), since=mark)
+    events = [line.split("] ")[1].split()[0] for line in
+              board.path("report").read_text().splitlines()]
+    assert events == ["Over", "Over", "Under"]
+
+
 # Files that cannot be read, and files with errors.
 
 def check_file_in_force_is_read_again(daemon, request, path):

@@ -383,6 +383,42 @@ TEST_F(LiveReconfigurationTest, NeverLetsADeviceGoThatBothConfigurationsWant) {
   }
 }
 
+TEST_F(LiveReconfigurationTest, HasARetiringItemMakeNoExtraStep) {
+  constexpr int kAnHour = 3'600'000;
+  // At 50 degrees a step up from its start level, at 53 it would ask for three more.
+  swapTo(scenario("Default", ss("old", 3, 9, kAnHour)));
+  board.bringTo("cpu", 50000);
+  awaitLevel(3);
+  ASSERT_TRUE(
+      eventually([&] { return sleepsThroughPeriod(*main().ssThreads.at("3600000DefaultSS")); }));
+  board.bringTo("cpu", 53000);
+  swapTo(scenario("Default", ss("new", 1, 9, kAnHour)));
+  EXPECT_EQ(gpu.levelsSet(), (Levels{3, 4})) << "the new one's, four steps up";
+}
+
+TEST_F(LiveReconfigurationTest, HasNobodyDecideAheadInTheFirstChangeOfASwap) {
+  constexpr int kAnHour = 3'600'000;
+  const std::string hourly = "[slow]\ntype real\nsampling 3600000\nnode_path @slow\n\n";
+  LiveBoard own(hourly + kBoard);
+  own.journalDevice("gpu");
+  own.files.write("config/hour.conf", scenario("Default", monitor("awake", 1, kAnHour) +
+                                                              monitor("late", 2, kAnHour, "slow")));
+  own.start();
+  own.swapTo("hour.conf");
+  own.bringTo("cpu", kHot);
+  MonitorThread& worker = own.monitorThread("3600000DefaultMONITOR");
+  ASSERT_TRUE(eventually([&] { return worker.activeCount == 1 && sleepsThroughPeriod(worker); }));
+  own.setTemperature("slow", kHot);
+  const RecordedLog log;
+  own.scenarioThread().scenUpdateWithSensorThread(true);
+  ASSERT_EQ(worker.activeCount, 2) << "the change itself has woken the other";
+  EXPECT_TRUE(sleepsThroughPeriod(worker));
+  const Lines lines = log.lines();
+  EXPECT_TRUE(std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
+    return line.find("Monitor [") != std::string::npos;
+  }));
+}
+
 TEST_F(LiveReconfigurationTest, LeavesTheNewItemOfAnOldNameItsRequest) {
   swapTo(scenario("Default", monitor("item", 5)));
   board.bringTo("cpu", kHot);

@@ -296,6 +296,32 @@ TEST_F(SwitchMomentTest, LetsADeviceThatBothScenariosWantStraightFromOneLevelToT
   }
 }
 
+TEST_F(SwitchMomentTest, HasNobodyDecideAheadButTheItemsThatItWakes) {
+  board = std::make_unique<LiveBoard>(environmentOf({5, 6}));
+  board->journalDevice("gpu");
+  // Left awake at level 0 when the scenario went, and deciding once an hour.
+  board->files.write("config/hour.conf", "SCEN Default\n" + monitor("calm", "s5", 1) +
+                                             "SCEN game\n" + monitor("left", "s6", 1, kAnHour) +
+                                             monitor("woken", "s5", 2, kAnHour));
+  board->start();
+  board->swapTo("hour.conf");
+  MonitorThread& worker = board->monitorThread("3600000gameMONITOR");
+  Monitor& left = **worker.items.begin();
+  left.activate();
+  ASSERT_TRUE(eventually([&] { return sleepsThroughPeriod(worker); }));
+  board->bringTo("s5", 60000);
+  board->bringTo("s6", 60000);
+  const RecordedLog log;
+  board->switchTo("game");
+  const Lines lines = log.lines();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                       "[TalmorThermal] [TalmorThermal] Monitor [woken] temp(60000) "
+                       "status(0 -> 1)\n"),
+            1);
+  EXPECT_EQ(left.status, 0u);
+  EXPECT_TRUE(sleepsThroughPeriod(worker));
+}
+
 TEST_F(SwitchMomentTest, SwitchesWithoutALineWithLoggingOff) {
   make({5, 6});
   const LogSwitchedOff off;
