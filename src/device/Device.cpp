@@ -33,26 +33,43 @@ Device::Device(const std::string& name_, const std::string& nodePath_, const std
 
 int32_t Device::deviceControl(const std::string& requester, int32_t level) {
   const std::lock_guard<std::mutex> guard(lock);
-  file(requester, level, nullptr);
+  requests[requester] = level;
   return 0;
 }
 
 int32_t Device::deviceControl(const Requester& requester, int32_t level) {
   const std::lock_guard<std::mutex> guard(lock);
-  file(requester.name, level, &requester);
+  requests[requester.name] = level;
+  std::vector<Post>& all = posts[requester.name];
+  removeOf(requester, all);
+  all.push_back({&requester, level});
   return 0;
+}
+
+void Device::removeOf(const Requester& requester, std::vector<Post>& all) {
+  const auto own = [&requester](const Post& post) { return post.requester == &requester; };
+  all.erase(std::remove_if(all.begin(), all.end(), own), all.end());
 }
 
 void Device::withdraw(const Requester& requester) {
   const std::lock_guard<std::mutex> guard(lock);
-  if (!requester.inForce && isHeldInForce(requester.name)) return;
-  file(requester.name, 0, nullptr);
+  if (requester.inForce) return clear(requester.name);
+  std::vector<Post>& all = posts[requester.name];
+  removeOf(requester, all);
+  const auto inForce = [](const Post& post) { return post.requester->inForce.load(); };
+  if (std::none_of(all.begin(), all.end(), inForce)) return clear(requester.name);
+  requests[requester.name] = all.back().level;
 }
 
 bool Device::holds(const Requester& requester) {
   const std::lock_guard<std::mutex> guard(lock);
-  const auto holder = holders.find(requester.name);
-  return holder != holders.end() && holder->second == &requester;
+  const std::vector<Post>& all = posts[requester.name];
+  return !all.empty() && all.back().requester == &requester;
+}
+
+void Device::clear(const std::string& requester) {
+  requests[requester] = 0;
+  posts[requester].clear();
 }
 
 void Device::statusApply() {
@@ -61,17 +78,6 @@ void Device::statusApply() {
   if (!level || *level == currentLevel) return;
   writeNode(nodeText(entry(*level), type));
   currentLevel = *level;
-}
-
-void Device::file(const std::string& requester, int32_t level, const Requester* holder) {
-  requests[requester] = level;
-  holders[requester] = holder;
-}
-
-bool Device::isHeldInForce(const std::string& requester) const {
-  const auto holder = holders.find(requester);
-  if (holder == holders.end() || !holder->second || !holder->second->inForce) return false;
-  return requests.at(requester) != 0;
 }
 
 void Device::writeNode(const std::string& bytes) {

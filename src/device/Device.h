@@ -35,9 +35,9 @@ public:
   int32_t deviceControl(const std::string& requester, int32_t level);
   int32_t deviceControl(const Requester& requester, int32_t level);
 
-  // Files 0 for the requester. Ignored when the requester is not in force any more and a namesake
-  // which is holds a request: in a change of scenario or configuration the one that comes asks
-  // before the one that goes lets go.
+  // Takes back what was posted under the requester's name. Only when the requester is not in force
+  // any more, a namesake which is keeps its request, or gets it back: in a change of scenario or
+  // configuration the one that comes may ask before the one that goes has had its last word.
   virtual void withdraw(const Requester& requester);
 
   // Whether the latest post of the requester's name is its own, and not withdrawn.
@@ -67,14 +67,18 @@ protected:
   // Puts `bytes` at the start of the node.
   void writeNode(const std::string& bytes);
 
-  // Sets the request of a name, and whose it is; null: nobody's. Call with `lock` held.
-  void file(const std::string& requester, int32_t level, const Requester* holder);
+  // Takes back every post under a name. Call with `lock` held.
+  void clear(const std::string& requester);
 
   const std::string& entry(int32_t level) const { return levelTable[static_cast<size_t>(level)]; }
 
 private:
-  bool isHeldInForce(const std::string& requester) const;
+  struct Post {
+    const Requester* requester;
+    int32_t level;
+  };
+  static void removeOf(const Requester& requester, std::vector<Post>& all);
 
-  // Who posted last, by name; null once that is withdrawn.
-  std::map<std::string, const Requester*> holders;
+  // What was posted under a name and not taken back, the latest last.
+  std::map<std::string, std::vector<Post>> posts;
 };

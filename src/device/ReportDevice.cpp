@@ -24,7 +24,7 @@ std::string localTimeStamp() {
 
 void ReportDevice::withdraw(const Requester& requester) {
   const std::lock_guard<std::mutex> guard(lock);
-  file(requester.name, 0, nullptr);
+  clear(requester.name);
 }
 
 void ReportDevice::statusApply() {

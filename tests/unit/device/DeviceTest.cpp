@@ -395,21 +395,39 @@ TEST(DeviceTest, IgnoresAWithdrawalOnlyOfARequesterThatIsOutOfForceForOneThatIsI
     gpu.deviceControl(coming, c.posted);
     gpu.withdraw(going);
     EXPECT_EQ(gpu.requests.at("A"), c.left) << c.why;
-    EXPECT_EQ(gpu.holds(coming), c.left == 2) << c.why;
+    EXPECT_EQ(gpu.holds(coming), !c.going && c.coming) << c.why;
   }
 }
 
-TEST(DeviceTest, LetsARequesterOutOfForceWithdrawItsOwnRequest) {
+TEST(DeviceTest, GivesTheRequestBackThatALatePostOfARequesterOutOfForceTookAway) {
   const SysfsDir sysfs;
-  Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650"});
-  const Item other(true);
-  const Item item(false);
-  gpu.deviceControl(other, 1);
-  gpu.deviceControl(item, 1);
-  EXPECT_TRUE(gpu.holds(item));
-  gpu.withdraw(item);
-  EXPECT_EQ(gpu.requests.at("A"), 0);
-  EXPECT_FALSE(gpu.holds(item));
+  Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650", "500"});
+  const Item going(false);
+  const Item coming(true);
+  const Item gone(false);
+  gpu.deviceControl(gone, 1);
+  gpu.deviceControl(coming, 2);
+  gpu.deviceControl(going, 1);
+  EXPECT_EQ(gpu.requests.at("A"), 1) << "a post always counts";
+  EXPECT_TRUE(gpu.holds(going));
+  gpu.withdraw(going);
+  EXPECT_EQ(gpu.requests.at("A"), 2);
+  EXPECT_FALSE(gpu.holds(going));
+}
+
+TEST(DeviceTest, GivesBackTheLatestRequestOfSeveralInForce) {
+  const SysfsDir sysfs;
+  Device gpu("gpu", sysfs.node("max_freq"), "integer", {"800", "650", "500", "350"});
+  const Item first(true);
+  const Item second(true);
+  const Item going(false);
+  gpu.deviceControl(first, 1);
+  gpu.deviceControl(second, 3);
+  gpu.deviceControl(second, 2);
+  gpu.deviceControl(going, 1);
+  gpu.withdraw(going);
+  EXPECT_EQ(gpu.requests.at("A"), 2);
+  EXPECT_TRUE(gpu.holds(second));
 }
 
 TEST(DeviceTest, LetsARequesterWithdrawWhatItNeverAskedFor) {
