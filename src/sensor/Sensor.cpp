@@ -34,8 +34,7 @@ void Sensor::traversItems() {
     if ((algo.lowactive ? falling : rising) < algo.startTemp) return;
     LOG_LINE("[TalmorThermal] Sensor [%s] activate Algo [%s], scen [%s]\n", name.c_str(),
              algo.name.c_str(), scenario.c_str());
-    // The two names only differ while the scenario is being changed.
-    algo.undecided = scenario != oldScenario;
+    algo.undecided = entering;
     algo.activate();
   });
 }
@@ -47,23 +46,25 @@ void Sensor::activate() {
 
 void Sensor::changeScenario(const std::string& newScenario) {
   scenario = newScenario;
-  const std::vector<Algo*>& entering = algorithms[scenario];
+  const std::vector<Algo*>& coming = algorithms[scenario];
   hasEntry = true;
   // The first change of a swap only renames the entry in force.
-  if (std::equal(watching.begin(), watching.end(), entering.begin(), entering.end())) return;
+  if (std::equal(watching.begin(), watching.end(), coming.begin(), coming.end())) return;
   for (Algo* algo : watching) {
     if (algo) algo->inForce = false;
   }
-  for (Algo* algo : entering) {
+  for (Algo* algo : coming) {
     if (!algo) continue;
     algo->inForce = true;
     algo->undecided = false;
     algo->returned = algo->active.load();
   }
-  watching.replace(entering);
+  watching.replace(coming);
+  entering = true;
 }
 
 void Sensor::deactivateOldScen() {
+  entering = false;
   for (Algo* algo : algorithms[oldScenario]) {
     if (!algo) break;
     if (!algo->active) continue;

@@ -71,4 +71,7 @@ private:
   // Whether `algorithms` is known to have an entry for `scenario`. The sensor's own thread alone
   // looks at it.
   bool hasEntry = false;
+  // In a change that puts other algorithms in force, until those before them are let go. The
+  // sensor's own thread alone looks at it.
+  bool entering = false;
 };

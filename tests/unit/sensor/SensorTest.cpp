@@ -436,6 +436,16 @@ TEST_F(SensorTest, LeavesItsAlgorithmsAsTheyAreWhenTheScenarioIsOnlyRenamed) {
   EXPECT_FALSE(awake.returned);
 }
 
+TEST_F(SensorTest, CallsNoAlgorithmUndecidedThatIsWokenAsTheScenarioIsOnlyRenamed) {
+  PlainAlgo& item = algo("a", 1000);
+  sensor.addPrefixScenName("OLDSCEN_");
+  sensor.changeScenario("OLDSCEN_Default");
+  sensor.temperature = 1000;
+  sensor.traversItems();
+  EXPECT_TRUE(item.active);
+  EXPECT_FALSE(item.undecided);
+}
+
 TEST_F(SensorTest, CallsOnlyAnAlgorithmUndecidedThatTheChangeOfItsScenarioWakes) {
   PlainAlgo& before = algo("a", 0);
   sensor.traversItems();
@@ -445,7 +455,7 @@ TEST_F(SensorTest, CallsOnlyAnAlgorithmUndecidedThatTheChangeOfItsScenarioWakes)
   sensor.changeScenario("game");
   sensor.traversItems();
   EXPECT_TRUE(woken.undecided);
-  sensor.oldScenario = sensor.scenario;
+  sensor.deactivateOldScen();
   sensor.temperature = 1000;
   sensor.traversItems();
   EXPECT_TRUE(later.active);
