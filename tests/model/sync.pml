@@ -8,7 +8,7 @@
 #define WAITING 1
 
 /* An assertion that says by its name what has gone wrong. */
-#define never(wrong, condition) wrong = (condition); assert(!wrong)
+#define never(wrong, condition) wrong = ((condition) != 0); assert(!wrong)
 
 /* How many waits may still end although nobody notified them. */
 byte spurious;

@@ -19,10 +19,11 @@ SCENES = {
         (HANDSHAKE, "THREADS=2 CHANGES=3 SPURIOUS=0 VIRTUAL=1"),
     "handshake: 3 threads, 1 virtual, 1 change":
         (HANDSHAKE, "THREADS=3 CHANGES=1 SPURIOUS=0 VIRTUAL=1"),
-    "worker: monitor, stopped": (WORKER, "MONITOR SPURIOUS=2"),
-    "worker: monitor, goes on with another": (WORKER, "MONITOR STAYS SPURIOUS=1"),
-    "worker: monitor, woken and freed in one swap": (WORKER, "MONITOR MARKED SPURIOUS=2"),
-    "worker: monitor, its scenario left and entered": (WORKER, "MONITOR AGAIN SPURIOUS=1"),
+    "worker: monitor of 2 levels, stopped": (WORKER, "MONITOR LEVELS=2 SPURIOUS=2"),
+    "worker: monitor, goes on with another": (WORKER, "MONITOR LEVELS=1 STAYS SPURIOUS=1"),
+    "worker: monitor of 2 levels, woken and freed in one swap":
+        (WORKER, "MONITOR LEVELS=2 MARKED SPURIOUS=2"),
+    "worker: monitor, its scenario left and entered": (WORKER, "MONITOR LEVELS=1 AGAIN SPURIOUS=1"),
     "worker: SS, stopped": (WORKER, "SS SPURIOUS=2"),
     "worker: SS, goes on with another": (WORKER, "SS STAYS SPURIOUS=1"),
     "worker: SS, woken and freed in one swap": (WORKER, "SS MARKED SPURIOUS=2"),
@@ -43,10 +44,10 @@ LARGE = {
 
 CHANGE = (HANDSHAKE, "THREADS=2 CHANGES=2 SPURIOUS=0")
 SPURIOUS_CHANGE = (HANDSHAKE, "THREADS=2 CHANGES=2 SPURIOUS=1")
-STOPPED = (WORKER, "MONITOR SPURIOUS=0")
-GOES_ON = (WORKER, "MONITOR STAYS SPURIOUS=0")
-MARKED = (WORKER, "MONITOR MARKED SPURIOUS=0")
-AGAIN = (WORKER, "MONITOR AGAIN SPURIOUS=0")
+STOPPED = (WORKER, "MONITOR LEVELS=1 SPURIOUS=0")
+GOES_ON = (WORKER, "MONITOR LEVELS=1 STAYS SPURIOUS=0")
+MARKED = (WORKER, "MONITOR LEVELS=1 MARKED SPURIOUS=0")
+AGAIN = (WORKER, "MONITOR LEVELS=1 AGAIN SPURIOUS=0")
 SS_GOES_ON = (WORKER, "SS STAYS SPURIOUS=0")
 LISTED = (LIST, "APPENDS=4 REPLACES=3")
 
@@ -72,6 +73,7 @@ MISTAKES = {
     "TWO_FALL_ASLEEP_AT_ONCE": (GOES_ON, "countTooLow"),
     "WITHDRAWN_BEFORE_ASLEEP": (SS_GOES_ON, "freedWithItsRequest"),
     "NO_WITHDRAWAL_AFTER_DECISION": (GOES_ON, "freedWithItsRequest"),
+    "LEVEL_STORED_BEFORE_ITS_POST": (GOES_ON, "freedWithItsRequest"),
     "TAKEN_BACK_FOR_GOOD": (AGAIN, "freedWithItsRequest"),
     "RETIRED_NOT_DEACTIVATED": (MARKED, "freedWithItsRequest"),
     "FREED_BEFORE_TAKEN_OFF": (STOPPED, "freedItemTouched"),

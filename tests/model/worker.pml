@@ -2,6 +2,7 @@
  * that has woken items decide, frees what is retired and stops a worker that is left empty.
  *
  * MONITOR, SS  the kind of the items
+ * LEVELS       how many levels a monitor has, 1 or 2
  * STAYS        the worker has an item of the new configuration too, on a sensor of another thread,
  *              and goes on
  * MARKED       the new configuration's item carries the retired mark: woken and freed in one swap
@@ -42,14 +43,14 @@ byte leaked;              /* counts too many */
 #endif
 #define BIT(i) (1 << (i))
 
-bool hot[ITEMS];          /* its sensor's temperature: above every threshold, or below */
+byte hot[ITEMS];          /* its sensor's temperature, as the level that it calls for */
 bool awake[ITEMS];        /* Algo::active */
 bool undecided[ITEMS];
-bool status[ITEMS];
+byte status[ITEMS];
 bool hasPosted[ITEMS];    /* SS */
 bool returned[ITEMS];     /* Monitor */
 bool inForce[ITEMS];
-bool request[ITEMS];      /* what the device holds for the item */
+byte request[ITEMS];      /* what the devices hold for the item: each level has a device, and a bit */
 
 /* The list, as ItemList promises it: a walk sees what was published when it began. */
 byte published = BIT(ITEMS) - 1;
@@ -102,73 +103,95 @@ inline fallAsleep(i, flag) {
   fi
 }
 
-/* Device::deviceControl and statusApply hold the device's mutex. */
-inline postRequest(i, wanted) {
-  d_step { touch(i); request[i] = wanted }
+/* Device::deviceControl, withdraw and statusApply hold the device's mutex. */
+inline post(i, level) {
+  d_step { touch(i); request[i] = request[i] | BIT(level) }
+}
+
+inline withdraw(i, level) {
+  d_step { touch(i); request[i] = request[i] & ~BIT(level) }
+}
+
+/* Values that nobody reads any more would keep equal states apart. */
+inline withdrawPosted(i, posted) {
+  d_step { touch(i); request[i] = request[i] & ~BIT(posted); posted = 0 }
 }
 
 #ifdef MONITOR
 
 /* In src/algo/Monitor.cpp: void Monitor::deactivate() */
-inline deactivateItem(i, flag) {
+inline deactivateItem(i, posted, flag) {
   if
   :: status[i] == 0              /*> if (status == 0) return; */
   :: else ->
 #ifdef WITHDRAWN_BEFORE_ASLEEP
-     d_step { touch(i); flag = status[i]; status[i] = 0 };
+     d_step { touch(i); posted = status[i]; status[i] = 0 };
      if
-     :: flag -> postRequest(i, 0)
+     :: posted -> withdrawPosted(i, posted)
      :: else
      fi;
      fallAsleep(i, flag)
 #else
      fallAsleep(i, flag);        /*> fallAsleep(); */
-     d_step { touch(i); flag = status[i]; status[i] = 0 }; /*> const uint32_t level = status.exchange(0); */
+     d_step { touch(i); posted = status[i]; status[i] = 0 }; /*> const uint32_t level = status.exchange(0); */
      if
-     :: flag -> postRequest(i, 0) /*> withdraw(level); */
+     :: posted -> withdrawPosted(i, posted) /*> withdraw(level); */
      :: else
      fi
 #endif
   fi
 }
 
-/* In src/algo/Monitor.cpp: void Monitor::takeBack(uint32_t level) */
-inline takeBack(i) {
+/* In src/algo/Monitor.cpp: void Monitor::moveTo(uint32_t newLevel, uint32_t oldLevel) */
+inline moveTo(i, newLevel, oldLevel) {
+#ifdef LEVEL_STORED_BEFORE_ITS_POST
+  d_step { touch(i); status[i] = newLevel };
+#endif
   if
-  :: request[i]                  /*> if (device.holds(*this)) return; */
+  :: oldLevel -> withdraw(i, oldLevel) /*> withdraw(oldLevel); */
+  :: else
+  fi;
+  post(i, newLevel);             /*> post(newLevel); */
+#ifndef LEVEL_STORED_BEFORE_ITS_POST
+  d_step { touch(i); status[i] = newLevel } /*> status = newLevel; */
+#endif
+}
+
+/* In src/algo/Monitor.cpp: void Monitor::takeBack(uint32_t level) */
+inline takeBack(i, level) {
+  if
+  :: request[i] & BIT(level)     /*> if (device.holds(*this)) return; */
   :: else ->
-     postRequest(i, 1);          /*> device.deviceControl(*this, wanted); */
+     post(i, level);             /*> device.deviceControl(*this, wanted); */
 #ifndef TAKEN_BACK_FOR_GOOD
-     d_step { touch(i); status[i] = 1 } /*> status = level; */
+     d_step { touch(i); status[i] = level } /*> status = level; */
 #endif
   fi
 }
 
 /* In src/algo/Monitor.cpp: int Monitor::decision() */
-inline decision(i, temp, level, flag) {
+inline decision(i, temp, level, posted, flag) {
   d_step { touch(i); temp = hot[i] }; /*> const int32_t temp = readTemp(); */
   level = status[i];             /*> const uint32_t oldLevel = status; */
   d_step { flag = returned[i]; returned[i] = 0 }; /*> const bool justReturned = returned.exchange(false); */
   if
-  :: temp == level && flag && level -> takeBack(i) /*> if (justReturned) takeBack(newLevel); */
-  :: temp != level && temp ->    /*> moveTo(newLevel, oldLevel); */
-     postRequest(i, 1);
-     d_step { touch(i); status[i] = 1 }
-  :: temp != level && !temp -> deactivateItem(i, flag) /*> deactivate(); */
+  :: temp == level && flag && level -> takeBack(i, level) /*> if (justReturned) takeBack(newLevel); */
+  :: temp != level && temp -> moveTo(i, temp, level) /*> moveTo(newLevel, oldLevel); */
+  :: temp != level && !temp -> deactivateItem(i, posted, flag) /*> deactivate(); */
   :: else
   fi;
-  undecided[i] = false           /*> undecided = false; */
+  d_step { undecided[i] = false; temp = 0; level = 0; flag = 0 } /*> undecided = false; */
 }
 
 /* In src/algo/Monitor.cpp: void Monitor::withdrawIfAsleep() */
-inline withdrawIfAsleep(i, flag) {
+inline withdrawIfAsleep(i, posted, flag) {
   d_step { touch(i) };        /*- every access below */
   if
   :: awake[i] || status[i] == 0  /*> if (active || status == 0) return; */
   :: else ->
-     d_step { flag = status[i]; status[i] = 0 }; /*> const uint32_t posted = status.exchange(0); */
+     d_step { posted = status[i]; status[i] = 0 }; /*> const uint32_t posted = status.exchange(0); */
      if
-     :: flag -> postRequest(i, 0) /*> withdraw(posted); */
+     :: posted -> withdrawPosted(i, posted) /*> withdraw(posted); */
      :: else
      fi
   fi
@@ -179,11 +202,11 @@ inline withdrawIfAsleep(i, flag) {
 /* In src/algo/SS.cpp: void SS::release() */
 inline releaseDevice(i) {
   d_step { touch(i); status[i] = 0 }; /*> status = 0; */
-  postRequest(i, 0)              /*> device->statusApply(); */
+  withdraw(i, 1)                 /*> device->withdraw(*this); */
 }
 
 /* In src/algo/SS.cpp: void SS::deactivate() */
-inline deactivateItem(i, flag) {
+inline deactivateItem(i, posted, flag) {
 #ifdef WITHDRAWN_BEFORE_ASLEEP
   releaseDevice(i);
   fallAsleep(i, flag)
@@ -194,23 +217,23 @@ inline deactivateItem(i, flag) {
 }
 
 /* In src/algo/SS.cpp: int SS::decision() */
-inline decision(i, temp, level, flag) {
+inline decision(i, temp, level, posted, flag) {
   d_step { touch(i); temp = hot[i] }; /*> const int32_t temp = readTemp(); */
   level = status[i];             /*> const uint32_t steps = status; */
   if
   :: !temp ->                    /*> if (temp < clearTemp) { */
-     deactivateItem(i, flag)     /*> deactivate(); */
+     deactivateItem(i, posted, flag)     /*> deactivate(); */
   :: temp && !level ->           /*> if (newSteps != static_cast<int32_t>(steps)) { */
      d_step { touch(i); status[i] = 1 }; /*> status = static_cast<uint32_t>(newSteps); */
-     postRequest(i, 1);          /*> device->statusApply(); */
+     post(i, 1);                 /*> device->deviceControl(*this, request); */
      hasPosted[i] = true         /*> hasPosted = true; */
   :: else
   fi;
-  undecided[i] = false           /*> undecided = false; */
+  d_step { undecided[i] = false; temp = 0; level = 0; flag = 0 } /*> undecided = false; */
 }
 
 /* In src/algo/SS.cpp: void SS::withdrawIfAsleep() */
-inline withdrawIfAsleep(i, flag) {
+inline withdrawIfAsleep(i, posted, flag) {
   d_step { touch(i) };        /*- every access below */
   if
   :: hasPosted[i] && !awake[i] -> releaseDevice(i) /*> if (hasPosted && !active) release(); */
@@ -222,17 +245,17 @@ inline withdrawIfAsleep(i, flag) {
 #endif
 
 /* In src/thread/AlgoThread.h: static void decide(T& item) */
-inline decide(i, temp, level, flag) {
-  decision(i, temp, level, flag); /*> item.decision(); */
+inline decide(i, temp, level, posted, flag) {
+  decision(i, temp, level, posted, flag); /*> item.decision(); */
 #ifndef NO_WITHDRAWAL_AFTER_DECISION
-  withdrawIfAsleep(i, flag)      /*> item.withdrawIfAsleep(); */
+  withdrawIfAsleep(i, posted, flag)      /*> item.withdrawIfAsleep(); */
 #endif
 }
 
 /* In src/thread/AlgoThread.h: static bool isWoken(const T& item) */
 #define isWoken(i) (awake[i] && inForce[i] && undecided[i]) /*> item.active && item.inForce && item.undecided; */
 
-inline walk(i, chosen, temp, level, flag) {
+inline walk(i, chosen, temp, level, posted, flag) {
   d_step { walked = published; walking = true; i = 0 };
   do
   :: i < ITEMS ->
@@ -240,7 +263,7 @@ inline walk(i, chosen, temp, level, flag) {
      :: walked & BIT(i) ->
         d_step { touch(i) };
         if
-        :: chosen -> decide(i, temp, level, flag)
+        :: chosen -> decide(i, temp, level, posted, flag)
         :: else
         fi
      :: else
@@ -252,7 +275,7 @@ inline walk(i, chosen, temp, level, flag) {
 }
 
 /* In src/thread/AlgoThread.h: void waitThroughPeriod(std::unique_lock<std::mutex>& sleepLock) */
-inline waitThroughPeriod(i, temp, level, flag) {
+inline waitThroughPeriod(i, temp, level, posted, flag) {
   do
   :: true ->
      d_step {                    /*- what a worker at rest has to leave behind */
@@ -268,14 +291,15 @@ inline waitThroughPeriod(i, temp, level, flag) {
      :: stopRequested -> break   /*> if (this->stopRequested) return; */
      :: else
      fi;
-     walk(i, isWoken(i), temp, level, flag) /*> decideWoken(); */
+     walk(i, isWoken(i), temp, level, posted, flag) /*> decideWoken(); */
   od
 }
 
 /* In src/thread/AlgoThread.h: void operator()() override */
 proctype Worker() {
   byte i;
-  bool temp, level, flag;
+  byte temp, level, posted;
+  bool flag;
   lock(loopMutex[WORKER]);       /*> std::unique_lock<std::mutex> loopLock(this->loopMutex); */
   do
   :: stopRequested -> break      /*> while (!this->stopRequested) { */
@@ -287,8 +311,8 @@ proctype Worker() {
        :: else
        fi
      };
-     walk(i, awake[i], temp, level, flag); /*> decisionPass(); */
-     waitThroughPeriod(i, temp, level, flag) /*> waitThroughPeriod(sleepLock); */
+     walk(i, awake[i], temp, level, posted, flag); /*> decisionPass(); */
+     waitThroughPeriod(i, temp, level, posted, flag) /*> waitThroughPeriod(sleepLock); */
   od;
   unlock(loopMutex[WORKER]);     /*- the end of the body */
   bodyReturned = true            /*- what join waits for */
@@ -297,8 +321,11 @@ proctype Worker() {
 /* In src/sensor/Sensor.cpp: void Sensor::traversItems() */
 inline sample(i, changing, flag) {
   if
-  :: hot[i] = true               /*- what the sensor has read */
-  :: hot[i] = false              /*- or this */
+  :: hot[i] = 0                  /*- what the sensor has read */
+  :: hot[i] = 1                  /*- or this */
+#if LEVELS == 2
+  :: hot[i] = 2                  /*- or this */
+#endif
   fi;
   d_step { touch(i) };        /*- every access below */
   if
@@ -310,11 +337,11 @@ inline sample(i, changing, flag) {
 }
 
 /* In src/sensor/Sensor.cpp: void Sensor::deactivateOldScen() */
-inline deactivateOldScen(i, flag) {
+inline deactivateOldScen(i, posted, flag) {
   d_step { touch(i) };        /*- every access below */
   if
   :: awake[i] ->                 /*> if (!algo->active) continue; */
-     deactivateItem(i, flag)     /*> algo->deactivate(); */
+     deactivateItem(i, posted, flag)     /*> algo->deactivate(); */
   :: else
   fi
 }
@@ -331,15 +358,15 @@ inline enter(i) {
 }
 
 /* Any number of samples of the scenario in force, and of changes to another one and back. */
-inline samples(i, flag) {
+inline samples(i, posted, flag) {
   do
   :: sample(i, false, flag)
 #ifdef AGAIN
   :: i == RETIRED ->
      leave(i);
-     deactivateOldScen(i, flag);
+     deactivateOldScen(i, posted, flag);
      if
-     :: request[i] = false
+     :: request[i] = 0
      :: true
      fi;
      enter(i);
@@ -351,27 +378,28 @@ inline samples(i, flag) {
 
 /* The thread of item i's sensor, from before a swap until after it. */
 proctype SensorThread(byte i) {
+  byte posted;
   bool flag;
   if
-  :: i == RETIRED && inForce[i] -> samples(i, flag); leave(i)
+  :: i == RETIRED && inForce[i] -> samples(i, posted, flag); leave(i)
   :: else -> enter(i); sample(i, true, flag)
   fi;
   taken++;
   letGo;
   if
-  :: i == RETIRED && !inForce[i] -> deactivateOldScen(i, flag)
+  :: i == RETIRED && !inForce[i] -> deactivateOldScen(i, posted, flag)
   :: else
   fi;
   left++;
   if
-  :: i != RETIRED -> samples(i, flag)
+  :: i != RETIRED -> samples(i, posted, flag)
   :: else
   fi;
   sensorsDone++
 }
 
 /* In src/thread/AlgoThread.h: bool destroyOldItems() */
-inline destroyOldItems(flag) {
+inline destroyOldItems(posted, flag) {
 #ifdef FREED_BEFORE_TAKEN_OFF
   freed[RETIRED] = true;
 #endif
@@ -379,7 +407,7 @@ inline destroyOldItems(flag) {
   (!walking || !(walked & BIT(RETIRED))); /*- what the list promises: no walk sees it any more */
 #ifndef RETIRED_NOT_DEACTIVATED
   if
-  :: awake[RETIRED] -> deactivateItem(RETIRED, flag) /*> if (item->active) item->deactivate(); */
+  :: awake[RETIRED] -> deactivateItem(RETIRED, posted, flag) /*> if (item->active) item->deactivate(); */
   :: else
   fi;
 #endif
@@ -420,6 +448,7 @@ inline stopAndFree(flag) {
 }
 
 proctype ScenarioThread() {
+  byte posted;
   bool flag;
   taken == ITEMS;
   /* As often as its time allows it wakes the worker for items that the change has woken. */
@@ -429,7 +458,7 @@ proctype ScenarioThread() {
   od;
   letGo = true;
   left == ITEMS;
-  destroyOldItems(flag);
+  destroyOldItems(posted, flag);
 #ifndef STAYS
   stopAndFree(flag);
 #endif
