@@ -23,7 +23,8 @@ SCENES = {
     "worker: monitor, goes on with another": (WORKER, "MONITOR LEVELS=1 STAYS SPURIOUS=1"),
     "worker: monitor of 2 levels, woken and freed in one swap":
         (WORKER, "MONITOR LEVELS=2 MARKED SPURIOUS=2"),
-    "worker: monitor, its scenario left and entered": (WORKER, "MONITOR LEVELS=1 AGAIN SPURIOUS=1"),
+    "worker: monitor of 2 levels, its scenario left and entered":
+        (WORKER, "MONITOR LEVELS=2 AGAIN SPURIOUS=1"),
     "worker: SS, stopped": (WORKER, "SS SPURIOUS=2"),
     "worker: SS, goes on with another": (WORKER, "SS STAYS SPURIOUS=1"),
     "worker: SS, woken and freed in one swap": (WORKER, "SS MARKED SPURIOUS=2"),

@@ -330,7 +330,7 @@ inline sample(i, changing, flag) {
   d_step { touch(i) };        /*- every access below */
   if
   :: !awake[i] && hot[i] ->      /*> if (algo.active) return; */
-     undecided[i] = changing;    /*> algo.undecided = scenario != oldScenario; */
+     undecided[i] = changing;    /*> algo.undecided = entering; */
      activateItem(i, flag)       /*> algo.activate(); */
   :: else
   fi
