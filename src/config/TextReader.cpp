@@ -6,12 +6,6 @@
 #include <array>
 #include <cerrno>
 
-namespace {
-
-constexpr char kWhiteSpace[] = "\t\n\v\f\r ";
-
-} // namespace
-
 int getString(std::istream& in, std::stringstream& line) {
   std::string buffer;
   std::getline(in, buffer);

@@ -9,12 +9,15 @@
 // The lexical layer that both configuration files share: lines, words, and nothing of what they
 // mean.
 
+// What separates words: what a stream skips in front of one and stops at behind it.
+inline constexpr char kWhiteSpace[] = "\t\n\v\f\r ";
+
 // Fetches the next line of `in` into `line`, trimmed, ready for word extraction from its start.
 // Returns 0, or -1 when that line is blank or nothing is left to read; `line` then keeps what it
 // held, words not yet taken included.
 int getString(std::istream& in, std::stringstream& line);
 
-// Removes leading and trailing tab, line feed, vertical tab, form feed, carriage return and space.
+// Removes leading and trailing white space.
 void trim(std::string& s);
 
 // Appends to `tokens` the non-empty runs of `str` that hold no character of `delimiters`.

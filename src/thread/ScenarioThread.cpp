@@ -1,10 +1,17 @@
 #include "thread/ScenarioThread.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <fstream>
 #include <map>
+#include <string_view>
 #include <thread>
 
+#include "config/TextReader.h"
 #include "core/Log.h"
 #include "core/ThermalMain.h"
 #include "thread/MonitorThread.h"
@@ -16,6 +23,26 @@ namespace {
 constexpr char kNoFile[] = "ENOFILE";
 constexpr char kParsed[] = "PARSED";
 constexpr char kRetiredPrefix[] = "OLDSCEN_";
+
+// Appends the first word of `file` to `word`, which is empty. For two looks a second that go on for
+// ever: a file stream would seek first, ask once more at the end, and take its buffer from the
+// heap. A pipe has no positions: as to a stream that has to seek, it is empty, and it keeps what it
+// holds.
+void readFirstWord(int file, std::string& word) {
+  std::array<char, 256> buffer;
+  for (off_t position = 0;;) {
+    const ssize_t got = ::pread(file, buffer.data(), buffer.size(), position);
+    if (got <= 0) return;
+    std::string_view text(buffer.data(), static_cast<size_t>(got));
+    if (word.empty())
+      text.remove_prefix(std::min(text.find_first_not_of(kWhiteSpace), text.size()));
+    const size_t end = text.find_first_of(kWhiteSpace);
+    word.append(text.substr(0, end));
+    // Less than there is room for is the last of it.
+    if (end != std::string_view::npos || got < static_cast<ssize_t>(buffer.size())) return;
+    position += got;
+  }
+}
 
 // Makes sure that the worker waits at the barrier before it is notified: it holds this mutex from
 // its check-in until it waits, so whoever gets the mutex after the check-in comes after the wait
@@ -65,19 +92,19 @@ void ScenarioThread::scenarioStep() {
     scenUpdateWithSensorThread(false);
     return;
   }
-  lastWord = checkStringInFile(scenPath);
-  if (lastWord == kNoFile) {
+  const std::string& word = checkStringInFile(scenPath);
+  if (word == kNoFile) {
     LOG_LINE("[TalmorThermal] No scen file\n");
     writeToFile(scenPath, currentScenName);
     return;
   }
-  const auto known = owner->scenarios.find(lastWord);
+  const auto known = owner->scenarios.find(word);
   if (known == owner->scenarios.end() || !known->second) {
-    LOG_LINE("[TalmorThermal] There is no scen name: %s\n", lastWord.c_str());
+    LOG_LINE("[TalmorThermal] There is no scen name: %s\n", word.c_str());
     writeToFile(scenPath, currentScenName);
     return;
   }
-  requestedScenName = lastWord;
+  requestedScenName = word;
 }
 
 void ScenarioThread::configurationStep() {
@@ -85,18 +112,18 @@ void ScenarioThread::configurationStep() {
     applyConfiguration();
     return;
   }
-  lastWord = checkStringInFile(dconfPath);
-  if (lastWord == kNoFile) {
+  const std::string& word = checkStringInFile(dconfPath);
+  if (word == kNoFile) {
     LOG_LINE("[TalmorThermal] No conf file\n");
     writeToFile(dconfPath, kParsed);
     return;
   }
-  if (lastWord != kParsed && !owner->findConfFile(lastWord)) {
-    LOG_LINE("[TalmorThermal] There is no conf file: %s\n", lastWord.c_str());
+  if (word != kParsed && !owner->findConfFile(word)) {
+    LOG_LINE("[TalmorThermal] There is no conf file: %s\n", word.c_str());
     writeToFile(dconfPath, kParsed);
     return;
   }
-  confState = lastWord;
+  confState = word;
 }
 
 void ScenarioThread::applyConfiguration() {
@@ -218,12 +245,13 @@ void ScenarioThread::checkIn() {
   if (pendingCount-- == 1) activateCond.notify_one();
 }
 
-std::string ScenarioThread::checkStringInFile(const std::string& path) {
-  std::ifstream file(path);
-  if (!file.is_open()) return kNoFile;
-  std::string word;
-  file.seekg(0) >> word;
-  return word;
+const std::string& ScenarioThread::checkStringInFile(const std::string& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return lastWord = kNoFile;
+  lastWord.clear();
+  readFirstWord(file, lastWord);
+  ::close(file);
+  return lastWord;
 }
 
 void ScenarioThread::writeToFile(const std::string& path, const std::string& text) {

@@ -30,8 +30,8 @@ public:
   // A sensor thread has reached the barrier; the last one wakes the scenario thread.
   void checkIn();
 
-  // The first word of the file, or "ENOFILE" when it cannot be opened.
-  std::string checkStringInFile(const std::string& path);
+  // The first word of the file, or "ENOFILE" when it cannot be opened. Good until the next call.
+  const std::string& checkStringInFile(const std::string& path);
 
   // Makes `text`, without a line end, the content of the file. Failures are ignored.
   void writeToFile(const std::string& path, const std::string& text);
@@ -74,6 +74,7 @@ private:
   void release(SensorThread& worker);
   void letWokenItemsDecide();
 
-  // What `checkStringInFile` returned last, for the one message that names it.
+  // What `checkStringInFile` returned last: for the one message that names it, and to fill the same
+  // storage every time.
   std::string lastWord;
 };

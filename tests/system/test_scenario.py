@@ -6,6 +6,7 @@ import pytest
 
 from daemon import activate_line, deactivate_line, monitor, monitor_line, sample_line, ss
 
+SLEEP = "clock_nanosleep(CLOCK_REALTIME, 0, {tv_sec=1, tv_nsec=0}"
 POLLS = ["[TalmorThermal] There is no conf file: no-such-file"]
 PLAY = monitor("play", thresholds=40000, thresholds_clr=35000, action_info=2)
 DREAM = monitor("dream", thresholds=30000, thresholds_clr=25000, action_info=3)
@@ -299,6 +300,28 @@ def test_a_silent_daemon_switches_too(board):
     board.ask_scenario("game")
     board.wait(lambda: board.writes("gpu")[-1] == "2", "level 2")
     assert board.logs() == []
+
+
+def test_the_two_looks_of_a_second_take_six_system_calls(board):
+    if board.emulator:
+        pytest.skip("a trace would be the emulator's")
+    trace = board.box.base / "trace"
+    # With -D the tracer stands aside, and what is started is the daemon itself.
+    board.started(prefix=["strace", "-D", "-f", "-qq", "-o", str(trace)])
+    board.wait(lambda: len(_calls_of_each_second(trace)) >= 3, "three seconds")
+    names = [[call.partition("(")[0] for call in calls] for calls in _calls_of_each_second(trace)]
+    assert names[:3] == 3 * [2 * ["openat", "pread64", "close"]]
+
+
+def _calls_of_each_second(trace):
+    """The system calls of the scenario thread between its sleeps of exactly one second."""
+    calls = [line.split(maxsplit=1) for line in trace.read_text().rpartition("\n")[0].splitlines()]
+    sleepers = {thread for thread, call in calls if call.startswith(SLEEP)}
+    if not sleepers:
+        return []
+    mine = [call for thread, call in calls if thread in sleepers and not call.startswith("<... ")]
+    sleeps = [i for i, call in enumerate(mine) if call.startswith(SLEEP)]
+    return [mine[before + 1:after] for before, after in zip(sleeps, sleeps[1:])]
 
 
 def _text(board, name):

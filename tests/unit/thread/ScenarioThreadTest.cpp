@@ -1,9 +1,17 @@
 #include "thread/ScenarioThread.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
+#include "support/Fifo.h"
+#include "support/HeapUse.h"
 #include "support/LiveBoard.h"
 #include "support/LogSwitchedOff.h"
 #include "support/RecordedLog.h"
@@ -12,6 +20,15 @@
 namespace {
 
 using Lines = std::vector<std::string>;
+
+// The first word of a file as the standard library reads it, which is what a control file means.
+std::string wordOfFileStream(const std::string& path) {
+  std::ifstream file(path);
+  if (!file.is_open()) return "ENOFILE";
+  std::string word;
+  file.seekg(0) >> word;
+  return word;
+}
 
 // The control files, on a board without sensors. The scenarios "Default" and "game" are known.
 class ScenarioThreadTest : public ::testing::Test {
@@ -67,6 +84,90 @@ TEST_F(ScenarioThreadTest, ReadsTheFirstWordOfAFile) {
   ScenarioThread reader;
   for (const auto& c : cases)
     EXPECT_EQ(reader.checkStringInFile(files().write("word", c.content)), c.word) << c.why;
+}
+
+TEST_F(ScenarioThreadTest, ReadsWhatAFileStreamReads) {
+  std::vector<std::string> contents = {
+      "",
+      " \n\t ",
+      "game",
+      "game\n",
+      "\xFF\xFE\x80\x85\xA0 game",
+      std::string("\0", 1),
+      std::string(" a\0b\0 c", 7),
+      std::string(100000, 'x'),
+      std::string(100000, ' ') + "game",
+      std::string(100000, '\0') + "\n",
+  };
+  for (int byte = 0; byte < 256; ++byte)
+    contents.push_back(std::string("ga") + static_cast<char>(byte) + "me");
+  // Words and white space that end around the end of a buffer of any likely size.
+  for (const size_t size : {64, 128, 256, 512, 1024, 2048, 4096, 8192}) {
+    for (const size_t length : {size - 2, size - 1, size, size + 1}) {
+      for (const char* behind : {"", "\n", " y"}) {
+        contents.push_back(std::string(length, 'x') + behind);
+        contents.push_back(std::string(length, ' ') + behind);
+        contents.push_back(std::string(length, '\n') + "game" + behind);
+        contents.push_back(" " + std::string(2 * length, 'x') + behind);
+      }
+    }
+  }
+  // One reader for all: a long word must leave nothing of itself in a short one.
+  ScenarioThread reader;
+  for (const std::string& content : contents) {
+    const std::string path = files().write("word", content);
+    EXPECT_EQ(reader.checkStringInFile(path), wordOfFileStream(path)) << content;
+  }
+}
+
+TEST_F(ScenarioThreadTest, ReadsWhatAFileStreamReadsWhereThereIsNoOrdinaryFile) {
+  files().write("locked", "game");
+  ASSERT_EQ(::chmod(files().node("locked").c_str(), 0), 0);
+  std::filesystem::create_symlink("itself", files().node("itself"));
+  ScenarioThread reader;
+  for (const std::string& path :
+       {files().node(""), files().node("missing"), files().node("word/below"),
+        files().node("locked"), files().node("itself"), std::string(), std::string("/dev/null"),
+        std::string("/proc/version"), std::string("/proc/self/maps"), std::string("/proc/self/mem"),
+        std::string(5000, 'x')})
+    EXPECT_EQ(reader.checkStringInFile(path), wordOfFileStream(path)) << path;
+}
+
+TEST_F(ScenarioThreadTest, ReadsNothingFromAPipeAndLeavesItsContentThere) {
+  const Fifo pipe(files().node("pipe"));
+  const int writer = ::open(files().node("pipe").c_str(), O_WRONLY | O_CLOEXEC);
+  ASSERT_EQ(::write(writer, "game\n", 5), 5);
+  ScenarioThread reader;
+  EXPECT_EQ(reader.checkStringInFile(files().node("pipe")), "");
+  EXPECT_EQ(wordOfFileStream(files().node("pipe")), "");
+  EXPECT_EQ(pipe.take(), "game\n");
+  ::close(writer);
+}
+
+TEST_F(ScenarioThreadTest, WaitsAtAPipeUntilSomebodyOpensItForWriting) {
+  ASSERT_EQ(::mkfifo(files().node("pipe").c_str(), 0600), 0);
+  ScenarioThread reader;
+  const std::future<void> look =
+      std::async(std::launch::async, [&] { reader.checkStringInFile(files().node("pipe")); });
+  EXPECT_TRUE(staysUnderWay(look));
+  const int writer = ::open(files().node("pipe").c_str(), O_WRONLY | O_CLOEXEC);
+  EXPECT_TRUE(eventually([&] { return isOver(look); }));
+  EXPECT_EQ(reader.checkStringInFile(files().node("pipe")), "");
+  ::close(writer);
+}
+
+TEST_F(ScenarioThreadTest, TakesNothingFromTheHeapForTheLooksOfASecond) {
+  if (!kHeapUsesCounted) GTEST_SKIP() << "the sanitizer's own heap is not counted";
+  const std::string name(100, 'x');
+  main().scenarios[name] = new Scenario(name, false);
+  board.switchTo(name);
+  thread().cycle();
+  const size_t before = heapUses();
+  thread().cycle();
+  thread().cycle();
+  EXPECT_EQ(heapUses(), before);
+  const std::string counted(100, 'x');
+  EXPECT_EQ(heapUses(), before + 1) << counted;
 }
 
 TEST_F(ScenarioThreadTest, ReadsAWordOfItsOwnFromAFileThatCannotBeOpened) {

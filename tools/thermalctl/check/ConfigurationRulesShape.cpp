@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr char kWhiteSpace[] = "\t\n\v\f\r ";
-
 // The word behind `word` on its line, unless the line below is blank: then the daemon works on with
 // what is left of this one.
 std::optional<Word> ignoredBehind(const Configuration& configuration, const Word& word) {
