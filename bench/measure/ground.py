@@ -138,7 +138,12 @@ class Program:
             read = {thread: self.reads(thread) - count for thread, count in before.items()}
             best = max(read, key=read.get)
             return best if read[best] >= sensors else None
-        return wait_until(busiest, "a thread that samples")
+
+        # Start-up reads a lot, too, but only once.
+        def steady():
+            first = busiest()
+            return first if first is not None and first == busiest() else None
+        return wait_until(steady, "a thread that samples")
 
 
 def _number(path, key):
