@@ -32,6 +32,9 @@ public:
   uint32_t activeVirtuals = 0;
 
 private:
+  // The first word of the node, read anew; empty once a read has failed.
+  std::string nextToken();
+
   // For the stream: a temperature is short, the 8 KiB that libstdc++ would allocate are not.
   [[maybe_unused]] std::array<char, 64> buffer;
 };

@@ -39,7 +39,7 @@ TEST_F(RealTest, StartsSwitchedOffWithoutAThread) {
 
 TEST_F(RealTest, ReadsTheNumberAtTheStartOfItsNode) {
   const struct {
-    const char* content;
+    std::string content;
     int32_t temperature;
     const char* why;
   } cases[] = {
@@ -63,6 +63,16 @@ TEST_F(RealTest, ReadsTheNumberAtTheStartOfItsNode) {
       {"99999999999\n", 1215752191, "cut to 32 bits"},
       {"99999999999999999999\n", -1, "the highest long, cut to 32 bits"},
       {"-99999999999999999999\n", 0, "the lowest long, cut to 32 bits"},
+      {std::string(1000, ' ') + "45000\n", 45000, "white space beyond any buffer"},
+      {std::string(1000, '0') + "45000\n", 45000, "a number beyond any buffer"},
+      {std::string("\0 45000\n", 9), 0, "a zero byte is a word"},
+      {std::string("45\0"
+                   "9\n",
+                   5),
+       45, "a zero byte ends the number"},
+      {"\xA0"
+       "45000\n",
+       0, "no white space but that of ASCII"},
   };
   for (const auto& c : cases) {
     Real cpu("cpu", 1000, sysfs.write("temp", c.content));
@@ -119,14 +129,30 @@ TEST_F(RealTest, GoesOnReadingANodeThatIsRemovedMeanwhile) {
 }
 
 TEST_F(RealTest, ReadsZeroForEverAfterOneFailedRead) {
-  Real cpu("cpu", 1000, sysfs.write("temp", "45000\n"));
+  for (const char* nothing : {"", " \n\t"}) {
+    Real cpu("cpu", 1000, sysfs.write("temp", "45000\n"));
+    cpu.updateTemp();
+    sysfs.write("temp", nothing);
+    cpu.updateTemp();
+    EXPECT_EQ(cpu.temperature, 0);
+    sysfs.write("temp", "60000\n");
+    cpu.updateTemp();
+    EXPECT_EQ(cpu.temperature, 0);
+  }
+}
+
+TEST_F(RealTest, ReadsOnAfterAWordThatTheEndOfTheNodeEnded) {
+  Real cpu("cpu", 1000, sysfs.write("temp", "45000"));
   cpu.updateTemp();
-  sysfs.clear("temp");
   cpu.updateTemp();
-  EXPECT_EQ(cpu.temperature, 0);
-  sysfs.write("temp", "60000\n");
+  EXPECT_EQ(cpu.temperature, 45000);
+  EXPECT_FALSE(cpu.node.fail());
+}
+
+TEST_F(RealTest, LeavesItsStreamFailedAfterARefusedRead) {
+  Real cpu("cpu", 1000, sysfs.node(""));
   cpu.updateTemp();
-  EXPECT_EQ(cpu.temperature, 0);
+  EXPECT_TRUE(cpu.node.fail());
 }
 
 TEST_F(RealTest, ReadsZeroFromADirectory) {
