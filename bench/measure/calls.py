@@ -1,4 +1,4 @@
-"""System calls of the sampling thread and wake-ups of the whole process."""
+"""System calls of the sampling and of the scenario thread, and wake-ups of the whole process."""
 
 import collections
 import subprocess
@@ -11,6 +11,8 @@ from .ground import SYSFS_NODES
 SENSORS = 64
 TRACED_PERIOD = 100  # milliseconds: enough passes in a short trace
 TRACED_SECONDS = 2.0
+TRACED_LOOKS = 4.5  # seconds: four of the scenario thread's own
+_SLEEP = "clock_nanosleep(CLOCK_REALTIME, 0, {tv_sec=1, tv_nsec=0}"
 
 
 class Calls(NamedTuple):
@@ -22,13 +24,26 @@ class Calls(NamedTuple):
 def count(ground):
     _install(ground, TRACED_PERIOD)
     with ground.daemon("nolog") as daemon:
-        lines = _trace(ground, daemon.sampler(SENSORS, TRACED_PERIOD))
+        lines = _trace(ground, daemon.sampler(SENSORS, TRACED_PERIOD), TRACED_SECONDS)
     waits = [i for i, line in enumerate(lines) if "FUTEX_WAIT" in line]
     passes = len(waits) - 1
     names = collections.Counter(line.partition("(")[0] for line in lines[waits[0]:waits[-1]])
     waiting = names.pop("futex")
     return Calls({name: count / (passes * SENSORS) for name, count in names.items()},
                  {"futex": waiting / passes})
+
+
+def of_looks(ground):
+    """System call -> how often the two looks of a second at the control files make it."""
+    _install(ground, 1000)
+    with ground.daemon("nolog") as daemon:
+        daemon.sampler(SENSORS, 1000)
+        # The scenario thread is the last that starts.
+        lines = _trace(ground, daemon.threads()[-1], TRACED_LOOKS)
+    sleeps = [i for i, line in enumerate(lines) if line.startswith(_SLEEP)]
+    names = collections.Counter(line.partition("(")[0] for line in lines[sleeps[0]:sleeps[-1]])
+    del names["clock_nanosleep"]
+    return {name: count / (len(sleeps) - 1) for name, count in names.items()}
 
 
 def wake_ups(ground, seconds):
@@ -50,10 +65,10 @@ def _install(ground, period):
                    boards.sleepers(SENSORS))
 
 
-def _trace(ground, thread):
+def _trace(ground, thread, seconds):
     output = ground.box.base / "trace"
     with subprocess.Popen(["strace", "-qq", "-o", output, "-p", str(thread)]) as strace:
-        time.sleep(TRACED_SECONDS)
+        time.sleep(seconds)
         strace.terminate()
     # The call in which the trace ends has no result.
     return [line for line in output.read_text().splitlines() if " = " in line]

@@ -53,6 +53,7 @@ def measure_all(ground, effort, progress):
 
     add(*_cost_rows(ground, effort))
     add(_calls_row(ground))
+    add(_looks_row(ground))
     add(_wake_ups_row(ground, effort))
     add(*_memory_rows(ground, effort))
     add(*_start_up_rows(ground, effort))
@@ -67,9 +68,11 @@ def measure_all(ground, effort, progress):
 
 def _cost_rows(ground, effort):
     for sensors, period, window, log, bar in (
+            (16, 1000, effort.slow_window, "nolog", 2.2),
             (64, 1000, effort.slow_window, "nolog", 2.2),
             (512, 100, effort.fast_window, "nolog", 1.8),
-            (64, 1000, effort.slow_window, "log", 1.5),
+            (16, 1000, effort.slow_window, "log", 1.8),
+            (64, 1000, effort.slow_window, "log", 1.4),
             (512, 100, effort.fast_window, "log", 1.5)):
         load = cost.Load(sensors, period, window, log)
         yield _cost_row(load, bar, cost.measure(ground, load, effort.rounds))
@@ -94,6 +97,13 @@ def _calls_row(ground):
     return Row("system calls per sample, log off", "exactly 2: one seek, one read",
                f"{sum(counted.per_sample.values()):g} ({each}); for the wait after a pass {waiting}",
                counted.per_sample == {"lseek": 1, "read": 1})
+
+
+def _looks_row(ground):
+    counted = calls.of_looks(ground)
+    each = ", ".join(f"{count:g} {name}" for name, count in sorted(counted.items()))
+    return Row("system calls of the two looks at the control files each second", "at most 6",
+               f"{sum(counted.values()):g} ({each})", 0 < sum(counted.values()) <= 6)
 
 
 def _wake_ups_row(ground, effort):
