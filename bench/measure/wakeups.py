@@ -18,8 +18,8 @@ DRIFT_SECONDS = 20.0
 
 # A wait that strace could show in one line begins at the line's time, one that something else came
 # between ends there.
-_WAITED = re.compile(r"\d+ (\d+\.\d+) (?:futex\(.*_WAIT_.*ETIMEDOUT|clock_nanosleep\().* <(\d+\.\d+)>")
-_RESUMED = re.compile(r"\d+ (\d+\.\d+) <\.\.\. (?:futex resumed.*ETIMEDOUT|"
+_WAITED = re.compile(r"\d+ +(\d+\.\d+) (?:futex\(.*_WAIT_.*ETIMEDOUT|clock_nanosleep\().* <(\d+\.\d+)>")
+_RESUMED = re.compile(r"\d+ +(\d+\.\d+) <\.\.\. (?:futex resumed.*ETIMEDOUT|"
                       r"clock_nanosleep resumed|restart_syscall resumed)")
 
 

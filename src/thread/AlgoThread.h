@@ -85,7 +85,7 @@ private:
   // Notified before its time the worker lets the items decide that a change of scenario waits for,
   // and goes on to wait: all others keep their cycle.
   void waitThroughPeriod(std::unique_lock<std::mutex>& sleepLock) {
-    const auto end = std::chrono::steady_clock::now() + this->waitLength();
+    const auto end = this->endOfPeriod();
     while (this->sleepCond.wait_until(sleepLock, end) == std::cv_status::no_timeout) {
       if (this->stopRequested) return;
       decideWoken();

@@ -28,6 +28,19 @@ protected:
   ThermalThread() = default;
 };
 
+// When a wait for `period` that begins at `now` ends: at `phase` and a multiple of the period and a
+// fiftieth of it, if such a moment is near. These moments are moments of half the period as well,
+// so that workers of one phase wake the processor together, where they would drift apart by what
+// their passes cost. A wait never ends early, and late by a fiftieth at most; away from its
+// moments, each wait brings a worker that much closer to one.
+inline std::chrono::steady_clock::time_point
+endOfWait(std::chrono::steady_clock::time_point now, std::chrono::nanoseconds period,
+          std::chrono::steady_clock::time_point phase) {
+  const std::chrono::nanoseconds longest = period + period / 50;
+  const auto latest = now + longest;
+  return std::max(now + period, latest - (latest - phase) % longest);
+}
+
 // The worker base over an item type: `Sensor`, `Monitor`, `SS` or `Scenario`.
 //
 // Units:   `period` in milliseconds; below 1 the worker still waits 1 ms per cycle.
@@ -85,18 +98,24 @@ protected:
     // Raised before the count is read, as `activate` raises the count before it reads the flag: at
     // least one of the two sees the other.
     aboutToWait = true;
-    if (activeCount == 0) activateCond.wait(loopLock);
+    if (activeCount == 0) {
+      activateCond.wait(loopLock);
+      phase = std::chrono::steady_clock::now();
+    }
     aboutToWait = false;
   }
 
-  std::chrono::milliseconds waitLength() const {
-    return std::chrono::milliseconds(std::max(period, 1));
+  void waitForPeriod(std::unique_lock<std::mutex>& sleepLock) {
+    sleepCond.wait_until(sleepLock, endOfPeriod());
   }
 
-  void waitForPeriod(std::unique_lock<std::mutex>& sleepLock) {
-    sleepCond.wait_for(sleepLock, waitLength());
+  std::chrono::steady_clock::time_point endOfPeriod() const {
+    return endOfWait(std::chrono::steady_clock::now(),
+                     std::chrono::milliseconds(std::max(period, 1)), phase);
   }
 
 private:
   std::atomic<bool> aboutToWait{false};
+  // The worker's own. Whoever is woken by a sample goes on right behind the samples.
+  std::chrono::steady_clock::time_point phase;
 };

@@ -99,6 +99,65 @@ TEST(ThermalThreadTest, WaitsAMillisecondWithAPeriodBelowOne) {
   }
 }
 
+TEST(ThermalThreadTest, EndsNoWaitEarlyNorLaterThanByAFiftieth) {
+  const Clock::time_point phase{std::chrono::microseconds(123457)};
+  for (const int64_t period : {1, 20, 60, 250, 333, 1000, 60000, INT32_MAX}) {
+    const std::chrono::nanoseconds length = std::chrono::milliseconds(period);
+    for (int i = 0; i < 2000; ++i) {
+      const Clock::time_point now = phase + i * length / 487;
+      EXPECT_GE(endOfWait(now, length, phase) - now, length) << period;
+      EXPECT_LE(endOfWait(now, length, phase) - now, length + length / 50) << period;
+    }
+  }
+}
+
+TEST(ThermalThreadTest, EndsAWaitAtAMomentOfItsPhaseWhereOneIsNear) {
+  using std::chrono::milliseconds;
+  const Clock::time_point phase{milliseconds(1000)};
+  const struct {
+    int begin, end;
+    const char* why;
+  } cases[] = {
+      {0, 255, "from a moment to the next"},
+      {1, 255, "a pass of 1 ms"},
+      {5, 255, "a pass of all the time that there is"},
+      {6, 256, "a longer one costs the next moment"},
+      {254, 504, "short of a moment, and so closer to the one behind"},
+      {255, 510, "from the next moment on"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(endOfWait(phase + milliseconds(c.begin), milliseconds(250), phase),
+              phase + milliseconds(c.end))
+        << c.why;
+  }
+}
+
+TEST(ThermalThreadTest, BringsWorkersTogetherWhoseMomentsAreAmongThoseOfTheFastest) {
+  using std::chrono::microseconds;
+  using std::chrono::milliseconds;
+  const Clock::time_point phase{milliseconds(777)};
+  const struct {
+    milliseconds period, start;
+    microseconds pass;
+  } workers[] = {
+      {milliseconds(250), milliseconds(3), microseconds(90)},
+      {milliseconds(250), milliseconds(201), microseconds(400)},
+      {milliseconds(500), milliseconds(499), microseconds(120)},
+      {milliseconds(1000), milliseconds(16), microseconds(700)},
+      {milliseconds(1000), milliseconds(1019), microseconds(50)},
+  };
+  for (const auto& worker : workers) {
+    Clock::time_point end = phase + worker.start;
+    // A fiftieth closer each time: everybody is there after 51 waits.
+    for (int wait = 0; wait < 100; ++wait) {
+      if (wait > 51) {
+        EXPECT_EQ((end - phase) % milliseconds(255), milliseconds(0));
+      }
+      end = endOfWait(end + worker.pass, worker.period, phase);
+    }
+  }
+}
+
 TEST(ThermalThreadTest, EndsItsPeriodEarlyWhenItIsNotified) {
   Worker worker(3'600'000);
   std::future<void> wait = std::async(std::launch::async, [&worker] { worker.waitOnePeriod(); });
