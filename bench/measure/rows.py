@@ -3,9 +3,12 @@
 import statistics
 from typing import NamedTuple
 
-from . import calls, cost, memory, micro, reaction, scale, simulation, startup
+from . import calls, cost, memory, micro, reaction, scale, simulation, startup, wakeups
 
 MEBIBYTE = 1 << 20
+
+# Of the wake-ups of a daemon's threads, those that wake the processor.
+MOST_JOINT = 0.5
 
 
 class Effort(NamedTuple):
@@ -13,6 +16,7 @@ class Effort(NamedTuple):
     slow_window: float  # seconds of a window at a period of 1 s
     fast_window: float  # the same at 100 ms
     idle_seconds: float
+    settle_seconds: float  # before wake-ups are looked at
     swaps: int
     starts: int
     crossings: int
@@ -22,10 +26,10 @@ class Effort(NamedTuple):
     simulations: int
 
 
-FULL = Effort(rounds=7, slow_window=8.0, fast_window=4.0, idle_seconds=20.0, swaps=10000, starts=15,
-              crossings=400, pass_seconds=3.0, scale_swaps=20, micro_seconds=0.3, simulations=9)
-QUICK = Effort(rounds=1, slow_window=2.0, fast_window=1.0, idle_seconds=5.0, swaps=500, starts=3,
-               crossings=40, pass_seconds=1.0, scale_swaps=3, micro_seconds=0.02, simulations=1)
+FULL = Effort(rounds=7, slow_window=8.0, fast_window=4.0, idle_seconds=20.0, settle_seconds=60.0,
+              swaps=10000, starts=15, crossings=400, pass_seconds=3.0, scale_swaps=20, micro_seconds=0.3, simulations=9)
+QUICK = Effort(rounds=1, slow_window=2.0, fast_window=1.0, idle_seconds=5.0, settle_seconds=5.0,
+               swaps=500, starts=3, crossings=40, pass_seconds=1.0, scale_swaps=3, micro_seconds=0.02, simulations=1)
 
 
 class Row(NamedTuple):
@@ -55,6 +59,7 @@ def measure_all(ground, effort, progress):
     add(_calls_row(ground))
     add(_looks_row(ground))
     add(_wake_ups_row(ground, effort))
+    add(_joint_wake_ups_row(ground, effort))
     add(*_memory_rows(ground, effort))
     add(*_start_up_rows(ground, effort))
     reactions = reaction.measure(ground, effort.crossings)
@@ -114,6 +119,16 @@ def _wake_ups_row(ground, effort):
                "2: the sensor thread and the scenario thread",
                f"{sum(rates):.2f} ({' + '.join(f'{rate:.2f}' for rate in rates)})",
                len(rates) == 2 and all(abs(rate - 1) <= doubt for rate in rates))
+
+
+def _joint_wake_ups_row(ground, effort):
+    measured = wakeups.measure(ground, effort.settle_seconds, effort.idle_seconds)
+    periods = ", ".join(str(period) for period in wakeups.PERIODS)
+    return Row("wake-ups of the processor per second, sensors and awake algorithms at "
+               f"{periods} ms",
+               f"at most {MOST_JOINT:g} of those of its threads",
+               f"{measured.processor:.2f}, of its threads {measured.threads:.2f}",
+               measured.processor <= MOST_JOINT * measured.threads)
 
 
 def _memory_rows(ground, effort):
