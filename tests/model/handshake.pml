@@ -245,7 +245,7 @@ inline changeScenario(me, last) {
 
 /* In src/thread/ThermalThread.h: void waitForPeriod( */
 inline waitForPeriod(w) {
-  sleepCond[w] = WAITING;        /*> sleepCond.wait_for(sleepLock, waitLength()); */
+  sleepCond[w] = WAITING;        /*> sleepCond.wait_until(sleepLock, endOfPeriod()); */
   if
   :: sleepCond[w] != WAITING     /*- the wait ends notified */
   :: d_step { newsFor[w] -> newsFor[w] = false; sleepCond[w] = 0 } /*- or the period has run out */

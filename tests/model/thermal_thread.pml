@@ -78,8 +78,8 @@ inline waitUntilActive(w) {
 #else
   aboutToWait[w] = true;         /*> aboutToWait = true; */
   if
-  :: activeCount[w] == 0 ->      /*> if (activeCount == 0) activateCond.wait(loopLock); */
-     wait(activateCond[w], loopMutex[w])
+  :: activeCount[w] == 0 ->      /*> if (activeCount == 0) { */
+     wait(activateCond[w], loopMutex[w]) /*> activateCond.wait(loopLock); */
   :: else
   fi;
 #endif
