@@ -33,8 +33,9 @@ void Real::updateTemp() {
 std::string Real::nextToken() {
   std::string token;
   if (!node.is_open() || node.fail()) return token;
-  std::filebuf& content = *node.rdbuf();
-  const auto end = std::filebuf::traits_type::eof();
+  // The buffer that the stream reads from, which need not be its own file's.
+  std::streambuf& content = *static_cast<std::istream&>(node).rdbuf();
+  const auto end = std::streambuf::traits_type::eof();
   try {
     if (content.pubseekpos(0, std::ios::in) != std::streampos(-1)) {
       for (auto c = content.sgetc(); c != end; c = content.snextc()) {
