@@ -1,5 +1,8 @@
 #include "config/TextReader.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 
@@ -21,6 +24,23 @@ Tokens tokensOf(const std::string& text, const std::string& delimiters) {
   stringTokenizer(text, tokens, delimiters);
   return tokens;
 }
+
+// While one of these lives, the first file to be opened gets descriptor 0.
+class StandardInputClosed {
+public:
+  StandardInputClosed() : kept(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)) { ::close(STDIN_FILENO); }
+  ~StandardInputClosed() {
+    ::dup2(kept, STDIN_FILENO);
+    ::close(kept);
+  }
+  StandardInputClosed(const StandardInputClosed&) = delete;
+  StandardInputClosed& operator=(const StandardInputClosed&) = delete;
+
+  bool isFree() const { return ::fcntl(STDIN_FILENO, F_GETFD) == -1; }
+
+private:
+  int kept;
+};
 
 TEST(TextReaderTest, DeliversOneLinePerCall) {
   std::istringstream in("first line\nsecond\n");
@@ -241,6 +261,16 @@ TEST(TextReaderTest, ReadsAWholeFileByteForByte) {
 TEST(TextReaderTest, AnEmptyFileIsReadAndEmpty) {
   const SysfsDir files;
   EXPECT_EQ(readFile(files.write("empty", "")), "");
+}
+
+TEST(TextReaderTest, ReadsAFileThatGetsTheFirstDescriptorAndClosesItAgain) {
+  const SysfsDir files;
+  const std::string path = files.write("word", "game");
+  const StandardInputClosed closed;
+  EXPECT_EQ(readFile(path), "game");
+  EXPECT_TRUE(closed.isFree());
+  EXPECT_EQ(readFile(files.node("")), std::nullopt);
+  EXPECT_TRUE(closed.isFree()) << "also after a failed read";
 }
 
 TEST(TextReaderTest, AMissingFileADirectoryAndAFailingReadHaveNoContent) {

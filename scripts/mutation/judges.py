@@ -1,0 +1,100 @@
+"""What is to notice a mistake: each builds a copy of the project and runs some of its tests there."""
+
+import os
+import re
+import resource
+import signal
+import subprocess
+
+from dataclasses import dataclass
+
+# A mistake may make a test wait for ever, or fill the memory or the disk.
+LIMIT_SECONDS = 60
+LIMIT_MEGABYTES = 2000
+
+
+@dataclass(frozen=True)
+class Verdict:
+    noticed: bool
+    by: str = ""
+
+
+def run(command, cwd, seconds, environment=None):
+    """Returns the exit status and the output; no status for a command that had to be stopped."""
+    output = cwd / "build" / "output"
+    with open(output, "wb") as out:
+        process = subprocess.Popen(
+            command, cwd=cwd, stdin=subprocess.DEVNULL, stdout=out, stderr=subprocess.STDOUT,
+            env=os.environ | (environment or {}), start_new_session=True, preexec_fn=_limit_files,
+        )  # fmt: skip
+        try:
+            status = process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            status = None
+        finally:
+            try:
+                os.killpg(process.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            process.wait()
+    return status, output.read_text(errors="replace")
+
+
+def _limit_files():
+    size = LIMIT_MEGABYTES << 20
+    resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
+
+
+class UnitTests:
+    """The unit tests in one process, up to the first that fails."""
+
+    def __init__(self, tree, preset):
+        self.tree, self.preset, self.name = tree, preset, f"unit tests, {preset}"
+
+    def builds(self):
+        if not (self.tree / "build" / self.preset).exists():
+            run(["cmake", "--preset", self.preset], self.tree, None)
+        command = ["cmake", "--build", "--preset", self.preset, "--target", "unit-tests"]
+        status, self.complaint = run(command, self.tree, None)
+        return status == 0
+
+    def verdict(self):
+        options = f"hard_rss_limit_mb={LIMIT_MEGABYTES}"
+        temporary = self.tree / "build" / "tmp"
+        temporary.mkdir(exist_ok=True)
+        program = f"build/{self.preset}/tests/unit/unit-tests"
+        status, output = run(
+            [program, "--gtest_fail_fast"], self.tree, LIMIT_SECONDS,
+            {"ASAN_OPTIONS": options, "TSAN_OPTIONS": options, "TMPDIR": str(temporary)},
+        )  # fmt: skip
+        subprocess.run(["rm", "-rf", temporary], check=True)
+        if status == 0:
+            return Verdict(False)
+        # A test that failed says so; of one that crashed or hung only the beginning is there.
+        failed = re.search(r"^\[  FAILED  \] ([^\s,]+)", output, re.MULTILINE)
+        begun = re.findall(r"^\[ RUN      \] (.+)$", output, re.MULTILINE)
+        if failed:
+            return Verdict(True, failed[1])
+        how = "does not end" if status is None else "crashes"
+        return Verdict(True, f"{begun[-1]}, which {how}" if begun else "a crash at the start")
+
+
+class Command:
+    """A program of the project that fails when it finds something."""
+
+    def __init__(self, tree, name, command, preset=None):
+        self.tree, self.name, self.command, self.preset = tree, name, command, preset
+
+    def builds(self):
+        if not self.preset:
+            return True
+        run(["cmake", "--preset", self.preset], self.tree, None)
+        status, self.complaint = run(["cmake", "--build", "--preset", self.preset], self.tree, None)
+        return status == 0
+
+    def verdict(self):
+        status, output = run(self.command, self.tree, 30 * LIMIT_SECONDS)
+        if status == 0:
+            return Verdict(False)
+        lines = output.strip().splitlines() or [f"status {status}"]
+        return Verdict(True, f"{self.name}: {lines[-1]}")
