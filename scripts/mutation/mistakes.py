@@ -12,6 +12,8 @@ OTHER_SIGN = {
 }  # fmt: skip
 OTHER_TOKEN = {"++": "--", "--": "++", "true": "false", "false": "true", "min": "max", "max": "min"}
 # Already nothing, or a mistake of its own kind.
+# Hardly ever does it matter where such a name begins, as long as that is ahead of its uses.
+PLAIN_DECLARATION = re.compile(r"\w( = (\d+|true|false|nullptr))?;$")
 PLAIN_RESULT = re.compile(r"return (?:[\d']+|true|false|nullptr|std::nullopt|\{\});")
 
 
@@ -100,10 +102,10 @@ def _can_go(source, statement):
 
 
 def _can_swap(source, one, other):
-    if not (one.simple and other.simple):
+    if source.tokens[other.first].text in ("return", "break", "continue"):
         return False
-    if source.tokens[other.first].text == "return":
+    texts = [source.piece(each.first, each.last) for each in (one, other)]
+    if texts[0] == texts[1]:
         return False
-    if source.piece(one.first, one.last) == source.piece(other.first, other.last):
-        return False
-    return not (source.is_declaration(one) and source.is_declaration(other))
+    declared = [text for each, text in zip((one, other), texts) if source.is_declaration(each)]
+    return len(declared) < 2 and not any(PLAIN_DECLARATION.search(text) for text in declared)

@@ -256,6 +256,7 @@ TEST(TextReaderTest, ReadsAWholeFileByteForByte) {
   for (int i = 0; i < 20000; ++i)
     content.push_back(static_cast<char>(i * 7));
   EXPECT_EQ(readFile(files.write("bytes", content)), content);
+  EXPECT_EQ(readFile(files.write("bytes", "x")), "x") << "a single one";
 }
 
 TEST(TextReaderTest, AnEmptyFileIsReadAndEmpty) {

@@ -333,4 +333,52 @@ TEST_F(SwitchMomentTest, SwitchesWithoutALineWithLoggingOff) {
   EXPECT_EQ(log.lines(), Lines{});
 }
 
+// The test stands in for the one sensor thread of a change.
+class HandshakeTest : public SwitchMomentTest {
+protected:
+  HandshakeTest() {
+    make({kAnHour});
+    change = beginSwitchTo("game");
+    eventuallyOrAbort([this] { return worker().scenChangeRequested.load(); }, "a change");
+  }
+
+  SensorThread& worker() { return board->sensorThread(kAnHour); }
+
+  // Checks in and is let go, but still holds the mutex that it does not leave before it waits.
+  std::unique_lock<std::mutex> arriveAt(size_t barrier) {
+    worker().holdForScenThread = true;
+    std::unique_lock<std::mutex> lock(worker().handshakeMutex[barrier]);
+    board->scenarioThread().checkIn();
+    eventuallyOrAbort([this] { return !worker().holdForScenThread; }, "the end of a barrier");
+    return lock;
+  }
+  bool isNotifiedAt(size_t barrier, std::unique_lock<std::mutex> lock) {
+    return worker().handshakeCond[barrier].wait_for(lock, kGenerousLimit) ==
+           std::cv_status::no_timeout;
+  }
+  void leave() { board->scenarioThread().checkIn(); }
+
+  std::future<void> change;
+};
+
+TEST_F(HandshakeTest, NotifiesAThreadOnlyOnceItWaits) {
+  for (const size_t barrier : {0u, 1u}) {
+    std::unique_lock<std::mutex> lock = arriveAt(barrier);
+    EXPECT_TRUE(staysUnderWay(change));
+    EXPECT_TRUE(isNotifiedAt(barrier, std::move(lock))) << "barrier " << barrier;
+  }
+  leave();
+  EXPECT_TRUE(eventually([this] { return isOver(change); }));
+}
+
+TEST_F(HandshakeTest, TakesItsRequestBackBeforeAThreadCanPassTheLastBarrier) {
+  isNotifiedAt(0, arriveAt(0));
+  EXPECT_TRUE(worker().scenChangeRequested);
+  std::unique_lock<std::mutex> lock = arriveAt(1);
+  EXPECT_FALSE(worker().scenChangeRequested);
+  isNotifiedAt(1, std::move(lock));
+  leave();
+  EXPECT_TRUE(eventually([this] { return isOver(change); }));
+}
+
 } // namespace
