@@ -536,6 +536,18 @@ TEST_F(SSTest, WithdrawsWhatItPostedWhileItWasPutToSleep) {
   EXPECT_EQ(device.currentLevel, 0);
 }
 
+TEST_F(SSTest, WithdrawsNothingAfterADecisionThatPostedNothing) {
+  SS item = itemWith();
+  item.activate();
+  decideAt(item, 42000);
+  item.withdrawIfAsleep();
+  // As the sensor's thread may do in a scenario change, in a decision at the same degree.
+  item.deactivate();
+  device.deviceControl("item", 7);
+  item.withdrawIfAsleep();
+  EXPECT_EQ(device.requests["item"], 7) << "a namesake's";
+}
+
 TEST_F(SSTest, LeavesTheRequestToANamesakeOfTheScenarioThatHasComeInForce) {
   SS earlier = itemWith();
   SS later("item", 1000, 40000, 38000, 1, "game", false, &sensor, &thread, &device, 9, 0);

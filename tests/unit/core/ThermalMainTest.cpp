@@ -276,6 +276,30 @@ TEST_F(ThermalMainTest, WithTheLogSwitchedOffNoLineIsWritten) {
   EXPECT_EQ(log.lines(), Lines{});
 }
 
+TEST_F(ThermalMainTest, FreesTheOldStepItemsBeforeTheOldMonitors) {
+  files.write("board.env", kSensor + "\n[fan]\ntype report\nlevel_table 0 1\nnode_path " +
+                               files.node("report") + "\n");
+  files.write("factory.conf", monitorNamed("monitor") +
+                                  "\n[step]\nalgo_type ss\nsensor cpu\ndevice fan\n"
+                                  "set_point 60000\nset_point_clr 58000\nstart_level 1\n");
+  Board board(files);
+  Sensor& sensor = *board.sensors.at("cpu");
+  sensor.temperature = 60000;
+  sensor.traversItems();
+  for (Algo* item : sensor.algorithms.at("Default")) {
+    item->decision();
+    item->old = true;
+  }
+  files.clear("report");
+  board.destroyOldUnusings();
+  const std::string report = files.read("report");
+  const size_t step = report.find("[step] Under");
+  ASSERT_NE(step, std::string::npos) << report;
+  EXPECT_LT(step, report.find("[monitor] Under")) << report;
+  EXPECT_TRUE(board.ssThreads.empty());
+  EXPECT_TRUE(board.monitorThreads.empty());
+}
+
 // Whether a process that does nothing but this start-up waits in its sleep, neither ending nor
 // busy, within a generous limit.
 bool comesToRest(const std::function<void()>& startUp) {
