@@ -376,6 +376,7 @@ TEST_F(SensorTest, WakesNothingOnceTheScenarioInForceIsDropped) {
   sensor.traversItems();
   EXPECT_TRUE(dropped.old);
   EXPECT_FALSE(dropped.active);
+  EXPECT_EQ(scenarioNames(), Lines{"my_OLDSCEN_one"});
   EXPECT_TRUE(sensor.algorithms["my_OLDSCEN_one"].empty());
 }
 

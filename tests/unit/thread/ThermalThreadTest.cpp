@@ -15,6 +15,7 @@ using Clock = std::chrono::steady_clock;
 class Worker : public thermalThread<int> {
 public:
   using thermalThread<int>::thermalThread;
+  using thermalThread<int>::waitLength;
 
   void operator()() override {
     std::unique_lock<std::mutex> loopLock(loopMutex);
@@ -86,6 +87,22 @@ TEST(ThermalThreadTest, DoesNotWaitForAnActivationThatIsThereAlready) {
   worker.activate();
   const std::future<void> body = std::async(std::launch::async, std::ref(worker));
   EXPECT_TRUE(eventually([&] { return isOver(body); }));
+}
+
+TEST(ThermalThreadTest, WaitsItsPeriodButAtLeastAMillisecond) {
+  const struct {
+    int period, milliseconds;
+  } cases[] = {{250, 250}, {2, 2}, {1, 1}, {0, 1}, {-1, 1}, {INT32_MIN, 1}, {INT32_MAX, INT32_MAX}};
+  for (const auto& c : cases)
+    EXPECT_EQ(Worker(c.period).waitLength().count(), c.milliseconds) << c.period;
+}
+
+TEST(ThermalThreadTest, WaitsItsPeriodButAtLeastAMillisecond) {
+  const struct {
+    int period, milliseconds;
+  } cases[] = {{250, 250}, {2, 2}, {1, 1}, {0, 1}, {-1, 1}, {INT32_MIN, 1}, {INT32_MAX, INT32_MAX}};
+  for (const auto& c : cases)
+    EXPECT_EQ(Worker(c.period).waitLength().count(), c.milliseconds) << c.period;
 }
 
 TEST(ThermalThreadTest, WaitsAMillisecondWithAPeriodBelowOne) {
