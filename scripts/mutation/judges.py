@@ -5,6 +5,7 @@ import re
 import resource
 import signal
 import subprocess
+import time
 
 from dataclasses import dataclass
 
@@ -35,12 +36,20 @@ def run(command, cwd, seconds, environment=None):
         except subprocess.TimeoutExpired:
             status = None
         finally:
-            try:
-                os.killpg(process.pid, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-            process.wait()
+            _end(process)
     return status, output.read_text(errors="replace")
+
+
+def _end(process):
+    """Ends it, if it is not over, with all that it started: a build ends its compilers when it is asked to end."""
+    if process.poll() is None:
+        process.terminate()
+        time.sleep(0.2)
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
 
 
 def _limit_files():

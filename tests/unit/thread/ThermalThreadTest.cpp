@@ -97,14 +97,6 @@ TEST(ThermalThreadTest, WaitsItsPeriodButAtLeastAMillisecond) {
     EXPECT_EQ(Worker(c.period).waitLength().count(), c.milliseconds) << c.period;
 }
 
-TEST(ThermalThreadTest, WaitsItsPeriodButAtLeastAMillisecond) {
-  const struct {
-    int period, milliseconds;
-  } cases[] = {{250, 250}, {2, 2}, {1, 1}, {0, 1}, {-1, 1}, {INT32_MIN, 1}, {INT32_MAX, INT32_MAX}};
-  for (const auto& c : cases)
-    EXPECT_EQ(Worker(c.period).waitLength().count(), c.milliseconds) << c.period;
-}
-
 TEST(ThermalThreadTest, WaitsAMillisecondWithAPeriodBelowOne) {
   for (const int period : {0, -1, INT32_MIN}) {
     Worker worker(period);
