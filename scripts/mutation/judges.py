@@ -6,7 +6,6 @@ import resource
 import signal
 import subprocess
 import time
-
 from dataclasses import dataclass
 
 # A mistake may make a test wait for ever, or fill the memory or the disk.
