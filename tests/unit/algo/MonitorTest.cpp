@@ -294,6 +294,15 @@ TEST_F(MonitorTest, StaysMarkedActiveWhenItIsDeactivatedAtLevelZero) {
   EXPECT_TRUE(big.requests.empty());
 }
 
+TEST_F(MonitorTest, IsAsleepByTheTimeItReleasesItsDevices) {
+  Monitor monitor = plainMonitor();
+  monitor.activate();
+  decideAt(monitor, 50000);
+  big.onApply = [&] { EXPECT_FALSE(monitor.active); };
+  monitor.deactivate();
+  EXPECT_EQ(big.currentLevel, 0);
+}
+
 TEST_F(MonitorTest, ReleasesItsLevelWhenItIsDeactivatedFromOutside) {
   Monitor monitor = plainMonitor();
   monitor.activate();

@@ -494,6 +494,15 @@ TEST_F(SSTest, ReleasesItsDeviceAlsoWhenItIsDeactivatedAtStepZero) {
   EXPECT_EQ(thread.deactivations, 1);
 }
 
+TEST_F(SSTest, IsAsleepByTheTimeItReleasesItsDevice) {
+  SS item = itemWith();
+  item.activate();
+  decideAt(item, 42000);
+  device.onApply = [&] { EXPECT_FALSE(item.active); };
+  item.deactivate();
+  EXPECT_EQ(device.levelsSet(), (Levels{3, 0}));
+}
+
 TEST_F(SSTest, KeepsItsPreviousTemperatureButNotItsCountsWhenItIsDeactivated) {
   Properties p;
   p.timeTickTrigger = 5;

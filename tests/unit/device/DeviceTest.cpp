@@ -1,10 +1,17 @@
 #include "device/Device.h"
 
+#include <functional>
+#include <future>
+#include <memory>
 #include <thread>
 #include <type_traits>
 
 #include <gtest/gtest.h>
 
+#include "device/CPUFreqDevice.h"
+#include "device/CameraDevice.h"
+#include "device/ReportDevice.h"
+#include "support/Eventually.h"
 #include "support/Fifo.h"
 #include "support/FullDisk.h"
 #include "support/LogSwitchedOff.h"
@@ -438,6 +445,33 @@ TEST(DeviceTest, LetsARequesterWithdrawWhatItNeverAskedFor) {
     EXPECT_FALSE(gpu.holds(item));
     gpu.withdraw(item);
     EXPECT_EQ(gpu.requests.at("A"), 0);
+  }
+}
+
+TEST(DeviceTest, EachCallWaitsWhileAnotherHasTheDevice) {
+  const Item item(true);
+  const std::function<void(Device&)> calls[] = {
+      [](Device& device) { device.deviceControl("B", 1); },
+      [&item](Device& device) { device.deviceControl(item, 1); },
+      [&item](Device& device) { device.withdraw(item); },
+      [&item](Device& device) { device.holds(item); },
+      [](Device& device) { device.statusApply(); },
+  };
+  const Lines table{"0"};
+  const std::unique_ptr<Device> devices[] = {
+      std::make_unique<Device>("base", "", "integer", table),
+      std::make_unique<CameraDevice>("camera", "", "integer", table),
+      std::make_unique<CPUFreqDevice>("cpu", "", "integer", table),
+      std::make_unique<ReportDevice>("report", "", "integer", table),
+  };
+  for (const auto& device : devices) {
+    std::vector<std::future<void>> work;
+    const std::lock_guard<std::mutex> another(device->lock);
+    for (const auto& call : calls)
+      work.push_back(std::async(std::launch::async, call, std::ref(*device)));
+    EXPECT_TRUE(staysUnderWay(work.back())) << device->name;
+    for (size_t i = 0; i < work.size(); ++i)
+      EXPECT_FALSE(isOver(work[i])) << device->name << ", call " << i;
   }
 }
 
