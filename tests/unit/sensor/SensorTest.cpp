@@ -205,6 +205,19 @@ TEST_F(SensorTest, InsertsAnEmptyEntryForAScenarioWithoutAlgorithms) {
   EXPECT_EQ(log.lines(), Lines{});
 }
 
+TEST_F(SensorTest, LeavesItsRegistryAloneAfterItsFirstWalkOrChangeOfScenario) {
+  sensor.traversItems();
+  sensor.algorithms.clear();
+  sensor.traversItems();
+  EXPECT_EQ(scenarioNames(), Lines{});
+  FixedSensor changed;
+  changed.changeScenario("game");
+  EXPECT_EQ(changed.algorithms.count("game"), 1u);
+  changed.algorithms.clear();
+  changed.traversItems();
+  EXPECT_TRUE(changed.algorithms.empty());
+}
+
 TEST_F(SensorTest, FindsAnAlgorithmThatRegistersAfterTheFirstWalk) {
   sensor.traversItems();
   PlainAlgo& late = algo("late", 0);
