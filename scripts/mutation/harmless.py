@@ -14,3 +14,8 @@ class Harmless:
 
     def reason(self, mistake):
         return self._reasons.get(mistake.key())
+
+    def outdated(self, mistakes):
+        """What is listed but cannot be made any more: the source has changed there."""
+        possible = {mistake.key() for mistake in mistakes}
+        return [key for key in self._reasons if key not in possible]
