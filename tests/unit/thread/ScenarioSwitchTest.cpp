@@ -322,6 +322,25 @@ TEST_F(SwitchMomentTest, HasNobodyDecideAheadButTheItemsThatItWakes) {
   EXPECT_TRUE(sleepsThroughPeriod(worker));
 }
 
+TEST_F(SwitchMomentTest, AwaitsNoWorkerThatIsStillInThePassItWasInBefore) {
+  make({5});
+  MonitorThread& worker = board->monitorThread("5gameMONITOR");
+  worker.started = true; // its passes are the test's
+  gate.close();
+  const std::future<void> pass = std::async(std::launch::async, [this, &worker] {
+    worker.items.walk([this](Monitor&) { gate.pass(); });
+  });
+  eventuallyOrAbort([this] { return gate.holdsAThread(); }, "a pass at the gate");
+  board->start();
+  board->bringTo("s5", 60000);
+  board->switchTo("game");
+  EXPECT_TRUE(worker.hasWoken());
+  EXPECT_FALSE(worker.isAwaited());
+  gate.open();
+  pass.wait();
+  EXPECT_TRUE(worker.isAwaited());
+}
+
 TEST_F(SwitchMomentTest, SwitchesWithoutALineWithLoggingOff) {
   make({5, 6});
   const LogSwitchedOff off;
