@@ -15,7 +15,7 @@ using Clock = std::chrono::steady_clock;
 class Worker : public thermalThread<int> {
 public:
   using thermalThread<int>::thermalThread;
-  using thermalThread<int>::waitLength;
+  using thermalThread<int>::endOfPeriod;
 
   void operator()() override {
     std::unique_lock<std::mutex> loopLock(loopMutex);
@@ -93,8 +93,14 @@ TEST(ThermalThreadTest, WaitsItsPeriodButAtLeastAMillisecond) {
   const struct {
     int period, milliseconds;
   } cases[] = {{250, 250}, {2, 2}, {1, 1}, {0, 1}, {-1, 1}, {INT32_MIN, 1}, {INT32_MAX, INT32_MAX}};
-  for (const auto& c : cases)
-    EXPECT_EQ(Worker(c.period).waitLength().count(), c.milliseconds) << c.period;
+  for (const auto& c : cases) {
+    const std::chrono::nanoseconds length = std::chrono::milliseconds(c.milliseconds);
+    const Worker worker(c.period);
+    const Clock::time_point before = Clock::now();
+    const Clock::time_point end = worker.endOfPeriod();
+    EXPECT_GE(end - before, length) << c.period;
+    EXPECT_LE(end - Clock::now(), length + length / 50) << c.period;
+  }
 }
 
 TEST(ThermalThreadTest, WaitsAMillisecondWithAPeriodBelowOne) {
