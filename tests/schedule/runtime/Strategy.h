@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace schedule {
+
+constexpr int kMostFibers = 24;
+
+// What may happen next at a scheduling point.
+struct Options {
+  uint64_t step = 0;
+  // The fiber that has come to the point, or -1 if it cannot go on.
+  int current = -1;
+  // It has asked for another one to run.
+  bool yields = false;
+  // Others that can run, by their numbers in ascending order.
+  std::array<int, kMostFibers> others;
+  int otherCount = 0;
+  // Fibers that wait for a condition and may be woken without a reason.
+  std::array<int, kMostFibers> waiting;
+  int waitingCount = 0;
+  // Whether a deadline lies ahead that could run out although somebody can still run.
+  bool deadlineAhead = false;
+};
+
+// What happens next: a fiber runs, the earliest deadline runs out early, or a wait ends for no
+// reason.
+struct Choice {
+  enum Kind { kRun, kLetDeadlinePass, kWakeForNoReason } kind;
+  int fiber;
+};
+
+// Decides at each scheduling point of one schedule. Equal seeds, equal decisions.
+class Strategy {
+public:
+  virtual ~Strategy() = default;
+
+  virtual Choice choose(const Options& options) = 0;
+
+  // A strategy drawn from the seed, for a scene of about `steps` scheduling points: mostly random
+  // priorities with a few points at which they change, sometimes a walk by chance.
+  static std::unique_ptr<Strategy> fromSeed(uint64_t seed, uint64_t steps);
+
+protected:
+  Strategy() = default;
+};
+
+// All schedules with at most a number of preemptions, depth first. A preemption is a choice other
+// than going on with a fiber that can go on; also a deadline that passes early and, if asked for, a
+// wake-up for no reason.
+class Exhaustive : public Strategy {
+public:
+  Exhaustive(int mostPreemptions_, bool wakeForNoReason_)
+      : mostPreemptions(mostPreemptions_), wakeForNoReason(wakeForNoReason_) {}
+
+  Choice choose(const Options& options) override;
+
+  // Turns to the next schedule; false when there is none.
+  bool advance();
+
+private:
+  struct Branch {
+    uint32_t taken;
+    uint32_t count;
+  };
+
+  int mostPreemptions;
+  bool wakeForNoReason;
+  std::vector<Branch> path;
+  size_t depth = 0;
+  int preemptions = 0;
+};
+
+} // namespace schedule

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "runtime/Scheduler.h"
+#include "scenes/Scene.h"
+
+class Algo;
+class Board;
+class Device;
+
+// Watches the daemon of one scene and says what it did wrong. At rest, when every thread waits:
+//   - no thread waits for a mutex, but for that of a device whose node blocks;
+//   - no sensor thread is parked but in a change that is under way, and no change takes more than
+//     100 ms, but where a sensor thread without an active sensor is waited for;
+//   - no worker sleeps over an active item, and none counts fewer active items than it has;
+//   - every device stands at the level that its requests say, every request above 0 is that of an
+//     awake item that wants it, and every awake item has its requests unless a namesake took them.
+// And whenever an item decides:
+//   - it was woken by a change in the scenario that this change enters, and it is its first
+//     decision since; or the period of its worker is over, and it is its only one in this pass.
+// An item that is awake throughout two passes has decided in the second one.
+class Judge : public schedule::Observer {
+public:
+  explicit Judge(const Scene& scene_) : scene(scene_) {}
+
+  // The beginning that every schedule starts from is set up.
+  void keep();
+  // A schedule begins.
+  void begin(Board& board);
+  // What must be so when it ends.
+  void atEnd();
+
+  // Told by the board's parts.
+  void isNew(Algo& item);
+  void changeBegins(bool newConf);
+  void changeEnds();
+  void isWoken(Algo& item);
+  void decides(Algo& item);
+  void hasDecided(Algo& item);
+  void isApplied(Device& device);
+  // How long the device's node blocks from now on, in nanoseconds.
+  int64_t blocksFor(const Device& device) const;
+
+  // Has the device's node block until then.
+  void block(const std::string& device, int64_t until) { blockedUntil[device] = until; }
+
+  void atRest() override;
+  void waits(int fiber, const void* condition, int64_t deadline) override;
+  void frees(const void* block, size_t size) override;
+  std::string nameOf(int fiber) override;
+  std::string describe(const volatile void* address) override;
+
+private:
+  struct Item {
+    Algo* algo;
+    bool gone = false;
+    bool mayDecideAhead = false; // woken by a change, and has not decided since
+    bool decidedInPass = false;
+    int passesMissed = 0;
+  };
+  // A worker of items.
+  struct Worker {
+    const void* worker;
+    const void* sleepCond;
+    const void* activateCond;
+    int64_t period;
+    bool inPass = true; // since its latest wait for the period
+    int64_t due = 0;    // when that wait is over
+    int deciding = 0;
+  };
+
+  Item& itemOf(const Algo& algo);
+  Worker& workerOf(const Algo& algo);
+  template <typename Visit> void forEachWorker(Visit visit);
+  template <typename Visit> void forEachLive(const Worker& worker, Visit visit);
+
+  bool isSomebodyBlocked() const;
+  bool awaitsSleepingSensors() const;
+  void checkFiber(int fiber, const schedule::Standing& standing);
+  void checkWorkers();
+  void checkDevices();
+  void checkRequest(const Device& device, const std::string& requester, int32_t level);
+  void checkRequestsOf(const Algo& algo);
+  void passEnds(Worker& worker, int64_t deadline);
+  [[noreturn]] void blame(const Algo& item, const std::string& what) const;
+
+  const Scene& scene;
+  Board* board = nullptr;
+  std::vector<Item> items;
+  std::vector<Item> itemsAtBegin;
+  std::vector<Worker> workers;
+  std::map<std::string, int64_t> blockedUntil;
+  std::map<const Device*, bool> wasUp;
+  std::array<std::string, schedule::kMostFibers> names;
+  bool changing = false;
+  bool changeIsForNewConf = false;
+  bool awaitedSleepingSensors = false;
+  int64_t changeBeganAt = 0;
+};
