@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,7 @@
 namespace {
 
 constexpr char kUsage[] =
-    "usage: schedule [--scene NAME]... [--schedules N] [--seed S] [--trace]\n"
+    "usage: schedule [--scene NAME]... [--schedules N] [--seed S] [--trace] [--all]\n"
     "       schedule [--scene NAME]... --exhaustive --preemptions N [--wake]\n"
     "       schedule --list\n";
 
@@ -26,6 +27,7 @@ struct Options {
   bool exhaustive = false;
   int preemptions = 1;
   bool wakeForNoReason = false;
+  bool goesOn = false; // after a failure
 };
 
 [[noreturn]] void refuse(const std::string& why) {
@@ -60,6 +62,8 @@ Options read(char** word) {
       options.trace = true;
     } else if (name == "--exhaustive") {
       options.exhaustive = true;
+    } else if (name == "--all") {
+      options.goesOn = true;
     } else if (name == "--wake") {
       options.wakeForNoReason = true;
     } else {
@@ -93,47 +97,50 @@ double secondsSince(const timespec& begin) {
 
 // How a scene came out.
 struct Tally {
+  struct Failure {
+    uint64_t times = 0;
+    std::string again; // the options that repeat the first one
+  };
+
+  void add(const schedule::Outcome& outcome, const std::string& again) {
+    ++schedules;
+    points += outcome.steps;
+    if (outcome.failure.empty()) return;
+    Failure& failure = failures[outcome.failure];
+    if (failure.times++ == 0) failure.again = again;
+  }
+
   uint64_t schedules = 0;
   uint64_t points = 0;
-  std::string failure;
-  std::string repeat;
+  std::map<std::string, Failure> failures;
 };
 
-// How many scheduling points the scene has where nobody is ever interrupted: what the random
-// strategies spread their changes over. The same in every process.
-uint64_t usualLength(Stage& stage, Tally& tally) {
-  schedule::Exhaustive undisturbed(0, false);
-  const schedule::Outcome outcome = stage.play(undisturbed);
-  if (!outcome.failure.empty()) {
-    tally.failure = outcome.failure;
-    tally.repeat = "--exhaustive --preemptions 0";
-  }
-  return outcome.steps;
+bool isOver(const Options& options, const Tally& tally) {
+  return !options.goesOn && !tally.failures.empty();
 }
 
 void playAtRandom(const Options& options, Stage& stage, Tally& tally) {
-  const uint64_t length = usualLength(stage, tally);
-  while (tally.failure.empty() && tally.schedules < options.schedules) {
-    const uint64_t seed = options.seed + tally.schedules;
-    const auto strategy = schedule::Strategy::fromSeed(seed, length);
+  // How many scheduling points the scene has where nobody is ever interrupted: what the random
+  // strategies spread their changes over. The same in every process.
+  schedule::Exhaustive undisturbed(0, false);
+  const schedule::Outcome usual = stage.play(undisturbed);
+  if (!usual.failure.empty()) tally.add(usual, "--exhaustive --preemptions 0");
+
+  for (uint64_t i = 0; i < options.schedules && !isOver(options, tally); ++i) {
+    const uint64_t seed = options.seed + i;
+    const auto strategy = schedule::Strategy::fromSeed(seed, usual.steps);
     if (options.trace) trace::begin();
     const schedule::Outcome outcome = stage.play(*strategy);
     if (options.trace) trace::print();
-    ++tally.schedules;
-    tally.points += outcome.steps;
-    tally.failure = outcome.failure;
-    tally.repeat = "--seed " + std::to_string(seed) + " --trace";
+    tally.add(outcome, "--seed " + std::to_string(seed) + " --trace");
   }
 }
 
 void playAll(const Options& options, Stage& stage, Tally& tally) {
   schedule::Exhaustive strategy(options.preemptions, options.wakeForNoReason);
   do {
-    const schedule::Outcome outcome = stage.play(strategy);
-    ++tally.schedules;
-    tally.points += outcome.steps;
-    tally.failure = outcome.failure;
-  } while (tally.failure.empty() && strategy.advance());
+    tally.add(stage.play(strategy), "--exhaustive");
+  } while (!isOver(options, tally) && strategy.advance());
 }
 
 bool play(const Options& options, const Scene& scene) {
@@ -146,15 +153,15 @@ bool play(const Options& options, const Scene& scene) {
   else
     playAtRandom(options, stage, tally);
   const double seconds = secondsSince(begin);
-  const auto schedules = static_cast<double>(tally.schedules ? tally.schedules : 1);
+  const auto schedules = static_cast<double>(tally.schedules);
   std::printf("%-24s %9" PRIu64 " schedules %6.0f points %6.1f us each   %s\n", scene.name.c_str(),
               tally.schedules, static_cast<double>(tally.points) / schedules,
-              seconds * 1e6 / schedules, tally.failure.empty() ? "clean" : "BROKEN");
-  if (!tally.failure.empty())
-    std::printf("  %s\n  again: --scene %s %s\n", tally.failure.c_str(), scene.name.c_str(),
-                tally.repeat.c_str());
+              seconds * 1e6 / schedules, tally.failures.empty() ? "clean" : "BROKEN");
+  for (const auto& [what, failure] : tally.failures)
+    std::printf("  %s\n  %" PRIu64 " times, again: --scene %s %s\n", what.c_str(), failure.times,
+                scene.name.c_str(), failure.again.c_str());
   std::fflush(stdout);
-  return tally.failure.empty();
+  return tally.failures.empty();
 }
 
 } // namespace

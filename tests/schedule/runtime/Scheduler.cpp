@@ -68,6 +68,7 @@ Observer* observer = nullptr;
 const std::function<void()>* firstBody = nullptr;
 std::string failure;
 sigjmp_buf outside;
+bool underWay = false;
 
 Fiber& fiberAt(int index) {
   return fibers[static_cast<size_t>(index)];
@@ -193,6 +194,11 @@ void passTime() {
   moveClockTo(next);
 }
 
+Choice chosenBy(const Options& options) {
+  const memory::OnHeap heap;
+  return strategy->choose(options);
+}
+
 // Gives way to whom the strategy chooses. Returns when the fiber that called goes on.
 void giveWay(bool yields) {
   if (++step > mostSteps) fail("livelock: the schedule does not come to its end");
@@ -202,7 +208,7 @@ void giveWay(bool yields) {
       passTime();
       continue;
     }
-    const Choice choice = strategy->choose(options);
+    const Choice choice = chosenBy(options);
     if (choice.kind == Choice::kRun) {
       switchTo(choice.fiber);
       movedSincePoint = true;
@@ -326,12 +332,18 @@ Outcome run(Strategy& strategy_, Observer& observer_, const std::function<void()
   failure.clear();
   create(runFirst, nullptr);
   fiberAt(0).fromArena = false;
+  underWay = true;
   if (sigsetjmp(outside, 1) == 0) switchTo(0);
+  underWay = false;
   return {failure, step};
 }
 
 void fail(const std::string& what) {
   memory::fromArena = false;
+  if (!underWay) {
+    std::fprintf(stderr, "outside of a schedule: %s\n", what.c_str());
+    std::abort();
+  }
   if (failure.empty()) failure = what;
   leave();
 }

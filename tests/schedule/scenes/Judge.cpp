@@ -16,7 +16,8 @@
 namespace {
 
 constexpr int64_t kMillisecond = 1'000'000;
-constexpr int64_t kLongestChange = 100 * kMillisecond;
+constexpr char kScenarioThread[] = "ScenarioThread";
+constexpr int64_t kLongestPolling = 100 * kMillisecond;
 
 using schedule::fail;
 using schedule::State;
@@ -82,15 +83,11 @@ void Judge::isNew(Algo& item) {
 void Judge::changeBegins(bool newConf) {
   changing = true;
   changeIsForNewConf = newConf;
-  changeBeganAt = schedule::now();
-  awaitedSleepingSensors = false;
+  pollingSince = schedule::kNever;
 }
 
 void Judge::changeEnds() {
   changing = false;
-  const int64_t took = schedule::now() - changeBeganAt;
-  if (took > kLongestChange && !awaitedSleepingSensors && !schedule::hasHurried())
-    fail("a change has held the sensor threads for " + inMs(took));
 }
 
 void Judge::isWoken(Algo& item) {
@@ -169,9 +166,9 @@ void Judge::frees(const void* block, size_t) {
 void Judge::atRest() {
   for (int fiber = 1; fiber < schedule::fiberCount(); ++fiber)
     checkFiber(fiber, schedule::standingOf(fiber));
+  if (changing) checkPatience();
   checkWorkers();
   if (!isSomebodyBlocked()) checkDevices();
-  if (changing && awaitsSleepingSensors()) awaitedSleepingSensors = true;
 }
 
 void Judge::checkFiber(int fiber, const schedule::Standing& standing) {
@@ -192,8 +189,18 @@ void Judge::checkFiber(int fiber, const schedule::Standing& standing) {
     }
   }
   if (standing.object == &board->scenarioThread->activateCond && !awaitsSleepingSensors() &&
-      !isSomebodyBlocked())
+      !awaitsSensorsInTheirPeriod() && !isSomebodyBlocked())
     fail("the scenario thread waits at a barrier for nobody");
+}
+
+void Judge::checkPatience() {
+  for (int fiber = 1; fiber < schedule::fiberCount(); ++fiber) {
+    if (schedule::standingOf(fiber).state != State::kSleeps || nameOf(fiber) != kScenarioThread)
+      continue;
+    pollingSince = std::min(pollingSince, schedule::now());
+    if (schedule::now() - pollingSince > kLongestPolling && !schedule::hasHurried())
+      fail("a change holds the sensor threads for more than " + inMs(kLongestPolling));
+  }
 }
 
 void Judge::checkWorkers() {
@@ -376,6 +383,16 @@ bool Judge::awaitsSleepingSensors() const {
   if (!changing) return false;
   return std::any_of(board->sensorThreads.begin(), board->sensorThreads.end(),
                      [](const auto& entry) { return entry.second->activeCount == 0; });
+}
+
+bool Judge::awaitsSensorsInTheirPeriod() const {
+  for (int fiber = 1; fiber < schedule::fiberCount(); ++fiber) {
+    for (const auto& [period, worker] : board->sensorThreads) {
+      if (worker->scenChangeRequested && schedule::standingOf(fiber).object == &worker->sleepCond)
+        return true;
+    }
+  }
+  return false;
 }
 
 void Judge::blame(const Algo& item, const std::string& what) const {

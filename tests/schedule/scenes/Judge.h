@@ -15,8 +15,9 @@ class Device;
 
 // Watches the daemon of one scene and says what it did wrong. At rest, when every thread waits:
 //   - no thread waits for a mutex, but for that of a device whose node blocks;
-//   - no sensor thread is parked but in a change that is under way, and no change takes more than
-//     100 ms, but where a sensor thread without an active sensor is waited for;
+//   - no sensor thread is parked but in a change that is under way, and the scenario thread waits at
+//     a barrier only for a sensor thread that is in its period (it had begun its wait too late to be
+//     notified) or has no active sensor; what else it waits for in a change takes 100 ms at most;
 //   - no worker sleeps over an active item, and none counts fewer active items than it has;
 //   - every device stands at the level that its requests say, every request above 0 is that of an
 //     awake item that wants it, and every awake item has its requests unless a namesake took them.
@@ -81,6 +82,8 @@ private:
 
   bool isSomebodyBlocked() const;
   bool awaitsSleepingSensors() const;
+  bool awaitsSensorsInTheirPeriod() const;
+  void checkPatience();
   void checkFiber(int fiber, const schedule::Standing& standing);
   void checkWorkers();
   void checkDevices();
@@ -99,6 +102,5 @@ private:
   std::array<std::string, schedule::kMostFibers> names;
   bool changing = false;
   bool changeIsForNewConf = false;
-  bool awaitedSleepingSensors = false;
-  int64_t changeBeganAt = 0;
+  int64_t pollingSince = schedule::kNever; // within a change
 };

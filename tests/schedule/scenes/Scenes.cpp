@@ -60,10 +60,17 @@ Event request(int64_t atMs, const std::string& file) {
   return {atMs, Event::kConfiguration, file};
 }
 
-Scene switchScene() {
+Scene sceneOn(const std::string& name, const std::string& environment) {
   Scene scene;
-  scene.name = "switch";
-  scene.environment = kBoard;
+  scene.name = name;
+  scene.environment = environment;
+  scene.scenarioAtEnd = "Default";
+  return scene;
+}
+
+// The fan is wanted on both sides of the change, by items of different names.
+Scene switchScene() {
+  Scene scene = sceneOn("switch", kBoard);
   scene.configurations["first.conf"] =
       scenario("Default", monitor("day", "cpu", 500, "fan", 1)) +
       scenario("night", monitor("dark", "cpu", 500, "fan", 2) + ss("steps", "skin", 1000, "led"));
@@ -75,9 +82,139 @@ Scene switchScene() {
   return scene;
 }
 
+// At the moment of the change one sensor becomes warm and the other one cold, and the two sides
+// have an item of one name.
+Scene switchDuringActivation() {
+  Scene scene = sceneOn("switch-during-activation", kBoard);
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("hot", "cpu", 500, "fan", 1) + ss("day", "skin", 500, "led")) +
+      scenario("night", monitor("hot", "cpu", 500, "fan", 2) +
+                            monitor("dark", "skin", 500, "led", 3));
+  scene.events = {temperature(0, "skin", 50000), wish(0, "night"), temperature(900, "cpu", 50000),
+                  temperature(900, "skin", 30000)};
+  scene.endMs = 2600;
+  scene.scenarioAtEnd = "night";
+  scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
+  return scene;
+}
+
+// The new configuration's items come to the workers that the old ones have.
+Scene swapWithSharedWorkers() {
+  Scene scene = sceneOn("swap-shared", kBoard);
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("old", "cpu", 500, "fan", 1) + ss("oldSteps", "skin", 500, "led"));
+  scene.configurations["second.conf"] =
+      scenario("Default", monitor("new", "cpu", 500, "fan", 2) + ss("newSteps", "skin", 500, "led"));
+  scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000),
+                  request(0, "second.conf")};
+  scene.endMs = 2600;
+  scene.levelsAtEnd = {{"fan", 2}, {"led", 2}};
+  scene.heldThroughout = {"fan", "led"};
+  return scene;
+}
+
+// They get workers of their own, and the old ones stop.
+Scene swapWithFreshWorkers() {
+  Scene scene = sceneOn("swap-fresh", kBoard);
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("hot", "cpu", 500, "fan", 1) + ss("steps", "skin", 500, "led"));
+  scene.configurations["second.conf"] = scenario(
+      "Default", monitor("hot", "cpu", 1000, "fan", 2) + ss("steps", "skin", 1000, "led"));
+  scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000),
+                  request(0, "second.conf")};
+  scene.endMs = 2600;
+  scene.levelsAtEnd = {{"fan", 2}, {"led", 2}};
+  return scene;
+}
+
+// The new configuration has a scenario of the name that the retiring one goes under.
+Scene swapIntoRetiredName() {
+  Scene scene = sceneOn("swap-retired-name", kBoard);
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("old", "cpu", 500, "fan", 1));
+  scene.configurations["second.conf"] =
+      scenario("Default", monitor("new", "cpu", 500, "fan", 2)) +
+      scenario("OLDSCEN_Default", monitor("late", "cpu", 500, "led", 3) +
+                                      monitor("later", "cpu", 1000, "led", 1));
+  scene.events = {temperature(0, "cpu", 50000), request(0, "second.conf")};
+  scene.endMs = 2600;
+  scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
+  return scene;
+}
+
+// Another scenario and another configuration at once: three changes in one cycle.
+Scene twoRequests() {
+  Scene scene = sceneOn("two-requests", kBoard);
+  const std::string night = scenario("night", monitor("dark", "cpu", 500, "fan", 2));
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("day", "cpu", 500, "fan", 1)) + night;
+  scene.configurations["second.conf"] = scenario("Default", ss("steps", "skin", 500, "led")) + night;
+  scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000), wish(0, "night"),
+                  request(0, "second.conf"), wish(1200, "Default")};
+  scene.endMs = 3600;
+  scene.levelsAtEnd = {{"fan", 0}, {"led", 2}};
+  return scene;
+}
+
+// A sensor thread with nothing but a virtual sensor, which its trip sensor switches on just when
+// a change begins: the change waits for it, for ever where the trip sensor's thread parks first.
+Scene virtualOnly() {
+  Scene scene = sceneOn("virtual-only", kBoard + R"(
+[mean]
+type virtual
+sampling 250
+trip_sensor cpu
+set_point 45000
+set_point_clr 40000
+sensors cpu
+weights 1
+offsets 0
+)");
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("day", "mean", 500, "fan", 1)) +
+      scenario("night", monitor("dark", "mean", 500, "fan", 2));
+  scene.events = {wish(0, "night"), temperature(900, "cpu", 50000)};
+  scene.endMs = 2600;
+  scene.scenarioAtEnd = "night";
+  scene.levelsAtEnd = {{"fan", 2}};
+  scene.mayAwaitSleepingSensors = true;
+  return scene;
+}
+
+// The node of one device takes nothing for a while, and its worker stands in the write.
+Scene blockedNode() {
+  Scene scene = sceneOn("blocked-node", kBoard);
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("stuck", "cpu", 500, "led", 1) +
+                              monitor("day", "skin", 1000, "fan", 1)) +
+      scenario("night", monitor("dark", "skin", 1000, "fan", 2));
+  scene.events = {{0, Event::kBlock, "led", 2500}, temperature(0, "skin", 50000), wish(0, "night"),
+                  temperature(900, "cpu", 50000)};
+  scene.endMs = 4600;
+  scene.scenarioAtEnd = "night";
+  scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
+  return scene;
+}
+
+// The workers of the old configuration stop for good, one of them asleep and one in a long period.
+Scene stopOfWorkers() {
+  Scene scene = sceneOn("stop", kBoard);
+  scene.configurations["first.conf"] =
+      scenario("Default", monitor("cold", "cpu", 500, "fan", 1) + ss("slow", "skin", 2000, "led"));
+  scene.configurations["second.conf"] = scenario("Default", monitor("new", "skin", 500, "fan", 3));
+  scene.events = {temperature(0, "skin", 50000), request(0, "second.conf"),
+                  temperature(900, "cpu", 50000)};
+  scene.endMs = 4600;
+  scene.levelsAtEnd = {{"fan", 3}, {"led", 0}};
+  return scene;
+}
+
 } // namespace
 
 const std::vector<Scene>& allScenes() {
-  static const std::vector<Scene> scenes = {switchScene()};
+  static const std::vector<Scene> scenes = {
+      switchScene(),         switchDuringActivation(), swapWithSharedWorkers(),
+      swapWithFreshWorkers(), swapIntoRetiredName(),   twoRequests(),
+      virtualOnly(),         blockedNode(),            stopOfWorkers()};
   return scenes;
 }
