@@ -504,9 +504,8 @@ void unsoundAccess(const volatile void* address, size_t size, bool writes) {
   const memory::OnHeap heap;
   std::string what = nameOf(current);
   what += writes ? " writes " : " reads ";
-  what += block.freed ? "freed memory (" + std::to_string(block.size) + " bytes, freed by " +
-                            nameOf(block.freedBy) + " at step " +
-                            std::to_string(block.freedAtStep) + ")"
+  what += block.freed ? "memory freed by " + nameOf(block.freedBy) + " (" +
+                            std::to_string(block.size) + " bytes)"
                       : std::string("memory outside of any block");
   fail(what);
 }

@@ -69,6 +69,7 @@ void Judge::begin(Board& board_) {
   wasUp.clear();
   names.fill("");
   changing = false;
+  changesDone = 0;
   for (const Item& item : items)
     workerOf(*item.algo);
 }
@@ -88,6 +89,7 @@ void Judge::changeBegins(bool newConf) {
 
 void Judge::changeEnds() {
   changing = false;
+  ++changesDone;
 }
 
 void Judge::isWoken(Algo& item) {
@@ -105,11 +107,10 @@ void Judge::decides(Algo& item) {
   known.passesMissed = 0;
   if (known.mayDecideAhead) {
     known.mayDecideAhead = false;
-    if (schedule::now() >= worker.due) known.decidedInPass = worker.inPass = true;
     return;
   }
   if (!worker.inPass && schedule::now() < worker.due)
-    blame(item, "decides " + inMs(worker.due - schedule::now()) + " early");
+    blame(item, "decides early");
   worker.inPass = true;
   if (known.decidedInPass) blame(item, "decides twice in one pass");
   known.decidedInPass = true;
@@ -259,19 +260,22 @@ void Judge::checkRequestsOf(const Algo& algo) {
   }
 }
 
-void Judge::atEnd() {
+std::string Judge::missingAtEnd() const {
   const ScenarioThread& steering = *board->scenarioThread;
-  if (changing && scene.mayAwaitSleepingSensors && awaitsSleepingSensors()) return;
-  if (changing) fail("a change is under way at the end");
+  if (changing && scene.mayAwaitSleepingSensors && awaitsSleepingSensors()) return "";
+  if (changing) return "a change is under way";
+  if (changesDone < scene.changes) return std::to_string(changesDone) + " changes are done";
   if (steering.currentScenName != scene.scenarioAtEnd)
-    fail("at the end scenario " + steering.currentScenName + " is in force");
-  if (steering.confState != "PARSED") fail("at the end a configuration is waiting");
+    return "scenario " + steering.currentScenName + " is in force";
+  if (steering.confState != "PARSED")
+    return "a configuration is waiting";
   for (const auto& [name, level] : scene.levelsAtEnd) {
     const int32_t is = board->devices.at(name)->currentLevel;
     if (is != level)
-      fail("at the end device " + name + " is at level " + std::to_string(is) + " instead of " +
-           std::to_string(level));
+      return "device " + name + " is at level " + std::to_string(is) + " instead of " +
+             std::to_string(level);
   }
+  return "";
 }
 
 std::string Judge::nameOf(int fiber) {

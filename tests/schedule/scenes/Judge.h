@@ -29,12 +29,14 @@ class Judge : public schedule::Observer {
 public:
   explicit Judge(const Scene& scene_) : scene(scene_) {}
 
+  // Forgets all items.
+  void forget() { items.clear(); }
   // The beginning that every schedule starts from is set up.
   void keep();
   // A schedule begins.
   void begin(Board& board);
-  // What must be so when it ends.
-  void atEnd();
+  // What is not yet so that must be so when the schedule ends; empty when nothing is missing.
+  std::string missingAtEnd() const;
 
   // Told by the board's parts.
   void isNew(Algo& item);
@@ -102,5 +104,6 @@ private:
   std::array<std::string, schedule::kMostFibers> names;
   bool changing = false;
   bool changeIsForNewConf = false;
+  int changesDone = 0;
   int64_t pollingSince = schedule::kNever; // within a change
 };

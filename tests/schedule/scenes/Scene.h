@@ -20,8 +20,9 @@ struct Scene {
   // By file name; the one in force at the start is "first.conf".
   std::map<std::string, std::string> configurations;
   std::vector<Event> events;
-  int64_t endMs;
-  // What must be so at the end.
+  // What all this comes to, sooner or later: at least so many changes led from begin
+  // to end, and this.
+  int changes = 1;
   std::string scenarioAtEnd;
   std::map<std::string, int32_t> levelsAtEnd;
   // Devices that somebody wants at every moment: once above level 0 they never fall back to it.

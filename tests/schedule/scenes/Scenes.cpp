@@ -75,7 +75,6 @@ Scene switchScene() {
       scenario("Default", monitor("day", "cpu", 500, "fan", 1)) +
       scenario("night", monitor("dark", "cpu", 500, "fan", 2) + ss("steps", "skin", 1000, "led"));
   scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000), wish(0, "night")};
-  scene.endMs = 2600;
   scene.scenarioAtEnd = "night";
   scene.levelsAtEnd = {{"fan", 2}, {"led", 2}};
   scene.heldThroughout = {"fan"};
@@ -92,7 +91,6 @@ Scene switchDuringActivation() {
                             monitor("dark", "skin", 500, "led", 3));
   scene.events = {temperature(0, "skin", 50000), wish(0, "night"), temperature(900, "cpu", 50000),
                   temperature(900, "skin", 30000)};
-  scene.endMs = 2600;
   scene.scenarioAtEnd = "night";
   scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
   return scene;
@@ -107,7 +105,7 @@ Scene swapWithSharedWorkers() {
       scenario("Default", monitor("new", "cpu", 500, "fan", 2) + ss("newSteps", "skin", 500, "led"));
   scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000),
                   request(0, "second.conf")};
-  scene.endMs = 2600;
+  scene.changes = 2;
   scene.levelsAtEnd = {{"fan", 2}, {"led", 2}};
   scene.heldThroughout = {"fan", "led"};
   return scene;
@@ -122,7 +120,7 @@ Scene swapWithFreshWorkers() {
       "Default", monitor("hot", "cpu", 1000, "fan", 2) + ss("steps", "skin", 1000, "led"));
   scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000),
                   request(0, "second.conf")};
-  scene.endMs = 2600;
+  scene.changes = 2;
   scene.levelsAtEnd = {{"fan", 2}, {"led", 2}};
   return scene;
 }
@@ -137,7 +135,7 @@ Scene swapIntoRetiredName() {
       scenario("OLDSCEN_Default", monitor("late", "cpu", 500, "led", 3) +
                                       monitor("later", "cpu", 1000, "led", 1));
   scene.events = {temperature(0, "cpu", 50000), request(0, "second.conf")};
-  scene.endMs = 2600;
+  scene.changes = 2;
   scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
   return scene;
 }
@@ -151,7 +149,7 @@ Scene twoRequests() {
   scene.configurations["second.conf"] = scenario("Default", ss("steps", "skin", 500, "led")) + night;
   scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000), wish(0, "night"),
                   request(0, "second.conf"), wish(1200, "Default")};
-  scene.endMs = 3600;
+  scene.changes = 2;
   scene.levelsAtEnd = {{"fan", 0}, {"led", 2}};
   return scene;
 }
@@ -174,7 +172,6 @@ offsets 0
       scenario("Default", monitor("day", "mean", 500, "fan", 1)) +
       scenario("night", monitor("dark", "mean", 500, "fan", 2));
   scene.events = {wish(0, "night"), temperature(900, "cpu", 50000)};
-  scene.endMs = 2600;
   scene.scenarioAtEnd = "night";
   scene.levelsAtEnd = {{"fan", 2}};
   scene.mayAwaitSleepingSensors = true;
@@ -190,9 +187,8 @@ Scene blockedNode() {
       scenario("night", monitor("dark", "skin", 1000, "fan", 2));
   scene.events = {{0, Event::kBlock, "led", 2500}, temperature(0, "skin", 50000), wish(0, "night"),
                   temperature(900, "cpu", 50000)};
-  scene.endMs = 4600;
   scene.scenarioAtEnd = "night";
-  scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
+  scene.levelsAtEnd = {{"fan", 2}};
   return scene;
 }
 
@@ -204,7 +200,7 @@ Scene stopOfWorkers() {
   scene.configurations["second.conf"] = scenario("Default", monitor("new", "skin", 500, "fan", 3));
   scene.events = {temperature(0, "skin", 50000), request(0, "second.conf"),
                   temperature(900, "cpu", 50000)};
-  scene.endMs = 4600;
+  scene.changes = 2;
   scene.levelsAtEnd = {{"fan", 3}, {"led", 0}};
   return scene;
 }

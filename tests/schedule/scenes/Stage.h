@@ -17,6 +17,7 @@ public:
 
 private:
   void perform();
+  void awaitEnd();
   void happen(const Scene::Event& event);
 
   const Scene& scene;
