@@ -1,5 +1,6 @@
 // Plays scenes of the daemon under many schedules and says which of them went wrong.
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -15,19 +16,28 @@
 namespace {
 
 constexpr char kUsage[] =
-    "usage: schedule [--scene NAME]... [--schedules N] [--seed S] [--trace] [--all]\n"
-    "       schedule [--scene NAME]... --exhaustive --preemptions N [--wake]\n"
-    "       schedule --list\n";
+    "usage: schedule [--scene NAME]... [--schedules N] [--seed S] [--first | --all] [--trace]\n"
+    "       schedule [--scene NAME]... --exhaustive [--preemptions N] [--wake] [--all]\n"
+    "       schedule --list\n"
+    "\n"
+    "  --scene NAME     only this one (default: all)\n"
+    "  --schedules N    so many in all, shared by the scenes (default: one)\n"
+    "  --seed S         of the first one; those after it take the numbers that follow\n"
+    "  --trace          prints who did what\n"
+    "  --exhaustive     all schedules with at most so many preemptions (default: 1), in each scene\n"
+    "  --wake           counts waits that end for no reason among them\n"
+    "  --first          ends with the first failure of any scene\n"
+    "  --all            goes on with a scene that failed, and counts each kind of failure\n";
 
 struct Options {
   std::vector<std::string> scenes;
-  uint64_t schedules = 1;
+  uint64_t schedules = 0; // one each
   uint64_t seed = 0;
   bool trace = false;
   bool exhaustive = false;
   int preemptions = 1;
   bool wakeForNoReason = false;
-  bool goesOn = false; // after a failure
+  enum { kSceneEnds, kAllEnd, kGoesOn } atFailure = kSceneEnds;
 };
 
 [[noreturn]] void refuse(const std::string& why) {
@@ -63,7 +73,9 @@ Options read(char** word) {
     } else if (name == "--exhaustive") {
       options.exhaustive = true;
     } else if (name == "--all") {
-      options.goesOn = true;
+      options.atFailure = Options::kGoesOn;
+    } else if (name == "--first") {
+      options.atFailure = Options::kAllEnd;
     } else if (name == "--wake") {
       options.wakeForNoReason = true;
     } else {
@@ -88,11 +100,11 @@ std::vector<const Scene*> chosen(const Options& options) {
   return scenes;
 }
 
-double secondsSince(const timespec& begin) {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<double>(now.tv_sec - begin.tv_sec) +
-         static_cast<double>(now.tv_nsec - begin.tv_nsec) / 1e9;
+// Of the processor: others may be at work on the machine.
+double secondsUsed() {
+  timespec used;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+  return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
 }
 
 // How a scene came out.
@@ -110,24 +122,27 @@ struct Tally {
     if (failure.times++ == 0) failure.again = again;
   }
 
+  const Scene* scene;
   uint64_t schedules = 0;
   uint64_t points = 0;
-  std::map<std::string, Failure> failures;
+  double seconds = 0;
+  std::map<std::string, Failure> failures = {};
 };
 
 bool isOver(const Options& options, const Tally& tally) {
-  return !options.goesOn && !tally.failures.empty();
+  return options.atFailure != Options::kGoesOn && !tally.failures.empty();
 }
 
-void playAtRandom(const Options& options, Stage& stage, Tally& tally) {
+// The scene's next schedules, up to so many in all.
+void playAtRandom(const Options& options, Stage& stage, Tally& tally, uint64_t upTo) {
   // How many scheduling points the scene has where nobody is ever interrupted: what the random
   // strategies spread their changes over. The same in every process.
   schedule::Exhaustive undisturbed(0, false);
   const schedule::Outcome usual = stage.play(undisturbed);
   if (!usual.failure.empty()) tally.add(usual, "--exhaustive --preemptions 0");
 
-  for (uint64_t i = 0; i < options.schedules && !isOver(options, tally); ++i) {
-    const uint64_t seed = options.seed + i;
+  while (tally.schedules < upTo && !isOver(options, tally)) {
+    const uint64_t seed = options.seed + tally.schedules;
     const auto strategy = schedule::Strategy::fromSeed(seed, usual.steps);
     if (options.trace) trace::begin();
     const schedule::Outcome outcome = stage.play(*strategy);
@@ -138,38 +153,60 @@ void playAtRandom(const Options& options, Stage& stage, Tally& tally) {
 
 void playAll(const Options& options, Stage& stage, Tally& tally) {
   schedule::Exhaustive strategy(options.preemptions, options.wakeForNoReason);
-  do {
+  bool more = true;
+  while (more && !isOver(options, tally)) {
     tally.add(stage.play(strategy), "--exhaustive");
-  } while (!isOver(options, tally) && strategy.advance());
+    more = strategy.advance();
+  }
 }
 
-bool play(const Options& options, const Scene& scene) {
-  Stage stage(scene);
-  Tally tally;
-  timespec begin;
-  clock_gettime(CLOCK_MONOTONIC, &begin);
+void play(const Options& options, Tally& tally, uint64_t upTo) {
+  const double before = secondsUsed();
+  Stage stage(*tally.scene);
   if (options.exhaustive)
     playAll(options, stage, tally);
   else
-    playAtRandom(options, stage, tally);
-  const double seconds = secondsSince(begin);
-  const auto schedules = static_cast<double>(tally.schedules);
-  std::printf("%-24s %9" PRIu64 " schedules %6.0f points %6.1f us each   %s\n", scene.name.c_str(),
-              tally.schedules, static_cast<double>(tally.points) / schedules,
-              seconds * 1e6 / schedules, tally.failures.empty() ? "clean" : "BROKEN");
+    playAtRandom(options, stage, tally, upTo);
+  tally.seconds += secondsUsed() - before;
+}
+
+// The scenes take turns, so that a failure of any is soon found.
+void playInTurns(const Options& options, std::vector<Tally>& tallies) {
+  constexpr uint64_t kTurn = 500;
+  const uint64_t each = std::max<uint64_t>(1, options.schedules / tallies.size());
+  for (uint64_t upTo = std::min(each, kTurn);; upTo = std::min(each, upTo + kTurn)) {
+    for (Tally& tally : tallies) {
+      if (isOver(options, tally)) continue;
+      play(options, tally, upTo);
+      if (options.atFailure == Options::kAllEnd && !tally.failures.empty()) return;
+    }
+    if (upTo == each || options.exhaustive) return;
+  }
+}
+
+void print(const Tally& tally) {
+  const auto schedules = static_cast<double>(std::max<uint64_t>(1, tally.schedules));
+  std::printf("%-26s %9" PRIu64 " schedules %6.0f points %6.1f us each   %s\n",
+              tally.scene->name.c_str(), tally.schedules,
+              static_cast<double>(tally.points) / schedules, tally.seconds * 1e6 / schedules,
+              tally.failures.empty() ? "clean" : "BROKEN");
   for (const auto& [what, failure] : tally.failures)
     std::printf("  %s\n  %" PRIu64 " times, again: --scene %s %s\n", what.c_str(), failure.times,
-                scene.name.c_str(), failure.again.c_str());
-  std::fflush(stdout);
-  return tally.failures.empty();
+                tally.scene->name.c_str(), failure.again.c_str());
 }
 
 } // namespace
 
 int main(int, char** words) {
   const Options options = read(words);
-  bool clean = true;
+  std::vector<Tally> tallies;
   for (const Scene* scene : chosen(options))
-    clean = play(options, *scene) && clean;
+    tallies.push_back({scene});
+  playInTurns(options, tallies);
+  bool clean = true;
+  for (const Tally& tally : tallies) {
+    print(tally);
+    clean = clean && tally.failures.empty();
+  }
   return clean ? 0 : 1;
 }

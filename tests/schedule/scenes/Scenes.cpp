@@ -96,18 +96,19 @@ Scene switchDuringActivation() {
   return scene;
 }
 
-// The new configuration's items come to the workers that the old ones have.
+// The new configuration's items come to the workers that the old ones have; one sensor becomes warm
+// at that moment.
 Scene swapWithSharedWorkers() {
   Scene scene = sceneOn("swap-shared", kBoard);
   scene.configurations["first.conf"] =
       scenario("Default", monitor("old", "cpu", 500, "fan", 1) + ss("oldSteps", "skin", 500, "led"));
   scene.configurations["second.conf"] =
       scenario("Default", monitor("new", "cpu", 500, "fan", 2) + ss("newSteps", "skin", 500, "led"));
-  scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000),
-                  request(0, "second.conf")};
+  scene.events = {temperature(0, "skin", 50000), request(0, "second.conf"),
+                  temperature(900, "cpu", 50000)};
   scene.changes = 2;
   scene.levelsAtEnd = {{"fan", 2}, {"led", 2}};
-  scene.heldThroughout = {"fan", "led"};
+  scene.heldThroughout = {"led"};
   return scene;
 }
 
