@@ -24,101 +24,110 @@ private:
   uint64_t state;
 };
 
-// What is the same for both kinds: now and then a deadline passes early or a wait ends for no
-// reason.
-class Random : public Strategy {
-protected:
-  Random(Chance chance_, uint64_t steps_) : chance(chance_), steps(steps_) {
-    if (chance.once(3)) disturbances = 1 + chance.below(2);
-    drawDisturbance();
+// Ends a wait for no reason now and then.
+class Wakes {
+public:
+  Wakes(Chance& chance, uint64_t steps) {
+    if (!chance.once(3)) return;
+    count = 1 + chance.below(points.size());
+    for (size_t i = 0; i < count; ++i)
+      points[i] = chance.below(steps);
   }
 
-  bool isDisturbed(const Options& options) const { return options.step >= disturbedAt; }
-
-  Choice disturb(const Options& options, Choice usual) {
-    // At a step where the drawn kind is not possible, the next one that allows it is disturbed.
-    if (early ? !options.deadlineAhead : options.waitingCount == 0) return usual;
-    const Choice choice =
-        early ? Choice{Choice::kLetDeadlinePass, -1}
-              : Choice{Choice::kWakeForNoReason,
-                       options.waiting[chance.below(static_cast<uint64_t>(options.waitingCount))]};
-    drawDisturbance();
-    return choice;
+  // At a step where nobody waits, the next one that has somebody is meant.
+  bool isDue(const Options& options) {
+    if (options.waitingCount == 0) return false;
+    for (size_t i = 0; i < count; ++i) {
+      if (points[i] > options.step) continue;
+      points[i] = UINT64_MAX;
+      return true;
+    }
+    return false;
   }
 
-  Chance chance;
-  uint64_t steps;
+  static Choice wake(const Options& options, Chance& chance) {
+    const auto waiting = static_cast<uint64_t>(options.waitingCount);
+    return {Choice::kWakeForNoReason, options.waiting[chance.below(waiting)]};
+  }
 
 private:
-  void drawDisturbance() {
-    disturbedAt = UINT64_MAX;
-    if (disturbances == 0) return;
-    --disturbances;
-    disturbedAt = chance.below(steps);
-    early = chance.once(2);
-  }
-
-  uint64_t disturbances = 0;
-  uint64_t disturbedAt = UINT64_MAX;
-  bool early = false;
+  std::array<uint64_t, 2> points;
+  size_t count = 0;
 };
 
 // Of those that can run, the one of the highest priority runs. Priorities are random, and at a few
-// random points the running one gets a lower one than all.
-class Priorities : public Random {
+// random points the running one is set back behind all. In some schedules the clock, too, moves on
+// a few times before those that were set back may run.
+class Priorities : public Strategy {
 public:
-  Priorities(Chance chance_, uint64_t steps_) : Random(chance_, steps_) {
+  Priorities(Chance chance_, uint64_t steps) : chance(chance_), wakes(chance, steps) {
     for (int64_t& priority : priorities)
       priority = static_cast<int64_t>(chance.draw() >> 2);
     changeCount = 1 + chance.below(changes.size());
     for (size_t i = 0; i < changeCount; ++i)
       changes[i] = chance.below(steps);
+    if (chance.once(3)) ticks = 1 + chance.below(3);
   }
 
   Choice choose(const Options& options) override {
-    if (options.current >= 0 && (options.yields || changesAt(options.step)))
-      priorityOf(options.current) = --lowest;
+    if (wakes.isDue(options)) return Wakes::wake(options, chance);
+    if (options.current >= 0 && isChange(options.step)) priorityOf(options.current) = --lowest;
+    if (options.current >= 0 && options.yields) priorityOf(options.current) = --lowest;
     int best = options.current;
     for (int i = 0; i < options.otherCount; ++i) {
       const int other = options.others[static_cast<size_t>(i)];
       if (best < 0 || priorityOf(other) > priorityOf(best)) best = other;
     }
-    const Choice usual = {Choice::kRun, best};
-    return isDisturbed(options) ? disturb(options, usual) : usual;
+    if (priorityOf(best) < 0 && ticks > 0 && options.deadlineAhead) {
+      --ticks;
+      return {Choice::kLetDeadlinePass, -1};
+    }
+    return {Choice::kRun, best};
   }
 
 private:
   int64_t& priorityOf(int fiber) { return priorities[static_cast<size_t>(fiber)]; }
 
-  bool changesAt(uint64_t step) const {
-    return std::find(changes.begin(), changes.begin() + changeCount, step) !=
-           changes.begin() + changeCount;
+  bool isChange(uint64_t step) const {
+    const auto end = changes.begin() + changeCount;
+    return std::find(changes.begin(), end, step) != end;
   }
 
-  std::array<int64_t, kMostFibers> priorities;
+  Chance chance;
+  Wakes wakes;
+  std::array<int64_t, kMostFibers> priorities; // below 0: set back
   std::array<uint64_t, 4> changes;
   size_t changeCount;
   int64_t lowest = 0;
+  uint64_t ticks = 0;
 };
 
 // At each point another one takes over with a fixed probability.
-class Walk : public Random {
+class Walk : public Strategy {
 public:
-  Walk(Chance chance_, uint64_t steps_) : Random(chance_, steps_) {
+  Walk(Chance chance_, uint64_t steps) : chance(chance_), wakes(chance, steps) {
     static constexpr std::array<uint64_t, 4> kIn = {2, 5, 15, 50};
     in = kIn[chance.below(kIn.size())];
+    if (chance.once(3)) tickAt = chance.below(steps);
   }
 
   Choice choose(const Options& options) override {
-    Choice usual = {Choice::kRun, options.current};
+    if (wakes.isDue(options)) return Wakes::wake(options, chance);
+    if (options.step >= tickAt && options.deadlineAhead) {
+      tickAt = UINT64_MAX;
+      return {Choice::kLetDeadlinePass, -1};
+    }
     const bool stays = options.current >= 0 && !options.yields && !chance.once(in);
-    if (!stays && options.otherCount > 0)
-      usual.fiber = options.others[chance.below(static_cast<uint64_t>(options.otherCount))];
-    return isDisturbed(options) ? disturb(options, usual) : usual;
+    if (stays || options.otherCount == 0) return {Choice::kRun, options.current};
+    const auto others = static_cast<uint64_t>(options.otherCount);
+    return {Choice::kRun, options.others[chance.below(others)]};
   }
 
 private:
+  Chance chance;
+  Wakes wakes;
   uint64_t in;
+  uint64_t tickAt = UINT64_MAX;
 };
 
 } // namespace
