@@ -85,6 +85,8 @@ void Judge::changeBegins(bool newConf) {
   changing = true;
   changeIsForNewConf = newConf;
   pollingSince = schedule::kNever;
+  passesUnderWay = std::any_of(workers.begin(), workers.end(),
+                               [this](const Worker& worker) { return !waits(worker); });
 }
 
 void Judge::changeEnds() {
@@ -125,7 +127,7 @@ void Judge::isApplied(Device& device) {
   const bool isUp = device.currentLevel > 0;
   const bool held = std::count(scene.heldThroughout.begin(), scene.heldThroughout.end(),
                                device.name) > 0;
-  if (up && !isUp && held && !schedule::hasHurried())
+  if (up && !isUp && held && !passesUnderWay && !schedule::hasHurried())
     fail("device " + device.name + " falls to level 0 although somebody wants it throughout");
   up = up || isUp;
 }
@@ -376,6 +378,16 @@ template <typename Visit> void Judge::forEachLive(const Worker& worker, Visit vi
   for (Item& item : items) {
     if (!item.gone && item.algo->thread == worker.worker) visit(item);
   }
+}
+
+bool Judge::waits(const Worker& worker) const {
+  for (int fiber = 1; fiber < schedule::fiberCount(); ++fiber) {
+    const schedule::Standing standing = schedule::standingOf(fiber);
+    if (standing.state == State::kAwaitsCondition &&
+        (standing.object == worker.sleepCond || standing.object == worker.activateCond))
+      return true;
+  }
+  return false;
 }
 
 bool Judge::isSomebodyBlocked() const {

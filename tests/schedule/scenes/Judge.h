@@ -21,6 +21,8 @@ class Device;
 //   - no worker sleeps over an active item, and none counts fewer active items than it has;
 //   - every device stands at the level that its requests say, every request above 0 is that of an
 //     awake item that wants it, and every awake item has its requests unless a namesake took them.
+// In a change a device that both sides want never falls to level 0, but where a worker was in the
+// middle of a pass when the change began.
 // And whenever an item decides:
 //   - it was woken by a change in the scenario that this change enters, and it is its first
 //     decision since; or the period of its worker is over, and it is its only one in this pass.
@@ -82,6 +84,7 @@ private:
   template <typename Visit> void forEachWorker(Visit visit);
   template <typename Visit> void forEachLive(const Worker& worker, Visit visit);
 
+  bool waits(const Worker& worker) const;
   bool isSomebodyBlocked() const;
   bool awaitsSleepingSensors() const;
   bool awaitsSensorsInTheirPeriod() const;
@@ -104,6 +107,8 @@ private:
   std::array<std::string, schedule::kMostFibers> names;
   bool changing = false;
   bool changeIsForNewConf = false;
+  // Some worker was in a pass when the latest change began: that one is not waited for.
+  bool passesUnderWay = false;
   int changesDone = 0;
   int64_t pollingSince = schedule::kNever; // within a change
 };

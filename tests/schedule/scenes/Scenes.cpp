@@ -87,7 +87,7 @@ Scene switchDuringActivation() {
   Scene scene = sceneOn("switch-during-activation", kBoard);
   scene.configurations["first.conf"] =
       scenario("Default", monitor("hot", "cpu", 500, "fan", 1) + ss("day", "skin", 500, "led")) +
-      scenario("night", monitor("hot2", "cpu", 500, "fan", 2) +
+      scenario("night", monitor("hot", "cpu", 500, "fan", 2) +
                             monitor("dark", "skin", 500, "led", 3));
   scene.events = {temperature(0, "skin", 50000), wish(0, "night"), temperature(900, "cpu", 50000),
                   temperature(900, "skin", 30000)};
@@ -118,7 +118,7 @@ Scene swapWithFreshWorkers() {
   scene.configurations["first.conf"] =
       scenario("Default", monitor("hot", "cpu", 500, "fan", 1) + ss("steps", "skin", 500, "led"));
   scene.configurations["second.conf"] = scenario(
-      "Default", monitor("hot2", "cpu", 1000, "fan", 2) + ss("steps2", "skin", 1000, "led"));
+      "Default", monitor("hot", "cpu", 1000, "fan", 2) + ss("steps", "skin", 1000, "led"));
   scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000),
                   request(0, "second.conf")};
   scene.changes = 2;
