@@ -24,7 +24,8 @@ constexpr char kUsage[] =
     "  --schedules N    so many in all, shared by the scenes (default: one)\n"
     "  --seed S         of the first one; those after it take the numbers that follow\n"
     "  --trace          prints who did what\n"
-    "  --exhaustive     all schedules with at most so many preemptions (default: 1), in each scene\n"
+    "  --exhaustive     all schedules with at most so many preemptions (default: 1), in each "
+    "scene\n"
     "  --wake           counts waits that end for no reason among them\n"
     "  --first          ends with the first failure of any scene\n"
     "  --all            goes on with a scene that failed, and counts each kind of failure\n";

@@ -2,7 +2,6 @@
 // standard library's classes end up here. Outside of a schedule they do nothing, or what the system
 // does.
 
-#include <pthread.h>
 #include <sched.h>
 #include <sys/syscall.h>
 #include <time.h>
@@ -13,6 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include <pthread.h>
 
 #include "runtime/Memory.h"
 #include "runtime/Scheduler.h"
@@ -96,8 +97,7 @@ int sched_yield() {
 }
 
 int nanosleep(const timespec* time, timespec*) {
-  if (inSchedule())
-    schedule::sleepUntil(schedule::now() + time->tv_sec * kSecond + time->tv_nsec);
+  if (inSchedule()) schedule::sleepUntil(schedule::now() + time->tv_sec * kSecond + time->tv_nsec);
   return 0;
 }
 int clock_nanosleep(clockid_t, int flags, const timespec* time, timespec*) {
@@ -117,7 +117,7 @@ int clock_gettime(clockid_t clock, timespec* time) {
 }
 
 // An error in a configuration.
-[[noreturn]] void _Exit(int) {
+void _Exit(int) {
   if (inSchedule()) schedule::fail("the daemon ends itself");
   std::fprintf(stderr, "the daemon ends itself before its threads start\n");
   std::abort();

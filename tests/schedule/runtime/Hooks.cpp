@@ -64,10 +64,18 @@ template <typename T> bool compareExchange(volatile T* object, T* expected, T va
 } // namespace
 
 #define PLAIN_HOOKS(size)                                                                          \
-  void __tsan_read##size(void* address) { touch(address, size, false); }                           \
-  void __tsan_write##size(void* address) { touch(address, size, true); }                           \
-  void __tsan_unaligned_read##size(void* address) { touch(address, size, false); }                 \
-  void __tsan_unaligned_write##size(void* address) { touch(address, size, true); }
+  void __tsan_read##size(void* address) {                                                          \
+    touch(address, size, false);                                                                   \
+  }                                                                                                \
+  void __tsan_write##size(void* address) {                                                         \
+    touch(address, size, true);                                                                    \
+  }                                                                                                \
+  void __tsan_unaligned_read##size(void* address) {                                                \
+    touch(address, size, false);                                                                   \
+  }                                                                                                \
+  void __tsan_unaligned_write##size(void* address) {                                               \
+    touch(address, size, true);                                                                    \
+  }
 
 #define EXCHANGE_HOOK(bits, T, name, text, expression)                                             \
   T __tsan_atomic##bits##_##name(volatile T* object, T value, int order) {                         \
@@ -87,7 +95,7 @@ template <typename T> bool compareExchange(volatile T* object, T* expected, T va
   EXCHANGE_HOOK(bits, T, exchange, "exchange", given)                                              \
   EXCHANGE_HOOK(bits, T, fetch_add, "add to", previous + given)                                    \
   EXCHANGE_HOOK(bits, T, fetch_sub, "subtract from", previous - given)                             \
-  EXCHANGE_HOOK(bits, T, fetch_and, "and to", previous & given)                                    \
+  EXCHANGE_HOOK(bits, T, fetch_and, "and to", previous& given)                                     \
   EXCHANGE_HOOK(bits, T, fetch_or, "or to", previous | given)                                      \
   EXCHANGE_HOOK(bits, T, fetch_xor, "xor to", previous ^ given)                                    \
   int __tsan_atomic##bits##_compare_exchange_strong(volatile T* object, T* expected, T value,      \
@@ -113,8 +121,12 @@ void __tsan_read_range(void* address, size_t size) {
 void __tsan_write_range(void* address, size_t size) {
   if (size) touch(address, size, true);
 }
-void __tsan_vptr_update(void* object, void*) { touch(object, sizeof(void*), true); }
-void __tsan_vptr_read(void* object) { touch(object, sizeof(void*), false); }
+void __tsan_vptr_update(void* object, void*) {
+  touch(object, sizeof(void*), true);
+}
+void __tsan_vptr_read(void* object) {
+  touch(object, sizeof(void*), false);
+}
 void __tsan_func_entry(void*) {}
 void __tsan_func_exit() {}
 void __tsan_init() {}

@@ -1,16 +1,17 @@
 #include "runtime/Scheduler.h"
 
-#include <pthread.h>
-#include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <ucontext.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include <pthread.h>
+#include <setjmp.h>
+#include <ucontext.h>
 
 #include "runtime/Memory.h"
 #include "runtime/Trace.h"

@@ -1,6 +1,5 @@
 #include "runtime/Trace.h"
 
-#include <execinfo.h>
 #include <unistd.h>
 
 #include <array>
@@ -11,6 +10,8 @@
 #include <set>
 #include <sstream>
 #include <vector>
+
+#include <execinfo.h>
 
 #include "runtime/Memory.h"
 

@@ -38,9 +38,8 @@ void Files::write(const std::string& name, const std::string& text) {
     require(file >= 0, "a file in memory");
     entry = open.emplace(name, file).first;
   }
-  require(::ftruncate(entry->second, 0) == 0 &&
-              ::pwrite(entry->second, text.data(), text.size(), 0) ==
-                  static_cast<ssize_t>(text.size()),
+  require(::ftruncate(entry->second, 0) == 0 && ::pwrite(entry->second, text.data(), text.size(),
+                                                         0) == static_cast<ssize_t>(text.size()),
           "writing a file in memory");
 }
 

@@ -75,9 +75,8 @@ void Judge::begin(Board& board_) {
 }
 
 void Judge::isNew(Algo& item) {
-  const auto known = std::find_if(items.begin(), items.end(), [&item](const Item& i) {
-    return i.algo == &item;
-  });
+  const auto known =
+      std::find_if(items.begin(), items.end(), [&item](const Item& i) { return i.algo == &item; });
   if (known == items.end()) items.push_back({&item});
 }
 
@@ -111,8 +110,7 @@ void Judge::decides(Algo& item) {
     known.mayDecideAhead = false;
     return;
   }
-  if (!worker.inPass && schedule::now() < worker.due)
-    blame(item, "decides early");
+  if (!worker.inPass && schedule::now() < worker.due) blame(item, "decides early");
   worker.inPass = true;
   if (known.decidedInPass) blame(item, "decides twice in one pass");
   known.decidedInPass = true;
@@ -125,8 +123,8 @@ void Judge::hasDecided(Algo& item) {
 void Judge::isApplied(Device& device) {
   bool& up = wasUp[&device];
   const bool isUp = device.currentLevel > 0;
-  const bool held = std::count(scene.heldThroughout.begin(), scene.heldThroughout.end(),
-                               device.name) > 0;
+  const bool held =
+      std::count(scene.heldThroughout.begin(), scene.heldThroughout.end(), device.name) > 0;
   if (up && !isUp && held && !passesUnderWay && !schedule::hasHurried())
     fail("device " + device.name + " falls to level 0 although somebody wants it throughout");
   up = up || isUp;
@@ -246,19 +244,25 @@ void Judge::checkRequest(const Device& device, const std::string& requester, int
 }
 
 void Judge::checkRequestsOf(const Algo& algo) {
-  const auto namesakes = std::count_if(items.begin(), items.end(), [&](const Item& item) {
-    return !item.gone && item.algo->name == algo.name;
-  });
   if (!algo.active && algo.status > 0) blame(algo, "sleeps at a level above 0");
-  if (!algo.active || namesakes > 1) return;
   const auto* monitor = dynamic_cast<const Monitor*>(&algo);
-  if (!monitor) return;
+  // One whose scenario has just come back asks again with its next decision.
+  if (!monitor || !algo.active || !algo.inForce || algo.returned) return;
+  const auto namesakes = [&](auto counts) {
+    return std::count_if(items.begin(), items.end(), [&](const Item& item) {
+      return !item.gone && item.algo->name == algo.name && counts(*item.algo);
+    });
+  };
+  if (namesakes([](const Algo& other) { return other.inForce.load(); }) > 1) return;
+  const bool alone = namesakes([](const Algo&) { return true; }) == 1;
   for (const auto& [name, device] : board->devices) {
     const int32_t wanted = wantedFrom(*monitor, *device);
     if (wanted <= 0) continue;
     const auto request = device->requests.find(algo.name);
-    if (request == device->requests.end() || request->second != wanted)
-      blame(algo, "wants level " + std::to_string(wanted) + " of " + name + " and does not have it");
+    const int32_t level = request == device->requests.end() ? 0 : request->second;
+    if (alone ? level != wanted : level <= 0)
+      blame(algo, "wants level " + std::to_string(wanted) + " of " + name + ", its request is " +
+                      std::to_string(level));
   }
 }
 
@@ -269,8 +273,7 @@ std::string Judge::missingAtEnd() const {
   if (changesDone < scene.changes) return std::to_string(changesDone) + " changes are done";
   if (steering.currentScenName != scene.scenarioAtEnd)
     return "scenario " + steering.currentScenName + " is in force";
-  if (steering.confState != "PARSED")
-    return "a configuration is waiting";
+  if (steering.confState != "PARSED") return "a configuration is waiting";
   for (const auto& [name, level] : scene.levelsAtEnd) {
     const int32_t is = board->devices.at(name)->currentLevel;
     if (is != level)

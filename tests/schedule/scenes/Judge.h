@@ -15,12 +15,16 @@ class Device;
 
 // Watches the daemon of one scene and says what it did wrong. At rest, when every thread waits:
 //   - no thread waits for a mutex, but for that of a device whose node blocks;
-//   - no sensor thread is parked but in a change that is under way, and the scenario thread waits at
-//     a barrier only for a sensor thread that is in its period (it had begun its wait too late to be
-//     notified) or has no active sensor; what else it waits for in a change takes 100 ms at most;
+//   - no sensor thread is parked but in a change that is under way, and the scenario thread waits
+//   at
+//     a barrier only for a sensor thread that is in its period (it had begun its wait too late to
+//     be notified) or has no active sensor; what else it waits for in a change takes 100 ms at
+//     most;
 //   - no worker sleeps over an active item, and none counts fewer active items than it has;
 //   - every device stands at the level that its requests say, every request above 0 is that of an
-//     awake item that wants it, and every awake item has its requests unless a namesake took them.
+//     awake item that wants it, and a monitor that is awake and in force has its requests: beside a
+//     namesake that is not in force, at least some level. Two namesakes in force may take each
+//     other's requests away.
 // In a change a device that both sides want never falls to level 0, but where a worker was in the
 // middle of a pass when the change began.
 // And whenever an item decides:

