@@ -284,8 +284,8 @@ void* runFirst(void*) {
 
 void onCrash(int signal) {
   memory::fromArena = false;
-  failure = std::string("crash: ") + ::strsignal(signal);
-  if (current < 0) {
+  if (failure.empty()) failure = std::string("crash: ") + ::strsignal(signal);
+  if (!underWay) {
     std::fprintf(stderr, "the scheduler itself crashes: %s\n", ::strsignal(signal));
     ::_exit(2);
   }

@@ -117,6 +117,7 @@ void Judge::decides(Algo& item) {
 }
 
 void Judge::hasDecided(Algo& item) {
+  itemOf(item); // it may have been freed under its decision
   --workerOf(item).deciding;
 }
 
