@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "runtime/Memory.h"
 #include "runtime/Scheduler.h"
 
 namespace {
@@ -12,23 +11,19 @@ namespace {
 constexpr int kRelaxed = __ATOMIC_RELAXED;
 
 inline void touch(const volatile void* address, size_t size, bool writes) {
-  if (memory::isSound(address, size)) {
-    schedule::accessed();
-    return;
-  }
-  schedule::unsoundAccess(address, size, writes);
+  schedule::accessed(address, size, writes);
 }
 
 // A relaxed access orders nothing (the log switch), so nobody else needs to run in front of it.
 inline void pointBefore(const char* operation, const volatile void* object, size_t size, int order,
                         schedule::Effect effect, int64_t value = 0) {
-  if (!memory::isSound(object, size))
-    schedule::unsoundAccess(object, size, effect == schedule::Effect::kChanges);
+  schedule::checkSound(object, size, effect == schedule::Effect::kChanges);
   if (order != kRelaxed) schedule::before(operation, object, effect, value);
 }
 
 template <typename T> T load(const volatile T* object, int order) {
   pointBefore("load", object, sizeof(T), order, schedule::Effect::kLooks);
+  if (order != kRelaxed) schedule::synchronise(object, schedule::Order::kAcquire);
   return *object;
 }
 
@@ -36,29 +31,30 @@ template <typename T> void store(volatile T* object, T value, int order) {
   pointBefore("store", object, sizeof(T), order, schedule::Effect::kChanges,
               static_cast<int64_t>(value));
   *object = value;
-  if (order != kRelaxed) schedule::after();
+  if (order == kRelaxed) return;
+  schedule::synchronise(object, schedule::Order::kRelease);
+  schedule::after();
 }
 
+// What reads and changes in one go.
 template <typename T, typename Change>
 T exchange(const char* operation, volatile T* object, T value, int order, Change change) {
   pointBefore(operation, object, sizeof(T), order, schedule::Effect::kChanges,
               static_cast<int64_t>(value));
   const T previous = *object;
   *object = change(previous, value);
-  if (order != kRelaxed) schedule::after();
+  if (order == kRelaxed) return previous;
+  schedule::synchronise(object, schedule::Order::kBoth);
+  schedule::after();
   return previous;
 }
 
 template <typename T> bool compareExchange(volatile T* object, T* expected, T value, int order) {
-  pointBefore("compare and exchange", object, sizeof(T), order, schedule::Effect::kChanges,
-              static_cast<int64_t>(value));
-  const bool equal = *object == *expected;
-  if (equal)
-    *object = value;
-  else
-    *expected = *object;
-  if (order != kRelaxed) schedule::after();
-  return equal;
+  const T wanted = *expected;
+  *expected = exchange<T>("compare and exchange", object, value, order, [&](T previous, T given) {
+    return previous == wanted ? given : previous;
+  });
+  return *expected == wanted;
 }
 
 } // namespace
@@ -79,8 +75,7 @@ template <typename T> bool compareExchange(volatile T* object, T* expected, T va
 
 #define EXCHANGE_HOOK(bits, T, name, text, expression)                                             \
   T __tsan_atomic##bits##_##name(volatile T* object, T value, int order) {                         \
-    return exchange<T>(text, object, value, order, [](T previous, T given) -> T {                  \
-      static_cast<void>(previous);                                                                 \
+    return exchange<T>(text, object, value, order, []([[maybe_unused]] T previous, T given) -> T { \
       return static_cast<T>(expression);                                                           \
     });                                                                                            \
   }
@@ -95,7 +90,7 @@ template <typename T> bool compareExchange(volatile T* object, T* expected, T va
   EXCHANGE_HOOK(bits, T, exchange, "exchange", given)                                              \
   EXCHANGE_HOOK(bits, T, fetch_add, "add to", previous + given)                                    \
   EXCHANGE_HOOK(bits, T, fetch_sub, "subtract from", previous - given)                             \
-  EXCHANGE_HOOK(bits, T, fetch_and, "and to", previous& given)                                     \
+  EXCHANGE_HOOK(bits, T, fetch_and, "and to", static_cast<T>(given & previous))                    \
   EXCHANGE_HOOK(bits, T, fetch_or, "or to", previous | given)                                      \
   EXCHANGE_HOOK(bits, T, fetch_xor, "xor to", previous ^ given)                                    \
   int __tsan_atomic##bits##_compare_exchange_strong(volatile T* object, T* expected, T value,      \

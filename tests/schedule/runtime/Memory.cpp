@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 
+#include "runtime/Races.h"
 #include "runtime/Scheduler.h"
 
 namespace memory {
@@ -17,7 +18,6 @@ bool fromArena = false;
 namespace {
 
 constexpr size_t kGranule = 16;
-constexpr size_t kArenaSize = size_t{16} << 20;
 constexpr unsigned char kFreedByte = 0xdd;
 
 // What a granule is: the header of a block and the gaps belong to nobody.
@@ -98,6 +98,7 @@ OnHeap::~OnHeap() {
 }
 
 void clear() {
+  races::begin(top);
   if (marks) std::memset(marks, 0, top / kGranule);
   top = 0;
 }
@@ -110,14 +111,19 @@ void keep() {
 }
 
 void restore() {
+  races::begin(top);
   std::memcpy(arenaBegin, image, imageSize);
   std::memcpy(marks, image + imageSize, imageSize / kGranule);
   if (top > imageSize) std::memset(marks + imageSize / kGranule, 0, (top - imageSize) / kGranule);
   top = imageSize;
 }
 
-bool inArena(const void* address) {
+bool inArena(const volatile void* address) {
   return granuleOf(address) < kArenaSize / kGranule;
+}
+
+size_t offsetOf(const volatile void* address) {
+  return reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(arenaBegin);
 }
 
 bool isSound(const volatile void* address, size_t size) {

@@ -10,6 +10,8 @@
 // Threads: one thread of the system; all of the daemon's threads are fibers of it.
 namespace memory {
 
+constexpr size_t kArenaSize = size_t{16} << 20;
+
 // While one of these lives, `operator new` takes from the arena.
 class InArena {
 public:
@@ -41,7 +43,9 @@ void clear();
 void keep();
 void restore();
 
-bool inArena(const void* address);
+bool inArena(const volatile void* address);
+// From its begin. For an address in the arena.
+size_t offsetOf(const volatile void* address);
 
 // Whether an access of `size` bytes touches no freed block and no place between the blocks.
 // Anything outside the arena is taken to be sound.

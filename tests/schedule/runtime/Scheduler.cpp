@@ -14,6 +14,7 @@
 #include <ucontext.h>
 
 #include "runtime/Memory.h"
+#include "runtime/Races.h"
 #include "runtime/Trace.h"
 
 namespace schedule {
@@ -250,12 +251,14 @@ void takeMutex(void* mutex) {
     block(State::kAwaitsMutex, mutex, kNever);
   }
   lock.take(current);
+  races::acquire(current, mutex);
 }
 
 void leaveMutex(void* mutex) {
   Lock lock(mutex);
   if (!lock.isHeldBy(current)) fail("a thread unlocks a mutex that it does not hold");
   lock.leave();
+  races::release(current, mutex, races::Release::kReplaces);
   wakeAwaitingMutex(mutex);
 }
 
@@ -383,8 +386,23 @@ void after() {
   movedSincePoint = false;
 }
 
-void accessed() {
+void synchronise(const volatile void* object, Order order) {
+  if (current < 0) return;
+  if (order != Order::kRelease) races::acquire(current, object);
+  if (order == Order::kRelease) races::release(current, object, races::Release::kReplaces);
+  if (order == Order::kBoth) races::release(current, object, races::Release::kAdds);
+}
+
+void accessed(const volatile void* address, size_t size, bool writes) {
+  if (current < 0 || !memory::inArena(address)) return;
+  checkSound(address, size, writes);
   movedSincePoint = true;
+  const int other = races::access(current, memory::offsetOf(address), size, writes);
+  if (other == races::kNone) return;
+  recordOn(writes ? "RACE, writes" : "RACE, reads", address);
+  const memory::OnHeap heap;
+  fail("data race: " + nameOf(current) + (writes ? " writes " : " reads ") + described(address) +
+       " while " + nameOf(other) + " may access it");
 }
 
 void yield() {
@@ -411,6 +429,7 @@ int create(void* (*body)(void*), void* argument) {
   fiber.body = body;
   fiber.argument = argument;
   const int created = count++;
+  races::starts(created, current);
   if (current >= 0) {
     record("starts a thread");
     after();
@@ -421,32 +440,36 @@ int create(void* (*body)(void*), void* argument) {
 void join(int fiber) {
   if (trace::isOn()) record("joins " + nameOf(fiber));
   giveWay(false);
-  if (fiberAt(fiber).state == State::kEnded) return;
-  fiberAt(current).awaited = fiber;
-  block(State::kJoins, nullptr, kNever);
+  if (fiberAt(fiber).state != State::kEnded) {
+    fiberAt(current).awaited = fiber;
+    block(State::kJoins, nullptr, kNever);
+  }
+  races::joins(current, fiber);
 }
 
 void lock(void* mutex) {
   if (current < 0) return;
-  unsoundAccess(mutex, sizeof(pthread_mutex_t), true);
+  checkSound(mutex, sizeof(pthread_mutex_t), true);
   before("lock", mutex, Effect::kLooks);
   takeMutex(mutex);
 }
 
 bool tryLock(void* mutex) {
   if (current < 0) return true;
-  unsoundAccess(mutex, sizeof(pthread_mutex_t), true);
+  checkSound(mutex, sizeof(pthread_mutex_t), true);
   giveWay(false);
   Lock lock(mutex);
   const bool free = !lock.isHeld();
   recordOn(free ? "try_lock, taken," : "try_lock, refused,", mutex);
-  if (free) lock.take(current);
-  return free;
+  if (!free) return false;
+  lock.take(current);
+  races::acquire(current, mutex);
+  return true;
 }
 
 void unlock(void* mutex) {
   if (current < 0) return;
-  unsoundAccess(mutex, sizeof(pthread_mutex_t), true);
+  checkSound(mutex, sizeof(pthread_mutex_t), true);
   recordOn("unlock", mutex);
   leaveMutex(mutex);
   after();
@@ -454,7 +477,7 @@ void unlock(void* mutex) {
 
 bool wait(void* condition, void* mutex, int64_t deadline) {
   if (current < 0) fail("a wait outside of a schedule");
-  unsoundAccess(condition, sizeof(pthread_cond_t), true);
+  checkSound(condition, sizeof(pthread_cond_t), true);
   giveWay(false);
   recordOn(deadline == kNever ? "wait for" : "timed wait for", condition);
   {
@@ -472,7 +495,7 @@ bool wait(void* condition, void* mutex, int64_t deadline) {
 
 void notify(void* condition, bool all) {
   if (current < 0) return;
-  unsoundAccess(condition, sizeof(pthread_cond_t), true);
+  checkSound(condition, sizeof(pthread_cond_t), true);
   before("notify", condition, Effect::kLooks);
   for (int i = 0; i < count; ++i) {
     Fiber& fiber = fiberAt(i);
@@ -498,7 +521,7 @@ void aboutToFree(const void* block, size_t size) {
   observer->frees(block, size);
 }
 
-void unsoundAccess(const volatile void* address, size_t size, bool writes) {
+void checkSound(const volatile void* address, size_t size, bool writes) {
   if (current < 0 || memory::isSound(address, size)) return;
   const memory::Block block = memory::blockAround(address);
   recordOn(writes ? "WRITES UNSOUND MEMORY" : "READS UNSOUND MEMORY", address);

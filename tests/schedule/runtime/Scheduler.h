@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -79,8 +80,13 @@ enum class Effect { kLooks, kChanges };
 void before(const char* operation, const volatile void* object, Effect effect, int64_t value = 0);
 // Behind a change, so that somebody may run before the plain accesses that follow it.
 void after();
-// Plain memory was accessed.
-void accessed();
+// What an access to an atomic orders. Behind `before`, in the same step as the access.
+enum class Order { kAcquire, kRelease, kBoth };
+void synchronise(const volatile void* object, Order order);
+// Plain memory is accessed: it must be sound, and no other fiber's access may race with this one.
+void accessed(const volatile void* address, size_t size, bool writes);
+// Fails if a block that is freed is accessed, or something outside of any.
+void checkSound(const volatile void* address, size_t size, bool writes);
 void yield();
 void sleepUntil(int64_t deadline);
 int create(void* (*body)(void*), void* argument);
@@ -94,7 +100,6 @@ void notify(void* condition, bool all);
 
 // Called by the memory.
 void aboutToFree(const void* block, size_t size);
-void unsoundAccess(const volatile void* address, size_t size, bool writes);
 
 // Adds a line that the daemon logs to the trace.
 void logged(const std::string& line);

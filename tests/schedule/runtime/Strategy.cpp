@@ -140,28 +140,24 @@ std::unique_ptr<Strategy> Strategy::fromSeed(uint64_t seed, uint64_t steps) {
 }
 
 Choice Exhaustive::choose(const Options& options) {
-  const bool goesOn = options.current >= 0 && !(options.yields && options.otherCount > 0);
-  const bool mayPreempt = preemptions < mostPreemptions;
-  const auto others = static_cast<uint32_t>(options.otherCount);
-  uint32_t count = goesOn ? 1 : others;
-  if (goesOn && mayPreempt) count += others;
-  const uint32_t ordinary = count;
-  if (mayPreempt && options.deadlineAhead) ++count;
-  if (mayPreempt && wakeForNoReason) count += static_cast<uint32_t>(options.waitingCount);
+  // The first branch is the usual one: who runs goes on, or else the first that can.
+  std::array<Choice, 2 * kMostFibers + 2> branches;
+  size_t count = 0;
+  const auto add = [&](Choice::Kind kind, int fiber) { branches[count++] = {kind, fiber}; };
+  const bool goesOn = options.current >= 0 && !options.yields;
+  if (goesOn) add(Choice::kRun, options.current);
+  for (int i = 0; i < options.otherCount; ++i)
+    add(Choice::kRun, options.others[static_cast<size_t>(i)]);
+  if (!goesOn && options.current >= 0) add(Choice::kRun, options.current);
+  if (options.deadlineAhead) add(Choice::kLetDeadlinePass, -1);
+  for (int i = 0; wakeForNoReason && i < options.waitingCount; ++i)
+    add(Choice::kWakeForNoReason, options.waiting[static_cast<size_t>(i)]);
+  if (count == 1 || preemptions == mostPreemptions) return branches[0];
 
-  uint32_t taken = 0;
-  if (count > 1) {
-    if (depth == path.size()) path.push_back({0, count});
-    taken = path[depth++].taken;
-  }
-  if (taken >= ordinary || (goesOn && taken > 0)) ++preemptions;
-  if (taken < ordinary) {
-    if (!goesOn) return {Choice::kRun, options.others[taken]};
-    return {Choice::kRun, taken == 0 ? options.current : options.others[taken - 1]};
-  }
-  taken -= ordinary;
-  if (options.deadlineAhead && taken-- == 0) return {Choice::kLetDeadlinePass, -1};
-  return {Choice::kWakeForNoReason, options.waiting[taken]};
+  if (depth == path.size()) path.push_back({0, static_cast<uint32_t>(count)});
+  const uint32_t taken = path[depth++].taken;
+  if (taken > 0) ++preemptions;
+  return branches[taken];
 }
 
 bool Exhaustive::advance() {

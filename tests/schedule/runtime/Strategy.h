@@ -48,9 +48,10 @@ protected:
   Strategy() = default;
 };
 
-// All schedules with at most a number of preemptions, depth first. A preemption is a choice other
-// than going on with a fiber that can go on; also a deadline that passes early and, if asked for, a
-// wake-up for no reason.
+// All schedules with at most a number of preemptions, depth first. A preemption is whatever departs
+// from the usual course, in which a thread goes on until it has to wait and the one created first
+// of those that can run follows: another thread in its place, a deadline that passes early and, if
+// asked for, a wake-up for no reason.
 class Exhaustive : public Strategy {
 public:
   Exhaustive(int mostPreemptions_, bool wakeForNoReason_)
