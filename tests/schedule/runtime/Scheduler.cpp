@@ -333,6 +333,7 @@ Outcome run(Strategy& strategy_, Observer& observer_, const std::function<void()
   step = 0;
   clock = 0;
   hurried = false;
+  movedSincePoint = true;
   failure.clear();
   create(runFirst, nullptr);
   fiberAt(0).fromArena = false;
@@ -400,9 +401,10 @@ void accessed(const volatile void* address, size_t size, bool writes) {
   const int other = races::access(current, memory::offsetOf(address), size, writes);
   if (other == races::kNone) return;
   recordOn(writes ? "RACE, writes" : "RACE, reads", address);
-  const memory::OnHeap heap;
-  fail("data race: " + nameOf(current) + (writes ? " writes " : " reads ") + described(address) +
-       " while " + nameOf(other) + " may access it");
+  const int fiber = current;
+  const AtWork work;
+  fail("data race: " + observer->nameOf(fiber) + (writes ? " writes " : " reads ") +
+       described(address) + " while " + observer->nameOf(other) + " may access it");
 }
 
 void yield() {

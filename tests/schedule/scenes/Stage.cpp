@@ -46,8 +46,7 @@ Stage::Stage(const Scene& scene_) : scene(scene_), judge(scene) {
   files.write("board.env", withNodes(scene.environment, files));
   for (const auto& [name, text] : scene.configurations)
     files.write("config/" + name, text);
-  for (const Scene::Event& event : scene.events)
-    if (event.kind == Scene::Event::kTemperature) files.write(event.name, "20000\n");
+  coolDown();
   buildTables(files, judge);
   judge.forget();
   memory::clear();
@@ -59,10 +58,16 @@ Stage::Stage(const Scene& scene_) : scene(scene_), judge(scene) {
 
 schedule::Outcome Stage::play(schedule::Strategy& strategy) {
   memory::restore();
+  coolDown();
   files.write("wanted.scen", "Default");
   files.write("request.dconf", "PARSED");
   judge.begin(*board);
   return schedule::run(strategy, judge, [this] { perform(); });
+}
+
+void Stage::coolDown() {
+  for (const Scene::Event& event : scene.events)
+    if (event.kind == Scene::Event::kTemperature) files.write(event.name, "20000\n");
 }
 
 void Stage::perform() {

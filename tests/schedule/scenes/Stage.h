@@ -16,6 +16,7 @@ public:
   schedule::Outcome play(schedule::Strategy& strategy);
 
 private:
+  void coolDown();
   void perform();
   void awaitEnd();
   void happen(const Scene::Event& event);
