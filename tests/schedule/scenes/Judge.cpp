@@ -145,8 +145,9 @@ void Judge::waits(int, const void* condition, int64_t deadline) {
 void Judge::passEnds(Worker& worker, int64_t deadline) {
   worker.inPass = false;
   worker.due = deadline;
-  if (deadline > schedule::now() + worker.period * kMillisecond)
-    fail("a worker sleeps for longer than its period");
+  const int64_t period = worker.period * kMillisecond;
+  if (deadline > schedule::now() + period + period / 50)
+    fail("a worker sleeps for more than its period and a fiftieth");
   forEachLive(worker, [](Item& item) {
     // Woken behind the place that the walk had reached, it has to wait for the next one.
     if (!item.decidedInPass && item.algo->active && ++item.passesMissed > 1)
