@@ -1,7 +1,7 @@
 #include <exception>
 #include <iostream>
 
-#include "Command.h"
+#include "command/Command.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "check/Rule.h"
+#include "check/rule/Rule.h"
 
 // Those about the environment file, then those about the configurations.
 const std::vector<Rule>& allRules();

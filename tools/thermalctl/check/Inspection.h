@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "check/Finding.h"
-#include "model/Configuration.h"
-#include "model/Environment.h"
-#include "output/Source.h"
+#include "board/Configuration.h"
+#include "board/Environment.h"
+#include "check/rule/Finding.h"
+#include "text/Source.h"
 
 // What to look at, and for what.
 struct InspectionOrder {

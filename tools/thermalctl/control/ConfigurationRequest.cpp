@@ -1,7 +1,7 @@
 #include "control/ConfigurationRequest.h"
 
-#include "control/OpenWatch.h"
-#include "control/ReplaceFile.h"
+#include "file/OpenWatch.h"
+#include "file/ReplaceFile.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "control/ReplaceFile.h"
+#include "file/ReplaceFile.h"
 
 ControlDirectory::ControlDirectory(const std::string& directory)
     : scenarioFile(directory + "/talmor-thermal.scen"),

@@ -4,7 +4,7 @@
 #include <string>
 #include <system_error>
 
-#include "control/FileHandle.h"
+#include "file/FileHandle.h"
 
 // What the daemon takes for a file that is not there.
 constexpr char kNoFile[] = "ENOFILE";

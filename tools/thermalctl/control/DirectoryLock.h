@@ -3,8 +3,8 @@
 #include <chrono>
 #include <string>
 
-#include "control/FileHandle.h"
 #include "control/Waiting.h"
+#include "file/FileHandle.h"
 
 // Held by one thermalctl at a time while it asks something of the daemon in this directory, so that
 // none takes the daemon's answer to another for its own.

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "report/Writer.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 // A line for each event, of all runs: run, time in milliseconds, kind of event, name, value,
 // detail.

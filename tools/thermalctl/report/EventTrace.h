@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "report/Writer.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 // The runs in the trace event format, for the Perfetto UI: each run a process, temperatures and
 // levels as counters, the scenario, the configuration and each algorithm as a thread of slices.

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "report/Series.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 // The runs laid over each other in one page that needs nothing else: no network, no other file.
 //

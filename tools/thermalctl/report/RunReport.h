@@ -11,7 +11,7 @@
 #include "report/EventTrace.h"
 #include "report/HtmlReport.h"
 #include "report/Summary.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 // All that comes of comparing runs: the figures and, in a directory, the two traces and the page.
 class RunReport : public TraceSink {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "report/TimeAtValue.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 class Table;
 

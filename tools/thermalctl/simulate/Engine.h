@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "daemon/VirtualDaemon.h"
 #include "simulate/Plant.h"
-#include "simulate/Trace.h"
-#include "simulate/VirtualDaemon.h"
 #include "simulate/WorkloadFile.h"
+#include "trace/Trace.h"
 
 namespace simulation {
 

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "config/TextReader.h"
-#include "simulate/VirtualDaemon.h"
+#include "daemon/VirtualDaemon.h"
 
 namespace simulation {
 

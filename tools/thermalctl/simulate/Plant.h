@@ -7,7 +7,7 @@
 #include "simulate/Network.h"
 #include "simulate/PlantFile.h"
 #include "simulate/Random.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 namespace simulation {
 

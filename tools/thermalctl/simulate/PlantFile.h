@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "simulate/Problems.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 namespace simulation {
 

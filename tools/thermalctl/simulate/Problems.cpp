@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "output/Source.h"
+#include "text/Source.h"
 
 namespace simulation {
 

@@ -7,7 +7,7 @@
 
 #include "simulate/PlantFile.h"
 #include "simulate/Problems.h"
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 namespace simulation {
 

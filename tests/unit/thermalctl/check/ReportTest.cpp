@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "check/Rule.h"
+#include "check/rule/Rule.h"
 
 namespace {
 

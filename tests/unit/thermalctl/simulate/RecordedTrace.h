@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "simulate/Trace.h"
+#include "trace/Trace.h"
 
 namespace simulation {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "check/Finding.h"
+#include "check/rule/Finding.h"
 
 // The files below tests/thermalctl/examples: for each rule texts with one mistake, which it and no
 // other reports, and close ones without.

@@ -1,0 +1,112 @@
+#include "daemon/VirtualDaemon.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "device/CameraDevice.h"
+#include "sensor/Real.h"
+#include "support/LogSwitchedOff.h"
+#include "support/SysfsDir.h"
+
+namespace simulation {
+namespace {
+
+class VirtualDaemonTest : public testing::Test {
+protected:
+  LogSwitchedOff noLog;
+  SysfsDir host;
+};
+
+TEST_F(VirtualDaemonTest, OpensNothingOfTheHost) {
+  const std::string sensor = host.write("temp", "45000\n");
+  const std::string knob = host.write("max_freq", "untouched");
+  const std::string report = host.write("report", "untouched");
+  VirtualDaemon daemon("[cpu]\ntype real\nnode_path " + sensor +
+                       "\n\n[gpu]\ntype gpufreq\n  "
+                       "node_path\t" +
+                       knob + "\nlevel_table 2 1\n\n[log]\ntype report\nnode_path " + report +
+                       "\n");
+  daemon.sensors.at("cpu")->updateTemp();
+  EXPECT_EQ(daemon.sensors.at("cpu")->temperature, 0);
+  daemon.devices.at("gpu")->deviceControl("test", 1);
+  daemon.devices.at("gpu")->statusApply();
+  daemon.devices.at("log")->deviceControl("test", 1);
+  daemon.devices.at("log")->statusApply();
+  EXPECT_EQ(daemon.devices.at("gpu")->currentLevel, 1);
+  EXPECT_EQ(host.read("max_freq"), "untouched");
+  EXPECT_EQ(host.read("report"), "untouched");
+}
+
+TEST_F(VirtualDaemonTest, ACameraKeepsItsLevelsAndItsNameButNotItsOtherNode) {
+  for (const std::string head : {"[camera]\ntype camera\n", "[camera] type camera\n\n"}) {
+    const VirtualDaemon daemon(head + "node_path /nowhere/fps\nlevel_table 30 24 15\n");
+    Device* const camera = daemon.devices.at("camera");
+    EXPECT_EQ(dynamic_cast<CameraDevice*>(camera), nullptr) << head;
+    EXPECT_EQ(camera->levelTable, (std::vector<std::string>{"30", "24", "15"})) << head;
+    EXPECT_EQ(daemon.describe().devices.at(0).kind, "camera") << head;
+  }
+}
+
+TEST_F(VirtualDaemonTest, ASensorReadsTheNodeThatItIsGiven) {
+  VirtualDaemon daemon("[cpu]\ntype real\nnode_path /nowhere/temp\n");
+  Sensor& sensor = *daemon.sensors.at("cpu");
+  const auto node = VirtualDaemon::connect(sensor);
+  ASSERT_TRUE(node);
+  for (const std::string temperature : {"45123", "-7000", "0"}) {
+    node->replace(temperature + "\n");
+    sensor.updateTemp();
+    EXPECT_EQ(std::to_string(sensor.temperature), temperature);
+  }
+}
+
+TEST_F(VirtualDaemonTest, DescribesWhatTheFilesDeclare) {
+  VirtualDaemon daemon("[cpu]\ntype real\nsampling 250\nnode_path /nowhere/temp\n\n"
+                       "[skin]\ntype virtual\nsampling 1000\ntrip_sensor cpu\nsensors cpu\n"
+                       "weights 2\n\n"
+                       "[gpu]\ntype gpufreq\nnode_path /nowhere/gpu\nlevel_table 3 2 1\n\n"
+                       "[log]\ntype report\nnode_path /nowhere/log\n");
+  ASSERT_EQ(daemon.parseConfiguration("SCEN game\n[cold]\nalgo_type monitor\nsensor skin\n"
+                                      "lowactive true\nthresholds 10000 0\nthresholds_clr 12000\n"
+                                      "actions gpu+log gpu\naction_info 1+1 2\n\n"
+                                      "[step]\nalgo_type ss\nsensor cpu\ndevice gpu\n"
+                                      "set_point 60000\nset_point_clr 55000\n"),
+            std::nullopt);
+  const TraceDescription board = daemon.describe();
+  ASSERT_EQ(board.sensors.size(), 2U);
+  EXPECT_EQ(board.sensors[0].name, "cpu");
+  EXPECT_EQ(board.sensors[0].period, 250U);
+  EXPECT_EQ(board.sensors[1].kind, SensorTrack::Kind::kVirtual);
+  ASSERT_EQ(board.devices.size(), 2U);
+  EXPECT_EQ(board.devices[0].levels, (std::vector<std::string>{"3", "2", "1"}));
+  EXPECT_EQ(board.devices[1].kind, "report");
+
+  const std::vector<AlgorithmTrack> items = daemon.describeItems(board, "day.conf");
+  ASSERT_EQ(items.size(), 2U);
+  EXPECT_EQ(items[0].name, "step");
+  EXPECT_EQ(items[0].kind, AlgorithmTrack::Kind::kStep);
+  ASSERT_EQ(items[0].thresholds.size(), 1U);
+  EXPECT_EQ(items[0].thresholds[0].cleared, 55000);
+  EXPECT_EQ(items[0].devices, std::vector<size_t>{0});
+  EXPECT_EQ(items[1].name, "cold");
+  EXPECT_EQ(items[1].scenario, "game");
+  EXPECT_EQ(items[1].configuration, "day.conf");
+  EXPECT_EQ(items[1].sensor, 1U);
+  EXPECT_TRUE(items[1].lowactive);
+  ASSERT_EQ(items[1].thresholds.size(), 2U);
+  EXPECT_EQ(items[1].thresholds[0].reached, 10000);
+  EXPECT_EQ(items[1].thresholds[0].cleared, 12000);
+  EXPECT_EQ(items[1].thresholds[1].cleared, 0) << "a missing one is the threshold itself";
+  EXPECT_EQ(items[1].devices, (std::vector<size_t>{0, 1}));
+  EXPECT_EQ(daemon.items().size(), 2U);
+}
+
+TEST_F(VirtualDaemonTest, TellsTheErrorAtWhichTheDaemonWouldEnd) {
+  VirtualDaemon daemon("");
+  EXPECT_EQ(daemon.parseConfiguration("[x]\nalgo_type other\n"),
+            "[TalmorThermal] [CONF PARSE FAIL] Algo type should be 'monitor' or 'SS'\n");
+}
+
+} // namespace
+} // namespace simulation

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "text/PlacedText.h"
+
+// One line of a section or an item below its type line.
+struct Property {
+  Word key;
+  // All words behind the key, those that the daemon does not look at included.
+  std::vector<Word> words;
+  // Whether the daemon takes the key up in a block of this kind.
+  bool known = false;
+};
+
+// What a section and an item have in common: a header and the lines that belong to it.
+struct Block {
+  // The header's first word, brackets included.
+  Word header;
+  // What the daemon makes of it: the word without its first and its last character.
+  std::string name;
+  // In the file's order, the unknown keys included.
+  std::vector<Property> properties;
+  // False behind the place where the daemon stops reading, and for a section that it stops at: no
+  // one but this tool makes anything of the block.
+  bool readByDaemon = true;
+
+  // The last line of that key, the one that counts; null without any.
+  const Property* last(const std::string& key) const;
+
+  // What to mark for something about `key`: the first value of its last line, failing that the key,
+  // failing that the header.
+  const Word& place(const std::string& key) const;
+
+  // The name with its place.
+  Word nameWord() const;
+};

@@ -1,0 +1,121 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "board/Block.h"
+
+struct Section;
+
+// What the word behind "type" makes of a section. An unknown one is read like a device's and then
+// dropped.
+enum class SectionKind { Real, Virtual, ConfFile, Device, Unknown };
+
+// The kind of a kind word, in the daemon's own spelling alone.
+SectionKind sectionKind(const std::string& word);
+const std::vector<std::string>& sectionKindWords();
+
+// The keys that the daemon takes up in a section of that kind.
+const std::vector<std::string>& sectionKeys(SectionKind kind);
+
+// A sensor's or device's name where one is referred to, and what the daemon finds under it at that
+// moment, or null. A virtual section finds only what stands further up.
+struct Reference {
+  Word word;
+  const Section* section = nullptr;
+};
+
+// One entry of a level table.
+struct Level {
+  // What the daemon keeps, without quotes.
+  std::string text;
+  // What is written in the file, from the entry's first to its last character; the words of a
+  // quoted one with one space between them.
+  Word word;
+  bool quoted = false;
+  // False for a quoted entry that took the rest of its line for want of a closing quote.
+  bool closed = true;
+  // For a quoted entry that holds a further quote: the text from right behind that quote to the end
+  // of its word.
+  std::optional<Word> behindQuote;
+};
+
+// A section of the environment file: a sensor, a device, or the name of the configuration.
+struct Section : Block {
+  SectionKind kind = SectionKind::Unknown;
+  // The word "type"; nothing where no such line is.
+  std::optional<Word> typeWord;
+  // The word behind it. Without one its text is empty and its place that of "type".
+  Word kindWord;
+
+  // Of a sensor.
+  Number sampling{1000, {}};
+  // Of a virtual sensor. A list keeps the words of all of its lines in their order.
+  Number setPoint;
+  Number setPointClr;
+  std::vector<Reference> sources;
+  std::vector<Number> weights;
+  std::vector<Number> offsets;
+  // With a "trip_sensor" line; one without a word names the sensor "".
+  std::optional<Reference> trip;
+
+  // Of a real sensor or a device.
+  std::optional<Word> nodePath;
+  // Of a device, or of a section of an unknown kind.
+  std::vector<Level> levels;
+  // "integer", "hex", "bin" or "string": what decides how a device writes its entries.
+  std::string valueType = "integer";
+
+  bool isSensor() const { return kind == SectionKind::Real || kind == SectionKind::Virtual; }
+  bool isDevice() const { return kind == SectionKind::Device; }
+  // Wraps around like the daemon's.
+  int32_t weightSum() const;
+};
+
+// A place where the daemon stops reading the environment, without a word and for good.
+struct EnvironmentBreak {
+  enum Cause {
+    NoHeader,     // a line where a header is expected does not begin with "["
+    NothingBelow, // a header with a blank line or the end of the file below it
+    NoTypeLine,   // a header with another line than a "type" line below it
+  };
+  Cause cause = NoHeader;
+  // The word that should have been another; for NothingBelow the header.
+  Word word;
+  // The header's section, but for NoHeader.
+  const Section* section = nullptr;
+};
+
+// The environment file, as the daemon reads it and, behind the place where it stops, as it would
+// once that place were put right.
+struct Environment {
+  Environment() = default;
+  // Sections point at each other, and the items of a configuration at them.
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+  Environment(Environment&&) = default;
+  Environment& operator=(Environment&&) = default;
+
+  std::string file;
+  std::deque<Section> sections;
+  // The first is where the daemon stops; the others are what it would meet next. Empty for a file
+  // that is read to its end.
+  std::vector<EnvironmentBreak> breaks;
+
+  // What the daemon ends up with. A sensor that is named but not defined above has a null entry.
+  std::map<std::string, const Section*> sensors;
+  std::map<std::string, const Section*> devices;
+  Word confFileName{"talmor-thermal_default.conf", {}};
+
+  // The sensor or device that the daemon knows under that name, or null.
+  const Section* sensor(const std::string& name) const;
+  const Section* device(const std::string& name) const;
+  // The last section of that name, one that the daemon drops or never reads included; or null.
+  const Section* named(const std::string& name) const;
+};
+
+Environment readEnvironment(std::string file, const std::string& content);

@@ -1,0 +1,64 @@
+#include "board/MeantItems.h"
+
+#include <algorithm>
+
+#include "config/TextReader.h"
+
+namespace {
+
+// The first of them, without any lines.
+Item headOf(const Item& whole) {
+  Item item;
+  item.header = whole.header;
+  item.name = whole.name;
+  item.readByDaemon = whole.readByDaemon;
+  item.kind = whole.kind;
+  item.kindWord = whole.kindWord;
+  item.scenario = whole.scenario;
+  item.scenarioLine = whole.scenarioLine;
+  return item;
+}
+
+Item begunBy(const Word& header, const std::string& scenario) {
+  Item item;
+  item.header = header;
+  item.name = headerName(header.text);
+  item.readByDaemon = false;
+  item.scenario = scenario;
+  return item;
+}
+
+bool isTypeLine(const Property& property, const Item& item) {
+  return property.key.text == "algo_type" && item.kindWord.text.empty() && !property.words.empty();
+}
+
+} // namespace
+
+bool beginsAnother(const Property& property) {
+  return property.key.text[0] == '[' || property.key.text == "SCEN";
+}
+
+bool merged(const Item& item) {
+  return std::any_of(item.properties.begin(), item.properties.end(), beginsAnother);
+}
+
+std::deque<Item> meantItems(const Item& whole, const Environment& environment) {
+  std::deque<Item> items = {headOf(whole)};
+  std::string scenario = whole.scenario;
+  for (const Property& property : whole.properties) {
+    Item& item = items.back();
+    if (property.key.text == "SCEN") {
+      scenario = property.words.empty() ? "SCEN" : property.words.front().text;
+    } else if (beginsAnother(property)) {
+      items.push_back(begunBy(property.key, scenario));
+    } else if (isTypeLine(property, item)) {
+      item.kindWord = property.words.front();
+      item.kind = meantKind(item.kindWord.text);
+    } else {
+      item.properties.push_back(property);
+    }
+  }
+  for (Item& item : items)
+    interpret(item, environment);
+  return items;
+}

@@ -1,0 +1,155 @@
+#include <algorithm>
+
+#include "check/environment/EnvironmentRules.h"
+#include "core/Int32.h"
+
+namespace {
+
+// Below this a sensor costs more than it tells, in milliseconds: temperatures do not move so fast.
+constexpr int32_t kShortestPeriod = 50;
+
+// Calls `visit` with each sensor.
+template <typename Visit> void forSensors(const Subject& subject, Visit visit) {
+  for (const Section& section : subject.environment.sections)
+    if (section.isSensor()) visit(section);
+}
+
+bool hasReadableSampling(const Section& section) {
+  return section.last("sampling") && isNumber(section.sampling.word.text);
+}
+
+void checkSamplingIsGiven(const Subject& subject, Report& report) {
+  const Marker mark(subject, report);
+  forSensors(subject, [&](const Section& section) {
+    if (!triesToGive(section, "sampling"))
+      mark(section.header, "no 'sampling': the daemon samples the sensor every 1000 ms",
+           "write 'sampling 1000' if that is meant");
+  });
+}
+
+std::string readAs(const std::string& key, const Number& number) {
+  if (number.word.text.empty())
+    return "no value behind " + quoted(key) + ": the daemon reads " + std::to_string(number.value);
+  const bool tooLarge = readingOf(number.word.text) == Reading::TooLarge;
+  return quoted(number.word.text) + (tooLarge ? " is beyond 32 bits" : " is no whole number") +
+         ": the daemon reads " + std::to_string(number.value);
+}
+
+void checkSamplingIsANumber(const Subject& subject, Report& report) {
+  const Marker mark(subject, report);
+  forSensors(subject, [&](const Section& section) {
+    if (section.last("sampling") && !hasReadableSampling(section))
+      mark(section.place("sampling"), readAs("sampling", section.sampling),
+           "write the period in milliseconds, in digits alone");
+  });
+}
+
+void checkSamplingIsPositive(const Subject& subject, Report& report) {
+  const Marker mark(subject, report);
+  forSensors(subject, [&](const Section& section) {
+    if (hasReadableSampling(section) && section.sampling.value <= 0)
+      mark(section.sampling.word,
+           "a period of " + std::to_string(section.sampling.value) +
+               " ms: the daemon samples the sensor every millisecond",
+           "write the period in milliseconds");
+  });
+}
+
+void checkSamplingIsLongEnough(const Subject& subject, Report& report) {
+  const Marker mark(subject, report);
+  forSensors(subject, [&](const Section& section) {
+    const int32_t period = section.sampling.value;
+    if (hasReadableSampling(section) && period > 0 && period < kShortestPeriod)
+      mark(section.sampling.word,
+           "the daemon wakes the processor every " + std::to_string(period) +
+               " ms for this sensor and wastes power",
+           "250 is short for a temperature");
+  });
+}
+
+bool takesNumbers(const std::string& key) {
+  return key == "set_point" || key == "set_point_clr" || key == "math" || key == "weights" ||
+         key == "offsets";
+}
+
+void checkNumbers(const Subject& subject, Report& report) {
+  const Marker mark(subject, report);
+  for (const Section* section : sectionsOf(subject.environment, SectionKind::Virtual))
+    for (const Property* property : ownProperties(*section)) {
+      if (!takesNumbers(property->key.text)) continue;
+      const std::string& key = property->key.text;
+      const bool isList = key == "weights" || key == "offsets";
+      const size_t taken = isList ? property->words.size() : 1;
+      if (property->words.empty() && !isList) mark(property->key, readAs(key, {}));
+      for (size_t i = 0; i < std::min(taken, property->words.size()); ++i)
+        if (!isNumber(property->words[i].text))
+          mark(property->words[i],
+               readAs(key, {parseInt32(property->words[i].text), property->words[i]}));
+    }
+}
+
+void checkNodePath(const Subject& subject, Report& report) {
+  const Marker mark(subject, report);
+  for (const Section& section : subject.environment.sections) {
+    const bool isReal = section.kind == SectionKind::Real;
+    if (!isReal && !section.isDevice()) continue;
+    const Property* last = section.last("node_path");
+    if (section.nodePath || (!last && triesToGive(section, "node_path"))) continue;
+    mark(section.place("node_path"),
+         isReal ? "no node: the sensor reads 0 forever, and nothing that watches it ever acts"
+                : "no node: what the daemon writes to this device goes nowhere",
+         "write 'node_path' and the path of the node");
+  }
+}
+
+void checkNodePathIsAbsolute(const Subject& subject, Report& report) {
+  const Marker mark(subject, report);
+  for (const Section& section : subject.environment.sections)
+    if (section.nodePath && section.nodePath->text[0] != '/')
+      mark(*section.nodePath,
+           "a path without \"/\" at its beginning: the daemon looks for the node wherever it was "
+           "started",
+           "write the whole path");
+}
+
+} // namespace
+
+std::vector<Rule> sensorRules() {
+  return {
+      {"sampling-missing", Severity::Warning,
+       "A sensor has no 'sampling' line. The daemon then samples it every 1000 milliseconds, "
+       "which "
+       "may be too slow for a hot spot. Write the period that is meant.",
+       checkSamplingIsGiven},
+      {"sampling-not-a-number", Severity::Warning,
+       "The period of a sensor is not a whole number. The daemon takes the digits at the front of "
+       "the word and 0 if there are none: \"500ms\" is 500, 'fast' is 0, and 0 samples every "
+       "millisecond. Write milliseconds in digits alone.",
+       checkSamplingIsANumber},
+      {"sampling-not-positive", Severity::Warning,
+       "The period of a sensor is 0 or negative. The daemon samples it every millisecond, which "
+       "keeps a processor awake. Write the period in milliseconds.",
+       checkSamplingIsPositive},
+      {"sampling-too-short", Severity::Warning,
+       "The period of a sensor is below 50 milliseconds. Temperatures do not change so fast, and "
+       "each sample wakes a processor. Write 100 or more, but for a sensor under test.",
+       checkSamplingIsLongEnough},
+      {"section-value-not-a-number", Severity::Warning,
+       "A value of a virtual sensor is not a whole number. The daemon takes the digits at the "
+       "front "
+       "of the word and 0 if there are none; a number beyond 32 bits is cut to them. Write digits "
+       "alone: temperatures are thousandths of a degree, weights have no fraction.",
+       checkNumbers},
+      {"node-path-missing", Severity::Error,
+       "A real sensor or a device has no 'node_path', or the line has no path. Such a sensor "
+       "reads "
+       "0 at all times, so that nothing that watches it ever acts, and what is written to such a "
+       "device goes nowhere. The daemon logs one line at start-up and carries on.",
+       checkNodePath},
+      {"node-path-relative", Severity::Warning,
+       "A node's path does not begin with \"/\". The daemon looks for it from the directory in "
+       "which "
+       "it was started, which nothing lays down. Write the whole path.",
+       checkNodePathIsAbsolute},
+  };
+}

@@ -1,0 +1,66 @@
+#include "check/output/Explanation.h"
+
+#include <cctype>
+
+#include "check/Check.h"
+#include "check/output/PlainText.h"
+
+namespace {
+
+constexpr size_t kTerminalWidth = 80;
+constexpr size_t kPageWidth = 110;
+
+std::string capitalised(std::string word) {
+  word[0] = static_cast<char>(std::toupper(word[0]));
+  return word;
+}
+
+void printExplanation(std::ostream& out, const Rule& rule) {
+  out << rule.name << " (" << nameOf(rule.severity) << ")\n\n"
+      << wrapped(rule.explanation, kTerminalWidth);
+}
+
+// Keeps Markdown from taking parts of a plain text for its own signs.
+std::string escaped(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    if (std::string("\\`*<").find(c) != std::string::npos) result += '\\';
+    result += c;
+  }
+  return result;
+}
+
+void printChapter(std::ostream& out, const char* title, const std::vector<Rule>& rules) {
+  out << "\n## " << title << '\n';
+  for (const Rule& rule : rules)
+    out << "\n### " << rule.name << "\n\n"
+        << wrapped("**" + capitalised(nameOf(rule.severity)) + ".** " + escaped(rule.explanation),
+                   kPageWidth);
+}
+
+} // namespace
+
+std::string summaryOf(const Rule& rule) {
+  const std::string text = rule.explanation;
+  return text.substr(0, text.find(". ")) + (text.find(". ") == std::string::npos ? "" : ".");
+}
+
+void printExplanations(std::ostream& out, const std::vector<Rule>& rules) {
+  const char* between = "";
+  for (const Rule& rule : rules) {
+    out << between;
+    printExplanation(out, rule);
+    between = "\n";
+  }
+}
+
+void printRulesPage(std::ostream& out) {
+  out << "# The rules of thermalctl check\n\n"
+      << wrapped("What `thermalctl check` looks for in the two files. An error leaves a sensor, a "
+                 "device or an item dead or wrong, or ends the daemon; a warning is for the rest. "
+                 "`--disable RULE` leaves a rule out. This page is what `thermalctl check "
+                 "--explain all --format markdown` prints.",
+                 kPageWidth);
+  printChapter(out, "The environment file", environmentRules());
+  printChapter(out, "The configuration", configurationRules());
+}

@@ -1,0 +1,105 @@
+#include "check/output/Json.h"
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Raised whenever a field changes its meaning or goes.
+constexpr int kFormatVersion = 1;
+
+Json toJson(const Finding& finding, const Sources& sources) {
+  const Mark mark = markOf(finding, sources);
+  return {{"rule", finding.rule},       {"severity", nameOf(finding.severity)},
+          {"file", finding.file},       {"line", finding.at.line},
+          {"column", mark.column},      {"end_column", mark.endColumn},
+          {"message", finding.message}, {"hint", finding.hint}};
+}
+
+Json toJson(const UnreadFile& file) {
+  return {{"file", file.name}, {"reason", file.reason}};
+}
+
+Json countsOf(const Inspection& inspection) {
+  const size_t errors = errorsIn(inspection.findings);
+  return {{"errors", errors},
+          {"warnings", inspection.findings.size() - errors},
+          {"files", inspection.sources.size()}};
+}
+
+Json sensorModel(const std::string& name, const Section& sensor) {
+  return {{"name", name},
+          {"kind", sensor.kindWord.text},
+          {"sampling", static_cast<uint32_t>(sensor.sampling.value)}};
+}
+
+Json deviceModel(const std::string& name, const Section& device) {
+  return {{"name", name},
+          {"kind", device.kindWord.text},
+          {"value_type", device.valueType},
+          {"levels", device.levels.size()}};
+}
+
+Json environmentModel(const Environment& environment) {
+  Json sensors = Json::array();
+  for (const auto& [name, sensor] : environment.sensors)
+    if (sensor) sensors.push_back(sensorModel(name, *sensor));
+  Json devices = Json::array();
+  for (const auto& [name, device] : environment.devices)
+    devices.push_back(deviceModel(name, *device));
+  return {{"file", environment.file},
+          {"sensors", sensors},
+          {"devices", devices},
+          {"conf_file", environment.confFileName.text}};
+}
+
+Json itemModel(const Item& item) {
+  return {{"name", item.name},         {"kind", item.kind == ItemKind::SS ? "ss" : "monitor"},
+          {"scenario", item.scenario}, {"sensor", item.sensor->word.text},
+          {"sampling", item.period()}, {"worker", item.workerKey()}};
+}
+
+// Null for a file that the daemon reads to its end.
+Json fatalModel(const ConfigurationError* error) {
+  if (!error) return nullptr;
+  return {{"line", error->word.at.line}, {"message", error->message}};
+}
+
+Json configurationModel(const Configuration& configuration) {
+  Json items = Json::array();
+  for (const Item& item : configuration.items)
+    if (item.created) items.push_back(itemModel(item));
+  return {{"file", configuration.file},
+          {"fatal", fatalModel(configuration.fatal())},
+          {"scenarios", configuration.scenarios},
+          {"items", items}};
+}
+
+// Null without the environment file: the daemon needs it for anything.
+Json modelOf(const Inspection& inspection) {
+  if (!inspection.hasBoard) return nullptr;
+  Json configurations = Json::array();
+  for (const Configuration& configuration : inspection.configurations)
+    configurations.push_back(configurationModel(configuration));
+  return {{"environment", environmentModel(inspection.environment)},
+          {"configurations", configurations}};
+}
+
+} // namespace
+
+void printJson(std::ostream& out, const Inspection& inspection) {
+  Json findings = Json::array();
+  for (const Finding& finding : inspection.findings)
+    findings.push_back(toJson(finding, inspection.sources));
+  Json unread = Json::array();
+  for (const UnreadFile& file : inspection.unread)
+    unread.push_back(toJson(file));
+  const Json result = {{"version", kFormatVersion},
+                       {"findings", findings},
+                       {"counts", countsOf(inspection)},
+                       {"unread", unread},
+                       {"model", modelOf(inspection)}};
+  // A file may hold any bytes; what is not UTF-8 must not stop the output.
+  out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}

@@ -1,0 +1,141 @@
+#include "check/output/PlainText.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iomanip>
+#include <sstream>
+
+namespace {
+
+// What is shown of a line, and how much of it at least before the marked text.
+constexpr size_t kWidth = 100;
+constexpr size_t kContext = 40;
+constexpr char kCut[] = "...";
+
+constexpr char kBold[] = "1";
+constexpr char kRed[] = "1;31";
+constexpr char kMagenta[] = "1;35";
+constexpr char kGreen[] = "1;32";
+constexpr char kCyan[] = "1;36";
+
+class Painter {
+public:
+  explicit Painter(Colour colour_) : colour(colour_) {}
+
+  std::string operator()(const char* code, const std::string& text) const {
+    if (colour == Colour::Off) return text;
+    return std::string("\x1B[") + code + "m" + text + "\x1B[0m";
+  }
+
+private:
+  Colour colour;
+};
+
+// A line as it is shown, and the marked characters of that.
+struct Excerpt {
+  std::string text;
+  size_t from = 0;
+  size_t to = 0;
+};
+
+// The characters `from` to `to` of a line.
+std::string_view slice(const Line& line, size_t from, size_t to) {
+  const size_t start = from < line.starts.size() ? line.starts[from] : line.text.size();
+  const size_t end = to < line.starts.size() ? line.starts[to] : line.text.size();
+  return std::string_view(line.text).substr(start, end - start);
+}
+
+// White space at the end of a line means nothing and is not shown.
+size_t shownLength(const Line& line) {
+  const size_t bytes = line.text.find_last_not_of("\t\v\f\r ") + 1;
+  return line.charactersBefore(bytes);
+}
+
+Excerpt excerptOf(const Mark& mark) {
+  const auto from = static_cast<size_t>(mark.column) - 1;
+  const auto to = static_cast<size_t>(mark.endColumn) - 1;
+  const size_t length = shownLength(mark.line);
+  const bool fits = length <= kWidth || to <= kWidth;
+  const size_t first = fits ? 0 : from - std::min(from, kContext);
+  const size_t last = std::min(length, first + kWidth);
+
+  Excerpt excerpt;
+  excerpt.from = from - first;
+  excerpt.to = std::max(excerpt.from + 1, std::min(to, std::max(last, from)) - first);
+  if (first > 0) {
+    excerpt.text = kCut;
+    excerpt.from += excerpt.text.size();
+    excerpt.to += excerpt.text.size();
+  }
+  excerpt.text += visible(slice(mark.line, first, std::max(first, last)));
+  if (last < length) excerpt.text += kCut;
+  return excerpt;
+}
+
+void printMarkedLine(std::ostream& out, int number, const Excerpt& excerpt, const Painter& paint) {
+  const std::string underline = "^" + std::string(excerpt.to - excerpt.from - 1, '~');
+  out << std::setw(5) << number << " | " << excerpt.text << '\n'
+      << std::setw(5) << ""
+      << " | " << std::string(excerpt.from, ' ') << paint(kGreen, underline) << '\n';
+}
+
+void printFinding(std::ostream& out, const Finding& finding, const Sources& sources,
+                  const Painter& paint) {
+  const bool isError = finding.severity == Severity::Error;
+  const Mark mark = markOf(finding, sources);
+  const std::string place = visible(finding.file) + ":" + std::to_string(finding.at.line) + ":" +
+                            std::to_string(mark.column) + ":";
+  out << paint(kBold, place) << ' '
+      << paint(isError ? kRed : kMagenta, std::string(nameOf(finding.severity)) + ":") << ' '
+      << visible(finding.message) << " [" << finding.rule << "]\n";
+  printMarkedLine(out, finding.at.line, excerptOf(mark), paint);
+  if (!finding.hint.empty())
+    out << "      " << paint(kCyan, "hint:") << ' ' << visible(finding.hint) << '\n';
+}
+
+std::string counted(size_t number, const std::string& what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
+std::string summary(const std::vector<Finding>& findings, size_t files) {
+  const size_t errors = errorsIn(findings);
+  const size_t warnings = findings.size() - errors;
+  std::string problems;
+  if (errors > 0) problems = counted(errors, "error");
+  if (errors > 0 && warnings > 0) problems += " and ";
+  if (warnings > 0) problems += counted(warnings, "warning");
+  return (findings.empty() ? "no problems" : problems) + " in " + counted(files, "file");
+}
+
+} // namespace
+
+Colour colourFor(int fileDescriptor) {
+  const char* noColour = std::getenv("NO_COLOR");
+  const bool refused = noColour && *noColour;
+  return ::isatty(fileDescriptor) && !refused ? Colour::On : Colour::Off;
+}
+
+void printText(std::ostream& out, const std::vector<Finding>& findings, const Sources& sources,
+               Colour colour) {
+  const Painter paint(colour);
+  for (const Finding& finding : findings)
+    printFinding(out, finding, sources, paint);
+  out << summary(findings, sources.size()) << '\n';
+}
+
+std::string wrapped(const std::string& text, size_t width) {
+  std::istringstream words(text);
+  std::string result;
+  std::string line;
+  std::string word;
+  while (words >> word) {
+    if (!line.empty() && line.size() + 1 + word.size() > width) {
+      result += line + '\n';
+      line.clear();
+    }
+    line += (line.empty() ? "" : " ") + word;
+  }
+  return line.empty() ? result : result + line + '\n';
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "text/PlacedText.h"
+
+enum class Severity { Warning, Error };
+
+// What a rule found at one place of one file.
+struct Finding {
+  std::string rule;
+  Severity severity = Severity::Warning;
+  // As the user named it.
+  std::string file;
+  // Where the marked text begins, and how many bytes of its line it takes.
+  Position at;
+  size_t length = 1;
+  // What the daemon will do, in the user's terms; no full stop, no line feed.
+  std::string message;
+  // What to write instead; empty when there is nothing better to say than the message.
+  std::string hint;
+};
+
+// "error" or "warning".
+const char* nameOf(Severity severity);
+
+// How many of them are errors.
+size_t errorsIn(const std::vector<Finding>& findings);

@@ -1,0 +1,57 @@
+#include "daemon/MemoryFile.h"
+
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace simulation {
+
+namespace {
+
+void require(bool done) {
+  if (!done) throw std::system_error(errno, std::generic_category(), "a file in memory");
+}
+
+} // namespace
+
+MemoryFile::MemoryFile(const std::string& text) : file(::memfd_create("node", MFD_CLOEXEC)) {
+  require(file >= 0);
+  overwrite(text.data(), text.size());
+}
+
+MemoryFile::~MemoryFile() {
+  ::close(file);
+}
+
+const char* MemoryFile::folder() {
+  return "/proc/self/fd/";
+}
+
+std::string MemoryFile::name() const {
+  return std::to_string(file);
+}
+
+std::string MemoryFile::path() const {
+  return folder() + name();
+}
+
+void MemoryFile::replace(const std::string& text) {
+  require(::ftruncate(file, 0) == 0);
+  overwrite(text.data(), text.size());
+}
+
+void MemoryFile::overwrite(const char* bytes, size_t count) {
+  require(::pwrite(file, bytes, count, 0) == static_cast<ssize_t>(count));
+}
+
+void raiseFileLimit() {
+  struct rlimit limit = {};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+} // namespace simulation

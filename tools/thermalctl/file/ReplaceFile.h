@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <system_error>
+
+#include "file/FileHandle.h"
+
+// The new file, open, or why there is none.
+struct Replacement {
+  FileHandle file;
+  std::error_code error;
+};
+
+// Puts a file that holds `content` in the place of `path` at once: whoever opens it finds the old
+// text or the new one, never a part. It has the mode and, as far as the system allows, the owner of
+// the old one, which may be another program's to write; where there was none, all may read it.
+// After a failure everything is as it was.
+Replacement replaceFile(const std::string& path, const std::string& content);

@@ -1,0 +1,73 @@
+#include "log/BoardFolder.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "config/TextReader.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> filesOf(const std::string& folder, const std::string& extension) {
+  std::vector<fs::path> files;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    if (entry.path().extension() == extension) files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+// The daemon's last words without its prefix and its line feed.
+std::string plain(const std::string& message) {
+  const size_t start = message.rfind("] ");
+  return message.substr(start == std::string::npos ? 0 : start + 2,
+                        message.find_last_not_of('\n') + 1 - (start + 2));
+}
+
+} // namespace
+
+BoardFolder::BoardFolder(const std::string& folder, std::vector<std::string>& problems) {
+  const std::vector<fs::path> environments = filesOf(folder, ".env");
+  if (environments.size() != 1) {
+    problems.push_back(folder + ": a board's folder has one *.env file, this one has " +
+                       std::to_string(environments.size()));
+    return;
+  }
+  const std::optional<std::string> environment = readFile(environments[0]);
+  if (!environment) {
+    problems.push_back(environments[0].string() + ": cannot be read");
+    return;
+  }
+  parts = simulation::VirtualDaemon(*environment).describe();
+  for (const fs::path& path : filesOf(folder, ".conf"))
+    addConfiguration(path, *environment, problems);
+  if (all.empty()) return;
+  initial = named(environments[0].stem().string() + ".conf");
+  if (!initial) initial = &all.front();
+}
+
+const BoardFolder::Configuration* BoardFolder::named(const std::string& name) const {
+  const auto found = std::find_if(
+      all.begin(), all.end(), [&name](const Configuration& known) { return known.name == name; });
+  return found == all.end() ? nullptr : &*found;
+}
+
+void BoardFolder::addConfiguration(const std::string& path, const std::string& environment,
+                                   std::vector<std::string>& problems) {
+  const std::optional<std::string> text = readFile(path);
+  if (!text) {
+    problems.push_back(path + ": cannot be read");
+    return;
+  }
+  auto daemon = std::make_unique<simulation::VirtualDaemon>(environment);
+  if (const auto message = daemon->parseConfiguration(*text)) {
+    problems.push_back(path + ": the daemon ends with it: " + plain(*message));
+    return;
+  }
+  const std::string name = fs::path(path).filename().string();
+  const std::vector<Algo*> items = daemon->items();
+  all.push_back({name, daemon->describeItems(parts, name), {items.begin(), items.end()}});
+  daemons.push_back(std::move(daemon));
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "daemon/VirtualDaemon.h"
+#include "trace/Trace.h"
+
+// A board's folder, read with the daemon's own parsers: what a log does not say about its sensors,
+// devices and algorithms. Nothing of the host is opened but these files.
+class BoardFolder {
+public:
+  struct Configuration {
+    std::string name; // the file's
+    std::vector<AlgorithmTrack> algorithms;
+    std::vector<const Algo*> items; // in the same order
+  };
+
+  // Reads the one *.env file of the folder and all *.conf files in it. What stands in the way is
+  // added to `problems`.
+  BoardFolder(const std::string& folder, std::vector<std::string>& problems);
+
+  // Sensors and devices, without algorithms.
+  const TraceDescription& description() const { return parts; }
+  const std::deque<Configuration>& configurations() const { return all; }
+  // The configuration of that name; null without one.
+  const Configuration* named(const std::string& name) const;
+  // The one that bears the environment's name, which a device is shipped with; otherwise the first.
+  // Null without any.
+  const Configuration* first() const { return initial; }
+
+private:
+  void addConfiguration(const std::string& path, const std::string& environment,
+                        std::vector<std::string>& problems);
+
+  TraceDescription parts;
+  std::deque<std::unique_ptr<simulation::VirtualDaemon>> daemons; // one holds each one's items
+  std::deque<Configuration> all;
+  const Configuration* initial = nullptr;
+};

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "log/BoardFolder.h"
+#include "log/LogReader.h"
+#include "trace/Trace.h"
+
+// Plays a device's log into `sink` as a run called `name`; nothing is played where the log holds no
+// message of the daemon. `board` may be null. Returns what became of the log's lines.
+LogReader::Counts playLog(const std::string& text, const std::string& name,
+                          const BoardFolder* board, TraceSink& sink);

@@ -1,0 +1,111 @@
+#include "log/LogTime.h"
+
+#include <array>
+
+namespace {
+
+constexpr int64_t kSecond = 1000; // milliseconds
+constexpr int64_t kDay = 86400 * kSecond;
+constexpr int64_t kYear = 365 * kDay;
+// Threads write their lines a little out of order.
+constexpr int64_t kDisorder = kSecond;
+// Nobody keeps a log that is silent for so long: the clock was set.
+constexpr int64_t kLongestGap = 30 * kDay;
+
+constexpr bool isDigit(char character) {
+  return character >= '0' && character <= '9';
+}
+
+// A number of exactly `count` digits at `at`, or -1.
+int64_t digits(std::string_view text, size_t at, size_t count) {
+  if (at + count > text.size()) return -1;
+  int64_t number = 0;
+  for (size_t i = at; i < at + count; ++i) {
+    if (!isDigit(text[i])) return -1;
+    number = 10 * number + (text[i] - '0');
+  }
+  return number;
+}
+
+bool isLeap(int64_t year) {
+  return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
+
+// Days from the start of year 1 to that of `year`; none without a year.
+int64_t daysBefore(int64_t year) {
+  const int64_t past = year - 1;
+  return past * 365 + past / 4 - past / 100 + past / 400;
+}
+
+int64_t dayOfYear(int64_t month, int64_t day, bool leap) {
+  static constexpr std::array<int64_t, 12> kDaysBefore = {0,   31,  59,  90,  120, 151,
+                                                          181, 212, 243, 273, 304, 334};
+  return kDaysBefore[static_cast<size_t>(month - 1)] + day - 1 + (leap && month > 2 ? 1 : 0);
+}
+
+// The first three digits behind the point.
+int64_t milliseconds(std::string_view text, size_t at) {
+  return at < text.size() && text[at] == '.' ? digits(text, at + 1, 3) : -1;
+}
+
+// "MM-DD hh:mm:ss.fff"; year 0 is none.
+std::optional<int64_t> parseDate(std::string_view text, int64_t year) {
+  if (text.size() < 18 || text[2] != '-' || text[5] != ' ' || text[8] != ':' || text[11] != ':')
+    return std::nullopt;
+  const int64_t month = digits(text, 0, 2);
+  const int64_t day = digits(text, 3, 2);
+  const int64_t hour = digits(text, 6, 2);
+  const int64_t minute = digits(text, 9, 2);
+  const int64_t second = digits(text, 12, 2);
+  const int64_t fraction = milliseconds(text, 14);
+  if (month < 1 || month > 12 || day < 1 || hour < 0 || minute < 0 || second < 0 || fraction < 0)
+    return std::nullopt;
+  const int64_t days = year == 0 ? dayOfYear(month, day, false)
+                                 : daysBefore(year) + dayOfYear(month, day, isLeap(year));
+  return days * kDay + ((hour * 60 + minute) * 60 + second) * kSecond + fraction;
+}
+
+// "123.456"
+std::optional<int64_t> parseSeconds(std::string_view text) {
+  size_t length = 0;
+  while (length < text.size() && length < 12 && isDigit(text[length]))
+    ++length;
+  const int64_t fraction = milliseconds(text, length);
+  if (length == 0 || fraction < 0) return std::nullopt;
+  return digits(text, 0, length) * kSecond + fraction;
+}
+
+} // namespace
+
+std::optional<int64_t> parseTime(std::string_view line) {
+  // The long format's header stands in brackets.
+  if (!line.empty() && line.front() == '[') line.remove_prefix(1);
+  const size_t start = line.find_first_not_of(' ');
+  if (start == std::string_view::npos) return std::nullopt;
+  line.remove_prefix(start);
+  if (line.size() > 2 && line[2] == '-') return parseDate(line, 0);
+  if (line.size() > 4 && line[4] == '-') {
+    const int64_t year = digits(line, 0, 4);
+    return year < 1 ? std::nullopt : parseDate(line.substr(5), year);
+  }
+  return parseSeconds(line);
+}
+
+int64_t LogClock::at(int64_t written) {
+  if (!running) {
+    running = true;
+    offset = -written;
+  }
+  int64_t time = written + offset;
+  if (time < last && last - time > kYear / 2) {
+    // A new year, which is not written.
+    offset += kYear;
+    time += kYear;
+  }
+  if (time < last - kDisorder || time > last + kLongestGap) {
+    ++setCount;
+    offset += last - time;
+    time = last;
+  }
+  return last = time < last ? last : time;
+}

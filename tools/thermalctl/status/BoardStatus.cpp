@@ -1,0 +1,168 @@
+#include "status/BoardStatus.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <sstream>
+#include <thread>
+
+#include "config/TextReader.h"
+#include "core/Int32.h"
+#include "status/NodeReading.h"
+
+namespace {
+
+StatusRow faultIn(StatusRow row, const std::string& note) {
+  row.note = note;
+  row.mood = StatusRow::Fault;
+  return row;
+}
+
+// It is empty for a moment while the daemon writes its answer.
+std::optional<std::string> wordOf(const ControlFile& file) {
+  std::optional<std::string> word = file.word();
+  for (int tries = 0; tries < 5 && word && word->empty(); ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    word = file.word();
+  }
+  return word;
+}
+
+StatusRow readWord(const std::string& name, const std::string& path) {
+  StatusRow row;
+  row.name = name;
+  const std::optional<std::string> word = wordOf(ControlFile(path));
+  if (!word || *word == kNoFile) return faultIn(row, "cannot be opened: " + path);
+  if (word->empty()) return faultIn(row, "empty");
+  row.value = *word;
+  return row;
+}
+
+StatusRow readRequest(const std::string& path) {
+  StatusRow row = readWord("request", path);
+  if (row.value == kParsed)
+    row.value = "none";
+  else if (!row.value.empty())
+    row.note = "pending";
+  return row;
+}
+
+// Millidegrees as degrees, all three places.
+std::string degrees(int32_t millidegrees) {
+  std::string digits = std::to_string(std::abs(static_cast<int64_t>(millidegrees)));
+  if (digits.size() < 4) digits.insert(0, 4 - digits.size(), '0');
+  digits.insert(digits.size() - 3, ".");
+  return (millidegrees < 0 ? "-" : "") + digits + " C";
+}
+
+bool isNumber(const std::string& word) {
+  char* end = nullptr;
+  std::strtol(word.c_str(), &end, 10);
+  return end != word.c_str();
+}
+
+StatusRow readSensor(const Section& sensor) {
+  StatusRow row{sensor.name, sensor.kindWord.text, "", "", "", StatusRow::Calm};
+  if (sensor.kind == SectionKind::Virtual) {
+    row.note = "computed, no node";
+    return row;
+  }
+  const std::string path = sensor.nodePath ? sensor.nodePath->text : "";
+  const NodeReading reading = readNode(path);
+  // The daemon reads whatever the mode says.
+  if (!reading.hasContent())
+    return faultIn(row, reading.fault + reading.reserve + (path.empty() ? "" : ": " + path));
+  std::string word;
+  std::istringstream(reading.content) >> word;
+  row.value = degrees(parseInt32(word));
+  if (word.empty()) return faultIn(row, "empty, which reads as 0");
+  if (!isNumber(word)) return faultIn(row, "'" + word + "', which reads as 0");
+  return row;
+}
+
+// What the daemon writes to the node for an entry of a table, as text.
+std::string written(const Section& device, const std::string& entry) {
+  const std::string& kind = device.kindWord.text;
+  if (kind == "camera") return entry;
+  if (kind == "cpufreq" || device.valueType == "integer") return std::to_string(parseInt32(entry));
+  if (device.valueType != "hex") return entry;
+  const std::string digits = entry.size() < 2 ? "" : entry.substr(2);
+  std::ostringstream text;
+  text << std::hex << std::strtoul(digits.c_str(), nullptr, 16);
+  return text.str();
+}
+
+// Where in the table the value stands, if it does.
+std::optional<size_t> levelOf(const Section& device, const std::string& value) {
+  const auto& levels = device.levels;
+  const auto entry = std::find_if(levels.begin(), levels.end(), [&](const Level& level) {
+    return value == written(device, level.text) || value == level.text;
+  });
+  if (entry == levels.end()) return std::nullopt;
+  return static_cast<size_t>(entry - levels.begin());
+}
+
+// A CPU clock's driver takes four raw bytes, and one that merely keeps them gives them back.
+std::string valueOf(const Section& device, const std::string& content) {
+  std::string text = content;
+  trim(text);
+  int32_t raw = 0;
+  if (device.kindWord.text != "cpufreq" || content.size() != sizeof raw) return text;
+  std::memcpy(&raw, content.data(), sizeof raw);
+  const std::string number = std::to_string(raw);
+  return !levelOf(device, number) && isNumber(text) ? text : number;
+}
+
+StatusRow readReport(StatusRow row, std::string content) {
+  trim(content);
+  row.note =
+      content.empty() ? "nothing reported" : "last: " + content.substr(content.rfind('\n') + 1);
+  return row;
+}
+
+StatusRow readDevice(const Section& device) {
+  StatusRow row{device.name, device.kindWord.text, "", "", "", StatusRow::Calm};
+  const std::string path = device.nodePath ? device.nodePath->text : "";
+  const NodeReading reading = readNode(path);
+  if (!reading.fault.empty())
+    return faultIn(row, reading.fault + (path.empty() ? "" : ": " + path));
+  row.note = reading.reserve;
+  if (!reading.hasContent()) return row;
+  if (row.kind == "report") return readReport(row, reading.content);
+  row.value = valueOf(device, reading.content);
+  const std::optional<size_t> level = levelOf(device, row.value);
+  if (row.value.empty())
+    row.note = "empty";
+  else if (!level)
+    row.note = "not in its level table";
+  if (!level) return row;
+  row.level = std::to_string(*level) + " of " + std::to_string(device.levels.size() - 1);
+  if (*level > 0) row.mood = StatusRow::Cooling;
+  return row;
+}
+
+} // namespace
+
+bool BoardStatus::hasFault() const {
+  const auto isFault = [](const StatusRow& row) { return row.mood == StatusRow::Fault; };
+  return isFault(scenario) || isFault(request) ||
+         std::any_of(sensors.begin(), sensors.end(), isFault) ||
+         std::any_of(devices.begin(), devices.end(), isFault);
+}
+
+BoardStatus readStatus(const ControlDirectory& directory, const Environment& environment) {
+  BoardStatus status;
+  status.scenario = readWord("scenario", directory.scenarioFile);
+  status.request = readRequest(directory.requestFile);
+  // In the file's order, and without those that the daemon does not know or that another of their
+  // name has replaced.
+  for (const Section& section : environment.sections) {
+    if (section.isSensor() && environment.sensor(section.name) == &section)
+      status.sensors.push_back(readSensor(section));
+    if (section.isDevice() && environment.device(section.name) == &section)
+      status.devices.push_back(readDevice(section));
+  }
+  return status;
+}

@@ -1,0 +1,67 @@
+#include "text/Nearest.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+char lowerCase(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool same(char a, char b) {
+  return lowerCase(a) == lowerCase(b);
+}
+
+// Nobody means a name as long as this for another; comparing such would take its time.
+constexpr size_t kLongest = 100;
+
+// The slips that a word of this length may hold and still be recognised.
+size_t tolerance(size_t length) {
+  return length < 3 ? 0 : length < 6 ? 1 : length < 12 ? 2 : 3;
+}
+
+} // namespace
+
+size_t editDistance(const std::string& a, const std::string& b) {
+  // Three rows of the usual table: the one being filled and the two before it.
+  std::array<std::vector<size_t>, 3> rows;
+  rows.fill(std::vector<size_t>(b.size() + 1));
+  for (size_t j = 0; j <= b.size(); ++j)
+    rows[0][j] = j;
+  for (size_t i = 1; i <= a.size(); ++i) {
+    std::vector<size_t>& row = rows[i % 3];
+    const std::vector<size_t>& above = rows[(i - 1) % 3];
+    row[0] = i;
+    for (size_t j = 1; j <= b.size(); ++j) {
+      const size_t replaced = above[j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1);
+      row[j] = std::min({above[j] + 1, row[j - 1] + 1, replaced});
+      if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
+        row[j] = std::min(row[j], rows[(i - 2) % 3][j - 2] + 1);
+    }
+  }
+  return rows[a.size() % 3][b.size()];
+}
+
+std::string nearest(const std::string& word, const std::vector<std::string>& candidates) {
+  if (word.size() > kLongest) return "";
+  std::string best;
+  size_t least = tolerance(word.size()) + 1;
+  for (const std::string& candidate : candidates) {
+    if (candidate == word) return "";
+    const size_t longer = std::max(word.size(), candidate.size());
+    const size_t shorter = std::min(word.size(), candidate.size());
+    // The difference in length is a part of the distance; the table is for near ones alone.
+    if (longer - shorter >= least) continue;
+    const size_t distance = editDistance(word, candidate);
+    if (distance >= least) continue;
+    least = distance;
+    best = candidate;
+  }
+  return best;
+}
+
+std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates) {
+  const std::string name = nearest(word, candidates);
+  return name.empty() ? "" : "did you mean '" + name + "'?";
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "check/rule/Finding.h"
+
+// A line of a file and where each of its characters begins. A byte that is not UTF-8 is a character
+// of its own.
+struct Line {
+  std::string text;
+  std::vector<size_t> starts;
+
+  // The characters before the `bytes`-th byte of the line; past its end, each byte counts as one.
+  size_t charactersBefore(size_t bytes) const;
+};
+
+// The content of a file with its lines at hand.
+class Source {
+public:
+  explicit Source(std::string content);
+
+  const std::string& text() const { return content; }
+
+  // A line without its line feed; an empty one where the file has no such line. Valid until another
+  // line is asked for.
+  const Line& line(int number) const;
+
+private:
+  std::string content;
+  std::vector<size_t> lineStarts;
+  // Many findings on one long line split it only once.
+  mutable int splitLine = 0;
+  mutable Line split;
+};
+
+// The files of a run by the names that the user gave them.
+using Sources = std::map<std::string, Source>;
+
+// The part of a line that a finding marks, in characters from 1; `endColumn` is the first one
+// behind it.
+struct Mark {
+  const Line& line;
+  int column;
+  int endColumn;
+};
+
+Mark markOf(const Finding& finding, const Sources& sources);
+
+// `text` on one line of a terminal: a sign stands for each control character, byte that is not
+// UTF-8, and character that changes the direction of writing. The number of characters is kept.
+std::string visible(std::string_view text);
