@@ -13,7 +13,3 @@ const Word& Block::place(const std::string& key) const {
   if (!property) return header;
   return property->words.empty() ? property->key : property->words.front();
 }
-
-Word Block::nameWord() const {
-  return {name, {header.at.line, header.at.column + 1}};
-}

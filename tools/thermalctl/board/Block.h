@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "text/PlacedText.h"
+#include "text/Word.h"
 
 // One line of a section or an item below its type line.
 struct Property {
@@ -32,7 +32,4 @@ struct Block {
   // What to mark for something about `key`: the first value of its last line, failing that the key,
   // failing that the header.
   const Word& place(const std::string& key) const;
-
-  // The name with its place.
-  Word nameWord() const;
 };

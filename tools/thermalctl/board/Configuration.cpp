@@ -6,31 +6,27 @@
 #include "board/MeantItems.h"
 #include "config/TextReader.h"
 #include "core/Int32.h"
+#include "text/Characters.h"
+#include "text/PlacedText.h"
 
 namespace {
 
 using Error = ConfigurationError;
 
-std::string lowerCase(std::string text) {
-  for (char& c : text)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return text;
-}
-
 ItemKind itemKind(const std::string& word) {
-  if (word == "monitor") return ItemKind::Monitor;
-  if (word == "ss") return ItemKind::SS;
-  return ItemKind::None;
+  if (word == "monitor") return ItemKind::kMonitor;
+  if (word == "ss") return ItemKind::kSS;
+  return ItemKind::kNone;
 }
 
 std::string messageOf(Error::Failure failure, const Item* item) {
   const std::string start = "[TalmorThermal] [CONF PARSE FAIL] ";
   switch (failure) {
-  case Error::NoItem:
+  case Error::kNoItem:
     return start + "Each item should be started with 'SCEN' or embraced with [name]";
-  case Error::NoType:
+  case Error::kNoType:
     return start + "Each item's property should contain & start with 'algo_type'";
-  case Error::BadType:
+  case Error::kBadType:
     return start + "Algo type should be 'monitor' or 'SS'";
   default:
     // The daemon's line ends the name where it holds a NUL.
@@ -148,9 +144,9 @@ private:
     const auto require = [this](bool given, const char* key) {
       if (!given) item.missing.emplace_back(key);
     };
-    if (item.kind == ItemKind::None) return;
+    if (item.kind == ItemKind::kNone) return;
     require(item.sensor && item.sensor->section, "sensor");
-    if (item.kind == ItemKind::Monitor) {
+    if (item.kind == ItemKind::kMonitor) {
       require(!item.thresholds.empty(), "thresholds");
       require(!item.thresholdsClr.empty(), "thresholds_clr");
       require(!item.actions.empty(), "actions");
@@ -190,9 +186,9 @@ private:
   }
 
   // Why there was no line.
-  Error::Found gap() const { return text.ended() ? Error::EndOfFile : Error::BlankLine; }
-  Error::Found lineFound() const { return fetched ? Error::OtherWord : gap(); }
-  Error::Found wordFound() const { return extracted ? Error::OtherWord : Error::NoWord; }
+  Error::Found gap() const { return text.ended() ? Error::kEndOfFile : Error::kBlankLine; }
+  Error::Found lineFound() const { return fetched ? Error::kOtherWord : gap(); }
+  Error::Found wordFound() const { return extracted ? Error::kOtherWord : Error::kNoWord; }
 
   void fail(Error::Failure failure, Error::Expected expected, Error::Found found,
             const Item* item) {
@@ -207,24 +203,24 @@ private:
   // An item, with the scenario line above it if there is one.
   void readBlock() {
     fetched = true;
-    Error::Expected expected = Error::Header;
+    Error::Expected expected = Error::kHeader;
     nextWord();
     if (word.text == "]") {
-      expected = Error::HeaderBehindBracket;
+      expected = Error::kHeaderBehindBracket;
       putInForce(word, {"Default", word.at});
     } else if (word.text == "SCEN") {
-      expected = Error::HeaderBehindScenario;
+      expected = Error::kHeaderBehindScenario;
       const Word keyword = word;
       nextWord();
       putInForce(keyword, word);
       configuration.scenarios.insert(word.text);
     }
-    if (expected != Error::Header) {
+    if (expected != Error::kHeader) {
       nextLine();
       nextWord();
     }
     if (word.text[0] == '[') return readItem(word);
-    fail(Error::NoItem, expected, lineFound(), nullptr);
+    fail(Error::kNoItem, expected, lineFound(), nullptr);
     if (fetched) skipParagraph();
   }
 
@@ -256,7 +252,7 @@ private:
       readKind(item);
       readProperties(item);
     } else {
-      fail(Error::NoType, Error::TypeLine, lineFound(), &item);
+      fail(Error::kNoType, Error::kTypeLine, lineFound(), &item);
       recover(item);
     }
     build(item);
@@ -266,14 +262,14 @@ private:
     nextWord();
     item.kindWord = extracted ? word : Word{"", word.at};
     item.kind = itemKind(word.text);
-    if (item.kind != ItemKind::None) return;
-    fail(Error::BadType, Error::TypeWord, wordFound(), &item);
+    if (item.kind != ItemKind::kNone) return;
+    fail(Error::kBadType, Error::kTypeWord, wordFound(), &item);
     item.kind = meantKind(word.text);
   }
 
   void readProperties(Item& item) {
     nextLine();
-    item.blankBelowType = lineFound() == Error::BlankLine;
+    item.blankBelowType = lineFound() == Error::kBlankLine;
     nextWord();
     // Where nothing is below, the word in hand is the kind's and not a key.
     if (extracted) addProperty(item);
@@ -322,29 +318,29 @@ private:
   }
 
   void endAtBracket(Item& item) {
-    item.end = ItemEnd::Bracket;
+    item.end = ItemEnd::kBracket;
     item.bracket = word;
   }
   void endAtGap(Item& item) {
-    item.end = gap() == Error::EndOfFile ? ItemEnd::EndOfFile : ItemEnd::BlankLine;
+    item.end = gap() == Error::kEndOfFile ? ItemEnd::kEndOfFile : ItemEnd::kBlankLine;
   }
   void endAtNextHeader(Item& item) {
-    item.end = ItemEnd::NextHeader;
+    item.end = ItemEnd::kNextHeader;
     text.readLineAgain();
   }
 
   void build(Item& item) {
     Interpreter(item, environment).interpret();
     item.created =
-        configuration.errors.empty() && item.kind != ItemKind::None && item.missing.empty();
+        configuration.errors.empty() && item.kind != ItemKind::kNone && item.missing.empty();
     if (item.missing.empty()) return;
     word = item.header;
-    fail(Error::MissingProperty, Error::Properties, Error::NoWord, &item);
+    fail(Error::kMissingProperty, Error::kProperties, Error::kNoWord, &item);
   }
 
   Configuration& configuration;
   const Environment& environment;
-  Text text;
+  PlacedText text;
   Word word;
   // Whether the last line was there to be read, and the last word in the line in hand.
   bool fetched = false;
@@ -375,7 +371,7 @@ const std::vector<std::string>& itemKeys(ItemKind kind) {
       "set_point_clr", "start_level", "device_perf_floor", "time_tick_trigger",
       "lowactive"};
   static const std::vector<std::string> none;
-  return kind == ItemKind::Monitor ? monitor : kind == ItemKind::SS ? ss : none;
+  return kind == ItemKind::kMonitor ? monitor : kind == ItemKind::kSS ? ss : none;
 }
 
 ItemKind meantKind(const std::string& word) {
@@ -387,7 +383,7 @@ void interpret(Item& item, const Environment& environment) {
 }
 
 std::string Item::workerKey() const {
-  return std::to_string(period()) + scenario + (kind == ItemKind::SS ? "SS" : "MONITOR");
+  return std::to_string(period()) + scenario + (kind == ItemKind::kSS ? "SS" : "MONITOR");
 }
 
 Configuration readConfiguration(std::string file, const std::string& content,

@@ -10,7 +10,7 @@
 #include "board/Block.h"
 #include "board/Environment.h"
 
-enum class ItemKind { Monitor, SS, None };
+enum class ItemKind { kMonitor, kSS, kNone };
 
 // The keys that the daemon takes up in an item of that kind; none without a kind.
 const std::vector<std::string>& itemKeys(ItemKind kind);
@@ -42,11 +42,11 @@ struct LevelRow {
   std::vector<Number> pieces;
 };
 
-enum class ItemEnd { BlankLine, Bracket, EndOfFile, NextHeader };
+enum class ItemEnd { kBlankLine, kBracket, kEndOfFile, kNextHeader };
 
 struct Item : Block {
   // Behind an error in the type line: what the item was probably meant to be.
-  ItemKind kind = ItemKind::None;
+  ItemKind kind = ItemKind::kNone;
   // The word behind "algo_type". Without one its text is empty and its place that of "algo_type".
   Word kindWord;
   // The scenario in force, and the index of the line in `scenarioLines` that put it in force.
@@ -54,8 +54,8 @@ struct Item : Block {
   std::optional<size_t> scenarioLine;
   // The line directly below the type line is blank. The daemon goes on behind it.
   bool blankBelowType = false;
-  // `NextHeader` comes only behind an error.
-  ItemEnd end = ItemEnd::EndOfFile;
+  // `kNextHeader` comes only behind an error.
+  ItemEnd end = ItemEnd::kEndOfFile;
   // The "]" that ends the item, if one does.
   Word bracket;
   // Whether the daemon makes an algorithm of it.
@@ -96,28 +96,28 @@ void interpret(Item& item, const Environment& environment);
 
 // A place where the daemon ends.
 struct ConfigurationError {
-  enum Failure { NoItem, NoType, BadType, MissingProperty };
+  enum Failure { kNoItem, kNoType, kBadType, kMissingProperty };
   // What should have stood there.
   enum Expected {
-    Header,               // an item, "SCEN" or "]"
-    HeaderBehindScenario, // the item's header directly below "SCEN"
-    HeaderBehindBracket,  // the item's header directly below a "]" that does not end an item
-    TypeLine,             // "algo_type" directly below a header
-    TypeWord,             // "monitor" or "ss" behind "algo_type"
-    Properties,           // those of `Item::missing`
+    kHeader,               // an item, "SCEN" or "]"
+    kHeaderBehindScenario, // the item's header directly below "SCEN"
+    kHeaderBehindBracket,  // the item's header directly below a "]" that does not end an item
+    kTypeLine,             // "algo_type" directly below a header
+    kTypeWord,             // "monitor" or "ss" behind "algo_type"
+    kProperties,           // those of `Item::missing`
   };
   // What stands there.
-  enum Found { OtherWord, NoWord, BlankLine, EndOfFile };
+  enum Found { kOtherWord, kNoWord, kBlankLine, kEndOfFile };
 
-  Failure failure = NoItem;
-  Expected expected = Header;
-  Found found = OtherWord;
+  Failure failure = kNoItem;
+  Expected expected = kHeader;
+  Found found = kOtherWord;
   // The word that should have been another; where there is none the word before it, for
   // MissingProperty the item's header.
   Word word;
   // The daemon's last words, without the line feed.
   std::string message;
-  // But for NoItem.
+  // But for kNoItem.
   const Item* item = nullptr;
 };
 

@@ -4,6 +4,7 @@
 
 #include "config/TextReader.h"
 #include "core/Int32.h"
+#include "text/PlacedText.h"
 
 namespace {
 
@@ -86,7 +87,7 @@ public:
       if (word.text[0] == '[') {
         readSection(word);
       } else {
-        breakOff(EnvironmentBreak::NoHeader, word, nullptr);
+        breakOff(EnvironmentBreak::kNoHeader, word, nullptr);
         skipParagraph();
       }
     }
@@ -119,10 +120,10 @@ private:
       readKind(section, *word);
       readProperties(section);
     } else if (lineBelow) {
-      breakOff(EnvironmentBreak::NoTypeLine, *word, &section);
+      breakOff(EnvironmentBreak::kNoTypeLine, *word, &section);
       recover(section, *word);
     } else {
-      breakOff(EnvironmentBreak::NothingBelow, header, &section);
+      breakOff(EnvironmentBreak::kNothingBelow, header, &section);
       recoverBelowBlankLine(section);
     }
     interpret(section);
@@ -215,7 +216,7 @@ private:
   }
 
   Environment& environment;
-  Text text;
+  PlacedText text;
   // Those of the sections that the daemon does not come to, too.
   std::map<std::string, const Section*> sensors;
 };
@@ -229,14 +230,14 @@ template <typename Map> const Section* entryOf(const Map& map, const std::string
 
 SectionKind sectionKind(const std::string& word) {
   static const std::map<std::string, SectionKind> kinds = {
-      {"real", SectionKind::Real},          {"virtual", SectionKind::Virtual},
-      {"conf_file", SectionKind::ConfFile}, {"camera", SectionKind::Device},
-      {"report", SectionKind::Device},      {"charger", SectionKind::Device},
-      {"cpufreq", SectionKind::Device},     {"gpufreq", SectionKind::Device},
-      {"backlight", SectionKind::Device},   {"cpuhotplug", SectionKind::Device},
+      {"real", SectionKind::kReal},          {"virtual", SectionKind::kVirtual},
+      {"conf_file", SectionKind::kConfFile}, {"camera", SectionKind::kDevice},
+      {"report", SectionKind::kDevice},      {"charger", SectionKind::kDevice},
+      {"cpufreq", SectionKind::kDevice},     {"gpufreq", SectionKind::kDevice},
+      {"backlight", SectionKind::kDevice},   {"cpuhotplug", SectionKind::kDevice},
   };
   const auto kind = kinds.find(word);
-  return kind == kinds.end() ? SectionKind::Unknown : kind->second;
+  return kind == kinds.end() ? SectionKind::kUnknown : kind->second;
 }
 
 const std::vector<std::string>& sectionKindWords() {
@@ -254,11 +255,11 @@ const std::vector<std::string>& sectionKeys(SectionKind kind) {
   static const std::vector<std::string> confFile = {"file_name"};
   static const std::vector<std::string> device = {"node_path", "level_table"};
   switch (kind) {
-  case SectionKind::Real:
+  case SectionKind::kReal:
     return real;
-  case SectionKind::Virtual:
+  case SectionKind::kVirtual:
     return virtualSensor;
-  case SectionKind::ConfFile:
+  case SectionKind::kConfFile:
     return confFile;
   default:
     return device;

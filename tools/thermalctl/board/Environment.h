@@ -13,7 +13,7 @@ struct Section;
 
 // What the word behind "type" makes of a section. An unknown one is read like a device's and then
 // dropped.
-enum class SectionKind { Real, Virtual, ConfFile, Device, Unknown };
+enum class SectionKind { kReal, kVirtual, kConfFile, kDevice, kUnknown };
 
 // The kind of a kind word, in the daemon's own spelling alone.
 SectionKind sectionKind(const std::string& word);
@@ -46,7 +46,7 @@ struct Level {
 
 // A section of the environment file: a sensor, a device, or the name of the configuration.
 struct Section : Block {
-  SectionKind kind = SectionKind::Unknown;
+  SectionKind kind = SectionKind::kUnknown;
   // The word "type"; nothing where no such line is.
   std::optional<Word> typeWord;
   // The word behind it. Without one its text is empty and its place that of "type".
@@ -70,8 +70,8 @@ struct Section : Block {
   // "integer", "hex", "bin" or "string": what decides how a device writes its entries.
   std::string valueType = "integer";
 
-  bool isSensor() const { return kind == SectionKind::Real || kind == SectionKind::Virtual; }
-  bool isDevice() const { return kind == SectionKind::Device; }
+  bool isSensor() const { return kind == SectionKind::kReal || kind == SectionKind::kVirtual; }
+  bool isDevice() const { return kind == SectionKind::kDevice; }
   // Wraps around like the daemon's.
   int32_t weightSum() const;
 };
@@ -79,14 +79,14 @@ struct Section : Block {
 // A place where the daemon stops reading the environment, without a word and for good.
 struct EnvironmentBreak {
   enum Cause {
-    NoHeader,     // a line where a header is expected does not begin with "["
-    NothingBelow, // a header with a blank line or the end of the file below it
-    NoTypeLine,   // a header with another line than a "type" line below it
+    kNoHeader,     // a line where a header is expected does not begin with "["
+    kNothingBelow, // a header with a blank line or the end of the file below it
+    kNoTypeLine,   // a header with another line than a "type" line below it
   };
-  Cause cause = NoHeader;
-  // The word that should have been another; for NothingBelow the header.
+  Cause cause = kNoHeader;
+  // The word that should have been another; for kNothingBelow the header.
   Word word;
-  // The header's section, but for NoHeader.
+  // The header's section, but for kNoHeader.
   const Section* section = nullptr;
 };
 

@@ -32,8 +32,8 @@ std::vector<Finding> check(const Subject& subject, const std::set<std::string>& 
   std::vector<Finding> findings;
   for (const Rule& rule : allRules()) {
     if (disabled.count(rule.name) > 0) continue;
-    Report report(rule, findings);
-    rule.check(subject, report);
+    Findings ofRule(rule, findings);
+    rule.check(subject, ofRule);
   }
   sortByPlace(findings, subject);
   return findings;

@@ -14,7 +14,7 @@
 #include "check/output/Json.h"
 #include "check/output/PlainText.h"
 #include "check/output/Sarif.h"
-#include "command/Command.h"
+#include "command/Commands.h"
 #include "text/Nearest.h"
 
 namespace {
@@ -53,9 +53,8 @@ void requireRule(const std::string& option, const std::string& name) {
   const std::vector<std::string> names = ruleNames();
   if (std::find(names.begin(), names.end(), name) != names.end()) return;
   const std::string hint = didYouMean(name, names);
-  throw CLI::ValidationError(option, "there is no rule '" + name + "'" +
-                                         (hint.empty() ? "" : "; " + hint) +
-                                         " (--list-rules shows them all)");
+  throw UsageError(option + ": there is no rule '" + name + "'" +
+                   (hint.empty() ? "" : "; " + hint) + " (--list-rules shows them all)");
 }
 
 void listRules() {
@@ -68,7 +67,7 @@ void explain(const Options& options) {
   if (name != "all") requireRule("--explain", name);
   if (options.format == "markdown" && name == "all") return printRulesPage(std::cout);
   if (options.format != "text")
-    throw CLI::ValidationError("--explain", "cannot explain " + name + " as " + options.format);
+    throw UsageError("--explain: cannot explain " + name + " as " + options.format);
   std::vector<Rule> rules;
   for (const Rule& rule : allRules())
     if (name == "all" || name == rule.name) rules.push_back(rule);
@@ -76,9 +75,8 @@ void explain(const Options& options) {
 }
 
 InspectionOrder orderOf(const Options& options) {
-  if (options.environment.empty()) throw CLI::RequiredError("--env");
-  if (options.format == "markdown")
-    throw CLI::ValidationError("--format", "markdown is for --explain all");
+  if (options.environment.empty()) throw UsageError("--env is required");
+  if (options.format == "markdown") throw UsageError("--format: markdown is for --explain all");
   for (const std::string& rule : options.disabledRules)
     requireRule("--disable", rule);
   return {options.environment,
@@ -117,34 +115,30 @@ ExitStatus run(const Options& options) {
   return kFine;
 }
 
+void addOptions(CommandLine& line, Options& options) {
+  line.option("--env", options.environment, "The environment file").takes("FILE");
+  line.option("--conf", options.configurations, "A configuration for it; any number").takes("FILE");
+  line.option("--format", options.format,
+              "Of the results: text, json or sarif; for --explain all also markdown")
+      .isOneOf({"text", "json", "sarif", "markdown"})
+      .showsDefault();
+  line.flag("--werror", options.werror, "Exit with status 1 on warnings, too");
+  line.option("--disable", options.disabledRules, "Leave a rule out; any number").takes("RULE");
+  line.option("--nodes", options.nodesRoot,
+              "Also look for every node, below ROOT (by itself: below /)")
+      .takes("[ROOT]")
+      .mayStandAlone("/");
+  line.option("--explain", options.explainedRule,
+              "Print what a rule, or each of them (all), is about")
+      .takes("RULE");
+  line.flag("--list-rules", options.listsRules, "Print the names of the rules");
+}
+
 } // namespace
 
-void addCheckCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("check", "Tell what the daemon will do wrong with a board's two files");
+Command checkCommand() {
   const auto options = std::make_shared<Options>();
-  command->add_option("--env", options->environment, "The environment file")->type_name("FILE");
-  command->add_option("--conf", options->configurations, "A configuration for it; any number")
-      ->type_name("FILE");
-  command
-      ->add_option("--format", options->format,
-                   "Of the results: text, json or sarif; for --explain all also markdown")
-      ->check(CLI::IsMember({"text", "json", "sarif", "markdown"}))
-      ->capture_default_str();
-  command->add_flag("--werror", options->werror, "Exit with status 1 on warnings, too");
-  command->add_option("--disable", options->disabledRules, "Leave a rule out; any number")
-      ->type_name("RULE");
-  command
-      ->add_option("--nodes", options->nodesRoot,
-                   "Also look for every node, below ROOT (by itself: below /)")
-      ->type_name("[ROOT]")
-      ->expected(0, 1)
-      ->default_str("/");
-  command
-      ->add_option("--explain", options->explainedRule,
-                   "Print what a rule, or each of them (all), is about")
-      ->type_name("RULE");
-  command->add_flag("--list-rules", options->listsRules, "Print the names of the rules");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
+  return {"check", "Tell what the daemon will do wrong with a board's two files", kExamples,
+          [options](CommandLine& line) { addOptions(line, *options); },
+          [options] { return run(*options); }};
 }

@@ -1,22 +1,20 @@
-#include <algorithm>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "command/Command.h"
+#include "command/Commands.h"
 #include "config/TextReader.h"
 #include "core/Log.h"
+#include "file/Names.h"
 #include "log/BoardFolder.h"
 #include "log/CsvRecording.h"
 #include "log/LogRecording.h"
 #include "report/RunReport.h"
+#include "text/Phrases.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kExamples[] =
     "Examples:\n"
@@ -38,27 +36,14 @@ bool fail(const std::string& what) {
   return false;
 }
 
-std::string counted(size_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
 std::string tornText(size_t torn, size_t first) {
   if (torn == 0) return "";
   return ", " + counted(torn, "torn line") + " (the first is line " + std::to_string(first) + ")";
 }
 
-// The file's own name, or the path where that would not tell two files apart.
-std::string nameOf(const std::string& path, const std::vector<std::string>& all) {
-  const std::string name = fs::path(path).filename().string();
-  const auto namesakes = std::count_if(all.begin(), all.end(), [&name](const std::string& other) {
-    return fs::path(other).filename() == name;
-  });
-  return namesakes > 1 ? path : name;
-}
-
 bool plotCsv(const std::string& path, const std::string& text, const Options& options,
              const BoardFolder* board, RunReport& report) {
-  const std::string prefix = options.logs.size() > 1 ? nameOf(path, options.logs) + ": " : "";
+  const std::string prefix = options.logs.size() > 1 ? shortName(path, options.logs) + ": " : "";
   const CsvCounts counts = playCsv(text, prefix, board, report);
   std::cerr << path << ": " << counted(counts.runs, "simulated run") << " in "
             << counted(counts.lines, "line") << tornText(counts.torn, counts.firstTorn) << "\n";
@@ -67,7 +52,7 @@ bool plotCsv(const std::string& path, const std::string& text, const Options& op
 
 bool plotLog(const std::string& path, const std::string& text, const Options& options,
              const BoardFolder* board, RunReport& report) {
-  const LogReader::Counts counts = playLog(text, nameOf(path, options.logs), board, report);
+  const LogReader::Counts counts = playLog(text, shortName(path, options.logs), board, report);
   if (counts.ours == 0) return fail(path + ": no message of the daemon is in it");
   std::cerr << path << ": " << counted(counts.ours, "message") << " of the daemon in "
             << counted(counts.lines, "line") << tornText(counts.torn, counts.firstTorn) << "\n";
@@ -94,11 +79,11 @@ bool plot(const std::string& path, const Options& options, const BoardFolder* bo
 std::string titleOf(const Options& options) {
   std::string title;
   for (const std::string& path : options.logs)
-    title += (title.empty() ? "" : ", ") + nameOf(path, options.logs);
+    title += (title.empty() ? "" : ", ") + shortName(path, options.logs);
   return title;
 }
 
-ExitStatus plotCommand(const Options& options) {
+ExitStatus runPlot(const Options& options) {
   logEnabled = false;
   std::vector<std::string> problems;
   std::optional<BoardFolder> board;
@@ -121,23 +106,23 @@ ExitStatus plotCommand(const Options& options) {
   return kFine;
 }
 
+void addOptions(CommandLine& line, Options& options) {
+  line.option("LOG", options.logs,
+              "A log in one of logcat's formats, or a trace.csv of a simulated run")
+      .isRequired()
+      .takes("FILE");
+  line.option("--board", options.board,
+              "Folder with the board's *.env and *.conf files, for thresholds and levels")
+      .takes("DIR");
+  line.option("--out", options.out, "Folder for trace.csv, trace.json and report.html")
+      .takes("DIR");
+}
+
 } // namespace
 
-void addPlotCommand(CLI::App& app, int& status) {
+Command plotCommand() {
   const auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand(
-      "plot", "Show what a device's log holds, laid over other logs and simulated runs");
-  command
-      ->add_option("LOG", options->logs,
-                   "A log in one of logcat's formats, or a trace.csv of a simulated run")
-      ->required()
-      ->type_name("FILE");
-  command
-      ->add_option("--board", options->board,
-                   "Folder with the board's *.env and *.conf files, for thresholds and levels")
-      ->type_name("DIR");
-  command->add_option("--out", options->out, "Folder for trace.csv, trace.json and report.html")
-      ->type_name("DIR");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = plotCommand(*options); });
+  return {"plot", "Show what a device's log holds, laid over other logs and simulated runs",
+          kExamples, [options](CommandLine& line) { addOptions(line, *options); },
+          [options] { return runPlot(*options); }};
 }

@@ -4,14 +4,16 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <sstream>
 
 #include "check/Inspection.h"
 #include "check/output/PlainText.h"
-#include "command/Command.h"
+#include "command/Commands.h"
 #include "command/ControlOptions.h"
 #include "control/ConfigurationRequest.h"
 #include "control/DirectoryLock.h"
-#include "terminal/ProgressLine.h"
+#include "control/PatientWaiting.h"
+#include "text/Characters.h"
 
 namespace {
 
@@ -48,9 +50,9 @@ std::vector<Finding> findingsOf(const Inspection& inspection, const std::string&
 
 ConfigurationAnswer request(const Options& options, const ControlDirectory& directory,
                             const std::string& content) {
-  ProgressLine progress(STDERR_FILENO);
-  const DirectoryLock lock(options.directory, options.timeoutTime(), progress);
-  return requestConfiguration(directory, options.name(), content, options.timeoutTime(), progress);
+  PatientWaiting waiting(STDERR_FILENO);
+  const DirectoryLock lock(options.directory, options.timeoutTime(), waiting);
+  return requestConfiguration(directory, options.name(), content, options.timeoutTime(), waiting);
 }
 
 std::string seconds(const Options& options) {
@@ -70,27 +72,27 @@ ExitStatus tellInForce(const Options& options, const std::string& before,
 
 ExitStatus explain(const Options& options, const ConfigurationAnswer& answer) {
   switch (answer.outcome) {
-  case ConfigurationOutcome::Rejected:
+  case ConfigurationOutcome::kRejected:
     return complain(kProblems, "the daemon has rejected " + options.name() +
                                    ": it cannot open it in its own config directory");
-  case ConfigurationOutcome::Overtaken:
+  case ConfigurationOutcome::kOvertaken:
     return complain(kProblems, "another writer has asked for " + answer.word + " meanwhile");
-  case ConfigurationOutcome::Pending:
+  case ConfigurationOutcome::kPending:
     return complain(kCouldNotRun, "an earlier request, for " + answer.word +
                                       ", is still not done after " + seconds(options) +
                                       ": is the daemon running?");
-  case ConfigurationOutcome::NotTaken:
+  case ConfigurationOutcome::kNotTaken:
     return complain(kCouldNotRun, "no answer within " + seconds(options) +
                                       ": is the daemon running, and is " + options.directory +
                                       " its directory?");
-  case ConfigurationOutcome::NotFinished:
+  case ConfigurationOutcome::kNotFinished:
     return complain(kCouldNotRun,
                     "the daemon has taken " + options.name() + " over, but has not said " +
                         kParsed + " within " + seconds(options) +
                         ": it has ended, or waits for a thread of a long period (--timeout)");
-  case ConfigurationOutcome::Failed:
+  case ConfigurationOutcome::kFailed:
     return complain(kCouldNotRun, "cannot write " + answer.word + ": " + answer.error.message());
-  case ConfigurationOutcome::InForce:
+  case ConfigurationOutcome::kInForce:
     break;
   }
   return kFine;
@@ -101,7 +103,7 @@ ExitStatus reload(const Options& options, const std::string& content, bool endsT
   const ControlFile scenario(directory.scenarioFile);
   const std::string before = scenario.word().value_or("");
   const ConfigurationAnswer answer = request(options, directory, content);
-  if (answer.outcome != ConfigurationOutcome::InForce) return explain(options, answer);
+  if (answer.outcome != ConfigurationOutcome::kInForce) return explain(options, answer);
   // A daemon that starts writes the word of the answer, too.
   if (endsTheDaemon)
     return complain(kCouldNotRun, "the daemon must have ended on " + options.name() +
@@ -130,20 +132,22 @@ ExitStatus run(const Options& options) {
   return reload(options, file.text(), inspection.configurations.front().fatal() != nullptr);
 }
 
+void addOptions(CommandLine& line, Options& options) {
+  line.option("FILE", options.file, "The configuration").takes("").isRequired();
+  addDirectoryOption(line, options);
+  line.option("--env", options.environment, "The environment file of the running daemon")
+      .takes("FILE")
+      .showsDefault();
+  line.flag("--force", options.force,
+            "Ask for the file in spite of errors; they may end the daemon");
+  addTimeoutOption(line, options, "How long to wait for each step");
+}
+
 } // namespace
 
-void addReloadCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("reload", "Check a configuration, put it in force, and wait until it is");
+Command reloadCommand() {
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "The configuration")->type_name("")->required();
-  addDirectoryOption(*command, *options);
-  command->add_option("--env", options->environment, "The environment file of the running daemon")
-      ->type_name("FILE")
-      ->capture_default_str();
-  command->add_flag("--force", options->force,
-                    "Ask for the file in spite of errors; they may end the daemon");
-  addTimeoutOption(*command, *options, "How long to wait for each step");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
+  return {"reload", "Check a configuration, put it in force, and wait until it is", kExamples,
+          [options](CommandLine& line) { addOptions(line, *options); },
+          [options] { return run(*options); }};
 }

@@ -2,13 +2,14 @@
 
 #include <iostream>
 #include <memory>
+#include <sstream>
 
-#include "command/Command.h"
+#include "command/Commands.h"
 #include "command/ControlOptions.h"
 #include "control/DirectoryLock.h"
+#include "control/PatientWaiting.h"
 #include "control/ScenarioRequest.h"
-#include "terminal/ProgressLine.h"
-#include "text/Source.h"
+#include "text/Characters.h"
 
 namespace {
 
@@ -29,9 +30,9 @@ constexpr char kExamples[] =
     "asked for another one meanwhile, 2 no answer, or the file could not be written.";
 
 ScenarioAnswer ask(const Options& options, ControlFile& file) {
-  ProgressLine progress(STDERR_FILENO);
-  const DirectoryLock lock(options.directory, options.timeoutTime(), progress);
-  return askForScenario(file, options.name, options.timeoutTime(), progress);
+  PatientWaiting waiting(STDERR_FILENO);
+  const DirectoryLock lock(options.directory, options.timeoutTime(), waiting);
+  return askForScenario(file, options.name, options.timeoutTime(), waiting);
 }
 
 std::string noAnswer(const Options& options) {
@@ -47,31 +48,33 @@ ExitStatus run(const Options& options) {
   ControlFile file(ControlDirectory(options.directory).scenarioFile);
   const ScenarioAnswer answer = ask(options, file);
   switch (answer.outcome) {
-  case ScenarioOutcome::InForce:
+  case ScenarioOutcome::kInForce:
     std::cout << visible(options.name) << " is in force\n";
     return kFine;
-  case ScenarioOutcome::Refused:
+  case ScenarioOutcome::kRefused:
     return complain(kProblems, "the configuration has no scenario '" + options.name + "'; " +
                                    answer.word + " stays in force");
-  case ScenarioOutcome::Overtaken:
+  case ScenarioOutcome::kOvertaken:
     return complain(kProblems, "another writer has asked for " + answer.word + " meanwhile");
-  case ScenarioOutcome::NotWritten:
+  case ScenarioOutcome::kNotWritten:
     return complain(kCouldNotRun, "cannot write " + file.path + ": " + answer.error.message());
-  case ScenarioOutcome::NoAnswer:
+  case ScenarioOutcome::kNoAnswer:
     break;
   }
   return complain(kCouldNotRun, noAnswer(options));
 }
 
+void addOptions(CommandLine& line, Options& options) {
+  line.option("NAME", options.name, "The scenario").takes("").isRequired();
+  addDirectoryOption(line, options);
+  addTimeoutOption(line, options, "How long to wait");
+}
+
 } // namespace
 
-void addScenarioCommand(CLI::App& app, int& status) {
-  CLI::App* command =
-      app.add_subcommand("scenario", "Put a scenario in force, and wait until it is");
+Command scenarioCommand() {
   const auto options = std::make_shared<Options>();
-  command->add_option("NAME", options->name, "The scenario")->type_name("")->required();
-  addDirectoryOption(*command, *options);
-  addTimeoutOption(*command, *options, "How long to wait");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
+  return {"scenario", "Put a scenario in force, and wait until it is", kExamples,
+          [options](CommandLine& line) { addOptions(line, *options); },
+          [options] { return run(*options); }};
 }

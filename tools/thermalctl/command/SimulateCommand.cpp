@@ -2,29 +2,26 @@
 
 #include <chrono>
 #include <filesystem>
-#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "command/Command.h"
+#include "command/Commands.h"
 #include "core/Log.h"
 #include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
 #include "simulate/Duration.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
-#include "text/Source.h"
+#include "terminal/ProgressLine.h"
+#include "text/Characters.h"
+#include "text/Phrases.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using simulation::Engine;
-using simulation::Problems;
-using simulation::Request;
-using simulation::RunInput;
 
 struct Options {
   std::string board;
@@ -50,50 +47,35 @@ constexpr char kExamples[] =
     "Exit status: 0 every limit was kept, 1 a sensor has passed its limit, 2 a file is wrong or\n"
     "could not be read or written.";
 
-// A line on the terminal that tells how far a run is; nothing where standard error is no terminal.
+// Tells on standard error how far a run is.
 class Progress {
 public:
-  Progress(const RunInput& run_, size_t number_, size_t count_)
-      : run(run_), number(number_), count(count_), shown(::isatty(STDERR_FILENO) == 1) {}
-  ~Progress() { clear(); }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
+  Progress(const RunInput& run, size_t number, size_t count)
+      : label(visible(run.description.name) + " (" + std::to_string(number) + " of " +
+              std::to_string(count) + "): "),
+        duration(run.duration) {}
 
   void show(int64_t time) {
     const Clock::time_point wallClock = Clock::now();
-    if (!shown || wallClock < next) return;
+    if (wallClock < next) return;
     next = wallClock + std::chrono::milliseconds(100);
-    std::cerr << "\r\x1b[K" << visible(run.description.name) << " (" << number << " of " << count
-              << "): " << 100 * time / run.duration << " %" << std::flush;
-    drawn = true;
+    line.show(label + std::to_string(100 * time / duration) + " %");
   }
 
-  void clear() {
-    if (drawn) std::cerr << "\r\x1b[K" << std::flush;
-    drawn = false;
-  }
+  void clear() { line.clear(); }
 
 private:
   using Clock = std::chrono::steady_clock;
 
-  const RunInput& run;
-  size_t number;
-  size_t count;
-  bool shown;
-  bool drawn = false;
+  const std::string label;
+  const int64_t duration; // milliseconds
+  ProgressLine line{STDERR_FILENO};
   // A run that is over before it would be read shows nothing.
   Clock::time_point next = Clock::now() + std::chrono::milliseconds(300);
 };
 
-std::string clockText(int64_t milliseconds) {
-  const int64_t seconds = milliseconds / 1000;
-  std::ostringstream text;
-  text << std::setfill('0') << seconds / 3600 << ':' << std::setw(2) << seconds / 60 % 60 << ':'
-       << std::setw(2) << seconds % 60;
-  return text.str();
-}
-
-void setLimits(const std::vector<std::string>& limits, Request& request, Problems& problems) {
+void setLimits(const std::vector<std::string>& limits, SimulationRequest& request,
+               Problems& problems) {
   for (const std::string& limit : limits) {
     const size_t equals = limit.rfind('=');
     const std::string number = equals == std::string::npos ? "" : limit.substr(equals + 1);
@@ -118,14 +100,14 @@ std::string workloadPath(const Options& options) {
 }
 
 // The files that the user names, and for the rest those of the board.
-Request requestOf(const Options& options, Problems& problems) {
+SimulationRequest requestOf(const Options& options, Problems& problems) {
   const auto fromBoard = [&](const std::string& named, const char* option, const char* file) {
     if (!named.empty()) return named;
     if (options.board.empty())
       problems.add(option, 0, "is missing, and there is no --board to take it from");
     return (fs::path(options.board) / file).string();
   };
-  Request request;
+  SimulationRequest request;
   request.environment = fromBoard(options.environment, "--env", "talmor-thermal.env");
   request.configurations = options.configurations;
   if (request.configurations.empty())
@@ -135,7 +117,7 @@ Request requestOf(const Options& options, Problems& problems) {
   request.configurationFolder = options.board;
   request.seed = options.seed;
   setLimits(options.limits, request, problems);
-  const std::optional<int64_t> duration = simulation::parseDuration(options.duration);
+  const std::optional<int64_t> duration = parseDuration(options.duration);
   if (duration && *duration > 0)
     request.duration = *duration;
   else
@@ -150,18 +132,18 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
                                        [&](int64_t time, const std::string& what) {
                                          progress.clear();
                                          std::cerr << visible(runs[i].description.name)
-                                                   << ": warning: at " << clockText(time) << " "
-                                                   << what << "\n";
+                                                   << ": warning: at " << clockTime(time / 1000)
+                                                   << " " << what << "\n";
                                        }};
     Engine(runs[i], report, listener).run();
   }
 }
 
-ExitStatus simulateCommand(const Options& options) {
+ExitStatus runSimulation(const Options& options) {
   logEnabled = false;
-  simulation::raiseFileLimit();
+  raiseFileLimit();
   Problems problems;
-  const Request request = requestOf(options, problems);
+  const SimulationRequest request = requestOf(options, problems);
   std::vector<RunInput> runs;
   if (problems.none()) runs = readInputs(request, problems);
   if (!problems.none()) {
@@ -182,40 +164,38 @@ ExitStatus simulateCommand(const Options& options) {
   return report.summary().passedALimit() ? kProblems : kFine;
 }
 
+void addOptions(CommandLine& line, Options& options) {
+  line.option("--board", options.board,
+              "Folder with talmor-thermal.env, talmor-thermal.conf, plant.toml and "
+              "workloads/, for what is not named otherwise")
+      .takes("DIR");
+  line.option("--env", options.environment, "Environment file").takes("FILE");
+  line.option("--conf", options.configurations,
+              "Configuration file; several are run one after the other and compared")
+      .takes("FILE")
+      .takesAll();
+  line.option("--plant", options.plant, "Thermal model of the device").takes("FILE");
+  line.option("--workload", options.workload,
+              "What the device does: a file, or the name of one in the board's workloads/")
+      .takes("FILE")
+      .isRequired();
+  line.option("--duration", options.duration, "Time to run, such as 90s, 15m or 1h")
+      .showsDefault()
+      .takes("TIME");
+  line.option("--out", options.out, "Folder for trace.csv, trace.json and report.html")
+      .takes("DIR");
+  line.option("--limit", options.limits,
+              "Temperature that a sensor must not pass; if one does, the exit status is 1")
+      .takes("SENSOR=MILLIDEGREES")
+      .takesAll();
+  line.option("--seed", options.seed, "Of the sensors' noise").showsDefault();
+}
+
 } // namespace
 
-void addSimulateCommand(CLI::App& app, int& status) {
+Command simulateCommand() {
   const auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand(
-      "simulate", "Run configurations against a thermal model of the device, in virtual time");
-  command
-      ->add_option("--board", options->board,
-                   "Folder with talmor-thermal.env, talmor-thermal.conf, plant.toml and "
-                   "workloads/, for what is not named otherwise")
-      ->type_name("DIR");
-  command->add_option("--env", options->environment, "Environment file")->type_name("FILE");
-  command
-      ->add_option("--conf", options->configurations,
-                   "Configuration file; several are run one after the other and compared")
-      ->type_name("FILE")
-      ->take_all();
-  command->add_option("--plant", options->plant, "Thermal model of the device")->type_name("FILE");
-  command
-      ->add_option("--workload", options->workload,
-                   "What the device does: a file, or the name of one in the board's workloads/")
-      ->type_name("FILE")
-      ->required();
-  command->add_option("--duration", options->duration, "Time to run, such as 90s, 15m or 1h")
-      ->capture_default_str()
-      ->type_name("TIME");
-  command->add_option("--out", options->out, "Folder for trace.csv, trace.json and report.html")
-      ->type_name("DIR");
-  command
-      ->add_option("--limit", options->limits,
-                   "Temperature that a sensor must not pass; if one does, the exit status is 1")
-      ->type_name("SENSOR=MILLIDEGREES")
-      ->take_all();
-  command->add_option("--seed", options->seed, "Of the sensors' noise")->capture_default_str();
-  command->footer(kExamples);
-  command->callback([options, &status] { status = simulateCommand(*options); });
+  return {"simulate", "Run configurations against a thermal model of the device, in virtual time",
+          kExamples, [options](CommandLine& line) { addOptions(line, *options); },
+          [options] { return runSimulation(*options); }};
 }

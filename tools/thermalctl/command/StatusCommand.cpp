@@ -6,12 +6,12 @@
 #include <limits>
 #include <memory>
 
-#include "check/output/PlainText.h"
-#include "command/Command.h"
+#include "command/Commands.h"
 #include "command/ControlOptions.h"
 #include "config/TextReader.h"
 #include "status/BoardStatus.h"
 #include "status/StatusTable.h"
+#include "terminal/Colour.h"
 #include "terminal/LiveTerminal.h"
 
 namespace {
@@ -38,7 +38,7 @@ constexpr char kExamples[] =
 
 ExitStatus show(const ControlDirectory& directory, const Environment& environment) {
   const BoardStatus status = readStatus(directory, environment);
-  for (const TableLine& line : tableOf(status))
+  for (const TerminalLine& line : tableOf(status))
     std::cout << shown(line, colourFor(STDOUT_FILENO), std::numeric_limits<size_t>::max()) << '\n';
   return status.hasFault() ? kProblems : kFine;
 }
@@ -47,7 +47,7 @@ ExitStatus watch(const ControlDirectory& directory, const Environment& environme
   if (!LiveTerminal::isPossible()) return complain(kCouldNotRun, "--watch needs a terminal");
   LiveTerminal terminal;
   do {
-    std::vector<TableLine> lines = tableOf(readStatus(directory, environment));
+    std::vector<TerminalLine> lines = tableOf(readStatus(directory, environment));
     lines.push_back({});
     lines.push_back({"every second; q quits"});
     terminal.draw(lines, colourFor(STDOUT_FILENO));
@@ -69,18 +69,19 @@ ExitStatus run(const Options& options) {
   return options.watch ? watch(directory, environment) : show(directory, environment);
 }
 
+void addOptions(CommandLine& line, Options& options) {
+  addDirectoryOption(line, options);
+  line.option("--env", options.environment, "The environment file of the running daemon")
+      .takes("FILE")
+      .showsDefault();
+  line.flag("--watch", options.watch, "Draw the table anew each second, until q is pressed");
+}
+
 } // namespace
 
-void addStatusCommand(CLI::App& app, int& status) {
-  CLI::App* command = app.add_subcommand(
-      "status", "Show the scenario, the pending request, and every node's value");
+Command statusCommand() {
   const auto options = std::make_shared<Options>();
-  addDirectoryOption(*command, *options);
-  command->add_option("--env", options->environment, "The environment file of the running daemon")
-      ->type_name("FILE")
-      ->capture_default_str();
-  command->add_flag("--watch", options->watch,
-                    "Draw the table anew each second, until q is pressed");
-  command->footer(kExamples);
-  command->callback([options, &status] { status = run(*options); });
+  return {"status", "Show the scenario, the pending request, and every node's value", kExamples,
+          [options](CommandLine& line) { addOptions(line, *options); },
+          [options] { return run(*options); }};
 }

@@ -16,11 +16,11 @@ public:
 
   ConfigurationAnswer run(const std::string& content) {
     waiting.stage("waiting for an earlier request");
-    if (!within([this] { return nothingIsPending(); })) return {Outcome::Pending, word, {}};
-    if (const auto error = replaceFile(path, content).error) return {Outcome::Failed, path, error};
+    if (!within([this] { return nothingIsPending(); })) return {Outcome::kPending, word, {}};
+    if (const auto error = replaceFile(path, content).error) return {Outcome::kFailed, path, error};
     OpenWatch watch(path);
-    if (watch.error()) return {Outcome::Failed, path, watch.error()};
-    if (const auto error = request.ask(name)) return {Outcome::Failed, request.path, error};
+    if (watch.error()) return {Outcome::kFailed, path, watch.error()};
+    if (const auto error = request.ask(name)) return {Outcome::kFailed, request.path, error};
     return follow(watch);
   }
 
@@ -31,19 +31,19 @@ private:
     // In this order: the daemon opens the file before it answers.
     if (watch.isOpened()) return awaitAnswer();
     if (!seen) return withdraw();
-    return {isAnswered() ? Outcome::Rejected : Outcome::Overtaken, word, {}};
+    return {isAnswered() ? Outcome::kRejected : Outcome::kOvertaken, word, {}};
   }
 
   ConfigurationAnswer awaitAnswer() {
     waiting.stage("waiting for " + name + " to be in force");
     const bool answered = within([this] { return isAnswered(); });
-    return {answered ? Outcome::InForce : Outcome::NotFinished, "", {}};
+    return {answered ? Outcome::kInForce : Outcome::kNotFinished, "", {}};
   }
 
   // The next one to ask shall not wait for what nobody reads.
   ConfigurationAnswer withdraw() {
     if (!request.isReplaced()) request.ask(kParsed);
-    return {Outcome::NotTaken, "", {}};
+    return {Outcome::kNotTaken, "", {}};
   }
 
   bool nothingIsPending() {

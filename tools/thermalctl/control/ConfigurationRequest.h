@@ -8,13 +8,13 @@
 #include "control/Waiting.h"
 
 enum class ConfigurationOutcome {
-  InForce,
-  Rejected,    // the daemon has answered without opening the file
-  Overtaken,   // another writer has asked for `word` meanwhile
-  Pending,     // the request for `word` that was there before is still not done
-  NotTaken,    // nobody has looked at the request
-  NotFinished, // the daemon has opened the file and not answered since
-  Failed,      // `word` is the path that is to blame, `error` says why
+  kInForce,
+  kRejected,    // the daemon has answered without opening the file
+  kOvertaken,   // another writer has asked for `word` meanwhile
+  kPending,     // the request for `word` that was there before is still not done
+  kNotTaken,    // nobody has looked at the request
+  kNotFinished, // the daemon has opened the file and not answered since
+  kFailed,      // `word` is the path that is to blame, `error` says why
 };
 
 struct ConfigurationAnswer {

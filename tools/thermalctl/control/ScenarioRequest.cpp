@@ -25,7 +25,7 @@ public:
       if (const auto answer = askWhatIsInForce()) return *answer;
     }
     // Not the question, should the daemon only be slow.
-    return {ScenarioOutcome::NoAnswer, "", file.ask(name)};
+    return {ScenarioOutcome::kNoAnswer, "", file.ask(name)};
   }
 
 private:
@@ -38,8 +38,8 @@ private:
       const auto kept = wordInPlaceOf(name, std::min(limit, waiting.now() + look));
       // Another asker's question leaves the name unread; another round will tell.
       if (!kept || *kept == kQuestion) return std::nullopt;
-      if (file.isReplaced()) return ScenarioAnswer{ScenarioOutcome::Overtaken, *kept, {}};
-      if (isLastTime) return ScenarioAnswer{ScenarioOutcome::Refused, *kept, {}};
+      if (file.isReplaced()) return ScenarioAnswer{ScenarioOutcome::kOvertaken, *kept, {}};
+      if (isLastTime) return ScenarioAnswer{ScenarioOutcome::kRefused, *kept, {}};
     }
     return std::nullopt;
   }
@@ -54,8 +54,8 @@ private:
     // Should the daemon have been too slow to see the name, it shall have more time.
     if (byDaemon) look *= 2;
     const bool isAskedFor = *inForce == name;
-    if (byDaemon && isAskedFor) return ScenarioAnswer{ScenarioOutcome::InForce, name, {}};
-    if (!byDaemon && !isAskedFor) return ScenarioAnswer{ScenarioOutcome::Overtaken, *inForce, {}};
+    if (byDaemon && isAskedFor) return ScenarioAnswer{ScenarioOutcome::kInForce, name, {}};
+    if (!byDaemon && !isAskedFor) return ScenarioAnswer{ScenarioOutcome::kOvertaken, *inForce, {}};
     return std::nullopt;
   }
 
@@ -69,7 +69,7 @@ private:
     return came ? word : std::nullopt;
   }
 
-  static constexpr ScenarioOutcome kNotWritten = ScenarioOutcome::NotWritten;
+  static constexpr ScenarioOutcome kNotWritten = ScenarioOutcome::kNotWritten;
 
   ControlFile& file;
   const std::string& name;

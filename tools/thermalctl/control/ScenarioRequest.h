@@ -8,11 +8,11 @@
 #include "control/Waiting.h"
 
 enum class ScenarioOutcome {
-  InForce,
-  Refused,   // the daemon keeps to `word`
-  Overtaken, // another writer has asked for `word` meanwhile
-  NoAnswer,
-  NotWritten, // see `error`
+  kInForce,
+  kRefused,   // the daemon keeps to `word`
+  kOvertaken, // another writer has asked for `word` meanwhile
+  kNoAnswer,
+  kNotWritten, // see `error`
 };
 
 struct ScenarioAnswer {

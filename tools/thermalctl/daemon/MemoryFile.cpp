@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <system_error>
 
-namespace simulation {
-
 namespace {
 
 void require(bool done) {
@@ -53,5 +51,3 @@ void raiseFileLimit() {
   limit.rlim_cur = limit.rlim_max;
   ::setrlimit(RLIMIT_NOFILE, &limit);
 }
-
-} // namespace simulation

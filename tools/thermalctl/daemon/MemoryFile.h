@@ -2,8 +2,6 @@
 
 #include <string>
 
-namespace simulation {
-
 // A file without a name on any disk: what the daemon's objects read and write through its path
 // touches nothing of the host and is gone with the process.
 class MemoryFile {
@@ -30,5 +28,3 @@ private:
 
 // Lets the process have as many files open as the system allows it.
 void raiseFileLimit();
-
-} // namespace simulation

@@ -17,8 +17,6 @@
 #include "thread/SSThread.h"
 #include "thread/SensorThread.h"
 
-namespace simulation {
-
 namespace {
 
 constexpr char kNothing[] = "/dev/null";
@@ -87,7 +85,7 @@ std::optional<size_t> indexOf(const std::vector<Track>& tracks, const std::strin
   return std::nullopt;
 }
 
-void describe(const Monitor& monitor, const TraceDescription& board, AlgorithmTrack& track) {
+void describeDetails(const Monitor& monitor, const TraceDescription& board, AlgorithmTrack& track) {
   const auto asWritten = [&monitor](int32_t stored) {
     return monitor.lowactive ? wrapNegate(stored) : stored;
   };
@@ -107,13 +105,20 @@ void describe(const Monitor& monitor, const TraceDescription& board, AlgorithmTr
   }
 }
 
-void describe(const SS& ss, const TraceDescription& board, AlgorithmTrack& track) {
+void describeDetails(const SS& ss, const TraceDescription& board, AlgorithmTrack& track) {
   const auto asWritten = [&ss](int32_t stored) {
     return ss.lowactive ? wrapNegate(stored) : stored;
   };
   track.kind = AlgorithmTrack::Kind::kStep;
   track.thresholds.push_back({asWritten(ss.startTemp), asWritten(ss.clearTemp)});
   if (const auto index = indexOf(board.devices, ss.device->name)) track.devices.push_back(*index);
+}
+
+// What the daemon would log, without its prefixes and its line feed.
+std::string plainMessage(const std::string& logged) {
+  const size_t start = logged.rfind("] ");
+  const std::string message = start == std::string::npos ? logged : logged.substr(start + 2);
+  return message.substr(0, message.find_last_not_of('\n') + 1);
 }
 
 } // namespace
@@ -163,7 +168,9 @@ std::optional<std::string> VirtualDaemon::parseConfiguration(const std::string& 
   rememberScenarios();
   std::istringstream in(text);
   const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
-  return ConfParser(in, registries).parse();
+  const std::optional<std::string> error = ConfParser(in, registries).parse();
+  if (!error) return std::nullopt;
+  return plainMessage(*error);
 }
 
 TraceDescription VirtualDaemon::describe() const {
@@ -196,9 +203,9 @@ std::vector<AlgorithmTrack> VirtualDaemon::describeItems(const TraceDescription&
     track.sensor = indexOf(board.sensors, item.sensor->name);
     track.lowactive = item.lowactive;
     if (const auto* monitor = dynamic_cast<const Monitor*>(&item))
-      simulation::describe(*monitor, board, track);
+      describeDetails(*monitor, board, track);
     else
-      simulation::describe(dynamic_cast<const SS&>(item), board, track);
+      describeDetails(dynamic_cast<const SS&>(item), board, track);
     tracks.push_back(std::move(track));
   });
   return tracks;
@@ -223,5 +230,3 @@ void VirtualDaemon::rememberScenarios() {
   for (const auto& [name, scenario] : scenarios)
     scenariosSeen.insert(scenario);
 }
-
-} // namespace simulation

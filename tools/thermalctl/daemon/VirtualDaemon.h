@@ -15,8 +15,6 @@
 
 class Algo;
 
-namespace simulation {
-
 // The scenario thread without a thread: its own cycle, with someone else to carry out what it has
 // to wait for.
 class VirtualScenarioThread : public ScenarioThread {
@@ -49,7 +47,8 @@ public:
   VirtualDaemon(const VirtualDaemon&) = delete;
   VirtualDaemon& operator=(const VirtualDaemon&) = delete;
 
-  // Adds the items of a configuration. Returns the daemon's message where it would have ended.
+  // Adds the items of a configuration. Returns the daemon's message where it would have ended,
+  // without its prefixes.
   std::optional<std::string> parseConfiguration(const std::string& text);
 
   // Sensors and devices, in the order of their names.
@@ -76,5 +75,3 @@ private:
   std::map<std::string, std::string> kinds; // of the devices, by the file's own words
   std::set<Scenario*> scenariosSeen;        // a replaced one is out of the registry, but not freed
 };
-
-} // namespace simulation

@@ -19,13 +19,6 @@ std::vector<fs::path> filesOf(const std::string& folder, const std::string& exte
   return files;
 }
 
-// The daemon's last words without its prefix and its line feed.
-std::string plain(const std::string& message) {
-  const size_t start = message.rfind("] ");
-  return message.substr(start == std::string::npos ? 0 : start + 2,
-                        message.find_last_not_of('\n') + 1 - (start + 2));
-}
-
 } // namespace
 
 BoardFolder::BoardFolder(const std::string& folder, std::vector<std::string>& problems) {
@@ -40,7 +33,7 @@ BoardFolder::BoardFolder(const std::string& folder, std::vector<std::string>& pr
     problems.push_back(environments[0].string() + ": cannot be read");
     return;
   }
-  parts = simulation::VirtualDaemon(*environment).describe();
+  parts = VirtualDaemon(*environment).describe();
   for (const fs::path& path : filesOf(folder, ".conf"))
     addConfiguration(path, *environment, problems);
   if (all.empty()) return;
@@ -48,9 +41,10 @@ BoardFolder::BoardFolder(const std::string& folder, std::vector<std::string>& pr
   if (!initial) initial = &all.front();
 }
 
-const BoardFolder::Configuration* BoardFolder::named(const std::string& name) const {
-  const auto found = std::find_if(
-      all.begin(), all.end(), [&name](const Configuration& known) { return known.name == name; });
+const BoardFolder::ConfigurationTracks* BoardFolder::named(const std::string& name) const {
+  const auto found =
+      std::find_if(all.begin(), all.end(),
+                   [&name](const ConfigurationTracks& known) { return known.name == name; });
   return found == all.end() ? nullptr : &*found;
 }
 
@@ -61,9 +55,9 @@ void BoardFolder::addConfiguration(const std::string& path, const std::string& e
     problems.push_back(path + ": cannot be read");
     return;
   }
-  auto daemon = std::make_unique<simulation::VirtualDaemon>(environment);
+  auto daemon = std::make_unique<VirtualDaemon>(environment);
   if (const auto message = daemon->parseConfiguration(*text)) {
-    problems.push_back(path + ": the daemon ends with it: " + plain(*message));
+    problems.push_back(path + ": the daemon ends with it: " + *message);
     return;
   }
   const std::string name = fs::path(path).filename().string();

@@ -14,7 +14,7 @@
 // devices and algorithms. Nothing of the host is opened but these files.
 class BoardFolder {
 public:
-  struct Configuration {
+  struct ConfigurationTracks {
     std::string name; // the file's
     std::vector<AlgorithmTrack> algorithms;
     std::vector<const Algo*> items; // in the same order
@@ -26,19 +26,19 @@ public:
 
   // Sensors and devices, without algorithms.
   const TraceDescription& description() const { return parts; }
-  const std::deque<Configuration>& configurations() const { return all; }
+  const std::deque<ConfigurationTracks>& configurations() const { return all; }
   // The configuration of that name; null without one.
-  const Configuration* named(const std::string& name) const;
+  const ConfigurationTracks* named(const std::string& name) const;
   // The one that bears the environment's name, which a device is shipped with; otherwise the first.
   // Null without any.
-  const Configuration* first() const { return initial; }
+  const ConfigurationTracks* first() const { return initial; }
 
 private:
   void addConfiguration(const std::string& path, const std::string& environment,
                         std::vector<std::string>& problems);
 
   TraceDescription parts;
-  std::deque<std::unique_ptr<simulation::VirtualDaemon>> daemons; // one holds each one's items
-  std::deque<Configuration> all;
-  const Configuration* initial = nullptr;
+  std::deque<std::unique_ptr<VirtualDaemon>> daemons; // one holds each one's items
+  std::deque<ConfigurationTracks> all;
+  const ConfigurationTracks* initial = nullptr;
 };

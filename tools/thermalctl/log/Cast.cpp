@@ -11,7 +11,7 @@ Cast::Cast(std::string name, const BoardFolder* board) {
     devices[cast.devices[i].name] = i;
 }
 
-void Cast::addConfiguration(const BoardFolder::Configuration& configuration,
+void Cast::addConfiguration(const BoardFolder::ConfigurationTracks& configuration,
                             const std::string& nameInRecord) {
   if (!configurations.insert(nameInRecord).second) return;
   for (size_t i = 0; i < configuration.algorithms.size(); ++i) {

@@ -18,7 +18,7 @@ public:
 
   // Adds the algorithms of one of the board's configurations, under the name that the record has
   // for it; once.
-  void addConfiguration(const BoardFolder::Configuration& configuration,
+  void addConfiguration(const BoardFolder::ConfigurationTracks& configuration,
                         const std::string& nameInRecord);
 
   // The index under that name. A name that is new is added.

@@ -43,7 +43,7 @@ LogReader::Counts playLog(const std::string& text, const std::string& name,
   const std::string scenario = firstScenario(text, periods);
   Cast cast(name, board);
   if (board) {
-    for (const BoardFolder::Configuration& configuration : board->configurations())
+    for (const BoardFolder::ConfigurationTracks& configuration : board->configurations())
       cast.addConfiguration(configuration, configuration.name);
   }
   NullSink nothing;

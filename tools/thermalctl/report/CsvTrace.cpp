@@ -1,24 +1,26 @@
 #include "report/CsvTrace.h"
 
+#include "trace/CsvFormat.h"
+
 CsvTrace::CsvTrace(std::ostream& out) : writer(out) {
-  writer << "run,time_ms,event,name,value,detail\n";
+  writer << csv::kHeader;
 }
 
 void CsvTrace::begin(const TraceDescription& description) {
-  run = csvField(description.name) + ",";
+  run = csv::field(description.name) + ",";
   sensors.clear();
   for (const SensorTrack& sensor : description.sensors) {
     const bool node = sensor.kind == SensorTrack::Kind::kPlantNode;
-    sensors.push_back((node ? ",plant," : ",temperature,") + csvField(sensor.name) + ",");
+    sensors.push_back(csv::between(node ? csv::kPlant : csv::kTemperature, sensor.name));
   }
   devices.clear();
   for (const DeviceTrack& device : description.devices)
-    devices.push_back(",level," + csvField(device.name) + ",");
+    devices.push_back(csv::between(csv::kLevel, device.name));
   algorithms.clear();
   scenarios.clear();
   for (const AlgorithmTrack& algorithm : description.algorithms) {
-    algorithms.push_back(",algorithm," + csvField(algorithm.name) + ",");
-    scenarios.push_back(csvField(algorithm.scenario));
+    algorithms.push_back(csv::between(csv::kAlgorithm, algorithm.name));
+    scenarios.push_back(csv::field(algorithm.scenario));
   }
 }
 
@@ -27,7 +29,7 @@ void CsvTrace::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
 }
 
 void CsvTrace::level(int64_t time, size_t device, int32_t level, const std::string& entry) {
-  line(time) << devices[device] << level << "," << csvField(entry) << "\n";
+  line(time) << devices[device] << level << "," << csv::field(entry) << "\n";
 }
 
 void CsvTrace::algorithm(int64_t time, size_t algorithm, int32_t level) {
@@ -37,15 +39,15 @@ void CsvTrace::algorithm(int64_t time, size_t algorithm, int32_t level) {
 }
 
 void CsvTrace::scenario(int64_t time, const std::string& name) {
-  line(time) << ",scenario," << csvField(name) << ",,\n";
+  line(time) << csv::between(csv::kScenario, name) << ",\n";
 }
 
 void CsvTrace::configuration(int64_t time, const std::string& name) {
-  line(time) << ",configuration," << csvField(name) << ",,\n";
+  line(time) << csv::between(csv::kConfiguration, name) << ",\n";
 }
 
 void CsvTrace::end(int64_t time, const std::vector<Performance>&) {
-  line(time) << ",end,,,\n";
+  line(time) << csv::between(csv::kEnd, "") << ",\n";
   writer.flush();
 }
 

@@ -6,18 +6,7 @@
 #include "report/Writer.h"
 #include "trace/Trace.h"
 
-// A line for each event, of all runs: run, time in milliseconds, kind of event, name, value,
-// detail.
-//
-//   temperature    sensor         millidegrees
-//   plant          node           millidegrees
-//   level          device         level            entry of the level table
-//   algorithm      algorithm      level or step    scenario
-//   scenario       its name
-//   configuration  its name
-//   end
-//
-// An algorithm that falls asleep has no value. The first line names the columns.
+// Writes a trace.csv (see csv::kHeader).
 class CsvTrace : public TraceSink {
 public:
   explicit CsvTrace(std::ostream& out);

@@ -1,5 +1,7 @@
 #include "report/EventTrace.h"
 
+#include "text/Phrases.h"
+
 namespace {
 
 constexpr int64_t kMicroseconds = 1000; // in a millisecond

@@ -32,10 +32,6 @@ std::optional<std::string> RunReport::finish() {
   return firstFailure();
 }
 
-std::filesystem::path RunReport::page() const {
-  return files->directory / kPage;
-}
-
 std::optional<std::string> RunReport::firstFailure() const {
   const std::pair<const char*, const std::ofstream&> all[] = {
       {kCsv, files->csvFile}, {kEvents, files->eventFile}, {kPage, files->pageFile}};

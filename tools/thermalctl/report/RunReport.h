@@ -22,8 +22,6 @@ public:
   // Ends the files. Returns what went wrong with them.
   std::optional<std::string> finish();
 
-  // The page, once `writeTo` went well.
-  std::filesystem::path page() const;
   const Summary& summary() const { return figures; }
 
   void begin(const TraceDescription& run) override;

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "report/Table.h"
-#include "report/Writer.h"
+#include "text/Phrases.h"
 
 namespace {
 
@@ -44,6 +44,11 @@ const TimeAtValue* recordOf(const std::vector<Track>& tracks,
   return nullptr;
 }
 
+// Of a time in milliseconds.
+std::string clock(int64_t milliseconds) {
+  return clockTime((milliseconds + 500) / 1000);
+}
+
 std::string inDegrees(double millidegrees) {
   return rounded(millidegrees / 1000, 1);
 }
@@ -74,7 +79,7 @@ void addMarks(const TraceDescription& run, const SensorTrack& sensor, std::set<M
 
 std::string limitVerdict(const TimeAtValue& record, int32_t limit) {
   if (record.highest() <= limit) return "kept";
-  return "passed for " + clockTime(record.total() - record.atMost(limit));
+  return "passed for " + clock(record.total() - record.atMost(limit));
 }
 
 // An entry's number, such as a clock; 0 for a text.
@@ -137,7 +142,7 @@ void Summary::print(std::ostream& out) const {
   std::vector<std::string> sources;
   for (const Run& run : runs) {
     names.push_back(run.description.name);
-    durations.push_back(clockTime(run.duration));
+    durations.push_back(clock(run.duration));
     collect(run.description.sensors, sensors);
     collect(run.description.devices, devices);
     for (const Performance& performance : run.performance) {
@@ -190,7 +195,7 @@ void Summary::addSensor(const SensorTrack& sensor, Table& table) const {
       continue;
     }
     add("time " + mark.label(),
-        [&](const TimeAtValue& record) { return clockTime(mark.timePast(record)); });
+        [&](const TimeAtValue& record) { return clock(mark.timePast(record)); });
   }
   if (!never.empty()) table.addRow(group, "never " + never, {});
   if (sensor.limit)

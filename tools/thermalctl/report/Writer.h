@@ -31,9 +31,3 @@ private:
 
 // `text` as a JSON string, quotes included. Bytes that are not UTF-8 are replaced.
 std::string jsonString(const std::string& text);
-
-// A field of a CSV file, quoted where it must be.
-std::string csvField(const std::string& text);
-
-// Millidegrees as degrees, exactly: -500 is "-0.5".
-std::string degrees(int32_t millidegrees);

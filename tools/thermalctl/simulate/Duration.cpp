@@ -6,8 +6,6 @@
 #include <cstdlib>
 #include <utility>
 
-namespace simulation {
-
 namespace {
 
 constexpr double kYear = 365.0 * 24 * 3600 * 1000;
@@ -45,5 +43,3 @@ std::optional<int64_t> parseDuration(const std::string& text) {
   if (text.empty() || total > kYear) return std::nullopt;
   return static_cast<int64_t>(std::llround(total));
 }
-
-} // namespace simulation

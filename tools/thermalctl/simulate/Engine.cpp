@@ -14,8 +14,6 @@
 #include "thread/SSThread.h"
 #include "thread/SensorThread.h"
 
-namespace simulation {
-
 namespace {
 
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
@@ -34,7 +32,7 @@ int64_t waitOf(int32_t period) {
 Engine::Engine(const RunInput& input_, TraceSink& sink_, Listener listener_)
     : input(input_), sink(sink_), listener(std::move(listener_)), daemon(input.environment),
       plant(input.plant, input.seed) {
-  for (const Configuration& configuration : input.configurations)
+  for (const RunConfiguration& configuration : input.configurations)
     configurationFiles.push_back(std::make_unique<MemoryFile>(configuration.text));
   daemon.control->change = [this](bool newConf) { changeScenario(newConf); };
   daemon.control->load = [this](const std::string& word) { loadConfiguration(word); };
@@ -279,7 +277,7 @@ int64_t Engine::gatherItemWorkers() {
   return waited;
 }
 
-void Engine::followItems(const Configuration& configuration) {
+void Engine::followItems(const RunConfiguration& configuration) {
   size_t track = configuration.firstItem;
   for (const Algo* item : daemon.items())
     items.push_back({item, track++});
@@ -343,7 +341,7 @@ void Engine::letWokenItemsDecide() {
 void Engine::loadConfiguration(const std::string& word) {
   for (size_t i = 0; i < configurationFiles.size(); ++i) {
     if (configurationFiles[i]->name() != word) continue;
-    const Configuration& configuration = input.configurations[i];
+    const RunConfiguration& configuration = input.configurations[i];
     daemon.confFileName = configuration.word;
     daemon.parseConfiguration(configuration.text);
     sink.configuration(now, configuration.word);
@@ -399,5 +397,3 @@ void Engine::observeItems() {
     sink.algorithm(now, each.track, level);
   }
 }
-
-} // namespace simulation

@@ -13,10 +13,8 @@
 #include "simulate/WorkloadFile.h"
 #include "trace/Trace.h"
 
-namespace simulation {
-
 // A configuration that can come in force in a run.
-struct Configuration {
+struct RunConfiguration {
   std::string word; // with which the workload asks for it
   std::string text;
   size_t firstItem = 0; // of its items in TraceDescription::algorithms
@@ -25,7 +23,7 @@ struct Configuration {
 // All that one run goes by.
 struct RunInput {
   std::string environment;
-  std::vector<Configuration> configurations; // the first is in force at the start
+  std::vector<RunConfiguration> configurations; // the first is in force at the start
   PlantDescription plant;
   Workload workload;
   TraceDescription description;
@@ -123,7 +121,7 @@ private:
   void takeItems(ItemWorker& worker);
   void decide(ItemWorker& worker);
   int64_t gatherItemWorkers();
-  void followItems(const Configuration& configuration);
+  void followItems(const RunConfiguration& configuration);
 
   void takeScenarioCycle();
   void standStill();
@@ -160,5 +158,3 @@ private:
   // How many of the items are those of a configuration that is being replaced.
   std::optional<size_t> retiredItems;
 };
-
-} // namespace simulation

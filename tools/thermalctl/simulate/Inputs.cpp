@@ -6,8 +6,7 @@
 
 #include "config/TextReader.h"
 #include "daemon/VirtualDaemon.h"
-
-namespace simulation {
+#include "file/Names.h"
 
 namespace {
 
@@ -19,16 +18,9 @@ std::string readOrReport(const std::string& path, Problems& problems) {
   return text.value_or("");
 }
 
-// What the daemon would log, without its prefixes and its line feed.
-std::string plainMessage(const std::string& logged) {
-  const size_t start = logged.rfind("] ");
-  const std::string message = start == std::string::npos ? logged : logged.substr(start + 2);
-  return message.substr(0, message.find_last_not_of('\n') + 1);
-}
-
 class InputReader {
 public:
-  InputReader(const Request& request_, Problems& problems_)
+  InputReader(const SimulationRequest& request_, Problems& problems_)
       : request(request_), problems(problems_) {}
 
   std::vector<RunInput> read() {
@@ -100,7 +92,7 @@ private:
 
   RunInput runOf(const std::string& path) {
     RunInput run = base;
-    run.description.name = nameOf(path);
+    run.description.name = shortName(path, request.configurations);
     addConfiguration(run, initialWord, path);
     for (const Change& change : run.workload.changes) {
       if (change.kind != Change::Kind::kConfiguration || knows(run, change.word)) continue;
@@ -115,16 +107,7 @@ private:
 
   static bool knows(const RunInput& run, const std::string& word) {
     return std::any_of(run.configurations.begin(), run.configurations.end(),
-                       [&word](const Configuration& known) { return known.word == word; });
-  }
-
-  // The file's own name, or the path where that would not tell two runs apart.
-  std::string nameOf(const std::string& path) const {
-    const std::string name = fs::path(path).filename();
-    const auto alike = std::count_if(
-        request.configurations.begin(), request.configurations.end(),
-        [&name](const std::string& other) { return fs::path(other).filename() == name; });
-    return alike == 1 ? name : path;
+                       [&word](const RunConfiguration& known) { return known.word == word; });
   }
 
   std::optional<std::string> pathOf(const std::string& word, const std::string& beside) const {
@@ -141,7 +124,7 @@ private:
     if (texts.count(path) == 0) texts[path] = readOrReport(path, problems);
     VirtualDaemon daemon(base.environment);
     if (const auto error = daemon.parseConfiguration(texts[path])) {
-      problems.add(path, 0, "the daemon would end here: " + plainMessage(*error));
+      problems.add(path, 0, "the daemon would end here: " + *error);
       return;
     }
     for (const auto& [name, scenario] : daemon.scenarios)
@@ -159,7 +142,7 @@ private:
     }
   }
 
-  const Request& request;
+  const SimulationRequest& request;
   Problems& problems;
   RunInput base;
   std::string initialWord; // what the daemon calls the configuration that it starts with
@@ -169,8 +152,6 @@ private:
 
 } // namespace
 
-std::vector<RunInput> readInputs(const Request& request, Problems& problems) {
+std::vector<RunInput> readInputs(const SimulationRequest& request, Problems& problems) {
   return InputReader(request, problems).read();
 }
-
-} // namespace simulation

@@ -8,10 +8,8 @@
 #include "simulate/Engine.h"
 #include "simulate/Problems.h"
 
-namespace simulation {
-
 // What a user asks for.
-struct Request {
+struct SimulationRequest {
   std::string environment;
   std::vector<std::string> configurations; // one run for each
   std::string plant;
@@ -24,6 +22,4 @@ struct Request {
 };
 
 // Reads all files and checks them against each other. With problems the runs are of no use.
-std::vector<RunInput> readInputs(const Request& request, Problems& problems);
-
-} // namespace simulation
+std::vector<RunInput> readInputs(const SimulationRequest& request, Problems& problems);

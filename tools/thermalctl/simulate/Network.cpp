@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-namespace simulation {
-
 namespace {
 
 // More than any run needs; a workload of odd times only costs the making of its solutions anew.
@@ -195,5 +193,3 @@ const Network::Rows& Network::solutionFor(int64_t milliseconds) {
   }
   return solutions.emplace(milliseconds, std::move(rows)).first->second;
 }
-
-} // namespace simulation

@@ -5,8 +5,6 @@
 #include <unordered_map>
 #include <vector>
 
-namespace simulation {
-
 // A thermal network: nodes that store heat, resistances between them and to the ambient, and lagged
 // observers that follow a node without loading it.
 //
@@ -62,5 +60,3 @@ private:
   // Of every length of step so far; a run has few.
   std::unordered_map<int64_t, Rows> solutions;
 };
-
-} // namespace simulation

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <limits>
 
-namespace simulation {
-
 Plant::Plant(const PlantDescription& description, uint64_t seed)
     : plant(description), network(networkOf(description, observed)),
       sources(description.sources.size()) {
@@ -116,5 +114,3 @@ void Plant::updatePowers() {
   }
   powersChanged = false;
 }
-
-} // namespace simulation

@@ -9,8 +9,6 @@
 #include "simulate/Random.h"
 #include "trace/Trace.h"
 
-namespace simulation {
-
 // The board's heat in time: what the sources give off at the devices' levels and the workload's
 // loads, and what the sensors read of it.
 class Plant {
@@ -57,5 +55,3 @@ private:
   bool powersChanged = true;
   int64_t now = 0;
 };
-
-} // namespace simulation

@@ -8,8 +8,6 @@
 #include "simulate/Network.h"
 #include "simulate/TomlSection.h"
 
-namespace simulation {
-
 namespace {
 
 constexpr char kAmbient[] = "ambient";
@@ -290,9 +288,7 @@ private:
 
 PlantDescription readPlant(const std::string& text, const std::string& file,
                            const TraceDescription& board, Problems& problems) {
-  const std::optional<toml::table> table = parseToml(text, file, problems);
+  const std::shared_ptr<const toml::table> table = parseToml(text, file, problems);
   if (!table) return {};
   return PlantReader(TomlSection(*table, file, problems), board).read();
 }
-
-} // namespace simulation

@@ -8,8 +8,6 @@
 #include "simulate/Problems.h"
 #include "trace/Trace.h"
 
-namespace simulation {
-
 // What a plant file says about the board, its names resolved to indices.
 //
 // Units: degrees Celsius, J/K, K/W, W, seconds.
@@ -58,5 +56,3 @@ struct PlantDescription {
 // Reads a plant for the sensors and devices of `board`.
 PlantDescription readPlant(const std::string& text, const std::string& file,
                            const TraceDescription& board, Problems& problems);
-
-} // namespace simulation

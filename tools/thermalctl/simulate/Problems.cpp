@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "text/Source.h"
-
-namespace simulation {
+#include "text/Characters.h"
 
 void Problems::add(const std::string& file, unsigned line, const std::string& what) {
   const auto same = [&](const Entry& entry) {
@@ -25,5 +23,3 @@ void Problems::print(std::ostream& out) const {
     out << ": error: " << visible(entry.what) << "\n";
   }
 }
-
-} // namespace simulation

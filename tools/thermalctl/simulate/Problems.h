@@ -4,8 +4,6 @@
 #include <string>
 #include <vector>
 
-namespace simulation {
-
 // What is wrong with the input of a run: collected over all files, so that one look shows it all.
 class Problems {
 public:
@@ -25,5 +23,3 @@ private:
   };
   std::vector<Entry> lines;
 };
-
-} // namespace simulation

@@ -2,8 +2,6 @@
 
 #include <cstdint>
 
-namespace simulation {
-
 // Noise that is the same on every machine and with every standard library (SplitMix64).
 class Random {
 public:
@@ -29,5 +27,3 @@ public:
 private:
   uint64_t state;
 };
-
-} // namespace simulation

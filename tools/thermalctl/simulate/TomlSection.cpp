@@ -5,7 +5,8 @@
 #include <iomanip>
 #include <sstream>
 
-namespace simulation {
+// Compiled here alone, for the time it takes.
+#include <toml++/toml.h>
 
 namespace {
 
@@ -155,6 +156,14 @@ std::vector<std::pair<std::string, std::string>> TomlSection::allWords() {
   return values;
 }
 
+bool TomlSection::has(const std::string& key) const {
+  return table->contains(key);
+}
+
+unsigned TomlSection::line() const {
+  return table->source().begin.line;
+}
+
 unsigned TomlSection::line(const std::string& key) const {
   const toml::node* node = table->get(key);
   return node ? node->source().begin.line : line();
@@ -182,14 +191,12 @@ void TomlSection::wrong(const std::string& key, const std::string& wanted) const
   problem(line(key), "'" + key + "' must be " + wanted);
 }
 
-std::optional<toml::table> parseToml(const std::string& text, const std::string& file,
-                                     Problems& problems) {
+std::shared_ptr<const toml::table> parseToml(const std::string& text, const std::string& file,
+                                             Problems& problems) {
   try {
-    return toml::parse(text);
+    return std::make_shared<toml::table>(toml::parse(text));
   } catch (const toml::parse_error& error) {
     problems.add(file, error.source().begin.line, std::string(error.description()));
-    return std::nullopt;
+    return nullptr;
   }
 }
-
-} // namespace simulation

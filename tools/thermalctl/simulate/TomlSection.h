@@ -1,16 +1,15 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include <toml++/toml.h>
+#include <toml++/impl/forward_declarations.h>
 
 #include "simulate/Problems.h"
-
-namespace simulation {
 
 // One table of a TOML file. Whatever is wrong in it goes to the problems with its line; a key that
 // nobody asked for is wrong, too, since it is most likely a slip.
@@ -41,10 +40,10 @@ public:
   // Every key with its word.
   std::vector<std::pair<std::string, std::string>> allWords();
 
-  bool has(const std::string& key) const { return table->contains(key); }
+  bool has(const std::string& key) const;
   // The line of a key's value, or of the table if it lacks the key.
   unsigned line(const std::string& key) const;
-  unsigned line() const { return table->source().begin.line; }
+  unsigned line() const;
 
   void problem(unsigned at, const std::string& what) const { problems->add(*file, at, what); }
   void missing(const std::string& key, const std::string& what) const;
@@ -63,8 +62,6 @@ private:
   std::set<std::string> asked;
 };
 
-// The file's tables, or nothing after telling why.
-std::optional<toml::table> parseToml(const std::string& text, const std::string& file,
-                                     Problems& problems);
-
-} // namespace simulation
+// The file's tables, or null after telling why.
+std::shared_ptr<const toml::table> parseToml(const std::string& text, const std::string& file,
+                                             Problems& problems);

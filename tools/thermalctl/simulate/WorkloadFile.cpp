@@ -8,8 +8,6 @@
 #include "simulate/Duration.h"
 #include "simulate/TomlSection.h"
 
-namespace simulation {
-
 namespace {
 
 constexpr char kFaultColumn[] = "fault ";
@@ -285,7 +283,7 @@ Workload readWorkload(const std::string& text, const std::string& file,
   constexpr char kToml[] = ".toml";
   const size_t ending = sizeof kToml - 1;
   if (file.size() >= ending && file.compare(file.size() - ending, ending, kToml) == 0) {
-    const std::optional<toml::table> table = parseToml(text, file, problems);
+    const std::shared_ptr<const toml::table> table = parseToml(text, file, problems);
     if (!table) return {};
     TomlReader(TomlSection(*table, file, problems), maker).read();
   } else {
@@ -293,5 +291,3 @@ Workload readWorkload(const std::string& text, const std::string& file,
   }
   return maker.finish();
 }
-
-} // namespace simulation

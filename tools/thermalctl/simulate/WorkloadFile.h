@@ -9,8 +9,6 @@
 #include "simulate/Problems.h"
 #include "trace/Trace.h"
 
-namespace simulation {
-
 // One thing that changes at one time and then holds.
 struct Change {
   enum class Kind { kAmbient, kLoad, kScenario, kConfiguration, kFault };
@@ -41,5 +39,3 @@ struct Workload {
 Workload readWorkload(const std::string& text, const std::string& file,
                       const PlantDescription& plant, const TraceDescription& board,
                       Problems& problems);
-
-} // namespace simulation

@@ -11,12 +11,13 @@
 #include "config/TextReader.h"
 #include "core/Int32.h"
 #include "status/NodeReading.h"
+#include "text/Phrases.h"
 
 namespace {
 
 StatusRow faultIn(StatusRow row, const std::string& note) {
   row.note = note;
-  row.mood = StatusRow::Fault;
+  row.mood = StatusRow::kFault;
   return row;
 }
 
@@ -49,14 +50,6 @@ StatusRow readRequest(const std::string& path) {
   return row;
 }
 
-// Millidegrees as degrees, all three places.
-std::string degrees(int32_t millidegrees) {
-  std::string digits = std::to_string(std::abs(static_cast<int64_t>(millidegrees)));
-  if (digits.size() < 4) digits.insert(0, 4 - digits.size(), '0');
-  digits.insert(digits.size() - 3, ".");
-  return (millidegrees < 0 ? "-" : "") + digits + " C";
-}
-
 bool isNumber(const std::string& word) {
   char* end = nullptr;
   std::strtol(word.c_str(), &end, 10);
@@ -64,8 +57,8 @@ bool isNumber(const std::string& word) {
 }
 
 StatusRow readSensor(const Section& sensor) {
-  StatusRow row{sensor.name, sensor.kindWord.text, "", "", "", StatusRow::Calm};
-  if (sensor.kind == SectionKind::Virtual) {
+  StatusRow row{sensor.name, sensor.kindWord.text, "", "", "", StatusRow::kCalm};
+  if (sensor.kind == SectionKind::kVirtual) {
     row.note = "computed, no node";
     return row;
   }
@@ -76,7 +69,7 @@ StatusRow readSensor(const Section& sensor) {
     return faultIn(row, reading.fault + reading.reserve + (path.empty() ? "" : ": " + path));
   std::string word;
   std::istringstream(reading.content) >> word;
-  row.value = degrees(parseInt32(word));
+  row.value = degreesInFull(parseInt32(word)) + " C";
   if (word.empty()) return faultIn(row, "empty, which reads as 0");
   if (!isNumber(word)) return faultIn(row, "'" + word + "', which reads as 0");
   return row;
@@ -123,7 +116,7 @@ StatusRow readReport(StatusRow row, std::string content) {
 }
 
 StatusRow readDevice(const Section& device) {
-  StatusRow row{device.name, device.kindWord.text, "", "", "", StatusRow::Calm};
+  StatusRow row{device.name, device.kindWord.text, "", "", "", StatusRow::kCalm};
   const std::string path = device.nodePath ? device.nodePath->text : "";
   const NodeReading reading = readNode(path);
   if (!reading.fault.empty())
@@ -139,14 +132,14 @@ StatusRow readDevice(const Section& device) {
     row.note = "not in its level table";
   if (!level) return row;
   row.level = std::to_string(*level) + " of " + std::to_string(device.levels.size() - 1);
-  if (*level > 0) row.mood = StatusRow::Cooling;
+  if (*level > 0) row.mood = StatusRow::kCooling;
   return row;
 }
 
 } // namespace
 
 bool BoardStatus::hasFault() const {
-  const auto isFault = [](const StatusRow& row) { return row.mood == StatusRow::Fault; };
+  const auto isFault = [](const StatusRow& row) { return row.mood == StatusRow::kFault; };
   return isFault(scenario) || isFault(request) ||
          std::any_of(sensors.begin(), sensors.end(), isFault) ||
          std::any_of(devices.begin(), devices.end(), isFault);

@@ -8,14 +8,14 @@
 
 // A row of the status table. An empty cell is shown as "-".
 struct StatusRow {
-  enum Mood { Calm, Cooling, Fault };
+  enum Mood { kCalm, kCooling, kFault };
   std::string name;
   std::string kind;
   std::string value;
   // Of a device: where in its table the value stands.
   std::string level;
   std::string note;
-  Mood mood = Calm;
+  Mood mood = kCalm;
 };
 
 // What the files beside the daemon tell of it.

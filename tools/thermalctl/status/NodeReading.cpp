@@ -24,19 +24,20 @@ NodeReading reserved(const char* reason) {
 }
 
 NodeReading readEnd(const FileHandle& file, off_t size) {
-  NodeReading reading;
+  std::string content;
   std::array<char, kMost> chunk;
   off_t at = size > kMost ? size - kMost : 0;
   for (;;) {
     const ssize_t got = ::pread(file.get(), chunk.data(), chunk.size(), at);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return failed();
-    if (got == 0) return reading;
-    reading.content.append(chunk.data(), static_cast<size_t>(got));
+    if (got == 0) break;
+    content.append(chunk.data(), static_cast<size_t>(got));
     at += got;
     // One that grows while it is read shall not be read for ever.
-    if (reading.content.size() >= chunk.size()) return reading;
+    if (content.size() >= chunk.size()) break;
   }
+  return {content, "", ""};
 }
 
 } // namespace

@@ -1,9 +1,7 @@
 #include "status/StatusTable.h"
 
-#include <algorithm>
-#include <array>
-
-#include "text/Source.h"
+#include "text/Characters.h"
+#include "text/Columns.h"
 
 namespace {
 
@@ -11,23 +9,7 @@ constexpr char kBold[] = "1";
 constexpr char kRed[] = "31";
 constexpr char kYellow[] = "33";
 
-using Cells = std::array<std::string, 5>;
-
-bool beginsCharacter(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U;
-}
-
-size_t charactersIn(const std::string& text) {
-  return static_cast<size_t>(std::count_if(text.begin(), text.end(), beginsCharacter));
-}
-
-std::string firstCharacters(const std::string& text, size_t count) {
-  size_t at = 0;
-  for (; at < text.size(); ++at) {
-    if (beginsCharacter(text[at]) && count-- == 0) break;
-  }
-  return text.substr(0, at);
-}
+using Cells = std::vector<std::string>;
 
 std::string cell(const std::string& text) {
   return text.empty() ? "-" : visible(text);
@@ -40,17 +22,17 @@ Cells cellsOf(const StatusRow& row) {
 
 const char* lookOf(StatusRow::Mood mood) {
   switch (mood) {
-  case StatusRow::Fault:
+  case StatusRow::kFault:
     return kRed;
-  case StatusRow::Cooling:
+  case StatusRow::kCooling:
     return kYellow;
-  case StatusRow::Calm:
+  case StatusRow::kCalm:
     break;
   }
   return "";
 }
 
-TableLine wordLine(const StatusRow& row) {
+TerminalLine wordLine(const StatusRow& row) {
   std::string text = row.name;
   text.resize(10, ' ');
   text += cell(row.value);
@@ -58,25 +40,7 @@ TableLine wordLine(const StatusRow& row) {
   return {text, lookOf(row.mood)};
 }
 
-// Cells in columns as wide as their widest, two spaces between them and none at the end.
-void addColumns(std::vector<TableLine>& lines, const std::vector<Cells>& rows,
-                const std::vector<const char*>& looks) {
-  std::array<size_t, std::tuple_size<Cells>::value> widths{};
-  for (const Cells& cells : rows)
-    for (size_t i = 0; i < cells.size(); ++i)
-      widths[i] = std::max(widths[i], charactersIn(cells[i]));
-  for (size_t row = 0; row < rows.size(); ++row) {
-    std::string text;
-    for (size_t i = 0; i < widths.size(); ++i) {
-      if (widths[i] == 0) continue;
-      text += rows[row][i] + std::string(widths[i] - charactersIn(rows[row][i]) + 2, ' ');
-    }
-    text.erase(text.find_last_not_of(' ') + 1);
-    lines.push_back({text, looks[row]});
-  }
-}
-
-void addRows(std::vector<TableLine>& lines, const Cells& heading,
+void addRows(std::vector<TerminalLine>& lines, const Cells& heading,
              const std::vector<StatusRow>& rows) {
   if (rows.empty()) return;
   std::vector<Cells> cells = {heading};
@@ -88,20 +52,18 @@ void addRows(std::vector<TableLine>& lines, const Cells& heading,
     looks.push_back(lookOf(row.mood));
   }
   lines.push_back({});
-  addColumns(lines, cells, looks);
+  const size_t first = lines.size();
+  for (std::string& line : inColumns(cells, heading.size())) {
+    line.erase(line.find_last_not_of(' ') + 1);
+    lines.push_back({line, looks[lines.size() - first]});
+  }
 }
 
 } // namespace
 
-std::vector<TableLine> tableOf(const BoardStatus& status) {
-  std::vector<TableLine> lines = {wordLine(status.scenario), wordLine(status.request)};
+std::vector<TerminalLine> tableOf(const BoardStatus& status) {
+  std::vector<TerminalLine> lines = {wordLine(status.scenario), wordLine(status.request)};
   addRows(lines, {"sensor", "kind", "temperature", "", ""}, status.sensors);
   addRows(lines, {"device", "kind", "value", "level", ""}, status.devices);
   return lines;
-}
-
-std::string shown(const TableLine& line, Colour colour, size_t width) {
-  const std::string text = firstCharacters(line.text, width);
-  if (colour == Colour::Off || *line.look == '\0' || text.empty()) return text;
-  return std::string("\x1B[") + line.look + "m" + text + "\x1B[0m";
 }

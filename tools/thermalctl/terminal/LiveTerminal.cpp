@@ -70,7 +70,7 @@ LiveTerminal::~LiveTerminal() {
   if (endedBy != 0) ::raise(endedBy);
 }
 
-void LiveTerminal::draw(const std::vector<TableLine>& lines, Colour colour) {
+void LiveTerminal::draw(const std::vector<TerminalLine>& lines, Colour colour) {
   const Size size = terminalSize();
   const size_t count = std::min(lines.size(), size.lines);
   std::string text = kHome;

@@ -9,7 +9,7 @@
 #include <termios.h>
 
 #include "file/FileHandle.h"
-#include "status/StatusTable.h"
+#include "terminal/TerminalLine.h"
 
 // A terminal taken over for a table that is drawn again and again: keys come at once and unseen,
 // the cursor is hidden, the text before is kept. With the scope it is given back as it was; if a
@@ -25,7 +25,7 @@ public:
   LiveTerminal& operator=(const LiveTerminal&) = delete;
 
   // As much of the lines as there is room for.
-  void draw(const std::vector<TableLine>& lines, Colour colour);
+  void draw(const std::vector<TerminalLine>& lines, Colour colour);
 
   // Waits for the time to pass, or for another size of the terminal. False when the user wants no
   // more: "q", a signal, or no terminal any more.

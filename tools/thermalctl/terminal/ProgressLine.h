@@ -1,26 +1,23 @@
 #pragma once
 
-#include "control/Waiting.h"
+#include <string>
 
-// Waits in real time. On a terminal, a line tells for what and for how long; it is gone with the
-// scope.
-class ProgressLine : public Waiting {
+// A line that is written over again and again; gone with the scope. Nothing is shown where the file
+// is no terminal.
+class ProgressLine {
 public:
   explicit ProgressLine(int fileDescriptor);
-  ~ProgressLine() override;
+  ~ProgressLine() { clear(); }
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
 
-  Time now() override;
-  void pause(std::chrono::milliseconds time) override;
-  void stage(const std::string& what) override;
+  void show(const std::string& text);
+  void clear();
 
 private:
-  void draw();
   void print(const std::string& text) const;
 
   const int fd;
   const bool onTerminal;
-  const Time start;
-  std::string current;
+  bool drawn = false;
 };

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 
-namespace {
+#include "text/Characters.h"
 
-char lowerCase(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
+namespace {
 
 bool same(char a, char b) {
   return lowerCase(a) == lowerCase(b);

@@ -2,13 +2,13 @@
 
 #include "config/TextReader.h"
 
-Text::Text(const std::string& content) : in(content) {
+PlacedText::PlacedText(const std::string& content) : in(content) {
   std::istringstream whole(content);
   for (std::string each; std::getline(whole, each);)
     lines.push_back(each);
 }
 
-bool Text::nextLine() {
+bool PlacedText::nextLine() {
   if (again) {
     again = false;
     line.clear();
@@ -21,7 +21,7 @@ bool Text::nextLine() {
   return true;
 }
 
-void Text::takeInHand() {
+void PlacedText::takeInHand() {
   number = fetched;
   const std::string& whole = lines[static_cast<size_t>(number) - 1];
   std::string trimmed = whole;
@@ -30,7 +30,7 @@ void Text::takeInHand() {
   length = trimmed.size();
 }
 
-std::optional<Word> Text::nextWord() {
+std::optional<Word> PlacedText::nextWord() {
   Word word;
   if (!(line >> word.text)) return std::nullopt;
   // A stream at its end no longer tells its position.
@@ -39,7 +39,7 @@ std::optional<Word> Text::nextWord() {
   return word;
 }
 
-std::vector<Word> Text::restOfLine() {
+std::vector<Word> PlacedText::restOfLine() {
   std::vector<Word> words;
   while (std::optional<Word> word = nextWord())
     words.push_back(std::move(*word));

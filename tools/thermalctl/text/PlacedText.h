@@ -5,29 +5,13 @@
 #include <string>
 #include <vector>
 
-// A place in a file. Lines and columns count from 1, columns in bytes.
-struct Position {
-  int line = 1;
-  int column = 1;
-};
-
-struct Word {
-  std::string text;
-  Position at;
-};
-
-// A value and the word that it was read from. A line whose key stands alone, or no line at all,
-// leaves its word empty, or gives it the key's: the two files differ there.
-struct Number {
-  int32_t value = 0;
-  Word word;
-};
+#include "text/Word.h"
 
 // A file as the daemon reads it: line by line, and word by word from the line in hand. It reads
 // with the daemon's own functions and adds only the places.
-class Text {
+class PlacedText {
 public:
-  explicit Text(const std::string& content);
+  explicit PlacedText(const std::string& content);
 
   // Whether the daemon has come to the end of the file.
   bool ended() const { return !again && in.eof(); }

@@ -2,10 +2,7 @@
 
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
-
-#include "check/rule/Finding.h"
 
 // A line of a file and where each of its characters begins. A byte that is not UTF-8 is a character
 // of its own.
@@ -38,17 +35,3 @@ private:
 
 // The files of a run by the names that the user gave them.
 using Sources = std::map<std::string, Source>;
-
-// The part of a line that a finding marks, in characters from 1; `endColumn` is the first one
-// behind it.
-struct Mark {
-  const Line& line;
-  int column;
-  int endColumn;
-};
-
-Mark markOf(const Finding& finding, const Sources& sources);
-
-// `text` on one line of a terminal: a sign stands for each control character, byte that is not
-// UTF-8, and character that changes the direction of writing. The number of characters is kept.
-std::string visible(std::string_view text);

@@ -217,12 +217,12 @@ std::string nodeOf(const Section& section) {
 
 std::string tripOf(const Section& section) {
   const Section* trip = section.trip ? section.trip->section : nullptr;
-  return trip && trip->kind == SectionKind::Real ? nameOf(trip) : "none";
+  return trip && trip->kind == SectionKind::kReal ? nameOf(trip) : "none";
 }
 
 std::string describe(const Section* section) {
   if (!section) return "none";
-  if (section->kind == SectionKind::Real)
+  if (section->kind == SectionKind::kReal)
     return joined({"real", nameOf(section), nodeOf(*section)});
   return joined({"virtual", nameOf(section), text(section->setPoint.value),
                  text(section->setPointClr.value), listOf(section->sources, nameOfReference),
@@ -305,13 +305,13 @@ void addWorkers(Lines& lines, const Configuration& configuration, ItemKind kind)
   const ConfigurationError* fatal = configuration.fatal();
   for (const Item& item : configuration.items) {
     const bool rejected =
-        fatal && fatal->failure == ConfigurationError::MissingProperty && fatal->item == &item;
+        fatal && fatal->failure == ConfigurationError::kMissingProperty && fatal->item == &item;
     if (item.kind != kind || !(item.created || rejected)) continue;
     const auto [worker, isNew] = workers.try_emplace(item.workerKey());
     if (isNew) worker->second.period = item.period();
     if (item.created)
-      worker->second.items.push_back(kind == ItemKind::SS ? describeSS(item)
-                                                          : describeMonitor(item));
+      worker->second.items.push_back(kind == ItemKind::kSS ? describeSS(item)
+                                                           : describeMonitor(item));
   }
   for (const auto& [key, worker] : workers)
     lines.push_back(joined({key, text(static_cast<int32_t>(worker.period)), joined(worker.items)}));
@@ -319,8 +319,8 @@ void addWorkers(Lines& lines, const Configuration& configuration, ItemKind kind)
 
 Lines configurationOf(const Configuration& configuration) {
   Lines lines;
-  addWorkers(lines, configuration, ItemKind::Monitor);
-  addWorkers(lines, configuration, ItemKind::SS);
+  addWorkers(lines, configuration, ItemKind::kMonitor);
+  addWorkers(lines, configuration, ItemKind::kSS);
   if (configuration.fatal())
     lines.push_back(configuration.fatal()->message + "\n");
   else

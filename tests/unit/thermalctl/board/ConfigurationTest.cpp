@@ -50,8 +50,7 @@ TEST_F(ConfigurationTest, KnowsWhereEachWordOfAMonitorStands) {
   ASSERT_EQ(day.items.size(), 1u);
   const Item& hot = day.items[0];
   EXPECT_EQ(hot.name, "hot");
-  EXPECT_EQ(placeOf(hot.nameWord()), Place(2, 2));
-  EXPECT_EQ(hot.kind, ItemKind::Monitor);
+  EXPECT_EQ(hot.kind, ItemKind::kMonitor);
   EXPECT_EQ(placeOf(hot.kindWord), Place(3, 11));
   EXPECT_EQ(hot.scenario, "night");
   EXPECT_EQ(hot.scenarioLine, 0u);
@@ -70,7 +69,7 @@ TEST_F(ConfigurationTest, KnowsWhereEachWordOfAMonitorStands) {
   EXPECT_TRUE(hot.lowactive);
   EXPECT_EQ(hot.workerKey(), "500nightMONITOR");
   EXPECT_TRUE(hot.created);
-  EXPECT_EQ(hot.end, ItemEnd::EndOfFile);
+  EXPECT_EQ(hot.end, ItemEnd::kEndOfFile);
 }
 
 TEST_F(ConfigurationTest, GivesAnSSItsDefaults) {
@@ -105,10 +104,10 @@ TEST_F(ConfigurationTest, AddsThePiecesOfASecondLineToTheRowsOfTheFirst) {
 TEST_F(ConfigurationTest, EndsAnItemAtABlankLineABracketOrTheEnd) {
   const Configuration day = read(kSS + "\n" + kSS + "]\n" + kSS);
   ASSERT_EQ(day.items.size(), 3u);
-  EXPECT_EQ(day.items[0].end, ItemEnd::BlankLine);
-  EXPECT_EQ(day.items[1].end, ItemEnd::Bracket);
+  EXPECT_EQ(day.items[0].end, ItemEnd::kBlankLine);
+  EXPECT_EQ(day.items[1].end, ItemEnd::kBracket);
   EXPECT_EQ(placeOf(day.items[1].bracket), Place(14, 1));
-  EXPECT_EQ(day.items[2].end, ItemEnd::EndOfFile);
+  EXPECT_EQ(day.items[2].end, ItemEnd::kEndOfFile);
 }
 
 TEST_F(ConfigurationTest, KeepsTheScenarioUntilABracketThatEndsNoItem) {
@@ -140,7 +139,7 @@ TEST_F(ConfigurationTest, TakesTheRestOfALineForABlankOneBelowIt) {
   const Configuration day = read("SCEN a [s] algo_type ss sensor cpu\n\n");
   ASSERT_EQ(day.items.size(), 1u);
   EXPECT_EQ(day.items[0].name, "s");
-  EXPECT_EQ(day.items[0].kind, ItemKind::SS);
+  EXPECT_EQ(day.items[0].kind, ItemKind::kSS);
   EXPECT_EQ(day.items[0].sensor->word.text, "cpu");
   EXPECT_EQ(day.items[0].missing, (Texts{"device", "set_point", "set_point_clr"}));
 }
@@ -148,7 +147,7 @@ TEST_F(ConfigurationTest, TakesTheRestOfALineForABlankOneBelowIt) {
 TEST_F(ConfigurationTest, DoesNotTakeABracketInTheFirstPropertyLineForTheItemsEnd) {
   const Configuration day = read("[s]\nalgo_type ss\n]\nsensor cpu\n");
   EXPECT_EQ(day.items.at(0).properties.size(), 2u);
-  EXPECT_EQ(day.items.at(0).end, ItemEnd::EndOfFile);
+  EXPECT_EQ(day.items.at(0).end, ItemEnd::kEndOfFile);
 }
 
 TEST_F(ConfigurationTest, TellsWhereAndWhyTheDaemonEnds) {
@@ -161,28 +160,38 @@ TEST_F(ConfigurationTest, TellsWhereAndWhyTheDaemonEnds) {
     Place place;
   };
   const Case cases[] = {
-      {" x y", Error::NoItem, Error::Header, Error::OtherWord, "x", {1, 2}},
-      {"SCEN a\n\n", Error::NoItem, Error::HeaderBehindScenario, Error::BlankLine, "a", {1, 6}},
-      {"SCEN a\n", Error::NoItem, Error::HeaderBehindScenario, Error::EndOfFile, "a", {1, 6}},
-      {"SCEN\n\n", Error::NoItem, Error::HeaderBehindScenario, Error::BlankLine, "SCEN", {1, 1}},
-      {"SCEN a\nx\n", Error::NoItem, Error::HeaderBehindScenario, Error::OtherWord, "x", {2, 1}},
-      {kSS + "\n]", Error::NoItem, Error::HeaderBehindBracket, Error::EndOfFile, "]", {8, 1}},
-      {kSS + "\n]\n\n", Error::NoItem, Error::HeaderBehindBracket, Error::BlankLine, "]", {8, 1}},
+      {" x y", Error::kNoItem, Error::kHeader, Error::kOtherWord, "x", {1, 2}},
+      {"SCEN a\n\n", Error::kNoItem, Error::kHeaderBehindScenario, Error::kBlankLine, "a", {1, 6}},
+      {"SCEN a\n", Error::kNoItem, Error::kHeaderBehindScenario, Error::kEndOfFile, "a", {1, 6}},
+      {"SCEN\n\n", Error::kNoItem, Error::kHeaderBehindScenario, Error::kBlankLine, "SCEN", {1, 1}},
+      {"SCEN a\nx\n", Error::kNoItem, Error::kHeaderBehindScenario, Error::kOtherWord, "x", {2, 1}},
+      {kSS + "\n]", Error::kNoItem, Error::kHeaderBehindBracket, Error::kEndOfFile, "]", {8, 1}},
+      {kSS + "\n]\n\n",
+       Error::kNoItem,
+       Error::kHeaderBehindBracket,
+       Error::kBlankLine,
+       "]",
+       {8, 1}},
       {kSS + "\n]\nSCEN a\n" + kSS,
-       Error::NoItem,
-       Error::HeaderBehindBracket,
-       Error::OtherWord,
+       Error::kNoItem,
+       Error::kHeaderBehindBracket,
+       Error::kOtherWord,
        "SCEN",
        {9, 1}},
-      {"[s]\nsensor cpu\n", Error::NoType, Error::TypeLine, Error::OtherWord, "sensor", {2, 1}},
-      {"[s]\n\n", Error::NoType, Error::TypeLine, Error::BlankLine, "[s]", {1, 1}},
-      {"[s]", Error::NoType, Error::TypeLine, Error::EndOfFile, "[s]", {1, 1}},
-      {"[s]\nalgo_type pid\n", Error::BadType, Error::TypeWord, Error::OtherWord, "pid", {2, 11}},
-      {"[s]\nalgo_type\n", Error::BadType, Error::TypeWord, Error::NoWord, "algo_type", {2, 1}},
+      {"[s]\nsensor cpu\n", Error::kNoType, Error::kTypeLine, Error::kOtherWord, "sensor", {2, 1}},
+      {"[s]\n\n", Error::kNoType, Error::kTypeLine, Error::kBlankLine, "[s]", {1, 1}},
+      {"[s]", Error::kNoType, Error::kTypeLine, Error::kEndOfFile, "[s]", {1, 1}},
+      {"[s]\nalgo_type pid\n",
+       Error::kBadType,
+       Error::kTypeWord,
+       Error::kOtherWord,
+       "pid",
+       {2, 11}},
+      {"[s]\nalgo_type\n", Error::kBadType, Error::kTypeWord, Error::kNoWord, "algo_type", {2, 1}},
       {"[s]\nalgo_type ss\n",
-       Error::MissingProperty,
-       Error::Properties,
-       Error::NoWord,
+       Error::kMissingProperty,
+       Error::kProperties,
+       Error::kNoWord,
        "[s]",
        {1, 1}},
   };
@@ -226,20 +235,20 @@ TEST_F(ConfigurationTest, ReadsOnBehindThePlaceWhereTheDaemonEnds) {
   EXPECT_FALSE(day.items[0].created);
   EXPECT_TRUE(day.items[0].missing.empty());
   EXPECT_EQ(day.items[1].scenario, "a");
-  EXPECT_EQ(day.items[1].kind, ItemKind::SS);
-  EXPECT_EQ(day.items[2].kind, ItemKind::None);
-  EXPECT_EQ(day.items[2].end, ItemEnd::NextHeader);
-  EXPECT_EQ(day.items[3].kind, ItemKind::Monitor);
+  EXPECT_EQ(day.items[1].kind, ItemKind::kSS);
+  EXPECT_EQ(day.items[2].kind, ItemKind::kNone);
+  EXPECT_EQ(day.items[2].end, ItemEnd::kNextHeader);
+  EXPECT_EQ(day.items[3].kind, ItemKind::kMonitor);
   EXPECT_EQ(day.items[3].period(), 5u);
-  EXPECT_EQ(day.items[3].end, ItemEnd::Bracket);
+  EXPECT_EQ(day.items[3].end, ItemEnd::kBracket);
 
   std::vector<Error::Failure> failures;
   for (const Error& error : day.errors)
     failures.push_back(error.failure);
   EXPECT_EQ(failures,
-            (std::vector<Error::Failure>{Error::NoItem, Error::NoItem, Error::NoType,
-                                         Error::BadType, Error::MissingProperty, Error::NoType,
-                                         Error::NoType, Error::MissingProperty}));
+            (std::vector<Error::Failure>{Error::kNoItem, Error::kNoItem, Error::kNoType,
+                                         Error::kBadType, Error::kMissingProperty, Error::kNoType,
+                                         Error::kNoType, Error::kMissingProperty}));
 }
 
 } // namespace

@@ -148,10 +148,10 @@ TEST(EnvironmentTest, TellsWhereAndWhyTheDaemonStopsReading) {
     std::string word;
     Place place;
   };
-  for (const Case& c : {Case{"\n cpu 1\n", EnvironmentBreak::NoHeader, "cpu", {2, 2}},
-                        Case{"[a]\n\ntype real\n", EnvironmentBreak::NothingBelow, "[a]", {1, 1}},
-                        Case{"[a]", EnvironmentBreak::NothingBelow, "[a]", {1, 1}},
-                        Case{"[a]\nTYPE real\n", EnvironmentBreak::NoTypeLine, "TYPE", {2, 1}}}) {
+  for (const Case& c : {Case{"\n cpu 1\n", EnvironmentBreak::kNoHeader, "cpu", {2, 2}},
+                        Case{"[a]\n\ntype real\n", EnvironmentBreak::kNothingBelow, "[a]", {1, 1}},
+                        Case{"[a]", EnvironmentBreak::kNothingBelow, "[a]", {1, 1}},
+                        Case{"[a]\nTYPE real\n", EnvironmentBreak::kNoTypeLine, "TYPE", {2, 1}}}) {
     SCOPED_TRACE(c.content);
     const Environment board = read(c.content);
     ASSERT_EQ(board.breaks.size(), 1u);
@@ -169,10 +169,10 @@ TEST(EnvironmentTest, ReadsOnBehindThePlaceWhereTheDaemonStops) {
   EXPECT_EQ(namesOf(board), (Texts{"a", "b", "c", "d", "e", "f"}));
   EXPECT_TRUE(board.sections[0].readByDaemon);
   EXPECT_FALSE(board.sections[1].readByDaemon);
-  EXPECT_EQ(board.sections[2].kind, SectionKind::Real);
+  EXPECT_EQ(board.sections[2].kind, SectionKind::kReal);
   EXPECT_EQ(board.sections[2].sampling.value, 5);
-  EXPECT_EQ(board.sections[3].kind, SectionKind::Real);
-  EXPECT_EQ(board.sections[4].kind, SectionKind::Unknown);
+  EXPECT_EQ(board.sections[3].kind, SectionKind::kReal);
+  EXPECT_EQ(board.sections[4].kind, SectionKind::kUnknown);
   EXPECT_EQ(board.breaks.size(), 4u);
   EXPECT_EQ(board.sensors.size(), 1u);
   EXPECT_NE(board.named("f"), nullptr);

@@ -29,7 +29,7 @@ protected:
 };
 
 TEST_F(ConfigurationRequestTest, EndsWhenTheConfigurationIsInForce) {
-  EXPECT_EQ(ask().outcome, Outcome::InForce);
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.board.main().confFileName, "night.conf");
   EXPECT_EQ(word(), "PARSED");
   EXPECT_LE(daemon.passed(), 2s + 100ms);
@@ -43,7 +43,7 @@ TEST_F(ConfigurationRequestTest, CopiesTheFileBesideTheOthers) {
 TEST_F(ConfigurationRequestTest, TellsARejection) {
   // The daemon looks for the file elsewhere.
   daemon.board.main().confDir = daemon.board.files.node("elsewhere/");
-  EXPECT_EQ(ask().outcome, Outcome::Rejected);
+  EXPECT_EQ(ask().outcome, Outcome::kRejected);
   EXPECT_EQ(word(), "PARSED");
 }
 
@@ -51,14 +51,14 @@ TEST_F(ConfigurationRequestTest, TellsARejectionThatIsLate) {
   daemon.period = 4s;
   daemon.pause(600ms);
   daemon.board.main().confDir = daemon.board.files.node("elsewhere/");
-  EXPECT_EQ(ask().outcome, Outcome::Rejected);
+  EXPECT_EQ(ask().outcome, Outcome::kRejected);
   EXPECT_GT(daemon.passed(), 3s);
 }
 
 TEST_F(ConfigurationRequestTest, WaitsForARequestThatIsUnderWay) {
   daemon.board.files.write("config/day.conf", "");
   askElsewhere("day.conf");
-  EXPECT_EQ(ask().outcome, Outcome::InForce);
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.board.main().confFileName, "night.conf");
   EXPECT_GT(daemon.passed(), 3s);
 }
@@ -67,7 +67,7 @@ TEST_F(ConfigurationRequestTest, DisturbsNoRequestThatDoesNotEnd) {
   askElsewhere("day.conf");
   daemon.isRunning = false;
   const ConfigurationAnswer answer = ask(4s);
-  EXPECT_EQ(answer.outcome, Outcome::Pending);
+  EXPECT_EQ(answer.outcome, Outcome::kPending);
   EXPECT_EQ(answer.word, "day.conf");
   EXPECT_EQ(word(), "day.conf");
   EXPECT_FALSE(daemon.board.files.exists("config/night.conf"));
@@ -75,7 +75,7 @@ TEST_F(ConfigurationRequestTest, DisturbsNoRequestThatDoesNotEnd) {
 
 TEST_F(ConfigurationRequestTest, WithdrawsFromADaemonThatDoesNotLook) {
   daemon.isRunning = false;
-  EXPECT_EQ(ask(4s).outcome, Outcome::NotTaken);
+  EXPECT_EQ(ask(4s).outcome, Outcome::kNotTaken);
   EXPECT_EQ(word(), "PARSED");
   EXPECT_GE(daemon.passed(), 4s);
   EXPECT_LE(daemon.passed(), 4s + 50ms);
@@ -83,34 +83,34 @@ TEST_F(ConfigurationRequestTest, WithdrawsFromADaemonThatDoesNotLook) {
 
 TEST_F(ConfigurationRequestTest, TellsADaemonThatTakesTheFileAndEnds) {
   daemon.at(700ms, [this] { daemon.isRunning = false; });
-  EXPECT_EQ(ask(4s).outcome, Outcome::NotFinished);
+  EXPECT_EQ(ask(4s).outcome, Outcome::kNotFinished);
   EXPECT_EQ(word(), "night.conf");
 }
 
 TEST_F(ConfigurationRequestTest, HasTheWholeTimeForTheSwapItself) {
   daemon.period = 4s;
-  EXPECT_EQ(ask(4s).outcome, Outcome::InForce);
+  EXPECT_EQ(ask(4s).outcome, Outcome::kInForce);
   EXPECT_GT(daemon.passed(), 4s);
 }
 
 TEST_F(ConfigurationRequestTest, TellsWhenAnotherWriterAsksForAnotherFile) {
   daemon.at(100ms, [this] { askElsewhere("day.conf"); });
   const ConfigurationAnswer answer = ask();
-  EXPECT_EQ(answer.outcome, Outcome::Overtaken);
+  EXPECT_EQ(answer.outcome, Outcome::kOvertaken);
   EXPECT_EQ(answer.word, "day.conf");
   EXPECT_EQ(word(), "day.conf");
 }
 
 TEST_F(ConfigurationRequestTest, IsNotOvertakenOnceTheDaemonHasTakenItOver) {
   daemon.at(700ms, [this] { askElsewhere("day.conf"); });
-  EXPECT_EQ(ask().outcome, Outcome::InForce);
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.board.main().confFileName, "night.conf");
 }
 
 TEST_F(ConfigurationRequestTest, NamesAFileThatItCannotWrite) {
   daemon.directory.configurations = daemon.board.files.node("no/");
   const ConfigurationAnswer answer = ask();
-  EXPECT_EQ(answer.outcome, Outcome::Failed);
+  EXPECT_EQ(answer.outcome, Outcome::kFailed);
   EXPECT_EQ(answer.word, daemon.board.files.node("no/night.conf"));
   EXPECT_EQ(answer.error, std::errc::no_such_file_or_directory);
   EXPECT_EQ(word(), "PARSED");
@@ -118,7 +118,7 @@ TEST_F(ConfigurationRequestTest, NamesAFileThatItCannotWrite) {
 
 TEST_F(ConfigurationRequestTest, MakesARequestFileThatIsMissing) {
   ::unlink(daemon.directory.requestFile.c_str());
-  EXPECT_EQ(ask().outcome, Outcome::InForce);
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
 }
 
 TEST_F(ConfigurationRequestTest, TellsWhatItWaitsFor) {

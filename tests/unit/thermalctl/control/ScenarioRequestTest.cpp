@@ -26,7 +26,7 @@ protected:
 };
 
 TEST_F(ScenarioRequestTest, EndsWhenTheScenarioIsInForce) {
-  EXPECT_EQ(ask("game").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game").outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.scenarioInForce(), "game");
   EXPECT_EQ(word(), "game");
 }
@@ -35,26 +35,26 @@ TEST_F(ScenarioRequestTest, TakesThreeOfTheDaemonsLooksWheneverItComes) {
   for (const auto untilFirstCycle : {0ms, 50ms, 500ms, 950ms, 1000ms}) {
     PacedDaemon other(untilFirstCycle);
     ControlFile file(other.directory.scenarioFile);
-    EXPECT_EQ(askForScenario(file, "game", 10s, other).outcome, Outcome::InForce);
+    EXPECT_EQ(askForScenario(file, "game", 10s, other).outcome, Outcome::kInForce);
     EXPECT_LE(other.passed(), 3s + 100ms);
     EXPECT_GE(other.passed(), 2s);
   }
 }
 
 TEST_F(ScenarioRequestTest, EndsForTheScenarioThatIsInForceAlready) {
-  EXPECT_EQ(ask("Default").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("Default").outcome, Outcome::kInForce);
   EXPECT_EQ(word(), "Default");
 }
 
 TEST_F(ScenarioRequestTest, EndsForADefaultThatIsInForceWithoutBeingDeclared) {
   delete daemon.board.main().scenarios["Default"];
   daemon.board.main().scenarios.erase("Default");
-  EXPECT_EQ(ask("Default").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("Default").outcome, Outcome::kInForce);
 }
 
 TEST_F(ScenarioRequestTest, TellsARefusalAndWhatStaysInForce) {
   const ScenarioAnswer answer = ask("arcade");
-  EXPECT_EQ(answer.outcome, Outcome::Refused);
+  EXPECT_EQ(answer.outcome, Outcome::kRefused);
   EXPECT_EQ(answer.word, "Default");
   EXPECT_EQ(word(), "Default");
   EXPECT_LE(daemon.passed(), 2s + 100ms);
@@ -63,26 +63,26 @@ TEST_F(ScenarioRequestTest, TellsARefusalAndWhatStaysInForce) {
 TEST_F(ScenarioRequestTest, IsNotRefusedByTheAnswerToAnEarlierWord) {
   // In the moment in which the daemon has read an unknown word and not yet answered it.
   daemon.at(50ms, [this] { daemon.board.files.write("wanted.scen", "Default"); });
-  EXPECT_EQ(ask("game").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game").outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.scenarioInForce(), "game");
 }
 
 TEST_F(ScenarioRequestTest, WaitsForASwitchThatIsDueAlready) {
   daemon.board.main().scenarios["night"] = new Scenario("night", false);
   daemon.board.scenarioThread().requestedScenName = "night";
-  EXPECT_EQ(ask("game").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game").outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.scenarioInForce(), "game");
 }
 
 TEST_F(ScenarioRequestTest, GivesASlowDaemonMoreTime) {
   daemon.period = 2700ms;
-  EXPECT_EQ(ask("game", 30s).outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game", 30s).outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.scenarioInForce(), "game");
 }
 
 TEST_F(ScenarioRequestTest, GivesUpOnADeadDaemonWhenItsTimeIsOver) {
   daemon.isRunning = false;
-  EXPECT_EQ(ask("game", 4s).outcome, Outcome::NoAnswer);
+  EXPECT_EQ(ask("game", 4s).outcome, Outcome::kNoAnswer);
   EXPECT_GE(daemon.passed(), 4s);
   EXPECT_LE(daemon.passed(), 4s + 50ms);
 }
@@ -96,7 +96,7 @@ TEST_F(ScenarioRequestTest, LeavesItsWordForADaemonThatIsOnlySlow) {
 TEST_F(ScenarioRequestTest, FindsADaemonThatComesBack) {
   daemon.isRunning = false;
   daemon.at(5s, [this] { daemon.isRunning = true; });
-  EXPECT_EQ(ask("game", 12s).outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game", 12s).outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.scenarioInForce(), "game");
 }
 
@@ -108,7 +108,7 @@ TEST_F(ScenarioRequestTest, TellsWhenAnotherWriterAsksForAnotherScenario) {
     other.at(when, [&] { other.writeElsewhere(other.directory.scenarioFile, "night"); });
     ControlFile file(other.directory.scenarioFile);
     const ScenarioAnswer answer = askForScenario(file, "game", 10s, other);
-    EXPECT_EQ(answer.outcome, Outcome::Overtaken);
+    EXPECT_EQ(answer.outcome, Outcome::kOvertaken);
     EXPECT_EQ(answer.word, "night");
     EXPECT_EQ(other.board.files.read("wanted.scen"), "night");
   }
@@ -117,25 +117,25 @@ TEST_F(ScenarioRequestTest, TellsWhenAnotherWriterAsksForAnotherScenario) {
 TEST_F(ScenarioRequestTest, AgreesWithAnotherWriterWhoAsksForTheSame) {
   for (const auto when : {100ms, 700ms, 1400ms})
     daemon.at(when, [this] { askElsewhere("game"); });
-  EXPECT_EQ(ask("game").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game").outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.scenarioInForce(), "game");
 }
 
 TEST_F(ScenarioRequestTest, IsNotMistakenAboutAnotherOnesQuestion) {
   daemon.at(100ms, [this] { askElsewhere("ENOFILE"); });
-  EXPECT_EQ(ask("game").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game").outcome, Outcome::kInForce);
   EXPECT_EQ(daemon.scenarioInForce(), "game");
 }
 
 TEST_F(ScenarioRequestTest, MakesAFileThatIsMissing) {
   ::unlink(daemon.directory.scenarioFile.c_str());
-  EXPECT_EQ(ask("game").outcome, Outcome::InForce);
+  EXPECT_EQ(ask("game").outcome, Outcome::kInForce);
 }
 
 TEST_F(ScenarioRequestTest, SaysWhyItCannotWrite) {
   ControlFile file(daemon.board.files.node("no/such/file"));
   const ScenarioAnswer answer = askForScenario(file, "game", 10s, daemon);
-  EXPECT_EQ(answer.outcome, Outcome::NotWritten);
+  EXPECT_EQ(answer.outcome, Outcome::kNotWritten);
   EXPECT_EQ(answer.error, std::errc::no_such_file_or_directory);
   EXPECT_EQ(daemon.passed(), 0ms);
 }

@@ -8,8 +8,6 @@
 #include "simulate/Inputs.h"
 #include "support/SysfsDir.h"
 
-namespace simulation {
-
 // Texts as the files of a board.
 class BoardFiles {
 public:
@@ -43,7 +41,7 @@ public:
   std::string workloadName = "workload.csv";
   std::string workload = "time,ambient\n0,25\n";
 
-  Request request;
+  SimulationRequest request;
   Problems problems;
 
   BoardFiles() { request.duration = 10'000; }
@@ -77,5 +75,3 @@ public:
 private:
   SysfsDir folder;
 };
-
-} // namespace simulation

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-namespace simulation {
 namespace {
 
 TEST(DurationTest, TakesNumbersWithAndWithoutUnits) {
@@ -24,4 +23,3 @@ TEST(DurationTest, RefusesWhatIsNoTime) {
 }
 
 } // namespace
-} // namespace simulation

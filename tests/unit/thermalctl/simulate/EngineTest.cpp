@@ -9,7 +9,6 @@
 #include "thermalctl/simulate/BoardFiles.h"
 #include "thermalctl/simulate/RecordedTrace.h"
 
-namespace simulation {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -268,4 +267,3 @@ TEST_F(EngineTest, TheSameInputGivesTheSameTrace) {
 }
 
 } // namespace
-} // namespace simulation

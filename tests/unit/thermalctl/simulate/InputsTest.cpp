@@ -5,7 +5,6 @@
 #include "support/LogSwitchedOff.h"
 #include "thermalctl/simulate/BoardFiles.h"
 
-namespace simulation {
 namespace {
 
 class InputsTest : public testing::Test {
@@ -64,4 +63,3 @@ TEST_F(InputsTest, AnEnvironmentWithoutASensorIsWrong) {
 }
 
 } // namespace
-} // namespace simulation

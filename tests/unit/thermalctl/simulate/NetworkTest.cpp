@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-namespace simulation {
 namespace {
 
 constexpr double kAmbient = 20;
@@ -187,4 +186,3 @@ TEST_F(NetworkTest, NodesWithoutAWayToTheAmbientCannotCool) {
 }
 
 } // namespace
-} // namespace simulation

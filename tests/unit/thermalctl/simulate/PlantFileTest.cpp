@@ -7,7 +7,6 @@
 
 #include "thermalctl/simulate/BoardFiles.h"
 
-namespace simulation {
 namespace {
 
 class PlantFileTest : public testing::Test {
@@ -133,4 +132,3 @@ TEST_F(PlantFileTest, ATextualLevelTableNeedsItsPowersAndSpeeds) {
 }
 
 } // namespace
-} // namespace simulation

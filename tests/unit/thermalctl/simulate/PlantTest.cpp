@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-namespace simulation {
 namespace {
 
 // One node that keeps whatever temperature it has, unless a test says otherwise.
@@ -211,4 +210,3 @@ TEST_F(PlantTest, TheAmbientMayChange) {
 }
 
 } // namespace
-} // namespace simulation

@@ -6,8 +6,6 @@
 
 #include "trace/Trace.h"
 
-namespace simulation {
-
 // A trace as lines of text such as "300 gpu 1".
 struct Recording {
   // The times at which a sensor was sampled.
@@ -54,5 +52,3 @@ private:
     return std::to_string(time) + " " + name + " " + std::to_string(value);
   }
 };
-
-} // namespace simulation

@@ -8,7 +8,6 @@
 
 #include "thermalctl/simulate/BoardFiles.h"
 
-namespace simulation {
 namespace {
 
 using Kind = Change::Kind;
@@ -124,4 +123,3 @@ TEST_F(WorkloadFileTest, TellsEverythingThatIsWrongInToml) {
 }
 
 } // namespace
-} // namespace simulation

@@ -88,7 +88,7 @@ TEST_F(BoardStatusTest, ShowsMillidegreesAsDegrees) {
     const StatusRow row = sensor(c.content);
     EXPECT_EQ(row.value, c.value) << c.content;
     EXPECT_EQ(row.note, "") << c.content;
-    EXPECT_EQ(row.mood, Mood::Calm) << c.content;
+    EXPECT_EQ(row.mood, Mood::kCalm) << c.content;
   }
 }
 
@@ -99,7 +99,7 @@ TEST_F(BoardStatusTest, TellsWhatReadsAsNought) {
     const StatusRow row = sensor(content);
     EXPECT_EQ(row.value, "0.000 C");
     EXPECT_EQ(row.note, note);
-    EXPECT_EQ(row.mood, Mood::Fault);
+    EXPECT_EQ(row.mood, Mood::kFault);
   }
 }
 
@@ -107,7 +107,7 @@ TEST_F(BoardStatusTest, TellsWhereASensorsNodeIsMissing) {
   const StatusRow row = status("[cpu]\ntype real\nnode_path @temp\n").sensors.at(0);
   EXPECT_EQ(row.value, "");
   EXPECT_EQ(row.note, "missing: " + files.node("") + "temp");
-  EXPECT_EQ(row.mood, Mood::Fault);
+  EXPECT_EQ(row.mood, Mood::kFault);
 }
 
 TEST_F(BoardStatusTest, TellsThatASensorHasNoNode) {
@@ -118,7 +118,7 @@ TEST_F(BoardStatusTest, TakesASensorThatCanOnlyBeWrittenForAFault) {
   ::chmod(files.write("temp", "1").c_str(), 0222);
   const StatusRow row = status("[cpu]\ntype real\nnode_path @temp\n").sensors.at(0);
   EXPECT_EQ(row.note, "write-only: " + files.node("") + "temp");
-  EXPECT_EQ(row.mood, Mood::Fault);
+  EXPECT_EQ(row.mood, Mood::kFault);
 }
 
 TEST_F(BoardStatusTest, HasNoValueForAVirtualSensor) {
@@ -126,7 +126,7 @@ TEST_F(BoardStatusTest, HasNoValueForAVirtualSensor) {
   EXPECT_EQ(row.kind, "virtual");
   EXPECT_EQ(row.value, "");
   EXPECT_EQ(row.note, "computed, no node");
-  EXPECT_EQ(row.mood, Mood::Calm);
+  EXPECT_EQ(row.mood, Mood::kCalm);
 }
 
 TEST_F(BoardStatusTest, FindsADevicesLevelInItsTable) {
@@ -138,15 +138,15 @@ TEST_F(BoardStatusTest, FindsADevicesLevelInItsTable) {
     const char* level;
     Mood mood;
   } cases[] = {
-      {"gpufreq", "850 760 670", "850\n", "850", "0 of 2", Mood::Calm},
-      {"gpufreq", "850 760 670", "670\n", "670", "2 of 2", Mood::Cooling},
-      {"gpufreq", "850 760 760", "760", "760", "1 of 2", Mood::Cooling},
-      {"gpufreq", "0850 +760", "760", "760", "1 of 1", Mood::Cooling},
-      {"backlight", "0xff 0x80", "80", "80", "1 of 1", Mood::Cooling},
-      {"backlight", "0xff 0x80", "0x80", "0x80", "1 of 1", Mood::Cooling},
+      {"gpufreq", "850 760 670", "850\n", "850", "0 of 2", Mood::kCalm},
+      {"gpufreq", "850 760 670", "670\n", "670", "2 of 2", Mood::kCooling},
+      {"gpufreq", "850 760 760", "760", "760", "1 of 2", Mood::kCooling},
+      {"gpufreq", "0850 +760", "760", "760", "1 of 1", Mood::kCooling},
+      {"backlight", "0xff 0x80", "80", "80", "1 of 1", Mood::kCooling},
+      {"backlight", "0xff 0x80", "0x80", "0x80", "1 of 1", Mood::kCooling},
       {"charger", "\"full power\" \"low power\"", "low power\n", "low power", "1 of 1",
-       Mood::Cooling},
-      {"camera", "30 024", "024", "024", "1 of 1", Mood::Cooling},
+       Mood::kCooling},
+      {"camera", "30 024", "024", "024", "1 of 1", Mood::kCooling},
   };
   for (const auto& c : cases) {
     const StatusRow row = device(c.kind, c.table, c.content);
@@ -162,7 +162,7 @@ TEST_F(BoardStatusTest, TellsAValueThatIsNotInTheTable) {
   EXPECT_EQ(row.value, "900");
   EXPECT_EQ(row.level, "");
   EXPECT_EQ(row.note, "not in its level table");
-  EXPECT_EQ(row.mood, Mood::Calm);
+  EXPECT_EQ(row.mood, Mood::kCalm);
 }
 
 TEST_F(BoardStatusTest, ReadsTheRawNumberOfAClock) {
@@ -182,7 +182,7 @@ TEST_F(BoardStatusTest, ShowsAnEmptyNode) {
   const StatusRow row = device("charger", "3000 1200", "");
   EXPECT_EQ(row.value, "");
   EXPECT_EQ(row.note, "empty");
-  EXPECT_EQ(row.mood, Mood::Calm);
+  EXPECT_EQ(row.mood, Mood::kCalm);
 }
 
 TEST_F(BoardStatusTest, ShowsTheLastLineOfAReport) {
@@ -197,13 +197,13 @@ TEST_F(BoardStatusTest, DoesNotLookIntoAWriteOnlyDevice) {
       status("[d]\ntype charger\nnode_path @node\nlevel_table 1 2\n").devices.at(0);
   EXPECT_EQ(row.value, "");
   EXPECT_EQ(row.note, "write-only");
-  EXPECT_EQ(row.mood, Mood::Calm);
+  EXPECT_EQ(row.mood, Mood::kCalm);
 }
 
 TEST_F(BoardStatusTest, TellsWhereADevicesNodeIsMissing) {
   const StatusRow row = status("[d]\ntype charger\nnode_path @node\n").devices.at(0);
   EXPECT_EQ(row.note, "missing: " + files.node("") + "node");
-  EXPECT_EQ(row.mood, Mood::Fault);
+  EXPECT_EQ(row.mood, Mood::kFault);
 }
 
 TEST_F(BoardStatusTest, ShowsWhatTheDaemonKnowsInTheOrderOfTheFile) {

@@ -6,8 +6,8 @@ namespace {
 
 std::string text(const BoardStatus& status) {
   std::string text;
-  for (const TableLine& line : tableOf(status))
-    text += shown(line, Colour::Off, 1000) + "\n";
+  for (const TerminalLine& line : tableOf(status))
+    text += shown(line, Colour::kOff, 1000) + "\n";
   return text;
 }
 
@@ -42,10 +42,10 @@ TEST(StatusTableTest, ShowsAMissingWord) {
 
 TEST(StatusTableTest, AlignsItsColumns) {
   BoardStatus status = board();
-  status.sensors = {{"little", "real", "45.200 C", "", "", StatusRow::Calm},
-                    {"s\xC3\xA4", "virtual", "", "", "computed, no node", StatusRow::Calm}};
-  status.devices = {{"cpu_big", "cpufreq", "2600000", "0 of 7", "", StatusRow::Calm},
-                    {"gpu", "gpufreq", "900", "", "not in its level table", StatusRow::Calm}};
+  status.sensors = {{"little", "real", "45.200 C", "", "", StatusRow::kCalm},
+                    {"s\xC3\xA4", "virtual", "", "", "computed, no node", StatusRow::kCalm}};
+  status.devices = {{"cpu_big", "cpufreq", "2600000", "0 of 7", "", StatusRow::kCalm},
+                    {"gpu", "gpufreq", "900", "", "not in its level table", StatusRow::kCalm}};
   EXPECT_EQ(text(status), "scenario  Default\n"
                           "request   none\n"
                           "\n"
@@ -61,7 +61,7 @@ TEST(StatusTableTest, AlignsItsColumns) {
 TEST(StatusTableTest, KeepsControlCharactersFromTheTerminal) {
   BoardStatus status = board();
   status.scenario.value = "a\x1B[2Jb";
-  status.devices = {{"d\n", "k", "\x07", "", "\x1B", StatusRow::Calm}};
+  status.devices = {{"d\n", "k", "\x07", "", "\x1B", StatusRow::kCalm}};
   EXPECT_EQ(text(status).find('\x1B'), std::string::npos);
   EXPECT_EQ(text(status).find('\x07'), std::string::npos);
   EXPECT_EQ(tableOf(status).size(), 5U);
@@ -69,23 +69,23 @@ TEST(StatusTableTest, KeepsControlCharactersFromTheTerminal) {
 
 TEST(StatusTableTest, LooksDifferentWhereSomethingIsUp) {
   BoardStatus status = board();
-  status.sensors = {{"cpu", "real", "", "", "missing", StatusRow::Fault}};
-  status.devices = {{"gpu", "gpufreq", "1", "1 of 2", "", StatusRow::Cooling}};
-  const std::vector<TableLine> lines = tableOf(status);
-  EXPECT_EQ(shown(lines[0], Colour::On, 80), "scenario  Default");
-  EXPECT_EQ(shown(lines[2], Colour::On, 80), "");
-  EXPECT_EQ(shown(lines[3], Colour::On, 80), "\x1B[1msensor  kind  temperature\x1B[0m");
-  EXPECT_EQ(shown(lines[4], Colour::On, 80), "\x1B[31mcpu     real  -            missing\x1B[0m");
-  EXPECT_EQ(shown(lines[7], Colour::On, 80), "\x1B[33mgpu     gpufreq  1      1 of 2\x1B[0m");
+  status.sensors = {{"cpu", "real", "", "", "missing", StatusRow::kFault}};
+  status.devices = {{"gpu", "gpufreq", "1", "1 of 2", "", StatusRow::kCooling}};
+  const std::vector<TerminalLine> lines = tableOf(status);
+  EXPECT_EQ(shown(lines[0], Colour::kOn, 80), "scenario  Default");
+  EXPECT_EQ(shown(lines[2], Colour::kOn, 80), "");
+  EXPECT_EQ(shown(lines[3], Colour::kOn, 80), "\x1B[1msensor  kind  temperature\x1B[0m");
+  EXPECT_EQ(shown(lines[4], Colour::kOn, 80), "\x1B[31mcpu     real  -            missing\x1B[0m");
+  EXPECT_EQ(shown(lines[7], Colour::kOn, 80), "\x1B[33mgpu     gpufreq  1      1 of 2\x1B[0m");
 }
 
 TEST(StatusTableTest, CutsALineAtAWholeCharacter) {
-  const TableLine line = {"a\xC3\xA4z", "31"};
-  EXPECT_EQ(shown(line, Colour::Off, 0), "");
-  EXPECT_EQ(shown(line, Colour::Off, 1), "a");
-  EXPECT_EQ(shown(line, Colour::Off, 2), "a\xC3\xA4");
-  EXPECT_EQ(shown(line, Colour::On, 2), "\x1B[31ma\xC3\xA4\x1B[0m");
-  EXPECT_EQ(shown(line, Colour::Off, 3), "a\xC3\xA4z");
+  const TerminalLine line = {"a\xC3\xA4z", "31"};
+  EXPECT_EQ(shown(line, Colour::kOff, 0), "");
+  EXPECT_EQ(shown(line, Colour::kOff, 1), "a");
+  EXPECT_EQ(shown(line, Colour::kOff, 2), "a\xC3\xA4");
+  EXPECT_EQ(shown(line, Colour::kOn, 2), "\x1B[31ma\xC3\xA4\x1B[0m");
+  EXPECT_EQ(shown(line, Colour::kOff, 3), "a\xC3\xA4z");
 }
 
 } // namespace

@@ -10,8 +10,8 @@ Place placeOf(const Word& word) {
   return {word.at.line, word.at.column};
 }
 
-TEST(TextTest, GivesEachWordWithItsLineAndColumn) {
-  Text text("one two\n\n \t three\v four \r\nfive");
+TEST(PlacedTextTest, GivesEachWordWithItsLineAndColumn) {
+  PlacedText text("one two\n\n \t three\v four \r\nfive");
   ASSERT_TRUE(text.nextLine());
   EXPECT_EQ(placeOf(*text.nextWord()), Place(1, 1));
   EXPECT_EQ(placeOf(*text.nextWord()), Place(1, 5));
@@ -28,8 +28,8 @@ TEST(TextTest, GivesEachWordWithItsLineAndColumn) {
   EXPECT_EQ(placeOf(*text.nextWord()), Place(4, 1));
 }
 
-TEST(TextTest, KeepsTheUnreadWordsOfALineThatABlankOneFollows) {
-  Text text("one two\n\n");
+TEST(PlacedTextTest, KeepsTheUnreadWordsOfALineThatABlankOneFollows) {
+  PlacedText text("one two\n\n");
   ASSERT_TRUE(text.nextLine());
   text.nextWord();
   EXPECT_FALSE(text.nextLine());
@@ -39,29 +39,29 @@ TEST(TextTest, KeepsTheUnreadWordsOfALineThatABlankOneFollows) {
   EXPECT_EQ(placeOf(*word), Place(1, 5));
 }
 
-TEST(TextTest, EndsWithTheLastLineOrBehindItsLineFeed) {
-  Text without("one");
+TEST(PlacedTextTest, EndsWithTheLastLineOrBehindItsLineFeed) {
+  PlacedText without("one");
   EXPECT_FALSE(without.ended());
   EXPECT_TRUE(without.nextLine());
   EXPECT_TRUE(without.ended());
 
-  Text with("one\n");
+  PlacedText with("one\n");
   EXPECT_TRUE(with.nextLine());
   EXPECT_FALSE(with.ended());
   EXPECT_FALSE(with.nextLine());
   EXPECT_TRUE(with.ended());
 }
 
-TEST(TextTest, HasNoLineInAnEmptyFile) {
-  Text text("");
+TEST(PlacedTextTest, HasNoLineInAnEmptyFile) {
+  PlacedText text("");
   EXPECT_FALSE(text.ended());
   EXPECT_FALSE(text.nextLine());
   EXPECT_TRUE(text.ended());
   EXPECT_FALSE(text.nextWord());
 }
 
-TEST(TextTest, GivesALineOnceMoreIfAskedTo) {
-  Text text("  one two");
+TEST(PlacedTextTest, GivesALineOnceMoreIfAskedTo) {
+  PlacedText text("  one two");
   text.nextLine();
   text.restOfLine();
   text.readLineAgain();
@@ -71,9 +71,9 @@ TEST(TextTest, GivesALineOnceMoreIfAskedTo) {
   EXPECT_TRUE(text.ended());
 }
 
-TEST(TextTest, TakesAnyByteButWhiteSpaceForAPartOfAWord) {
+TEST(PlacedTextTest, TakesAnyByteButWhiteSpaceForAPartOfAWord) {
   const std::string bytes{'\xFF', '\0', '\x80', '\x1B'};
-  Text text(" " + bytes + " b\n");
+  PlacedText text(" " + bytes + " b\n");
   text.nextLine();
   const Word word = *text.nextWord();
   EXPECT_EQ(word.text, bytes);

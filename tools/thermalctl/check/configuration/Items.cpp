@@ -7,12 +7,6 @@
 
 namespace {
 
-// Degrees that a phone can have, and millidegrees that no sensor reads. The freezing point is 0, or
-// 1 where 0 counts as no value.
-constexpr int32_t kLeastDegrees = 2;
-constexpr int32_t kMostDegrees = 200;
-constexpr int32_t kMostMillidegrees = 200000;
-
 void addList(std::vector<KeyedNumber>& numbers, const char* key, const std::vector<Number>& list) {
   for (const Number& number : list)
     numbers.push_back({key, &number});
@@ -40,19 +34,6 @@ template <typename Row> bool anyStrayPlus(const std::vector<Row>& rows) {
 
 } // namespace
 
-std::string quoted(const std::string& text) {
-  return "'" + text + "'";
-}
-
-std::string listed(const std::vector<std::string>& texts) {
-  std::string list;
-  for (size_t i = 0; i < texts.size(); ++i) {
-    if (i > 0) list += i + 1 == texts.size() ? " and " : ", ";
-    list += quoted(texts[i]);
-  }
-  return list;
-}
-
 std::string ending(bool first) {
   return first ? "the daemon ends: " : "the daemon would end here too: ";
 }
@@ -63,7 +44,7 @@ std::string ending(const Configuration& configuration, const ConfigurationError&
 
 bool endsForWantOf(const Configuration& configuration, const Item& item, const std::string& key) {
   const ConfigurationError* fatal = configuration.fatal();
-  if (!fatal || fatal->failure != ConfigurationError::MissingProperty) return false;
+  if (!fatal || fatal->failure != ConfigurationError::kMissingProperty) return false;
   if (!contains(fatal->item->missing, key)) return false;
   // Of the items that the daemon merges, the first that lacks the key is to blame.
   const auto guilty =
@@ -83,8 +64,8 @@ std::string endForWantOf(const Configuration& configuration, const Item& item,
 }
 
 std::string meantKey(const Item& item, const Property& property) {
-  if (property.known || item.kind == ItemKind::None) return "";
-  const ItemKind other = item.kind == ItemKind::SS ? ItemKind::Monitor : ItemKind::SS;
+  if (property.known || item.kind == ItemKind::kNone) return "";
+  const ItemKind other = item.kind == ItemKind::kSS ? ItemKind::kMonitor : ItemKind::kSS;
   if (contains(itemKeys(other), property.key.text)) return "";
   return nearest(property.key.text, itemKeys(item.kind));
 }
@@ -102,14 +83,6 @@ bool standsAlone(const Item& item, const std::string& key) {
 bool meantLowactive(const Item& item) {
   if (item.lowactive || misspelt(item, "lowactive")) return true;
   return item.lowactiveWord && item.lowactiveWord->text != "false";
-}
-
-Reading readingOf(const std::string& word) {
-  char* end = nullptr;
-  const long long value = std::strtoll(word.c_str(), &end, 10);
-  if (end == word.c_str()) return Reading::NoDigits;
-  if (value > INT32_MAX || value < INT32_MIN) return Reading::TooLarge;
-  return static_cast<size_t>(end - word.c_str()) < word.size() ? Reading::CutShort : Reading::Whole;
 }
 
 std::vector<KeyedNumber> temperaturesOf(const Item& item) {
@@ -132,28 +105,9 @@ std::vector<KeyedNumber> numbersOf(const Item& item) {
   return numbers;
 }
 
-bool looksLikeDegrees(const Number& temperature) {
-  const int64_t size = std::abs(static_cast<int64_t>(temperature.value));
-  return readingOf(temperature.word.text) == Reading::Whole && size >= kLeastDegrees &&
-         size <= kMostDegrees;
-}
-
-bool beyondAnySensor(const Number& temperature) {
-  return readingOf(temperature.word.text) == Reading::Whole &&
-         (temperature.value < -kMostMillidegrees || temperature.value > kMostMillidegrees);
-}
-
-bool sound(const Number& number) {
-  return number.word.text.empty() || readingOf(number.word.text) == Reading::Whole;
-}
-
-bool soundTemperature(const Number& temperature) {
-  return sound(temperature) && !looksLikeDegrees(temperature) && !beyondAnySensor(temperature);
-}
-
 bool haveDigits(const std::vector<Number>& list) {
   return std::all_of(list.begin(), list.end(), [](const Number& number) {
-    return readingOf(number.word.text) != Reading::NoDigits;
+    return readingOf(number.word.text) != Reading::kNoDigits;
   });
 }
 

@@ -4,15 +4,13 @@
 #include <vector>
 
 #include "board/MeantItems.h"
+#include "check/rule/Numbers.h"
 #include "check/rule/Rule.h"
+#include "text/Phrases.h"
 
 // What the rules of the configurations have in common. They look at items as they were meant, so
 // that one mistake gives one finding and does not hide the next: those that the daemon merges one
 // by one, and a value that another finding concerns not once more.
-
-std::string quoted(const std::string& text);
-// 'a', 'b' and 'c'
-std::string listed(const std::vector<std::string>& texts);
 
 // How a sentence on an error begins: the first one ends the daemon, the others would.
 std::string ending(bool first);
@@ -32,10 +30,6 @@ bool standsAlone(const Item& item, const std::string& key);
 // Whether the item is to act on cold, a word that the daemon does not take for "true" included.
 bool meantLowactive(const Item& item);
 
-// What `parseInt32` makes of a word.
-enum class Reading { Whole, CutShort, NoDigits, TooLarge };
-Reading readingOf(const std::string& word);
-
 struct KeyedNumber {
   const char* key;
   const Number* number;
@@ -44,11 +38,6 @@ struct KeyedNumber {
 std::vector<KeyedNumber> temperaturesOf(const Item& item);
 std::vector<KeyedNumber> numbersOf(const Item& item);
 
-bool looksLikeDegrees(const Number& temperature);
-bool beyondAnySensor(const Number& temperature);
-// A number, or the default, that nothing else is to be said against.
-bool sound(const Number& number);
-bool soundTemperature(const Number& temperature);
 bool haveDigits(const std::vector<Number>& list);
 
 // The pieces of an "actions" word are not what they look like.
@@ -72,10 +61,10 @@ template <typename Visit> void forEachOfKind(const Subject& subject, ItemKind ki
   });
 }
 template <typename Visit> void forEachMonitor(const Subject& subject, Visit visit) {
-  forEachOfKind(subject, ItemKind::Monitor, visit);
+  forEachOfKind(subject, ItemKind::kMonitor, visit);
 }
 template <typename Visit> void forEachSS(const Subject& subject, Visit visit) {
-  forEachOfKind(subject, ItemKind::SS, visit);
+  forEachOfKind(subject, ItemKind::kSS, visit);
 }
 
 template <typename Visit> void forEachProperty(const Subject& subject, Visit visit) {

@@ -7,13 +7,13 @@
 namespace {
 
 bool isKeyOfOtherKind(const Item& item, const Property& property) {
-  const ItemKind other = item.kind == ItemKind::SS ? ItemKind::Monitor : ItemKind::SS;
+  const ItemKind other = item.kind == ItemKind::kSS ? ItemKind::kMonitor : ItemKind::kSS;
   const std::vector<std::string>& keys = itemKeys(other);
   return !property.known && std::find(keys.begin(), keys.end(), property.key.text) != keys.end();
 }
 
 const char* kindName(ItemKind kind) {
-  return kind == ItemKind::SS ? "an ss item" : "a monitor";
+  return kind == ItemKind::kSS ? "an ss item" : "a monitor";
 }
 
 bool isComment(const std::string& word) {
@@ -25,43 +25,43 @@ template <typename Visit> void forEachIgnored(const Subject& subject, Visit visi
   forEachProperty(subject, [&](const Configuration& configuration, const Item& item,
                                const Property& property) {
     const bool bracketAfterType = &property == &item.properties.front() && property.key.text == "]";
-    if (item.kind == ItemKind::None || property.known || bracketAfterType) return;
+    if (item.kind == ItemKind::kNone || property.known || bracketAfterType) return;
     visit(configuration, item, property);
   });
 }
 
-void keyMisspelt(const Subject& subject, Report& report) {
+void keyMisspelt(const Subject& subject, Findings& findings) {
   forEachIgnored(
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         const std::string key = meantKey(item, property);
         if (key.empty()) return;
         const bool given = item.last(key) != nullptr;
-        report.add(configuration.file, property.key,
-                   "the daemon ignores " + quoted(property.key.text) +
-                       (given ? "" : endForWantOf(configuration, item, key)),
-                   "did you mean " + quoted(key) + "?");
+        findings.add(configuration.file, property.key,
+                     "the daemon ignores " + quoted(property.key.text) +
+                         (given ? "" : endForWantOf(configuration, item, key)),
+                     "did you mean " + quoted(key) + "?");
       });
 }
 
-void keyOfOtherKind(const Subject& subject, Report& report) {
+void keyOfOtherKind(const Subject& subject, Findings& findings) {
   forEachIgnored(
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         if (!isKeyOfOtherKind(item, property)) return;
-        report.add(configuration.file, property.key,
-                   "the daemon ignores " + quoted(property.key.text) + ", which " +
-                       kindName(item.kind) + " does not have");
+        findings.add(configuration.file, property.key,
+                     "the daemon ignores " + quoted(property.key.text) + ", which " +
+                         kindName(item.kind) + " does not have");
       });
 }
 
-void keyUnknown(const Subject& subject, Report& report) {
+void keyUnknown(const Subject& subject, Findings& findings) {
   forEachIgnored(
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         if (isKeyOfOtherKind(item, property) || !meantKey(item, property).empty()) return;
         const std::string& key = property.key.text;
-        report.add(configuration.file, property.key, "the daemon ignores " + quoted(key),
-                   isComment(key) ? "there are no comments: take the line out"
-                                  : "the keys of " + std::string(kindName(item.kind)) + " are " +
-                                        listed(itemKeys(item.kind)));
+        findings.add(configuration.file, property.key, "the daemon ignores " + quoted(key),
+                     isComment(key) ? "there are no comments: take the line out"
+                                    : "the keys of " + std::string(kindName(item.kind)) + " are " +
+                                          listed(itemKeys(item.kind)));
       });
 }
 
@@ -74,13 +74,13 @@ std::string effectOfRepeating(const std::string& key) {
   return "the daemon forgets the " + quoted(key) + " line above";
 }
 
-void keyRepeated(const Subject& subject, Report& report) {
+void keyRepeated(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     std::map<std::string, size_t> lines;
     for (const Property& property : item.properties) {
       if (!property.known || ++lines[property.key.text] == 1) continue;
-      report.add(configuration.file, property.key, effectOfRepeating(property.key.text),
-                 "write each key once, with all its values behind it");
+      findings.add(configuration.file, property.key, effectOfRepeating(property.key.text),
+                   "write each key once, with all its values behind it");
     }
   });
 }
@@ -94,26 +94,27 @@ std::string effectOfStandingAlone(const std::string& key) {
   return "the daemon takes this for 0";
 }
 
-void keyWithoutValue(const Subject& subject, Report& report) {
-  forEachProperty(subject, [&](const Configuration& configuration, const Item& item,
-                               const Property& property) {
-    if (!property.known || !property.words.empty()) return;
-    const std::string& key = property.key.text;
-    const bool counts = item.last(key) == &property;
-    report.add(configuration.file, property.key,
-               effectOfStandingAlone(key) + (counts ? endForWantOf(configuration, item, key) : ""),
-               "write a value behind " + quoted(key) + ", or take the line out");
-  });
+void keyWithoutValue(const Subject& subject, Findings& findings) {
+  forEachProperty(
+      subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
+        if (!property.known || !property.words.empty()) return;
+        const std::string& key = property.key.text;
+        const bool counts = item.last(key) == &property;
+        findings.add(configuration.file, property.key,
+                     effectOfStandingAlone(key) +
+                         (counts ? endForWantOf(configuration, item, key) : ""),
+                     "write a value behind " + quoted(key) + ", or take the line out");
+      });
 }
 
-void lowactiveNotTrue(const Subject& subject, Report& report) {
+void lowactiveNotTrue(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (!item.lowactiveWord || standsAlone(item, "lowactive")) return;
     const std::string& text = item.lowactiveWord->text;
     if (text == "true" || text == "false") return;
-    report.add(configuration.file, *item.lowactiveWord,
-               "the daemon takes " + quoted(text) + " for false, and the item acts on heat",
-               "write 'lowactive true', or take the line out");
+    findings.add(configuration.file, *item.lowactiveWord,
+                 "the daemon takes " + quoted(text) + " for false, and the item acts on heat",
+                 "write 'lowactive true', or take the line out");
   });
 }
 
@@ -121,33 +122,33 @@ void lowactiveNotTrue(const Subject& subject, Report& report) {
 
 const std::vector<Rule>& keyRules() {
   static const std::vector<Rule> rules = {
-      {"item-key-misspelt", Severity::Error,
+      {"item-key-misspelt", Severity::kError,
        "The daemon compares keys letter by letter, capitals included, and ignores a key that it "
        "does not know, without a message. The value of a misspelt key is the default's; where "
        "there is none, the daemon ends with \"There is some missing property for\" and the item's "
        "name.",
        keyMisspelt},
-      {"item-key-unknown", Severity::Warning,
+      {"item-key-unknown", Severity::kWarning,
        "The daemon ignores a key that it does not know, without a message. A line that begins with "
        "a hash sign or two slashes is such a key: there are no comments.",
        keyUnknown},
-      {"item-key-of-other-kind", Severity::Warning,
+      {"item-key-of-other-kind", Severity::kWarning,
        "A monitor and an ss item have different keys. The daemon ignores a key of the other kind, "
        "without a message: 'set_point' does nothing in a monitor, and 'thresholds' nothing in an "
        "ss item.",
        keyOfOtherKind},
-      {"item-key-repeated", Severity::Warning,
+      {"item-key-repeated", Severity::kWarning,
        "Of a key that takes one value the last line counts. The lists grow instead: a second "
        "'thresholds' line continues the first, but a second 'actions' or 'action_info' line adds "
        "its words to the rows of the lowest levels again and leaves empty rows behind, which drive "
        "nothing.",
        keyRepeated},
-      {"item-key-without-value", Severity::Error,
+      {"item-key-without-value", Severity::kError,
        "Behind a key that stands alone the daemon finds no word and takes the key itself: 'sensor' "
        "then names a sensor called 'sensor', which ends the daemon, and a number is 0. A list "
        "stays empty.",
        keyWithoutValue},
-      {"lowactive-not-true", Severity::Error,
+      {"lowactive-not-true", Severity::kError,
        "Only the word 'true', in small letters, switches 'lowactive' on. With 'True', 'yes' or '1' "
        "the item acts on heat instead of cold, and its thresholds are in the wrong order for that.",
        lowactiveNotTrue},

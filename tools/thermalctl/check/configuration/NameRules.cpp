@@ -25,14 +25,14 @@ Names namesOf(const Sections& sections) {
   return names.size() > kMostNames ? Names() : names;
 }
 
-enum class Wanted { Sensor, Device };
+enum class Wanted { kSensor, kDevice };
 
 // What to write instead of a name that the daemon does not find.
 class Advice {
 public:
   Advice(const Environment& environment, Wanted wanted_)
       : wanted(wanted_),
-        names(namesOf(wanted == Wanted::Sensor ? environment.sensors : environment.devices)) {
+        names(namesOf(wanted == Wanted::kSensor ? environment.sensors : environment.devices)) {
     for (const Section& section : environment.sections)
       sections[section.name] = &section;
   }
@@ -41,8 +41,8 @@ public:
     const auto found = sections.find(name);
     if (found == sections.end()) return didYouMean(name, names);
     const Section& section = *found->second;
-    if (section.kind != SectionKind::Unknown && section.isSensor() != (wanted == Wanted::Sensor))
-      return quoted(name) + " is no " + (wanted == Wanted::Sensor ? "sensor" : "device");
+    if (section.kind != SectionKind::kUnknown && section.isSensor() != (wanted == Wanted::kSensor))
+      return quoted(name) + " is no " + (wanted == Wanted::kSensor ? "sensor" : "device");
     if (!section.readByDaemon) return "the daemon never reads the section of " + quoted(name);
     return "the daemon drops the section of " + quoted(name) + ", whose type is unknown";
   }
@@ -53,39 +53,39 @@ private:
   Sections sections;
 };
 
-void unknownSensor(const Subject& subject, Report& report) {
-  const Advice advice(subject.environment, Wanted::Sensor);
+void unknownSensor(const Subject& subject, Findings& findings) {
+  const Advice advice(subject.environment, Wanted::kSensor);
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (!item.sensor || item.sensor->section || standsAlone(item, "sensor")) return;
     const Word& word = item.sensor->word;
-    report.add(configuration.file, word,
-               "the daemon finds no sensor " + quoted(word.text) + " on the board" +
-                   endForWantOf(configuration, item, "sensor"),
-               advice(word.text));
+    findings.add(configuration.file, word,
+                 "the daemon finds no sensor " + quoted(word.text) + " on the board" +
+                     endForWantOf(configuration, item, "sensor"),
+                 advice(word.text));
   });
 }
 
 void checkRows(const Configuration& configuration, const Item& item, const Advice& advice,
-               Report& report) {
+               Findings& findings) {
   for (const DeviceRow& row : item.actions)
     for (const Reference& device : row.pieces)
       if (!device.section)
-        report.add(configuration.file, device.word,
-                   "the daemon finds no device " + quoted(device.word.text) +
-                       " on the board and drives nothing in its place",
-                   advice(device.word.text));
+        findings.add(configuration.file, device.word,
+                     "the daemon finds no device " + quoted(device.word.text) +
+                         " on the board and drives nothing in its place",
+                     advice(device.word.text));
 }
 
-void unknownDevice(const Subject& subject, Report& report) {
-  const Advice advice(subject.environment, Wanted::Device);
+void unknownDevice(const Subject& subject, Findings& findings) {
+  const Advice advice(subject.environment, Wanted::kDevice);
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
-    checkRows(configuration, item, advice, report);
+    checkRows(configuration, item, advice, findings);
     if (!item.device || item.device->section || standsAlone(item, "device")) return;
     const Word& word = item.device->word;
-    report.add(configuration.file, word,
-               "the daemon finds no device " + quoted(word.text) + " on the board" +
-                   endForWantOf(configuration, item, "device"),
-               advice(word.text));
+    findings.add(configuration.file, word,
+                 "the daemon finds no device " + quoted(word.text) + " on the board" +
+                     endForWantOf(configuration, item, "device"),
+                 advice(word.text));
   });
 }
 
@@ -127,14 +127,14 @@ bool anyItem(const Subject& subject) {
 }
 
 void reportUnused(const Subject& subject, const Sections& sections,
-                  const std::set<std::string>& used, const char* message, Report& report) {
+                  const std::set<std::string>& used, const char* message, Findings& findings) {
   if (!anyItem(subject)) return;
   for (const auto& [name, section] : sections)
     if (section && used.count(name) == 0)
-      report.add(subject.environment.file, section->header, message);
+      findings.add(subject.environment.file, section->header, message);
 }
 
-void unusedSensor(const Subject& subject, Report& report) {
+void unusedSensor(const Subject& subject, Findings& findings) {
   const Environment& environment = subject.environment;
   std::set<std::string> used = wordsOfItems(subject);
   addSourcesAndTrips(environment, used);
@@ -145,10 +145,10 @@ void unusedSensor(const Subject& subject, Report& report) {
       },
       used);
   reportUnused(subject, environment.sensors, used,
-               "the daemon samples this sensor for nothing: no item watches it", report);
+               "the daemon samples this sensor for nothing: no item watches it", findings);
 }
 
-void unusedDevice(const Subject& subject, Report& report) {
+void unusedDevice(const Subject& subject, Findings& findings) {
   std::set<std::string> used = wordsOfItems(subject);
   addMeantNames(
       subject, namesOf(subject.environment.devices),
@@ -160,7 +160,7 @@ void unusedDevice(const Subject& subject, Report& report) {
       },
       used);
   reportUnused(subject, subject.environment.devices, used,
-               "the daemon never drives this device: no item names it", report);
+               "the daemon never drives this device: no item names it", findings);
 }
 
 std::set<const Section*> devicesOf(const Item& item) {
@@ -173,7 +173,7 @@ std::set<const Section*> devicesOf(const Item& item) {
   return devices;
 }
 
-void itemNameTwice(const Subject& subject, Report& report) {
+void itemNameTwice(const Subject& subject, Findings& findings) {
   // By file, scenario, name and device: the header's line of the first such item.
   std::map<std::tuple<std::string, std::string, std::string, const Section*>, int> first;
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
@@ -181,11 +181,11 @@ void itemNameTwice(const Subject& subject, Report& report) {
       const auto key = std::make_tuple(configuration.file, item.scenario, item.name, device);
       const int line = first.emplace(key, item.header.at.line).first->second;
       if (line == item.header.at.line) continue;
-      report.add(configuration.file, item.header,
-                 "at device " + quoted(device->name) +
-                     " the daemon cannot tell this item from the one in line " +
-                     std::to_string(line) + ": each takes back what the other asks for",
-                 "give it another name");
+      findings.add(configuration.file, item.header,
+                   "at device " + quoted(device->name) +
+                       " the daemon cannot tell this item from the one in line " +
+                       std::to_string(line) + ": each takes back what the other asks for",
+                   "give it another name");
     }
   });
 }
@@ -219,7 +219,7 @@ Names missingIn(const Watched& scenario, const Watched& standard) {
   return missing;
 }
 
-void sensorUnwatched(const Subject& subject, Report& report) {
+void sensorUnwatched(const Subject& subject, Findings& findings) {
   std::map<std::string, Scenarios> files = watchedByFile(subject);
   for (const Configuration& configuration : subject.configurations) {
     const Scenarios& scenarios = files[configuration.file];
@@ -231,10 +231,10 @@ void sensorUnwatched(const Subject& subject, Report& report) {
       if (scenario == scenarios.end() || !scenario->second.sound) continue;
       const Names missing = missingIn(scenario->second, standard->second);
       if (missing.empty() || !told.insert(line.name.text).second) continue;
-      report.add(configuration.file, line.name,
-                 "while " + quoted(line.name.text) + " is in force no item watches " +
-                     listed(missing),
-                 "scenarios share nothing: repeat the item of 'Default' under another name");
+      findings.add(configuration.file, line.name,
+                   "while " + quoted(line.name.text) + " is in force no item watches " +
+                       listed(missing),
+                   "scenarios share nothing: repeat the item of 'Default' under another name");
     }
   }
 }
@@ -243,33 +243,33 @@ void sensorUnwatched(const Subject& subject, Report& report) {
 
 const std::vector<Rule>& nameRules() {
   static const std::vector<Rule> rules = {
-      {"unknown-sensor", Severity::Error,
+      {"unknown-sensor", Severity::kError,
        "An item whose 'sensor' is not the name of a sensor of the environment file counts as one "
        "without: the daemon ends with \"There is some missing property for\" and the item's name, "
        "and status 0. A sensor whose section the daemon drops or never reads is not there either.",
        unknownSensor},
-      {"unknown-device", Severity::Error,
+      {"unknown-device", Severity::kError,
        "An ss item whose 'device' is not the name of a device of the environment file ends the "
        "daemon with \"There is some missing property for\" and the item's name, and status 0. In "
        "the rows of a monitor nothing is reported at all: the device is just never driven.",
        unknownDevice},
-      {"unused-sensor", Severity::Warning,
+      {"unused-sensor", Severity::kWarning,
        "The daemon reads the node of every real sensor once per period, whether an item watches it "
        "or not. A sensor that no item of any of the configurations watches, that no virtual sensor "
        "computes with and that trips none, costs power for nothing; more often an item was "
        "forgotten.",
        unusedSensor},
-      {"unused-device", Severity::Warning,
+      {"unused-device", Severity::kWarning,
        "The daemon opens the node of every device at start, which truncates it, and then writes to "
        "it only when an item asks. A device that no item of any of the configurations names is "
        "never driven; more often an item was forgotten.",
        unusedDevice},
-      {"item-name-twice", Severity::Error,
+      {"item-name-twice", Severity::kError,
        "A device files what an item asks for under the item's name. Two items of one name in one "
        "scenario overwrite each other's request, and when one of them withdraws, the device falls "
        "back although the other is still hot. Names of items in different scenarios may be equal.",
        itemNameTwice},
-      {"sensor-unwatched", Severity::Warning,
+      {"sensor-unwatched", Severity::kWarning,
        "Scenarios share nothing: while one is in force, no item of another runs, those of "
        "'Default' included. A sensor that 'Default' watches and another scenario does not is "
        "without protection there. Repeat the item in each scenario, under another name in each.",

@@ -17,38 +17,38 @@ std::string readAs(const KeyedNumber& number) {
          std::to_string(number.number->value);
 }
 
-void notANumber(const Subject& subject, Report& report) {
+void notANumber(const Subject& subject, Findings& findings) {
   // The rest of a line behind a word that is no number is seldom better.
   std::set<std::pair<std::string, int>> told;
-  forEachNumber(subject, Reading::NoDigits,
+  forEachNumber(subject, Reading::kNoDigits,
                 [&](const Configuration& configuration, const Item& item, const KeyedNumber& n) {
                   if (!told.emplace(configuration.file, n.number->word.at.line).second) return;
-                  report.add(configuration.file, n.number->word,
-                             readAs(n) + endForWantOf(configuration, item, n.key),
-                             "write a number; there are no comments");
+                  findings.add(configuration.file, n.number->word,
+                               readAs(n) + endForWantOf(configuration, item, n.key),
+                               "write a number; there are no comments");
                 });
 }
 
-void numberCutShort(const Subject& subject, Report& report) {
-  forEachNumber(subject, Reading::CutShort,
+void numberCutShort(const Subject& subject, Findings& findings) {
+  forEachNumber(subject, Reading::kCutShort,
                 [&](const Configuration& configuration, const Item& item, const KeyedNumber& n) {
-                  report.add(configuration.file, n.number->word,
-                             readAs(n) + endForWantOf(configuration, item, n.key),
-                             "write digits alone: no point, no comma, no unit");
+                  findings.add(configuration.file, n.number->word,
+                               readAs(n) + endForWantOf(configuration, item, n.key),
+                               "write digits alone: no point, no comma, no unit");
                 });
 }
 
-void numberTooLarge(const Subject& subject, Report& report) {
-  forEachNumber(subject, Reading::TooLarge,
+void numberTooLarge(const Subject& subject, Findings& findings) {
+  forEachNumber(subject, Reading::kTooLarge,
                 [&](const Configuration& configuration, const Item& item, const KeyedNumber& n) {
-                  report.add(configuration.file, n.number->word,
-                             readAs(n) + ", what is left of it in 32 bits" +
-                                 endForWantOf(configuration, item, n.key),
-                             "write a number from -2147483648 to 2147483647");
+                  findings.add(configuration.file, n.number->word,
+                               readAs(n) + ", what is left of it in 32 bits" +
+                                   endForWantOf(configuration, item, n.key),
+                               "write a number from -2147483648 to 2147483647");
                 });
 }
 
-void degrees(const Subject& subject, Report& report) {
+void degrees(const Subject& subject, Findings& findings) {
   std::set<std::pair<std::string, int>> told;
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     for (const auto& [key, number] : temperaturesOf(item)) {
@@ -56,34 +56,34 @@ void degrees(const Subject& subject, Report& report) {
           !told.emplace(configuration.file, number->word.at.line).second)
         continue;
       const std::string text = std::to_string(number->value);
-      report.add(configuration.file, number->word,
-                 "the daemon takes this for " + text + " thousandths of a degree",
-                 "write " + text + "000 for " + text + " °C");
+      findings.add(configuration.file, number->word,
+                   "the daemon takes this for " + text + " thousandths of a degree",
+                   "write " + text + "000 for " + text + " °C");
     }
   });
 }
 
-void beyondSensors(const Subject& subject, Report& report) {
+void beyondSensors(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     for (const auto& [key, number] : temperaturesOf(item))
       if (beyondAnySensor(*number))
-        report.add(configuration.file, number->word,
-                   "no sensor of a phone reads " + std::to_string(number->value / 1000) + " °C",
-                   "write thousandths of a degree");
+        findings.add(configuration.file, number->word,
+                     "no sensor of a phone reads " + std::to_string(number->value / 1000) + " °C",
+                     "write thousandths of a degree");
   });
 }
 
-void samplingBelowOne(const Subject& subject, Report& report) {
+void samplingBelowOne(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (item.sampling.value >= 1 || item.sampling.word.text.empty() || !sound(item.sampling))
       return;
-    report.add(configuration.file, item.sampling.word,
-               "while the item is awake the daemon decides every millisecond",
-               "write the sensor's period in milliseconds");
+    findings.add(configuration.file, item.sampling.word,
+                 "while the item is awake the daemon decides every millisecond",
+                 "write the sensor's period in milliseconds");
   });
 }
 
-void periodBelowSensors(const Subject& subject, Report& report) {
+void periodBelowSensors(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (!item.sensor || !item.sensor->section || item.sampling.value < 1 || !sound(item.sampling) ||
         misspelt(item, "sampling"))
@@ -91,21 +91,21 @@ void periodBelowSensors(const Subject& subject, Report& report) {
     const int32_t sensorPeriod = item.sensor->section->sampling.value;
     if (item.sampling.value >= sensorPeriod) return;
     const std::string period = std::to_string(sensorPeriod);
-    report.add(configuration.file, item.place("sampling"),
-               "the daemon decides every " + std::to_string(item.sampling.value) +
-                   " ms on a temperature that is read every " + period + " ms",
-               "write 'sampling " + period + "'");
+    findings.add(configuration.file, item.place("sampling"),
+                 "the daemon decides every " + std::to_string(item.sampling.value) +
+                     " ms on a temperature that is read every " + period + " ms",
+                 "write 'sampling " + period + "'");
   });
 }
 
-void negativeTrigger(const Subject& subject, Report& report) {
+void negativeTrigger(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (item.timeTickTrigger.value >= 0 || !sound(item.timeTickTrigger)) return;
-    report.add(configuration.file, item.timeTickTrigger.word,
-               "the daemon counts up to " +
-                   std::to_string(static_cast<uint32_t>(item.timeTickTrigger.value)) +
-                   " decisions before it adds a level",
-               "take the line out: without it no level is added");
+    findings.add(configuration.file, item.timeTickTrigger.word,
+                 "the daemon counts up to " +
+                     std::to_string(static_cast<uint32_t>(item.timeTickTrigger.value)) +
+                     " decisions before it adds a level",
+                 "take the line out: without it no level is added");
   });
 }
 
@@ -113,40 +113,40 @@ void negativeTrigger(const Subject& subject, Report& report) {
 
 const std::vector<Rule>& numberRules() {
   static const std::vector<Rule> rules = {
-      {"item-number-without-digits", Severity::Error,
+      {"item-number-without-digits", Severity::kError,
        "A word without digits where a number is due is 0, without a message. At the end of a list "
        "it is one more entry: 'thresholds 60000 70000 # warm' has four thresholds, the last two of "
        "them 0, and at 70000 the monitor jumps to a level that has no row.",
        notANumber},
-      {"item-number-cut-short", Severity::Warning,
+      {"item-number-cut-short", Severity::kWarning,
        "A number ends at its first character that is no digit, and the rest of the word is ignored "
        "without a message: '60,000' and '60.5' are 60, '1s' is 1 and '0x10' is 0.",
        numberCutShort},
-      {"item-number-too-large", Severity::Error,
+      {"item-number-too-large", Severity::kError,
        "Numbers have 32 bits and a sign. Of a larger one the daemon keeps the lowest 32 bits, "
        "without a message: 3000000000 becomes -1294967296.",
        numberTooLarge},
-      {"degrees", Severity::Warning,
+      {"degrees", Severity::kWarning,
        "Temperatures are thousandths of a degree Celsius, as the kernel reports them: 60 °C is "
        "60000. A threshold of 60 is reached in a freezer. Every temperature from -200 to 200 "
        "counts as meant in degrees, but for -1, 0 and 1.",
        degrees},
-      {"beyond-any-sensor", Severity::Warning,
+      {"beyond-any-sensor", Severity::kWarning,
        "Temperatures are thousandths of a degree Celsius: 60 °C is 60000. A threshold above 200 °C "
        "is never reached and one below -200 °C always is, so that the item does nothing, or never "
        "stops.",
        beyondSensors},
-      {"item-sampling-below-1", Severity::Error,
+      {"item-sampling-below-1", Severity::kError,
        "An item whose period is 0 or negative decides every millisecond while it is awake, on the "
        "same temperature again and again, and wastes power for nothing.",
        samplingBelowOne},
-      {"period-below-sensors", Severity::Warning,
+      {"period-below-sensors", Severity::kWarning,
        "An item decides once per period on what its sensor read last. With a period below the "
        "sensor's it wakes the processor only to decide on the same number again, and "
        "'time_tick_trigger' counts decisions in which nothing can have changed. Without 'sampling' "
        "an item's period is 1000 ms.",
        periodBelowSensors},
-      {"negative-time-tick-trigger", Severity::Warning,
+      {"negative-time-tick-trigger", Severity::kWarning,
        "The count of 'time_tick_trigger' has no sign: -1 is 4294967295, which no phone lives to "
        "see. Without the line, or with 0, no level is added for a temperature that stays.",
        negativeTrigger},

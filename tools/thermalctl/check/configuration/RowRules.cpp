@@ -32,19 +32,19 @@ template <typename Visit> void forEachCell(const Subject& subject, Visit visit) 
 
 template <typename Row>
 void checkForPlus(const Configuration& configuration, const std::vector<Row>& rows,
-                  Report& report) {
+                  Findings& findings) {
   for (const Row& row : rows)
     if (hasStrayPlus(row.word))
-      report.add(
+      findings.add(
           configuration.file, row.word,
           "the daemon takes this word for the row of one level, with nothing on one side of '+'",
           "write the names of a row without a space: a+b");
 }
 
-void strayPlus(const Subject& subject, Report& report) {
+void strayPlus(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
-    checkForPlus(configuration, item.actions, report);
-    checkForPlus(configuration, item.actionInfo, report);
+    checkForPlus(configuration, item.actions, findings);
+    checkForPlus(configuration, item.actionInfo, findings);
   });
 }
 
@@ -53,35 +53,35 @@ std::string shorterKey(const Item& item) {
   return item.actions.size() < item.actionInfo.size() ? "'actions' has" : "'action_info' has";
 }
 
-void levelWithoutRow(const Subject& subject, Report& report) {
+void levelWithoutRow(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     const size_t rows = completeRows(item);
     if (rows == 0 || !rowsAsWritten(item) || !haveDigits(item.thresholds)) return;
     if (rows >= item.thresholds.size()) return;
-    report.add(configuration.file, item.thresholds[rows].word,
-               "at this temperature the daemon releases every device: " + shorterKey(item) +
-                   " no row for " + levelName(rows),
-               "write a row for each threshold");
+    findings.add(configuration.file, item.thresholds[rows].word,
+                 "at this temperature the daemon releases every device: " + shorterKey(item) +
+                     " no row for " + levelName(rows),
+                 "write a row for each threshold");
   });
 }
 
 template <typename Row>
 void checkForSurplus(const Configuration& configuration, const Item& item,
-                     const std::vector<Row>& rows, Report& report) {
+                     const std::vector<Row>& rows, Findings& findings) {
   const size_t levels = item.thresholds.size();
   if (rows.size() <= levels) return;
-  report.add(configuration.file, rows[levels].word,
-             "the daemon never comes to this row: no threshold leads to " + levelName(levels),
-             "write a threshold for each row");
+  findings.add(configuration.file, rows[levels].word,
+               "the daemon never comes to this row: no threshold leads to " + levelName(levels),
+               "write a threshold for each row");
 }
 
-void rowWithoutLevel(const Subject& subject, Report& report) {
+void rowWithoutLevel(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     if (item.thresholds.empty() || !rowsAsWritten(item)) return;
     if (item.actions.size() > item.thresholds.size())
-      checkForSurplus(configuration, item, item.actions, report);
+      checkForSurplus(configuration, item, item.actions, findings);
     else
-      checkForSurplus(configuration, item, item.actionInfo, report);
+      checkForSurplus(configuration, item, item.actionInfo, findings);
   });
 }
 
@@ -94,36 +94,37 @@ std::string effectOfLengths(size_t row, size_t devices, size_t levels) {
                            : ": the daemon ignores the last ones");
 }
 
-void rowLengths(const Subject& subject, Report& report) {
+void rowLengths(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     if (!rowsAsWritten(item)) return;
     for (size_t i = 0; i < completeRows(item); ++i) {
       const size_t devices = item.actions[i].pieces.size();
       const size_t levels = item.actionInfo[i].pieces.size();
       if (devices != levels)
-        report.add(configuration.file, item.actionInfo[i].word, effectOfLengths(i, devices, levels),
-                   "write one level for each device, joined by '+'");
+        findings.add(configuration.file, item.actionInfo[i].word,
+                     effectOfLengths(i, devices, levels),
+                     "write one level for each device, joined by '+'");
     }
   });
 }
 
-void levelPastTable(const Subject& subject, Report& report) {
+void levelPastTable(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
     const Section* device = cell.device.section;
     if (!device || isOfKind(device, "report") || device->levels.empty() || !sound(cell.level))
       return;
     const auto last = static_cast<int64_t>(device->levels.size()) - 1;
     if (cell.level.value <= last) return;
-    report.add(configuration.file, cell.level.word,
-               "the daemon takes level " + std::to_string(last) +
-                   " instead, the last in the table of " + quoted(device->name));
+    findings.add(configuration.file, cell.level.word,
+                 "the daemon takes level " + std::to_string(last) +
+                     " instead, the last in the table of " + quoted(device->name));
   });
 }
 
-void negativeLevel(const Subject& subject, Report& report) {
+void negativeLevel(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
     if (cell.level.value < 0 && sound(cell.level))
-      report.add(configuration.file, cell.level.word, "the daemon takes this for level 0");
+      findings.add(configuration.file, cell.level.word, "the daemon takes this for level 0");
   });
 }
 
@@ -148,7 +149,7 @@ template <typename Visit> void forEachRise(const Subject& subject, Visit visit) 
   });
 }
 
-void levelFalls(const Subject& subject, Report& report) {
+void levelFalls(const Subject& subject, Findings& findings) {
   forEachRise(subject, [&](const Configuration& configuration, const Item& item, size_t row) {
     const auto before = requestsOf(item, row - 1);
     for (const auto& [device, level] : requestsOf(item, row)) {
@@ -156,11 +157,11 @@ void levelFalls(const Subject& subject, Report& report) {
       if (last == before.end() || !sound(*level) || !sound(*last->second) || level->value < 0)
         continue;
       if (level->value >= last->second->value) continue;
-      report.add(configuration.file, level->word,
-                 "from " + levelName(row - 1) + " to " + levelName(row) + " the daemon lowers " +
-                     quoted(device->name) + " from " + std::to_string(last->second->value) +
-                     " to " + std::to_string(level->value),
-                 "ask for at least what the row before asks for");
+      findings.add(configuration.file, level->word,
+                   "from " + levelName(row - 1) + " to " + levelName(row) + " the daemon lowers " +
+                       quoted(device->name) + " from " + std::to_string(last->second->value) +
+                       " to " + std::to_string(level->value),
+                   "ask for at least what the row before asks for");
     }
   });
 }
@@ -175,7 +176,7 @@ bool names(const DeviceRow& row, const Section* device) {
                      [device](const Reference& reference) { return reference.section == device; });
 }
 
-void deviceLeftOut(const Subject& subject, Report& report) {
+void deviceLeftOut(const Subject& subject, Findings& findings) {
   forEachRise(subject, [&](const Configuration& configuration, const Item& item, size_t row) {
     if (!namesOnlyKnownDevices(item.actions[row])) return;
     std::vector<std::string> left;
@@ -183,59 +184,59 @@ void deviceLeftOut(const Subject& subject, Report& report) {
       if (level->value > 0 && !names(item.actions[row], device)) left.push_back(device->name);
     if (left.empty()) return;
     std::sort(left.begin(), left.end());
-    report.add(configuration.file, item.actions[row].word,
-               "from " + levelName(row - 1) + " to " + levelName(row) + " the daemon releases " +
-                   listed(left),
-               "name in each row all devices of the row before");
+    findings.add(configuration.file, item.actions[row].word,
+                 "from " + levelName(row - 1) + " to " + levelName(row) + " the daemon releases " +
+                     listed(left),
+                 "name in each row all devices of the row before");
   });
 }
 
-void deviceTwiceInRow(const Subject& subject, Report& report) {
+void deviceTwiceInRow(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     if (!rowsAsWritten(item)) return;
     for (const DeviceRow& row : item.actions) {
       std::set<const Section*> seen;
       for (const Reference& device : row.pieces)
         if (device.section && !seen.insert(device.section).second)
-          report.add(configuration.file, device.word,
-                     "the row names " + quoted(device.word.text) +
-                         " twice, and the daemon goes by the last",
-                     "name each device of a row once");
+          findings.add(configuration.file, device.word,
+                       "the row names " + quoted(device.word.text) +
+                           " twice, and the daemon goes by the last",
+                       "name each device of a row once");
     }
   });
 }
 
-void reportLevel(const Subject& subject, Report& report) {
+void reportLevel(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
     if (!isOfKind(cell.device.section, "report") || !sound(cell.level) || cell.level.value == 1)
       return;
-    report.add(configuration.file, cell.level.word,
-               cell.level.value == 0
-                   ? "the daemon reports that all is well at " + levelName(cell.row)
-                   : "the daemon reports nothing at " + levelName(cell.row),
-               "write 1");
+    findings.add(configuration.file, cell.level.word,
+                 cell.level.value == 0
+                     ? "the daemon reports that all is well at " + levelName(cell.row)
+                     : "the daemon reports nothing at " + levelName(cell.row),
+                 "write 1");
   });
 }
 
-void reportInSeveralLevels(const Subject& subject, Report& report) {
+void reportInSeveralLevels(const Subject& subject, Findings& findings) {
   std::set<std::pair<std::string, int>> told;
   forEachCell(subject, [&](const Configuration& configuration, const Item& item, const Cell& cell) {
     if (!isOfKind(cell.device.section, "report") || item.thresholds.size() < 2) return;
     if (!told.emplace(configuration.file, item.header.at.line).second) return;
-    report.add(configuration.file, cell.device.word,
-               "the daemon reports anew whenever the item moves from one level to another",
-               "give the report an item of its own with one threshold");
+    findings.add(configuration.file, cell.device.word,
+                 "the daemon reports anew whenever the item moves from one level to another",
+                 "give the report an item of its own with one threshold");
   });
 }
 
-void cameraAtLevelZero(const Subject& subject, Report& report) {
+void cameraAtLevelZero(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
     if (!isOfKind(cell.device.section, "camera") || !sound(cell.level) || cell.level.value != 0)
       return;
-    report.add(configuration.file, cell.level.word,
-               "at " + levelName(cell.row) +
-                   " the daemon switches the camera's fixed frame rate on and off again",
-               "take " + quoted(cell.device.word.text) + " out of this row");
+    findings.add(configuration.file, cell.level.word,
+                 "at " + levelName(cell.row) +
+                     " the daemon switches the camera's fixed frame rate on and off again",
+                 "take " + quoted(cell.device.word.text) + " out of this row");
   });
 }
 
@@ -243,58 +244,58 @@ void cameraAtLevelZero(const Subject& subject, Report& report) {
 
 const std::vector<Rule>& rowRules() {
   static const std::vector<Rule> rules = {
-      {"stray-plus", Severity::Error,
+      {"stray-plus", Severity::kError,
        "Every word behind 'actions' and 'action_info' is the row of one level, and '+' joins the "
        "names or numbers of one row. With a space beside it, 'cpu + gpu' is three rows: 'cpu', "
        "nothing, and 'gpu'.",
        strayPlus},
-      {"level-without-row", Severity::Error,
+      {"level-without-row", Severity::kError,
        "A monitor that reaches a level for which 'actions' or 'action_info' has no row withdraws "
        "what it asked for and drives nothing, at the highest temperature of all. It needs one row "
        "of each for each threshold.",
        levelWithoutRow},
-      {"row-without-level", Severity::Warning,
+      {"row-without-level", Severity::kWarning,
        "A monitor has as many levels as thresholds. A row beyond them is never used; more often a "
        "threshold was forgotten.",
        rowWithoutLevel},
-      {"row-lengths-differ", Severity::Error,
+      {"row-lengths-differ", Severity::kError,
        "The numbers of a row of 'action_info' belong to the devices of the same row of 'actions', "
        "one by one. A device without a number is not driven, and a number without a device is "
        "ignored, both without a message.",
        rowLengths},
-      {"level-past-table", Severity::Error,
+      {"level-past-table", Severity::kError,
        "A level is an index into the device's table, counted from 0. Of a level past its end the "
        "daemon makes the last one, which is seldom what was meant: either the table or the row "
        "lacks something.",
        levelPastTable},
-      {"negative-level", Severity::Error,
+      {"negative-level", Severity::kError,
        "A device takes the highest of all requests, and at least 0. A negative level asks for "
        "nothing.",
        negativeLevel},
-      {"level-falls", Severity::Warning,
+      {"level-falls", Severity::kWarning,
        "Each row is complete in itself. One that asks less of a device than the row before it "
        "cools less where it is hotter, and then it grows hotter still.",
        levelFalls},
-      {"device-left-out", Severity::Warning,
+      {"device-left-out", Severity::kWarning,
        "Each row is complete in itself: a device that a row does not name is released when that "
        "level is reached, although it is hotter then. Name in each row all devices of the row "
        "before it.",
        deviceLeftOut},
-      {"device-twice-in-row", Severity::Warning,
+      {"device-twice-in-row", Severity::kWarning,
        "A device keeps one request per item. Of a device that a row names twice only the last "
        "number counts, not the highest.",
        deviceTwiceInRow},
-      {"report-level", Severity::Error,
+      {"report-level", Severity::kError,
        "A report device has no levels. It writes \"Over Thresholds\" for a request of exactly 1 "
        "and \"Under Thresholds Clear\" for 0; for any other number it writes nothing.",
        reportLevel},
-      {"report-in-several-levels", Severity::Warning,
+      {"report-in-several-levels", Severity::kWarning,
        "A monitor asks anew at each change of level. A report device in its rows writes a further "
        "\"Over Thresholds\" each time, on the way up and on the way down, and \"Under Thresholds "
        "Clear\" at a level that does not name it, though it is hotter there. For one line each way "
        "give the report a monitor of its own with one threshold.",
        reportInSeveralLevels},
-      {"camera-at-level-0", Severity::Warning,
+      {"camera-at-level-0", Severity::kWarning,
        "A camera that is asked for level 0 while it is at level 0 switches its fixed frame rate on "
        "and off again at each change of the monitor's level, which a viewer sees as a stutter. "
        "Leave it out of the rows that do not need it.",

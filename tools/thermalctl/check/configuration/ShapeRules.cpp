@@ -27,11 +27,11 @@ bool hasBracket(const Item& item) {
   return item.header.text.size() > 1 && item.header.text.back() == ']';
 }
 
-void emptyConfiguration(const Subject& subject, Report& report) {
+void emptyConfiguration(const Subject& subject, Findings& findings) {
   for (const Configuration& configuration : subject.configurations)
     if (configuration.items.empty() && configuration.errors.empty())
-      report.add(configuration.file, {"", {1, 1}},
-                 "the daemon finds no item here and never drives a device");
+      findings.add(configuration.file, {"", {1, 1}},
+                   "the daemon finds no item here and never drives a device");
 }
 
 // Where each of the merged items has what it needs and the daemon still ends over them.
@@ -44,111 +44,113 @@ std::string endByMerging(const Configuration& configuration, const Item& whole) 
   return ", and ends because " + quoted(whole.missing.front()) + " is missing";
 }
 
-void tellSwallowed(const Configuration& configuration, const Item& item, Report& report) {
+void tellSwallowed(const Configuration& configuration, const Item& item, Findings& findings) {
   const std::string end = endByMerging(configuration, item);
   bool behindScenarioLine = false;
   for (const Property& property : item.properties) {
     const bool scenarioLine = property.key.text == "SCEN";
     if (scenarioLine)
-      report.add(configuration.file, property.key,
-                 "the daemon ignores this line and adds what is below to item " +
-                     quoted(item.name) + ", which has not ended" + end,
-                 "write a blank line above");
+      findings.add(configuration.file, property.key,
+                   "the daemon ignores this line and adds what is below to item " +
+                       quoted(item.name) + ", which has not ended" + end,
+                   "write a blank line above");
     else if (beginsAnother(property) && !behindScenarioLine)
-      report.add(configuration.file, property.key,
-                 "the daemon adds this item's lines to item " + quoted(item.name) +
-                     ", which has not ended" + end,
-                 "write a blank line above");
+      findings.add(configuration.file, property.key,
+                   "the daemon adds this item's lines to item " + quoted(item.name) +
+                       ", which has not ended" + end,
+                   "write a blank line above");
     behindScenarioLine = scenarioLine;
   }
 }
 
-void itemsMerged(const Subject& subject, Report& report) {
+void itemsMerged(const Subject& subject, Findings& findings) {
   for (const Configuration& configuration : subject.configurations)
     for (const Item& item : configuration.items)
-      tellSwallowed(configuration, item, report);
+      tellSwallowed(configuration, item, findings);
 }
 
-void blankLineAfterType(const Subject& subject, Report& report) {
+void blankLineAfterType(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (!item.blankBelowType || item.kindWord.text.empty()) return;
-    report.add(configuration.file, item.kindWord,
-               "the blank line below does not end the item: the lines behind it still belong to " +
-                   quoted(item.name),
-               "take out the blank line");
+    findings.add(
+        configuration.file, item.kindWord,
+        "the blank line below does not end the item: the lines behind it still belong to " +
+            quoted(item.name),
+        "take out the blank line");
   });
 }
 
-void bracketAfterType(const Subject& subject, Report& report) {
+void bracketAfterType(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (item.properties.empty() || item.properties.front().key.text != "]") return;
-    report.add(configuration.file, item.properties.front().key,
-               "this does not end item " + quoted(item.name) +
-                   ": directly below the type line the daemon ignores a ']'",
-               "take it out");
+    findings.add(configuration.file, item.properties.front().key,
+                 "this does not end item " + quoted(item.name) +
+                     ": directly below the type line the daemon ignores a ']'",
+                 "take it out");
   });
 }
 
-void headerWithoutBracket(const Subject& subject, Report& report) {
+void headerWithoutBracket(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (hasBracket(item)) return;
-    report.add(configuration.file, item.header,
-               "the daemon calls this item " + quoted(item.name) +
-                   ": it drops the first and the last character of the word, whatever they are",
-               "write a name without a space, and ']' directly behind it");
+    findings.add(configuration.file, item.header,
+                 "the daemon calls this item " + quoted(item.name) +
+                     ": it drops the first and the last character of the word, whatever they are",
+                 "write a name without a space, and ']' directly behind it");
   });
 }
 
-void itemWithoutName(const Subject& subject, Report& report) {
+void itemWithoutName(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (!hasBracket(item) || !item.name.empty()) return;
-    report.add(configuration.file, item.header,
-               "the item's name is empty, and its log lines and reports do not tell who speaks",
-               "write a name between the brackets");
+    findings.add(configuration.file, item.header,
+                 "the item's name is empty, and its log lines and reports do not tell who speaks",
+                 "write a name between the brackets");
   });
 }
 
-void checkBehind(const Configuration& configuration, const Word& word, Report& report) {
+void checkBehind(const Configuration& configuration, const Word& word, Findings& findings) {
   if (const std::optional<Word> ignored = ignoredBehind(configuration, word))
-    report.add(configuration.file, *ignored,
-               "the daemon ignores what stands behind " + quoted(word.text), "take it out");
+    findings.add(configuration.file, *ignored,
+                 "the daemon ignores what stands behind " + quoted(word.text), "take it out");
 }
 
-void wordsIgnored(const Subject& subject, Report& report) {
+void wordsIgnored(const Subject& subject, Findings& findings) {
   static const std::set<std::string> lists = {"thresholds", "thresholds_clr", "actions",
                                               "action_info"};
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
-    if (hasBracket(item)) checkBehind(configuration, item.header, report);
-    if (!item.kindWord.text.empty()) checkBehind(configuration, item.kindWord, report);
+    if (hasBracket(item)) checkBehind(configuration, item.header, findings);
+    if (!item.kindWord.text.empty()) checkBehind(configuration, item.kindWord, findings);
   });
   forEachProperty(
       subject, [&](const Configuration& configuration, const Item&, const Property& property) {
         if (!property.known || property.words.size() < 2 || lists.count(property.key.text) > 0)
           return;
-        report.add(configuration.file, property.words[1],
-                   "the daemon takes one word for " + quoted(property.key.text) +
-                       " and ignores the others",
-                   "take them out, or join the words");
+        findings.add(configuration.file, property.words[1],
+                     "the daemon takes one word for " + quoted(property.key.text) +
+                         " and ignores the others",
+                     "take them out, or join the words");
       });
   for (const Configuration& configuration : subject.configurations)
     for (const ScenarioLine& line : configuration.scenarioLines)
-      if (line.named() && line.name.text[0] != '[') checkBehind(configuration, line.name, report);
+      if (line.named() && line.name.text[0] != '[') checkBehind(configuration, line.name, findings);
 }
 
 // A scenario looks closed where its item ends with "]", and is not where a further item follows.
-void scenarioNotClosed(const Subject& subject, Report& report) {
+void scenarioNotClosed(const Subject& subject, Findings& findings) {
   for (const Configuration& configuration : subject.configurations) {
     std::set<size_t> told;
     for (size_t i = 0; i + 1 < configuration.items.size(); ++i) {
       const Item& item = configuration.items[i];
       const Item& next = configuration.items[i + 1];
-      const bool looksClosed = item.end == ItemEnd::Bracket && item.scenario != "Default";
+      const bool looksClosed = item.end == ItemEnd::kBracket && item.scenario != "Default";
       if (!looksClosed || item.scenarioLine != next.scenarioLine) continue;
       if (!told.insert(*item.scenarioLine).second) continue;
-      report.add(configuration.file, item.bracket,
-                 "this ends item " + quoted(item.name) + " and not scenario " +
-                     quoted(item.scenario) + ", to which " + quoted(next.name) + " belongs as well",
-                 "end the item with a blank line, and the scenario with a 'SCEN' line");
+      findings.add(configuration.file, item.bracket,
+                   "this ends item " + quoted(item.name) + " and not scenario " +
+                       quoted(item.scenario) + ", to which " + quoted(next.name) +
+                       " belongs as well",
+                   "end the item with a blank line, and the scenario with a 'SCEN' line");
     }
   }
 }
@@ -161,7 +163,7 @@ bool namesDefault(const Property& property) {
 // A line that could be the missing one, and that another rule tells of.
 bool hidesDefault(const Configuration& configuration) {
   for (const ConfigurationError& error : configuration.errors)
-    if (error.failure == ConfigurationError::NoItem) return true;
+    if (error.failure == ConfigurationError::kNoItem) return true;
   for (const Item& item : configuration.items)
     if (std::any_of(item.properties.begin(), item.properties.end(), namesDefault)) return true;
   return false;
@@ -175,14 +177,14 @@ const Word& placeForDefault(const Configuration& configuration) {
   return first.scenarioLine ? configuration.scenarioLines.front().keyword : first.header;
 }
 
-void noDefaultScenario(const Subject& subject, Report& report) {
+void noDefaultScenario(const Subject& subject, Findings& findings) {
   for (const Configuration& configuration : subject.configurations) {
     if (configuration.items.empty() || configuration.scenarios.count("Default") > 0 ||
         hidesDefault(configuration))
       continue;
     const Word& place = placeForDefault(configuration);
     const std::string hint = didYouMean(place.text, {"Default"});
-    report.add(
+    findings.add(
         configuration.file, place,
         "the daemon starts in 'Default', but no line here makes that a name: it complains once a "
         "second, and no request leads back there",
@@ -199,35 +201,35 @@ void checkScenarioLines(const Subject& subject, Test test, Tell tell) {
       if (!line.closes() && test(line)) tell(configuration, line);
 }
 
-void retiredScenarioName(const Subject& subject, Report& report) {
+void retiredScenarioName(const Subject& subject, Findings& findings) {
   checkScenarioLines(
       subject,
       [](const ScenarioLine& line) { return line.name.text.find("OLDSCEN_") != std::string::npos; },
       [&](const Configuration& configuration, const ScenarioLine& line) {
-        report.add(configuration.file, line.name,
-                   "the next configuration swap throws all items of this scenario away: "
-                   "\"OLDSCEN_\" marks what is to go",
-                   "choose another name");
+        findings.add(configuration.file, line.name,
+                     "the next configuration swap throws all items of this scenario away: "
+                     "\"OLDSCEN_\" marks what is to go",
+                     "choose another name");
       });
 }
 
-void scenarioWithoutName(const Subject& subject, Report& report) {
+void scenarioWithoutName(const Subject& subject, Findings& findings) {
   checkScenarioLines(
       subject, [](const ScenarioLine& line) { return !line.named(); },
       [&](const Configuration& configuration, const ScenarioLine& line) {
-        report.add(configuration.file, line.keyword,
-                   "the daemon calls this scenario 'SCEN', for want of a name behind the word",
-                   "write the scenario's name behind 'SCEN'");
+        findings.add(configuration.file, line.keyword,
+                     "the daemon calls this scenario 'SCEN', for want of a name behind the word",
+                     "write the scenario's name behind 'SCEN'");
       });
 }
 
-void bracketedScenarioName(const Subject& subject, Report& report) {
+void bracketedScenarioName(const Subject& subject, Findings& findings) {
   checkScenarioLines(
       subject, [](const ScenarioLine& line) { return line.named() && line.name.text[0] == '['; },
       [&](const Configuration& configuration, const ScenarioLine& line) {
-        report.add(configuration.file, line.name,
-                   "the daemon takes the brackets for a part of the scenario's name",
-                   "write the name without brackets, and an item's header on a line of its own");
+        findings.add(configuration.file, line.name,
+                     "the daemon takes the brackets for a part of the scenario's name",
+                     "write the name without brackets, and an item's header on a line of its own");
       });
 }
 
@@ -235,63 +237,63 @@ void bracketedScenarioName(const Subject& subject, Report& report) {
 
 const std::vector<Rule>& shapeRules() {
   static const std::vector<Rule> rules = {
-      {"empty-configuration", Severity::Error,
+      {"empty-configuration", Severity::kError,
        "A configuration without an item is no error to the daemon: it samples its sensors, never "
        "drives a device, and logs once a second that there is no scenario 'Default'. The phone has "
        "no thermal protection.",
        emptyConfiguration},
-      {"items-merged", Severity::Error,
+      {"items-merged", Severity::kError,
        "An item ends only with a blank line, a ']' or the end of the file. A header without one of "
        "them above is an unknown key of the item before it: the lines below replace that item's "
        "values and lengthen its lists, and the second item does not exist. A 'SCEN' line there is "
        "ignored in the same way, and the scenario stays what it was. What the item's values then "
        "amount to is not checked further; separate the items first.",
        itemsMerged},
-      {"blank-line-after-type", Severity::Warning,
+      {"blank-line-after-type", Severity::kWarning,
        "A blank line directly below the type line ends nothing: the daemon takes the type for a "
        "key without a meaning and reads on. What looks like an item that ended is one that goes "
        "on, up to the next blank line.",
        blankLineAfterType},
-      {"bracket-after-type", Severity::Warning,
+      {"bracket-after-type", Severity::kWarning,
        "A ']' directly below the type line ends nothing: the first line of an item is always taken "
        "for a key. The lines behind it still belong to the item, up to the next blank line or ']'.",
        bracketAfterType},
-      {"item-header-without-bracket", Severity::Warning,
+      {"item-header-without-bracket", Severity::kWarning,
        "An item's name is the first word of its header without the first and the last character, "
        "whatever they are. '[skin' gives 'ski', and '[cpu big]' gives 'cp'. The name stands in the "
        "log, in reports, and in the requests at the devices.",
        headerWithoutBracket},
-      {"item-without-name", Severity::Warning,
+      {"item-without-name", Severity::kWarning,
        "The header '[]' gives an item with an empty name. It runs, but its log lines and reports "
        "do not tell who speaks, and all items without a name share one request at each device.",
        itemWithoutName},
-      {"words-ignored", Severity::Warning,
+      {"words-ignored", Severity::kWarning,
        "Behind a header, a type, a scenario's name and the value of a key that takes one, the "
        "daemon ignores all further words without a message: 'set_point 70 000' sets 70, 'sensor "
        "cpu big' watches 'cpu', and 'SCEN night mode' opens 'night'. There are no comments either.",
        wordsIgnored},
-      {"scenario-not-closed", Severity::Warning,
+      {"scenario-not-closed", Severity::kWarning,
        "A ']' below the lines of an item ends that item alone. The scenario goes on, and the next "
        "item belongs to it although it looks as if it stood outside. Only a second ']', directly "
        "followed by an item, leads back to 'Default'; a 'SCEN Default' line says the same more "
        "plainly.",
        scenarioNotClosed},
-      {"no-default-scenario", Severity::Warning,
+      {"no-default-scenario", Severity::kWarning,
        "The daemon starts in the scenario 'Default', and items above the first 'SCEN' line belong "
        "to it, but only a 'SCEN Default' line makes it a name that the daemon accepts. Without one "
        "it logs \"There is no scen name: Default\" and rewrites the scenario file once a second, "
        "and from another scenario there is no way back.",
        noDefaultScenario},
-      {"retired-scenario-name", Severity::Error,
+      {"retired-scenario-name", Severity::kError,
        "During a configuration swap the daemon files what is to go under names that begin with "
        "\"OLDSCEN_\", and then throws away every item whose scenario holds that text anywhere, "
        "those of the new configuration included.",
        retiredScenarioName},
-      {"scenario-without-name", Severity::Error,
+      {"scenario-without-name", Severity::kError,
        "Behind a 'SCEN' that stands alone the daemon finds no name and takes the word itself: the "
        "items below belong to a scenario called 'SCEN', and run only when that is asked for.",
        scenarioWithoutName},
-      {"bracketed-scenario-name", Severity::Warning,
+      {"bracketed-scenario-name", Severity::kWarning,
        "A scenario's name is the word behind 'SCEN' as it stands. 'SCEN [game]' opens a scenario "
        "called '[game]', and a request for 'game' is refused. An item's header goes on a line of "
        "its own.",

@@ -42,23 +42,25 @@ std::string orderFor(const Item& item) {
   return "write the list ascending";
 }
 
-void thresholdsOrder(const Subject& subject, Report& report) {
+void thresholdsOrder(const Subject& subject, Findings& findings) {
   const Follows strictly = [](int64_t a, int64_t b) { return a < b; };
   const Follows weakly = [](int64_t a, int64_t b) { return a <= b; };
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     if (const Number* number = firstOutOfOrder(item, item.thresholds, strictly))
-      report.add(configuration.file, number->word,
-                 std::string(
-                     "the daemon never stops at the level before this one: its threshold is not ") +
-                     beyond(item) + "the one before",
-                 orderFor(item));
+      findings.add(
+          configuration.file, number->word,
+          std::string(
+              "the daemon never stops at the level before this one: its threshold is not ") +
+              beyond(item) + "the one before",
+          orderFor(item));
     else if (const Number* clearing = firstOutOfOrder(item, item.thresholdsClr, weakly))
-      report.add(configuration.file, clearing->word,
-                 "on the way down the daemon leaves out the level before this one", orderFor(item));
+      findings.add(configuration.file, clearing->word,
+                   "on the way down the daemon leaves out the level before this one",
+                   orderFor(item));
   });
 }
 
-void clearingNotBelow(const Subject& subject, Report& report) {
+void clearingNotBelow(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     const size_t pairs = std::min(item.thresholds.size(), item.thresholdsClr.size());
     for (size_t i = 0; i < pairs; ++i) {
@@ -66,10 +68,10 @@ void clearingNotBelow(const Subject& subject, Report& report) {
       const Number& clearing = item.thresholdsClr[i];
       if (!soundTemperature(threshold) || !soundTemperature(clearing)) continue;
       if (urgency(item, clearing) < urgency(item, threshold)) continue;
-      report.add(configuration.file, clearing.word,
-                 "the daemon enters level " + std::to_string(i + 1) + " at " +
-                     std::to_string(threshold.value) + " and may leave it at once",
-                 "write a value " + behind(item) + std::to_string(threshold.value));
+      findings.add(configuration.file, clearing.word,
+                   "the daemon enters level " + std::to_string(i + 1) + " at " +
+                       std::to_string(threshold.value) + " and may leave it at once",
+                   "write a value " + behind(item) + std::to_string(threshold.value));
     }
   });
 }
@@ -80,7 +82,7 @@ bool rowsMatchClearing(const Item& item) {
          item.actionInfo.size() == item.thresholdsClr.size();
 }
 
-void clearingCount(const Subject& subject, Report& report) {
+void clearingCount(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     const std::vector<Number>& thresholds = item.thresholds;
     const std::vector<Number>& clearing = item.thresholdsClr;
@@ -88,30 +90,30 @@ void clearingCount(const Subject& subject, Report& report) {
         !haveDigits(thresholds) || !haveDigits(clearing) || rowsMatchClearing(item))
       return;
     if (clearing.size() < thresholds.size())
-      report.add(configuration.file, thresholds[clearing.size()].word,
-                 "the daemon has no clearing threshold for level " +
-                     std::to_string(clearing.size() + 1) + " and leaves it as soon as it is " +
-                     behind(item) + std::to_string(thresholds[clearing.size()].value),
-                 "write a value for each threshold behind 'thresholds_clr'");
+      findings.add(configuration.file, thresholds[clearing.size()].word,
+                   "the daemon has no clearing threshold for level " +
+                       std::to_string(clearing.size() + 1) + " and leaves it as soon as it is " +
+                       behind(item) + std::to_string(thresholds[clearing.size()].value),
+                   "write a value for each threshold behind 'thresholds_clr'");
     else
-      report.add(configuration.file, clearing[thresholds.size()].word,
-                 "the daemon never looks at this: there is no level " +
-                     std::to_string(thresholds.size() + 1),
-                 "write a clearing threshold for each threshold, and no more");
+      findings.add(configuration.file, clearing[thresholds.size()].word,
+                   "the daemon never looks at this: there is no level " +
+                       std::to_string(thresholds.size() + 1),
+                   "write a clearing threshold for each threshold, and no more");
   });
 }
 
-void setPointOrder(const Subject& subject, Report& report) {
+void setPointOrder(const Subject& subject, Findings& findings) {
   forEachSS(subject, [&](const Configuration& configuration, const Item& item) {
     const Number& start = item.setPoint;
     const Number& stop = item.setPointClr;
     if (start.value == 0 || stop.value == 0 || !soundTemperature(start) || !soundTemperature(stop))
       return;
     if (urgency(item, stop) <= urgency(item, start)) return;
-    report.add(configuration.file, stop.word,
-               "the daemon wakes the item and stops it again at once while the temperature is " +
-                   behind(item) + std::to_string(stop.value),
-               "write a value " + behind(item) + std::to_string(start.value));
+    findings.add(configuration.file, stop.word,
+                 "the daemon wakes the item and stops it again at once while the temperature is " +
+                     behind(item) + std::to_string(stop.value),
+                 "write a value " + behind(item) + std::to_string(start.value));
   });
 }
 
@@ -119,24 +121,24 @@ void setPointOrder(const Subject& subject, Report& report) {
 
 const std::vector<Rule>& thresholdRules() {
   static const std::vector<Rule> rules = {
-      {"thresholds-order", Severity::Error,
+      {"thresholds-order", Severity::kError,
        "A monitor counts the thresholds that are reached from the front of the list and stops at "
        "the first that is not. Behind one that is out of order the others wait for it: with "
        "'thresholds 70000 60000' nothing happens at 65000, and at 70000 the item jumps to level 2. "
        "'thresholds_clr' is counted in the same way on the way down. Both lists ascend; with "
        "'lowactive true' they descend.",
        thresholdsOrder},
-      {"clearing-not-below-threshold", Severity::Error,
+      {"clearing-not-below-threshold", Severity::kError,
        "A monitor enters a level at its threshold and leaves it below its clearing threshold. "
        "Where the second is not below the first, it enters and leaves in turn, once per period, "
        "and the device swings. With 'lowactive true' the clearing threshold must lie above.",
        clearingNotBelow},
-      {"clearing-thresholds-count", Severity::Error,
+      {"clearing-thresholds-count", Severity::kError,
        "Each threshold needs a clearing threshold. For a level without one its own threshold "
        "stands in, so that the device swings around it; a clearing threshold too many is never "
        "looked at.",
        clearingCount},
-      {"set-point-order", Severity::Error,
+      {"set-point-order", Severity::kError,
        "An ss item wakes at 'set_point' and stops below 'set_point_clr'. Where the second lies "
        "above the first, it wakes and stops in turn and drives nothing in between. With 'lowactive "
        "true' 'set_point_clr' must lie above.",

@@ -26,7 +26,7 @@ const std::vector<Rule>& environmentRules() {
 }
 
 bool isNumber(const std::string& text) {
-  return readingOf(text) == Reading::Whole;
+  return readingOf(text) == Reading::kWhole;
 }
 
 std::vector<const Section*> sectionsOf(const Environment& environment, SectionKind kind) {

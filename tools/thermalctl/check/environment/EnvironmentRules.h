@@ -3,8 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "check/configuration/Items.h"
+#include "check/rule/Numbers.h"
 #include "check/rule/Rule.h"
+#include "text/Phrases.h"
 
 // The environment's rules by theme; `environmentRules` is all of them.
 std::vector<Rule> sectionRules();
@@ -16,17 +17,17 @@ std::vector<Rule> nodeRules();
 // Marks words of the environment file.
 class Marker {
 public:
-  Marker(const Subject& subject, Report& report_)
-      : file(subject.environment.file), report(report_) {}
+  Marker(const Subject& subject, Findings& findings_)
+      : file(subject.environment.file), findings(findings_) {}
 
   void operator()(const Word& word, const std::string& message,
                   const std::string& hint = "") const {
-    report.add(file, word, message, hint);
+    findings.add(file, word, message, hint);
   }
 
 private:
   const std::string& file;
-  Report& report;
+  Findings& findings;
 };
 
 // Whether the daemon reads as a number what is written.

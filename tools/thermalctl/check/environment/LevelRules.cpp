@@ -7,21 +7,21 @@
 namespace {
 
 // How a device turns an entry into what it writes.
-enum class Use { None, Text, Decimal, ByType };
+enum class Use { kNone, kText, kDecimal, kByType };
 
 Use useOf(const Section& device) {
   const std::string& kind = device.kindWord.text;
-  if (kind == "report") return Use::None;
-  if (kind == "camera") return Use::Text;
-  if (kind == "cpufreq") return Use::Decimal;
-  return Use::ByType;
+  if (kind == "report") return Use::kNone;
+  if (kind == "camera") return Use::kText;
+  if (kind == "cpufreq") return Use::kDecimal;
+  return Use::kByType;
 }
 
 // The devices that look at their level table.
 std::vector<const Section*> devicesWithTable(const Subject& subject) {
-  std::vector<const Section*> devices = sectionsOf(subject.environment, SectionKind::Device);
+  std::vector<const Section*> devices = sectionsOf(subject.environment, SectionKind::kDevice);
   devices.erase(std::remove_if(devices.begin(), devices.end(),
-                               [](const Section* device) { return useOf(*device) == Use::None; }),
+                               [](const Section* device) { return useOf(*device) == Use::kNone; }),
                 devices.end());
   return devices;
 }
@@ -34,12 +34,12 @@ template <typename Visit> void forEntries(const Subject& subject, Visit visit) {
 }
 
 bool writesHex(const Section& device) {
-  return useOf(device) == Use::ByType && device.valueType == "hex";
+  return useOf(device) == Use::kByType && device.valueType == "hex";
 }
 
 bool writesDecimal(const Section& device) {
-  return useOf(device) == Use::Decimal ||
-         (useOf(device) == Use::ByType && device.valueType == "integer");
+  return useOf(device) == Use::kDecimal ||
+         (useOf(device) == Use::kByType && device.valueType == "integer");
 }
 
 bool isHex(const std::string& entry) {
@@ -55,8 +55,8 @@ bool isLoneQuote(const Level& level) {
   return level.quoted && level.word.text == "\"";
 }
 
-void checkTableIsNotEmpty(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkTableIsNotEmpty(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* device : devicesWithTable(subject))
     if (device->levels.empty() &&
         (device->last("level_table") || !triesToGive(*device, "level_table")))
@@ -65,10 +65,10 @@ void checkTableIsNotEmpty(const Subject& subject, Report& report) {
            "write 'level_table' and the entries, the one for level 0 first");
 }
 
-void checkBinary(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkBinary(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* device : devicesWithTable(subject)) {
-    if (useOf(*device) != Use::ByType || device->valueType != "bin") continue;
+    if (useOf(*device) != Use::kByType || device->valueType != "bin") continue;
     const auto last =
         std::find_if(device->levels.rbegin(), device->levels.rend(), [](const Level& level) {
           return !level.quoted && level.text.find("0b") != std::string::npos;
@@ -78,8 +78,8 @@ void checkBinary(const Subject& subject, Report& report) {
   }
 }
 
-void checkHexEntries(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkHexEntries(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forEntries(subject, [&](const Section& device, const Level& level) {
     if (!writesHex(device) || level.quoted || isHex(level.text)) return;
     const std::string rest = level.text.size() < 2 ? "" : level.text.substr(2);
@@ -91,8 +91,8 @@ void checkHexEntries(const Subject& subject, Report& report) {
   });
 }
 
-void checkDecimalEntries(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkDecimalEntries(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forEntries(subject, [&](const Section& device, const Level& level) {
     if (!writesDecimal(device) || isNumber(level.text)) return;
     mark(level.word,
@@ -102,8 +102,8 @@ void checkDecimalEntries(const Subject& subject, Report& report) {
   });
 }
 
-void checkMixture(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkMixture(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* device : devicesWithTable(subject)) {
     const std::vector<Level>& levels = device->levels;
     if (std::any_of(levels.begin(), levels.end(), isLoneQuote)) continue;
@@ -120,8 +120,8 @@ void checkMixture(const Subject& subject, Report& report) {
   }
 }
 
-void checkUnclosedQuotes(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkUnclosedQuotes(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forEntries(subject, [&](const Section&, const Level& level) {
     if (level.closed || level.behindQuote) return;
     mark(
@@ -131,8 +131,8 @@ void checkUnclosedQuotes(const Subject& subject, Report& report) {
   });
 }
 
-void checkTextBehindQuotes(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkTextBehindQuotes(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forEntries(subject, [&](const Section&, const Level& level) {
     if (!level.behindQuote) return;
     mark(*level.behindQuote,
@@ -142,8 +142,8 @@ void checkTextBehindQuotes(const Subject& subject, Report& report) {
   });
 }
 
-void checkLoneQuotes(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkLoneQuotes(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forEntries(subject, [&](const Section&, const Level& level) {
     if (isLoneQuote(level))
       mark(level.word, "a quote that stands alone: the daemon takes it for an empty entry",
@@ -163,8 +163,8 @@ std::vector<uint64_t> numbersOf(const Section& device) {
   return numbers;
 }
 
-void checkDirection(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkDirection(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* device : devicesWithTable(subject)) {
     const std::vector<uint64_t> numbers = numbersOf(*device);
     int direction = 0;
@@ -188,54 +188,54 @@ void checkDirection(const Subject& subject, Report& report) {
 
 std::vector<Rule> levelTableRules() {
   return {
-      {"level-table-empty", Severity::Error,
+      {"level-table-empty", Severity::kError,
        "A device has no level table, or one without entries. The daemon logs that the table is "
        "empty "
        "each time an item wants a level and never writes anything. A device of kind 'report' "
        "needs "
        "no table.",
        checkTableIsNotEmpty},
-      {"level-table-binary", Severity::Error,
+      {"level-table-binary", Severity::kError,
        "A level table is written in \"0b\" notation. The daemon takes the levels up but never "
        "writes "
        "such a table to its node. Write the entries as hexadecimal or decimal numbers.",
        checkBinary},
-      {"level-table-hex-entry", Severity::Error,
+      {"level-table-hex-entry", Severity::kError,
        "One entry with \"0x\" makes the whole table hexadecimal. Of each entry the daemon then "
        "drops "
        "the first two characters, whatever they are, and reads the rest as a hexadecimal number: "
        "of "
        "\"20\" nothing is left, and 0 is written. Write all entries of a table in the same form.",
        checkHexEntries},
-      {"level-table-entry-not-a-number", Severity::Error,
+      {"level-table-entry-not-a-number", Severity::kError,
        "An entry of a decimal table, or of any table of kind 'cpufreq', is no whole number. The "
        "daemon writes the digits at its front, or 0: \"1.8GHz\" is written as 1 and \"0x10\" as 0. "
        "Write decimal numbers; texts go between quotes, but not for 'cpufreq'.",
        checkDecimalEntries},
-      {"level-table-mixed", Severity::Warning,
+      {"level-table-mixed", Severity::kWarning,
        "Some entries of a level table are in quotes and some are not. One form is used for the "
        "whole "
        "table: the last quoted, \"0x\" or \"0b\" entry decides how every entry is written. Quote "
        "all "
        "of them or none.",
        checkMixture},
-      {"level-table-unclosed-quote", Severity::Error,
+      {"level-table-unclosed-quote", Severity::kError,
        "A quoted entry is not closed on its line. The daemon takes the rest of the line for one "
        "entry, so that the table has fewer levels than it looks. Close the quote at the end of the "
        "entry's last word.",
        checkUnclosedQuotes},
-      {"level-table-text-behind-quote", Severity::Error,
+      {"level-table-text-behind-quote", Severity::kError,
        "Text stands right behind a quote in a level table. Only a word's last character closes an "
        "entry, so that the daemon reads on through the following words. Put a blank behind each "
        "closing quote.",
        checkTextBehindQuotes},
-      {"level-table-lone-quote", Severity::Error,
+      {"level-table-lone-quote", Severity::kError,
        "A quote in a level table stands between blanks. The daemon takes it for an entry of its "
        "own, "
        "an empty one, and the words behind it for bare entries: all levels shift. Put the quotes "
        "right at the text.",
        checkLoneQuotes},
-      {"level-table-direction", Severity::Warning,
+      {"level-table-direction", Severity::kWarning,
        "The numbers of a level table do not run in one direction. A higher level is taken to hold "
        "the device back more; where the table turns, more heat means less protection. Sort the "
        "entries from level 0 to the tightest one.",

@@ -41,13 +41,13 @@ bool canBeMade(const std::string& path) {
 template <typename Visit> void forNodes(const Subject& subject, Visit visit) {
   if (!subject.nodesRoot) return;
   for (const Section& section : subject.environment.sections) {
-    const bool opensNode = section.kind == SectionKind::Real || section.isDevice();
+    const bool opensNode = section.kind == SectionKind::kReal || section.isDevice();
     if (opensNode && section.nodePath) visit(section, nodeOf(subject, section));
   }
 }
 
-void checkNodeExists(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkNodeExists(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forNodes(subject, [&](const Section& section, const std::string& path) {
     if (exists(path) || (isMadeByTheDaemon(section) && canBeMade(path))) return;
     mark(*section.nodePath, isOutput(section)
@@ -56,16 +56,16 @@ void checkNodeExists(const Subject& subject, Report& report) {
   });
 }
 
-void checkNodeIsReadable(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkNodeIsReadable(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forNodes(subject, [&](const Section& section, const std::string& path) {
     if (isOutput(section) || !exists(path) || opens(path, R_OK)) return;
     mark(*section.nodePath, "the file cannot be read: the sensor reads 0 forever");
   });
 }
 
-void checkNodeIsWritable(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkNodeIsWritable(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forNodes(subject, [&](const Section& section, const std::string& path) {
     if (!isOutput(section) || !exists(path) || opens(path, W_OK)) return;
     mark(*section.nodePath,
@@ -77,17 +77,17 @@ void checkNodeIsWritable(const Subject& subject, Report& report) {
 
 std::vector<Rule> nodeRules() {
   return {
-      {"node-not-found", Severity::Error,
+      {"node-not-found", Severity::kError,
        "With --nodes: the node of a sensor or device does not exist. Such a sensor reads 0 at all "
        "times, and what is written to such a device goes nowhere; the daemon logs one line at "
        "start-up and carries on. A report's file need not exist if it can be made.",
        checkNodeExists},
-      {"node-not-readable", Severity::Error,
+      {"node-not-readable", Severity::kError,
        "With --nodes: the node of a sensor exists but cannot be read by whoever runs the check, or "
        "is a directory. Such a sensor reads 0 at all times, so that nothing that watches it ever "
        "acts.",
        checkNodeIsReadable},
-      {"node-not-writable", Severity::Error,
+      {"node-not-writable", Severity::kError,
        "With --nodes: the node of a device exists but cannot be written by whoever runs the check, "
        "or is a directory. What the daemon writes to such a device goes nowhere.",
        checkNodeIsWritable},

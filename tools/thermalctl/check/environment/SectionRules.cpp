@@ -3,6 +3,7 @@
 #include <set>
 
 #include "check/environment/EnvironmentRules.h"
+#include "text/Characters.h"
 #include "text/Nearest.h"
 
 namespace {
@@ -24,10 +25,10 @@ std::string hintForJunk(const std::string& word) {
   return "a section begins with its name in brackets; a blank line ends it";
 }
 
-void checkJunk(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkJunk(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const EnvironmentBreak& each : subject.environment.breaks) {
-    if (each.cause != EnvironmentBreak::NoHeader) continue;
+    if (each.cause != EnvironmentBreak::kNoHeader) continue;
     mark(each.word,
          quoted(each.word.text) +
              " stands where a header is expected: " + stopsReading(subject.environment, each),
@@ -35,14 +36,14 @@ void checkJunk(const Subject& subject, Report& report) {
   }
 }
 
-void checkTypeLine(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkTypeLine(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const EnvironmentBreak& each : subject.environment.breaks) {
     const std::string stops = stopsReading(subject.environment, each);
-    if (each.cause == EnvironmentBreak::NothingBelow)
+    if (each.cause == EnvironmentBreak::kNothingBelow)
       mark(each.word, "no 'type' line directly below the header: " + stops,
            "put the 'type' line there, without a blank line between");
-    else if (each.cause == EnvironmentBreak::NoTypeLine)
+    else if (each.cause == EnvironmentBreak::kNoTypeLine)
       mark(each.word, quoted(each.word.text) + " stands where 'type' is expected: " + stops,
            nearest(each.word.text, {"type"}).empty()
                ? "put the 'type' line directly below the header"
@@ -50,8 +51,8 @@ void checkTypeLine(const Subject& subject, Report& report) {
   }
 }
 
-void checkBrackets(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkBrackets(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections) {
     const std::string& header = section.header.text;
     if (header.size() > 1 && header.back() == ']') continue;
@@ -63,41 +64,34 @@ void checkBrackets(const Subject& subject, Report& report) {
   }
 }
 
-void checkNames(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkNames(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections)
-    if (section.header.text == "[]" && section.kind != SectionKind::ConfFile)
+    if (section.header.text == "[]" && section.kind != SectionKind::kConfFile)
       mark(section.header, "the section has an empty name that no other line can name",
            "write a name between the brackets");
 }
 
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  return text;
-}
-
 bool hasUnknownKind(const Section& section) {
-  return section.kind == SectionKind::Unknown && !section.kindWord.text.empty();
+  return section.kind == SectionKind::kUnknown && !section.kindWord.text.empty();
 }
 
 bool isKindInWrongCase(const Section& section) {
   return hasUnknownKind(section) &&
-         sectionKind(lowerCase(section.kindWord.text)) != SectionKind::Unknown;
+         sectionKind(lowerCase(section.kindWord.text)) != SectionKind::kUnknown;
 }
 
-void checkKindIsGiven(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
-  for (const Section* section : sectionsOf(subject.environment, SectionKind::Unknown)) {
+void checkKindIsGiven(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
+  for (const Section* section : sectionsOf(subject.environment, SectionKind::kUnknown)) {
     if (section->typeWord && section->kindWord.text.empty())
       mark(*section->typeWord, "no kind behind 'type': the daemon drops the section without a word",
            "the kinds are " + listed(sectionKindWords()));
   }
 }
 
-void checkKindCase(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkKindCase(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections) {
     if (!isKindInWrongCase(section)) continue;
     const std::string& word = section.kindWord.text;
@@ -108,8 +102,8 @@ void checkKindCase(const Subject& subject, Report& report) {
   }
 }
 
-void checkKind(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkKind(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections) {
     if (!hasUnknownKind(section) || isKindInWrongCase(section)) continue;
     mark(section.kindWord,
@@ -119,8 +113,8 @@ void checkKind(const Subject& subject, Report& report) {
   }
 }
 
-void checkMergedSections(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkMergedSections(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections)
     for (const Property& property : section.properties)
       if (property.key.text[0] == '[')
@@ -147,14 +141,14 @@ bool isKeyOfAnyKind(const std::string& key) {
 // Calls `visit` for each key that the daemon passes over in a section that it keeps.
 template <typename Visit> void forUnknownKeys(const Environment& environment, Visit visit) {
   for (const Section& section : environment.sections) {
-    if (section.kind == SectionKind::Unknown) continue;
+    if (section.kind == SectionKind::kUnknown) continue;
     for (const Property* property : ownProperties(section))
       if (!property->known && !isComment(property->key.text)) visit(section, *property);
   }
 }
 
-void checkForeignKeys(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkForeignKeys(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forUnknownKeys(subject.environment, [&](const Section& section, const Property& property) {
     if (isKeyOfAnyKind(property.key.text))
       mark(property.key,
@@ -164,8 +158,8 @@ void checkForeignKeys(const Subject& subject, Report& report) {
   });
 }
 
-void checkMisspeltKeys(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkMisspeltKeys(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forUnknownKeys(subject.environment, [&](const Section& section, const Property& property) {
     const std::string meant = meantKey(section, property);
     if (!meant.empty() && !isKeyOfAnyKind(property.key.text))
@@ -175,8 +169,8 @@ void checkMisspeltKeys(const Subject& subject, Report& report) {
   });
 }
 
-void checkUnknownKeys(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkUnknownKeys(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forUnknownKeys(subject.environment, [&](const Section& section, const Property& property) {
     if (meantKey(section, property).empty() && !isKeyOfAnyKind(property.key.text))
       mark(property.key,
@@ -191,8 +185,8 @@ bool takesAList(const std::string& key) {
   return lists.count(key) > 0;
 }
 
-void checkRepeatedKeys(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkRepeatedKeys(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections) {
     std::map<std::string, int> firstLines;
     for (const Property* property : ownProperties(section)) {
@@ -206,8 +200,8 @@ void checkRepeatedKeys(const Subject& subject, Report& report) {
   }
 }
 
-void checkIgnoredWords(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkIgnoredWords(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections)
     for (const Property* property : ownProperties(section))
       if (property->known && property->words.size() > 1 && !takesAList(property->key.text))
@@ -219,8 +213,9 @@ void checkIgnoredWords(const Subject& subject, Report& report) {
 
 // Marks each name of `wanted` sections that one further up has.
 template <typename Wanted>
-void checkRepeatedNames(const Subject& subject, Report& report, Wanted wanted, const char* loss) {
-  const Marker mark(subject, report);
+void checkRepeatedNames(const Subject& subject, Findings& findings, Wanted wanted,
+                        const char* loss) {
+  const Marker mark(subject, findings);
   std::map<std::string, int> firstLines;
   for (const Section& section : subject.environment.sections) {
     if (!wanted(section)) continue;
@@ -231,21 +226,21 @@ void checkRepeatedNames(const Subject& subject, Report& report, Wanted wanted, c
   }
 }
 
-void checkRepeatedSensors(const Subject& subject, Report& report) {
+void checkRepeatedSensors(const Subject& subject, Findings& findings) {
   checkRepeatedNames(
-      subject, report, [](const Section& section) { return section.isSensor(); },
+      subject, findings, [](const Section& section) { return section.isSensor(); },
       "the daemon goes on sampling that sensor, but the name now means this one");
 }
 
-void checkRepeatedDevices(const Subject& subject, Report& report) {
+void checkRepeatedDevices(const Subject& subject, Findings& findings) {
   checkRepeatedNames(
-      subject, report, [](const Section& section) { return section.isDevice(); },
+      subject, findings, [](const Section& section) { return section.isDevice(); },
       "the name now means this device, and nothing can drive that one");
 }
 
-void checkFileName(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
-  for (const Section* section : sectionsOf(subject.environment, SectionKind::ConfFile)) {
+void checkFileName(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
+  for (const Section* section : sectionsOf(subject.environment, SectionKind::kConfFile)) {
     const bool given = std::any_of(
         section->properties.begin(), section->properties.end(), [&](const Property& property) {
           return property.known ? !property.words.empty() : !meantKey(*section, property).empty();
@@ -261,20 +256,20 @@ void checkFileName(const Subject& subject, Report& report) {
 
 std::vector<Rule> sectionRules() {
   return {
-      {"junk-before-header", Severity::Error,
+      {"junk-before-header", Severity::kError,
        "Where a section is expected, a line does not begin with \"[\". The daemon stops reading "
        "the "
        "environment at that line and says nothing: no sensor and no device below it exists. Mostly "
        "it is a comment, which the file cannot hold between its sections, a blank line in the "
        "middle of a section, a header that lacks its opening bracket, or a byte order mark.",
        checkJunk},
-      {"type-line-missing", Severity::Error,
+      {"type-line-missing", Severity::kError,
        "The line directly below a header must begin with the word 'type'. Where it does not, or "
        "where a blank line comes first, the daemon stops reading the environment and says nothing: "
        "neither this section nor any below it exists. Write the 'type' line as the first one of "
        "the section.",
        checkTypeLine},
-      {"header-without-bracket", Severity::Error,
+      {"header-without-bracket", Severity::kError,
        "The first word of a header does not end with \"]\". The daemon takes the first and the "
        "last "
        "character off, whatever they are, so that \"[cpu\" makes a section 'cp' and \"[cpu 0]\" "
@@ -282,61 +277,61 @@ std::vector<Rule> sectionRules() {
        "of the same name, and no item finds it under the name that was meant. Write the name "
        "between brackets, without white space.",
        checkBrackets},
-      {"header-without-name", Severity::Warning,
+      {"header-without-name", Severity::kWarning,
        "A sensor or device has an empty name. The daemon makes it, but no other line can name it. "
        "Write a name between the brackets.",
        checkNames},
-      {"section-kind-missing", Severity::Error,
+      {"section-kind-missing", Severity::kError,
        "No kind stands behind 'type'. The daemon reads the section and drops it without a word. "
        "Write one of its kinds, such as 'real' or 'cpufreq'.",
        checkKindIsGiven},
-      {"section-kind-wrong-case", Severity::Error,
+      {"section-kind-wrong-case", Severity::kError,
        "The kind of a section is written with capitals. The daemon knows the kinds in small "
        "letters "
        "alone; it reads the section and drops it without a word.",
        checkKindCase},
-      {"section-kind-unknown", Severity::Error,
+      {"section-kind-unknown", Severity::kError,
        "The kind of a section is none of the daemon's. It reads the section and drops it without a "
        "word, so that the sensor or device does not exist. The kinds are real, virtual, conf_file, "
-       "camera, report, charger, cpufreq, gpufreq, backlight and cpuhotplug.",
+       "camera, findings, charger, cpufreq, gpufreq, backlight and cpuhotplug.",
        checkKind},
-      {"sections-merged", Severity::Error,
+      {"sections-merged", Severity::kError,
        "A header stands in the middle of a section, for want of a blank line above it. The daemon "
        "takes the header for an unknown key: the second section does not exist, and its lines "
        "replace values of the first. Put a blank line between the two.",
        checkMergedSections},
-      {"section-key-misspelt", Severity::Error,
+      {"section-key-misspelt", Severity::kError,
        "A key is none of the daemon's, but nearly one. The daemon ignores the line without a word "
        "and works with the value's default: no node, no table, no sources. Write the key as the "
        "hint has it; small letters count.",
        checkMisspeltKeys},
-      {"section-key-of-other-kind", Severity::Warning,
+      {"section-key-of-other-kind", Severity::kWarning,
        "A key that the daemon knows from sections of another kind. Here it means nothing, and the "
        "daemon ignores the line without a word.",
        checkForeignKeys},
-      {"section-key-unknown", Severity::Warning,
+      {"section-key-unknown", Severity::kWarning,
        "A key that the daemon does not know in any section. It ignores the line without a word. A "
        "line that begins with \"#\", \";\" or \"//\" is ignored in the same way and is not "
        "reported.",
        checkUnknownKeys},
-      {"section-key-repeated", Severity::Warning,
+      {"section-key-repeated", Severity::kWarning,
        "A key stands twice in one section. The daemon takes the last of single values and appends "
        "the values of lists, neither of which the file's look tells. Write the key once.",
        checkRepeatedKeys},
-      {"section-words-ignored", Severity::Warning,
+      {"section-words-ignored", Severity::kWarning,
        "More words than the key takes. The daemon reads the first and ignores the rest of the "
        "line; "
        "a path with a blank in it is cut there.",
        checkIgnoredWords},
-      {"sensor-name-repeated", Severity::Error,
+      {"sensor-name-repeated", Severity::kError,
        "Two sensors have one name. Both are sampled, but the name means the later one alone from "
        "its section on: no item can watch the first. Give each sensor a name of its own.",
        checkRepeatedSensors},
-      {"device-name-repeated", Severity::Error,
+      {"device-name-repeated", Severity::kError,
        "Two devices have one name. The name means the later one alone, and no item can drive the "
        "first. Give each device a name of its own.",
        checkRepeatedDevices},
-      {"file-name-missing", Severity::Warning,
+      {"file-name-missing", Severity::kWarning,
        "A section of kind 'conf_file' names no file. The daemon keeps the configuration under "
        "its "
        "default name, \"talmor-thermal_default.conf\", or under that of an earlier section. Write "

@@ -18,8 +18,8 @@ bool hasReadableSampling(const Section& section) {
   return section.last("sampling") && isNumber(section.sampling.word.text);
 }
 
-void checkSamplingIsGiven(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSamplingIsGiven(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forSensors(subject, [&](const Section& section) {
     if (!triesToGive(section, "sampling"))
       mark(section.header, "no 'sampling': the daemon samples the sensor every 1000 ms",
@@ -30,13 +30,13 @@ void checkSamplingIsGiven(const Subject& subject, Report& report) {
 std::string readAs(const std::string& key, const Number& number) {
   if (number.word.text.empty())
     return "no value behind " + quoted(key) + ": the daemon reads " + std::to_string(number.value);
-  const bool tooLarge = readingOf(number.word.text) == Reading::TooLarge;
+  const bool tooLarge = readingOf(number.word.text) == Reading::kTooLarge;
   return quoted(number.word.text) + (tooLarge ? " is beyond 32 bits" : " is no whole number") +
          ": the daemon reads " + std::to_string(number.value);
 }
 
-void checkSamplingIsANumber(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSamplingIsANumber(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forSensors(subject, [&](const Section& section) {
     if (section.last("sampling") && !hasReadableSampling(section))
       mark(section.place("sampling"), readAs("sampling", section.sampling),
@@ -44,8 +44,8 @@ void checkSamplingIsANumber(const Subject& subject, Report& report) {
   });
 }
 
-void checkSamplingIsPositive(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSamplingIsPositive(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forSensors(subject, [&](const Section& section) {
     if (hasReadableSampling(section) && section.sampling.value <= 0)
       mark(section.sampling.word,
@@ -55,8 +55,8 @@ void checkSamplingIsPositive(const Subject& subject, Report& report) {
   });
 }
 
-void checkSamplingIsLongEnough(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSamplingIsLongEnough(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   forSensors(subject, [&](const Section& section) {
     const int32_t period = section.sampling.value;
     if (hasReadableSampling(section) && period > 0 && period < kShortestPeriod)
@@ -72,9 +72,9 @@ bool takesNumbers(const std::string& key) {
          key == "offsets";
 }
 
-void checkNumbers(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
-  for (const Section* section : sectionsOf(subject.environment, SectionKind::Virtual))
+void checkNumbers(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
+  for (const Section* section : sectionsOf(subject.environment, SectionKind::kVirtual))
     for (const Property* property : ownProperties(*section)) {
       if (!takesNumbers(property->key.text)) continue;
       const std::string& key = property->key.text;
@@ -88,10 +88,10 @@ void checkNumbers(const Subject& subject, Report& report) {
     }
 }
 
-void checkNodePath(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkNodePath(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections) {
-    const bool isReal = section.kind == SectionKind::Real;
+    const bool isReal = section.kind == SectionKind::kReal;
     if (!isReal && !section.isDevice()) continue;
     const Property* last = section.last("node_path");
     if (section.nodePath || (!last && triesToGive(section, "node_path"))) continue;
@@ -102,8 +102,8 @@ void checkNodePath(const Subject& subject, Report& report) {
   }
 }
 
-void checkNodePathIsAbsolute(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkNodePathIsAbsolute(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section& section : subject.environment.sections)
     if (section.nodePath && section.nodePath->text[0] != '/')
       mark(*section.nodePath,
@@ -116,37 +116,37 @@ void checkNodePathIsAbsolute(const Subject& subject, Report& report) {
 
 std::vector<Rule> sensorRules() {
   return {
-      {"sampling-missing", Severity::Warning,
+      {"sampling-missing", Severity::kWarning,
        "A sensor has no 'sampling' line. The daemon then samples it every 1000 milliseconds, "
        "which "
        "may be too slow for a hot spot. Write the period that is meant.",
        checkSamplingIsGiven},
-      {"sampling-not-a-number", Severity::Warning,
+      {"sampling-not-a-number", Severity::kWarning,
        "The period of a sensor is not a whole number. The daemon takes the digits at the front of "
        "the word and 0 if there are none: \"500ms\" is 500, 'fast' is 0, and 0 samples every "
        "millisecond. Write milliseconds in digits alone.",
        checkSamplingIsANumber},
-      {"sampling-not-positive", Severity::Warning,
+      {"sampling-not-positive", Severity::kWarning,
        "The period of a sensor is 0 or negative. The daemon samples it every millisecond, which "
        "keeps a processor awake. Write the period in milliseconds.",
        checkSamplingIsPositive},
-      {"sampling-too-short", Severity::Warning,
+      {"sampling-too-short", Severity::kWarning,
        "The period of a sensor is below 50 milliseconds. Temperatures do not change so fast, and "
        "each sample wakes a processor. Write 100 or more, but for a sensor under test.",
        checkSamplingIsLongEnough},
-      {"section-value-not-a-number", Severity::Warning,
+      {"section-value-not-a-number", Severity::kWarning,
        "A value of a virtual sensor is not a whole number. The daemon takes the digits at the "
        "front "
        "of the word and 0 if there are none; a number beyond 32 bits is cut to them. Write digits "
        "alone: temperatures are thousandths of a degree, weights have no fraction.",
        checkNumbers},
-      {"node-path-missing", Severity::Error,
+      {"node-path-missing", Severity::kError,
        "A real sensor or a device has no 'node_path', or the line has no path. Such a sensor "
        "reads "
        "0 at all times, so that nothing that watches it ever acts, and what is written to such a "
        "device goes nowhere. The daemon logs one line at start-up and carries on.",
        checkNodePath},
-      {"node-path-relative", Severity::Warning,
+      {"node-path-relative", Severity::kWarning,
        "A node's path does not begin with \"/\". The daemon looks for it from the directory in "
        "which "
        "it was started, which nothing lays down. Write the whole path.",

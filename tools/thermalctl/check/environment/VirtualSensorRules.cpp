@@ -14,7 +14,7 @@ namespace {
 constexpr int64_t kLeastDivisor = 20;
 
 std::vector<const Section*> virtualSensors(const Subject& subject) {
-  return sectionsOf(subject.environment, SectionKind::Virtual);
+  return sectionsOf(subject.environment, SectionKind::kVirtual);
 }
 
 std::vector<std::string> sensorNamesAbove(const Environment& environment, const Section& section) {
@@ -38,8 +38,8 @@ std::string hintForName(const Environment& environment, const Section& section, 
   return didYouMean(word.text, sensorNamesAbove(environment, section));
 }
 
-void checkSources(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSources(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject))
     for (const Reference& source : section->sources)
       if (!source.section)
@@ -49,11 +49,11 @@ void checkSources(const Subject& subject, Report& report) {
              hintForName(subject.environment, *section, source.word));
 }
 
-void checkSourcesAreReal(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSourcesAreReal(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject))
     for (const Reference& source : section->sources)
-      if (source.section && source.section->kind != SectionKind::Real)
+      if (source.section && source.section->kind != SectionKind::kReal)
         mark(source.word,
              quoted(source.word.text) +
                  " is no real sensor: while its trip sensor has it switched off it stands still, "
@@ -61,24 +61,24 @@ void checkSourcesAreReal(const Subject& subject, Report& report) {
              "name the real sensors that it combines");
 }
 
-void checkThereAreSources(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkThereAreSources(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject))
     if (section->sources.empty() && (section->last("sensors") || !triesToGive(*section, "sensors")))
       mark(section->place("sensors"), "no sources: the sensor never tells a temperature",
            "write 'sensors' and their names");
 }
 
-void checkTripIsGiven(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkTripIsGiven(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject))
     if (!triesToGive(*section, "trip_sensor"))
       mark(section->header, "no 'trip_sensor': the daemon never switches the sensor on",
            "write 'trip_sensor' and the name of a real sensor");
 }
 
-void checkTrip(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkTrip(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject)) {
     if (!section->trip || section->trip->section) continue;
     const Word& word = section->trip->word;
@@ -93,11 +93,11 @@ void checkTrip(const Subject& subject, Report& report) {
   }
 }
 
-void checkTripIsReal(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkTripIsReal(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject))
     if (section->trip && section->trip->section &&
-        section->trip->section->kind != SectionKind::Real)
+        section->trip->section->kind != SectionKind::kReal)
       mark(section->trip->word,
            quoted(section->trip->word.text) +
                " is no real sensor, and only those switch others: the daemon never switches this "
@@ -105,8 +105,8 @@ void checkTripIsReal(const Subject& subject, Report& report) {
            "name a real sensor");
 }
 
-void checkNumberOfWeights(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkNumberOfWeights(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject)) {
     const size_t weights = section->weights.size();
     const size_t sources = section->sources.size();
@@ -124,8 +124,8 @@ bool hasWeightSum(const Section& section) {
   return section.last("weights") || !triesToGive(section, "weights");
 }
 
-void checkWeightSumIsNotZero(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkWeightSumIsNotZero(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject)) {
     if (section->weightSum() != 0 || !hasWeightSum(*section)) continue;
     mark(section->place("weights"),
@@ -137,8 +137,8 @@ void checkWeightSumIsNotZero(const Subject& subject, Report& report) {
   }
 }
 
-void checkWeightSumIsNotOne(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkWeightSumIsNotOne(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject)) {
     const int32_t sum = section->weightSum();
     if (sum != 1 && sum != -1) continue;
@@ -151,8 +151,8 @@ void checkWeightSumIsNotOne(const Subject& subject, Report& report) {
   }
 }
 
-void checkGain(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkGain(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject)) {
     const int64_t sum = section->weightSum();
     if (sum == 0 || sum == 1 || sum == -1 || std::abs(sum - 1) >= kLeastDivisor) continue;
@@ -175,9 +175,9 @@ bool sharesWorker(const Section& real, const Section& sensor) {
          (real.readByDaemon || !sensor.readByDaemon);
 }
 
-void checkPeriodIsShared(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
-  const std::vector<const Section*> reals = sectionsOf(subject.environment, SectionKind::Real);
+void checkPeriodIsShared(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
+  const std::vector<const Section*> reals = sectionsOf(subject.environment, SectionKind::kReal);
   for (const Section* section : virtualSensors(subject)) {
     bool shared = false;
     for (const Section* real : reals)
@@ -197,8 +197,8 @@ bool hasSound(const Section& section, const char* key, const Number& number) {
   return isNumber(number.word.text) && !looksLikeDegrees(number);
 }
 
-void checkSetPoints(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSetPoints(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject)) {
     if (section->setPoint.value >= section->setPointClr.value) continue;
     if (!hasSound(*section, "set_point", section->setPoint)) continue;
@@ -211,8 +211,8 @@ void checkSetPoints(const Subject& subject, Report& report) {
   }
 }
 
-void checkDegrees(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkDegrees(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject))
     for (const Number* number : {&section->setPoint, &section->setPointClr})
       if (looksLikeDegrees(*number))
@@ -222,12 +222,12 @@ void checkDegrees(const Subject& subject, Report& report) {
              "did you mean '" + std::to_string(number->value * 1000) + "'?");
 }
 
-void checkSharedTrip(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkSharedTrip(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   std::map<const Section*, const Section*> firsts;
   for (const Section* section : virtualSensors(subject)) {
     if (!section->trip || !section->trip->section) continue;
-    if (section->trip->section->kind != SectionKind::Real) continue;
+    if (section->trip->section->kind != SectionKind::kReal) continue;
     const auto [first, isFirst] = firsts.emplace(section->trip->section, section);
     if (isFirst) continue;
     mark(section->trip->word,
@@ -238,8 +238,8 @@ void checkSharedTrip(const Subject& subject, Report& report) {
   }
 }
 
-void checkMath(const Subject& subject, Report& report) {
-  const Marker mark(subject, report);
+void checkMath(const Subject& subject, Findings& findings) {
+  const Marker mark(subject, findings);
   for (const Section* section : virtualSensors(subject)) {
     const Property* math = section->last("math");
     if (math && !math->words.empty() && parseInt32(math->words.front().text) != 0)
@@ -251,7 +251,7 @@ void checkMath(const Subject& subject, Report& report) {
 
 std::vector<Rule> virtualSensorRules() {
   return {
-      {"virtual-source-undefined", Severity::Error,
+      {"virtual-source-undefined", Severity::kError,
        "A virtual sensor names a source that no section above it defines. The daemon looks the "
        "name "
        "up while it reads the line; what it does not find there counts as nothing, while its "
@@ -260,46 +260,46 @@ std::vector<Rule> virtualSensorRules() {
        "the "
        "source's section up.",
        checkSources},
-      {"virtual-source-not-real", Severity::Warning,
+      {"virtual-source-not-real", Severity::kWarning,
        "A virtual sensor is a source of another. It changes only while its own trip sensor is "
        "warm; "
        "at other times its last value, however old, goes into the sum. Name real sensors.",
        checkSourcesAreReal},
-      {"virtual-source-missing", Severity::Error,
+      {"virtual-source-missing", Severity::kError,
        "A virtual sensor has no sources. Its value is made of its offsets and its own last value "
        "alone, and nothing that watches it acts on any heat.",
        checkThereAreSources},
-      {"trip-sensor-missing", Severity::Error,
+      {"trip-sensor-missing", Severity::kError,
        "A virtual sensor has no 'trip_sensor'. Only a trip sensor switches it on: without one it "
        "is never sampled, reads 0 forever, and nothing that watches it ever acts.",
        checkTripIsGiven},
-      {"trip-sensor-undefined", Severity::Error,
+      {"trip-sensor-undefined", Severity::kError,
        "The trip sensor of a virtual sensor is one that no section above defines. The daemon looks "
        "the name up while it reads the line and says nothing when it is not there: the virtual "
        "sensor is never switched on and reads 0 forever.",
        checkTrip},
-      {"trip-sensor-not-real", Severity::Error,
+      {"trip-sensor-not-real", Severity::kError,
        "The trip sensor of a virtual sensor is itself a virtual one. Only real sensors switch "
        "others: this one is never switched on and reads 0 forever.",
        checkTripIsReal},
-      {"virtual-weights-number", Severity::Error,
+      {"virtual-weights-number", Severity::kError,
        "A virtual sensor has another number of weights than of sources. The daemon pairs them by "
        "position: a source without a weight is left out, and a weight without a source still "
        "counts "
        "in the divisor. Either way the temperature is wrong.",
        checkNumberOfWeights},
-      {"virtual-weights-sum-zero", Severity::Error,
+      {"virtual-weights-sum-zero", Severity::kError,
        "The weights of a virtual sensor sum to 0, or there are none. The daemon divides by that "
        "sum, "
        "and where it is 0 the sensor reads 0: nothing that watches it ever acts.",
        checkWeightSumIsNotZero},
-      {"virtual-weights-sum-one", Severity::Error,
+      {"virtual-weights-sum-one", Severity::kError,
        "The weights of a virtual sensor sum to 1 or to -1. The daemon adds the sensor's last value "
        "to the weighted sum before it divides by the sum of the weights. Divided by 1, the value "
        "grows with each sample and never settles; divided by -1 it swings. Multiply all weights by "
        "the same number, such as 100, and the offsets with them.",
        checkWeightSumIsNotOne},
-      {"virtual-weights-gain", Severity::Warning,
+      {"virtual-weights-gain", Severity::kWarning,
        "A virtual sensor settles more than 5 % off the weighted mean of its sources. The daemon "
        "adds "
        "the last value before it divides by W, the sum of the weights, so that the value settles "
@@ -308,7 +308,7 @@ std::vector<Rule> virtualSensorRules() {
        "weighted mean, which is twice the mean for W = 2 and near it for W = 100. Multiply all "
        "weights by the same number, and the offsets with them.",
        checkGain},
-      {"virtual-period-alone", Severity::Error,
+      {"virtual-period-alone", Severity::kError,
        "No real sensor has the period of this virtual one. Sensors of one period share a worker, "
        "and "
        "a worker of which no sensor is switched on sleeps: until the trip sensor wakes it, each "
@@ -316,24 +316,24 @@ std::vector<Rule> virtualSensorRules() {
        "it "
        "the period of a real sensor.",
        checkPeriodIsShared},
-      {"virtual-set-points-reversed", Severity::Warning,
+      {"virtual-set-points-reversed", Severity::kWarning,
        "The 'set_point' of a virtual sensor lies below its 'set_point_clr'. The trip sensor "
        "switches it on above the one and off below the other: between the two that happens in "
        "turn, "
        "with each sample. A missing 'set_point' counts as 0.",
        checkSetPoints},
-      {"virtual-set-point-in-degrees", Severity::Warning,
+      {"virtual-set-point-in-degrees", Severity::kWarning,
        "A set point of a virtual sensor lies within 200 thousandths of a degree from 0. "
        "Temperatures "
        "are thousandths of a degree, so that 45 degrees are 45000.",
        checkDegrees},
-      {"trip-sensor-shared", Severity::Warning,
+      {"trip-sensor-shared", Severity::kWarning,
        "Several virtual sensors have one trip sensor. As soon as it has switched on all of them "
        "the "
        "daemon no longer looks whether to switch any off: they are never switched off again. Give "
        "each a trip sensor of its own.",
        checkSharedTrip},
-      {"virtual-math-ignored", Severity::Warning,
+      {"virtual-math-ignored", Severity::kWarning,
        "A virtual sensor has a 'math' line with another value than 0. The daemon keeps it and "
        "does "
        "not look at it: there is one formula only. Take the line out.",

@@ -3,7 +3,7 @@
 #include <cctype>
 
 #include "check/Check.h"
-#include "check/output/PlainText.h"
+#include "text/Phrases.h"
 
 namespace {
 

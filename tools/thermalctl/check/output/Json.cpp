@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "check/output/Mark.h"
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -55,7 +57,7 @@ Json environmentModel(const Environment& environment) {
 }
 
 Json itemModel(const Item& item) {
-  return {{"name", item.name},         {"kind", item.kind == ItemKind::SS ? "ss" : "monitor"},
+  return {{"name", item.name},         {"kind", item.kind == ItemKind::kSS ? "ss" : "monitor"},
           {"scenario", item.scenario}, {"sensor", item.sensor->word.text},
           {"sampling", item.period()}, {"worker", item.workerKey()}};
 }

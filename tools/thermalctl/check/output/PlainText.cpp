@@ -1,11 +1,11 @@
 #include "check/output/PlainText.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <iomanip>
-#include <sstream>
+
+#include "check/output/Mark.h"
+#include "text/Characters.h"
+#include "text/Phrases.h"
 
 namespace {
 
@@ -19,19 +19,6 @@ constexpr char kRed[] = "1;31";
 constexpr char kMagenta[] = "1;35";
 constexpr char kGreen[] = "1;32";
 constexpr char kCyan[] = "1;36";
-
-class Painter {
-public:
-  explicit Painter(Colour colour_) : colour(colour_) {}
-
-  std::string operator()(const char* code, const std::string& text) const {
-    if (colour == Colour::Off) return text;
-    return std::string("\x1B[") + code + "m" + text + "\x1B[0m";
-  }
-
-private:
-  Colour colour;
-};
 
 // A line as it is shown, and the marked characters of that.
 struct Excerpt {
@@ -74,29 +61,25 @@ Excerpt excerptOf(const Mark& mark) {
   return excerpt;
 }
 
-void printMarkedLine(std::ostream& out, int number, const Excerpt& excerpt, const Painter& paint) {
+void printMarkedLine(std::ostream& out, int number, const Excerpt& excerpt, Colour colour) {
   const std::string underline = "^" + std::string(excerpt.to - excerpt.from - 1, '~');
   out << std::setw(5) << number << " | " << excerpt.text << '\n'
       << std::setw(5) << ""
-      << " | " << std::string(excerpt.from, ' ') << paint(kGreen, underline) << '\n';
+      << " | " << std::string(excerpt.from, ' ') << painted(colour, kGreen, underline) << '\n';
 }
 
 void printFinding(std::ostream& out, const Finding& finding, const Sources& sources,
-                  const Painter& paint) {
-  const bool isError = finding.severity == Severity::Error;
+                  Colour colour) {
+  const bool isError = finding.severity == Severity::kError;
   const Mark mark = markOf(finding, sources);
   const std::string place = visible(finding.file) + ":" + std::to_string(finding.at.line) + ":" +
                             std::to_string(mark.column) + ":";
-  out << paint(kBold, place) << ' '
-      << paint(isError ? kRed : kMagenta, std::string(nameOf(finding.severity)) + ":") << ' '
-      << visible(finding.message) << " [" << finding.rule << "]\n";
-  printMarkedLine(out, finding.at.line, excerptOf(mark), paint);
+  out << painted(colour, kBold, place) << ' '
+      << painted(colour, isError ? kRed : kMagenta, std::string(nameOf(finding.severity)) + ":")
+      << ' ' << visible(finding.message) << " [" << finding.rule << "]\n";
+  printMarkedLine(out, finding.at.line, excerptOf(mark), colour);
   if (!finding.hint.empty())
-    out << "      " << paint(kCyan, "hint:") << ' ' << visible(finding.hint) << '\n';
-}
-
-std::string counted(size_t number, const std::string& what) {
-  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+    out << "      " << painted(colour, kCyan, "hint:") << ' ' << visible(finding.hint) << '\n';
 }
 
 std::string summary(const std::vector<Finding>& findings, size_t files) {
@@ -111,31 +94,9 @@ std::string summary(const std::vector<Finding>& findings, size_t files) {
 
 } // namespace
 
-Colour colourFor(int fileDescriptor) {
-  const char* noColour = std::getenv("NO_COLOR");
-  const bool refused = noColour && *noColour;
-  return ::isatty(fileDescriptor) && !refused ? Colour::On : Colour::Off;
-}
-
 void printText(std::ostream& out, const std::vector<Finding>& findings, const Sources& sources,
                Colour colour) {
-  const Painter paint(colour);
   for (const Finding& finding : findings)
-    printFinding(out, finding, sources, paint);
+    printFinding(out, finding, sources, colour);
   out << summary(findings, sources.size()) << '\n';
-}
-
-std::string wrapped(const std::string& text, size_t width) {
-  std::istringstream words(text);
-  std::string result;
-  std::string line;
-  std::string word;
-  while (words >> word) {
-    if (!line.empty() && line.size() + 1 + word.size() > width) {
-      result += line + '\n';
-      line.clear();
-    }
-    line += (line.empty() ? "" : " ") + word;
-  }
-  return line.empty() ? result : result + line + '\n';
 }

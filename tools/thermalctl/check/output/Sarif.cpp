@@ -8,6 +8,7 @@
 
 #include "check/Check.h"
 #include "check/output/Explanation.h"
+#include "check/output/Mark.h"
 
 namespace {
 

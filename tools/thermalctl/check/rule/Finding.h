@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "text/PlacedText.h"
+#include "text/Word.h"
 
-enum class Severity { Warning, Error };
+enum class Severity { kWarning, kError };
 
 // What a rule found at one place of one file.
 struct Finding {
   std::string rule;
-  Severity severity = Severity::Warning;
+  Severity severity = Severity::kWarning;
   // As the user named it.
   std::string file;
   // Where the marked text begins, and how many bytes of its line it takes.

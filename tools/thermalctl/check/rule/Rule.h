@@ -19,7 +19,7 @@ struct Subject {
 };
 
 // Takes the findings of one rule: it knows the rule's name and severity.
-class Report;
+class Findings;
 
 // One thing that can be wrong with the files.
 struct Rule {
@@ -28,12 +28,12 @@ struct Rule {
   Severity severity;
   // One paragraph: what the daemon does with such a file, why that hurts, what to write instead.
   const char* explanation;
-  void (*check)(const Subject& subject, Report& report);
+  void (*check)(const Subject& subject, Findings& findings);
 };
 
-class Report {
+class Findings {
 public:
-  Report(const Rule& rule_, std::vector<Finding>& findings_) : rule(rule_), findings(findings_) {}
+  Findings(const Rule& rule_, std::vector<Finding>& findings_) : rule(rule_), findings(findings_) {}
 
   // Marks `word` in `file`, the first time that the rule comes to this place.
   void add(const std::string& file, const Word& word, std::string message, std::string hint = "");

@@ -540,7 +540,7 @@ TEST(ConfigurationRulesTest, TellOfAnEndExactlyWhereTheDaemonComesToOne) {
     configurations.push_back(readConfiguration("conf", fileText(entry.path()), environment));
     const std::vector<Finding> findings = check({environment, configurations, std::nullopt}, {});
     const bool told = std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
-      return finding.severity == Severity::Error &&
+      return finding.severity == Severity::kError &&
              (finding.message.find("the daemon ends: ") == 0 ||
               finding.message.find(", and ends because ") != std::string::npos);
     });

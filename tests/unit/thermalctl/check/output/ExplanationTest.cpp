@@ -9,7 +9,7 @@
 namespace {
 
 Rule ruleSaying(const char* explanation) {
-  return {"some-rule", Severity::Warning, explanation, nullptr};
+  return {"some-rule", Severity::kWarning, explanation, nullptr};
 }
 
 TEST(ExplanationTest, SummarisesByTheFirstSentence) {

@@ -58,7 +58,7 @@ action_info 1
 TEST(JsonTest, GivesEachFindingWithAllItsFields) {
   Inspection inspection = board("[\xC3\xA4]\ntype reel x\n", "");
   inspection.findings = {{"some-rule",
-                          Severity::Warning,
+                          Severity::kWarning,
                           "board.env",
                           {2, 6},
                           4,
@@ -75,7 +75,7 @@ TEST(JsonTest, GivesEachFindingWithAllItsFields) {
 TEST(JsonTest, CountsErrorsAndWarningsApart) {
   Inspection inspection;
   inspection.findings.resize(3);
-  inspection.findings[1].severity = Severity::Error;
+  inspection.findings[1].severity = Severity::kError;
   EXPECT_EQ(resultOf(inspection).at("counts"),
             Json::parse(R"({"errors": 1, "warnings": 2, "files": 0})"));
 }

@@ -9,7 +9,7 @@ namespace {
 Finding finding(Position at, size_t length, std::string hint = "") {
   Finding result;
   result.rule = "some-rule";
-  result.severity = Severity::Error;
+  result.severity = Severity::kError;
   result.file = "board.env";
   result.at = at;
   result.length = length;
@@ -19,7 +19,7 @@ Finding finding(Position at, size_t length, std::string hint = "") {
 }
 
 std::string printed(const std::vector<Finding>& findings, const std::string& content,
-                    Colour colour = Colour::Off) {
+                    Colour colour = Colour::kOff) {
   Sources sources;
   sources.emplace("board.env", Source(content));
   std::ostringstream out;
@@ -38,7 +38,7 @@ std::string excerpt(Position at, size_t length, const std::string& content) {
 
 TEST(TextTest, ShowsPlaceSeverityMessageRuleLineAndHint) {
   Finding warning = finding({2, 1}, 8, "did you mean 'sampling'?");
-  warning.severity = Severity::Warning;
+  warning.severity = Severity::kWarning;
   EXPECT_EQ(printed({warning}, "type real\nsampeling 100\n"),
             "board.env:2:1: warning: the daemon does it [some-rule]\n"
             "    2 | sampeling 100\n"
@@ -58,13 +58,13 @@ TEST(TextTest, LeavesOutAHintThatIsNotThere) {
 TEST(TextTest, CountsErrorsWarningsAndFiles) {
   Finding error = finding({1, 1}, 1);
   Finding warning = error;
-  warning.severity = Severity::Warning;
+  warning.severity = Severity::kWarning;
   Sources sources;
   for (const char* name : {"board.env", "day.conf"})
     sources.emplace(name, Source(""));
   const auto lastLine = [&](const std::vector<Finding>& findings) {
     std::ostringstream out;
-    printText(out, findings, sources, Colour::Off);
+    printText(out, findings, sources, Colour::kOff);
     const std::string text = out.str();
     return text.substr(text.rfind('\n', text.size() - 2) + 1);
   };
@@ -136,20 +136,13 @@ TEST(TextTest, SendsNoControlCharacterOfAFileToTheTerminal) {
 }
 
 TEST(TextTest, ColoursWhenAsked) {
-  const std::string text = printed({finding({1, 1}, 2, "do")}, "xy\n", Colour::On);
+  const std::string text = printed({finding({1, 1}, 2, "do")}, "xy\n", Colour::kOn);
   EXPECT_EQ(text, "\x1B[1mboard.env:1:1:\x1B[0m \x1B[1;31merror:\x1B[0m the daemon does it "
                   "[some-rule]\n"
                   "    1 | xy\n"
                   "      | \x1B[1;32m^~\x1B[0m\n"
                   "      \x1B[1;36mhint:\x1B[0m do\n"
                   "1 error in 1 file\n");
-}
-
-TEST(TextTest, WrapsAtTheWidthAndNotBefore) {
-  EXPECT_EQ(wrapped("aa bb cc", 5), "aa bb\ncc\n");
-  EXPECT_EQ(wrapped("aa bb cc", 4), "aa\nbb\ncc\n");
-  EXPECT_EQ(wrapped("a  very-long-word b", 6), "a\nvery-long-word\nb\n");
-  EXPECT_EQ(wrapped(" ", 5), "");
 }
 
 } // namespace

@@ -27,7 +27,7 @@ Inspection oneFinding(const std::string& file, const std::string& content, Posit
   inspection.sources.emplace(file, Source(content));
   Finding finding;
   finding.rule = allRules().back().name;
-  finding.severity = Severity::Error;
+  finding.severity = Severity::kError;
   finding.file = file;
   finding.at = at;
   finding.length = 3;

@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 // How a command ended, and the exit status that tells it.
 enum ExitStatus { kFine = 0, kProblems = 1, kCouldNotRun = 2 };
 
@@ -13,11 +11,3 @@ constexpr char kDaemonEnvironment[] = "/vendor/etc/talmor-thermal.env";
 
 // Tells the user, on standard error, why a command ends with `status`, and gives that.
 ExitStatus complain(ExitStatus status, const std::string& message);
-
-// Each adds its command to `app`. A command that was chosen leaves its ExitStatus in `status`.
-void addCheckCommand(CLI::App& app, int& status);
-void addScenarioCommand(CLI::App& app, int& status);
-void addReloadCommand(CLI::App& app, int& status);
-void addStatusCommand(CLI::App& app, int& status);
-void addSimulateCommand(CLI::App& app, int& status);
-void addPlotCommand(CLI::App& app, int& status);

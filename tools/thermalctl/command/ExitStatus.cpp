@@ -1,8 +1,8 @@
-#include "command/Command.h"
+#include "command/ExitStatus.h"
 
 #include <iostream>
 
-#include "text/Source.h"
+#include "text/Characters.h"
 
 ExitStatus complain(ExitStatus status, const std::string& message) {
   std::cerr << "thermalctl: " << visible(message) << '\n';

@@ -1,0 +1,37 @@
+#include "text/Characters.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(CharactersTest, ShowsPlainTextAsItIs) {
+  EXPECT_EQ(visible("set_point 45000 \xC2\xB0\xE2\x82\xAC"),
+            "set_point 45000 \xC2\xB0\xE2\x82\xAC");
+}
+
+TEST(CharactersTest, PutsASignForEachControlCharacter) {
+  EXPECT_EQ(visible(std::string("\0\t\r\x1B\x7F", 5)),
+            "\xE2\x90\x80\xE2\x90\x89\xE2\x90\x8D\xE2\x90\x9B\xE2\x90\xA1");
+}
+
+TEST(CharactersTest, PutsASignForWhatIsNotUtf8OrWouldTurnTheLineAround) {
+  constexpr char kReplacement[] = "\xEF\xBF\xBD";
+  for (const char* text :
+       {"\xFF", "\xC2\x85", "\xC2\x9F", "\xE2\x80\x8F", "\xE2\x80\xAE", "\xE2\x81\xA6"})
+    EXPECT_EQ(visible(text), kReplacement) << text;
+  for (const char* text : {"\xC2\xA0", "\xE2\x80\x90", "\xE2\x80\xAF", "\xE2\x81\xAA"})
+    EXPECT_EQ(visible(text), text);
+}
+
+TEST(CharactersTest, CutsBetweenCharacters) {
+  EXPECT_EQ(charactersIn("s\xC3\xA4 "), 3U);
+  EXPECT_EQ(firstCharacters("s\xC3\xA4x", 2), "s\xC3\xA4");
+  EXPECT_EQ(firstCharacters("s\xC3\xA4x", 0), "");
+  EXPECT_EQ(firstCharacters("sx", 9), "sx");
+}
+
+TEST(CharactersTest, MakesSmallLettersOfThoseOfAsciiAlone) {
+  EXPECT_EQ(lowerCase(std::string("AZ@[az\xC3\x84")), "az@[az\xC3\x84");
+}
+
+} // namespace

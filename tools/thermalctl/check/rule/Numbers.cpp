@@ -1,0 +1,42 @@
+#include "check/rule/Numbers.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+// Degrees that a phone can have, and millidegrees that no sensor reads. The freezing point is 0, or
+// 1 where 0 counts as no value.
+constexpr int32_t kLeastDegrees = 2;
+constexpr int32_t kMostDegrees = 200;
+constexpr int32_t kMostMillidegrees = 200000;
+
+} // namespace
+
+Reading readingOf(const std::string& word) {
+  char* end = nullptr;
+  const long long value = std::strtoll(word.c_str(), &end, 10);
+  if (end == word.c_str()) return Reading::kNoDigits;
+  if (value > INT32_MAX || value < INT32_MIN) return Reading::kTooLarge;
+  return static_cast<size_t>(end - word.c_str()) < word.size() ? Reading::kCutShort
+                                                               : Reading::kWhole;
+}
+
+bool looksLikeDegrees(const Number& temperature) {
+  const int64_t size = std::abs(static_cast<int64_t>(temperature.value));
+  return readingOf(temperature.word.text) == Reading::kWhole && size >= kLeastDegrees &&
+         size <= kMostDegrees;
+}
+
+bool beyondAnySensor(const Number& temperature) {
+  return readingOf(temperature.word.text) == Reading::kWhole &&
+         (temperature.value < -kMostMillidegrees || temperature.value > kMostMillidegrees);
+}
+
+bool sound(const Number& number) {
+  return number.word.text.empty() || readingOf(number.word.text) == Reading::kWhole;
+}
+
+bool soundTemperature(const Number& temperature) {
+  return sound(temperature) && !looksLikeDegrees(temperature) && !beyondAnySensor(temperature);
+}

@@ -1,0 +1,126 @@
+#include "command/CommandLine.h"
+
+#include <iostream>
+
+// Compiled here alone: it takes longer than all of the commands together.
+#include <CLI/CLI.hpp>
+
+namespace {
+
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  thermalctl check --env talmor-thermal.env --conf talmor-thermal.conf\n"
+    "  thermalctl scenario game\n"
+    "  thermalctl reload night.conf\n"
+    "  thermalctl status --watch\n"
+    "  thermalctl simulate --board boards/phone --workload game --out report\n"
+    "\n"
+    "thermalctl COMMAND --help tells more about each.\n"
+    "Exit status: 0 fine, 1 problems found, 2 could not run.";
+
+std::string wrongCommandLine(const std::string& what) {
+  return "thermalctl: " + what + "\nRun with --help for more information.\n";
+}
+
+void addCommand(CLI::App& app, const Command& command, int& status) {
+  CLI::App* added = app.add_subcommand(command.name, command.description);
+  CommandLine line(added);
+  command.addOptions(line);
+  added->footer(command.examples);
+  added->callback([&command, &status] { status = command.run(); });
+  added->group("Commands");
+}
+
+} // namespace
+
+const CommandOption& CommandOption::takes(const std::string& what) const {
+  option->type_name(what);
+  return *this;
+}
+
+const CommandOption& CommandOption::showsAs(const std::string& text) const {
+  option->option_text(text);
+  return *this;
+}
+
+const CommandOption& CommandOption::showsDefault() const {
+  option->capture_default_str();
+  return *this;
+}
+
+const CommandOption& CommandOption::isRequired() const {
+  option->required();
+  return *this;
+}
+
+const CommandOption& CommandOption::isOneOf(const std::vector<std::string>& words) const {
+  option->check(CLI::IsMember(words));
+  return *this;
+}
+
+const CommandOption& CommandOption::isWithin(double least, double most) const {
+  option->check(CLI::Range(least, most));
+  return *this;
+}
+
+const CommandOption& CommandOption::mayStandAlone(const std::string& value) const {
+  option->expected(0, 1)->default_str(value);
+  return *this;
+}
+
+const CommandOption& CommandOption::takesAll() const {
+  option->take_all();
+  return *this;
+}
+
+CommandOption CommandLine::option(const std::string& name, std::string& value,
+                                  const std::string& help) {
+  return CommandOption(app->add_option(name, value, help));
+}
+
+CommandOption CommandLine::option(const std::string& name, std::optional<std::string>& value,
+                                  const std::string& help) {
+  return CommandOption(app->add_option(name, value, help));
+}
+
+CommandOption CommandLine::option(const std::string& name, std::vector<std::string>& value,
+                                  const std::string& help) {
+  return CommandOption(app->add_option(name, value, help));
+}
+
+CommandOption CommandLine::option(const std::string& name, double& value, const std::string& help) {
+  return CommandOption(app->add_option(name, value, help));
+}
+
+CommandOption CommandLine::option(const std::string& name, uint64_t& value,
+                                  const std::string& help) {
+  return CommandOption(app->add_option(name, value, help));
+}
+
+void CommandLine::flag(const std::string& name, bool& value, const std::string& help) {
+  app->add_flag(name, value, help);
+}
+
+int runCommand(const std::vector<Command>& commands, int argc, char* argv[]) {
+  CLI::App app("Checks the files of talmor-thermal and steers the running daemon.", "thermalctl");
+  int status = kFine;
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "thermalctl " THERMALCTL_VERSION, "Print the version and exit");
+  app.failure_message(
+      [](const CLI::App*, const CLI::Error& error) { return wrongCommandLine(error.what()); });
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.footer(kExamples);
+  for (const Command& command : commands)
+    addCommand(app, command, status);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& ending) {
+    // Help and version end with 0, a wrong command line like everything that keeps a command from
+    // running.
+    return app.exit(ending) == 0 ? kFine : kCouldNotRun;
+  } catch (const UsageError& error) {
+    std::cerr << wrongCommandLine(error.what());
+    return kCouldNotRun;
+  }
+  return status;
+}

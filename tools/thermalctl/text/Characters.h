@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// The bytes of the UTF-8 character at the beginning of `text`; 0 if there is none.
+size_t characterSize(std::string_view text);
+
+// How many places a text of UTF-8 takes in a line, a character each, and what fits into `count`.
+size_t charactersIn(std::string_view text);
+std::string firstCharacters(const std::string& text, size_t count);
+
+// Of the letters A to Z alone, whatever the locale.
+char lowerCase(char letter);
+std::string lowerCase(std::string text);
+
+// `text` on one line of a terminal: a sign stands for each control character, byte that is not
+// UTF-8, and character that changes the direction of writing. The number of characters is kept.
+std::string visible(std::string_view text);

@@ -1,0 +1,44 @@
+#include "trace/CsvFormat.h"
+
+namespace csv {
+
+std::string field(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (const char character : text) {
+    if (character == '"') quoted += '"';
+    quoted += character;
+  }
+  return quoted + '"';
+}
+
+std::string between(const char* event, const std::string& name) {
+  return std::string(",") + event + "," + field(name) + ",";
+}
+
+bool takeField(std::string_view& line, std::string& field) {
+  field.clear();
+  bool quoted = false;
+  size_t i = 0;
+  for (; i < line.size() && (quoted || line[i] != ','); ++i) {
+    if (line[i] != '"')
+      field += line[i];
+    else if (quoted && i + 1 < line.size() && line[i + 1] == '"')
+      field += line[i++];
+    else
+      quoted = !quoted;
+  }
+  const bool more = i < line.size();
+  line.remove_prefix(more ? i + 1 : i);
+  return more;
+}
+
+bool takeFields(std::string_view line, Fields& fields) {
+  for (size_t i = 0; i < kColumns; ++i) {
+    const bool more = takeField(line, fields[i]);
+    if (more != (i + 1 < kColumns)) return false;
+  }
+  return true;
+}
+
+} // namespace csv
