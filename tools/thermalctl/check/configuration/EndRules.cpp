@@ -79,6 +79,14 @@ void noItemLine(const Subject& subject, Findings& findings) {
                  reason.hint);
   });
 }
+constexpr Rule kNoItemLine = {
+    "no-item-line", Severity::kError,
+    "Between two items the daemon accepts a header in brackets, a 'SCEN' line or a ']'. Anything "
+    "else, such as a comment, a key behind a blank line too many, or a byte order mark at the "
+    "start of the file, ends it: it logs \"Each item should be started with 'SCEN' or embraced "
+    "with [name]\" and exits with status 0, at start and in a live swap alike, and the phone has "
+    "no thermal protection. There are no comments, and a blank line always ends an item.",
+    noItemLine};
 
 void scenarioWithoutItem(const Subject& subject, Findings& findings) {
   forEachItemDue(subject, Error::kHeaderBehindScenario,
@@ -91,6 +99,13 @@ void scenarioWithoutItem(const Subject& subject, Findings& findings) {
                                     : "write an item directly below 'SCEN', or take 'SCEN' out");
                  });
 }
+constexpr Rule kScenarioWithoutItem = {
+    "scenario-without-item", Severity::kError,
+    "A 'SCEN' line must be followed by the header of an item on the very next line, so a "
+    "scenario without an item cannot be written. A blank line there, a second 'SCEN', a ']', a "
+    "key or the end of the file ends the daemon with \"Each item should be started with 'SCEN' "
+    "or embraced with [name]\" and status 0.",
+    scenarioWithoutItem};
 
 void bracketWithoutItem(const Subject& subject, Findings& findings) {
   forEachItemDue(subject, Error::kHeaderBehindBracket,
@@ -101,6 +116,14 @@ void bracketWithoutItem(const Subject& subject, Findings& findings) {
                                 "take the ']' out: the next 'SCEN' line ends a scenario");
                  });
 }
+constexpr Rule kBracketWithoutItem = {
+    "bracket-without-item", Severity::kError,
+    "A ']' behind an item that has ended already closes the scenario, and the very next line "
+    "must be the header of an item. A ']' at the end of the file, before a blank line, before "
+    "'SCEN' or before another ']' therefore ends the daemon with \"Each item should be started "
+    "with 'SCEN' or embraced with [name]\" and status 0. No scenario needs closing: the next "
+    "'SCEN' line does it, and 'SCEN Default' leads back.",
+    bracketWithoutItem};
 
 std::string hintForTypeLine(const Error& error) {
   if (error.found == Error::kBlankLine) return "take out the blank line below the header";
@@ -119,6 +142,12 @@ void noTypeLine(const Subject& subject, Findings& findings) {
                      hintForTypeLine(error));
       });
 }
+constexpr Rule kNoTypeLine = {
+    "no-type-line", Severity::kError,
+    "The line directly below an item's header must be 'algo_type monitor' or 'algo_type ss'. A "
+    "blank line, another key or the end of the file there ends the daemon with \"Each item's "
+    "property should contain & start with 'algo_type'\" and status 0.",
+    noTypeLine};
 
 void unknownType(const Subject& subject, Findings& findings) {
   forEachError(subject, Error::kBadType, [&](const Configuration& configuration, const Error& e) {
@@ -130,6 +159,12 @@ void unknownType(const Subject& subject, Findings& findings) {
                  hint.empty() ? "write 'algo_type monitor' or 'algo_type ss'" : hint);
   });
 }
+constexpr Rule kUnknownType = {
+    "unknown-type", Severity::kError,
+    "The word behind 'algo_type' must be 'monitor' or 'ss', in small letters. Any other word "
+    "ends the daemon with \"Algo type should be 'monitor' or 'SS'\" and status 0; the capitals "
+    "in that message are misleading, for 'SS' is refused.",
+    unknownType};
 
 // A key that has a line, or a slip for one, is another rule's.
 std::vector<std::string> keysWithoutLine(const Item& item) {
@@ -150,6 +185,13 @@ void missingProperty(const Subject& subject, Findings& findings) {
                  ending(ends) + quoted(item.name) + " lacks " + listed(keys));
   });
 }
+constexpr Rule kMissingProperty = {
+    "missing-property", Severity::kError,
+    "A monitor needs 'sensor', 'thresholds', 'thresholds_clr', 'actions' and 'action_info'; an "
+    "ss item needs 'sensor', 'device', 'set_point' and 'set_point_clr'. Without one of them the "
+    "daemon ends with \"There is some missing property for\" and the item's name, and status 0. "
+    "It does not say which one is missing.",
+    missingProperty};
 
 void checkForZero(const Configuration& configuration, const Item& item, const char* key,
                   const Number& point, Findings& findings) {
@@ -165,53 +207,18 @@ void setPointZero(const Subject& subject, Findings& findings) {
     checkForZero(configuration, item, "set_point_clr", item.setPointClr, findings);
   });
 }
+constexpr Rule kSetPointZero = {
+    "set-point-zero", Severity::kError,
+    "The daemon cannot tell a set point of 0 from one that is not there: 'set_point 0' or "
+    "'set_point_clr 0' ends it with \"There is some missing property for\" and the item's name, "
+    "and status 0. For the freezing point write 1, a thousandth of a degree more.",
+    setPointZero};
 
 } // namespace
 
 const std::vector<Rule>& endRules() {
-  static const std::vector<Rule> rules = {
-      {"no-item-line", Severity::kError,
-       "Between two items the daemon accepts a header in brackets, a 'SCEN' line or a ']'. "
-       "Anything else, such as a comment, a key behind a blank line too many, or a byte order mark "
-       "at the start of the file, ends it: it logs \"Each item should be started with 'SCEN' or "
-       "embraced with [name]\" and exits with status 0, at start and in a live swap alike, and the "
-       "phone has no thermal protection. There are no comments, and a blank line always ends an "
-       "item.",
-       noItemLine},
-      {"scenario-without-item", Severity::kError,
-       "A 'SCEN' line must be followed by the header of an item on the very next line, so a "
-       "scenario without an item cannot be written. A blank line there, a second 'SCEN', a ']', a "
-       "key or the end of the file ends the daemon with \"Each item should be started with 'SCEN' "
-       "or embraced with [name]\" and status 0.",
-       scenarioWithoutItem},
-      {"bracket-without-item", Severity::kError,
-       "A ']' behind an item that has ended already closes the scenario, and the very next line "
-       "must be the header of an item. A ']' at the end of the file, before a blank line, before "
-       "'SCEN' or before another ']' therefore ends the daemon with \"Each item should be started "
-       "with 'SCEN' or embraced with [name]\" and status 0. No scenario needs closing: the next "
-       "'SCEN' line does it, and 'SCEN Default' leads back.",
-       bracketWithoutItem},
-      {"no-type-line", Severity::kError,
-       "The line directly below an item's header must be 'algo_type monitor' or 'algo_type ss'. A "
-       "blank line, another key or the end of the file there ends the daemon with \"Each item's "
-       "property should contain & start with 'algo_type'\" and status 0.",
-       noTypeLine},
-      {"unknown-type", Severity::kError,
-       "The word behind 'algo_type' must be 'monitor' or 'ss', in small letters. Any other word "
-       "ends the daemon with \"Algo type should be 'monitor' or 'SS'\" and status 0; the capitals "
-       "in that message are misleading, for 'SS' is refused.",
-       unknownType},
-      {"missing-property", Severity::kError,
-       "A monitor needs 'sensor', 'thresholds', 'thresholds_clr', 'actions' and 'action_info'; an "
-       "ss item needs 'sensor', 'device', 'set_point' and 'set_point_clr'. Without one of them the "
-       "daemon ends with \"There is some missing property for\" and the item's name, and status 0. "
-       "It does not say which one is missing.",
-       missingProperty},
-      {"set-point-zero", Severity::kError,
-       "The daemon cannot tell a set point of 0 from one that is not there: 'set_point 0' or "
-       "'set_point_clr 0' ends it with \"There is some missing property for\" and the item's name, "
-       "and status 0. For the freezing point write 1, a thousandth of a degree more.",
-       setPointZero},
-  };
+  static const std::vector<Rule> rules = {kNoItemLine,  kScenarioWithoutItem, kBracketWithoutItem,
+                                          kNoTypeLine,  kUnknownType,         kMissingProperty,
+                                          kSetPointZero};
   return rules;
 }

@@ -30,7 +30,7 @@ template <typename Visit> void forEachIgnored(const Subject& subject, Visit visi
   });
 }
 
-void keyMisspelt(const Subject& subject, Findings& findings) {
+void itemKeyMisspelt(const Subject& subject, Findings& findings) {
   forEachIgnored(
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         const std::string key = meantKey(item, property);
@@ -42,8 +42,14 @@ void keyMisspelt(const Subject& subject, Findings& findings) {
                      "did you mean " + quoted(key) + "?");
       });
 }
+constexpr Rule kItemKeyMisspelt = {
+    "item-key-misspelt", Severity::kError,
+    "The daemon compares keys letter by letter, capitals included, and ignores a key that it "
+    "does not know, without a message. The value of a misspelt key is the default's; where there "
+    "is none, the daemon ends with \"There is some missing property for\" and the item's name.",
+    itemKeyMisspelt};
 
-void keyOfOtherKind(const Subject& subject, Findings& findings) {
+void itemKeyOfOtherKind(const Subject& subject, Findings& findings) {
   forEachIgnored(
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         if (!isKeyOfOtherKind(item, property)) return;
@@ -52,8 +58,14 @@ void keyOfOtherKind(const Subject& subject, Findings& findings) {
                          kindName(item.kind) + " does not have");
       });
 }
+constexpr Rule kItemKeyOfOtherKind = {
+    "item-key-of-other-kind", Severity::kWarning,
+    "A monitor and an ss item have different keys. The daemon ignores a key of the other kind, "
+    "without a message: 'set_point' does nothing in a monitor, and 'thresholds' nothing in an ss "
+    "item.",
+    itemKeyOfOtherKind};
 
-void keyUnknown(const Subject& subject, Findings& findings) {
+void itemKeyUnknown(const Subject& subject, Findings& findings) {
   forEachIgnored(
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         if (isKeyOfOtherKind(item, property) || !meantKey(item, property).empty()) return;
@@ -64,6 +76,11 @@ void keyUnknown(const Subject& subject, Findings& findings) {
                                           listed(itemKeys(item.kind)));
       });
 }
+constexpr Rule kItemKeyUnknown = {
+    "item-key-unknown", Severity::kWarning,
+    "The daemon ignores a key that it does not know, without a message. A line that begins with "
+    "a hash sign or two slashes is such a key: there are no comments.",
+    itemKeyUnknown};
 
 std::string effectOfRepeating(const std::string& key) {
   if (key == "thresholds" || key == "thresholds_clr")
@@ -74,7 +91,7 @@ std::string effectOfRepeating(const std::string& key) {
   return "the daemon forgets the " + quoted(key) + " line above";
 }
 
-void keyRepeated(const Subject& subject, Findings& findings) {
+void itemKeyRepeated(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     std::map<std::string, size_t> lines;
     for (const Property& property : item.properties) {
@@ -84,6 +101,13 @@ void keyRepeated(const Subject& subject, Findings& findings) {
     }
   });
 }
+constexpr Rule kItemKeyRepeated = {
+    "item-key-repeated", Severity::kWarning,
+    "Of a key that takes one value the last line counts. The lists grow instead: a second "
+    "'thresholds' line continues the first, but a second 'actions' or 'action_info' line adds "
+    "its words to the rows of the lowest levels again and leaves empty rows behind, which drive "
+    "nothing.",
+    itemKeyRepeated};
 
 std::string effectOfStandingAlone(const std::string& key) {
   if (key == "thresholds" || key == "thresholds_clr" || key == "actions" || key == "action_info")
@@ -94,7 +118,7 @@ std::string effectOfStandingAlone(const std::string& key) {
   return "the daemon takes this for 0";
 }
 
-void keyWithoutValue(const Subject& subject, Findings& findings) {
+void itemKeyWithoutValue(const Subject& subject, Findings& findings) {
   forEachProperty(
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         if (!property.known || !property.words.empty()) return;
@@ -106,6 +130,12 @@ void keyWithoutValue(const Subject& subject, Findings& findings) {
                      "write a value behind " + quoted(key) + ", or take the line out");
       });
 }
+constexpr Rule kItemKeyWithoutValue = {
+    "item-key-without-value", Severity::kError,
+    "Behind a key that stands alone the daemon finds no word and takes the key itself: 'sensor' "
+    "then names a sensor called 'sensor', which ends the daemon, and a number is 0. A list stays "
+    "empty.",
+    itemKeyWithoutValue};
 
 void lowactiveNotTrue(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
@@ -117,41 +147,17 @@ void lowactiveNotTrue(const Subject& subject, Findings& findings) {
                  "write 'lowactive true', or take the line out");
   });
 }
+constexpr Rule kLowactiveNotTrue = {
+    "lowactive-not-true", Severity::kError,
+    "Only the word 'true', in small letters, switches 'lowactive' on. With 'True', 'yes' or '1' "
+    "the item acts on heat instead of cold, and its thresholds are in the wrong order for that.",
+    lowactiveNotTrue};
 
 } // namespace
 
 const std::vector<Rule>& keyRules() {
-  static const std::vector<Rule> rules = {
-      {"item-key-misspelt", Severity::kError,
-       "The daemon compares keys letter by letter, capitals included, and ignores a key that it "
-       "does not know, without a message. The value of a misspelt key is the default's; where "
-       "there is none, the daemon ends with \"There is some missing property for\" and the item's "
-       "name.",
-       keyMisspelt},
-      {"item-key-unknown", Severity::kWarning,
-       "The daemon ignores a key that it does not know, without a message. A line that begins with "
-       "a hash sign or two slashes is such a key: there are no comments.",
-       keyUnknown},
-      {"item-key-of-other-kind", Severity::kWarning,
-       "A monitor and an ss item have different keys. The daemon ignores a key of the other kind, "
-       "without a message: 'set_point' does nothing in a monitor, and 'thresholds' nothing in an "
-       "ss item.",
-       keyOfOtherKind},
-      {"item-key-repeated", Severity::kWarning,
-       "Of a key that takes one value the last line counts. The lists grow instead: a second "
-       "'thresholds' line continues the first, but a second 'actions' or 'action_info' line adds "
-       "its words to the rows of the lowest levels again and leaves empty rows behind, which drive "
-       "nothing.",
-       keyRepeated},
-      {"item-key-without-value", Severity::kError,
-       "Behind a key that stands alone the daemon finds no word and takes the key itself: 'sensor' "
-       "then names a sensor called 'sensor', which ends the daemon, and a number is 0. A list "
-       "stays empty.",
-       keyWithoutValue},
-      {"lowactive-not-true", Severity::kError,
-       "Only the word 'true', in small letters, switches 'lowactive' on. With 'True', 'yes' or '1' "
-       "the item acts on heat instead of cold, and its thresholds are in the wrong order for that.",
-       lowactiveNotTrue},
-  };
+  static const std::vector<Rule> rules = {kItemKeyMisspelt,     kItemKeyUnknown,
+                                          kItemKeyOfOtherKind,  kItemKeyRepeated,
+                                          kItemKeyWithoutValue, kLowactiveNotTrue};
   return rules;
 }

@@ -64,6 +64,12 @@ void unknownSensor(const Subject& subject, Findings& findings) {
                  advice(word.text));
   });
 }
+constexpr Rule kUnknownSensor = {
+    "unknown-sensor", Severity::kError,
+    "An item whose 'sensor' is not the name of a sensor of the environment file counts as one "
+    "without: the daemon ends with \"There is some missing property for\" and the item's name, "
+    "and status 0. A sensor whose section the daemon drops or never reads is not there either.",
+    unknownSensor};
 
 void checkRows(const Configuration& configuration, const Item& item, const Advice& advice,
                Findings& findings) {
@@ -88,6 +94,12 @@ void unknownDevice(const Subject& subject, Findings& findings) {
                  advice(word.text));
   });
 }
+constexpr Rule kUnknownDevice = {
+    "unknown-device", Severity::kError,
+    "An ss item whose 'device' is not the name of a device of the environment file ends the "
+    "daemon with \"There is some missing property for\" and the item's name, and status 0. In "
+    "the rows of a monitor nothing is reported at all: the device is just never driven.",
+    unknownDevice};
 
 // All words that stand behind any key of any item, taken apart at "+".
 std::set<std::string> wordsOfItems(const Subject& subject) {
@@ -147,6 +159,13 @@ void unusedSensor(const Subject& subject, Findings& findings) {
   reportUnused(subject, environment.sensors, used,
                "the daemon samples this sensor for nothing: no item watches it", findings);
 }
+constexpr Rule kUnusedSensor = {
+    "unused-sensor", Severity::kWarning,
+    "The daemon reads the node of every real sensor once per period, whether an item watches it "
+    "or not. A sensor that no item of any of the configurations watches, that no virtual sensor "
+    "computes with and that trips none, costs power for nothing; more often an item was "
+    "forgotten.",
+    unusedSensor};
 
 void unusedDevice(const Subject& subject, Findings& findings) {
   std::set<std::string> used = wordsOfItems(subject);
@@ -162,6 +181,12 @@ void unusedDevice(const Subject& subject, Findings& findings) {
   reportUnused(subject, subject.environment.devices, used,
                "the daemon never drives this device: no item names it", findings);
 }
+constexpr Rule kUnusedDevice = {
+    "unused-device", Severity::kWarning,
+    "The daemon opens the node of every device at start, which truncates it, and then writes to "
+    "it only when an item asks. A device that no item of any of the configurations names is "
+    "never driven; more often an item was forgotten.",
+    unusedDevice};
 
 std::set<const Section*> devicesOf(const Item& item) {
   std::set<const Section*> devices;
@@ -189,6 +214,12 @@ void itemNameTwice(const Subject& subject, Findings& findings) {
     }
   });
 }
+constexpr Rule kItemNameTwice = {
+    "item-name-twice", Severity::kError,
+    "A device files what an item asks for under the item's name. Two items of one name in one "
+    "scenario overwrite each other's request, and when one of them withdraws, the device falls "
+    "back although the other is still hot. Names of items in different scenarios may be equal.",
+    itemNameTwice};
 
 // What the items of one scenario watch.
 struct Watched {
@@ -238,42 +269,17 @@ void sensorUnwatched(const Subject& subject, Findings& findings) {
     }
   }
 }
+constexpr Rule kSensorUnwatched = {
+    "sensor-unwatched", Severity::kWarning,
+    "Scenarios share nothing: while one is in force, no item of another runs, those of 'Default' "
+    "included. A sensor that 'Default' watches and another scenario does not is without "
+    "protection there. Repeat the item in each scenario, under another name in each.",
+    sensorUnwatched};
 
 } // namespace
 
 const std::vector<Rule>& nameRules() {
-  static const std::vector<Rule> rules = {
-      {"unknown-sensor", Severity::kError,
-       "An item whose 'sensor' is not the name of a sensor of the environment file counts as one "
-       "without: the daemon ends with \"There is some missing property for\" and the item's name, "
-       "and status 0. A sensor whose section the daemon drops or never reads is not there either.",
-       unknownSensor},
-      {"unknown-device", Severity::kError,
-       "An ss item whose 'device' is not the name of a device of the environment file ends the "
-       "daemon with \"There is some missing property for\" and the item's name, and status 0. In "
-       "the rows of a monitor nothing is reported at all: the device is just never driven.",
-       unknownDevice},
-      {"unused-sensor", Severity::kWarning,
-       "The daemon reads the node of every real sensor once per period, whether an item watches it "
-       "or not. A sensor that no item of any of the configurations watches, that no virtual sensor "
-       "computes with and that trips none, costs power for nothing; more often an item was "
-       "forgotten.",
-       unusedSensor},
-      {"unused-device", Severity::kWarning,
-       "The daemon opens the node of every device at start, which truncates it, and then writes to "
-       "it only when an item asks. A device that no item of any of the configurations names is "
-       "never driven; more often an item was forgotten.",
-       unusedDevice},
-      {"item-name-twice", Severity::kError,
-       "A device files what an item asks for under the item's name. Two items of one name in one "
-       "scenario overwrite each other's request, and when one of them withdraws, the device falls "
-       "back although the other is still hot. Names of items in different scenarios may be equal.",
-       itemNameTwice},
-      {"sensor-unwatched", Severity::kWarning,
-       "Scenarios share nothing: while one is in force, no item of another runs, those of "
-       "'Default' included. A sensor that 'Default' watches and another scenario does not is "
-       "without protection there. Repeat the item in each scenario, under another name in each.",
-       sensorUnwatched},
-  };
+  static const std::vector<Rule> rules = {kUnknownSensor, kUnknownDevice, kUnusedSensor,
+                                          kUnusedDevice,  kItemNameTwice, kSensorUnwatched};
   return rules;
 }

@@ -17,7 +17,7 @@ std::string readAs(const KeyedNumber& number) {
          std::to_string(number.number->value);
 }
 
-void notANumber(const Subject& subject, Findings& findings) {
+void itemNumberWithoutDigits(const Subject& subject, Findings& findings) {
   // The rest of a line behind a word that is no number is seldom better.
   std::set<std::pair<std::string, int>> told;
   forEachNumber(subject, Reading::kNoDigits,
@@ -28,8 +28,14 @@ void notANumber(const Subject& subject, Findings& findings) {
                                "write a number; there are no comments");
                 });
 }
+constexpr Rule kItemNumberWithoutDigits = {
+    "item-number-without-digits", Severity::kError,
+    "A word without digits where a number is due is 0, without a message. At the end of a list "
+    "it is one more entry: 'thresholds 60000 70000 # warm' has four thresholds, the last two of "
+    "them 0, and at 70000 the monitor jumps to a level that has no row.",
+    itemNumberWithoutDigits};
 
-void numberCutShort(const Subject& subject, Findings& findings) {
+void itemNumberCutShort(const Subject& subject, Findings& findings) {
   forEachNumber(subject, Reading::kCutShort,
                 [&](const Configuration& configuration, const Item& item, const KeyedNumber& n) {
                   findings.add(configuration.file, n.number->word,
@@ -37,8 +43,13 @@ void numberCutShort(const Subject& subject, Findings& findings) {
                                "write digits alone: no point, no comma, no unit");
                 });
 }
+constexpr Rule kItemNumberCutShort = {
+    "item-number-cut-short", Severity::kWarning,
+    "A number ends at its first character that is no digit, and the rest of the word is ignored "
+    "without a message: '60,000' and '60.5' are 60, '1s' is 1 and '0x10' is 0.",
+    itemNumberCutShort};
 
-void numberTooLarge(const Subject& subject, Findings& findings) {
+void itemNumberTooLarge(const Subject& subject, Findings& findings) {
   forEachNumber(subject, Reading::kTooLarge,
                 [&](const Configuration& configuration, const Item& item, const KeyedNumber& n) {
                   findings.add(configuration.file, n.number->word,
@@ -47,6 +58,11 @@ void numberTooLarge(const Subject& subject, Findings& findings) {
                                "write a number from -2147483648 to 2147483647");
                 });
 }
+constexpr Rule kItemNumberTooLarge = {
+    "item-number-too-large", Severity::kError,
+    "Numbers have 32 bits and a sign. Of a larger one the daemon keeps the lowest 32 bits, "
+    "without a message: 3000000000 becomes -1294967296.",
+    itemNumberTooLarge};
 
 void degrees(const Subject& subject, Findings& findings) {
   std::set<std::pair<std::string, int>> told;
@@ -62,8 +78,14 @@ void degrees(const Subject& subject, Findings& findings) {
     }
   });
 }
+constexpr Rule kDegrees = {
+    "degrees", Severity::kWarning,
+    "Temperatures are thousandths of a degree Celsius, as the kernel reports them: 60 °C is "
+    "60000. A threshold of 60 is reached in a freezer. Every temperature from -200 to 200 counts "
+    "as meant in degrees, but for -1, 0 and 1.",
+    degrees};
 
-void beyondSensors(const Subject& subject, Findings& findings) {
+void checkBeyondAnySensor(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     for (const auto& [key, number] : temperaturesOf(item))
       if (beyondAnySensor(*number))
@@ -72,8 +94,14 @@ void beyondSensors(const Subject& subject, Findings& findings) {
                      "write thousandths of a degree");
   });
 }
+constexpr Rule kBeyondAnySensor = {
+    "beyond-any-sensor", Severity::kWarning,
+    "Temperatures are thousandths of a degree Celsius: 60 °C is 60000. A threshold above 200 °C "
+    "is never reached and one below -200 °C always is, so that the item does nothing, or never "
+    "stops.",
+    checkBeyondAnySensor};
 
-void samplingBelowOne(const Subject& subject, Findings& findings) {
+void itemSamplingBelow1(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (item.sampling.value >= 1 || item.sampling.word.text.empty() || !sound(item.sampling))
       return;
@@ -82,6 +110,11 @@ void samplingBelowOne(const Subject& subject, Findings& findings) {
                  "write the sensor's period in milliseconds");
   });
 }
+constexpr Rule kItemSamplingBelow1 = {
+    "item-sampling-below-1", Severity::kError,
+    "An item whose period is 0 or negative decides every millisecond while it is awake, on the "
+    "same temperature again and again, and wastes power for nothing.",
+    itemSamplingBelow1};
 
 void periodBelowSensors(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
@@ -97,8 +130,15 @@ void periodBelowSensors(const Subject& subject, Findings& findings) {
                  "write 'sampling " + period + "'");
   });
 }
+constexpr Rule kPeriodBelowSensors = {
+    "period-below-sensors", Severity::kWarning,
+    "An item decides once per period on what its sensor read last. With a period below the "
+    "sensor's it wakes the processor only to decide on the same number again, and "
+    "'time_tick_trigger' counts decisions in which nothing can have changed. Without 'sampling' "
+    "an item's period is 1000 ms.",
+    periodBelowSensors};
 
-void negativeTrigger(const Subject& subject, Findings& findings) {
+void negativeTimeTickTrigger(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (item.timeTickTrigger.value >= 0 || !sound(item.timeTickTrigger)) return;
     findings.add(configuration.file, item.timeTickTrigger.word,
@@ -108,48 +148,17 @@ void negativeTrigger(const Subject& subject, Findings& findings) {
                  "take the line out: without it no level is added");
   });
 }
+constexpr Rule kNegativeTimeTickTrigger = {
+    "negative-time-tick-trigger", Severity::kWarning,
+    "The count of 'time_tick_trigger' has no sign: -1 is 4294967295, which no phone lives to "
+    "see. Without the line, or with 0, no level is added for a temperature that stays.",
+    negativeTimeTickTrigger};
 
 } // namespace
 
 const std::vector<Rule>& numberRules() {
   static const std::vector<Rule> rules = {
-      {"item-number-without-digits", Severity::kError,
-       "A word without digits where a number is due is 0, without a message. At the end of a list "
-       "it is one more entry: 'thresholds 60000 70000 # warm' has four thresholds, the last two of "
-       "them 0, and at 70000 the monitor jumps to a level that has no row.",
-       notANumber},
-      {"item-number-cut-short", Severity::kWarning,
-       "A number ends at its first character that is no digit, and the rest of the word is ignored "
-       "without a message: '60,000' and '60.5' are 60, '1s' is 1 and '0x10' is 0.",
-       numberCutShort},
-      {"item-number-too-large", Severity::kError,
-       "Numbers have 32 bits and a sign. Of a larger one the daemon keeps the lowest 32 bits, "
-       "without a message: 3000000000 becomes -1294967296.",
-       numberTooLarge},
-      {"degrees", Severity::kWarning,
-       "Temperatures are thousandths of a degree Celsius, as the kernel reports them: 60 °C is "
-       "60000. A threshold of 60 is reached in a freezer. Every temperature from -200 to 200 "
-       "counts as meant in degrees, but for -1, 0 and 1.",
-       degrees},
-      {"beyond-any-sensor", Severity::kWarning,
-       "Temperatures are thousandths of a degree Celsius: 60 °C is 60000. A threshold above 200 °C "
-       "is never reached and one below -200 °C always is, so that the item does nothing, or never "
-       "stops.",
-       beyondSensors},
-      {"item-sampling-below-1", Severity::kError,
-       "An item whose period is 0 or negative decides every millisecond while it is awake, on the "
-       "same temperature again and again, and wastes power for nothing.",
-       samplingBelowOne},
-      {"period-below-sensors", Severity::kWarning,
-       "An item decides once per period on what its sensor read last. With a period below the "
-       "sensor's it wakes the processor only to decide on the same number again, and "
-       "'time_tick_trigger' counts decisions in which nothing can have changed. Without 'sampling' "
-       "an item's period is 1000 ms.",
-       periodBelowSensors},
-      {"negative-time-tick-trigger", Severity::kWarning,
-       "The count of 'time_tick_trigger' has no sign: -1 is 4294967295, which no phone lives to "
-       "see. Without the line, or with 0, no level is added for a temperature that stays.",
-       negativeTrigger},
-  };
+      kItemNumberWithoutDigits, kItemNumberCutShort, kItemNumberTooLarge, kDegrees,
+      kBeyondAnySensor,         kItemSamplingBelow1, kPeriodBelowSensors, kNegativeTimeTickTrigger};
   return rules;
 }

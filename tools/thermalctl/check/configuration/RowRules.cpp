@@ -47,6 +47,12 @@ void strayPlus(const Subject& subject, Findings& findings) {
     checkForPlus(configuration, item.actionInfo, findings);
   });
 }
+constexpr Rule kStrayPlus = {
+    "stray-plus", Severity::kError,
+    "Every word behind 'actions' and 'action_info' is the row of one level, and '+' joins the "
+    "names or numbers of one row. With a space beside it, 'cpu + gpu' is three rows: 'cpu', "
+    "nothing, and 'gpu'.",
+    strayPlus};
 
 std::string shorterKey(const Item& item) {
   if (item.actions.size() == item.actionInfo.size()) return "'actions' and 'action_info' have";
@@ -64,6 +70,12 @@ void levelWithoutRow(const Subject& subject, Findings& findings) {
                  "write a row for each threshold");
   });
 }
+constexpr Rule kLevelWithoutRow = {
+    "level-without-row", Severity::kError,
+    "A monitor that reaches a level for which 'actions' or 'action_info' has no row withdraws "
+    "what it asked for and drives nothing, at the highest temperature of all. It needs one row "
+    "of each for each threshold.",
+    levelWithoutRow};
 
 template <typename Row>
 void checkForSurplus(const Configuration& configuration, const Item& item,
@@ -84,6 +96,11 @@ void rowWithoutLevel(const Subject& subject, Findings& findings) {
       checkForSurplus(configuration, item, item.actionInfo, findings);
   });
 }
+constexpr Rule kRowWithoutLevel = {
+    "row-without-level", Severity::kWarning,
+    "A monitor has as many levels as thresholds. A row beyond them is never used; more often a "
+    "threshold was forgotten.",
+    rowWithoutLevel};
 
 std::string effectOfLengths(size_t row, size_t devices, size_t levels) {
   const std::string names = levelName(row) + " names " + std::to_string(devices) +
@@ -94,7 +111,7 @@ std::string effectOfLengths(size_t row, size_t devices, size_t levels) {
                            : ": the daemon ignores the last ones");
 }
 
-void rowLengths(const Subject& subject, Findings& findings) {
+void rowLengthsDiffer(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     if (!rowsAsWritten(item)) return;
     for (size_t i = 0; i < completeRows(item); ++i) {
@@ -107,6 +124,12 @@ void rowLengths(const Subject& subject, Findings& findings) {
     }
   });
 }
+constexpr Rule kRowLengthsDiffer = {
+    "row-lengths-differ", Severity::kError,
+    "The numbers of a row of 'action_info' belong to the devices of the same row of 'actions', "
+    "one by one. A device without a number is not driven, and a number without a device is "
+    "ignored, both without a message.",
+    rowLengthsDiffer};
 
 void levelPastTable(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
@@ -120,6 +143,12 @@ void levelPastTable(const Subject& subject, Findings& findings) {
                      " instead, the last in the table of " + quoted(device->name));
   });
 }
+constexpr Rule kLevelPastTable = {
+    "level-past-table", Severity::kError,
+    "A level is an index into the device's table, counted from 0. Of a level past its end the "
+    "daemon makes the last one, which is seldom what was meant: either the table or the row "
+    "lacks something.",
+    levelPastTable};
 
 void negativeLevel(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
@@ -127,6 +156,11 @@ void negativeLevel(const Subject& subject, Findings& findings) {
       findings.add(configuration.file, cell.level.word, "the daemon takes this for level 0");
   });
 }
+constexpr Rule kNegativeLevel = {
+    "negative-level", Severity::kError,
+    "A device takes the highest of all requests, and at least 0. A negative level asks for "
+    "nothing.",
+    negativeLevel};
 
 // What a row asks of each of its devices; of a device that it names twice, the last.
 std::map<const Section*, const Number*> requestsOf(const Item& item, size_t row) {
@@ -165,6 +199,11 @@ void levelFalls(const Subject& subject, Findings& findings) {
     }
   });
 }
+constexpr Rule kLevelFalls = {
+    "level-falls", Severity::kWarning,
+    "Each row is complete in itself. One that asks less of a device than the row before it cools "
+    "less where it is hotter, and then it grows hotter still.",
+    levelFalls};
 
 bool namesOnlyKnownDevices(const DeviceRow& row) {
   return std::all_of(row.pieces.begin(), row.pieces.end(),
@@ -190,6 +229,12 @@ void deviceLeftOut(const Subject& subject, Findings& findings) {
                  "name in each row all devices of the row before");
   });
 }
+constexpr Rule kDeviceLeftOut = {
+    "device-left-out", Severity::kWarning,
+    "Each row is complete in itself: a device that a row does not name is released when that "
+    "level is reached, although it is hotter then. Name in each row all devices of the row "
+    "before it.",
+    deviceLeftOut};
 
 void deviceTwiceInRow(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
@@ -205,6 +250,11 @@ void deviceTwiceInRow(const Subject& subject, Findings& findings) {
     }
   });
 }
+constexpr Rule kDeviceTwiceInRow = {
+    "device-twice-in-row", Severity::kWarning,
+    "A device keeps one request per item. Of a device that a row names twice only the last "
+    "number counts, not the highest.",
+    deviceTwiceInRow};
 
 void reportLevel(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
@@ -217,6 +267,11 @@ void reportLevel(const Subject& subject, Findings& findings) {
                  "write 1");
   });
 }
+constexpr Rule kReportLevel = {
+    "report-level", Severity::kError,
+    "A report device has no levels. It writes \"Over Thresholds\" for a request of exactly 1 and "
+    "\"Under Thresholds Clear\" for 0; for any other number it writes nothing.",
+    reportLevel};
 
 void reportInSeveralLevels(const Subject& subject, Findings& findings) {
   std::set<std::pair<std::string, int>> told;
@@ -228,8 +283,15 @@ void reportInSeveralLevels(const Subject& subject, Findings& findings) {
                  "give the report an item of its own with one threshold");
   });
 }
+constexpr Rule kReportInSeveralLevels = {
+    "report-in-several-levels", Severity::kWarning,
+    "A monitor asks anew at each change of level. A report device in its rows writes a further "
+    "\"Over Thresholds\" each time, on the way up and on the way down, and \"Under Thresholds "
+    "Clear\" at a level that does not name it, though it is hotter there. For one line each way "
+    "give the report a monitor of its own with one threshold.",
+    reportInSeveralLevels};
 
-void cameraAtLevelZero(const Subject& subject, Findings& findings) {
+void cameraAtLevel0(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
     if (!isOfKind(cell.device.section, "camera") || !sound(cell.level) || cell.level.value != 0)
       return;
@@ -239,67 +301,20 @@ void cameraAtLevelZero(const Subject& subject, Findings& findings) {
                  "take " + quoted(cell.device.word.text) + " out of this row");
   });
 }
+constexpr Rule kCameraAtLevel0 = {
+    "camera-at-level-0", Severity::kWarning,
+    "A camera that is asked for level 0 while it is at level 0 switches its fixed frame rate on "
+    "and off again at each change of the monitor's level, which a viewer sees as a stutter. "
+    "Leave it out of the rows that do not need it.",
+    cameraAtLevel0};
 
 } // namespace
 
 const std::vector<Rule>& rowRules() {
   static const std::vector<Rule> rules = {
-      {"stray-plus", Severity::kError,
-       "Every word behind 'actions' and 'action_info' is the row of one level, and '+' joins the "
-       "names or numbers of one row. With a space beside it, 'cpu + gpu' is three rows: 'cpu', "
-       "nothing, and 'gpu'.",
-       strayPlus},
-      {"level-without-row", Severity::kError,
-       "A monitor that reaches a level for which 'actions' or 'action_info' has no row withdraws "
-       "what it asked for and drives nothing, at the highest temperature of all. It needs one row "
-       "of each for each threshold.",
-       levelWithoutRow},
-      {"row-without-level", Severity::kWarning,
-       "A monitor has as many levels as thresholds. A row beyond them is never used; more often a "
-       "threshold was forgotten.",
-       rowWithoutLevel},
-      {"row-lengths-differ", Severity::kError,
-       "The numbers of a row of 'action_info' belong to the devices of the same row of 'actions', "
-       "one by one. A device without a number is not driven, and a number without a device is "
-       "ignored, both without a message.",
-       rowLengths},
-      {"level-past-table", Severity::kError,
-       "A level is an index into the device's table, counted from 0. Of a level past its end the "
-       "daemon makes the last one, which is seldom what was meant: either the table or the row "
-       "lacks something.",
-       levelPastTable},
-      {"negative-level", Severity::kError,
-       "A device takes the highest of all requests, and at least 0. A negative level asks for "
-       "nothing.",
-       negativeLevel},
-      {"level-falls", Severity::kWarning,
-       "Each row is complete in itself. One that asks less of a device than the row before it "
-       "cools less where it is hotter, and then it grows hotter still.",
-       levelFalls},
-      {"device-left-out", Severity::kWarning,
-       "Each row is complete in itself: a device that a row does not name is released when that "
-       "level is reached, although it is hotter then. Name in each row all devices of the row "
-       "before it.",
-       deviceLeftOut},
-      {"device-twice-in-row", Severity::kWarning,
-       "A device keeps one request per item. Of a device that a row names twice only the last "
-       "number counts, not the highest.",
-       deviceTwiceInRow},
-      {"report-level", Severity::kError,
-       "A report device has no levels. It writes \"Over Thresholds\" for a request of exactly 1 "
-       "and \"Under Thresholds Clear\" for 0; for any other number it writes nothing.",
-       reportLevel},
-      {"report-in-several-levels", Severity::kWarning,
-       "A monitor asks anew at each change of level. A report device in its rows writes a further "
-       "\"Over Thresholds\" each time, on the way up and on the way down, and \"Under Thresholds "
-       "Clear\" at a level that does not name it, though it is hotter there. For one line each way "
-       "give the report a monitor of its own with one threshold.",
-       reportInSeveralLevels},
-      {"camera-at-level-0", Severity::kWarning,
-       "A camera that is asked for level 0 while it is at level 0 switches its fixed frame rate on "
-       "and off again at each change of the monitor's level, which a viewer sees as a stutter. "
-       "Leave it out of the rows that do not need it.",
-       cameraAtLevelZero},
-  };
+      kStrayPlus,        kLevelWithoutRow,       kRowWithoutLevel,
+      kRowLengthsDiffer, kLevelPastTable,        kNegativeLevel,
+      kLevelFalls,       kDeviceLeftOut,         kDeviceTwiceInRow,
+      kReportLevel,      kReportInSeveralLevels, kCameraAtLevel0};
   return rules;
 }

@@ -33,6 +33,12 @@ void emptyConfiguration(const Subject& subject, Findings& findings) {
       findings.add(configuration.file, {"", {1, 1}},
                    "the daemon finds no item here and never drives a device");
 }
+constexpr Rule kEmptyConfiguration = {
+    "empty-configuration", Severity::kError,
+    "A configuration without an item is no error to the daemon: it samples its sensors, never "
+    "drives a device, and logs once a second that there is no scenario 'Default'. The phone has "
+    "no thermal protection.",
+    emptyConfiguration};
 
 // Where each of the merged items has what it needs and the daemon still ends over them.
 std::string endByMerging(const Configuration& configuration, const Item& whole) {
@@ -68,6 +74,14 @@ void itemsMerged(const Subject& subject, Findings& findings) {
     for (const Item& item : configuration.items)
       tellSwallowed(configuration, item, findings);
 }
+constexpr Rule kItemsMerged = {
+    "items-merged", Severity::kError,
+    "An item ends only with a blank line, a ']' or the end of the file. A header without one of "
+    "them above is an unknown key of the item before it: the lines below replace that item's "
+    "values and lengthen its lists, and the second item does not exist. A 'SCEN' line there is "
+    "ignored in the same way, and the scenario stays what it was. What the item's values then "
+    "amount to is not checked further; separate the items first.",
+    itemsMerged};
 
 void blankLineAfterType(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
@@ -79,6 +93,12 @@ void blankLineAfterType(const Subject& subject, Findings& findings) {
         "take out the blank line");
   });
 }
+constexpr Rule kBlankLineAfterType = {
+    "blank-line-after-type", Severity::kWarning,
+    "A blank line directly below the type line ends nothing: the daemon takes the type for a key "
+    "without a meaning and reads on. What looks like an item that ended is one that goes on, up "
+    "to the next blank line.",
+    blankLineAfterType};
 
 void bracketAfterType(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
@@ -89,8 +109,13 @@ void bracketAfterType(const Subject& subject, Findings& findings) {
                  "take it out");
   });
 }
+constexpr Rule kBracketAfterType = {
+    "bracket-after-type", Severity::kWarning,
+    "A ']' directly below the type line ends nothing: the first line of an item is always taken "
+    "for a key. The lines behind it still belong to the item, up to the next blank line or ']'.",
+    bracketAfterType};
 
-void headerWithoutBracket(const Subject& subject, Findings& findings) {
+void itemHeaderWithoutBracket(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     if (hasBracket(item)) return;
     findings.add(configuration.file, item.header,
@@ -99,6 +124,12 @@ void headerWithoutBracket(const Subject& subject, Findings& findings) {
                  "write a name without a space, and ']' directly behind it");
   });
 }
+constexpr Rule kItemHeaderWithoutBracket = {
+    "item-header-without-bracket", Severity::kWarning,
+    "An item's name is the first word of its header without the first and the last character, "
+    "whatever they are. '[skin' gives 'ski', and '[cpu big]' gives 'cp'. The name stands in the "
+    "log, in reports, and in the requests at the devices.",
+    itemHeaderWithoutBracket};
 
 void itemWithoutName(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
@@ -108,6 +139,11 @@ void itemWithoutName(const Subject& subject, Findings& findings) {
                  "write a name between the brackets");
   });
 }
+constexpr Rule kItemWithoutName = {
+    "item-without-name", Severity::kWarning,
+    "The header '[]' gives an item with an empty name. It runs, but its log lines and reports do "
+    "not tell who speaks, and all items without a name share one request at each device.",
+    itemWithoutName};
 
 void checkBehind(const Configuration& configuration, const Word& word, Findings& findings) {
   if (const std::optional<Word> ignored = ignoredBehind(configuration, word))
@@ -135,6 +171,12 @@ void wordsIgnored(const Subject& subject, Findings& findings) {
     for (const ScenarioLine& line : configuration.scenarioLines)
       if (line.named() && line.name.text[0] != '[') checkBehind(configuration, line.name, findings);
 }
+constexpr Rule kWordsIgnored = {
+    "words-ignored", Severity::kWarning,
+    "Behind a header, a type, a scenario's name and the value of a key that takes one, the "
+    "daemon ignores all further words without a message: 'set_point 70 000' sets 70, 'sensor cpu "
+    "big' watches 'cpu', and 'SCEN night mode' opens 'night'. There are no comments either.",
+    wordsIgnored};
 
 // A scenario looks closed where its item ends with "]", and is not where a further item follows.
 void scenarioNotClosed(const Subject& subject, Findings& findings) {
@@ -154,6 +196,13 @@ void scenarioNotClosed(const Subject& subject, Findings& findings) {
     }
   }
 }
+constexpr Rule kScenarioNotClosed = {
+    "scenario-not-closed", Severity::kWarning,
+    "A ']' below the lines of an item ends that item alone. The scenario goes on, and the next "
+    "item belongs to it although it looks as if it stood outside. Only a second ']', directly "
+    "followed by an item, leads back to 'Default'; a 'SCEN Default' line says the same more "
+    "plainly.",
+    scenarioNotClosed};
 
 bool namesDefault(const Property& property) {
   return property.key.text == "SCEN" && !property.words.empty() &&
@@ -193,6 +242,13 @@ void noDefaultScenario(const Subject& subject, Findings& findings) {
             : hint);
   }
 }
+constexpr Rule kNoDefaultScenario = {
+    "no-default-scenario", Severity::kWarning,
+    "The daemon starts in the scenario 'Default', and items above the first 'SCEN' line belong "
+    "to it, but only a 'SCEN Default' line makes it a name that the daemon accepts. Without one "
+    "it logs \"There is no scen name: Default\" and rewrites the scenario file once a second, "
+    "and from another scenario there is no way back.",
+    noDefaultScenario};
 
 template <typename Test, typename Tell>
 void checkScenarioLines(const Subject& subject, Test test, Tell tell) {
@@ -212,6 +268,12 @@ void retiredScenarioName(const Subject& subject, Findings& findings) {
                      "choose another name");
       });
 }
+constexpr Rule kRetiredScenarioName = {
+    "retired-scenario-name", Severity::kError,
+    "During a configuration swap the daemon files what is to go under names that begin with "
+    "\"OLDSCEN_\", and then throws away every item whose scenario holds that text anywhere, "
+    "those of the new configuration included.",
+    retiredScenarioName};
 
 void scenarioWithoutName(const Subject& subject, Findings& findings) {
   checkScenarioLines(
@@ -222,6 +284,11 @@ void scenarioWithoutName(const Subject& subject, Findings& findings) {
                      "write the scenario's name behind 'SCEN'");
       });
 }
+constexpr Rule kScenarioWithoutName = {
+    "scenario-without-name", Severity::kError,
+    "Behind a 'SCEN' that stands alone the daemon finds no name and takes the word itself: the "
+    "items below belong to a scenario called 'SCEN', and run only when that is asked for.",
+    scenarioWithoutName};
 
 void bracketedScenarioName(const Subject& subject, Findings& findings) {
   checkScenarioLines(
@@ -232,72 +299,27 @@ void bracketedScenarioName(const Subject& subject, Findings& findings) {
                      "write the name without brackets, and an item's header on a line of its own");
       });
 }
+constexpr Rule kBracketedScenarioName = {
+    "bracketed-scenario-name", Severity::kWarning,
+    "A scenario's name is the word behind 'SCEN' as it stands. 'SCEN [game]' opens a scenario "
+    "called '[game]', and a request for 'game' is refused. An item's header goes on a line of "
+    "its own.",
+    bracketedScenarioName};
 
 } // namespace
 
 const std::vector<Rule>& shapeRules() {
-  static const std::vector<Rule> rules = {
-      {"empty-configuration", Severity::kError,
-       "A configuration without an item is no error to the daemon: it samples its sensors, never "
-       "drives a device, and logs once a second that there is no scenario 'Default'. The phone has "
-       "no thermal protection.",
-       emptyConfiguration},
-      {"items-merged", Severity::kError,
-       "An item ends only with a blank line, a ']' or the end of the file. A header without one of "
-       "them above is an unknown key of the item before it: the lines below replace that item's "
-       "values and lengthen its lists, and the second item does not exist. A 'SCEN' line there is "
-       "ignored in the same way, and the scenario stays what it was. What the item's values then "
-       "amount to is not checked further; separate the items first.",
-       itemsMerged},
-      {"blank-line-after-type", Severity::kWarning,
-       "A blank line directly below the type line ends nothing: the daemon takes the type for a "
-       "key without a meaning and reads on. What looks like an item that ended is one that goes "
-       "on, up to the next blank line.",
-       blankLineAfterType},
-      {"bracket-after-type", Severity::kWarning,
-       "A ']' directly below the type line ends nothing: the first line of an item is always taken "
-       "for a key. The lines behind it still belong to the item, up to the next blank line or ']'.",
-       bracketAfterType},
-      {"item-header-without-bracket", Severity::kWarning,
-       "An item's name is the first word of its header without the first and the last character, "
-       "whatever they are. '[skin' gives 'ski', and '[cpu big]' gives 'cp'. The name stands in the "
-       "log, in reports, and in the requests at the devices.",
-       headerWithoutBracket},
-      {"item-without-name", Severity::kWarning,
-       "The header '[]' gives an item with an empty name. It runs, but its log lines and reports "
-       "do not tell who speaks, and all items without a name share one request at each device.",
-       itemWithoutName},
-      {"words-ignored", Severity::kWarning,
-       "Behind a header, a type, a scenario's name and the value of a key that takes one, the "
-       "daemon ignores all further words without a message: 'set_point 70 000' sets 70, 'sensor "
-       "cpu big' watches 'cpu', and 'SCEN night mode' opens 'night'. There are no comments either.",
-       wordsIgnored},
-      {"scenario-not-closed", Severity::kWarning,
-       "A ']' below the lines of an item ends that item alone. The scenario goes on, and the next "
-       "item belongs to it although it looks as if it stood outside. Only a second ']', directly "
-       "followed by an item, leads back to 'Default'; a 'SCEN Default' line says the same more "
-       "plainly.",
-       scenarioNotClosed},
-      {"no-default-scenario", Severity::kWarning,
-       "The daemon starts in the scenario 'Default', and items above the first 'SCEN' line belong "
-       "to it, but only a 'SCEN Default' line makes it a name that the daemon accepts. Without one "
-       "it logs \"There is no scen name: Default\" and rewrites the scenario file once a second, "
-       "and from another scenario there is no way back.",
-       noDefaultScenario},
-      {"retired-scenario-name", Severity::kError,
-       "During a configuration swap the daemon files what is to go under names that begin with "
-       "\"OLDSCEN_\", and then throws away every item whose scenario holds that text anywhere, "
-       "those of the new configuration included.",
-       retiredScenarioName},
-      {"scenario-without-name", Severity::kError,
-       "Behind a 'SCEN' that stands alone the daemon finds no name and takes the word itself: the "
-       "items below belong to a scenario called 'SCEN', and run only when that is asked for.",
-       scenarioWithoutName},
-      {"bracketed-scenario-name", Severity::kWarning,
-       "A scenario's name is the word behind 'SCEN' as it stands. 'SCEN [game]' opens a scenario "
-       "called '[game]', and a request for 'game' is refused. An item's header goes on a line of "
-       "its own.",
-       bracketedScenarioName},
-  };
+  static const std::vector<Rule> rules = {kEmptyConfiguration,
+                                          kItemsMerged,
+                                          kBlankLineAfterType,
+                                          kBracketAfterType,
+                                          kItemHeaderWithoutBracket,
+                                          kItemWithoutName,
+                                          kWordsIgnored,
+                                          kScenarioNotClosed,
+                                          kNoDefaultScenario,
+                                          kRetiredScenarioName,
+                                          kScenarioWithoutName,
+                                          kBracketedScenarioName};
   return rules;
 }

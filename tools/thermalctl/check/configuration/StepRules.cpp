@@ -16,7 +16,7 @@ template <typename Visit> void forEachWithTable(const Subject& subject, Visit vi
   });
 }
 
-void startLevelBelowOne(const Subject& subject, Findings& findings) {
+void startLevelBelow1(const Subject& subject, Findings& findings) {
   forEachWithTable(
       subject, [&](const Configuration& configuration, const Item& item, int64_t last) {
         if (item.startLevel.value >= 1 || !sound(item.startLevel) ||
@@ -30,6 +30,13 @@ void startLevelBelowOne(const Subject& subject, Findings& findings) {
                      "write 'start_level 1'");
       });
 }
+constexpr Rule kStartLevelBelow1 = {
+    "start-level-below-1", Severity::kWarning,
+    "At its first step an ss item asks for 'start_level', at each further one for one more. With "
+    "0, the default, the first degree asks for nothing; and when the count is back at 0, between "
+    "'set_point' and 'set_point_clr', the level is -1, which counts as the last entry of the "
+    "table: the strongest cooling there is, on the way down. Keep 'start_level' at 1 or above.",
+    startLevelBelow1};
 
 void startLevelPastTable(const Subject& subject, Findings& findings) {
   forEachWithTable(
@@ -40,6 +47,11 @@ void startLevelPastTable(const Subject& subject, Findings& findings) {
                          ", the last in the table of " + quoted(item.device->section->name));
       });
 }
+constexpr Rule kStartLevelPastTable = {
+    "start-level-past-table", Severity::kError,
+    "At its first step an ss item asks for 'start_level'. A level past the end of the device's "
+    "table becomes its last entry, so that the item knows but one level, the strongest.",
+    startLevelPastTable};
 
 void floorPastTable(const Subject& subject, Findings& findings) {
   forEachWithTable(subject, [&](const Configuration& configuration, const Item& item,
@@ -52,8 +64,13 @@ void floorPastTable(const Subject& subject, Findings& findings) {
                      quoted(item.device->section->name) + " ends at level " + std::to_string(last));
   });
 }
+constexpr Rule kFloorPastTable = {
+    "floor-past-table", Severity::kWarning,
+    "'device_perf_floor' is the highest level that an ss item may ask for. One past the end of "
+    "the device's table keeps it from nothing: the item goes to the last entry.",
+    floorPastTable};
 
-void floorBelowOne(const Subject& subject, Findings& findings) {
+void floorBelow1(const Subject& subject, Findings& findings) {
   forEachWithTable(subject, [&](const Configuration& configuration, const Item& item, int64_t) {
     if (item.devicePerfFloor.value >= 1 || !sound(item.devicePerfFloor) ||
         standsAlone(item, "device_perf_floor"))
@@ -63,8 +80,13 @@ void floorBelowOne(const Subject& subject, Findings& findings) {
                  "write the highest level that the item may ask for");
   });
 }
+constexpr Rule kFloorBelow1 = {
+    "floor-below-1", Severity::kError,
+    "'device_perf_floor' is the highest level that an ss item may ask for. With 0 or less the "
+    "item never asks for anything, however hot it is.",
+    floorBelow1};
 
-void stepsOnReport(const Subject& subject, Findings& findings) {
+void ssOnReport(const Subject& subject, Findings& findings) {
   forEachSS(subject, [&](const Configuration& configuration, const Item& item) {
     if (!drivesReport(item)) return;
     findings.add(configuration.file, item.device->word,
@@ -72,35 +94,17 @@ void stepsOnReport(const Subject& subject, Findings& findings) {
                  "give the report a monitor with one threshold");
   });
 }
+constexpr Rule kSsOnReport = {
+    "ss-on-report", Severity::kError,
+    "An ss item asks its device for levels. A report device has none: it writes \"Over "
+    "Thresholds\" for a request of exactly 1 and \"Under Thresholds Clear\" for 0, so that the "
+    "report shows steps and no alarms, if anything at all.",
+    ssOnReport};
 
 } // namespace
 
 const std::vector<Rule>& stepRules() {
-  static const std::vector<Rule> rules = {
-      {"start-level-below-1", Severity::kWarning,
-       "At its first step an ss item asks for 'start_level', at each further one for one more. "
-       "With 0, the default, the first degree asks for nothing; and when the count is back at 0, "
-       "between 'set_point' and 'set_point_clr', the level is -1, which counts as the last entry "
-       "of the table: the strongest cooling there is, on the way down. Keep 'start_level' at 1 or "
-       "above.",
-       startLevelBelowOne},
-      {"start-level-past-table", Severity::kError,
-       "At its first step an ss item asks for 'start_level'. A level past the end of the device's "
-       "table becomes its last entry, so that the item knows but one level, the strongest.",
-       startLevelPastTable},
-      {"floor-past-table", Severity::kWarning,
-       "'device_perf_floor' is the highest level that an ss item may ask for. One past the end of "
-       "the device's table keeps it from nothing: the item goes to the last entry.",
-       floorPastTable},
-      {"floor-below-1", Severity::kError,
-       "'device_perf_floor' is the highest level that an ss item may ask for. With 0 or less the "
-       "item never asks for anything, however hot it is.",
-       floorBelowOne},
-      {"ss-on-report", Severity::kError,
-       "An ss item asks its device for levels. A report device has none: it writes \"Over "
-       "Thresholds\" for a request of exactly 1 and \"Under Thresholds Clear\" for 0, so that the "
-       "report shows steps and no alarms, if anything at all.",
-       stepsOnReport},
-  };
+  static const std::vector<Rule> rules = {kStartLevelBelow1, kStartLevelPastTable, kFloorPastTable,
+                                          kFloorBelow1, kSsOnReport};
   return rules;
 }

@@ -59,8 +59,16 @@ void thresholdsOrder(const Subject& subject, Findings& findings) {
                    orderFor(item));
   });
 }
+constexpr Rule kThresholdsOrder = {
+    "thresholds-order", Severity::kError,
+    "A monitor counts the thresholds that are reached from the front of the list and stops at "
+    "the first that is not. Behind one that is out of order the others wait for it: with "
+    "'thresholds 70000 60000' nothing happens at 65000, and at 70000 the item jumps to level 2. "
+    "'thresholds_clr' is counted in the same way on the way down. Both lists ascend; with "
+    "'lowactive true' they descend.",
+    thresholdsOrder};
 
-void clearingNotBelow(const Subject& subject, Findings& findings) {
+void clearingNotBelowThreshold(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     const size_t pairs = std::min(item.thresholds.size(), item.thresholdsClr.size());
     for (size_t i = 0; i < pairs; ++i) {
@@ -75,6 +83,12 @@ void clearingNotBelow(const Subject& subject, Findings& findings) {
     }
   });
 }
+constexpr Rule kClearingNotBelowThreshold = {
+    "clearing-not-below-threshold", Severity::kError,
+    "A monitor enters a level at its threshold and leaves it below its clearing threshold. Where "
+    "the second is not below the first, it enters and leaves in turn, once per period, and the "
+    "device swings. With 'lowactive true' the clearing threshold must lie above.",
+    clearingNotBelowThreshold};
 
 // Whether it is the number of thresholds that is wrong: the rules for rows tell then.
 bool rowsMatchClearing(const Item& item) {
@@ -82,7 +96,7 @@ bool rowsMatchClearing(const Item& item) {
          item.actionInfo.size() == item.thresholdsClr.size();
 }
 
-void clearingCount(const Subject& subject, Findings& findings) {
+void clearingThresholdsCount(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     const std::vector<Number>& thresholds = item.thresholds;
     const std::vector<Number>& clearing = item.thresholdsClr;
@@ -102,6 +116,11 @@ void clearingCount(const Subject& subject, Findings& findings) {
                    "write a clearing threshold for each threshold, and no more");
   });
 }
+constexpr Rule kClearingThresholdsCount = {
+    "clearing-thresholds-count", Severity::kError,
+    "Each threshold needs a clearing threshold. For a level without one its own threshold stands "
+    "in, so that the device swings around it; a clearing threshold too many is never looked at.",
+    clearingThresholdsCount};
 
 void setPointOrder(const Subject& subject, Findings& findings) {
   forEachSS(subject, [&](const Configuration& configuration, const Item& item) {
@@ -116,33 +135,17 @@ void setPointOrder(const Subject& subject, Findings& findings) {
                  "write a value " + behind(item) + std::to_string(start.value));
   });
 }
+constexpr Rule kSetPointOrder = {
+    "set-point-order", Severity::kError,
+    "An ss item wakes at 'set_point' and stops below 'set_point_clr'. Where the second lies "
+    "above the first, it wakes and stops in turn and drives nothing in between. With 'lowactive "
+    "true' 'set_point_clr' must lie above.",
+    setPointOrder};
 
 } // namespace
 
 const std::vector<Rule>& thresholdRules() {
-  static const std::vector<Rule> rules = {
-      {"thresholds-order", Severity::kError,
-       "A monitor counts the thresholds that are reached from the front of the list and stops at "
-       "the first that is not. Behind one that is out of order the others wait for it: with "
-       "'thresholds 70000 60000' nothing happens at 65000, and at 70000 the item jumps to level 2. "
-       "'thresholds_clr' is counted in the same way on the way down. Both lists ascend; with "
-       "'lowactive true' they descend.",
-       thresholdsOrder},
-      {"clearing-not-below-threshold", Severity::kError,
-       "A monitor enters a level at its threshold and leaves it below its clearing threshold. "
-       "Where the second is not below the first, it enters and leaves in turn, once per period, "
-       "and the device swings. With 'lowactive true' the clearing threshold must lie above.",
-       clearingNotBelow},
-      {"clearing-thresholds-count", Severity::kError,
-       "Each threshold needs a clearing threshold. For a level without one its own threshold "
-       "stands in, so that the device swings around it; a clearing threshold too many is never "
-       "looked at.",
-       clearingCount},
-      {"set-point-order", Severity::kError,
-       "An ss item wakes at 'set_point' and stops below 'set_point_clr'. Where the second lies "
-       "above the first, it wakes and stops in turn and drives nothing in between. With 'lowactive "
-       "true' 'set_point_clr' must lie above.",
-       setPointOrder},
-  };
+  static const std::vector<Rule> rules = {kThresholdsOrder, kClearingNotBelowThreshold,
+                                          kClearingThresholdsCount, kSetPointOrder};
   return rules;
 }

@@ -4,25 +4,15 @@
 
 #include "text/Nearest.h"
 
-namespace {
-
-void append(std::vector<Rule>& all, const std::vector<Rule>& rules) {
-  all.insert(all.end(), rules.begin(), rules.end());
-}
-
-} // namespace
-
 const std::vector<Rule>& environmentRules() {
-  static const std::vector<Rule> all = [] {
-    std::vector<Rule> rules;
-    append(rules, sectionRules());
-    append(rules, sensorRules());
-    append(rules, virtualSensorRules());
-    append(rules, levelTableRules());
-    append(rules, nodeRules());
-    return rules;
+  static const std::vector<Rule> rules = [] {
+    std::vector<Rule> all;
+    for (const std::vector<Rule>* theme :
+         {&sectionRules(), &sensorRules(), &virtualSensorRules(), &levelTableRules(), &nodeRules()})
+      all.insert(all.end(), theme->begin(), theme->end());
+    return all;
   }();
-  return all;
+  return rules;
 }
 
 bool isNumber(const std::string& text) {

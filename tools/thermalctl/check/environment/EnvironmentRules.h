@@ -8,27 +8,11 @@
 #include "text/Phrases.h"
 
 // The environment's rules by theme; `environmentRules` is all of them.
-std::vector<Rule> sectionRules();
-std::vector<Rule> sensorRules();
-std::vector<Rule> virtualSensorRules();
-std::vector<Rule> levelTableRules();
-std::vector<Rule> nodeRules();
-
-// Marks words of the environment file.
-class Marker {
-public:
-  Marker(const Subject& subject, Findings& findings_)
-      : file(subject.environment.file), findings(findings_) {}
-
-  void operator()(const Word& word, const std::string& message,
-                  const std::string& hint = "") const {
-    findings.add(file, word, message, hint);
-  }
-
-private:
-  const std::string& file;
-  Findings& findings;
-};
+const std::vector<Rule>& sectionRules();
+const std::vector<Rule>& sensorRules();
+const std::vector<Rule>& virtualSensorRules();
+const std::vector<Rule>& levelTableRules();
+const std::vector<Rule>& nodeRules();
 
 // Whether the daemon reads as a number what is written.
 bool isNumber(const std::string& text);

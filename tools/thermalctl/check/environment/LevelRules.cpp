@@ -55,55 +55,76 @@ bool isLoneQuote(const Level& level) {
   return level.quoted && level.word.text == "\"";
 }
 
-void checkTableIsNotEmpty(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableEmpty(const Subject& subject, Findings& findings) {
   for (const Section* device : devicesWithTable(subject))
     if (device->levels.empty() &&
         (device->last("level_table") || !triesToGive(*device, "level_table")))
-      mark(device->place("level_table"),
-           "an empty level table: the daemon never writes anything to this device",
-           "write 'level_table' and the entries, the one for level 0 first");
+      findings.add(subject.environment.file, device->place("level_table"),
+                   "an empty level table: the daemon never writes anything to this device",
+                   "write 'level_table' and the entries, the one for level 0 first");
 }
+constexpr Rule kLevelTableEmpty = {
+    "level-table-empty", Severity::kError,
+    "A device has no level table, or one without entries. The daemon logs that the table is "
+    "empty each time an item wants a level and never writes anything. A device of kind 'report' "
+    "needs no table.",
+    levelTableEmpty};
 
-void checkBinary(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableBinary(const Subject& subject, Findings& findings) {
   for (const Section* device : devicesWithTable(subject)) {
     if (useOf(*device) != Use::kByType || device->valueType != "bin") continue;
     const auto last =
         std::find_if(device->levels.rbegin(), device->levels.rend(), [](const Level& level) {
           return !level.quoted && level.text.find("0b") != std::string::npos;
         });
-    mark(last->word, "a table in \"0b\" notation: the daemon never writes it, at any level",
-         "write the entries as \"0x\" or decimal numbers");
+    findings.add(subject.environment.file, last->word,
+                 "a table in \"0b\" notation: the daemon never writes it, at any level",
+                 "write the entries as \"0x\" or decimal numbers");
   }
 }
+constexpr Rule kLevelTableBinary = {
+    "level-table-binary", Severity::kError,
+    "A level table is written in \"0b\" notation. The daemon takes the levels up but never "
+    "writes such a table to its node. Write the entries as hexadecimal or decimal numbers.",
+    levelTableBinary};
 
-void checkHexEntries(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableHexEntry(const Subject& subject, Findings& findings) {
   forEntries(subject, [&](const Section& device, const Level& level) {
     if (!writesHex(device) || level.quoted || isHex(level.text)) return;
     const std::string rest = level.text.size() < 2 ? "" : level.text.substr(2);
-    mark(level.word,
-         "not in \"0x\" form in a table of such numbers: the daemon drops the first two characters "
-         "and reads " +
-             quoted(rest) + " as a hexadecimal number",
-         "write all entries of a table in the same form");
+    findings.add(
+        subject.environment.file, level.word,
+        "not in \"0x\" form in a table of such numbers: the daemon drops the first two characters "
+        "and reads " +
+            quoted(rest) + " as a hexadecimal number",
+        "write all entries of a table in the same form");
   });
 }
+constexpr Rule kLevelTableHexEntry = {
+    "level-table-hex-entry", Severity::kError,
+    "One entry with \"0x\" makes the whole table hexadecimal. Of each entry the daemon then "
+    "drops the first two characters, whatever they are, and reads the rest as a hexadecimal "
+    "number: of \"20\" nothing is left, and 0 is written. Write all entries of a table in the "
+    "same form.",
+    levelTableHexEntry};
 
-void checkDecimalEntries(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableEntryNotANumber(const Subject& subject, Findings& findings) {
   forEntries(subject, [&](const Section& device, const Level& level) {
     if (!writesDecimal(device) || isNumber(level.text)) return;
-    mark(level.word,
-         quoted(level.text) + " is no whole number: the daemon writes " +
-             std::to_string(parseInt32(level.text)) + " for it",
-         "write a decimal number");
+    findings.add(subject.environment.file, level.word,
+                 quoted(level.text) + " is no whole number: the daemon writes " +
+                     std::to_string(parseInt32(level.text)) + " for it",
+                 "write a decimal number");
   });
 }
+constexpr Rule kLevelTableEntryNotANumber = {
+    "level-table-entry-not-a-number", Severity::kError,
+    "An entry of a decimal table, or of any table of kind 'cpufreq', is no whole number. The "
+    "daemon writes the digits at its front, or 0: \"1.8GHz\" is written as 1 and \"0x10\" as 0. "
+    "Write decimal numbers; texts go between quotes, but not for 'cpufreq'.",
+    levelTableEntryNotANumber};
 
-void checkMixture(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableMixed(const Subject& subject, Findings& findings) {
   for (const Section* device : devicesWithTable(subject)) {
     const std::vector<Level>& levels = device->levels;
     if (std::any_of(levels.begin(), levels.end(), isLoneQuote)) continue;
@@ -111,45 +132,68 @@ void checkMixture(const Subject& subject, Findings& findings) {
       return level.quoted != levels.front().quoted;
     });
     if (other == levels.end()) continue;
-    mark(other->word,
-         std::string(other->quoted ? "a quoted entry among bare ones"
-                                   : "a bare entry among quoted ones") +
-             ": the daemon writes the whole table as " + quoted(device->valueType) +
-             ", which its last entry of a type decides",
-         "quote all entries or none");
+    findings.add(subject.environment.file, other->word,
+                 std::string(other->quoted ? "a quoted entry among bare ones"
+                                           : "a bare entry among quoted ones") +
+                     ": the daemon writes the whole table as " + quoted(device->valueType) +
+                     ", which its last entry of a type decides",
+                 "quote all entries or none");
   }
 }
+constexpr Rule kLevelTableMixed = {
+    "level-table-mixed", Severity::kWarning,
+    "Some entries of a level table are in quotes and some are not. One form is used for the "
+    "whole table: the last quoted, \"0x\" or \"0b\" entry decides how every entry is written. "
+    "Quote all of them or none.",
+    levelTableMixed};
 
-void checkUnclosedQuotes(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableUnclosedQuote(const Subject& subject, Findings& findings) {
   forEntries(subject, [&](const Section&, const Level& level) {
     if (level.closed || level.behindQuote) return;
-    mark(
-        level.word,
+    findings.add(
+        subject.environment.file, level.word,
         "the quote is not closed on this line: the daemon takes the rest of the line for one entry",
         "close it with a quote at the end of a word");
   });
 }
+constexpr Rule kLevelTableUnclosedQuote = {
+    "level-table-unclosed-quote", Severity::kError,
+    "A quoted entry is not closed on its line. The daemon takes the rest of the line for one "
+    "entry, so that the table has fewer levels than it looks. Close the quote at the end of the "
+    "entry's last word.",
+    levelTableUnclosedQuote};
 
-void checkTextBehindQuotes(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableTextBehindQuote(const Subject& subject, Findings& findings) {
   forEntries(subject, [&](const Section&, const Level& level) {
     if (!level.behindQuote) return;
-    mark(*level.behindQuote,
-         "text right behind a quote: the daemon does not end the entry there, but with the next "
-         "word that ends with a quote, or with the line",
-         "put a blank behind the closing quote");
+    findings.add(
+        subject.environment.file, *level.behindQuote,
+        "text right behind a quote: the daemon does not end the entry there, but with the next "
+        "word that ends with a quote, or with the line",
+        "put a blank behind the closing quote");
   });
 }
+constexpr Rule kLevelTableTextBehindQuote = {
+    "level-table-text-behind-quote", Severity::kError,
+    "Text stands right behind a quote in a level table. Only a word's last character closes an "
+    "entry, so that the daemon reads on through the following words. Put a blank behind each "
+    "closing quote.",
+    levelTableTextBehindQuote};
 
-void checkLoneQuotes(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableLoneQuote(const Subject& subject, Findings& findings) {
   forEntries(subject, [&](const Section&, const Level& level) {
     if (isLoneQuote(level))
-      mark(level.word, "a quote that stands alone: the daemon takes it for an empty entry",
-           "put the quotes right at the text, without a blank between");
+      findings.add(subject.environment.file, level.word,
+                   "a quote that stands alone: the daemon takes it for an empty entry",
+                   "put the quotes right at the text, without a blank between");
   });
 }
+constexpr Rule kLevelTableLoneQuote = {
+    "level-table-lone-quote", Severity::kError,
+    "A quote in a level table stands between blanks. The daemon takes it for an entry of its "
+    "own, an empty one, and the words behind it for bare entries: all levels shift. Put the "
+    "quotes right at the text.",
+    levelTableLoneQuote};
 
 // The entries' numbers, nothing if one is none.
 std::vector<uint64_t> numbersOf(const Section& device) {
@@ -163,8 +207,7 @@ std::vector<uint64_t> numbersOf(const Section& device) {
   return numbers;
 }
 
-void checkDirection(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void levelTableDirection(const Subject& subject, Findings& findings) {
   for (const Section* device : devicesWithTable(subject)) {
     const std::vector<uint64_t> numbers = numbersOf(*device);
     int direction = 0;
@@ -174,71 +217,28 @@ void checkDirection(const Subject& subject, Findings& findings) {
         if (direction == 0) direction = step;
         continue;
       }
-      mark(device->levels[i].word,
-           "the table " + std::string(direction < 0 ? "falls" : "rises") +
-               " up to here and turns: at level " + std::to_string(i) +
-               " the daemon lets go where it should hold back more",
-           "sort the entries from level 0, without a limit, to the tightest one");
+      findings.add(subject.environment.file, device->levels[i].word,
+                   "the table " + std::string(direction < 0 ? "falls" : "rises") +
+                       " up to here and turns: at level " + std::to_string(i) +
+                       " the daemon lets go where it should hold back more",
+                   "sort the entries from level 0, without a limit, to the tightest one");
       break;
     }
   }
 }
+constexpr Rule kLevelTableDirection = {
+    "level-table-direction", Severity::kWarning,
+    "The numbers of a level table do not run in one direction. A higher level is taken to hold "
+    "the device back more; where the table turns, more heat means less protection. Sort the "
+    "entries from level 0 to the tightest one.",
+    levelTableDirection};
 
 } // namespace
 
-std::vector<Rule> levelTableRules() {
-  return {
-      {"level-table-empty", Severity::kError,
-       "A device has no level table, or one without entries. The daemon logs that the table is "
-       "empty "
-       "each time an item wants a level and never writes anything. A device of kind 'report' "
-       "needs "
-       "no table.",
-       checkTableIsNotEmpty},
-      {"level-table-binary", Severity::kError,
-       "A level table is written in \"0b\" notation. The daemon takes the levels up but never "
-       "writes "
-       "such a table to its node. Write the entries as hexadecimal or decimal numbers.",
-       checkBinary},
-      {"level-table-hex-entry", Severity::kError,
-       "One entry with \"0x\" makes the whole table hexadecimal. Of each entry the daemon then "
-       "drops "
-       "the first two characters, whatever they are, and reads the rest as a hexadecimal number: "
-       "of "
-       "\"20\" nothing is left, and 0 is written. Write all entries of a table in the same form.",
-       checkHexEntries},
-      {"level-table-entry-not-a-number", Severity::kError,
-       "An entry of a decimal table, or of any table of kind 'cpufreq', is no whole number. The "
-       "daemon writes the digits at its front, or 0: \"1.8GHz\" is written as 1 and \"0x10\" as 0. "
-       "Write decimal numbers; texts go between quotes, but not for 'cpufreq'.",
-       checkDecimalEntries},
-      {"level-table-mixed", Severity::kWarning,
-       "Some entries of a level table are in quotes and some are not. One form is used for the "
-       "whole "
-       "table: the last quoted, \"0x\" or \"0b\" entry decides how every entry is written. Quote "
-       "all "
-       "of them or none.",
-       checkMixture},
-      {"level-table-unclosed-quote", Severity::kError,
-       "A quoted entry is not closed on its line. The daemon takes the rest of the line for one "
-       "entry, so that the table has fewer levels than it looks. Close the quote at the end of the "
-       "entry's last word.",
-       checkUnclosedQuotes},
-      {"level-table-text-behind-quote", Severity::kError,
-       "Text stands right behind a quote in a level table. Only a word's last character closes an "
-       "entry, so that the daemon reads on through the following words. Put a blank behind each "
-       "closing quote.",
-       checkTextBehindQuotes},
-      {"level-table-lone-quote", Severity::kError,
-       "A quote in a level table stands between blanks. The daemon takes it for an entry of its "
-       "own, "
-       "an empty one, and the words behind it for bare entries: all levels shift. Put the quotes "
-       "right at the text.",
-       checkLoneQuotes},
-      {"level-table-direction", Severity::kWarning,
-       "The numbers of a level table do not run in one direction. A higher level is taken to hold "
-       "the device back more; where the table turns, more heat means less protection. Sort the "
-       "entries from level 0 to the tightest one.",
-       checkDirection},
-  };
+const std::vector<Rule>& levelTableRules() {
+  static const std::vector<Rule> rules = {
+      kLevelTableEmpty,           kLevelTableBinary,    kLevelTableHexEntry,
+      kLevelTableEntryNotANumber, kLevelTableMixed,     kLevelTableUnclosedQuote,
+      kLevelTableTextBehindQuote, kLevelTableLoneQuote, kLevelTableDirection};
+  return rules;
 }

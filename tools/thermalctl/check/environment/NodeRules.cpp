@@ -46,50 +46,52 @@ template <typename Visit> void forNodes(const Subject& subject, Visit visit) {
   }
 }
 
-void checkNodeExists(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void nodeNotFound(const Subject& subject, Findings& findings) {
   forNodes(subject, [&](const Section& section, const std::string& path) {
     if (exists(path) || (isMadeByTheDaemon(section) && canBeMade(path))) return;
-    mark(*section.nodePath, isOutput(section)
-                                ? "no such file: what the daemon writes to this device goes nowhere"
-                                : "no such file: the sensor reads 0 forever");
+    findings.add(subject.environment.file, *section.nodePath,
+                 isOutput(section)
+                     ? "no such file: what the daemon writes to this device goes nowhere"
+                     : "no such file: the sensor reads 0 forever");
   });
 }
+constexpr Rule kNodeNotFound = {
+    "node-not-found", Severity::kError,
+    "With --nodes: the node of a sensor or device does not exist. Such a sensor reads 0 at all "
+    "times, and what is written to such a device goes nowhere; the daemon logs one line at "
+    "start-up and carries on. A report's file need not exist if it can be made.",
+    nodeNotFound};
 
-void checkNodeIsReadable(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void nodeNotReadable(const Subject& subject, Findings& findings) {
   forNodes(subject, [&](const Section& section, const std::string& path) {
     if (isOutput(section) || !exists(path) || opens(path, R_OK)) return;
-    mark(*section.nodePath, "the file cannot be read: the sensor reads 0 forever");
+    findings.add(subject.environment.file, *section.nodePath,
+                 "the file cannot be read: the sensor reads 0 forever");
   });
 }
+constexpr Rule kNodeNotReadable = {
+    "node-not-readable", Severity::kError,
+    "With --nodes: the node of a sensor exists but cannot be read by whoever runs the check, or "
+    "is a directory. Such a sensor reads 0 at all times, so that nothing that watches it ever "
+    "acts.",
+    nodeNotReadable};
 
-void checkNodeIsWritable(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void nodeNotWritable(const Subject& subject, Findings& findings) {
   forNodes(subject, [&](const Section& section, const std::string& path) {
     if (!isOutput(section) || !exists(path) || opens(path, W_OK)) return;
-    mark(*section.nodePath,
-         "the file cannot be written: what the daemon writes to this device goes nowhere");
+    findings.add(subject.environment.file, *section.nodePath,
+                 "the file cannot be written: what the daemon writes to this device goes nowhere");
   });
 }
+constexpr Rule kNodeNotWritable = {
+    "node-not-writable", Severity::kError,
+    "With --nodes: the node of a device exists but cannot be written by whoever runs the check, "
+    "or is a directory. What the daemon writes to such a device goes nowhere.",
+    nodeNotWritable};
 
 } // namespace
 
-std::vector<Rule> nodeRules() {
-  return {
-      {"node-not-found", Severity::kError,
-       "With --nodes: the node of a sensor or device does not exist. Such a sensor reads 0 at all "
-       "times, and what is written to such a device goes nowhere; the daemon logs one line at "
-       "start-up and carries on. A report's file need not exist if it can be made.",
-       checkNodeExists},
-      {"node-not-readable", Severity::kError,
-       "With --nodes: the node of a sensor exists but cannot be read by whoever runs the check, or "
-       "is a directory. Such a sensor reads 0 at all times, so that nothing that watches it ever "
-       "acts.",
-       checkNodeIsReadable},
-      {"node-not-writable", Severity::kError,
-       "With --nodes: the node of a device exists but cannot be written by whoever runs the check, "
-       "or is a directory. What the daemon writes to such a device goes nowhere.",
-       checkNodeIsWritable},
-  };
+const std::vector<Rule>& nodeRules() {
+  static const std::vector<Rule> rules = {kNodeNotFound, kNodeNotReadable, kNodeNotWritable};
+  return rules;
 }

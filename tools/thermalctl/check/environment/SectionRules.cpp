@@ -25,52 +25,78 @@ std::string hintForJunk(const std::string& word) {
   return "a section begins with its name in brackets; a blank line ends it";
 }
 
-void checkJunk(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void junkBeforeHeader(const Subject& subject, Findings& findings) {
   for (const EnvironmentBreak& each : subject.environment.breaks) {
     if (each.cause != EnvironmentBreak::kNoHeader) continue;
-    mark(each.word,
-         quoted(each.word.text) +
-             " stands where a header is expected: " + stopsReading(subject.environment, each),
-         hintForJunk(each.word.text));
+    findings.add(subject.environment.file, each.word,
+                 quoted(each.word.text) + " stands where a header is expected: " +
+                     stopsReading(subject.environment, each),
+                 hintForJunk(each.word.text));
   }
 }
+constexpr Rule kJunkBeforeHeader = {
+    "junk-before-header", Severity::kError,
+    "Where a section is expected, a line does not begin with \"[\". The daemon stops reading the "
+    "environment at that line and says nothing: no sensor and no device below it exists. Mostly "
+    "it is a comment, which the file cannot hold between its sections, a blank line in the "
+    "middle of a section, a header that lacks its opening bracket, or a byte order mark.",
+    junkBeforeHeader};
 
-void checkTypeLine(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void typeLineMissing(const Subject& subject, Findings& findings) {
   for (const EnvironmentBreak& each : subject.environment.breaks) {
     const std::string stops = stopsReading(subject.environment, each);
     if (each.cause == EnvironmentBreak::kNothingBelow)
-      mark(each.word, "no 'type' line directly below the header: " + stops,
-           "put the 'type' line there, without a blank line between");
+      findings.add(subject.environment.file, each.word,
+                   "no 'type' line directly below the header: " + stops,
+                   "put the 'type' line there, without a blank line between");
     else if (each.cause == EnvironmentBreak::kNoTypeLine)
-      mark(each.word, quoted(each.word.text) + " stands where 'type' is expected: " + stops,
-           nearest(each.word.text, {"type"}).empty()
-               ? "put the 'type' line directly below the header"
-               : "did you mean 'type'?");
+      findings.add(subject.environment.file, each.word,
+                   quoted(each.word.text) + " stands where 'type' is expected: " + stops,
+                   nearest(each.word.text, {"type"}).empty()
+                       ? "put the 'type' line directly below the header"
+                       : "did you mean 'type'?");
   }
 }
+constexpr Rule kTypeLineMissing = {
+    "type-line-missing", Severity::kError,
+    "The line directly below a header must begin with the word 'type'. Where it does not, or "
+    "where a blank line comes first, the daemon stops reading the environment and says nothing: "
+    "neither this section nor any below it exists. Write the 'type' line as the first one of the "
+    "section.",
+    typeLineMissing};
 
-void checkBrackets(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void headerWithoutBracket(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections) {
     const std::string& header = section.header.text;
     if (header.size() > 1 && header.back() == ']') continue;
-    mark(section.header,
-         "the header's first word does not end with \"]\": the daemon drops its last character all "
-         "the same and takes " +
-             quoted(section.name) + " for the name",
-         "write the name in brackets and without white space");
+    findings.add(
+        subject.environment.file, section.header,
+        "the header's first word does not end with \"]\": the daemon drops its last character all "
+        "the same and takes " +
+            quoted(section.name) + " for the name",
+        "write the name in brackets and without white space");
   }
 }
+constexpr Rule kHeaderWithoutBracket = {
+    "header-without-bracket", Severity::kError,
+    "The first word of a header does not end with \"]\". The daemon takes the first and the last "
+    "character off, whatever they are, so that \"[cpu\" makes a section 'cp' and \"[cpu 0]\" one "
+    "of the same name, and no item finds it under the name that was meant. Write the name "
+    "between brackets, without white space.",
+    headerWithoutBracket};
 
-void checkNames(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void headerWithoutName(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections)
     if (section.header.text == "[]" && section.kind != SectionKind::kConfFile)
-      mark(section.header, "the section has an empty name that no other line can name",
-           "write a name between the brackets");
+      findings.add(subject.environment.file, section.header,
+                   "the section has an empty name that no other line can name",
+                   "write a name between the brackets");
 }
+constexpr Rule kHeaderWithoutName = {
+    "header-without-name", Severity::kWarning,
+    "A sensor or device has an empty name. The daemon makes it, but no other line can name it. "
+    "Write a name between the brackets.",
+    headerWithoutName};
 
 bool hasUnknownKind(const Section& section) {
   return section.kind == SectionKind::kUnknown && !section.kindWord.text.empty();
@@ -81,50 +107,69 @@ bool isKindInWrongCase(const Section& section) {
          sectionKind(lowerCase(section.kindWord.text)) != SectionKind::kUnknown;
 }
 
-void checkKindIsGiven(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionKindMissing(const Subject& subject, Findings& findings) {
   for (const Section* section : sectionsOf(subject.environment, SectionKind::kUnknown)) {
     if (section->typeWord && section->kindWord.text.empty())
-      mark(*section->typeWord, "no kind behind 'type': the daemon drops the section without a word",
-           "the kinds are " + listed(sectionKindWords()));
+      findings.add(subject.environment.file, *section->typeWord,
+                   "no kind behind 'type': the daemon drops the section without a word",
+                   "the kinds are " + listed(sectionKindWords()));
   }
 }
+constexpr Rule kSectionKindMissing = {
+    "section-kind-missing", Severity::kError,
+    "No kind stands behind 'type'. The daemon reads the section and drops it without a word. "
+    "Write one of its kinds, such as 'real' or 'cpufreq'.",
+    sectionKindMissing};
 
-void checkKindCase(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionKindWrongCase(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections) {
     if (!isKindInWrongCase(section)) continue;
     const std::string& word = section.kindWord.text;
-    mark(section.kindWord,
-         "the daemon knows the kind " + quoted(lowerCase(word)) +
-             " in small letters alone and drops the section without a word",
-         "did you mean '" + lowerCase(word) + "'?");
+    findings.add(subject.environment.file, section.kindWord,
+                 "the daemon knows the kind " + quoted(lowerCase(word)) +
+                     " in small letters alone and drops the section without a word",
+                 "did you mean '" + lowerCase(word) + "'?");
   }
 }
+constexpr Rule kSectionKindWrongCase = {
+    "section-kind-wrong-case", Severity::kError,
+    "The kind of a section is written with capitals. The daemon knows the kinds in small letters "
+    "alone; it reads the section and drops it without a word.",
+    sectionKindWrongCase};
 
-void checkKind(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionKindUnknown(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections) {
     if (!hasUnknownKind(section) || isKindInWrongCase(section)) continue;
-    mark(section.kindWord,
-         "unknown kind " + quoted(section.kindWord.text) +
-             ": the daemon drops the section without a word",
-         didYouMean(section.kindWord.text, sectionKindWords()));
+    findings.add(subject.environment.file, section.kindWord,
+                 "unknown kind " + quoted(section.kindWord.text) +
+                     ": the daemon drops the section without a word",
+                 didYouMean(section.kindWord.text, sectionKindWords()));
   }
 }
+constexpr Rule kSectionKindUnknown = {
+    "section-kind-unknown", Severity::kError,
+    "The kind of a section is none of the daemon's. It reads the section and drops it without a "
+    "word, so that the sensor or device does not exist. The kinds are real, virtual, conf_file, "
+    "camera, report, charger, cpufreq, gpufreq, backlight and cpuhotplug.",
+    sectionKindUnknown};
 
-void checkMergedSections(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionsMerged(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections)
     for (const Property& property : section.properties)
       if (property.key.text[0] == '[')
-        mark(
-            property.key,
+        findings.add(
+            subject.environment.file, property.key,
             "no blank line above this header: the daemon takes it for an unknown key and the lines "
             "below it for those of " +
                 quoted(section.name),
             "put a blank line above it");
 }
+constexpr Rule kSectionsMerged = {
+    "sections-merged", Severity::kError,
+    "A header stands in the middle of a section, for want of a blank line above it. The daemon "
+    "takes the header for an unknown key: the second section does not exist, and its lines "
+    "replace values of the first. Put a blank line between the two.",
+    sectionsMerged};
 
 bool isKeyOfAnyKind(const std::string& key) {
   static const std::set<std::string> keys = [] {
@@ -147,46 +192,58 @@ template <typename Visit> void forUnknownKeys(const Environment& environment, Vi
   }
 }
 
-void checkForeignKeys(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionKeyOfOtherKind(const Subject& subject, Findings& findings) {
   forUnknownKeys(subject.environment, [&](const Section& section, const Property& property) {
     if (isKeyOfAnyKind(property.key.text))
-      mark(property.key,
-           quoted(property.key.text) + " means nothing in a section of kind " +
-               quoted(section.kindWord.text) + ": the daemon ignores the line",
-           "its keys are " + listed(sectionKeys(section.kind)));
+      findings.add(subject.environment.file, property.key,
+                   quoted(property.key.text) + " means nothing in a section of kind " +
+                       quoted(section.kindWord.text) + ": the daemon ignores the line",
+                   "its keys are " + listed(sectionKeys(section.kind)));
   });
 }
+constexpr Rule kSectionKeyOfOtherKind = {
+    "section-key-of-other-kind", Severity::kWarning,
+    "A key that the daemon knows from sections of another kind. Here it means nothing, and the "
+    "daemon ignores the line without a word.",
+    sectionKeyOfOtherKind};
 
-void checkMisspeltKeys(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionKeyMisspelt(const Subject& subject, Findings& findings) {
   forUnknownKeys(subject.environment, [&](const Section& section, const Property& property) {
     const std::string meant = meantKey(section, property);
     if (!meant.empty() && !isKeyOfAnyKind(property.key.text))
-      mark(property.key,
-           "unknown key " + quoted(property.key.text) + ": the daemon ignores the line",
-           "did you mean '" + meant + "'?");
+      findings.add(subject.environment.file, property.key,
+                   "unknown key " + quoted(property.key.text) + ": the daemon ignores the line",
+                   "did you mean '" + meant + "'?");
   });
 }
+constexpr Rule kSectionKeyMisspelt = {
+    "section-key-misspelt", Severity::kError,
+    "A key is none of the daemon's, but nearly one. The daemon ignores the line without a word "
+    "and works with the value's default: no node, no table, no sources. Write the key as the "
+    "hint has it; small letters count.",
+    sectionKeyMisspelt};
 
-void checkUnknownKeys(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionKeyUnknown(const Subject& subject, Findings& findings) {
   forUnknownKeys(subject.environment, [&](const Section& section, const Property& property) {
     if (meantKey(section, property).empty() && !isKeyOfAnyKind(property.key.text))
-      mark(property.key,
-           "unknown key " + quoted(property.key.text) + ": the daemon ignores the line",
-           "the keys of a section of kind " + quoted(section.kindWord.text) + " are " +
-               listed(sectionKeys(section.kind)));
+      findings.add(subject.environment.file, property.key,
+                   "unknown key " + quoted(property.key.text) + ": the daemon ignores the line",
+                   "the keys of a section of kind " + quoted(section.kindWord.text) + " are " +
+                       listed(sectionKeys(section.kind)));
   });
 }
+constexpr Rule kSectionKeyUnknown = {
+    "section-key-unknown", Severity::kWarning,
+    "A key that the daemon does not know in any section. It ignores the line without a word. A "
+    "line that begins with \"#\", \";\" or \"//\" is ignored in the same way and is not reported.",
+    sectionKeyUnknown};
 
 bool takesAList(const std::string& key) {
   static const std::set<std::string> lists = {"sensors", "offsets", "weights", "level_table"};
   return lists.count(key) > 0;
 }
 
-void checkRepeatedKeys(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionKeyRepeated(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections) {
     std::map<std::string, int> firstLines;
     for (const Property* property : ownProperties(section)) {
@@ -194,148 +251,96 @@ void checkRepeatedKeys(const Subject& subject, Findings& findings) {
       const auto [first, isFirst] = firstLines.emplace(key.text, key.at.line);
       if (isFirst || !property->known) continue;
       const std::string above = "the key stands in line " + std::to_string(first->second) + ", too";
-      mark(key, takesAList(key.text) ? above + ": the daemon appends these values to those"
-                                     : above + ": the daemon takes the last one");
+      findings.add(subject.environment.file, key,
+                   takesAList(key.text) ? above + ": the daemon appends these values to those"
+                                        : above + ": the daemon takes the last one");
     }
   }
 }
+constexpr Rule kSectionKeyRepeated = {
+    "section-key-repeated", Severity::kWarning,
+    "A key stands twice in one section. The daemon takes the last of single values and appends "
+    "the values of lists, neither of which the file's look tells. Write the key once.",
+    sectionKeyRepeated};
 
-void checkIgnoredWords(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void sectionWordsIgnored(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections)
     for (const Property* property : ownProperties(section))
       if (property->known && property->words.size() > 1 && !takesAList(property->key.text))
-        mark(property->words[1],
-             "the daemon takes one word behind " + quoted(property->key.text) +
-                 " and ignores the rest of the line",
-             property->key.text == "node_path" ? "a path cannot hold white space" : "");
+        findings.add(subject.environment.file, property->words[1],
+                     "the daemon takes one word behind " + quoted(property->key.text) +
+                         " and ignores the rest of the line",
+                     property->key.text == "node_path" ? "a path cannot hold white space" : "");
 }
+constexpr Rule kSectionWordsIgnored = {
+    "section-words-ignored", Severity::kWarning,
+    "More words than the key takes. The daemon reads the first and ignores the rest of the line; "
+    "a path with a blank in it is cut there.",
+    sectionWordsIgnored};
 
 // Marks each name of `wanted` sections that one further up has.
 template <typename Wanted>
 void checkRepeatedNames(const Subject& subject, Findings& findings, Wanted wanted,
                         const char* loss) {
-  const Marker mark(subject, findings);
   std::map<std::string, int> firstLines;
   for (const Section& section : subject.environment.sections) {
     if (!wanted(section)) continue;
     const auto [first, isFirst] = firstLines.emplace(section.name, section.header.at.line);
     if (!isFirst)
-      mark(section.header, quoted(section.name) + " is defined in line " +
-                               std::to_string(first->second) + ", too: " + loss);
+      findings.add(subject.environment.file, section.header,
+                   quoted(section.name) + " is defined in line " + std::to_string(first->second) +
+                       ", too: " + loss);
   }
 }
 
-void checkRepeatedSensors(const Subject& subject, Findings& findings) {
+void sensorNameRepeated(const Subject& subject, Findings& findings) {
   checkRepeatedNames(
       subject, findings, [](const Section& section) { return section.isSensor(); },
       "the daemon goes on sampling that sensor, but the name now means this one");
 }
+constexpr Rule kSensorNameRepeated = {
+    "sensor-name-repeated", Severity::kError,
+    "Two sensors have one name. Both are sampled, but the name means the later one alone from "
+    "its section on: no item can watch the first. Give each sensor a name of its own.",
+    sensorNameRepeated};
 
-void checkRepeatedDevices(const Subject& subject, Findings& findings) {
+void deviceNameRepeated(const Subject& subject, Findings& findings) {
   checkRepeatedNames(
       subject, findings, [](const Section& section) { return section.isDevice(); },
       "the name now means this device, and nothing can drive that one");
 }
+constexpr Rule kDeviceNameRepeated = {
+    "device-name-repeated", Severity::kError,
+    "Two devices have one name. The name means the later one alone, and no item can drive the "
+    "first. Give each device a name of its own.",
+    deviceNameRepeated};
 
-void checkFileName(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void fileNameMissing(const Subject& subject, Findings& findings) {
   for (const Section* section : sectionsOf(subject.environment, SectionKind::kConfFile)) {
     const bool given = std::any_of(
         section->properties.begin(), section->properties.end(), [&](const Property& property) {
           return property.known ? !property.words.empty() : !meantKey(*section, property).empty();
         });
     if (!given)
-      mark(section->place("file_name"),
-           "no file name: the daemon keeps to the name that it had before this section",
-           "write 'file_name' and the name");
+      findings.add(subject.environment.file, section->place("file_name"),
+                   "no file name: the daemon keeps to the name that it had before this section",
+                   "write 'file_name' and the name");
   }
 }
+constexpr Rule kFileNameMissing = {
+    "file-name-missing", Severity::kWarning,
+    "A section of kind 'conf_file' names no file. The daemon keeps the configuration under its "
+    "default name, \"talmor-thermal_default.conf\", or under that of an earlier section. Write "
+    "'file_name' and a name, or take the section out.",
+    fileNameMissing};
 
 } // namespace
 
-std::vector<Rule> sectionRules() {
-  return {
-      {"junk-before-header", Severity::kError,
-       "Where a section is expected, a line does not begin with \"[\". The daemon stops reading "
-       "the "
-       "environment at that line and says nothing: no sensor and no device below it exists. Mostly "
-       "it is a comment, which the file cannot hold between its sections, a blank line in the "
-       "middle of a section, a header that lacks its opening bracket, or a byte order mark.",
-       checkJunk},
-      {"type-line-missing", Severity::kError,
-       "The line directly below a header must begin with the word 'type'. Where it does not, or "
-       "where a blank line comes first, the daemon stops reading the environment and says nothing: "
-       "neither this section nor any below it exists. Write the 'type' line as the first one of "
-       "the section.",
-       checkTypeLine},
-      {"header-without-bracket", Severity::kError,
-       "The first word of a header does not end with \"]\". The daemon takes the first and the "
-       "last "
-       "character off, whatever they are, so that \"[cpu\" makes a section 'cp' and \"[cpu 0]\" "
-       "one "
-       "of the same name, and no item finds it under the name that was meant. Write the name "
-       "between brackets, without white space.",
-       checkBrackets},
-      {"header-without-name", Severity::kWarning,
-       "A sensor or device has an empty name. The daemon makes it, but no other line can name it. "
-       "Write a name between the brackets.",
-       checkNames},
-      {"section-kind-missing", Severity::kError,
-       "No kind stands behind 'type'. The daemon reads the section and drops it without a word. "
-       "Write one of its kinds, such as 'real' or 'cpufreq'.",
-       checkKindIsGiven},
-      {"section-kind-wrong-case", Severity::kError,
-       "The kind of a section is written with capitals. The daemon knows the kinds in small "
-       "letters "
-       "alone; it reads the section and drops it without a word.",
-       checkKindCase},
-      {"section-kind-unknown", Severity::kError,
-       "The kind of a section is none of the daemon's. It reads the section and drops it without a "
-       "word, so that the sensor or device does not exist. The kinds are real, virtual, conf_file, "
-       "camera, findings, charger, cpufreq, gpufreq, backlight and cpuhotplug.",
-       checkKind},
-      {"sections-merged", Severity::kError,
-       "A header stands in the middle of a section, for want of a blank line above it. The daemon "
-       "takes the header for an unknown key: the second section does not exist, and its lines "
-       "replace values of the first. Put a blank line between the two.",
-       checkMergedSections},
-      {"section-key-misspelt", Severity::kError,
-       "A key is none of the daemon's, but nearly one. The daemon ignores the line without a word "
-       "and works with the value's default: no node, no table, no sources. Write the key as the "
-       "hint has it; small letters count.",
-       checkMisspeltKeys},
-      {"section-key-of-other-kind", Severity::kWarning,
-       "A key that the daemon knows from sections of another kind. Here it means nothing, and the "
-       "daemon ignores the line without a word.",
-       checkForeignKeys},
-      {"section-key-unknown", Severity::kWarning,
-       "A key that the daemon does not know in any section. It ignores the line without a word. A "
-       "line that begins with \"#\", \";\" or \"//\" is ignored in the same way and is not "
-       "reported.",
-       checkUnknownKeys},
-      {"section-key-repeated", Severity::kWarning,
-       "A key stands twice in one section. The daemon takes the last of single values and appends "
-       "the values of lists, neither of which the file's look tells. Write the key once.",
-       checkRepeatedKeys},
-      {"section-words-ignored", Severity::kWarning,
-       "More words than the key takes. The daemon reads the first and ignores the rest of the "
-       "line; "
-       "a path with a blank in it is cut there.",
-       checkIgnoredWords},
-      {"sensor-name-repeated", Severity::kError,
-       "Two sensors have one name. Both are sampled, but the name means the later one alone from "
-       "its section on: no item can watch the first. Give each sensor a name of its own.",
-       checkRepeatedSensors},
-      {"device-name-repeated", Severity::kError,
-       "Two devices have one name. The name means the later one alone, and no item can drive the "
-       "first. Give each device a name of its own.",
-       checkRepeatedDevices},
-      {"file-name-missing", Severity::kWarning,
-       "A section of kind 'conf_file' names no file. The daemon keeps the configuration under "
-       "its "
-       "default name, \"talmor-thermal_default.conf\", or under that of an earlier section. Write "
-       "'file_name' and a name, or take the section out.",
-       checkFileName},
-  };
+const std::vector<Rule>& sectionRules() {
+  static const std::vector<Rule> rules = {
+      kJunkBeforeHeader,    kTypeLineMissing,       kHeaderWithoutBracket, kHeaderWithoutName,
+      kSectionKindMissing,  kSectionKindWrongCase,  kSectionKindUnknown,   kSectionsMerged,
+      kSectionKeyMisspelt,  kSectionKeyOfOtherKind, kSectionKeyUnknown,    kSectionKeyRepeated,
+      kSectionWordsIgnored, kSensorNameRepeated,    kDeviceNameRepeated,   kFileNameMissing};
+  return rules;
 }

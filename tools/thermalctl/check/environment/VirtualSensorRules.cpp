@@ -38,121 +38,169 @@ std::string hintForName(const Environment& environment, const Section& section, 
   return didYouMean(word.text, sensorNamesAbove(environment, section));
 }
 
-void checkSources(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualSourceUndefined(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject))
     for (const Reference& source : section->sources)
       if (!source.section)
-        mark(source.word,
-             "no section above defines the sensor " + quoted(source.word.text) +
-                 ": the daemon leaves this source out of the sum but keeps its weight",
-             hintForName(subject.environment, *section, source.word));
+        findings.add(subject.environment.file, source.word,
+                     "no section above defines the sensor " + quoted(source.word.text) +
+                         ": the daemon leaves this source out of the sum but keeps its weight",
+                     hintForName(subject.environment, *section, source.word));
 }
+constexpr Rule kVirtualSourceUndefined = {
+    "virtual-source-undefined", Severity::kError,
+    "A virtual sensor names a source that no section above it defines. The daemon looks the name "
+    "up while it reads the line; what it does not find there counts as nothing, while its weight "
+    "still counts in the divisor, so that the sensor reads too low. Correct the name, or move "
+    "the source's section up.",
+    virtualSourceUndefined};
 
-void checkSourcesAreReal(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualSourceNotReal(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject))
     for (const Reference& source : section->sources)
       if (source.section && source.section->kind != SectionKind::kReal)
-        mark(source.word,
-             quoted(source.word.text) +
-                 " is no real sensor: while its trip sensor has it switched off it stands still, "
-                 "and the daemon goes on adding its last value",
-             "name the real sensors that it combines");
+        findings.add(
+            subject.environment.file, source.word,
+            quoted(source.word.text) +
+                " is no real sensor: while its trip sensor has it switched off it stands still, "
+                "and the daemon goes on adding its last value",
+            "name the real sensors that it combines");
 }
+constexpr Rule kVirtualSourceNotReal = {
+    "virtual-source-not-real", Severity::kWarning,
+    "A virtual sensor is a source of another. It changes only while its own trip sensor is warm; "
+    "at other times its last value, however old, goes into the sum. Name real sensors.",
+    virtualSourceNotReal};
 
-void checkThereAreSources(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualSourceMissing(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject))
     if (section->sources.empty() && (section->last("sensors") || !triesToGive(*section, "sensors")))
-      mark(section->place("sensors"), "no sources: the sensor never tells a temperature",
-           "write 'sensors' and their names");
+      findings.add(subject.environment.file, section->place("sensors"),
+                   "no sources: the sensor never tells a temperature",
+                   "write 'sensors' and their names");
 }
+constexpr Rule kVirtualSourceMissing = {
+    "virtual-source-missing", Severity::kError,
+    "A virtual sensor has no sources. Its value is made of its offsets and its own last value "
+    "alone, and nothing that watches it acts on any heat.",
+    virtualSourceMissing};
 
-void checkTripIsGiven(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void tripSensorMissing(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject))
     if (!triesToGive(*section, "trip_sensor"))
-      mark(section->header, "no 'trip_sensor': the daemon never switches the sensor on",
-           "write 'trip_sensor' and the name of a real sensor");
+      findings.add(subject.environment.file, section->header,
+                   "no 'trip_sensor': the daemon never switches the sensor on",
+                   "write 'trip_sensor' and the name of a real sensor");
 }
+constexpr Rule kTripSensorMissing = {
+    "trip-sensor-missing", Severity::kError,
+    "A virtual sensor has no 'trip_sensor'. Only a trip sensor switches it on: without one it is "
+    "never sampled, reads 0 forever, and nothing that watches it ever acts.",
+    tripSensorMissing};
 
-void checkTrip(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void tripSensorUndefined(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     if (!section->trip || section->trip->section) continue;
     const Word& word = section->trip->word;
     if (word.text.empty())
-      mark(section->place("trip_sensor"),
-           "no name behind 'trip_sensor': the daemon never switches the sensor on");
+      findings.add(subject.environment.file, section->place("trip_sensor"),
+                   "no name behind 'trip_sensor': the daemon never switches the sensor on");
     else
-      mark(word,
-           "no section above defines the sensor " + quoted(word.text) +
-               ": the daemon never switches this one on",
-           hintForName(subject.environment, *section, word));
+      findings.add(subject.environment.file, word,
+                   "no section above defines the sensor " + quoted(word.text) +
+                       ": the daemon never switches this one on",
+                   hintForName(subject.environment, *section, word));
   }
 }
+constexpr Rule kTripSensorUndefined = {
+    "trip-sensor-undefined", Severity::kError,
+    "The trip sensor of a virtual sensor is one that no section above defines. The daemon looks "
+    "the name up while it reads the line and says nothing when it is not there: the virtual "
+    "sensor is never switched on and reads 0 forever.",
+    tripSensorUndefined};
 
-void checkTripIsReal(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void tripSensorNotReal(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject))
     if (section->trip && section->trip->section &&
         section->trip->section->kind != SectionKind::kReal)
-      mark(section->trip->word,
-           quoted(section->trip->word.text) +
-               " is no real sensor, and only those switch others: the daemon never switches this "
-               "one on",
-           "name a real sensor");
+      findings.add(
+          subject.environment.file, section->trip->word,
+          quoted(section->trip->word.text) +
+              " is no real sensor, and only those switch others: the daemon never switches this "
+              "one on",
+          "name a real sensor");
 }
+constexpr Rule kTripSensorNotReal = {
+    "trip-sensor-not-real", Severity::kError,
+    "The trip sensor of a virtual sensor is itself a virtual one. Only real sensors switch "
+    "others: this one is never switched on and reads 0 forever.",
+    tripSensorNotReal};
 
-void checkNumberOfWeights(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualWeightsNumber(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     const size_t weights = section->weights.size();
     const size_t sources = section->sources.size();
     if (weights == 0 || sources == 0 || weights == sources) continue;
-    mark(section->place("weights"),
-         std::to_string(weights) + " weight(s) for " + std::to_string(sources) + " source(s): " +
-             (weights < sources ? "the daemon leaves the last sources out"
-                                : "the daemon divides by the sum of all weights all the same"),
-         "write one weight for each name of 'sensors'");
+    findings.add(
+        subject.environment.file, section->place("weights"),
+        std::to_string(weights) + " weight(s) for " + std::to_string(sources) + " source(s): " +
+            (weights < sources ? "the daemon leaves the last sources out"
+                               : "the daemon divides by the sum of all weights all the same"),
+        "write one weight for each name of 'sensors'");
   }
 }
+constexpr Rule kVirtualWeightsNumber = {
+    "virtual-weights-number", Severity::kError,
+    "A virtual sensor has another number of weights than of sources. The daemon pairs them by "
+    "position: a source without a weight is left out, and a weight without a source still counts "
+    "in the divisor. Either way the temperature is wrong.",
+    virtualWeightsNumber};
 
 // A sensor that gets its sum of weights from somewhere, or that has none at all.
 bool hasWeightSum(const Section& section) {
   return section.last("weights") || !triesToGive(section, "weights");
 }
 
-void checkWeightSumIsNotZero(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualWeightsSumZero(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     if (section->weightSum() != 0 || !hasWeightSum(*section)) continue;
-    mark(section->place("weights"),
-         section->weights.empty()
-             ? "no weights: the sensor reads 0 forever"
-             : "the weights sum to 0, by which the daemon does not divide: the sensor reads 0 "
-               "forever",
-         section->weights.empty() ? "write 'weights', one for each source" : "");
+    findings.add(
+        subject.environment.file, section->place("weights"),
+        section->weights.empty()
+            ? "no weights: the sensor reads 0 forever"
+            : "the weights sum to 0, by which the daemon does not divide: the sensor reads 0 "
+              "forever",
+        section->weights.empty() ? "write 'weights', one for each source" : "");
   }
 }
+constexpr Rule kVirtualWeightsSumZero = {
+    "virtual-weights-sum-zero", Severity::kError,
+    "The weights of a virtual sensor sum to 0, or there are none. The daemon divides by that "
+    "sum, and where it is 0 the sensor reads 0: nothing that watches it ever acts.",
+    virtualWeightsSumZero};
 
-void checkWeightSumIsNotOne(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualWeightsSumOne(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     const int32_t sum = section->weightSum();
     if (sum != 1 && sum != -1) continue;
-    mark(section->place("weights"),
-         sum == 1 ? "the weights sum to 1: the daemon adds the sensor's last value each time, so "
-                    "that it grows without end"
-                  : "the weights sum to -1: the daemon adds the sensor's last value each time, so "
-                    "that it swings to and fro",
-         "multiply all weights, and the offsets, by a number such as 100");
+    findings.add(
+        subject.environment.file, section->place("weights"),
+        sum == 1 ? "the weights sum to 1: the daemon adds the sensor's last value each time, so "
+                   "that it grows without end"
+                 : "the weights sum to -1: the daemon adds the sensor's last value each time, so "
+                   "that it swings to and fro",
+        "multiply all weights, and the offsets, by a number such as 100");
   }
 }
+constexpr Rule kVirtualWeightsSumOne = {
+    "virtual-weights-sum-one", Severity::kError,
+    "The weights of a virtual sensor sum to 1 or to -1. The daemon adds the sensor's last value "
+    "to the weighted sum before it divides by the sum of the weights. Divided by 1, the value "
+    "grows with each sample and never settles; divided by -1 it swings. Multiply all weights by "
+    "the same number, such as 100, and the offsets with them.",
+    virtualWeightsSumOne};
 
-void checkGain(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualWeightsGain(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     const int64_t sum = section->weightSum();
     if (sum == 0 || sum == 1 || sum == -1 || std::abs(sum - 1) >= kLeastDivisor) continue;
@@ -163,10 +211,18 @@ void checkGain(const Subject& subject, Findings& findings) {
            "at "
         << std::setprecision(3) << static_cast<double>(sum) / static_cast<double>(sum - 1)
         << " times the weighted mean of its sources";
-    mark(section->place("weights"), message.str(),
-         "multiply all weights, and the offsets, by a number such as 100");
+    findings.add(subject.environment.file, section->place("weights"), message.str(),
+                 "multiply all weights, and the offsets, by a number such as 100");
   }
 }
+constexpr Rule kVirtualWeightsGain = {
+    "virtual-weights-gain", Severity::kWarning,
+    "A virtual sensor settles more than 5 % off the weighted mean of its sources. The daemon "
+    "adds the last value before it divides by W, the sum of the weights, so that the value "
+    "settles at the weighted sum, with 100 times the offsets, divided by W - 1: W / (W - 1) "
+    "times the weighted mean, which is twice the mean for W = 2 and near it for W = 100. "
+    "Multiply all weights by the same number, and the offsets with them.",
+    virtualWeightsGain};
 
 // Whether `real` keeps the worker of `sensor` awake: a section that the daemon does not read never
 // does so for one that it reads.
@@ -175,21 +231,28 @@ bool sharesWorker(const Section& real, const Section& sensor) {
          (real.readByDaemon || !sensor.readByDaemon);
 }
 
-void checkPeriodIsShared(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualPeriodAlone(const Subject& subject, Findings& findings) {
   const std::vector<const Section*> reals = sectionsOf(subject.environment, SectionKind::kReal);
   for (const Section* section : virtualSensors(subject)) {
     bool shared = false;
     for (const Section* real : reals)
       shared = shared || sharesWorker(*real, *section);
     if (shared) continue;
-    mark(section->place("sampling"),
-         "no real sensor has the period of " + std::to_string(section->sampling.value) +
-             " ms: while this sensor is switched off its worker sleeps, and every change of the "
-             "scenario or the configuration waits for it",
-         "give it the period of a real sensor");
+    findings.add(
+        subject.environment.file, section->place("sampling"),
+        "no real sensor has the period of " + std::to_string(section->sampling.value) +
+            " ms: while this sensor is switched off its worker sleeps, and every change of the "
+            "scenario or the configuration waits for it",
+        "give it the period of a real sensor");
   }
 }
+constexpr Rule kVirtualPeriodAlone = {
+    "virtual-period-alone", Severity::kError,
+    "No real sensor has the period of this virtual one. Sensors of one period share a worker, "
+    "and a worker of which no sensor is switched on sleeps: until the trip sensor wakes it, each "
+    "change of the scenario or of the configuration waits for it and all others with it. Give it "
+    "the period of a real sensor.",
+    virtualPeriodAlone};
 
 // Whether nothing else is to be said against the value, its default included.
 bool hasSound(const Section& section, const char* key, const Number& number) {
@@ -197,146 +260,84 @@ bool hasSound(const Section& section, const char* key, const Number& number) {
   return isNumber(number.word.text) && !looksLikeDegrees(number);
 }
 
-void checkSetPoints(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualSetPointsReversed(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     if (section->setPoint.value >= section->setPointClr.value) continue;
     if (!hasSound(*section, "set_point", section->setPoint)) continue;
     if (!hasSound(*section, "set_point_clr", section->setPointClr)) continue;
-    mark(section->place("set_point_clr"),
-         "'set_point_clr' " + std::to_string(section->setPointClr.value) +
-             " lies above 'set_point' " + std::to_string(section->setPoint.value) +
-             ": between the two the daemon switches the sensor on and off with each sample",
-         "'set_point_clr' belongs a few degrees below 'set_point'");
+    findings.add(subject.environment.file, section->place("set_point_clr"),
+                 "'set_point_clr' " + std::to_string(section->setPointClr.value) +
+                     " lies above 'set_point' " + std::to_string(section->setPoint.value) +
+                     ": between the two the daemon switches the sensor on and off with each sample",
+                 "'set_point_clr' belongs a few degrees below 'set_point'");
   }
 }
+constexpr Rule kVirtualSetPointsReversed = {
+    "virtual-set-points-reversed", Severity::kWarning,
+    "The 'set_point' of a virtual sensor lies below its 'set_point_clr'. The trip sensor "
+    "switches it on above the one and off below the other: between the two that happens in turn, "
+    "with each sample. A missing 'set_point' counts as 0.",
+    virtualSetPointsReversed};
 
-void checkDegrees(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualSetPointInDegrees(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject))
     for (const Number* number : {&section->setPoint, &section->setPointClr})
       if (looksLikeDegrees(*number))
-        mark(number->word,
-             std::to_string(number->value) + " is " + std::to_string(number->value) +
-                 " thousandths of a degree",
-             "did you mean '" + std::to_string(number->value * 1000) + "'?");
+        findings.add(subject.environment.file, number->word,
+                     std::to_string(number->value) + " is " + std::to_string(number->value) +
+                         " thousandths of a degree",
+                     "did you mean '" + std::to_string(number->value * 1000) + "'?");
 }
+constexpr Rule kVirtualSetPointInDegrees = {
+    "virtual-set-point-in-degrees", Severity::kWarning,
+    "A set point of a virtual sensor lies within 200 thousandths of a degree from 0. "
+    "Temperatures are thousandths of a degree, so that 45 degrees are 45000.",
+    virtualSetPointInDegrees};
 
-void checkSharedTrip(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void tripSensorShared(const Subject& subject, Findings& findings) {
   std::map<const Section*, const Section*> firsts;
   for (const Section* section : virtualSensors(subject)) {
     if (!section->trip || !section->trip->section) continue;
     if (section->trip->section->kind != SectionKind::kReal) continue;
     const auto [first, isFirst] = firsts.emplace(section->trip->section, section);
     if (isFirst) continue;
-    mark(section->trip->word,
-         quoted(section->trip->word.text) + " switches " + quoted(first->second->name) +
-             ", too: once it has switched all of its sensors on, the daemon never switches any of "
-             "them off again",
-         "give each virtual sensor a trip sensor of its own");
+    findings.add(
+        subject.environment.file, section->trip->word,
+        quoted(section->trip->word.text) + " switches " + quoted(first->second->name) +
+            ", too: once it has switched all of its sensors on, the daemon never switches any of "
+            "them off again",
+        "give each virtual sensor a trip sensor of its own");
   }
 }
+constexpr Rule kTripSensorShared = {
+    "trip-sensor-shared", Severity::kWarning,
+    "Several virtual sensors have one trip sensor. As soon as it has switched on all of them the "
+    "daemon no longer looks whether to switch any off: they are never switched off again. Give "
+    "each a trip sensor of its own.",
+    tripSensorShared};
 
-void checkMath(const Subject& subject, Findings& findings) {
-  const Marker mark(subject, findings);
+void virtualMathIgnored(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     const Property* math = section->last("math");
     if (math && !math->words.empty() && parseInt32(math->words.front().text) != 0)
-      mark(math->words.front(), "there is one formula only: the daemon does not look at 'math'");
+      findings.add(subject.environment.file, math->words.front(),
+                   "there is one formula only: the daemon does not look at 'math'");
   }
 }
+constexpr Rule kVirtualMathIgnored = {
+    "virtual-math-ignored", Severity::kWarning,
+    "A virtual sensor has a 'math' line with another value than 0. The daemon keeps it and does "
+    "not look at it: there is one formula only. Take the line out.",
+    virtualMathIgnored};
 
 } // namespace
 
-std::vector<Rule> virtualSensorRules() {
-  return {
-      {"virtual-source-undefined", Severity::kError,
-       "A virtual sensor names a source that no section above it defines. The daemon looks the "
-       "name "
-       "up while it reads the line; what it does not find there counts as nothing, while its "
-       "weight "
-       "still counts in the divisor, so that the sensor reads too low. Correct the name, or move "
-       "the "
-       "source's section up.",
-       checkSources},
-      {"virtual-source-not-real", Severity::kWarning,
-       "A virtual sensor is a source of another. It changes only while its own trip sensor is "
-       "warm; "
-       "at other times its last value, however old, goes into the sum. Name real sensors.",
-       checkSourcesAreReal},
-      {"virtual-source-missing", Severity::kError,
-       "A virtual sensor has no sources. Its value is made of its offsets and its own last value "
-       "alone, and nothing that watches it acts on any heat.",
-       checkThereAreSources},
-      {"trip-sensor-missing", Severity::kError,
-       "A virtual sensor has no 'trip_sensor'. Only a trip sensor switches it on: without one it "
-       "is never sampled, reads 0 forever, and nothing that watches it ever acts.",
-       checkTripIsGiven},
-      {"trip-sensor-undefined", Severity::kError,
-       "The trip sensor of a virtual sensor is one that no section above defines. The daemon looks "
-       "the name up while it reads the line and says nothing when it is not there: the virtual "
-       "sensor is never switched on and reads 0 forever.",
-       checkTrip},
-      {"trip-sensor-not-real", Severity::kError,
-       "The trip sensor of a virtual sensor is itself a virtual one. Only real sensors switch "
-       "others: this one is never switched on and reads 0 forever.",
-       checkTripIsReal},
-      {"virtual-weights-number", Severity::kError,
-       "A virtual sensor has another number of weights than of sources. The daemon pairs them by "
-       "position: a source without a weight is left out, and a weight without a source still "
-       "counts "
-       "in the divisor. Either way the temperature is wrong.",
-       checkNumberOfWeights},
-      {"virtual-weights-sum-zero", Severity::kError,
-       "The weights of a virtual sensor sum to 0, or there are none. The daemon divides by that "
-       "sum, "
-       "and where it is 0 the sensor reads 0: nothing that watches it ever acts.",
-       checkWeightSumIsNotZero},
-      {"virtual-weights-sum-one", Severity::kError,
-       "The weights of a virtual sensor sum to 1 or to -1. The daemon adds the sensor's last value "
-       "to the weighted sum before it divides by the sum of the weights. Divided by 1, the value "
-       "grows with each sample and never settles; divided by -1 it swings. Multiply all weights by "
-       "the same number, such as 100, and the offsets with them.",
-       checkWeightSumIsNotOne},
-      {"virtual-weights-gain", Severity::kWarning,
-       "A virtual sensor settles more than 5 % off the weighted mean of its sources. The daemon "
-       "adds "
-       "the last value before it divides by W, the sum of the weights, so that the value settles "
-       "at "
-       "the weighted sum, with 100 times the offsets, divided by W - 1: W / (W - 1) times the "
-       "weighted mean, which is twice the mean for W = 2 and near it for W = 100. Multiply all "
-       "weights by the same number, and the offsets with them.",
-       checkGain},
-      {"virtual-period-alone", Severity::kError,
-       "No real sensor has the period of this virtual one. Sensors of one period share a worker, "
-       "and "
-       "a worker of which no sensor is switched on sleeps: until the trip sensor wakes it, each "
-       "change of the scenario or of the configuration waits for it and all others with it. Give "
-       "it "
-       "the period of a real sensor.",
-       checkPeriodIsShared},
-      {"virtual-set-points-reversed", Severity::kWarning,
-       "The 'set_point' of a virtual sensor lies below its 'set_point_clr'. The trip sensor "
-       "switches it on above the one and off below the other: between the two that happens in "
-       "turn, "
-       "with each sample. A missing 'set_point' counts as 0.",
-       checkSetPoints},
-      {"virtual-set-point-in-degrees", Severity::kWarning,
-       "A set point of a virtual sensor lies within 200 thousandths of a degree from 0. "
-       "Temperatures "
-       "are thousandths of a degree, so that 45 degrees are 45000.",
-       checkDegrees},
-      {"trip-sensor-shared", Severity::kWarning,
-       "Several virtual sensors have one trip sensor. As soon as it has switched on all of them "
-       "the "
-       "daemon no longer looks whether to switch any off: they are never switched off again. Give "
-       "each a trip sensor of its own.",
-       checkSharedTrip},
-      {"virtual-math-ignored", Severity::kWarning,
-       "A virtual sensor has a 'math' line with another value than 0. The daemon keeps it and "
-       "does "
-       "not look at it: there is one formula only. Take the line out.",
-       checkMath},
-  };
+const std::vector<Rule>& virtualSensorRules() {
+  static const std::vector<Rule> rules = {
+      kVirtualSourceUndefined,   kVirtualSourceNotReal,  kVirtualSourceMissing,
+      kTripSensorMissing,        kTripSensorUndefined,   kTripSensorNotReal,
+      kVirtualWeightsNumber,     kVirtualWeightsSumZero, kVirtualWeightsSumOne,
+      kVirtualWeightsGain,       kVirtualPeriodAlone,    kVirtualSetPointsReversed,
+      kVirtualSetPointInDegrees, kTripSensorShared,      kVirtualMathIgnored};
+  return rules;
 }

@@ -21,7 +21,8 @@ struct Subject {
 // Takes the findings of one rule: it knows the rule's name and severity.
 class Findings;
 
-// One thing that can be wrong with the files.
+// One thing that can be wrong with the files. Each stands right below its check, and in the list at
+// the end of its file.
 struct Rule {
   // Lower-case words joined by "-", as `--disable` takes them.
   const char* name;
