@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "support/LogSwitchedOff.h"
-#include "thermalctl/simulate/BoardFiles.h"
 #include "thermalctl/simulate/RecordedTrace.h"
+#include "thermalctl/simulate/RunFiles.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ protected:
   }
 
   LogSwitchedOff noLog;
-  BoardFiles files;
+  RunFiles files;
   Lines warnings;
 };
 

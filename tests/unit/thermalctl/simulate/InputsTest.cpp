@@ -3,14 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "support/LogSwitchedOff.h"
-#include "thermalctl/simulate/BoardFiles.h"
+#include "thermalctl/simulate/RunFiles.h"
 
 namespace {
 
 class InputsTest : public testing::Test {
 protected:
   LogSwitchedOff noLog;
-  BoardFiles files;
+  RunFiles files;
 };
 
 TEST_F(InputsTest, EveryConfigurationIsARunOfItsOwn) {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "thermalctl/simulate/BoardFiles.h"
+#include "thermalctl/simulate/RunFiles.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ protected:
     return runs.empty() ? PlantDescription() : runs[0].plant;
   }
 
-  BoardFiles files;
+  RunFiles files;
 };
 
 TEST_F(PlantFileTest, ALawGoesOverTheNumbersOfTheLevelTable) {

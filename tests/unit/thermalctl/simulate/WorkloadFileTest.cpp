@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "thermalctl/simulate/BoardFiles.h"
+#include "thermalctl/simulate/RunFiles.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ protected:
     return all;
   }
 
-  BoardFiles files;
+  RunFiles files;
 };
 
 TEST_F(WorkloadFileTest, AnEmptyCellChangesNothing) {

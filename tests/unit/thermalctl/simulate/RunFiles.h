@@ -9,7 +9,7 @@
 #include "support/SysfsDir.h"
 
 // Texts as the files of a board.
-class BoardFiles {
+class RunFiles {
 public:
   std::string environment = "[cpu]\n"
                             "type real\n"
@@ -44,7 +44,7 @@ public:
   SimulationRequest request;
   Problems problems;
 
-  BoardFiles() { request.duration = 10'000; }
+  RunFiles() { request.duration = 10'000; }
 
   // A further configuration beside the first.
   void add(const std::string& name, const std::string& text) const { folder.write(name, text); }
