@@ -136,15 +136,15 @@ bool isOver(const Options& options, const Tally& tally) {
 
 // The scene's next schedules, up to so many in all.
 void playAtRandom(const Options& options, Stage& stage, Tally& tally, uint64_t upTo) {
-  // How many scheduling points the scene has where nobody is ever interrupted: what the random
-  // strategies spread their changes over. The same in every process.
+  // How long the scene is where nobody is ever interrupted is what the random strategies spread
+  // their changes over. The same in every process.
   schedule::Exhaustive undisturbed(0, false);
   const schedule::Outcome usual = stage.play(undisturbed);
   if (!usual.failure.empty()) tally.add(usual, "--exhaustive --preemptions 0");
 
   while (tally.schedules < upTo && !isOver(options, tally)) {
     const uint64_t seed = options.seed + tally.schedules;
-    const auto strategy = schedule::Strategy::fromSeed(seed, usual.steps);
+    const auto strategy = schedule::Strategy::fromSeed(seed, undisturbed.contendedPoints());
     if (options.trace) trace::begin();
     const schedule::Outcome outcome = stage.play(*strategy);
     if (options.trace) trace::print();

@@ -3,7 +3,6 @@
 The programs come from `cmake --build --preset schedule --target mistakes`.
 """
 
-import random
 import subprocess
 from pathlib import Path
 
@@ -13,12 +12,14 @@ HERE = Path(__file__).resolve().parent
 PROGRAMS = HERE.parent.parent / "build" / "schedule" / "tests" / "schedule"
 MISTAKES = sorted(patch.stem for patch in (HERE / "mistakes").glob("*.patch"))
 SCHEDULES = 100_000
+# Always the same, so that nothing but a change of the sources changes what comes of it.
+SEED = 1
 
 
 def play(program):
     """Returns the exit status and the report of schedules up to the first failure."""
     command = [PROGRAMS / program, "--schedules", str(SCHEDULES), "--first",
-               "--seed", str(random.getrandbits(48))]
+               "--seed", str(SEED)]
     done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                           check=False)
     return done.returncode, done.stdout

@@ -166,7 +166,6 @@ void moveClockTo(int64_t time) {
 
 Options optionsNow(bool yields) {
   Options options;
-  options.step = step;
   options.yields = yields;
   for (int i = 0; i < count; ++i) {
     const Fiber& fiber = fiberAt(i);
@@ -278,6 +277,16 @@ void recordOn(const char* operation, const volatile void* object, const std::str
     what = std::string(operation) + " " + described(object) + value;
   }
   record(what);
+}
+
+void checkRace(const char* action, const volatile void* address, size_t size, bool writes) {
+  const int other = races::access(current, memory::offsetOf(address), size, writes);
+  if (other == races::kNone) return;
+  recordOn("RACE:", address);
+  const int fiber = current;
+  const AtWork work;
+  fail("data race: " + observer->nameOf(fiber) + action + described(address) + " while " +
+       observer->nameOf(other) + " may access it");
 }
 
 void* runFirst(void*) {
@@ -398,13 +407,7 @@ void accessed(const volatile void* address, size_t size, bool writes) {
   if (current < 0 || !memory::inArena(address)) return;
   checkSound(address, size, writes);
   movedSincePoint = true;
-  const int other = races::access(current, memory::offsetOf(address), size, writes);
-  if (other == races::kNone) return;
-  recordOn(writes ? "RACE, writes" : "RACE, reads", address);
-  const int fiber = current;
-  const AtWork work;
-  fail("data race: " + observer->nameOf(fiber) + (writes ? " writes " : " reads ") +
-       described(address) + " while " + observer->nameOf(other) + " may access it");
+  checkRace(writes ? " writes " : " reads ", address, size, writes);
 }
 
 void yield() {
@@ -519,6 +522,7 @@ void aboutToFree(const void* block, size_t size) {
     if (i != fiber && waits && object >= first && object < first + size)
       fail("freed with a thread waiting in it: " + nameOf(i));
   }
+  checkRace(" frees ", block, size, true);
   const AtWork work;
   observer->frees(block, size);
 }

@@ -24,21 +24,24 @@ private:
   uint64_t state;
 };
 
+// Contended points that count as close to one another.
+constexpr uint64_t kClose = 30;
+
 // Ends a wait for no reason now and then.
 class Wakes {
 public:
-  Wakes(Chance& chance, uint64_t steps) {
+  Wakes(Chance& chance, uint64_t length) {
     if (!chance.once(3)) return;
     count = 1 + chance.below(points.size());
     for (size_t i = 0; i < count; ++i)
-      points[i] = chance.below(steps);
+      points[i] = chance.below(length);
   }
 
-  // At a step where nobody waits, the next one that has somebody is meant.
-  bool isDue(const Options& options) {
+  // Where nobody waits, the next one that has somebody is meant.
+  bool isDue(const Options& options, uint64_t now) {
     if (options.waitingCount == 0) return false;
     for (size_t i = 0; i < count; ++i) {
-      if (points[i] > options.step) continue;
+      if (points[i] > now) continue;
       points[i] = UINT64_MAX;
       return true;
     }
@@ -56,22 +59,24 @@ private:
 };
 
 // Of those that can run, the one of the highest priority runs. Priorities are random, and at a few
-// random points the running one is set back behind all. In some schedules the clock, too, moves on
-// a few times before those that were set back may run.
+// random points the running one is set back behind all: most often close to one another, since
+// what two threads do to each other they do within a few steps. In some schedules the clock, too,
+// moves on a few times before those that were set back may run.
 class Priorities : public Strategy {
 public:
-  Priorities(Chance chance_, uint64_t steps) : chance(chance_), wakes(chance, steps) {
+  Priorities(Chance chance_, uint64_t length) : chance(chance_), wakes(chance, length) {
     for (int64_t& priority : priorities)
       priority = static_cast<int64_t>(chance.draw() >> 2);
     changeCount = 1 + chance.below(changes.size());
+    const bool close = !chance.once(3);
     for (size_t i = 0; i < changeCount; ++i)
-      changes[i] = chance.below(steps);
-    if (chance.once(3)) ticks = 1 + chance.below(3);
+      changes[i] = close && i > 0 ? changes[0] + chance.below(kClose) : chance.below(length);
+    if (chance.once(2)) ticks = 1 + chance.below(3);
   }
 
-  Choice choose(const Options& options) override {
-    if (wakes.isDue(options)) return Wakes::wake(options, chance);
-    if (options.current >= 0 && isChange(options.step)) priorityOf(options.current) = --lowest;
+  Choice chooseNext(const Options& options) override {
+    if (wakes.isDue(options, contendedPoints())) return Wakes::wake(options, chance);
+    if (options.current >= 0 && isChange(contendedPoints())) priorityOf(options.current) = --lowest;
     if (options.current >= 0 && options.yields) priorityOf(options.current) = --lowest;
     int best = options.current;
     for (int i = 0; i < options.otherCount; ++i) {
@@ -102,22 +107,28 @@ private:
   uint64_t ticks = 0;
 };
 
-// At each point another one takes over with a fixed probability.
+// At each point another one takes over with a fixed probability: throughout, or in a short stretch
+// alone.
 class Walk : public Strategy {
 public:
-  Walk(Chance chance_, uint64_t steps) : chance(chance_), wakes(chance, steps) {
+  Walk(Chance chance_, uint64_t length) : chance(chance_), wakes(chance, length) {
     static constexpr std::array<uint64_t, 4> kIn = {2, 5, 15, 50};
     in = kIn[chance.below(kIn.size())];
-    if (chance.once(3)) tickAt = chance.below(steps);
+    if (!chance.once(3)) {
+      from = chance.below(length);
+      to = from + kClose;
+    }
+    if (chance.once(3)) tickAt = chance.below(length);
   }
 
-  Choice choose(const Options& options) override {
-    if (wakes.isDue(options)) return Wakes::wake(options, chance);
-    if (options.step >= tickAt && options.deadlineAhead) {
+  Choice chooseNext(const Options& options) override {
+    if (wakes.isDue(options, contendedPoints())) return Wakes::wake(options, chance);
+    if (contendedPoints() >= tickAt && options.deadlineAhead) {
       tickAt = UINT64_MAX;
       return {Choice::kLetDeadlinePass, -1};
     }
-    const bool stays = options.current >= 0 && !options.yields && !chance.once(in);
+    const bool changes = contendedPoints() >= from && contendedPoints() < to && chance.once(in);
+    const bool stays = options.current >= 0 && !options.yields && !changes;
     if (stays || options.otherCount == 0) return {Choice::kRun, options.current};
     const auto others = static_cast<uint64_t>(options.otherCount);
     return {Choice::kRun, options.others[chance.below(others)]};
@@ -127,19 +138,21 @@ private:
   Chance chance;
   Wakes wakes;
   uint64_t in;
+  uint64_t from = 0;
+  uint64_t to = UINT64_MAX;
   uint64_t tickAt = UINT64_MAX;
 };
 
 } // namespace
 
-std::unique_ptr<Strategy> Strategy::fromSeed(uint64_t seed, uint64_t steps) {
+std::unique_ptr<Strategy> Strategy::fromSeed(uint64_t seed, uint64_t length) {
   Chance chance(seed);
-  steps = std::max<uint64_t>(steps, 1);
-  if (chance.once(3)) return std::make_unique<Walk>(chance, steps);
-  return std::make_unique<Priorities>(chance, steps);
+  length = std::max<uint64_t>(length, 1);
+  if (chance.once(3)) return std::make_unique<Walk>(chance, length);
+  return std::make_unique<Priorities>(chance, length);
 }
 
-Choice Exhaustive::choose(const Options& options) {
+Choice Exhaustive::chooseNext(const Options& options) {
   // The first branch is the usual one: who runs goes on, or else the first that can.
   std::array<Choice, 2 * kMostFibers + 2> branches;
   size_t count = 0;

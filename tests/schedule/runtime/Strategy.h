@@ -11,7 +11,6 @@ constexpr int kMostFibers = 24;
 
 // What may happen next at a scheduling point.
 struct Options {
-  uint64_t step = 0;
   // The fiber that has come to the point, or -1 if it cannot go on.
   int current = -1;
   // It has asked for another one to run.
@@ -38,14 +37,25 @@ class Strategy {
 public:
   virtual ~Strategy() = default;
 
-  virtual Choice choose(const Options& options) = 0;
+  Choice choose(const Options& options) {
+    if (options.current >= 0 && options.otherCount > 0) ++contended;
+    return chooseNext(options);
+  }
 
-  // A strategy drawn from the seed, for a scene of about `steps` scheduling points: mostly random
+  // At how many points so far the running fiber could go on and another one, too.
+  uint64_t contendedPoints() const { return contended; }
+
+  // A strategy drawn from the seed, for a scene of about `length` contended points: mostly random
   // priorities with a few points at which they change, sometimes a walk by chance.
-  static std::unique_ptr<Strategy> fromSeed(uint64_t seed, uint64_t steps);
+  static std::unique_ptr<Strategy> fromSeed(uint64_t seed, uint64_t length);
 
 protected:
   Strategy() = default;
+
+private:
+  virtual Choice chooseNext(const Options& options) = 0;
+
+  uint64_t contended = 0;
 };
 
 // All schedules with at most a number of preemptions, depth first. A preemption is whatever departs
@@ -57,12 +67,12 @@ public:
   Exhaustive(int mostPreemptions_, bool wakeForNoReason_)
       : mostPreemptions(mostPreemptions_), wakeForNoReason(wakeForNoReason_) {}
 
-  Choice choose(const Options& options) override;
-
   // Turns to the next schedule; false when there is none.
   bool advance();
 
 private:
+  Choice chooseNext(const Options& options) override;
+
   struct Branch {
     uint32_t taken;
     uint32_t count;

@@ -157,8 +157,7 @@ Scene twoRequests() {
   return scene;
 }
 
-// A sensor thread with nothing but a virtual sensor, which its trip sensor switches on just when
-// a change begins: the change waits for it, for ever where the trip sensor's thread parks first.
+// A sensor thread with nothing but a virtual sensor, which its trip sensor has switched on.
 Scene virtualOnly() {
   Scene scene = sceneOn("virtual-only", kBoard + R"(
 [mean]
@@ -173,10 +172,19 @@ offsets 0
 )");
   scene.configurations["first.conf"] = scenario("Default", monitor("day", "mean", 500, "fan", 1)) +
                                        scenario("night", monitor("dark", "mean", 500, "fan", 2));
-  scene.events = {wish(0, "night"), temperature(900, "cpu", 50000)};
+  scene.events = {temperature(0, "cpu", 50000), wish(0, "night")};
   scene.scenarioAtEnd = "night";
   scene.levelsAtEnd = {{"fan", 2}};
   scene.mayAwaitSleepingSensors = true;
+  return scene;
+}
+
+// The same, but it is switched on just when the change begins: the change waits for it, for ever
+// where the trip sensor's thread parks first.
+Scene virtualAsleep() {
+  Scene scene = virtualOnly();
+  scene.name = "virtual-asleep";
+  scene.events = {wish(0, "night"), temperature(900, "cpu", 50000)};
   return scene;
 }
 
@@ -225,9 +233,11 @@ Scene swapForNothing() {
 } // namespace
 
 const std::vector<Scene>& allScenes() {
-  static const std::vector<Scene> scenes = {
-      switchScene(),    switchDuringActivation(), swapWithSharedWorkers(), swapWithFreshWorkers(),
-      swapForNothing(), swapIntoRetiredName(),    twoRequests(),           virtualOnly(),
-      blockedNode(),    stopOfWorkers()};
+  static const std::vector<Scene> scenes = {switchScene(),           switchDuringActivation(),
+                                            swapWithSharedWorkers(), swapWithFreshWorkers(),
+                                            swapForNothing(),        swapIntoRetiredName(),
+                                            twoRequests(),           virtualOnly(),
+                                            virtualAsleep(),         blockedNode(),
+                                            stopOfWorkers()};
   return scenes;
 }
