@@ -5,6 +5,9 @@
 #include <utility>
 
 // Owns an open file, or none.
+//
+// Shape:  -1 is none. An assignment swaps: what was held before is closed with the other handle.
+// Errors: what closing says is not looked at; whoever writes asks before, by fsync.
 class FileHandle {
 public:
   explicit FileHandle(int fd_ = -1) : fd(fd_) {}

@@ -3,5 +3,6 @@
 #include <string>
 #include <vector>
 
-// The file's own name, or the path where that would not tell it from all the others.
+// How a file is called where the user sees it: by its own name, or by the path where that would not
+// tell it from all the others. `all` holds `path` itself, too.
 std::string shortName(const std::string& path, const std::vector<std::string>& all);

@@ -5,7 +5,13 @@
 
 #include "file/FileHandle.h"
 
-// Notices when a file is opened, by whomever.
+// Notices when a file is opened, by whomever, this process included.
+//
+// Shape:   it is the file that is watched and not its name: one put in its place later goes
+//          unnoticed.
+// Errors:  a path that cannot be watched leaves the reason in `error`, and `isOpened` false for
+//          ever.
+// Threads: one; `isOpened` never blocks.
 class OpenWatch {
 public:
   explicit OpenWatch(const std::string& path);

@@ -9,6 +9,8 @@
 
 namespace {
 
+// For a file that replaces none. The one that mkostemp makes is its owner's alone, and the daemon
+// may run as another user.
 constexpr mode_t kNewMode = 0644;
 constexpr mode_t kModeBits = 07777;
 
@@ -33,9 +35,11 @@ std::error_code takeOverRights(int fd, const std::string& path) {
   const bool sameGroup = ::fchown(fd, old.st_uid, old.st_gid) == 0 ||
                          ::fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0;
   static_cast<void>(sameGroup);
+  // Last: a change of the owner takes bits of the mode away.
   return outcome(::fchmod(fd, old.st_mode & kModeBits));
 }
 
+// In the same directory, because a rename does not cross file systems.
 std::string besides(const std::string& path) {
   const size_t base = path.rfind('/') + 1; // 0 for a path without a directory
   return path.substr(0, base) + "." + path.substr(base) + ".XXXXXX";

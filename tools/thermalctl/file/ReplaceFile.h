@@ -6,6 +6,9 @@
 #include "file/FileHandle.h"
 
 // The new file, open, or why there is none.
+//
+// Shape:  `file` is held exactly when `error` is empty.
+// Errors: the system's own, of whichever step failed.
 struct Replacement {
   FileHandle file;
   std::error_code error;

@@ -2,6 +2,8 @@
 
 namespace csv {
 
+// Quoted as RFC 4180 has it, but only where a sign of the format is in the text: the usual file has
+// no quote at all.
 std::string field(const std::string& text) {
   if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
   std::string quoted = "\"";
@@ -35,6 +37,7 @@ bool takeField(std::string_view& line, std::string& field) {
 
 bool takeFields(std::string_view line, Fields& fields) {
   for (size_t i = 0; i < kColumns; ++i) {
+    // A comma behind the last column would be a further field, and the line another program's.
     const bool more = takeField(line, fields[i]);
     if (more != (i + 1 < kColumns)) return false;
   }

@@ -16,7 +16,9 @@
 //   configuration  its name
 //   end
 //
-// An algorithm that falls asleep has no value.
+// Shape: every line has all columns, those without a meaning empty. The lines of a run stand
+//        together and in the order of their times; an algorithm that falls asleep has no value.
+// Units: times in milliseconds since the start of the run.
 namespace csv {
 
 enum Column { kRun, kTime, kEvent, kName, kValue, kDetail, kColumns };

@@ -2,7 +2,9 @@
 
 #include "trace/Trace.h"
 
-// Shows nothing: for whoever goes through a recording to learn who takes part.
+// Shows nothing: for whoever goes through a recording to learn who takes part. A sink is told that
+// before the first event, and a record shows it only at its end, so that every recording is gone
+// through twice.
 class NullSink : public TraceSink {
 public:
   void begin(const TraceDescription&) override {}

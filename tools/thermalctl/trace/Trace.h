@@ -11,6 +11,12 @@
 //
 // Units: times in milliseconds since the start of the run, temperatures in millidegrees Celsius.
 
+// One course of temperatures: a sensor of the board, or a node of the plant.
+//
+// Shape:  a name stands once among the sensors and once among the nodes.
+// Units:  `period` in milliseconds, `limit` in millidegrees Celsius.
+// Source: the board's environment, `--limit` and the plant. A record without a board gives names,
+//         and a log also which sensors are virtual.
 struct SensorTrack {
   // A node of the plant that no sensor reads is shown beside the sensors: what the heat really is
   // where the daemon has to guess.
@@ -21,12 +27,24 @@ struct SensorTrack {
   std::optional<int32_t> limit;   // which the temperature must not pass
 };
 
+// One device and what its levels mean.
+//
+// Shape:  `levels[i]` is the entry of level i as the environment file has it, without quotes.
+// Units:  an entry is text in whatever unit the device's driver takes.
+// Source: the board's environment. Without a board a trace.csv gives the name alone, and a log
+//         names no device.
 struct DeviceTrack {
   std::string name;
   std::string kind;                // the word of its section, such as "cpufreq"; may be unknown
   std::vector<std::string> levels; // its table's texts; empty for a report, or if unknown
 };
 
+// One algorithm of one configuration: what it watches, what it drives and when.
+//
+// Shape:  told apart from its namesakes by `configuration` and `scenario`. Of a record without a
+//         board `devices` and `thresholds` are empty.
+// Units:  thresholds in millidegrees Celsius.
+// Source: an item of a configuration file, or the messages that name it.
 struct AlgorithmTrack {
   enum class Kind { kMonitor, kStep };
   // Reached and left again at these temperatures, as the file has them, `lowactive` or not.
@@ -46,12 +64,20 @@ struct AlgorithmTrack {
 };
 
 // A source of heat that does work, and how much of the work asked for was done.
+//
+// Units: load times seconds, with load as the share of the source's full speed: a CPU that is asked
+//        for half of what it can do over ten seconds has a demand of 5.
 struct Performance {
   std::string source;
   double demanded = 0; // both in the plant's unit of load times seconds
   double delivered = 0;
 };
 
+// Who takes part in a run, told to a sink before the first event.
+//
+// Shape: every event names its sensor, device or algorithm by the index into these lists, so that
+//        nothing is added, taken out or moved once the run has begun.
+// Units: `duration` in milliseconds.
 struct TraceDescription {
   std::string name; // of the run, unique among those that are compared
   std::vector<SensorTrack> sensors;
@@ -65,9 +91,13 @@ struct TraceDescription {
 // Takes one run after the other: `begin`, events of which none is earlier than the one before it,
 // `end`.
 //
-// At time 0 there is a `configuration`, a `scenario` and a `level` for every device with a table,
-// if they are known; an algorithm is asleep until its first event. Indices are those of the
-// description.
+// Shape:   at time 0 there is a `configuration`, a `scenario` and a `level` for every device with a
+//          table, if they are known; an algorithm is asleep until its first event. Indices are
+//          those of the description, which a sink copies if it needs it after `begin`.
+// Units:   times in milliseconds since the start of the run, temperatures in millidegrees Celsius.
+// Errors:  a sink tells of no failure here. One that writes to a stream leaves it to the stream's
+//          owner to ask how that went.
+// Threads: one, the caller's.
 class TraceSink {
 public:
   static constexpr int32_t kAsleep = -1;
