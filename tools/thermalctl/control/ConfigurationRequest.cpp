@@ -16,8 +16,11 @@ public:
 
   ConfigurationAnswer run(const std::string& content) {
     waiting.stage("waiting for an earlier request");
+    // The daemon ends a swap by writing its answer over whatever the file holds: a request that is
+    // put there meanwhile would be lost and look answered.
     if (!within([this] { return nothingIsPending(); })) return {Outcome::kPending, word, {}};
     if (const auto error = replaceFile(path, content).error) return {Outcome::kFailed, path, error};
+    // Behind the replacement, which makes another file of it, and before the daemon hears of it.
     OpenWatch watch(path);
     if (watch.error()) return {Outcome::kFailed, path, watch.error()};
     if (const auto error = request.ask(name)) return {Outcome::kFailed, request.path, error};
@@ -47,6 +50,8 @@ private:
   }
 
   bool nothingIsPending() {
+    // The daemon answers a missing file like a request. An empty one is an answer that it is
+    // writing.
     readWord();
     return word == kParsed || word == kNoFile;
   }
@@ -54,6 +59,7 @@ private:
     readWord();
     return word == kParsed;
   }
+  // Of the word that `isAnswered` has read just before.
   bool isOvertaken() { return request.isReplaced() && word != name && !word.empty(); }
   void readWord() { word = request.word().value_or(kNoFile); }
 

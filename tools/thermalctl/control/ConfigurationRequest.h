@@ -17,6 +17,10 @@ enum class ConfigurationOutcome {
   kFailed,      // `word` is the path that is to blame, `error` says why
 };
 
+// How a request for a configuration ended.
+//
+// Shape:  `word` has a meaning for the outcomes whose comments name it, and for no other.
+// Errors: `error` is set for kFailed alone.
 struct ConfigurationAnswer {
   ConfigurationOutcome outcome;
   std::string word;
@@ -29,6 +33,11 @@ struct ConfigurationAnswer {
 //
 // The request file alone does not tell a rejection from a swap, the answer to both is the same. But
 // the daemon takes over what it could open, so the file is watched for that.
+//
+// Errors:  told by the outcome. The file stays beside the others even if the daemon rejects it; a
+//          request that nobody looked at is taken back.
+// Threads: blocks the caller, by `waiting`. Two askers at a time would take each other's answers
+//          for their own: hold a DirectoryLock.
 ConfigurationAnswer requestConfiguration(const ControlDirectory& directory, const std::string& name,
                                          const std::string& content,
                                          std::chrono::milliseconds timeout, Waiting& waiting);

@@ -30,5 +30,6 @@ std::error_code ControlFile::ask(const std::string& word) {
 
 bool ControlFile::isReplaced() const {
   struct stat status = {};
+  // The file of the last question is kept open: without a name left it was replaced, or removed.
   return asked && ::fstat(asked.get(), &status) == 0 && status.st_nlink == 0;
 }

@@ -6,12 +6,16 @@
 
 #include "file/FileHandle.h"
 
-// What the daemon takes for a file that is not there.
+// What the daemon takes for a file that is not there: a word in the file does as well as its
+// absence.
 constexpr char kNoFile[] = "ENOFILE";
-// What its request file holds when nothing is asked of it.
+// What its request file holds when nothing is asked of it; also its answer to every request.
 constexpr char kParsed[] = "PARSED";
 
 // The daemon's files below one directory.
+//
+// Shape:  paths, put together and not looked at; `configurations` ends with a slash.
+// Source: the names are fixed in the daemon, the directory is the user's "--dir".
 struct ControlDirectory {
   explicit ControlDirectory(const std::string& directory);
 
@@ -25,6 +29,12 @@ struct ControlDirectory {
 bool isOneWord(const std::string& text);
 
 // A file of one word in which this side asks and the daemon answers.
+//
+// Errors:  `word` is nothing where the file cannot be opened; `ask` gives the system's reason and
+//          has then changed nothing.
+// Threads: the daemon is another process. It looks once a second, and writes its answer into the
+//          file that it finds, which is empty for a moment. So this side puts a whole file in its
+//          place, and can tell by that who wrote the word there: the daemon, or another asker.
 class ControlFile {
 public:
   explicit ControlFile(std::string path_) : path(std::move(path_)) {}

@@ -15,6 +15,11 @@ enum class ScenarioOutcome {
   kNotWritten, // see `error`
 };
 
+// How a request for a scenario ended.
+//
+// Shape:  `word` is the scenario in force, for kRefused and kInForce, or the other writer's, for
+//         kOvertaken.
+// Errors: `error` is set for kNotWritten, and for kNoAnswer if the last writing failed.
 struct ScenarioAnswer {
   ScenarioOutcome outcome;
   std::string word;
@@ -26,5 +31,10 @@ struct ScenarioAnswer {
 // The file tells a refusal: the daemon writes the scenario in force back. It does not tell a word
 // that was taken from one that nobody reads. So a second word follows, one that the daemon always
 // answers with the scenario in force, and not before a switch that is due.
+//
+// Errors:  told by the outcome. Without an answer the name is left in the file, for a daemon that
+//          is only slow.
+// Threads: blocks the caller, by `waiting`, for `timeout` at most. Two askers at a time would take
+//          each other's answers for their own: hold a DirectoryLock.
 ScenarioAnswer askForScenario(ControlFile& file, const std::string& name,
                               std::chrono::milliseconds timeout, Waiting& waiting);

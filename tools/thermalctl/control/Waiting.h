@@ -3,7 +3,10 @@
 #include <chrono>
 #include <string>
 
-// How a request waits for the daemon: by which clock, and what an onlooker is told meanwhile.
+// How a request waits for the daemon: by which clock, and what an onlooker is told meanwhile. A
+// test has one whose time passes only when it is asked to pause.
+//
+// Threads: `pause` may block the caller, for about its time.
 class Waiting {
 public:
   using Time = std::chrono::steady_clock::time_point;
@@ -16,7 +19,9 @@ public:
   virtual void stage(const std::string& what) = 0;
 };
 
-// Looks at `condition` several times a second; false once `limit` is reached without it.
+// Looks at `condition` several times a second; false once `limit` is reached without it. It is
+// looked at before the clock, so that what has come true by the limit counts. The daemon touches
+// its files once a second: looking more often would find nothing sooner that a user could notice.
 template <typename Condition>
 bool waitUntil(Waiting& waiting, Waiting::Time limit, Condition condition) {
   while (!condition()) {
