@@ -15,6 +15,7 @@ std::vector<fs::path> filesOf(const std::string& folder, const std::string& exte
   for (const auto& entry : fs::directory_iterator(folder, error)) {
     if (entry.path().extension() == extension) files.push_back(entry.path());
   }
+  // A directory has no order of its own, and the first configuration must be the same everywhere.
   std::sort(files.begin(), files.end());
   return files;
 }

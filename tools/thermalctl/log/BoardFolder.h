@@ -12,8 +12,18 @@
 
 // A board's folder, read with the daemon's own parsers: what a log does not say about its sensors,
 // devices and algorithms. Nothing of the host is opened but these files.
+//
+// Shape:  each configuration is read by a daemon of its own, since one that has read a
+//         configuration cannot go back. All of them have the same sensors and devices in the same
+//         order, so that the indices of one description serve all.
+// Errors: told in `problems`, each with its path. Without a readable environment the description is
+//         empty; a configuration on which the daemon would end is left out.
 class BoardFolder {
 public:
+  // One configuration file of the folder.
+  //
+  // Shape: `items[i]` is what the daemon made of the item behind `algorithms[i]`. It belongs to the
+  //        BoardFolder and is never run: a reader asks it for its rows and its levels.
   struct ConfigurationTracks {
     std::string name; // the file's
     std::vector<AlgorithmTrack> algorithms;

@@ -43,6 +43,9 @@ size_t Cast::device(std::string_view name) {
   return devices[track.name] = cast.devices.size() - 1;
 }
 
+// A log names neither configuration nor file. Of several namesakes in one scenario the one of the
+// configuration in force is meant, failing that the first; only where the scenario differs too is
+// it someone new.
 size_t Cast::algorithm(std::string_view name, std::string_view scenario,
                        const std::string& preferredConfiguration) {
   auto namesakes = algorithms.find(name);

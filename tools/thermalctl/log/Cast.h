@@ -11,6 +11,11 @@
 #include "trace/Trace.h"
 
 // Who takes part in a recorded run: what a board's files tell, and what only the record shows.
+//
+// Shape:  indices stay as they are; who is new comes behind. So a first pass over a record finds
+//         all, and a second one finds them in their places.
+// Errors: a name cannot be wrong: one that the board does not have is a sensor, a device or an
+//         algorithm of which nothing else is known.
 class Cast {
 public:
   // `board` may be null; otherwise it must outlive the cast.

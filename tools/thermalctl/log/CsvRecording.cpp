@@ -77,6 +77,8 @@ private:
 
   // The algorithm of a line that shows it awake: of the configuration in which it woke.
   size_t awakeOf(const csv::Fields& fields) {
+    // At a swap the configuration's line comes first and its predecessor's algorithms fall asleep
+    // behind it: by then the configuration in force would be the wrong one to look in.
     const auto [found, woken] =
         awake.try_emplace(std::pair(fields[csv::kName], fields[csv::kDetail]), 0);
     if (woken)
@@ -109,6 +111,7 @@ std::vector<Run> runsOf(std::string_view text) {
   size_t number = 1;
   std::string name;
   for (size_t at = csv::kHeader.size(); at < text.size();) {
+    // The last line may have been cut off before its line feed.
     const size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
     std::string_view line = text.substr(at, end - at);
     ++number;
@@ -148,6 +151,7 @@ CsvCounts playCsv(const std::string& text, const std::string& prefix, const Boar
   CsvCounts counts;
   for (const Run& run : runsOf(text)) {
     Cast cast(run.name, board);
+    // The first pass finds who takes part, which a sink is told before any event.
     NullSink nothing;
     CsvCounts again;
     replay(run, cast, board, nothing, again);

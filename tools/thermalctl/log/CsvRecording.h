@@ -10,6 +10,11 @@
 // Whether a text is a trace.csv that this tool wrote.
 bool isCsvTrace(std::string_view text);
 
+// What became of the lines of a trace.csv.
+//
+// Shape:  lines without the one that names the columns; `firstTorn` is 0 where none is torn.
+// Errors: a torn line is counted and passed over, so that a file cut off in the middle still shows
+//         all that came before.
 struct CsvCounts {
   size_t lines = 0;
   size_t torn = 0;      // not of the shape that this tool writes
@@ -18,6 +23,7 @@ struct CsvCounts {
 };
 
 // Plays each run of a trace.csv into `sink`, under its own name or, if `prefix` is not empty, with
-// that before it. `board` may be null.
+// that before it. `board` may be null; with one, thresholds and devices come from its configuration
+// of the name that the trace has, failing that of the run's name, failing that the first.
 CsvCounts playCsv(const std::string& text, const std::string& prefix, const BoardFolder* board,
                   TraceSink& sink);

@@ -71,6 +71,7 @@ bool parseVirtual(std::string_view text, LogLine& line) {
       .ended();
 }
 
+// The daemon writes its prefix twice before a decision; the first one is gone by now.
 bool parseLevel(std::string_view text, LogLine& line) {
   line.kind = Kind::kLevel;
   int32_t temperature = 0;
@@ -87,6 +88,8 @@ bool parseLevel(std::string_view text, LogLine& line) {
       .ended();
 }
 
+// A step algorithm has two messages of one beginning: a request gives the level asked for, the
+// release behind it the number of steps that it ends.
 Scanner stepScanner(std::string_view text, LogLine& line) {
   int32_t temperature = 0;
   return Scanner(text)
@@ -146,6 +149,7 @@ bool parseFixed(std::string_view text, LogLine& line) {
       {"initScenario Passed!", Kind::kOther},
       {"RunThreads Passed!", Kind::kOther},
       {"Start to apply new CONF file", Kind::kSwap},
+      // The daemon's own spelling.
       {"Appling new CONF file is completed", Kind::kOther},
       {"No scen file", Kind::kOther},
       {"No conf file", Kind::kOther},
@@ -189,6 +193,7 @@ std::optional<LogLine> parseMessage(std::string_view text) {
   // The frequent ones first.
   for (const auto parse : {parseSample, parseVirtual, parseLevel, parseRequest, parseReleased,
                            parseWoken, parsePutToSleep, parseScenario, parseFixed, parseOther}) {
+    // A new one each time: one that does not fit in the end may have filled in a part.
     LogLine line;
     if (parse(text, line)) return line;
   }

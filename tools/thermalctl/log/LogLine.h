@@ -4,7 +4,12 @@
 #include <optional>
 #include <string_view>
 
-// What one message of the daemon tells. The names point into the text that was read.
+// What one message of the daemon tells.
+//
+// Shape: the fields that `kind` names have a meaning, the others do not. The names point into the
+//        text that was read.
+// Units: temperatures in millidegrees Celsius, levels as indices into a level table; for a step
+//        algorithm `before` is its number of steps.
 struct LogLine {
   enum class Kind {
     kStart,      // the daemon starts

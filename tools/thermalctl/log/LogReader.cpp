@@ -20,6 +20,7 @@ bool endsWith(std::string_view text, std::string_view end) {
 size_t messageAfterTag(std::string_view text) {
   const size_t tag = text.find(kTag);
   if (tag == std::string_view::npos || tag < 2) return std::string_view::npos;
+  // The daemon logs everything at one priority, verbose.
   const std::string_view priority = text.substr(tag - 2, 2);
   if (priority != "V/" && priority != "V ") return std::string_view::npos;
   const size_t end = text.find(": ", tag + kTag.size());
@@ -59,6 +60,7 @@ std::string_view LogReader::nextText() {
 std::optional<LogLine> LogReader::parse(std::string_view text) {
   if (isLongHeader(text)) {
     headerTime = parseTime(text);
+    // Holds for all lines up to the next header: logcat puts a blank line behind each message.
     headerIsOurs = text.find(kTag) != std::string_view::npos;
     return std::nullopt;
   }
@@ -86,6 +88,8 @@ void LogReader::setTime(const std::optional<int64_t>& written, const LogLine& li
     return;
   }
   ++seen.withoutTime;
+  // Sensors of different periods count on their own, and each counts from 0: whoever is behind the
+  // others must not turn the time back. What is no sample has the time of the one before it.
   if (line.kind == LogLine::Kind::kSample) now = std::max(now, timeOfSample(line));
 }
 

@@ -13,13 +13,17 @@
 // Goes through a log, in any of logcat's formats that has one line for a message, or in its "long"
 // one, and gives the daemon's messages with their times.
 //
-// Time: that of the log; in a format without one, that of the samples: each real sensor's number of
-//       samples times its period, as far as `periods` (in milliseconds, by name) knows it.
+// Shape:  a message is the daemon's by its beginning and, where the format has one, by its tag. All
+//         other lines are passed over, and a line of the daemon that is not one whole message
+//         counts as torn.
+// Time:   that of the log; in a format without one, that of the samples: each real sensor's number
+//         of samples times its period, as far as `periods` (in milliseconds, by name) knows it.
+// Errors: none stops it. `counts` tells what was not understood.
 class LogReader {
 public:
   using Periods = std::map<std::string, uint32_t, std::less<>>;
 
-  // What became of the lines so far.
+  // What became of the lines so far; `clockSet` is known only at the log's end.
   struct Counts {
     size_t lines = 0;
     size_t ours = 0;

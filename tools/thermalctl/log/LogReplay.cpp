@@ -24,6 +24,8 @@ std::string_view declaredScenario(std::string_view scenario) {
 
 LogReplay::LogReplay(Cast& cast_, const BoardFolder* board_, TraceSink& sink_)
     : cast(cast_), board(board_), sink(sink_) {
+  // Devices of the base kind, whatever the board's are: only the merging of the requests is wanted
+  // of them, and without a path they write nowhere. A report has no levels and takes no part.
   for (const DeviceTrack& track : cast.description().devices) {
     if (!track.levels.empty())
       devices[track.name].device = std::make_unique<Device>(track.name, "", "", track.levels);
@@ -118,6 +120,8 @@ void LogReplay::putToSleep(const LogLine& line) {
 
 void LogReplay::decide(const LogLine& line) {
   const size_t decided = current(line.name);
+  // Level 0 puts a monitor to sleep only if it comes down to it; one that has just woken stays
+  // awake.
   const bool leaves = line.value == 0 && line.before > 0;
   setLevel(decided, leaves ? TraceSink::kAsleep : line.value);
   postMonitor(decided, static_cast<uint32_t>(line.value));
@@ -157,6 +161,8 @@ size_t LogReplay::algorithm(std::string_view name, std::string_view itsScenario)
   return found;
 }
 
+// A log may begin while an algorithm is awake, and its first message is then a decision. It is
+// taken for one of the scenario in force, since no other decides.
 size_t LogReplay::current(std::string_view name) {
   const auto latest = awake.find(name);
   if (latest != awake.end()) return latest->second;
@@ -177,6 +183,9 @@ void LogReplay::setLevel(size_t algorithm, int32_t level) {
   sink.algorithm(now, algorithm, level);
 }
 
+// As the monitor on the device does: the rows of both levels are posted before any device moves, so
+// that one that stands in both goes straight from one level to the other. A row that either list
+// lacks drives nothing.
 void LogReplay::postMonitor(size_t algorithm, uint32_t level) {
   const auto* monitor = dynamic_cast<const Monitor*>(cast.item(algorithm));
   State& state = stateOf(algorithm);

@@ -22,6 +22,12 @@ std::string_view declaredScenario(std::string_view scenario);
 // A log does not name the levels of the devices: with a board they follow from what the algorithms
 // ask for, merged by the daemon's own devices. Nor does it name the configuration in force: it is
 // the one that the algorithms in the log belong to.
+//
+// Shape:  a log may begin and end anywhere. Until a message says otherwise every algorithm is taken
+//         to be asleep and every device at level 0.
+// Units:  times in milliseconds, as the reader of the log has them.
+// Errors: a message that does not fit what came before it is believed: lines may be missing
+//         between.
 class LogReplay {
 public:
   // `board` may be null. All must outlive the replay.

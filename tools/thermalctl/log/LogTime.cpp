@@ -60,6 +60,8 @@ std::optional<int64_t> parseDate(std::string_view text, int64_t year) {
   const int64_t fraction = milliseconds(text, 14);
   if (month < 1 || month > 12 || day < 1 || hour < 0 || minute < 0 || second < 0 || fraction < 0)
     return std::nullopt;
+  // Without a year the 29th of February falls together with the 1st of March. Counted as a day of
+  // its own it would put a day that never was into every common year.
   const int64_t days = year == 0 ? dayOfYear(month, day, false)
                                  : daysBefore(year) + dayOfYear(month, day, isLeap(year));
   return days * kDay + ((hour * 60 + minute) * 60 + second) * kSecond + fraction;
@@ -68,6 +70,7 @@ std::optional<int64_t> parseDate(std::string_view text, int64_t year) {
 // "123.456"
 std::optional<int64_t> parseSeconds(std::string_view text) {
   size_t length = 0;
+  // Twelve digits are seconds of some 30,000 years, and leave room for the thousandfold.
   while (length < text.size() && length < 12 && isDigit(text[length]))
     ++length;
   const int64_t fraction = milliseconds(text, length);
@@ -102,6 +105,8 @@ int64_t LogClock::at(int64_t written) {
     offset += kYear;
     time += kYear;
   }
+  // What was set is taken out: the time goes on from the last line, and whatever is behind it moves
+  // along.
   if (time < last - kDisorder || time > last + kLongestGap) {
     ++setCount;
     offset += last - time;
