@@ -8,6 +8,7 @@
 
 namespace {
 
+// The longest time: a text of many digits stays far from the end of 64 bits.
 constexpr double kYear = 365.0 * 24 * 3600 * 1000;
 
 std::optional<double> millisecondsIn(const std::string& unit) {
@@ -25,6 +26,8 @@ std::optional<int64_t> parseDuration(const std::string& text) {
   double total = 0;
   size_t at = 0;
   while (at < text.size()) {
+    // Only digits and a point make a number here: strtod alone would take "1e3", "0x10", "inf" and
+    // a sign.
     const size_t unit = text.find_first_not_of("0123456789.", at);
     const std::string digits = text.substr(at, unit - at);
     char* end = nullptr;

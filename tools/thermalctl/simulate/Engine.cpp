@@ -17,12 +17,17 @@
 namespace {
 
 constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
+// As long as the daemon's scenario thread sleeps between two looks at its files.
 constexpr int64_t kScenarioPeriod = 1000;
+// As the description says of the nodes that no sensor reads.
 constexpr int64_t kNodePeriod = 1000;
 constexpr int64_t kProgressPeriod = 60'000;
-// A node's text always has this length, as a driver's has for all that the daemon reads of it.
+// A node's text always has this length, as a driver's has for all that the daemon reads of it: a
+// file that is overwritten keeps what lies behind a shorter text. The longest number has 11
+// characters.
 constexpr size_t kNodeWidth = 16;
 
+// Like the daemon's workers, which wait a millisecond where the file has less.
 int64_t waitOf(int32_t period) {
   return std::max(period, 1);
 }
@@ -57,6 +62,7 @@ void Engine::run() {
     nextProgress = now + kProgressPeriod;
   }
   now = input.duration;
+  // The work done up to the very end counts.
   plant.advanceTo(now);
   sink.end(now, plant.performance());
 }
@@ -109,6 +115,8 @@ void Engine::announce() {
 
 Engine::Due Engine::next() const {
   Due first{kNever};
+  // Of what is due at one time the first to be considered wins: the order of these calls is the one
+  // that the class promises.
   const auto consider = [&first](int64_t time, Step step, size_t index = 0) {
     if (time < first.time) first = {time, step, index};
   };
@@ -168,7 +176,11 @@ void Engine::takeFault(const Change& change) {
   Node* const node = nodes[change.index].get();
   if (!node) return;
   node->faulty = change.word != fault::kNone;
+  // The reading behind the fault may be the one before it, and must be written all the same.
   node->written = false;
+  // A stream that finds nothing fails, and the daemon clears no failure: such a sensor reads 0 to
+  // the end of the run, whatever its node holds later. A stuck node needs nothing done: it keeps
+  // its text.
   if (change.word == fault::kUnreadable) node->file->replace("");
   if (change.word == fault::kNonsense)
     node->file->replace(std::string("nonsense").append(kNodeWidth - 9, ' ') + "\n");
@@ -176,6 +188,7 @@ void Engine::takeFault(const Change& change) {
 }
 
 void Engine::requestConfiguration(const std::string& word) {
+  // The answer to the swap under way will overwrite it, unread.
   if (now < busyUntil) return;
   // The daemon opens it under the name that it has in memory.
   for (size_t i = 0; i < configurationFiles.size(); ++i) {
@@ -305,6 +318,10 @@ void Engine::standStill() {
                    "waits for a sensor worker whose sensors are all switched off");
 }
 
+// What the daemon's scenario thread does with its sensor threads at their barriers, one after the
+// other: all of them take the name over and sample, the items woken by that decide, and only then
+// does each let the old scenario go. Its thread would go on with its pass at once, so it has one
+// here.
 void Engine::changeScenario(bool newConf) {
   VirtualScenarioThread& control = *daemon.control;
   if (!newConf && control.requestedScenName != scenario) {
@@ -358,6 +375,7 @@ void Engine::forgetRetired(size_t count) {
     if (items[i].level != TraceSink::kAsleep) sink.algorithm(now, track, TraceSink::kAsleep);
   }
   items.erase(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(count));
+  // The scenario thread joins the workers that it retires, and its next look comes that much later.
   const int64_t waited = gatherItemWorkers();
   busyUntil = now + waited;
   scenarioDue += waited;
@@ -381,6 +399,7 @@ void Engine::observe() {
     const int32_t level = devices[i].device->currentLevel;
     if (level == devices[i].level) continue;
     devices[i].level = level;
+    // Up to now the sources had the level before.
     plant.advanceTo(now);
     plant.setLevel(i, level);
     const std::string& entry = input.description.devices[i].levels[static_cast<size_t>(level)];

@@ -14,13 +14,23 @@
 #include "trace/Trace.h"
 
 // A configuration that can come in force in a run.
+//
+// Shape:  its items are `algorithms[firstItem]` and those behind it, in the order in which
+//         VirtualDaemon gives them.
+// Source: the first is one that the user names, the others are those that the workload asks for.
 struct RunConfiguration {
   std::string word; // with which the workload asks for it
   std::string text;
   size_t firstItem = 0; // of its items in TraceDescription::algorithms
 };
 
-// All that one run goes by.
+// All that one run goes by, read and checked: two runs of one input give the same trace, byte for
+// byte.
+//
+// Shape:  indices of plant and workload are those of `description`, whose sensors are the board's
+//         by name and then the nodes of `shownNodes`.
+// Units:  `duration` in milliseconds.
+// Source: `readInputs`.
 struct RunInput {
   std::string environment;
   std::vector<RunConfiguration> configurations; // the first is in force at the start
@@ -34,17 +44,24 @@ struct RunInput {
 
 // Lets the daemon's objects run in virtual time against a plant.
 //
-// Time:  a pass takes none, so whoever waits its period after a pass has the next one exactly a
-//        period later. What falls on one millisecond happens in this order: the workload, the
-//        workers of step algorithms and then of monitors by their names, the sensor workers by
-//        their periods, the scenario thread, and the look at the plant's own nodes. A worker that
-//        is woken has its pass at once.
-//        On a device, too, a decision comes before the sample of its time: reading the nodes takes
-//        longer than deciding, so that the sensor workers fall a little behind with every pass.
-// Trace: a device or an item that moves several times in one pass shows its last move alone.
+// Time:    a pass takes none, so whoever waits its period after a pass has the next one exactly a
+//          period later. What falls on one millisecond happens in this order: the workload, the
+//          workers of step algorithms and then of monitors by their names, the sensor workers by
+//          their periods, the scenario thread, and the look at the plant's own nodes. A worker that
+//          is woken has its pass at once. On a device, too, a decision comes before the sample of
+//          its time: reading the nodes takes longer than deciding, so that the sensor workers fall
+//          a little behind with every pass.
+// Trace:   a device or an item that moves several times in one pass shows its last move alone.
+// Errors:  what is wrong with an input `readInputs` has told; std::system_error where the system
+//          has no file in memory left. The daemon's own messages go to its log, which the caller
+//          switches off.
+// Threads: the caller's alone. Of the daemon's workers the passes are called, and no body ever
+//          runs.
 class Engine {
 public:
-  // Told now and then how far the run is, and of what the user should know.
+  // Told now and then how far the run is, and of what the user should know. Both must be set.
+  //
+  // Units: virtual time in milliseconds; a progress for each minute of it.
   struct Listener {
     std::function<void(int64_t time)> progress;
     std::function<void(int64_t time, const std::string& what)> warning;
@@ -71,16 +88,20 @@ private:
     bool written = false;
     int32_t reading = 0;
   };
+  // A sensor of a worker, and its index in TraceDescription::sensors.
   struct SampledSensor {
     Sensor* sensor;
     size_t track;
   };
+  // One of the daemon's sensor workers, which sleeps while `due` is kNever.
   struct SensorWorker {
     SensorThread* thread;
     std::vector<Node*> nodes;
     std::vector<SampledSensor> sensors;
     int64_t due = 0;
   };
+  // What a worker of step algorithms and one of monitors have in common, whose types share no base
+  // that could be asked. `thread` only tells one from another.
   struct ItemWorker {
     const void* thread;
     int64_t period;
@@ -90,6 +111,7 @@ private:
     std::function<bool()> hasWoken;
     int64_t due;
   };
+  // An item and its index in TraceDescription::algorithms, with the level last shown.
   struct TrackedItem {
     const Algo* item;
     size_t track;

@@ -121,7 +121,9 @@ private:
   }
 
   void addConfiguration(RunInput& run, const std::string& word, const std::string& path) {
+    // Several runs may ask for one file.
     if (texts.count(path) == 0) texts[path] = readOrReport(path, problems);
+    // A daemon of its own: one that has read a configuration keeps its items.
     VirtualDaemon daemon(base.environment);
     if (const auto error = daemon.parseConfiguration(texts[path])) {
       problems.add(path, 0, "the daemon would end here: " + *error);
@@ -134,6 +136,8 @@ private:
       run.description.algorithms.push_back(std::move(track));
   }
 
+  // Against those of all configurations: which of them is in force when the workload asks is not
+  // known before the run.
   void checkScenarios() {
     for (const Change& change : base.workload.changes) {
       if (change.kind == Change::Kind::kScenario && scenarios.count(change.word) == 0)

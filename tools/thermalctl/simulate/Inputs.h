@@ -9,6 +9,11 @@
 #include "simulate/Problems.h"
 
 // What a user asks for.
+//
+// Shape:  paths as the user gave them, or put together from the board's folder. A limit is told by
+//         the name of a sensor or of a node of the plant.
+// Units:  limits in millidegrees Celsius, `duration` in milliseconds.
+// Source: the command line of "simulate", with the board's folder for what it does not name.
 struct SimulationRequest {
   std::string environment;
   std::vector<std::string> configurations; // one run for each
@@ -21,5 +26,8 @@ struct SimulationRequest {
   uint64_t seed = 0;
 };
 
-// Reads all files and checks them against each other. With problems the runs are of no use.
+// Reads all files and checks them against each other: the plant against the board, the workload
+// against both, the scenarios and configurations that it asks for against what is there. A file
+// that is wrong by itself may hide what it would be wrong with beside the others. With problems the
+// runs are of no use.
 std::vector<RunInput> readInputs(const SimulationRequest& request, Problems& problems);

@@ -27,6 +27,7 @@ public:
     for (size_t row = 0; row < size; ++row) {
       for (size_t inner = 0; inner < size; ++inner) {
         const double factor = at(row, inner);
+        // The rows of the inputs, about half of all, hold nothing but perhaps a 1 on the diagonal.
         if (factor == 0) continue;
         for (size_t column = 0; column < size; ++column)
           result.at(row, column) += factor * other.at(inner, column);
@@ -92,6 +93,7 @@ void Network::setCapacity(size_t node, double joulesPerKelvin) {
 }
 
 void Network::connect(size_t a, size_t b, double kelvinPerWatt) {
+  // Resistances between the same two ends stand side by side, and their conductances add up.
   conductances[a * nodeCount + b] += 1 / kelvinPerWatt;
   conductances[b * nodeCount + a] += 1 / kelvinPerWatt;
 }
@@ -112,6 +114,8 @@ std::vector<size_t> Network::nodesThatCannotCool() const {
     cools[node] = toAmbient[node] > 0;
     if (cools[node]) reached.push_back(node);
   }
+  // From the nodes next to the ambient on, along the resistances: whoever is not reached keeps its
+  // heat.
   while (!reached.empty()) {
     const size_t from = reached.back();
     reached.pop_back();
@@ -149,6 +153,12 @@ void Network::advance(int64_t milliseconds) {
   state.swap(next);
 }
 
+// The rates of change, in kelvin a second, as factors of the states and inputs:
+//
+//   C dT/dt = sum over its neighbours of (T_other - T) / R  +  (T_ambient - T) / R_ambient  +  P
+//   dO/dt   = (T_node - O) / lag, for an observer
+//
+// Nothing of an observer stands in a node's row: it does not load what it follows.
 Network::Rows Network::equations() const {
   Rows rows(state.size() * width(), 0.0);
   const auto at = [&](size_t row, size_t column) -> double& {
@@ -177,7 +187,9 @@ const Network::Rows& Network::solutionFor(int64_t milliseconds) {
   if (known != solutions.end()) return known->second;
   if (solutions.size() >= kSolutionsKept) solutions.clear();
 
-  // The inputs join the states as ones that never change.
+  // The inputs join the states as ones that never change, with rows of zeros: so one exponential
+  // gives both what becomes of the states and what the inputs add meanwhile, and no inverse is
+  // needed.
   Square matrix(width());
   const Rows rates = equations();
   for (size_t row = 0; row < state.size(); ++row) {

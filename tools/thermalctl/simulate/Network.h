@@ -8,10 +8,14 @@
 // A thermal network: nodes that store heat, resistances between them and to the ambient, and lagged
 // observers that follow a node without loading it.
 //
-// Units: J/K, K/W, W, degrees Celsius; milliseconds for time.
-// Exact: while powers and ambient are constant the network is linear, and `advance` applies the
-//        solution of its equations, the matrix exponential. The length of a step adds no error but
-//        that of the arithmetic.
+// Shape:  first it is built, then started, then it runs: what is set before `start` must not change
+//         behind it, because the solutions kept are those of one network.
+// Units:  J/K, K/W, W, degrees Celsius; milliseconds for time.
+// Exact:  while powers and ambient are constant the network is linear, and `advance` applies the
+//         solution of its equations, the matrix exponential. The length of a step adds no error but
+//         that of the arithmetic.
+// Errors: nothing is checked. Capacities and resistances must be above 0 and indices inside, as
+//         `readPlant` sees to.
 class Network {
 public:
   explicit Network(size_t nodeCount);
@@ -33,6 +37,8 @@ public:
 
   void addPower(size_t node, double watts) { inputs[node] += watts; }
 
+  // Powers and ambient hold through the whole step. The first step of a length costs as many matrix
+  // products as its solution takes, each further one a single product with a vector.
   void advance(int64_t milliseconds);
 
   double temperature(size_t node) const { return state[node]; }

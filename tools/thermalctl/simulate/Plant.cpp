@@ -71,8 +71,10 @@ void Plant::advanceTo(int64_t time) {
 int32_t Plant::reading(size_t probe) {
   const PlantDescription::Probe& sensor = plant.probes[probe];
   double celsius = network.temperature(observed[probe]) + sensor.offset;
+  // As in a sensor: what it has of the heat, noise included, is what it turns into steps.
   if (sensor.noise > 0) celsius += sensor.noise * noise[probe].normal();
   if (sensor.step > 0) celsius = std::round(celsius / sensor.step) * sensor.step;
+  // A plant may run away to any temperature; the daemon knows 32 bits.
   const double millidegrees =
       std::clamp<double>(std::round(celsius * 1000), std::numeric_limits<int32_t>::min(),
                          std::numeric_limits<int32_t>::max());
@@ -88,6 +90,8 @@ std::vector<Performance> Plant::performance() const {
   return all;
 }
 
+// A source gives off its idle power always, and for the share of time that it is busy that of its
+// level. Load without work, such as a display's brightness, is busy as told, whatever the level.
 void Plant::update(size_t index) {
   const PlantDescription::Source& source = plant.sources[index];
   Source& state = sources[index];

@@ -11,6 +11,14 @@
 
 // The board's heat in time: what the sources give off at the devices' levels and the workload's
 // loads, and what the sensors read of it.
+//
+// Shape:  between two changes everything is constant: whoever changes something first goes on to
+//         the time of the change.
+// Units:  degrees Celsius, the load as a share of 1, levels as indices into a device's table; time
+//         in milliseconds.
+// Errors: nothing is checked; `description` must be one that `readPlant` found no problem in. It
+//         must outlive the plant.
+// Source: the plant file; the noise comes of `seed` alone.
 class Plant {
 public:
   Plant(const PlantDescription& description, uint64_t seed);
@@ -48,6 +56,7 @@ private:
   void updatePowers();
 
   const PlantDescription& plant;
+  // Above `network`, whose making fills it.
   std::vector<size_t> observed; // by probe: the state of the network that it reads
   Network network;
   std::vector<Random> noise; // by probe

@@ -53,6 +53,7 @@ private:
   }
 
   void readResistances() {
+    // Only to be asked which nodes cannot cool.
     Network network(plant.nodes.size());
     for (TomlSection& section : root.list("resistance")) {
       const std::vector<std::string> ends = section.texts("between");
@@ -140,12 +141,15 @@ private:
       if (const auto node = nodeNamed(*several, name, name)) heats.emplace_back(*node, share);
       sum += share;
     }
+    // Shares such as 0.1 and 0.7 are no exact binary numbers.
     if (std::abs(sum - 1) > 1e-9)
       section.problem(section.line("nodes"), "the shares of 'nodes' must add up to 1");
     return heats;
   }
 
-  // P = a + b f^3, with f the number of the level's entry in units of `unit`.
+  // P = a + b f^3, with f the number of the level's entry in units of `unit`: the power of a
+  // processor grows with its clock and the square of its voltage, which grows with the clock as
+  // well.
   std::vector<double> wattsByLaw(TomlSection& law, std::optional<size_t> device, bool hasDevice) {
     const double a = law.atLeastZero("a").value_or(0);
     const double b = law.atLeastZero("b").value_or(0);

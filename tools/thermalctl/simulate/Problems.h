@@ -5,6 +5,9 @@
 #include <vector>
 
 // What is wrong with the input of a run: collected over all files, so that one look shows it all.
+//
+// Shape: the same text for the same line counts once: several runs may read one file.
+// Units: lines from 1.
 class Problems {
 public:
   // Without a line (0) the whole file is meant.

@@ -105,6 +105,7 @@ std::vector<std::pair<std::string, TomlSection>> TomlSection::named(const std::s
     if (auto inner = outer->section(std::string(name.str())))
       sections.emplace_back(name.str(), *inner);
   }
+  // The library keeps keys in alphabetical order, and the file's order is what the user knows.
   std::stable_sort(sections.begin(), sections.end(),
                    [](const auto& a, const auto& b) { return a.second.line() < b.second.line(); });
   return sections;
@@ -140,6 +141,7 @@ std::optional<std::string> TomlSection::word(const std::string& key) {
   if (node->is_string()) return node->value<std::string>();
   if (const std::optional<double> value = finite(*node)) {
     std::ostringstream text;
+    // As many digits as come back the way they were written: 0.1 and not 0.10000000000000001.
     text << std::setprecision(15) << *value;
     return text.str();
   }

@@ -13,6 +13,13 @@
 
 // One table of a TOML file. Whatever is wrong in it goes to the problems with its line; a key that
 // nobody asked for is wrong, too, since it is most likely a slip.
+//
+// Shape:  a key is asked for by the call that reads it, whether it is there or not; `has` and
+//         `line` do not ask.
+// Errors: a value of another type, or outside its bounds, is told once, and the caller gets nothing
+//         as if it were missing. So `missing` looks for the key and not for the value.
+// Source: the table of `parseToml`, which must outlive this, as must the file's name and the
+//         problems.
 class TomlSection {
 public:
   TomlSection(const toml::table& table_, const std::string& file_, Problems& problems_)

@@ -88,6 +88,7 @@ public:
   void problem(unsigned line, const std::string& what) { problems.add(file, line, what); }
 
   Workload finish() {
+    // At one time the file's order decides: the later of two changes of one thing is to hold.
     std::stable_sort(workload.changes.begin(), workload.changes.end(),
                      [](const Change& a, const Change& b) { return a.time < b.time; });
     checkLoads();

@@ -10,6 +10,11 @@
 #include "trace/Trace.h"
 
 // One thing that changes at one time and then holds.
+//
+// Shape:  `kind` says which of `index`, `value` and `word` have a meaning.
+// Units:  `time` in milliseconds since the workload's start, or that of its present repetition;
+//         `value` in degrees Celsius or as a share of 1. `line` is the file's, from 1.
+// Errors: whether there is a scenario or a configuration of that name is for `readInputs` to say.
 struct Change {
   enum class Kind { kAmbient, kLoad, kScenario, kConfiguration, kFault };
   int64_t time = 0; // in milliseconds
@@ -29,6 +34,13 @@ constexpr char kNonsense[] = "nonsense";
 constexpr char kValue[] = "value";
 } // namespace fault
 
+// What happens on the device in the course of a run.
+//
+// Shape:  in the order of the times, and at one time in that of the file. Every source has a load
+//         from time 0 on, from here or from the plant.
+// Units:  milliseconds; `repeat` lies behind every change.
+// Errors: promised only if `readWorkload` has told no problem.
+// Source: a file of the board's workloads, or one of the user's.
 struct Workload {
   std::vector<Change> changes;   // in the order of their times
   std::optional<int64_t> repeat; // starts again after this time
