@@ -6,6 +6,9 @@
 #include "text/Word.h"
 
 // One line of a section or an item below its type line.
+//
+// Shape: `words` holds all that stands behind the key, what the daemon does not look at included;
+//        it is empty for a key that stands alone.
 struct Property {
   Word key;
   // All words behind the key, those that the daemon does not look at included.
@@ -15,6 +18,11 @@ struct Property {
 };
 
 // What a section and an item have in common: a header and the lines that belong to it.
+//
+// Shape:  in the order of the file, with the places of all words, so that whatever is to be said
+//         about a block can be marked where it stands.
+// Errors: a block is never refused. What the daemon does not make of it is marked as such.
+// Source: one of the two files, up to the line at which the daemon takes the block to end.
 struct Block {
   // The header's first word, brackets included.
   Word header;

@@ -41,6 +41,7 @@ std::vector<Word> piecesOf(const Word& word) {
   std::vector<Word> pieces;
   size_t position = 0;
   for (std::string& text : texts) {
+    // As the daemon's tokenizer goes on: it passes over any number of "+".
     position = word.text.find_first_not_of('+', position);
     const int column = word.at.column + static_cast<int>(position);
     position += text.size();
@@ -66,6 +67,7 @@ public:
 
 private:
   void apply(const Property& property) {
+    // Both are tried whatever the item's kind: only keys that the kind knows come here.
     if (applyToMonitor(property) || applyToSS(property)) return;
     const std::string& key = property.key.text;
     if (key == "sensor") {
@@ -133,6 +135,7 @@ private:
 
   template <typename Row, typename Convert>
   static void appendRows(std::vector<Row>& rows, const std::vector<Word>& words, Convert convert) {
+    // By the words of this line and not behind the rows that are there: the daemon has it so.
     for (size_t i = 0; i < words.size(); ++i) {
       rows.push_back({words[i], {}});
       for (const Word& piece : piecesOf(words[i]))

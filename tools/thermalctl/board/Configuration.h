@@ -17,6 +17,9 @@ const std::vector<std::string>& itemKeys(ItemKind kind);
 
 // A line that changes the scenario in force for the items below it: "SCEN" with a name, or a "]"
 // that does not end an item.
+//
+// Shape:  a scenario may be entered by several lines; its items are those below all of them.
+// Errors: `readByDaemon` is false behind the place where the daemon ends.
 struct ScenarioLine {
   // "SCEN" or "]".
   Word keyword;
@@ -29,14 +32,16 @@ struct ScenarioLine {
   bool named() const { return !closes() && name.at.column != keyword.at.column; }
 };
 
-// A row of "actions" or "action_info": one word of the line, and its pieces between "+".
+// A row of "actions": one word of the line, and its pieces between "+".
 //
-// The rows of a second line of the same key are empty; their pieces stand in the rows of the first
-// line, as the daemon has it.
+// Shape: the rows of a second line of the same key are empty; their pieces stand in the rows of the
+//        first line, as the daemon has it. A piece that is no device of the board has a null
+//        section.
 struct DeviceRow {
   Word word;
   std::vector<Reference> pieces;
 };
+// A row of "action_info", in the shape of a DeviceRow: a level for each device of the same row.
 struct LevelRow {
   Word word;
   std::vector<Number> pieces;
@@ -44,6 +49,16 @@ struct LevelRow {
 
 enum class ItemEnd { kBlankLine, kBracket, kEndOfFile, kNextHeader };
 
+// An item of a configuration: what the daemon makes an algorithm of.
+//
+// Shape:  `kind` says which of the lists and numbers have a meaning. A value of which there is no
+//         line is the daemon's default, with an empty word.
+// Units:  temperatures in millidegrees Celsius, `sampling` in milliseconds, levels as indices into
+//         a device's table, `timeTickTrigger` in decisions.
+// Errors: `missing` and `created` say what the daemon makes of it; numbers are what the daemon
+//         reads, however wrong their words are.
+// Source: the lines from its header to a blank line, a "]" or the end of the file. Its references
+//         point into the environment, which must outlive it.
 struct Item : Block {
   // Behind an error in the type line: what the item was probably meant to be.
   ItemKind kind = ItemKind::kNone;
@@ -95,6 +110,10 @@ ItemKind meantKind(const std::string& word);
 void interpret(Item& item, const Environment& environment);
 
 // A place where the daemon ends.
+//
+// Shape:  a finding is made of `expected` and `found`; `message` is what the daemon logs.
+// Source: the first of a file is what the daemon does; the others come of reading on where it would
+//         not.
 struct ConfigurationError {
   enum Failure { kNoItem, kNoType, kBadType, kMissingProperty };
   // What should have stood there.
@@ -123,6 +142,11 @@ struct ConfigurationError {
 
 // An algorithm configuration, as the daemon reads it and, behind the place where it ends, as it
 // would once that place were put right.
+//
+// Shape:  in the order of the file. Items are never moved once they are read: errors and `meant`
+//         point at them, so that a Configuration is moved as a whole and not copied.
+// Errors: `errors`, the first of which ends the daemon.
+// Source: one file, and the environment for the names in it, which must outlive this.
 struct Configuration {
   Configuration() = default;
   // Errors and `meant` point at items.

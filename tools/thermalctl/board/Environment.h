@@ -23,7 +23,10 @@ const std::vector<std::string>& sectionKindWords();
 const std::vector<std::string>& sectionKeys(SectionKind kind);
 
 // A sensor's or device's name where one is referred to, and what the daemon finds under it at that
-// moment, or null. A virtual section finds only what stands further up.
+// moment, or null.
+//
+// Shape: a virtual section finds only what stands further up; an item finds the last section of
+//        that name.
 struct Reference {
   Word word;
   const Section* section = nullptr;
@@ -45,6 +48,13 @@ struct Level {
 };
 
 // A section of the environment file: a sensor, a device, or the name of the configuration.
+//
+// Shape:  `kind` says which of the fields have a meaning. A value of which there is no line is the
+//         daemon's default, with an empty word.
+// Units:  `sampling` in milliseconds, set points in millidegrees Celsius.
+// Errors: one of an unknown kind is kept, though the daemon drops it. Numbers are what the daemon
+//         reads, however wrong their words are.
+// Source: the lines from its header to a blank one.
 struct Section : Block {
   SectionKind kind = SectionKind::kUnknown;
   // The word "type"; nothing where no such line is.
@@ -77,6 +87,10 @@ struct Section : Block {
 };
 
 // A place where the daemon stops reading the environment, without a word and for good.
+//
+// Shape:  `section` is null for kNoHeader, and otherwise the one that the daemon stops at.
+// Source: the first of a file is what the daemon does; the others come of reading on where it would
+//         not.
 struct EnvironmentBreak {
   enum Cause {
     kNoHeader,     // a line where a header is expected does not begin with "["
@@ -92,6 +106,11 @@ struct EnvironmentBreak {
 
 // The environment file, as the daemon reads it and, behind the place where it stops, as it would
 // once that place were put right.
+//
+// Shape:  in the order of the file. Sections are never moved once they are read: they point at each
+//         other, and items at them, so that an Environment is moved as a whole and not copied.
+// Errors: `breaks`; none is raised, and an empty text gives an empty environment.
+// Source: one file.
 struct Environment {
   Environment() = default;
   // Sections point at each other, and the items of a configuration at them.

@@ -7,6 +7,10 @@
 #include "trace/Trace.h"
 
 // Writes a trace.csv (see csv::kHeader).
+//
+// Shape:  the columns' names once, then any number of runs one after the other.
+// Errors: left in the stream, which must outlive this. What is written reaches it at the end of
+//         each run, and in between in large pieces.
 class CsvTrace : public TraceSink {
 public:
   explicit CsvTrace(std::ostream& out);

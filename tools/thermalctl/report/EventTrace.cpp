@@ -19,6 +19,7 @@ void EventTrace::finish() {
 
 void EventTrace::begin(const TraceDescription& run) {
   ++process;
+  // By the threads' numbers, of which 0 is none.
   open.assign(kFirstAlgorithm + run.algorithms.size(), false);
   nameProcess(run.name);
   nameThread(kConfiguration, "configuration");
@@ -63,6 +64,7 @@ void EventTrace::configuration(int64_t time, const std::string& name) {
 }
 
 void EventTrace::end(int64_t time, const std::vector<Performance>&) {
+  // What is in force at the end is shown to be so up to there.
   for (size_t thread = 0; thread < open.size(); ++thread)
     endSlice(time, static_cast<int64_t>(thread));
   writer.flush();

@@ -8,6 +8,10 @@
 
 // The runs in the trace event format, for the Perfetto UI: each run a process, temperatures and
 // levels as counters, the scenario, the configuration and each algorithm as a thread of slices.
+//
+// Shape:  one JSON object, whole only after `finish`.
+// Units:  times in microseconds, as the format has them; counters in degrees Celsius and in levels.
+// Errors: left in the stream, which must outlive this.
 class EventTrace : public TraceSink {
 public:
   explicit EventTrace(std::ostream& out);
@@ -23,6 +27,7 @@ public:
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
 private:
+  // The numbers of a run's threads, which are also their order in the view.
   static constexpr int64_t kConfiguration = 1;
   static constexpr int64_t kScenario = 2;
   static constexpr int64_t kFirstAlgorithm = 3;

@@ -66,6 +66,7 @@ Json describeAll(const std::vector<Track>& tracks, const std::vector<Series>& co
 }
 
 // Fit to stand inside a script element, which the text could otherwise end.
+// A "<" is in strings alone, where the escape means the same.
 std::string escapedForScript(const std::string& json) {
   std::string escaped;
   for (const char character : json) {
@@ -101,6 +102,7 @@ std::string escapedForHtml(const std::string& text) {
 } // namespace
 
 void HtmlReport::NameSeries::add(int64_t time, const std::string& name) {
+  // A run has a handful of names.
   const auto known = std::find(names.begin(), names.end(), name);
   indices.add(time, static_cast<int32_t>(known - names.begin()));
   if (known == names.end()) names.push_back(name);

@@ -11,7 +11,9 @@
 
 // The runs laid over each other in one page that needs nothing else: no network, no other file.
 //
+// Shape:  nothing is written before `write`.
 // Memory: bounded, however long the runs are (see Series).
+// Errors: left in the stream. Bytes that are not UTF-8 are replaced.
 class HtmlReport : public TraceSink {
 public:
   explicit HtmlReport(std::string title_) : title(std::move(title_)) {}

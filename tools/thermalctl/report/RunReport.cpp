@@ -26,6 +26,7 @@ std::optional<std::string> RunReport::finish() {
   if (!files) return std::nullopt;
   files->events.finish();
   files->html.write(files->pageFile);
+  // What the disk refuses may come to light only here.
   files->csvFile.close();
   files->eventFile.close();
   files->pageFile.close();

@@ -14,6 +14,11 @@
 #include "trace/Trace.h"
 
 // All that comes of comparing runs: the figures and, in a directory, the two traces and the page.
+//
+// Shape:  `writeTo`, if files are wanted, comes before the first run and `finish` behind the last.
+// Errors: told as "PATH: cannot be written", the first alone. A directory that cannot be written is
+//         found before the runs and not behind them; what fails meanwhile is found by `finish`. The
+//         files of a run that is broken off are left as they are.
 class RunReport : public TraceSink {
 public:
   // Makes the directory, if need be, and begins its files. Returns what stands in the way.

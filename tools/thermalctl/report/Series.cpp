@@ -10,6 +10,8 @@ using Points = std::vector<Point>;
 
 // What stays of the points from `first` to `last`, which lie in one stretch.
 void keepOutline(Points::const_iterator first, Points::const_iterator last, Points& outline) {
+  // One point may be several of the four: it stays once, and all of them in the order of their
+  // times.
   const auto [lowest, highest] = std::minmax_element(
       first, last, [](const Point& a, const Point& b) { return a.value < b.value; });
   std::array<Points::const_iterator, 4> picks{first, lowest, highest, last - 1};
@@ -52,6 +54,8 @@ void Series::thin() {
   // Down to a half, so that what it costs is spread over as many points to come.
   Points outline = outlineOf(kept, stretch);
   while (outline.size() > capacity / 2) {
+    // Stretches begin at multiples of their length, so that a longer one is made of whole shorter
+    // ones, and the outline of an outline is that of the points themselves.
     stretch *= 2;
     outline = outlineOf(outline, stretch);
   }

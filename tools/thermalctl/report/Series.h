@@ -7,11 +7,15 @@
 
 // The course of one value, in bounded memory.
 //
-// Shape: whole as long as it fits. From then on each stretch of time keeps its first, lowest,
-//        highest and last point, so that no extreme is lost and a value that holds until the next
-//        point is right wherever a stretch ends. The stretches grow with the run.
+// Shape:  whole as long as it fits. From then on each stretch of time keeps its first, lowest,
+//         highest and last point, so that no extreme is lost and a value that holds until the next
+//         point is right wherever a stretch ends. The stretches grow with the run.
+// Units:  milliseconds since the start of the run, none below 0; the value in the unit of what it
+//         is the course of.
+// Memory: 16 bytes a point, and `capacity` points at most.
 class Series {
 public:
+  // From its time on the value holds, up to the next point.
   struct Point {
     int64_t time = 0; // milliseconds
     int32_t value = 0;

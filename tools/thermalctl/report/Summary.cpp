@@ -83,6 +83,7 @@ std::string limitVerdict(const TimeAtValue& record, int32_t limit) {
 }
 
 // An entry's number, such as a clock; 0 for a text.
+// What stands behind the digits is let be: "1800000kHz" counts as its number.
 double numberOf(const std::string& entry) {
   return std::strtod(entry.c_str(), nullptr);
 }
@@ -92,6 +93,7 @@ std::string meanOfFirst(const std::vector<std::string>& entries, const TimeAtVal
   double given = 0;
   for (const auto& [level, time] : record.all()) {
     const auto index = static_cast<size_t>(level);
+    // A record whose board is not known names levels and no entries.
     if (index >= entries.size()) return kNothing;
     given += numberOf(entries[index]) * static_cast<double>(time);
   }
@@ -181,6 +183,8 @@ void Summary::addSensor(const SensorTrack& sensor, Table& table) const {
   };
   add("peak, degrees C", [](const TimeAtValue& record) { return inDegrees(record.highest()); });
   add("mean", [](const TimeAtValue& record) { return inDegrees(record.mean()); });
+  // Of all runs, so that a run is judged by the other ones' thresholds, too: only so do the rows
+  // compare.
   std::set<Mark> marks;
   for (const Run& run : runs)
     addMarks(run.description, sensor, marks);
@@ -190,6 +194,7 @@ void Summary::addSensor(const SensorTrack& sensor, Table& table) const {
       const auto* record = recordOf(run.description.sensors, run.temperatures, sensor);
       return record && mark.timePast(*record) > 0;
     });
+    // A row of zeros for each would hide the others.
     if (!reached) {
       never += (never.empty() ? "" : ", ") + mark.label();
       continue;

@@ -11,6 +11,11 @@
 class Table;
 
 // Runs in figures, side by side.
+//
+// Shape:  tracks of one name share their rows, whichever runs have them; "-" stands where a run has
+//         no such value.
+// Units:  shown in degrees Celsius with one digit, h:mm:ss, per cent, and changes per minute.
+// Memory: grows with the number of different values, not with the length of a run.
 class Summary : public TraceSink {
 public:
   void begin(const TraceDescription& run) override;

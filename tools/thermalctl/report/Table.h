@@ -5,6 +5,10 @@
 #include <vector>
 
 // Rows of a group, a label and a cell for each column, aligned when they are printed.
+//
+// Shape: the rows of one group come one after the other; in between another group its name is shown
+//        again.
+// Units: widths are counted in characters of UTF-8.
 class Table {
 public:
   explicit Table(const std::vector<std::string>& columns);

@@ -19,6 +19,7 @@ void TimeAtValue::set(int64_t time, int32_t value) {
   if (current == value) return;
   if (current) ++changeCount;
   current = value;
+  // A value that another replaces at the same time was still there: it may be the highest.
   times.try_emplace(value, 0);
 }
 

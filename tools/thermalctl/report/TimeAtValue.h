@@ -4,9 +4,11 @@
 #include <map>
 #include <optional>
 
-// How long a value that holds until its next change stood at what. Times in milliseconds.
+// How long a value that holds until its next change stood at what.
 //
+// Units:  milliseconds; the value in the unit of what it is the record of.
 // Memory: grows with the number of different values, not with time.
+// Errors: `lowest`, `highest` and `mean` ask for a record that is not empty.
 class TimeAtValue {
 public:
   // Times never fall. The first value begins the record.

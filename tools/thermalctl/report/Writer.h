@@ -7,6 +7,10 @@
 
 // Puts text together in a block of its own before the stream sees it: traces have millions of short
 // pieces.
+//
+// Shape:  what is in the block reaches the stream when it is full, by `flush`, or at the end of the
+//         scope.
+// Errors: left in the stream, which must outlive this.
 class Writer {
 public:
   explicit Writer(std::ostream& out_) : out(out_) {}
@@ -23,6 +27,7 @@ public:
   void flush();
 
 private:
+  // Bytes.
   static constexpr size_t kBlock = 1 << 16;
 
   std::ostream& out;
