@@ -92,6 +92,7 @@ void print(const Inspection& inspection, const std::string& format) {
 }
 
 ExitStatus statusOf(const Inspection& inspection, bool werror) {
+  // Even if all that was read is fine: it is no answer to what was asked.
   if (!inspection.unread.empty()) return kCouldNotRun;
   const size_t problems = werror ? inspection.findings.size() : errorsIn(inspection.findings);
   return problems > 0 ? kProblems : kFine;

@@ -27,6 +27,7 @@ void addCommand(CLI::App& app, const Command& command, int& status) {
   CommandLine line(added);
   command.addOptions(line);
   added->footer(command.examples);
+  // The library calls it while it parses, and lets its exceptions through.
   added->callback([&command, &status] { status = command.run(); });
   added->group("Commands");
 }

@@ -15,6 +15,10 @@ class Option;
 } // namespace CLI
 
 // How one option is written, shown and held to.
+//
+// Shape:  the calls follow one another on one option. It is good as long as the command line is
+//         read.
+// Errors: what the user gives against it is told by the library, and no command runs.
 class CommandOption {
 public:
   explicit CommandOption(CLI::Option* option_) : option(option_) {}
@@ -37,7 +41,12 @@ private:
 };
 
 // The options of one command. Each leaves what the user gave in `value`, which must outlive the
-// command. Names without "--" are those of arguments.
+// command.
+//
+// Shape:  names without "--" are those of arguments. A value that the user does not give stays as
+//         it was: that is its default.
+// Errors: a text that is no number, where `value` is one, is told by the library, and no command
+//         runs.
 class CommandLine {
 public:
   explicit CommandLine(CLI::App* app_) : app(app_) {}
@@ -56,10 +65,18 @@ private:
 };
 
 // A command line that only the command itself can tell to be wrong.
+//
+// Errors: its text is shown like the library's own complaints, and the exit status is kCouldNotRun.
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// One of the things that the tool can do.
+//
+// Shape:  `addOptions` is called for every command before any is run, and `run` for the one that
+//         the user names. What the two share, the options' values, is held by both.
+// Errors: `run` tells them itself, on standard error, and returns the status. It may throw a
+//         UsageError; of any other exception the tool shows the text and ends with kCouldNotRun.
 struct Command {
   const char* name;
   const char* description;

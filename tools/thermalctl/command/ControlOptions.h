@@ -6,6 +6,9 @@
 #include "command/CommandLine.h"
 
 // The options that several commands beside a running daemon share.
+//
+// Units: `timeout` in seconds, as the user types them; held to 0.1 to 86400 where the option is
+//        there.
 struct ControlOptions {
   std::string directory = kDaemonDirectory;
   double timeout = 10; // seconds

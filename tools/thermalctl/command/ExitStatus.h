@@ -2,7 +2,8 @@
 
 #include <string>
 
-// How a command ended, and the exit status that tells it.
+// How a command ended, and the exit status that tells it: scripts go by these, so that no number
+// ever gets another meaning. "Problems" is an answer, "could not run" is none.
 enum ExitStatus { kFine = 0, kProblems = 1, kCouldNotRun = 2 };
 
 // Where the daemon has its files on a device.

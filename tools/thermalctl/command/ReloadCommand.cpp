@@ -128,6 +128,7 @@ ExitStatus run(const Options& options) {
   if (errorsIn(findings) > 0 && !options.force)
     return complain(kProblems, options.name() + " has errors, so it was not asked for (--force asks"
                                                 " for it all the same)");
+  // The findings stand above whatever the request has to tell on standard error.
   std::cout << std::flush;
   return reload(options, file.text(), inspection.configurations.front().fatal() != nullptr);
 }

@@ -77,6 +77,7 @@ private:
 void setLimits(const std::vector<std::string>& limits, SimulationRequest& request,
                Problems& problems) {
   for (const std::string& limit : limits) {
+    // A sensor's name may hold an "=", a number does not.
     const size_t equals = limit.rfind('=');
     const std::string number = equals == std::string::npos ? "" : limit.substr(equals + 1);
     char* end = nullptr;
@@ -140,7 +141,9 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
 }
 
 ExitStatus runSimulation(const Options& options) {
+  // The daemon's classes would log here as they do on a device.
   logEnabled = false;
+  // Every sensor, configuration and control file of a run is an open file in memory.
   raiseFileLimit();
   Problems problems;
   const SimulationRequest request = requestOf(options, problems);

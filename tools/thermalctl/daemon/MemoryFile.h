@@ -4,6 +4,11 @@
 
 // A file without a name on any disk: what the daemon's objects read and write through its path
 // touches nothing of the host and is gone with the process.
+//
+// Shape:  `path` is good in this process alone, and as long as the object lives. Whoever opens it
+//         gets a position of its own.
+// Errors: std::system_error, when the system gives no file or no room. Each takes one of the
+//         process's open files, of which `raiseFileLimit` gets more.
 class MemoryFile {
 public:
   explicit MemoryFile(const std::string& text = "");

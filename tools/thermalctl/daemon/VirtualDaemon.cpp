@@ -86,11 +86,13 @@ std::optional<size_t> indexOf(const std::vector<Track>& tracks, const std::strin
 }
 
 void describeDetails(const Monitor& monitor, const TraceDescription& board, AlgorithmTrack& track) {
+  // With `lowactive` the daemon keeps temperatures negated.
   const auto asWritten = [&monitor](int32_t stored) {
     return monitor.lowactive ? wrapNegate(stored) : stored;
   };
   const auto& clear = monitor.thresholdsClr;
   for (size_t i = 0; i < monitor.thresholds.size(); ++i) {
+    // A level without a clearing threshold is left at its own, as the monitor does it.
     const int32_t reached = monitor.thresholds[i];
     track.thresholds.push_back(
         {asWritten(reached), asWritten(i < clear.size() ? clear[i] : reached)});

@@ -17,6 +17,10 @@ class Algo;
 
 // The scenario thread without a thread: its own cycle, with someone else to carry out what it has
 // to wait for.
+//
+// Shape:   `change` and `load` must be set before a cycle that finds something to do: they stand
+//          for the change with the sensor threads and for the reading of a configuration.
+// Threads: the caller's. The cycle goes on when `change` or `load` returns.
 class VirtualScenarioThread : public ScenarioThread {
 public:
   // Takes the place of the thread that `owner` has.
@@ -40,6 +44,14 @@ protected:
 // The daemon with all of its objects and none of its threads, and with files in memory for those of
 // the device: the sensors' nodes, the two control files and the configurations. No device of the
 // host is opened.
+//
+// Shape:   the daemon's own registries, by name, as its parsers fill them. Its objects belong to
+//          it.
+// Errors:  an environment is read as far as the daemon reads it, without a word. A configuration on
+//          which the daemon would end is told; what was read before that point stays.
+// Threads: the caller's alone: passes are called, thread bodies never.
+// Source:  the texts of an environment and of configurations; a device's node is nowhere, a
+//          sensor's where `connect` puts it.
 class VirtualDaemon : public ThermalMain {
 public:
   explicit VirtualDaemon(const std::string& environment);

@@ -68,6 +68,7 @@ StatusRow readSensor(const Section& sensor) {
   if (!reading.hasContent())
     return faultIn(row, reading.fault + reading.reserve + (path.empty() ? "" : ": " + path));
   std::string word;
+  // The daemon reads the first word, and of that the digits at its front.
   std::istringstream(reading.content) >> word;
   row.value = degreesInFull(parseInt32(word)) + " C";
   if (word.empty()) return faultIn(row, "empty, which reads as 0");
@@ -91,6 +92,7 @@ std::string written(const Section& device, const std::string& entry) {
 std::optional<size_t> levelOf(const Section& device, const std::string& value) {
   const auto& levels = device.levels;
   const auto entry = std::find_if(levels.begin(), levels.end(), [&](const Level& level) {
+    // A node that merely keeps its text may also hold the entry as the table has it.
     return value == written(device, level.text) || value == level.text;
   });
   if (entry == levels.end()) return std::nullopt;

@@ -6,7 +6,11 @@
 #include "board/Environment.h"
 #include "control/ControlFile.h"
 
-// A row of the status table. An empty cell is shown as "-".
+// A row of the status table.
+//
+// Shape: an empty cell is shown as "-"; `level` is "INDEX of LAST", for a device whose value stands
+//        in its table.
+// Units: a sensor's value in degrees Celsius, a device's in whatever its driver gives.
 struct StatusRow {
   enum Mood { kCalm, kCooling, kFault };
   std::string name;
@@ -19,6 +23,13 @@ struct StatusRow {
 };
 
 // What the files beside the daemon tell of it.
+//
+// Shape:  sensors and devices in the order of the environment file, each name once: what the daemon
+//         drops or another of its name replaces is not there.
+// Errors: a row in the mood kFault says in its note what is wrong with its file; nothing keeps the
+//         others from being read.
+// Source: the control files and the nodes as they are now. The daemon is not asked, and may not
+//         even run.
 struct BoardStatus {
   StatusRow scenario;
   StatusRow request;

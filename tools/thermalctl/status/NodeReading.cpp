@@ -11,7 +11,7 @@
 
 namespace {
 
-// As much as a kernel node ever holds.
+// As much as a kernel node ever holds: one page.
 constexpr off_t kMost = 4096;
 
 NodeReading failed() {
@@ -26,6 +26,7 @@ NodeReading reserved(const char* reason) {
 NodeReading readEnd(const FileHandle& file, off_t size) {
   std::string content;
   std::array<char, kMost> chunk;
+  // A report grows without end, and its last lines are the news.
   off_t at = size > kMost ? size - kMost : 0;
   for (;;) {
     const ssize_t got = ::pread(file.get(), chunk.data(), chunk.size(), at);
@@ -50,6 +51,7 @@ NodeReading readNode(const std::string& path) {
   if (S_ISFIFO(status.st_mode)) return reserved("a pipe");
   if (!S_ISREG(status.st_mode)) return reserved("not a file");
   if ((status.st_mode & (S_IRUSR | S_IRGRP | S_IROTH)) == 0) return reserved("write-only");
+  // It may have become a pipe since: opening one must not wait for a writer.
   const FileHandle file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   return file ? readEnd(file, status.st_size) : failed();
 }

@@ -54,6 +54,7 @@ void addRows(std::vector<TerminalLine>& lines, const Cells& heading,
   lines.push_back({});
   const size_t first = lines.size();
   for (std::string& line : inColumns(cells, heading.size())) {
+    // A row without a note would end in the white space between its columns.
     line.erase(line.find_last_not_of(' ') + 1);
     lines.push_back({line, looks[lines.size() - first]});
   }

@@ -12,6 +12,7 @@
 
 namespace {
 
+// The alternate screen, so that the text before comes back, and the cursor.
 constexpr char kTakeOver[] = "\x1B[?1049h\x1B[?25l";
 constexpr char kGiveBack[] = "\x1B[?25h\x1B[?1049l";
 constexpr char kHome[] = "\x1B[H";
@@ -19,6 +20,7 @@ constexpr char kEraseToLineEnd[] = "\x1B[K";
 constexpr char kEraseBelow[] = "\x1B[J";
 
 struct Size {
+  // Of a terminal that does not tell: what terminals have had since the VT100.
   size_t lines = 24;
   size_t columns = 80;
 };
@@ -67,6 +69,7 @@ LiveTerminal::~LiveTerminal() {
   print(kGiveBack);
   ::tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
   ::sigprocmask(SIG_SETMASK, &signalsBefore, nullptr);
+  // Last, with the terminal as it was, so that the shell sees how the program really ended.
   if (endedBy != 0) ::raise(endedBy);
 }
 
@@ -75,6 +78,7 @@ void LiveTerminal::draw(const std::vector<TerminalLine>& lines, Colour colour) {
   const size_t count = std::min(lines.size(), size.lines);
   std::string text = kHome;
   for (size_t i = 0; i < count; ++i) {
+    // Between the lines and not behind them: a line feed in the last one would scroll the screen.
     if (i > 0) text += "\r\n";
     text += shown(lines[i], colour, size.columns) + kEraseToLineEnd;
   }
@@ -85,6 +89,7 @@ bool LiveTerminal::goesOnAfter(std::chrono::milliseconds time) {
   using Clock = std::chrono::steady_clock;
   const Clock::time_point end = Clock::now() + time;
   for (;;) {
+    // Rounded up: a rest of less than a millisecond would be waited for in a busy loop.
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     if (left.count() <= 0) return true;
     std::array<pollfd, 2> sources = {pollfd{STDIN_FILENO, POLLIN, 0},

@@ -14,6 +14,10 @@
 // A terminal taken over for a table that is drawn again and again: keys come at once and unseen,
 // the cursor is hidden, the text before is kept. With the scope it is given back as it was; if a
 // signal ended the wait, the program then ends by that signal.
+//
+// Errors:  what the terminal refuses is lost without a word: there is nowhere to tell it.
+// Threads: one, in a process that has no others: the signals that would end it are blocked for the
+//          thread that makes this, and read as they come.
 class LiveTerminal {
 public:
   // Whether keys and the table are on a terminal at all.

@@ -4,6 +4,9 @@
 
 // A line that is written over again and again; gone with the scope. Nothing is shown where the file
 // is no terminal.
+//
+// Shape:  the text must be printable and shorter than the terminal is wide: one that wraps stays.
+// Errors: none: what a terminal does not take is no loss.
 class ProgressLine {
 public:
   explicit ProgressLine(int fileDescriptor);

@@ -42,6 +42,8 @@ size_t characterSize(std::string_view text) {
     unsigned char firstFrom, firstTo, secondFrom, secondTo;
     size_t size;
   };
+  // What Unicode calls well-formed: no character in more bytes than it needs, no half of a
+  // surrogate pair, nothing behind U+10FFFF. All of that shows in the first two bytes.
   static constexpr std::array<Sequence, 8> kSequences = {{{0xC2, 0xDF, 0x80, 0xBF, 2},
                                                           {0xE0, 0xE0, 0xA0, 0xBF, 3},
                                                           {0xE1, 0xEC, 0x80, 0xBF, 3},

@@ -11,6 +11,7 @@ using Row = std::vector<std::string>;
 std::vector<size_t> widthsOf(const std::vector<Row>& rows) {
   std::vector<size_t> widths(rows.front().size());
   for (const Row& row : rows) {
+    // A last cell that may run on does not widen its column.
     const size_t aligned = row.size() < widths.size() ? row.size() - 1 : row.size();
     for (size_t i = 0; i < aligned; ++i)
       widths[i] = std::max(widths[i], charactersIn(row[i]));

@@ -14,7 +14,8 @@ bool same(char a, char b) {
 // Nobody means a name as long as this for another; comparing such would take its time.
 constexpr size_t kLongest = 100;
 
-// The slips that a word of this length may hold and still be recognised.
+// The slips that a word of this length may hold and still be recognised. One of two letters could
+// be a slip for any other.
 size_t tolerance(size_t length) {
   return length < 3 ? 0 : length < 6 ? 1 : length < 12 ? 2 : 3;
 }
@@ -34,6 +35,7 @@ size_t editDistance(const std::string& a, const std::string& b) {
     for (size_t j = 1; j <= b.size(); ++j) {
       const size_t replaced = above[j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1);
       row[j] = std::min({above[j] + 1, row[j - 1] + 1, replaced});
+      // Two letters that have changed places are one slip and not two.
       if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
         row[j] = std::min(row[j], rows[(i - 2) % 3][j - 2] + 1);
     }

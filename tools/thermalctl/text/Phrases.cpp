@@ -24,6 +24,7 @@ std::string counted(size_t number, const std::string& what) {
 
 std::string degreesInFull(int32_t millidegrees) {
   const int64_t amount = std::abs(static_cast<int64_t>(millidegrees));
+  // The 1000 keeps the zeros in front of the fraction.
   return (millidegrees < 0 ? "-" : "") + std::to_string(amount / 1000) + "." +
          std::to_string(1000 + amount % 1000).substr(1);
 }

@@ -15,6 +15,7 @@ bool PlacedText::nextLine() {
     line.seekg(0);
     return true;
   }
+  // At its end the stream gives nothing more, however often it is asked.
   if (in.good()) ++fetched;
   if (getString(in, line) != 0) return false;
   takeInHand();

@@ -9,6 +9,10 @@
 
 // A file as the daemon reads it: line by line, and word by word from the line in hand. It reads
 // with the daemon's own functions and adds only the places.
+//
+// Shape: a line is in hand from `nextLine` on until another one is; a blank one never is.
+// Units: places as in Position, lines and columns from 1, columns in bytes of the line as it stands
+//        in the file, its indentation included.
 class PlacedText {
 public:
   explicit PlacedText(const std::string& content);

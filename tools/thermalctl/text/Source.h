@@ -4,8 +4,10 @@
 #include <string>
 #include <vector>
 
-// A line of a file and where each of its characters begins. A byte that is not UTF-8 is a character
-// of its own.
+// A line of a file and where each of its characters begins.
+//
+// Shape: without its line feed. A byte that is not UTF-8 is a character of its own.
+// Units: `starts` in bytes from 0, one for each character.
 struct Line {
   std::string text;
   std::vector<size_t> starts;
@@ -15,6 +17,11 @@ struct Line {
 };
 
 // The content of a file with its lines at hand.
+//
+// Shape:   lines from 1. `line` refers to one place, which the next call for another line
+//          overwrites: a long line with many findings is taken apart once.
+// Errors:  a line that the file does not have is an empty one.
+// Threads: one, for `line` changes what it keeps.
 class Source {
 public:
   explicit Source(std::string content);
