@@ -8,6 +8,7 @@ namespace {
 
 void sortByPlace(std::vector<Finding>& findings, const Subject& subject) {
   std::map<std::string, size_t> ranks = {{subject.environment.file, 0}};
+  // In the user's order and not by name, the board first: it is what the others are judged by.
   for (const Configuration& configuration : subject.configurations)
     ranks.emplace(configuration.file, ranks.size());
   const auto place = [&ranks](const Finding& finding) {

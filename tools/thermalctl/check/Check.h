@@ -10,5 +10,5 @@
 const std::vector<Rule>& allRules();
 
 // Every finding of every rule but the `disabled` ones, in the order of the files, lines and
-// columns.
+// columns. Those of one place stand in the order of the rules.
 std::vector<Finding> check(const Subject& subject, const std::set<std::string>& disabled);

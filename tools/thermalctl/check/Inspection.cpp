@@ -53,6 +53,7 @@ void readConfigurations(Inspection& inspection, const std::vector<std::string>& 
     if (!done.insert(name).second) continue;
     const std::string* content = readInto(inspection, name);
     if (!content) continue;
+    // Read twice: first for the names that it uses, then on a board that has them.
     if (!inspection.hasBoard)
       assumeNames(inspection.environment, readConfiguration(name, *content, Environment()));
     inspection.configurations.push_back(readConfiguration(name, *content, inspection.environment));
@@ -62,6 +63,7 @@ void readConfigurations(Inspection& inspection, const std::vector<std::string>& 
 std::set<std::string> disabledRules(const InspectionOrder& order, bool hasBoard) {
   std::set<std::string> disabled = order.disabledRules;
   if (hasBoard) return disabled;
+  // Of a file that could not be read nothing can be said; an empty one has findings of its own.
   for (const Rule& rule : environmentRules())
     disabled.insert(rule.name);
   return disabled;

@@ -56,6 +56,7 @@ struct Reason {
 };
 
 Reason whyNoItem(const std::string& word) {
+  // First, for what follows the mark is a part of the same word.
   if (startsWith(word, "\xEF\xBB\xBF"))
     return {"the file begins with a byte order mark and not with '[' or 'SCEN'",
             "save the file without a byte order mark"};
@@ -195,6 +196,7 @@ constexpr Rule kMissingProperty = {
 
 void checkForZero(const Configuration& configuration, const Item& item, const char* key,
                   const Number& point, Findings& findings) {
+  // A word without digits is 0, too, but that is what another rule tells.
   if (point.word.text.empty() || point.value != 0 || !sound(point)) return;
   findings.add(configuration.file, point.word,
                "the daemon takes 0 for no value" + endForWantOf(configuration, item, key),

@@ -65,6 +65,7 @@ std::string endForWantOf(const Configuration& configuration, const Item& item,
 
 std::string meantKey(const Item& item, const Property& property) {
   if (property.known || item.kind == ItemKind::kNone) return "";
+  // A key of the other kind is no slip: it was written as it was meant.
   const ItemKind other = item.kind == ItemKind::kSS ? ItemKind::kMonitor : ItemKind::kSS;
   if (contains(itemKeys(other), property.key.text)) return "";
   return nearest(property.key.text, itemKeys(item.kind));
@@ -82,6 +83,7 @@ bool standsAlone(const Item& item, const std::string& key) {
 
 bool meantLowactive(const Item& item) {
   if (item.lowactive || misspelt(item, "lowactive")) return true;
+  // "yes", "1" or "True" were meant for "true", and the daemon takes them for false.
   return item.lowactiveWord && item.lowactiveWord->text != "false";
 }
 
@@ -117,6 +119,8 @@ bool hasStrayPlus(const Word& word) {
 }
 
 bool rowsAsWritten(const Item& item) {
+  // The daemon puts the pieces of a second line into the rows of the first: what a rule would
+  // compare then is nothing that anyone wrote.
   return linesWith(item, "actions") == 1 && linesWith(item, "action_info") == 1 &&
          !anyStrayPlus(item.actions) && !anyStrayPlus(item.actionInfo);
 }

@@ -30,6 +30,10 @@ bool standsAlone(const Item& item, const std::string& key);
 // Whether the item is to act on cold, a word that the daemon does not take for "true" included.
 bool meantLowactive(const Item& item);
 
+// A number of an item and the key behind which it stands.
+//
+// Shape: `key` is a constant; `number` belongs to the item. Those whose key stands alone are not
+//        there: they have no word of their own.
 struct KeyedNumber {
   const char* key;
   const Number* number;
@@ -38,12 +42,14 @@ struct KeyedNumber {
 std::vector<KeyedNumber> temperaturesOf(const Item& item);
 std::vector<KeyedNumber> numbersOf(const Item& item);
 
+// Without digits a list is likely to be a text in the wrong place: its length then says nothing.
 bool haveDigits(const std::vector<Number>& list);
 
 // The pieces of an "actions" word are not what they look like.
 bool hasStrayPlus(const Word& word);
 // Whether row i of "actions" and "action_info" is word i of its one line.
 bool rowsAsWritten(const Item& item);
+// How many rows have devices as well as levels: the daemon goes no further.
 size_t completeRows(const Item& item);
 
 bool isOfKind(const Section* device, const char* kind);

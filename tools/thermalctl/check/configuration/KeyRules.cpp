@@ -24,6 +24,7 @@ bool isComment(const std::string& word) {
 template <typename Visit> void forEachIgnored(const Subject& subject, Visit visit) {
   forEachProperty(subject, [&](const Configuration& configuration, const Item& item,
                                const Property& property) {
+    // That has a rule of its own.
     const bool bracketAfterType = &property == &item.properties.front() && property.key.text == "]";
     if (item.kind == ItemKind::kNone || property.known || bracketAfterType) return;
     visit(configuration, item, property);
@@ -35,6 +36,7 @@ void itemKeyMisspelt(const Subject& subject, Findings& findings) {
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         const std::string key = meantKey(item, property);
         if (key.empty()) return;
+        // A slip beside the right key costs nothing but itself.
         const bool given = item.last(key) != nullptr;
         findings.add(configuration.file, property.key,
                      "the daemon ignores " + quoted(property.key.text) +
@@ -123,6 +125,7 @@ void itemKeyWithoutValue(const Subject& subject, Findings& findings) {
       subject, [&](const Configuration& configuration, const Item& item, const Property& property) {
         if (!property.known || !property.words.empty()) return;
         const std::string& key = property.key.text;
+        // The daemon goes by the last line of a key.
         const bool counts = item.last(key) == &property;
         findings.add(configuration.file, property.key,
                      effectOfStandingAlone(key) +

@@ -101,7 +101,8 @@ constexpr Rule kUnknownDevice = {
     "the rows of a monitor nothing is reported at all: the device is just never driven.",
     unknownDevice};
 
-// All words that stand behind any key of any item, taken apart at "+".
+// All words that stand behind any key of any item, taken apart at "+". Of any key, since a name
+// behind a misspelt one was meant to be used: the slip is the finding.
 std::set<std::string> wordsOfItems(const Subject& subject) {
   std::set<std::string> words;
   forEachItem(subject, [&words](const Configuration&, const Item& item) {
@@ -133,6 +134,7 @@ void addSourcesAndTrips(const Environment& environment, std::set<std::string>& u
   }
 }
 
+// Where no configuration has an item everything is unused, and that is told of the configuration.
 bool anyItem(const Subject& subject) {
   return std::any_of(subject.configurations.begin(), subject.configurations.end(),
                      [](const Configuration& each) { return !each.items.empty(); });
@@ -198,6 +200,8 @@ std::set<const Section*> devicesOf(const Item& item) {
   return devices;
 }
 
+// A device keeps its requests by the names of those who ask: only two items of one name and
+// scenario that drive the same device get in each other's way.
 void itemNameTwice(const Subject& subject, Findings& findings) {
   // By file, scenario, name and device: the header's line of the first such item.
   std::map<std::tuple<std::string, std::string, std::string, const Section*>, int> first;
@@ -250,6 +254,8 @@ Names missingIn(const Watched& scenario, const Watched& standard) {
   return missing;
 }
 
+// A scenario shares no item with another, so that whoever copies some of Default's items into one
+// forgets the rest easily. What Default itself does not watch nobody can be said to have forgotten.
 void sensorUnwatched(const Subject& subject, Findings& findings) {
   std::map<std::string, Scenarios> files = watchedByFile(subject);
   for (const Configuration& configuration : subject.configurations) {

@@ -65,6 +65,7 @@ constexpr Rule kItemNumberTooLarge = {
     itemNumberTooLarge};
 
 void degrees(const Subject& subject, Findings& findings) {
+  // Whoever writes degrees does so for a whole line.
   std::set<std::pair<std::string, int>> told;
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
     for (const auto& [key, number] : temperaturesOf(item)) {
@@ -103,6 +104,7 @@ constexpr Rule kBeyondAnySensor = {
 
 void itemSamplingBelow1(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
+    // Below 1 a worker still waits a millisecond, so that the message holds for 0 and -5 alike.
     if (item.sampling.value >= 1 || item.sampling.word.text.empty() || !sound(item.sampling))
       return;
     findings.add(configuration.file, item.sampling.word,
@@ -121,6 +123,7 @@ void periodBelowSensors(const Subject& subject, Findings& findings) {
     if (!item.sensor || !item.sensor->section || item.sampling.value < 1 || !sound(item.sampling) ||
         misspelt(item, "sampling"))
       return;
+    // A decision between two samples sees the temperature of the last one.
     const int32_t sensorPeriod = item.sensor->section->sampling.value;
     if (item.sampling.value >= sensorPeriod) return;
     const std::string period = std::to_string(sensorPeriod);

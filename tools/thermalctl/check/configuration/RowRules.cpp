@@ -62,6 +62,7 @@ std::string shorterKey(const Item& item) {
 void levelWithoutRow(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     const size_t rows = completeRows(item);
+    // Without any row the item is rejected, which is told by another rule.
     if (rows == 0 || !rowsAsWritten(item) || !haveDigits(item.thresholds)) return;
     if (rows >= item.thresholds.size()) return;
     findings.add(configuration.file, item.thresholds[rows].word,
@@ -90,6 +91,7 @@ void checkForSurplus(const Configuration& configuration, const Item& item,
 void rowWithoutLevel(const Subject& subject, Findings& findings) {
   forEachMonitor(subject, [&](const Configuration& configuration, const Item& item) {
     if (item.thresholds.empty() || !rowsAsWritten(item)) return;
+    // Of two lists that are too long one finding is enough: whoever mends one sees the other.
     if (item.actions.size() > item.thresholds.size())
       checkForSurplus(configuration, item, item.actions, findings);
     else
@@ -217,6 +219,8 @@ bool names(const DeviceRow& row, const Section* device) {
 
 void deviceLeftOut(const Subject& subject, Findings& findings) {
   forEachRise(subject, [&](const Configuration& configuration, const Item& item, size_t row) {
+    // A name that the daemon does not know may be a slip for the very device that seems to be left
+    // out.
     if (!namesOnlyKnownDevices(item.actions[row])) return;
     std::vector<std::string> left;
     for (const auto& [device, level] : requestsOf(item, row - 1))
@@ -291,6 +295,8 @@ constexpr Rule kReportInSeveralLevels = {
     "give the report a monitor of its own with one threshold.",
     reportInSeveralLevels};
 
+// A camera's fixed frame rate is a switch beside its node: the daemon turns it on whenever it
+// applies a request while it is at level 0, and off again where it stays there.
 void cameraAtLevel0(const Subject& subject, Findings& findings) {
   forEachCell(subject, [&](const Configuration& configuration, const Item&, const Cell& cell) {
     if (!isOfKind(cell.device.section, "camera") || !sound(cell.level) || cell.level.value != 0)

@@ -44,6 +44,7 @@ constexpr Rule kEmptyConfiguration = {
 std::string endByMerging(const Configuration& configuration, const Item& whole) {
   const ConfigurationError* fatal = configuration.fatal();
   if (!fatal || fatal->item != &whole || whole.missing.empty()) return "";
+  // Where one of them lacks the key by itself, that is what another rule tells.
   for (const std::string& key : whole.missing)
     for (const Item* item : configuration.meant)
       if (endsForWantOf(configuration, *item, key)) return "";
@@ -52,6 +53,7 @@ std::string endByMerging(const Configuration& configuration, const Item& whole) 
 
 void tellSwallowed(const Configuration& configuration, const Item& item, Findings& findings) {
   const std::string end = endByMerging(configuration, item);
+  // A header right below a swallowed "SCEN" line has the same cause, and one finding tells of both.
   bool behindScenarioLine = false;
   for (const Property& property : item.properties) {
     const bool scenarioLine = property.key.text == "SCEN";
@@ -185,6 +187,7 @@ void scenarioNotClosed(const Subject& subject, Findings& findings) {
     for (size_t i = 0; i + 1 < configuration.items.size(); ++i) {
       const Item& item = configuration.items[i];
       const Item& next = configuration.items[i + 1];
+      // In Default nothing is to be closed: a "]" there ends the item and looks like no more.
       const bool looksClosed = item.end == ItemEnd::kBracket && item.scenario != "Default";
       if (!looksClosed || item.scenarioLine != next.scenarioLine) continue;
       if (!told.insert(*item.scenarioLine).second) continue;

@@ -10,6 +10,7 @@ bool drivesReport(const Item& item) {
 // Calls `visit` with the last level of the device of each item whose device has any.
 template <typename Visit> void forEachWithTable(const Subject& subject, Visit visit) {
   forEachSS(subject, [&](const Configuration& configuration, const Item& item) {
+    // What is wrong with a device or its table is told where it stands.
     if (!item.device || !item.device->section || drivesReport(item)) return;
     const size_t levels = item.device->section->levels.size();
     if (levels > 0) visit(configuration, item, static_cast<int64_t>(levels) - 1);
@@ -56,6 +57,7 @@ constexpr Rule kStartLevelPastTable = {
 void floorPastTable(const Subject& subject, Findings& findings) {
   forEachWithTable(subject, [&](const Configuration& configuration, const Item& item,
                                 int64_t last) {
+    // Without a line the bound is the largest number there is, which nobody wrote.
     if (item.devicePerfFloor.word.text.empty() || !sound(item.devicePerfFloor) ||
         item.devicePerfFloor.value <= last)
       return;

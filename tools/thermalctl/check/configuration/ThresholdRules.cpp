@@ -7,6 +7,7 @@ namespace {
 
 // As the item compares it: the larger, the more there is to do.
 int64_t urgency(const Item& item, const Number& temperature) {
+  // In 64 bits: the lowest number of 32 has no opposite in them.
   const int64_t value = temperature.value;
   return meantLowactive(item) ? -value : value;
 }
@@ -126,6 +127,7 @@ void setPointOrder(const Subject& subject, Findings& findings) {
   forEachSS(subject, [&](const Configuration& configuration, const Item& item) {
     const Number& start = item.setPoint;
     const Number& stop = item.setPointClr;
+    // 0 counts as missing, and ends the daemon before the order matters.
     if (start.value == 0 || stop.value == 0 || !soundTemperature(start) || !soundTemperature(stop))
       return;
     if (urgency(item, stop) <= urgency(item, start)) return;

@@ -46,6 +46,7 @@ bool isHex(const std::string& entry) {
   const auto isDigit = [](char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
   };
+  // Sixteen digits at most, which is what 64 bits hold.
   return entry.size() > 2 && entry.size() <= 18 && entry[0] == '0' &&
          (entry[1] == 'x' || entry[1] == 'X') &&
          std::all_of(entry.begin() + 2, entry.end(), isDigit);
@@ -73,6 +74,7 @@ constexpr Rule kLevelTableEmpty = {
 void levelTableBinary(const Subject& subject, Findings& findings) {
   for (const Section* device : devicesWithTable(subject)) {
     if (useOf(*device) != Use::kByType || device->valueType != "bin") continue;
+    // The entry that decided about the type; the bare ones before it may have said otherwise.
     const auto last =
         std::find_if(device->levels.rbegin(), device->levels.rend(), [](const Level& level) {
           return !level.quoted && level.text.find("0b") != std::string::npos;
@@ -127,6 +129,7 @@ constexpr Rule kLevelTableEntryNotANumber = {
 void levelTableMixed(const Subject& subject, Findings& findings) {
   for (const Section* device : devicesWithTable(subject)) {
     const std::vector<Level>& levels = device->levels;
+    // A lone quote makes bare entries of those behind it: the mixture is its doing.
     if (std::any_of(levels.begin(), levels.end(), isLoneQuote)) continue;
     const auto other = std::find_if(levels.begin(), levels.end(), [&](const Level& level) {
       return level.quoted != levels.front().quoted;
@@ -222,6 +225,8 @@ void levelTableDirection(const Subject& subject, Findings& findings) {
                        " up to here and turns: at level " + std::to_string(i) +
                        " the daemon lets go where it should hold back more",
                    "sort the entries from level 0, without a limit, to the tightest one");
+      // What comes behind the first turn runs either way, and only the author knows which was
+      // meant.
       break;
     }
   }

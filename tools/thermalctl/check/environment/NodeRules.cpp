@@ -19,6 +19,7 @@ bool isMadeByTheDaemon(const Section& section) {
 
 // Where the section's node lies on this machine.
 std::string nodeOf(const Subject& subject, const Section& section) {
+  // As texts: an absolute path joined to a root by the library would take its place.
   return *subject.nodesRoot + "/" + section.nodePath->text;
 }
 
@@ -26,7 +27,8 @@ bool exists(const std::string& path) {
   return ::access(path.c_str(), F_OK) == 0;
 }
 
-// Whether the file opens for that; a directory does not.
+// Whether the file opens for that; a directory does not. Asked with the rights of whoever runs the
+// check, which need not be the daemon's.
 bool opens(const std::string& path, int mode) {
   std::error_code error;
   return ::access(path.c_str(), mode) == 0 && !fs::is_directory(path, error);

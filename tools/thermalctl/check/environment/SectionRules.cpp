@@ -87,6 +87,7 @@ constexpr Rule kHeaderWithoutBracket = {
 
 void headerWithoutName(const Subject& subject, Findings& findings) {
   for (const Section& section : subject.environment.sections)
+    // Nobody refers to the section of the configuration's name.
     if (section.header.text == "[]" && section.kind != SectionKind::kConfFile)
       findings.add(subject.environment.file, section.header,
                    "the section has an empty name that no other line can name",
@@ -188,6 +189,7 @@ template <typename Visit> void forUnknownKeys(const Environment& environment, Vi
   for (const Section& section : environment.sections) {
     if (section.kind == SectionKind::kUnknown) continue;
     for (const Property* property : ownProperties(section))
+      // Inside of a section a comment does no harm: to the daemon it is a key that means nothing.
       if (!property->known && !isComment(property->key.text)) visit(section, *property);
   }
 }

@@ -97,6 +97,7 @@ void sectionValueNotANumber(const Subject& subject, Findings& findings) {
       if (!takesNumbers(property->key.text)) continue;
       const std::string& key = property->key.text;
       const bool isList = key == "weights" || key == "offsets";
+      // Of a key with one value the daemon looks at the first word alone.
       const size_t taken = isList ? property->words.size() : 1;
       if (property->words.empty() && !isList)
         findings.add(subject.environment.file, property->key, readAs(key, {}));

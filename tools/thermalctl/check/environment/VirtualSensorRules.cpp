@@ -17,6 +17,7 @@ std::vector<const Section*> virtualSensors(const Subject& subject) {
   return sectionsOf(subject.environment, SectionKind::kVirtual);
 }
 
+// The daemon looks a name up while it reads the line: what stands further down is no candidate.
 std::vector<std::string> sensorNamesAbove(const Environment& environment, const Section& section) {
   std::vector<std::string> names;
   for (const Section& other : environment.sections) {
@@ -200,6 +201,9 @@ constexpr Rule kVirtualWeightsSumOne = {
     "the same number, such as 100, and the offsets with them.",
     virtualWeightsSumOne};
 
+// But for the offsets, a sample is (last value + sum of the weighted sources) / W, with W the sum
+// of the weights. What stays the same under that is the weighted mean times W / (W - 1): the nearer
+// W is to 1, the further off.
 void virtualWeightsGain(const Subject& subject, Findings& findings) {
   for (const Section* section : virtualSensors(subject)) {
     const int64_t sum = section->weightSum();

@@ -41,6 +41,7 @@ void printChapter(std::ostream& out, const char* title, const std::vector<Rule>&
 } // namespace
 
 std::string summaryOf(const Rule& rule) {
+  // A full stop inside of a file's name has no space behind it.
   const std::string text = rule.explanation;
   return text.substr(0, text.find(". ")) + (text.find(". ") == std::string::npos ? "" : ".");
 }

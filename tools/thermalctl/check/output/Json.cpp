@@ -71,6 +71,7 @@ Json fatalModel(const ConfigurationError* error) {
 Json configurationModel(const Configuration& configuration) {
   Json items = Json::array();
   for (const Item& item : configuration.items)
+    // An item that the daemon rejects, or never comes to, is in the findings and not in its memory.
     if (item.created) items.push_back(itemModel(item));
   return {{"file", configuration.file},
           {"fatal", fatalModel(configuration.fatal())},

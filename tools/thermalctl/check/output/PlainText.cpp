@@ -44,6 +44,7 @@ Excerpt excerptOf(const Mark& mark) {
   const auto from = static_cast<size_t>(mark.column) - 1;
   const auto to = static_cast<size_t>(mark.endColumn) - 1;
   const size_t length = shownLength(mark.line);
+  // A line is shown from its start if the marked text is then in sight, since it reads best so.
   const bool fits = length <= kWidth || to <= kWidth;
   const size_t first = fits ? 0 : from - std::min(from, kContext);
   const size_t last = std::min(length, first + kWidth);

@@ -17,6 +17,7 @@ using Json = nlohmann::ordered_json;
 // A path as a URI; a relative path gives a relative one.
 std::string uriOf(const std::string& path) {
   constexpr char kHexDigits[] = "0123456789ABCDEF";
+  // What a URI may hold without a meaning of its own, and the slash.
   constexpr std::string_view kPlain =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
   std::string uri = path.rfind('/', 0) == 0 ? "file://" : "";
@@ -83,6 +84,7 @@ void printSarif(std::ostream& out, const Inspection& inspection) {
     results.push_back(resultOf(finding, ruleIndices[finding.rule], inspection.sources));
 
   const Json run = {{"tool", {{"driver", {{"name", "thermalctl"}, {"rules", rules}}}}},
+                    // As marks count, and not in the units of UTF-16 that SARIF knows as well.
                     {"columnKind", "unicodeCodePoints"},
                     {"invocations", Json::array({invocationOf(inspection)})},
                     {"results", results}};

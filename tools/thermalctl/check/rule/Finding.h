@@ -6,9 +6,15 @@
 
 #include "text/Word.h"
 
+// An error leaves something dead or wrong, or ends the daemon; the rest is a warning. Scripts go by
+// that.
 enum class Severity { kWarning, kError };
 
 // What a rule found at one place of one file.
+//
+// Shape:  one line of text each; `message` and `hint` have no full stop at their ends.
+// Units:  `at` as in Position; `length` in bytes of the line, at least 1.
+// Source: Findings::add, which gives it the rule's name and severity.
 struct Finding {
   std::string rule;
   Severity severity = Severity::kWarning;
