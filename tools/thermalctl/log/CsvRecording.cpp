@@ -29,6 +29,7 @@ public:
   // False for a line that is none of this tool's.
   bool take(const csv::Fields& fields) {
     const auto time = numberOf<int64_t>(fields[csv::kTime]);
+    // Times never fall within a run: a line that goes back is damaged, or another tool's.
     if (!time || *time < now) return false;
     now = *time;
     const std::string& event = fields[csv::kEvent];

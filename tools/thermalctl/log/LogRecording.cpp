@@ -49,6 +49,7 @@ LogReader::Counts playLog(const std::string& text, const std::string& name,
   NullSink nothing;
   LogReader first(text, periods);
   replay(first, scenario, board, cast, nothing);
+  // A run that holds nothing would only be an empty column beside the others.
   if (first.counts().ours == 0) return first.counts();
 
   LogReader second(text, periods);

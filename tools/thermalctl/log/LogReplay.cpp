@@ -64,6 +64,7 @@ void LogReplay::take(int64_t time, const LogLine& line) {
     return releaseStep(line);
   case LogLine::Kind::kScenario:
     return enterScenario(std::string(declaredScenario(line.name)));
+  // Who wakes from here on is of the new configuration, which may have the names of the old one.
   case LogLine::Kind::kSwap:
     wokenInSwap.clear();
     return;

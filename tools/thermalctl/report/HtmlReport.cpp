@@ -157,6 +157,7 @@ std::string HtmlReport::asJson(const Run& run) {
 }
 
 void HtmlReport::write(std::ostream& out) const {
+  // The data stand in front of the scripts, which find them whole when they are run.
   out << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>"
       << escapedForHtml(title) << "</title>\n<style>\n"

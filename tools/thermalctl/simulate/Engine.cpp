@@ -43,6 +43,8 @@ Engine::Engine(const RunInput& input_, TraceSink& sink_, Listener listener_)
   daemon.control->load = [this](const std::string& word) { loadConfiguration(word); };
   daemon.parseConfiguration(input.configurations.front().text);
   scenario = daemon.control->currentScenName;
+  // In the description's order, which goes through a registry of the same names: an index fits
+  // both.
   for (const auto& [name, device] : daemon.devices) {
     if (device) devices.push_back({device});
   }
@@ -107,6 +109,7 @@ void Engine::announce() {
   sink.begin(input.description);
   sink.configuration(0, input.configurations.front().word);
   sink.scenario(0, scenario);
+  // The daemon takes level 0 to be in force at its start, whatever a node holds.
   for (size_t i = 0; i < devices.size(); ++i) {
     const std::vector<std::string>& levels = input.description.devices[i].levels;
     if (!levels.empty()) sink.level(0, i, 0, levels.front());
@@ -302,6 +305,8 @@ void Engine::takeScenarioCycle() {
       std::any_of(sensorWorkers.begin(), sensorWorkers.end(), asleep))
     return standStill();
   scenarioDue = now + kScenarioPeriod;
+  // A cycle that loads a configuration ends with freeing what it replaces, and notes how many those
+  // are.
   retiredItems.reset();
   daemon.control->cycle();
   if (retiredItems) forgetRetired(*retiredItems);
@@ -359,6 +364,7 @@ void Engine::loadConfiguration(const std::string& word) {
   for (size_t i = 0; i < configurationFiles.size(); ++i) {
     if (configurationFiles[i]->name() != word) continue;
     const RunConfiguration& configuration = input.configurations[i];
+    // Asked for by the name of a file in memory, and known by that of the user's from here on.
     daemon.confFileName = configuration.word;
     daemon.parseConfiguration(configuration.text);
     sink.configuration(now, configuration.word);

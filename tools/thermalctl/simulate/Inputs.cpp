@@ -41,6 +41,7 @@ public:
     if (base.plant.nodes.empty()) return {};
     base.workload =
         readWorkload(workloadText, request.workload, base.plant, base.description, problems);
+    // Behind both, whose indices are those of the board's own sensors.
     addPlantNodes();
     addLimits();
     base.description.duration = request.duration;
@@ -111,6 +112,8 @@ private:
   }
 
   std::optional<std::string> pathOf(const std::string& word, const std::string& beside) const {
+    // Beside the run's own configuration first: runs that are compared may each have a variant
+    // there.
     for (const fs::path& folder :
          {fs::path(beside).parent_path(), fs::path(request.configurationFolder)}) {
       std::error_code ignored;

@@ -48,6 +48,7 @@ void Plant::setLoad(size_t source, double load) {
 void Plant::setLevel(size_t device, int32_t level) {
   for (size_t i = 0; i < sources.size(); ++i) {
     const PlantDescription::Source& source = plant.sources[i];
+    // One device may be the clock of several sources, or of one the clock and of another the cores.
     if (source.device == device) sources[i].level = static_cast<size_t>(level);
     if (source.cores && source.cores->device == device)
       sources[i].cores = static_cast<size_t>(level);

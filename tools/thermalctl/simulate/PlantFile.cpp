@@ -130,6 +130,7 @@ private:
       if (const auto node = nodeNamed(section, "node", *name)) heats.emplace_back(*node, 1.0);
     }
     std::optional<TomlSection> several = section.section("nodes");
+    // Both, or neither.
     if (section.has("node") == section.has("nodes"))
       section.problem(section.line(),
                       "a source heats either one 'node' or several 'nodes', and one "
@@ -176,6 +177,7 @@ private:
                               bool hasDevice) {
     if (!source.device) return hasDevice ? std::vector<double>() : std::vector<double>{1.0};
     std::vector<double> speed;
+    // An entry that is no number gets one that no speed has, and spoils the table.
     for (const std::string& entry : board.devices[*source.device].levels)
       speed.push_back(entryNumber(entry).value_or(-1));
     const bool good = !speed.empty() && speed[0] > 0 &&

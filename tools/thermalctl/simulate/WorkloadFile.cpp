@@ -20,6 +20,7 @@ std::string trimmed(const std::string& text) {
 
 std::vector<std::string> cellsOf(const std::string& line) {
   std::vector<std::string> cells;
+  // Up to the end and once more: behind a comma at the end there is a cell, an empty one.
   for (size_t start = 0; start <= line.size();) {
     const size_t end = std::min(line.find(',', start), line.size());
     cells.push_back(trimmed(line.substr(start, end - start)));
@@ -49,6 +50,7 @@ public:
   void load(int64_t time, unsigned line, size_t source, double share) {
     if (share < 0 || share > 1)
       problem(line, "the load of '" + plant.sources[source].name + "' must lie from 0 to 1");
+    // Added even if it is wrong: it is there, and shall not be told to be missing, too.
     add({time, Change::Kind::kLoad, source, share, "", line});
   }
 
@@ -186,6 +188,8 @@ private:
     } else {
       maker.problem(lineNumber, "the plant has no source '" + name + "'");
     }
+    // Of a column that nobody knows the cells are passed over, so that the others are still
+    // checked.
     return [](int64_t, const std::string&) {};
   }
 

@@ -25,7 +25,10 @@ struct Change {
   unsigned line = 0;
 };
 
-// What a fault's `word` may be; "value" stands for a reading given as a number.
+// What a fault's `word` may be. "stuck" leaves the node as the last sample found it, "unreadable"
+// empties it, "nonsense" puts a word without digits there, and "value" stands for a reading given
+// as a number. "none" ends all of them; but to the daemon a sensor that could not be read once
+// reads 0 from then on.
 namespace fault {
 constexpr char kNone[] = "none";
 constexpr char kStuck[] = "stuck";
