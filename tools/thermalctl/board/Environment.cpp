@@ -67,6 +67,7 @@ void appendLevels(Section& section, const Words& words) {
     level.text = word.text;
     level.word = word;
     section.levels.push_back(level);
+    // Anywhere in the word, and the last such entry of the table decides for all of them.
     if (contains(word.text, "0x"))
       section.valueType = "hex";
     else if (contains(word.text, "0b"))
@@ -114,6 +115,8 @@ private:
     section.name = headerName(header.text);
     section.readByDaemon = environment.breaks.empty();
 
+    // Where the line below is blank, the rest of the header's line stands in for it: the daemon
+    // goes on with what it has in hand.
     const bool lineBelow = text.nextLine();
     const std::optional<Word> word = text.nextWord();
     if (word && word->text == "type") {

@@ -48,6 +48,7 @@ std::deque<Item> meantItems(const Item& whole, const Environment& environment) {
   for (const Property& property : whole.properties) {
     Item& item = items.back();
     if (property.key.text == "SCEN") {
+      // As the daemon has it where no name stands behind the word.
       scenario = property.words.empty() ? "SCEN" : property.words.front().text;
     } else if (beginsAnother(property)) {
       items.push_back(begunBy(property.key, scenario));

@@ -2,7 +2,8 @@
 
 #include "command/CommandLine.h"
 
-// What the tool can do, a source file each.
+// What the tool can do, a source file each. The help shows them in the order in which main.cpp
+// names them.
 Command checkCommand();
 Command scenarioCommand();
 Command reloadCommand();

@@ -99,6 +99,7 @@ ExitStatus runPlot(const Options& options) {
       return complain(kCouldNotRun, *error);
   }
   bool all = true;
+  // All of them, even behind one that cannot be used: so one look shows all that is wrong.
   for (const std::string& path : options.logs)
     all &= plot(path, options, board ? &*board : nullptr, report);
   if (const auto error = report.finish()) return complain(kCouldNotRun, *error);

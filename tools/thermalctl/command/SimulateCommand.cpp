@@ -90,6 +90,7 @@ void setLimits(const std::vector<std::string>& limits, SimulationRequest& reques
   }
 }
 
+// A name of the board's own goes before a file of that name where the user stands.
 std::string workloadPath(const Options& options) {
   std::error_code ignored;
   const fs::path folder = fs::path(options.board) / "workloads";

@@ -147,6 +147,7 @@ void VirtualScenarioThread::loadConfiguration(const std::string& name) {
 VirtualDaemon::VirtualDaemon(const std::string& environment)
     : ThermalMain(Paths{kNothing, kNothing, std::string(kNothing) + "/", kNothing, kNothing}),
       scenarioFile("Default"), requestFile("PARSED"), control(new VirtualScenarioThread(*this)) {
+  // The daemon's start-up has read and written nothing: the files come only now.
   confDir = MemoryFile::folder();
   control->scenPath = scenarioFile.path();
   control->dconfPath = requestFile.path();
@@ -154,6 +155,7 @@ VirtualDaemon::VirtualDaemon(const std::string& environment)
   EnvParser(in, *this).parse();
 }
 
+// The base frees nothing: on a device its objects live as long as the process.
 VirtualDaemon::~VirtualDaemon() {
   rememberScenarios();
   freeWorkers(ssThreads);
@@ -178,6 +180,7 @@ std::optional<std::string> VirtualDaemon::parseConfiguration(const std::string& 
 TraceDescription VirtualDaemon::describe() const {
   TraceDescription board;
   for (const auto& [name, sensor] : sensors) {
+    // A name that is only referred to has an empty entry.
     if (!sensor) continue;
     const bool isReal = dynamic_cast<const Real*>(sensor) != nullptr;
     board.sensors.push_back({name,

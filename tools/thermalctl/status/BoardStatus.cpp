@@ -80,6 +80,7 @@ StatusRow readSensor(const Section& sensor) {
 std::string written(const Section& device, const std::string& entry) {
   const std::string& kind = device.kindWord.text;
   if (kind == "camera") return entry;
+  // A CPU clock is written as four raw bytes, which `valueOf` has turned into a number by now.
   if (kind == "cpufreq" || device.valueType == "integer") return std::to_string(parseInt32(entry));
   if (device.valueType != "hex") return entry;
   const std::string digits = entry.size() < 2 ? "" : entry.substr(2);

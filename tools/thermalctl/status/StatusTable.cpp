@@ -34,6 +34,7 @@ const char* lookOf(StatusRow::Mood mood) {
 
 TerminalLine wordLine(const StatusRow& row) {
   std::string text = row.name;
+  // As wide as "scenario" and two spaces.
   text.resize(10, ' ');
   text += cell(row.value);
   if (!row.note.empty()) text += "  " + visible(row.note);

@@ -100,6 +100,7 @@ struct TraceDescription {
 // Threads: one, the caller's.
 class TraceSink {
 public:
+  // In the place of a level, of which none is below 0.
   static constexpr int32_t kAsleep = -1;
 
   TraceSink() = default;
