@@ -123,8 +123,8 @@ ExitStatus run(const Options& options) {
 
   const Source& file = inspection.sources.at(options.file);
   const std::vector<Finding> findings = findingsOf(inspection, options.file);
+  // With this file alone, so that it is the one that the last line counts.
   if (!findings.empty())
-    // With this file alone, so that it is the one that the last line counts.
     printText(std::cout, findings, {{options.file, file}}, colourFor(STDOUT_FILENO));
   if (errorsIn(findings) > 0 && !options.force)
     return complain(kProblems, options.name() + " has errors, so it was not asked for (--force asks"

@@ -59,9 +59,8 @@ private:
     return std::nullopt;
   }
 
-  // The word that comes in the place of `asked`.
-  // Neither an empty file nor one that cannot be opened is an answer: the daemon truncates the file
-  // before it writes.
+  // The word that comes in the place of `asked`. Neither an empty file nor one that cannot be
+  // opened is an answer: the daemon truncates the file before it writes.
   std::optional<std::string> wordInPlaceOf(const std::string& asked, Waiting::Time until) {
     std::optional<std::string> word;
     const bool came = waitUntil(waiting, until, [&] {

@@ -13,10 +13,10 @@ std::optional<int64_t> parseTime(std::string_view line);
 
 // Makes a clock that was set, and a year that is not written, into a time that only goes on.
 //
-// Units: milliseconds; the first line is at 0.
 // Shape: lines up to a second out of order are those of threads that log at once, and share the
 //        time of the latest. What falls further back, or leaps ahead by more than thirty days, is a
 //        clock that was set; what falls back by more than half a year is a new year.
+// Units: milliseconds; the first line is at 0.
 class LogClock {
 public:
   // Milliseconds since the first call, never less than the last result.

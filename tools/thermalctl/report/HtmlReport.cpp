@@ -65,8 +65,8 @@ Json describeAll(const std::vector<Track>& tracks, const std::vector<Series>& co
   return all;
 }
 
-// Fit to stand inside a script element, which the text could otherwise end.
-// A "<" is in strings alone, where the escape means the same.
+// Fit to stand inside a script element, which the text could otherwise end. A "<" is in strings
+// alone, where the escape means the same.
 std::string escapedForScript(const std::string& json) {
   std::string escaped;
   for (const char character : json) {

@@ -10,11 +10,11 @@ using Points = std::vector<Point>;
 
 // What stays of the points from `first` to `last`, which lie in one stretch.
 void keepOutline(Points::const_iterator first, Points::const_iterator last, Points& outline) {
-  // One point may be several of the four: it stays once, and all of them in the order of their
-  // times.
   const auto [lowest, highest] = std::minmax_element(
       first, last, [](const Point& a, const Point& b) { return a.value < b.value; });
   std::array<Points::const_iterator, 4> picks{first, lowest, highest, last - 1};
+  // One point may be several of the four: it stays once, and all of them in the order of their
+  // times.
   std::sort(picks.begin(), picks.end());
   const auto end = std::unique(picks.begin(), picks.end());
   for (auto pick = picks.begin(); pick != end; ++pick)

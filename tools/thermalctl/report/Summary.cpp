@@ -82,8 +82,7 @@ std::string limitVerdict(const TimeAtValue& record, int32_t limit) {
   return "passed for " + clock(record.total() - record.atMost(limit));
 }
 
-// An entry's number, such as a clock; 0 for a text.
-// What stands behind the digits is let be: "1800000kHz" counts as its number.
+// An entry's number, such as a clock, whatever stands behind its digits; 0 for a text.
 double numberOf(const std::string& entry) {
   return std::strtod(entry.c_str(), nullptr);
 }
