@@ -33,6 +33,11 @@ struct Reference {
 };
 
 // One entry of a level table.
+//
+// Shape:  as many entries as the daemon makes of the line, which need not be as many as its author
+//         saw there.
+// Errors: `closed` and `behindQuote` tell of quotes that do not do what they seem to.
+// Source: a "level_table" line; a further one adds its entries behind.
 struct Level {
   // What the daemon keeps, without quotes.
   std::string text;

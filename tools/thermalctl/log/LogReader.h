@@ -23,7 +23,10 @@ class LogReader {
 public:
   using Periods = std::map<std::string, uint32_t, std::less<>>;
 
-  // What became of the lines so far; `clockSet` is known only at the log's end.
+  // What became of the lines so far.
+  //
+  // Shape: a line is `ours`, `torn` or neither; `firstTorn` is 0 where none is torn. `withoutTime`
+  //        counts lines that are `ours`. `clockSet` is known only at the log's end.
   struct Counts {
     size_t lines = 0;
     size_t ours = 0;

@@ -17,19 +17,28 @@
 //         of what was wrong.
 // Source: the plant file.
 struct PlantDescription {
-  // Stores heat: its capacity in J/K, its temperature at the start in degrees Celsius.
+  // Stores heat.
+  //
+  // Shape: no other node has its name, and none is called "ambient".
+  // Units: its capacity in J/K, above 0; its temperature at the start in degrees Celsius.
   struct Node {
     std::string name;
     double capacity = 0;
     double initial = 0;
   };
-  // Lets heat through between two nodes, or a node and the ambient: `value` in K/W, above 0.
+  // Lets heat through between two nodes, or a node and the ambient.
+  //
+  // Shape: two ends that differ; several may lie between the same two.
+  // Units: `value` in K/W, above 0.
   struct Resistance {
     size_t from = 0;
     std::optional<size_t> to; // without one: the ambient
     double value = 0;
   };
   // A device with one number for each of its levels.
+  //
+  // Shape: `device` is an index into TraceDescription::devices; `values` is as long as its level
+  //        table.
   struct ByLevel {
     size_t device = 0; // an index into TraceDescription::devices
     std::vector<double> values;

@@ -48,6 +48,9 @@ struct DeviceTrack {
 struct AlgorithmTrack {
   enum class Kind { kMonitor, kStep };
   // Reached and left again at these temperatures, as the file has them, `lowactive` or not.
+  //
+  // Shape: `cleared` is `reached` where the file has no clearing threshold for the level.
+  // Units: millidegrees Celsius.
   struct Threshold {
     int32_t reached = 0;
     int32_t cleared = 0;
