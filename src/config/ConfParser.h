@@ -19,12 +19,12 @@ class Sensor;
 // Reads an algorithm configuration and builds its items, their workers and the scenarios.
 //
 // Shape:   items, each a header line, a type line and property lines up to a blank line or "]";
-// scenario lines between
-//          them. One word serves every extraction: where a line is blank or used up, the word read
-//          before it stands in for the missing one, and the format counts on that.
+//          scenario lines between them. One word serves every extraction: where a line is blank or
+//          used up, the word read before it stands in for the missing one, and the format counts
+//          on that.
 // Errors:  the first error ends the reading; what was built up to there stays.
-// Threads: none of its own. It adds to the lists of running workers and to entries that no sensor
-// has in force.
+// Threads: none of its own. It adds to the lists of running workers, and to those that sensors walk
+//          where a file declares a scenario under the retired name of the one in force.
 class ConfParser {
 public:
   // What the items refer to and what the reading fills. Nothing of it is owned.

@@ -9,9 +9,11 @@
 
 // Reads the environment file and builds the board: sensors, their workers and devices.
 //
-// Shape:  sections, each a header line, a "type" line directly below it and key lines up to a blank
-// line. Errors: none is reported. A header or type line that is none ends the reading; what was
-// built up to there stays. Source: "/vendor/etc/talmor-thermal.env", once, before any worker runs.
+// Shape:   sections, each a header line, a "type" line directly below it and key lines up to a
+//          blank line.
+// Errors:  none is reported. A header or type line that is none ends the reading; what was built up
+//          to there stays.
+// Source:  "/vendor/etc/talmor-thermal.env", once, before any worker runs.
 class EnvParser {
 public:
   // Fills `sensors`, `sensorThreads`, `devices` and `confFileName` of `board`.

@@ -16,11 +16,10 @@ class SSThread;
 
 // The daemon: every registry, the start-up sequence and the life of the process.
 //
-// Threads: start-up runs on the main thread alone. From then on the registries belong to the
-// scenario thread, which
-//          changes them in a live reconfiguration; they have no lock.
 // Errors:  an error in the configuration ends the process with status 0, at start-up and later
-// alike.
+//          alike.
+// Threads: start-up runs on the main thread alone. From then on the registries belong to the
+//          scenario thread, which changes them in a live reconfiguration; they have no lock.
 class ThermalMain {
 public:
   // Starts the daemon on the given files and stays for the life of the process.

@@ -9,10 +9,9 @@ class Virtual;
 
 // A temperature read from one kernel node, kept open for the life of the object.
 //
-// Errors: a node that cannot be opened is logged once and reads 0. One failed read leaves the
-// stream failed, so that
-//         every later sample reads 0 as well: nothing is retried.
-// Source: a "real" section of the environment file.
+// Errors:  a node that cannot be opened is logged once and reads 0. One failed read leaves the
+//          stream failed, so that every later sample reads 0 as well: nothing is retried.
+// Source:  a "real" section of the environment file.
 class Real : public Sensor {
 public:
   Real(const std::string& name, uint32_t sampling, const std::string& nodePath);

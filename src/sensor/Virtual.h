@@ -4,8 +4,8 @@
 
 // A weighted combination of other sensors, sampled only while its trip sensor is warm.
 //
-// Errors: a null source is skipped, a missing weight counts as 0, and a weight sum of 0 gives 0.
-// Source: a "virtual" section of the environment file.
+// Errors:  a null source is skipped, a missing weight counts as 0, and a weight sum of 0 gives 0.
+// Source:  a "virtual" section of the environment file.
 class Virtual : public Sensor {
 public:
   Virtual(const std::string& name, uint32_t sampling, ThermalThread* thread, int32_t setPoint,

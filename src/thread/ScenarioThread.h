@@ -14,10 +14,9 @@ class ThermalMain;
 // wanted, and the configuration file wanted.
 //
 // Errors:  a missing file is logged and written anew, an unknown word is logged and overwritten; a
-// file that cannot be
-//          written is left as it is.
+//          file that cannot be written is left as it is.
 // Threads: its own fields are its own, but for the barrier's, which the sensor threads count down
-// through `checkIn`.
+//          through `checkIn`.
 class ScenarioThread : public thermalThread<Scenario> {
 public:
   ScenarioThread();
