@@ -162,6 +162,9 @@ class Sandbox:
         self._temporary.cleanup()
 
     def stderr(self):
+        """What the daemon said there; nothing if it was never started."""
+        if not self.stderr_file.exists():
+            return ""
         return self.stderr_file.read_text(errors="replace")
 
     def _has_own_user_namespace(self):
