@@ -8,23 +8,24 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 SOURCES = REPOSITORY / "src"
 
 CXX_HEADERS = set("""
-    algorithm array atomic cerrno chrono condition_variable cstddef cstdint cstdio cstdlib fstream
-    functional istream map memory mutex optional sstream string thread typeinfo utility vector
+    algorithm array atomic cctype cerrno chrono condition_variable cstddef cstdint cstdio cstdlib
+    exception fstream functional istream map memory mutex optional sstream string string_view thread
+    typeinfo utility vector
     """.split())
-PLATFORM_HEADERS = {"android/log.h", "fcntl.h", "time.h", "unistd.h"}
+PLATFORM_HEADERS = {"android/log.h", "fcntl.h", "signal.h", "time.h", "unistd.h"}
 
 ISO_C = set("""
     _Exit fclose fflush fopen fread fseek fwrite memchr memcmp memcpy memmove memset snprintf
     strftime strlen strtol strtoul time
     """.split())
 POSIX = set("""
-    close fseeko ftello localtime_r open pause pthread_cond_clockwait pthread_create
-    pthread_setspecific read sched_yield unlink
+    close fseeko ftello localtime_r open pause pread pthread_cond_clockwait pthread_create
+    pthread_setspecific read sched_yield signal tzset unlink
     """.split())
 LIBLOG = {"__android_log_print", "__android_log_set_minimum_priority"}
-# What the compiler calls on its own, and errno.
+# What the compiler calls on its own, and errno and isspace as the headers at hand have them.
 RUNTIME = re.compile(r"_Unwind_Resume|__(aarch64|cxa|stack_chk|gxx_personality)_\w+|__dso_handle"
-                     r"|__dynamic_cast|__errno_location|bcmp")
+                     r"|__dynamic_cast|__errno_location|__ctype_b_loc|bcmp")
 
 
 def sources(suffix):
