@@ -22,8 +22,12 @@ def peak_of(ground, hours):
     process = subprocess.Popen(_command(ground, hours, True), stdout=subprocess.DEVNULL)
     with Program(process) as program:
         while process.poll() is None:
-            peak = max(peak, program.resident_bytes())
+            try:
+                peak = max(peak, program.resident_bytes())
+            except RuntimeError:
+                break  # it has ended since, and holds nothing any more
             time.sleep(GLANCE)
+        process.wait()
     if process.returncode:
         raise RuntimeError(f"the simulation ended: {process.returncode}")
     return peak
