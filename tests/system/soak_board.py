@@ -127,16 +127,18 @@ class Configuration(NamedTuple):
         """Device -> the levels that it may have at the alarm temperatures.
 
         A monitor that has been woken and not reached level 1 stays awake when its scenario is left,
-        so another scenario's monitors may ask for more than the scenario in force does.
+        so another scenario's monitor may ask too: for more, or, under the name of one in force and
+        after it, in its place.
         """
-        wanted = self.alarm_levels(scenario)
-        permitted = {device: {level} for device, level in wanted.items()}
+        in_force = {item.name: item.asks() for item in self.scenarios[scenario]}
+        permitted = {device: {level} for device, level in _merged(in_force.values()).items()}
         for other, items in self.scenarios.items():
             for item in items:
                 if other == scenario or not isinstance(item, Monitor):
                     continue
-                for device, level in item.asks().items():
-                    permitted[device].add(max(level, wanted[device]))
+                with_it = _merged({**in_force, item.name: item.asks()}.values())
+                for device in item.asks():
+                    permitted[device].add(with_it[device])
         return permitted
 
     def workers(self):
