@@ -1,9 +1,11 @@
 // The least that sampling can cost: one thread, one `pread` and one integer parse per sensor,
 // absolute deadlines. With "log" it also writes the line that the daemon writes for each sample.
 //
-//   bench-floor PERIOD_MS nolog|log NODES
+//   bench-floor PERIOD_MS nolog|log NODES [CONTROL_FILE...]
 //
-// NODES is a file with one path per line.
+// NODES is a file with one path per line. With control files it is the least that sampling can cost
+// a daemon which keeps its nodes as streams and looks at these files each second: one seek and one
+// read per sensor, and a second thread that opens, reads and closes each file between two sleeps.
 
 #include <android/log.h>
 #include <fcntl.h>
@@ -20,6 +22,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -49,9 +52,16 @@ std::vector<std::unique_ptr<FloorSensor>> openSensors(const char* list) {
   return sensors;
 }
 
-void sample(FloorSensor& sensor, bool log) {
-  std::array<char, 32> text;
-  const ssize_t length = ::pread(sensor.node, text.data(), text.size() - 1, 0);
+using Text = std::array<char, 32>;
+
+ssize_t readAnew(int node, Text& text, bool seek) {
+  if (!seek) return ::pread(node, text.data(), text.size() - 1, 0);
+  return ::lseek(node, 0, SEEK_SET) < 0 ? -1 : ::read(node, text.data(), text.size() - 1);
+}
+
+void sample(FloorSensor& sensor, bool log, bool seek) {
+  Text text;
+  const ssize_t length = readAnew(sensor.node, text, seek);
   if (length < 0) return;
   text[static_cast<size_t>(length)] = '\0';
   const auto value = static_cast<int32_t>(std::strtol(text.data(), nullptr, 10));
@@ -70,23 +80,41 @@ void advance(timespec& deadline, long milliseconds) {
   ++deadline.tv_sec;
 }
 
+void lookEachSecond(const std::vector<const char*>& files) {
+  const timespec second{1, 0};
+  for (;;) {
+    for (const char* path : files) {
+      Text text;
+      const int file = ::open(path, O_RDONLY | O_CLOEXEC);
+      if (file < 0 || ::pread(file, text.data(), text.size(), 0) < 0 || ::close(file) != 0) {
+        std::fprintf(stderr, "%s: %s\n", path, std::strerror(errno));
+        std::exit(EXIT_FAILURE);
+      }
+    }
+    ::clock_nanosleep(CLOCK_MONOTONIC, 0, &second, nullptr);
+  }
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
-  if (argc != 4) {
-    std::fprintf(stderr, "usage: %s PERIOD_MS nolog|log NODES\n", argv[0]);
+  if (argc < 4) {
+    std::fprintf(stderr, "usage: %s PERIOD_MS nolog|log NODES [CONTROL_FILE...]\n", argv[0]);
     return EXIT_FAILURE;
   }
   const long period = std::strtol(argv[1], nullptr, 10);
   const bool log = std::string(argv[2]) == "log";
   __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
   const auto sensors = openSensors(argv[3]);
+  const std::vector<const char*> controlFiles(argv + 4, argv + argc);
+  const bool looks = !controlFiles.empty();
+  if (looks) std::thread(lookEachSecond, controlFiles).detach();
 
   timespec deadline;
   ::clock_gettime(CLOCK_MONOTONIC, &deadline);
   for (;;) {
     for (const auto& sensor : sensors)
-      sample(*sensor, log);
+      sample(*sensor, log, looks);
     advance(deadline, period);
     while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
     }

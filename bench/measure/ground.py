@@ -65,11 +65,15 @@ class Ground:
     def daemon(self, *arguments, **options):
         return self._run([self.daemon_binary, *arguments], **options)
 
-    def floor(self, period, log, nodes):
+    def control_files(self):
+        """The two that the daemon writes at its start, as it sees them."""
+        return [f"/data/vendor/thermal/talmor-thermal.{end}" for end in ("scen", "dconf")]
+
+    def floor(self, period, log, nodes, control_files=()):
         """The floor program on these nodes; `log` is "log" or "nolog"."""
         listing = self.box.base / "floor-nodes"
         listing.write_text("".join(f"{node}\n" for node in nodes))
-        return self._run([self.floor_binary, str(period), log, listing])
+        return self._run([self.floor_binary, str(period), log, listing, *control_files])
 
     def _run(self, command, env=None, stderr=subprocess.DEVNULL):
         enter = ["nsenter", "--target", str(self.pid), "--mount", "--net", "--root", "--wd"]

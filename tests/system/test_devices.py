@@ -1,7 +1,9 @@
 """Devices: merging requests, writing level tables, and the kinds with an output of their own."""
 
 import datetime
+import os
 import re
+import struct
 
 import pytest
 
@@ -296,6 +298,33 @@ def test_a_report_bears_the_local_time_of_the_event(reporting):
     after = datetime.datetime.now()
     stamp = LINE.fullmatch(board.path("report").read_text().rstrip("\n"))[1]
     assert before <= datetime.datetime.strptime(stamp, "%Y-%m-%d %H:%M:%S") <= after
+
+
+def set_zone(etc, hours):
+    """Makes the system's time zone, inside, so many hours east of Greenwich."""
+    # One block of version 1 with one local time type, and a name of three letters.
+    header = struct.pack(">4s16x6l", b"TZif", 0, 0, 0, 0, 1, 4)
+    new = etc / "localtime.new"
+    new.write_bytes(header + struct.pack(">lBB4s", hours * 3600, 0, 0, b"XXX"))
+    os.rename(new, etc / "localtime")
+
+
+def test_a_report_follows_the_time_zone_when_it_changes(reporting):
+    board = reporting
+    etc = board.box.nodes / "etc"
+    etc.mkdir()
+    set_zone(etc, 0)
+    ask(board, "report", [1])
+    board.start(prefix=["sh", "-c", 'unset TZ; mount --bind "$0" /etc && exec "$@"', str(etc)])
+    begin = datetime.datetime.utcnow().replace(microsecond=0)
+    go(board, 1, 0)
+    set_zone(etc, 5)
+    go(board, 0, 1)
+    elapsed = datetime.datetime.utcnow() - begin
+    over, under = (datetime.datetime.strptime(LINE.fullmatch(line)[1], "%Y-%m-%d %H:%M:%S") - begin
+                   for line in board.path("report").read_text().splitlines())
+    assert datetime.timedelta(0) <= over <= elapsed
+    assert over + datetime.timedelta(hours=5) <= under <= elapsed + datetime.timedelta(hours=5)
 
 
 def test_a_report_line_has_this_form(reporting):

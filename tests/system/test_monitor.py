@@ -137,32 +137,67 @@ def test_a_request_of_level_0_leaves_a_cold_device_alone(board):
     assert board.writes("gpu") == []
 
 
-def test_a_monitor_that_finds_its_sensor_cooled_before_its_first_level_stays_awake(board):
-    # Its thread is kept in a long period by a second monitor, so that there is time to cool down
-    # between waking and deciding; when the thread is faster after all, it is done again.
-    board.sensor("other", 60000)
-    board.monitor("busy", sensor="other", sampling=400, actions="lcd")
-    board.monitor("hot", sampling=400)
-    board.start()
-    board.wait_log_start(monitor_line("busy"))
+def leave_awake_at_level_0(board):
+    """Has the monitor "hot" find its sensor cooled when it decides for the first time.
 
-    def wake_and_cool():
+    Its thread is kept in a long period by a second monitor, so that there is time to cool down
+    between waking and deciding; when the thread is faster after all, it is done again.
+    """
+    board.wait_log_start(monitor_line("busy"))
+    for _ in range(20):
         mark = board.mark()
         board.set("cpu", 50000)
         board.wait_log(activate_line("cpu", "hot"), since=mark)
         board.set("cpu", 20000)
         board.wait_log_start(monitor_line("hot"), since=mark)
-        return board.logs(monitor_line("hot"), mark)[0] == monitor_line("hot", 20000, 0, 0)
-
-    for _ in range(20):
-        if wake_and_cool():
-            break
+        if board.logs(monitor_line("hot"), mark)[0] == monitor_line("hot", 20000, 0, 0):
+            return
         board.wait_log(monitor_line("hot", 20000, 1, 0), since=board.mark())
+
+
+def test_a_monitor_that_finds_its_sensor_cooled_before_its_first_level_stays_awake(board):
+    board.sensor("other", 60000)
+    board.monitor("busy", sensor="other", sampling=400, actions="lcd")
+    board.monitor("hot", sampling=400)
+    board.start()
+    leave_awake_at_level_0(board)
     mark = board.mark()
     board.wait_log(monitor_line("hot", 20000, 0, 0), count=2, since=mark)
     board.set("cpu", 50000)
     board.wait_log(monitor_line("hot", 50000, 0, 1), since=mark)
     assert board.logs("[TalmorThermal] Sensor [cpu] activate", mark) == []
+
+
+def test_the_return_of_its_scenario_is_no_news_to_a_monitor_that_stayed_awake(board):
+    board.sensor("other", 60000)
+    board.section("alarms", "report", node_path="@/alarms")
+    board.device("cam", "30 24", "camera")
+    board.scenario("Default")
+    board.monitor("busy", sensor="other", sampling=400, actions="lcd")
+    board.monitor("hot", sampling=400, actions="alarms+cam", action_info="1+1")
+    board.scenario("game")
+    board.monitor("cold", thresholds=90000, thresholds_clr=85000)
+    board.started()
+    leave_awake_at_level_0(board)
+
+    def told():
+        lines = board.path("alarms").read_text().splitlines()
+        return lines, board.write_events("cam", "en_fixed_sensor_fps")
+
+    board.switch("game")
+    mark = board.mark()
+    lines_before, camera_before = told()
+    board.set("cpu", 50000)
+    board.wait_log(monitor_line("hot", 50000, 0, 1), since=mark)
+    board.wait_decisions("hot", 1)
+    lines, camera = told()
+    assert [line.partition(" : ")[2] for line in lines[len(lines_before):]] == [
+        "[hot] Over Thresholds, currenct Status(1)"]
+    assert [write.data for write in camera[len(camera_before):]] == [b"1", b"24"]
+
+    board.switch("Default")
+    board.wait_decisions("hot", 2)
+    assert told() == (lines, camera)
 
 
 # Several requesters.

@@ -93,6 +93,16 @@ TEST_F(ThermalMainTest, StartsUpInItsStationsAndCopiesTheFactoryConfiguration) {
   EXPECT_TRUE(files.exists("config/talmor-thermal_default.conf"));
 }
 
+TEST_F(ThermalMainTest, WritesTheControlFilesBetweenItsLastTwoStations) {
+  log.noteBeside([this] {
+    return std::to_string(files.exists("wanted.scen") + files.exists("request.dconf"));
+  });
+  const Board board(files);
+  const Lines lines = log.lines();
+  EXPECT_EQ(lines[lines.size() - 2], "[TalmorThermal] ConfParse Passed!\n0");
+  EXPECT_EQ(lines.back(), "[TalmorThermal] initScenario Passed!\n2");
+}
+
 TEST_F(ThermalMainTest, BeginsWithEmptyRegistriesAndTheDefaultFileName) {
   const Board board(files);
   EXPECT_EQ(board.confPath, factory());

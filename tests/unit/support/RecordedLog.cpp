@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,7 @@ std::mutex lock;
 bool recording = false;
 bool echoing = false;
 std::vector<std::string> recorded;
+std::function<std::string()> lookBeside;
 
 } // namespace
 
@@ -27,6 +29,7 @@ RecordedLog::~RecordedLog() {
   const std::lock_guard<std::mutex> guard(lock);
   recording = false;
   echoing = false;
+  lookBeside = nullptr;
 }
 
 std::vector<std::string> RecordedLog::lines() const {
@@ -37,6 +40,11 @@ std::vector<std::string> RecordedLog::lines() const {
 void RecordedLog::clear() {
   const std::lock_guard<std::mutex> guard(lock);
   recorded.clear();
+}
+
+void RecordedLog::noteBeside(std::function<std::string()> look) {
+  const std::lock_guard<std::mutex> guard(lock);
+  lookBeside = std::move(look);
 }
 
 void RecordedLog::echoToStandardError() {
@@ -54,7 +62,7 @@ extern "C" int __android_log_print(int priority, const char* tag, const char* fo
   const int length = std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
   const std::lock_guard<std::mutex> guard(lock);
-  if (recording) recorded.emplace_back(text);
+  if (recording) recorded.push_back(text + (lookBeside ? lookBeside() : std::string()));
   if (echoing) std::fputs(text, stderr);
   return length;
 }

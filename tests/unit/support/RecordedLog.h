@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ public:
   // The texts written so far, in order.
   std::vector<std::string> lines() const;
   void clear();
+
+  // From here on each line is followed by what `look` sees at the moment at which it is logged.
+  void noteBeside(std::function<std::string()> look);
 
   // From here on every line also goes to standard error: for a test of a process that ends.
   void echoToStandardError();

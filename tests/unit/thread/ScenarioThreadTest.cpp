@@ -314,6 +314,25 @@ TEST_F(ScenarioThreadTest, MakesAMissingRequestFileAnew) {
   EXPECT_EQ(cycle(), Lines{});
 }
 
+TEST_F(ScenarioThreadTest, TellsWhatIsAmissBeforeItPutsItRight) {
+  RecordedLog log;
+  log.noteBeside([this] {
+    return wordOfFileStream(files().node("wanted.scen")) + " " +
+           wordOfFileStream(files().node("request.dconf"));
+  });
+  wantScenario("dusk");
+  requestConfiguration("dusk.conf");
+  board.cycle();
+  std::filesystem::remove(files().node("wanted.scen"));
+  std::filesystem::remove(files().node("request.dconf"));
+  board.cycle();
+  EXPECT_EQ(log.lines(),
+            (Lines{"[TalmorThermal] There is no scen name: dusk\ndusk dusk.conf",
+                   "[TalmorThermal] There is no conf file: dusk.conf\nDefault dusk.conf",
+                   "[TalmorThermal] No scen file\nENOFILE ENOFILE",
+                   "[TalmorThermal] No conf file\nDefault ENOFILE"}));
+}
+
 TEST_F(ScenarioThreadTest, AnswersARequestForAnUnknownConfiguration) {
   requestConfiguration("night.conf\n");
   EXPECT_EQ(cycle(), Lines{"[TalmorThermal] There is no conf file: night.conf\n"});
