@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
-#include "core/Log.h"
+#include "base/Log.h"
 #include "device/Device.h"
-#include "thread/ThermalThread.h"
 
 Monitor::Monitor(const std::string& name_, uint32_t sampling_, int32_t startTemp_,
                  int32_t clearTemp_, const std::string& scenarioName, bool lowactive_,

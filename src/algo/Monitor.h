@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "algo/Algo.h"
+#include "sensor/Algo.h"
 
 class Device;
 

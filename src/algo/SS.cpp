@@ -2,10 +2,9 @@
 
 #include <algorithm>
 
-#include "core/Int32.h"
-#include "core/Log.h"
+#include "base/Int32.h"
+#include "base/Log.h"
 #include "device/Device.h"
-#include "thread/ThermalThread.h"
 
 SS::SS(const std::string& name_, uint32_t sampling_, int32_t setPoint, int32_t setPointClr,
        int32_t startLevel_, const std::string& scenarioName, bool lowactive_, Sensor* sensor_,

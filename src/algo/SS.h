@@ -1,6 +1,6 @@
 #pragma once
 
-#include "algo/Algo.h"
+#include "sensor/Algo.h"
 
 class Device;
 

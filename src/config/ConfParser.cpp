@@ -2,8 +2,8 @@
 
 #include "algo/Monitor.h"
 #include "algo/SS.h"
-#include "config/TextReader.h"
-#include "core/Int32.h"
+#include "base/Int32.h"
+#include "base/TextReader.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"
 

@@ -8,10 +8,10 @@
 #include <optional>
 #include <sstream>
 
+#include "base/Log.h"
+#include "base/TextReader.h"
 #include "config/ConfParser.h"
-#include "config/TextReader.h"
-#include "core/EnvParser.h"
-#include "core/Log.h"
+#include "config/EnvParser.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"
 #include "thread/ScenarioThread.h"

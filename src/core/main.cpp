@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/Log.h"
+#include "base/Log.h"
 #include "core/ThermalMain.h"
 
 int main(int argc, char* argv[]) {

@@ -1,6 +1,6 @@
 #include "device/CPUFreqDevice.h"
 
-#include "core/Int32.h"
+#include "base/Int32.h"
 
 void CPUFreqDevice::statusApply() {
   const std::lock_guard<std::mutex> guard(lock);

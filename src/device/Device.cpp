@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdio>
 
-#include "core/Int32.h"
-#include "core/Log.h"
+#include "base/Int32.h"
+#include "base/Log.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <cctype>
 #include <exception>
 
-#include "core/Int32.h"
-#include "core/Log.h"
+#include "base/Int32.h"
+#include "base/Log.h"
+#include "base/ThermalThread.h"
 #include "sensor/Virtual.h"
-#include "thread/ThermalThread.h"
 
 Real::Real(const std::string& name_, uint32_t sampling_, const std::string& nodePath_)
     : Sensor(name_, sampling_, nullptr), nodePath(nodePath_) {

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "algo/Algo.h"
-#include "core/Int32.h"
-#include "core/Log.h"
-#include "thread/ThermalThread.h"
+#include "base/Int32.h"
+#include "base/Log.h"
+#include "base/ThermalThread.h"
+#include "sensor/Algo.h"
 
 namespace {
 

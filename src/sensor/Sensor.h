@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "thread/ItemList.h"
+#include "base/ItemList.h"
 
 class Algo;
 class ThermalThread;

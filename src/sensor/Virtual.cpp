@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "core/Int32.h"
-#include "core/Log.h"
+#include "base/Int32.h"
+#include "base/Log.h"
 
 Virtual::Virtual(const std::string& name_, uint32_t sampling_, ThermalThread* thread_,
                  int32_t setPoint_, int32_t setPointClr_, const std::vector<Sensor*>& sources_,

@@ -3,7 +3,7 @@
 #include <mutex>
 #include <vector>
 
-#include "thread/ThermalThread.h"
+#include "thread/Worker.h"
 
 // What the workers of both kinds of algorithm do.
 template <typename T> class AlgoThread : public thermalThread<T> {

@@ -11,8 +11,8 @@
 #include <string_view>
 #include <thread>
 
-#include "config/TextReader.h"
-#include "core/Log.h"
+#include "base/Log.h"
+#include "base/TextReader.h"
 #include "core/ThermalMain.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"

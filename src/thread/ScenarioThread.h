@@ -5,7 +5,7 @@
 #include <string>
 
 #include "thread/Scenario.h"
-#include "thread/ThermalThread.h"
+#include "thread/Worker.h"
 
 class SensorThread;
 class ThermalMain;

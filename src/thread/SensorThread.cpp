@@ -2,7 +2,7 @@
 
 #include <typeinfo>
 
-#include "core/Log.h"
+#include "base/Log.h"
 #include "sensor/Real.h"
 #include "thread/ScenarioThread.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "sensor/Sensor.h"
-#include "thread/ThermalThread.h"
+#include "thread/Worker.h"
 
 class ScenarioThread;
 

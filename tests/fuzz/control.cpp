@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "config/TextReader.h"
+#include "base/TextReader.h"
 #include "sensor/Real.h"
 #include "support/FuzzedBoard.h"
 #include "support/Parts.h"

@@ -243,7 +243,7 @@ inline changeScenario(me, last) {
   checkIn(me, last)              /*> scenarioThread->checkIn(); */
 }
 
-/* In src/thread/ThermalThread.h: void waitForPeriod( */
+/* In src/thread/Worker.h: void waitForPeriod( */
 inline waitForPeriod(w) {
   sleepCond[w] = WAITING;        /*> sleepCond.wait_until(sleepLock, endOfPeriod()); */
   if

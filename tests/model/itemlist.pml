@@ -50,7 +50,7 @@ inline allocate(block) {
   k = 0
 }
 
-/* In src/thread/ItemList.h: void awaitWalkEnd() const */
+/* In src/base/ItemList.h: void awaitWalkEnd() const */
 inline awaitWalkEnd(seen) {
   seen = walks;                  /*> const uint32_t seen = walkUnderWay(); */
   if
@@ -61,7 +61,7 @@ inline awaitWalkEnd(seen) {
   fi
 }
 
-/* In src/thread/ItemList.h: void publish(std::unique_ptr<Block> next) */
+/* In src/base/ItemList.h: void publish(std::unique_ptr<Block> next) */
 inline publish(next, last, seen) {
 #ifdef AWAITED_BEFORE_PUBLISHING
   awaitWalkEnd(seen);
@@ -74,7 +74,7 @@ inline publish(next, last, seen) {
   d_step { allocated[next] = false; next = 0 } /*- the end of the function frees what `next` holds */
 }
 
-/* In src/thread/ItemList.h: void append(T* item) */
+/* In src/base/ItemList.h: void append(T* item) */
 inline append(item, next, last, seen) {
   if
   :: size[current] == room[current] -> /*> if (current->size == current->slots.size()) { */
@@ -103,7 +103,7 @@ inline append(item, next, last, seen) {
 #endif
 }
 
-/* In src/thread/ItemList.h: void replace(const std::vector<T*>& kept) */
+/* In src/base/ItemList.h: void replace(const std::vector<T*>& kept) */
 inline replace(next, last, seen) {
   d_step {                       /*> publish(std::make_unique<Block>(kept.data(), kept.data() + kept.size(), kept.size())); */
     allocate(next);
@@ -140,7 +140,7 @@ inline retire(next, last, seen) {
   d_step { for (k : 0 .. APPENDS - 1) { freed[k] = freed[k] || retired[k] } k = 0 }
 }
 
-/* In src/thread/ItemList.h: template <typename Visit> void walk(Visit visit) */
+/* In src/base/ItemList.h: template <typename Visit> void walk(Visit visit) */
 inline walk(block, count, i) {
   d_step { for (k : 0 .. APPENDS - 1) { due[k] = present[k] } k = 0 }; /*- what this walk must not miss */
 #ifdef LOOKED_BEFORE_THE_WALK_IS_COUNTED

@@ -10,7 +10,7 @@ bool aboutToWait[WORKERS];
 /* A caller of activate waits for a mutex that the worker may keep through its period. */
 bool blockedByWorker[WORKERS];
 
-/* In src/thread/ThermalThread.h: void activate() override */
+/* In src/thread/Worker.h: void activate() override */
 inline activate(w, wasIdle) {
   lock(countMutex[w]);           /*> const std::lock_guard<std::mutex> guard(countMutex); */
   d_step {                       /*> if (activeCount++ != 0) return; */
@@ -55,7 +55,7 @@ inline activate(w, wasIdle) {
   fi
 }
 
-/* In src/thread/ThermalThread.h: void deactivate() override */
+/* In src/thread/Worker.h: void deactivate() override */
 inline deactivate(w) {
   lock(countMutex[w]);           /*> const std::lock_guard<std::mutex> guard(countMutex); */
   d_step {                       /*> if (activeCount >= 1) --activeCount; */
@@ -68,7 +68,7 @@ inline deactivate(w) {
   unlock(countMutex[w])          /*- the end of the guard's block */
 }
 
-/* In src/thread/ThermalThread.h: void waitUntilActive(std::unique_lock<std::mutex>& loopLock) */
+/* In src/thread/Worker.h: void waitUntilActive(std::unique_lock<std::mutex>& loopLock) */
 inline waitUntilActive(w) {
 #ifdef FLAG_RAISED_AFTER_THE_COUNT
   if

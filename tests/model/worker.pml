@@ -83,13 +83,13 @@ bool letGo, scenarioDone;
   :: else \
   fi
 
-/* In src/algo/Algo.cpp: void Algo::activate() */
+/* In src/sensor/Algo.cpp: void Algo::activate() */
 inline activateItem(i, flag) {
   d_step { touch(i); awake[i] = true }; /*> active = true; */
   activate(WORKER, flag)         /*> thread->activate(); */
 }
 
-/* In src/algo/Algo.cpp: void Algo::fallAsleep() */
+/* In src/sensor/Algo.cpp: void Algo::fallAsleep() */
 inline fallAsleep(i, flag) {
 #ifdef TWO_FALL_ASLEEP_AT_ONCE
   flag = awake[i];

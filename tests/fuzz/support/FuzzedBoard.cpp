@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "config/ConfParser.h"
-#include "core/EnvParser.h"
+#include "config/EnvParser.h"
 #include "device/Device.h"
 #include "sensor/Real.h"
 #include "sensor/Virtual.h"

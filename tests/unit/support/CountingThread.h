@@ -1,6 +1,6 @@
 #pragma once
 
-#include "thread/ThermalThread.h"
+#include "base/ThermalThread.h"
 
 // A worker that only counts what is asked of it.
 class CountingThread : public ThermalThread {

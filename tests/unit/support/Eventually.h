@@ -7,7 +7,7 @@
 #include <mutex>
 #include <thread>
 
-#include "thread/ThermalThread.h"
+#include "thread/Worker.h"
 
 constexpr std::chrono::seconds kGenerousLimit{60};
 

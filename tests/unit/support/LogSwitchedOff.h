@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Log.h"
+#include "base/Log.h"
 
 // The log switch is off while one of these lives.
 class LogSwitchedOff {

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "algo/Algo.h"
+#include "sensor/Algo.h"
 
 // An algorithm that only registers itself and counts what is asked of it.
 class PlainAlgo : public Algo {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <map>
 
+#include "base/Int32.h"
+#include "base/TextReader.h"
 #include "board/MeantItems.h"
-#include "config/TextReader.h"
-#include "core/Int32.h"
 #include "text/Characters.h"
 #include "text/PlacedText.h"
 

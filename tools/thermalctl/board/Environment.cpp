@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "config/TextReader.h"
-#include "core/Int32.h"
+#include "base/Int32.h"
+#include "base/TextReader.h"
 #include "text/PlacedText.h"
 
 namespace {

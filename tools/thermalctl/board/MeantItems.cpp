@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "config/TextReader.h"
+#include "base/TextReader.h"
 
 namespace {
 

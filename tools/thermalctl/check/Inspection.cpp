@@ -4,8 +4,8 @@
 #include <map>
 #include <system_error>
 
+#include "base/TextReader.h"
 #include "check/Check.h"
-#include "config/TextReader.h"
 
 namespace {
 

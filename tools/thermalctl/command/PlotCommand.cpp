@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Log.h"
+#include "base/TextReader.h"
 #include "command/Commands.h"
-#include "config/TextReader.h"
-#include "core/Log.h"
 #include "file/Names.h"
 #include "log/BoardFolder.h"
 #include "log/CsvRecording.h"

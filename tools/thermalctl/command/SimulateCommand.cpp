@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "base/Log.h"
 #include "command/Commands.h"
-#include "core/Log.h"
 #include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
 #include "simulate/Duration.h"

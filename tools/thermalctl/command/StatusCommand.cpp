@@ -6,9 +6,9 @@
 #include <limits>
 #include <memory>
 
+#include "base/TextReader.h"
 #include "command/Commands.h"
 #include "command/ControlOptions.h"
-#include "config/TextReader.h"
 #include "status/BoardStatus.h"
 #include "status/StatusTable.h"
 #include "terminal/Colour.h"

@@ -6,10 +6,10 @@
 
 #include "algo/Monitor.h"
 #include "algo/SS.h"
+#include "base/Int32.h"
+#include "base/TextReader.h"
 #include "config/ConfParser.h"
-#include "config/TextReader.h"
-#include "core/EnvParser.h"
-#include "core/Int32.h"
+#include "config/EnvParser.h"
 #include "device/Device.h"
 #include "device/ReportDevice.h"
 #include "sensor/Real.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "config/TextReader.h"
+#include "base/TextReader.h"
 
 namespace {
 

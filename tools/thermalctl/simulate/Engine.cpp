@@ -7,8 +7,8 @@
 #include <limits>
 #include <typeinfo>
 
-#include "algo/Algo.h"
 #include "device/Device.h"
+#include "sensor/Algo.h"
 #include "sensor/Sensor.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"

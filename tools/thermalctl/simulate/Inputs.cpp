@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <set>
 
-#include "config/TextReader.h"
+#include "base/TextReader.h"
 #include "daemon/VirtualDaemon.h"
 #include "file/Names.h"
 

@@ -8,8 +8,8 @@
 #include <sstream>
 #include <thread>
 
-#include "config/TextReader.h"
-#include "core/Int32.h"
+#include "base/Int32.h"
+#include "base/TextReader.h"
 #include "status/NodeReading.h"
 #include "text/Phrases.h"
 

@@ -1,6 +1,6 @@
 #include "text/PlacedText.h"
 
-#include "config/TextReader.h"
+#include "base/TextReader.h"
 
 PlacedText::PlacedText(const std::string& content) : in(content) {
   std::istringstream whole(content);

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Log.h"
 #include "control/ControlFile.h"
 #include "control/Waiting.h"
-#include "core/Log.h"
 #include "support/LiveBoard.h"
 #include "support/LogSwitchedOff.h"
 #include "thread/Scenario.h"

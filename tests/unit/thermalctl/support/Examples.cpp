@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include "base/TextReader.h"
 #include "board/Configuration.h"
 #include "board/Environment.h"
 #include "check/Check.h"
-#include "config/TextReader.h"
 
 namespace {
 

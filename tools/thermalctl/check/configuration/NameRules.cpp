@@ -3,9 +3,9 @@
 #include <set>
 #include <tuple>
 
+#include "base/TextReader.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Items.h"
-#include "config/TextReader.h"
 #include "text/Nearest.h"
 
 namespace {

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <set>
 
+#include "base/TextReader.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Items.h"
-#include "config/TextReader.h"
 #include "text/Nearest.h"
 
 namespace {

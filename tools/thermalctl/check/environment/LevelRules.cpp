@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/Int32.h"
 #include "check/environment/EnvironmentRules.h"
-#include "core/Int32.h"
 
 namespace {
 

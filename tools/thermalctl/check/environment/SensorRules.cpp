@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "base/Int32.h"
 #include "check/environment/EnvironmentRules.h"
-#include "core/Int32.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <map>
 #include <sstream>
 
+#include "base/Int32.h"
 #include "check/environment/EnvironmentRules.h"
-#include "core/Int32.h"
 #include "text/Nearest.h"
 
 namespace {

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/TextReader.h"
 #include "check/Check.h"
 #include "check/rule/Rule.h"
-#include "config/TextReader.h"
 #include "thermalctl/support/Examples.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "core/EnvParser.h"
+#include "config/EnvParser.h"
 
 #include <typeinfo>
 

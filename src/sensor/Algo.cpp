@@ -1,8 +1,8 @@
-#include "algo/Algo.h"
+#include "sensor/Algo.h"
 
-#include "core/Int32.h"
+#include "base/Int32.h"
+#include "base/ThermalThread.h"
 #include "sensor/Sensor.h"
-#include "thread/ThermalThread.h"
 
 Algo::Algo(const std::string& name_, uint32_t sampling_, bool lowactive_, Sensor* sensor_,
            ThermalThread* thread_)

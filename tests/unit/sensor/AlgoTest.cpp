@@ -1,4 +1,4 @@
-#include "algo/Algo.h"
+#include "sensor/Algo.h"
 
 #include <cstdint>
 

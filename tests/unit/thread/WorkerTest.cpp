@@ -1,4 +1,4 @@
-#include "thread/ThermalThread.h"
+#include "thread/Worker.h"
 
 #include <chrono>
 #include <cstdint>
@@ -28,7 +28,7 @@ public:
   }
 };
 
-TEST(ThermalThreadTest, StartsWithNothingButItsPeriod) {
+TEST(WorkerTest, StartsWithNothingButItsPeriod) {
   const Worker worker(250);
   EXPECT_EQ(worker.period, 250);
   EXPECT_EQ(worker.activeCount, 0);
@@ -37,14 +37,14 @@ TEST(ThermalThreadTest, StartsWithNothingButItsPeriod) {
   EXPECT_FALSE(worker.stopRequested);
 }
 
-TEST(ThermalThreadTest, LeavesItsMutexesFree) {
+TEST(WorkerTest, LeavesItsMutexesFree) {
   Worker worker(250);
   EXPECT_FALSE(isHeld(worker.loopMutex));
   EXPECT_FALSE(isHeld(worker.sleepMutex));
   EXPECT_FALSE(isHeld(worker.countMutex));
 }
 
-TEST(ThermalThreadTest, AppendsItsItemsInOrder) {
+TEST(WorkerTest, AppendsItsItemsInOrder) {
   int items[] = {7, 8, 9};
   Worker worker(250);
   for (int& item : items)
@@ -55,7 +55,7 @@ TEST(ThermalThreadTest, AppendsItsItemsInOrder) {
   EXPECT_EQ(inserted, (std::vector<int>{7, 8, 9}));
 }
 
-TEST(ThermalThreadTest, CountsItsActiveItemsButNeverBelowZero) {
+TEST(WorkerTest, CountsItsActiveItemsButNeverBelowZero) {
   Worker worker(250);
   worker.deactivate();
   EXPECT_EQ(worker.activeCount, 0);
@@ -73,7 +73,7 @@ TEST(ThermalThreadTest, CountsItsActiveItemsButNeverBelowZero) {
   EXPECT_EQ(worker.activeCount, 1);
 }
 
-TEST(ThermalThreadTest, IsWokenByTheFirstActivation) {
+TEST(WorkerTest, IsWokenByTheFirstActivation) {
   Worker worker(250);
   const std::future<void> body = std::async(std::launch::async, std::ref(worker));
   ASSERT_TRUE(eventually([&] { return sleepsUntilActive(worker); }));
@@ -82,14 +82,14 @@ TEST(ThermalThreadTest, IsWokenByTheFirstActivation) {
   EXPECT_TRUE(eventually([&] { return isOver(body); }));
 }
 
-TEST(ThermalThreadTest, DoesNotWaitForAnActivationThatIsThereAlready) {
+TEST(WorkerTest, DoesNotWaitForAnActivationThatIsThereAlready) {
   Worker worker(250);
   worker.activate();
   const std::future<void> body = std::async(std::launch::async, std::ref(worker));
   EXPECT_TRUE(eventually([&] { return isOver(body); }));
 }
 
-TEST(ThermalThreadTest, WaitsItsPeriodButAtLeastAMillisecond) {
+TEST(WorkerTest, WaitsItsPeriodButAtLeastAMillisecond) {
   const struct {
     int period, milliseconds;
   } cases[] = {{250, 250}, {2, 2}, {1, 1}, {0, 1}, {-1, 1}, {INT32_MIN, 1}, {INT32_MAX, INT32_MAX}};
@@ -103,7 +103,7 @@ TEST(ThermalThreadTest, WaitsItsPeriodButAtLeastAMillisecond) {
   }
 }
 
-TEST(ThermalThreadTest, WaitsAMillisecondWithAPeriodBelowOne) {
+TEST(WorkerTest, WaitsAMillisecondWithAPeriodBelowOne) {
   for (const int period : {0, -1, INT32_MIN}) {
     Worker worker(period);
     const Clock::time_point begin = Clock::now();
@@ -114,7 +114,7 @@ TEST(ThermalThreadTest, WaitsAMillisecondWithAPeriodBelowOne) {
   }
 }
 
-TEST(ThermalThreadTest, EndsNoWaitEarlyNorLaterThanByAFiftieth) {
+TEST(WorkerTest, EndsNoWaitEarlyNorLaterThanByAFiftieth) {
   const Clock::time_point phase{std::chrono::microseconds(123457)};
   for (const int64_t period : {1, 20, 60, 250, 333, 1000, 60000, INT32_MAX}) {
     const std::chrono::nanoseconds length = std::chrono::milliseconds(period);
@@ -126,7 +126,7 @@ TEST(ThermalThreadTest, EndsNoWaitEarlyNorLaterThanByAFiftieth) {
   }
 }
 
-TEST(ThermalThreadTest, EndsAWaitAtAMomentOfItsPhaseWhereOneIsNear) {
+TEST(WorkerTest, EndsAWaitAtAMomentOfItsPhaseWhereOneIsNear) {
   using std::chrono::milliseconds;
   const Clock::time_point phase{milliseconds(1000)};
   const struct {
@@ -147,7 +147,7 @@ TEST(ThermalThreadTest, EndsAWaitAtAMomentOfItsPhaseWhereOneIsNear) {
   }
 }
 
-TEST(ThermalThreadTest, BringsWorkersTogetherWhoseMomentsAreAmongThoseOfTheFastest) {
+TEST(WorkerTest, BringsWorkersTogetherWhoseMomentsAreAmongThoseOfTheFastest) {
   using std::chrono::microseconds;
   using std::chrono::milliseconds;
   const Clock::time_point phase{milliseconds(777)};
@@ -173,7 +173,7 @@ TEST(ThermalThreadTest, BringsWorkersTogetherWhoseMomentsAreAmongThoseOfTheFaste
   }
 }
 
-TEST(ThermalThreadTest, EndsItsPeriodEarlyWhenItIsNotified) {
+TEST(WorkerTest, EndsItsPeriodEarlyWhenItIsNotified) {
   Worker worker(3'600'000);
   std::future<void> wait = std::async(std::launch::async, [&worker] { worker.waitOnePeriod(); });
   EXPECT_TRUE(eventually([&] {

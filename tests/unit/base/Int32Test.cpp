@@ -1,4 +1,4 @@
-#include "core/Int32.h"
+#include "base/Int32.h"
 
 #include <gtest/gtest.h>
 

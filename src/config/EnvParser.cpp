@@ -1,9 +1,9 @@
-#include "core/EnvParser.h"
+#include "config/EnvParser.h"
 
 #include <map>
 
-#include "config/TextReader.h"
-#include "core/Int32.h"
+#include "base/Int32.h"
+#include "base/TextReader.h"
 #include "device/BacklightDevice.h"
 #include "device/CPUFreqDevice.h"
 #include "device/CPUHotplugDevice.h"

@@ -1,4 +1,4 @@
-#include "config/TextReader.h"
+#include "base/TextReader.h"
 
 #include <fcntl.h>
 #include <unistd.h>

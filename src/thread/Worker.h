@@ -8,25 +8,8 @@
 #include <mutex>
 #include <thread>
 
-#include "thread/ItemList.h"
-
-// A worker: one thread of the process with the items that it serves in a loop.
-class ThermalThread {
-public:
-  virtual ~ThermalThread() = default;
-  ThermalThread(const ThermalThread&) = delete;
-  ThermalThread& operator=(const ThermalThread&) = delete;
-
-  // Counts one more active item; the first wakes the worker.
-  virtual void activate() = 0;
-  // Counts one less; without any the worker sleeps from its next cycle on.
-  virtual void deactivate() = 0;
-  // The thread body.
-  virtual void operator()() = 0;
-
-protected:
-  ThermalThread() = default;
-};
+#include "base/ItemList.h"
+#include "base/ThermalThread.h"
 
 // When a wait for `period` that begins at `now` ends: at `phase` and a multiple of the period and a
 // fiftieth of it, if such a moment is near. These moments are moments of half the period as well,

@@ -1,4 +1,4 @@
-#include "thread/ItemList.h"
+#include "base/ItemList.h"
 
 #include <vector>
 
