@@ -57,7 +57,7 @@ std::string quotedEntry(std::string joined, std::istream& line) {
 
 } // namespace
 
-EnvParser::EnvParser(std::istream& in_, ThermalMain& board_) : in(in_), board(board_) {}
+EnvParser::EnvParser(std::istream& in_, Daemon& board_) : in(in_), board(board_) {}
 
 void EnvParser::parse() {
   while (!in.eof()) {

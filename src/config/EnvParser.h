@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/ThermalMain.h"
+#include "thread/Daemon.h"
 
 // Reads the environment file and builds the board: sensors, their workers and devices.
 //
@@ -17,7 +17,7 @@
 class EnvParser {
 public:
   // Fills `sensors`, `sensorThreads`, `devices` and `confFileName` of `board`.
-  EnvParser(std::istream& in, ThermalMain& board);
+  EnvParser(std::istream& in, Daemon& board);
 
   void parse();
 
@@ -37,6 +37,6 @@ private:
   SensorThread& workerFor(int32_t period);
 
   std::istream& in;
-  ThermalMain& board;
+  Daemon& board;
   std::stringstream line;
 };

@@ -29,33 +29,6 @@ template <typename Worker> void startUnlessRunning(Worker& worker, std::thread*&
   slot = new std::thread(std::ref(worker));
 }
 
-template <typename Worker>
-void stopAndFree(const std::string& name, Worker* worker,
-                 std::map<std::string, std::thread*>& threads) {
-  worker->sleepCond.notify_one();
-  worker->activate();
-  std::thread* thread = threads[name];
-  if (thread) {
-    thread->join();
-    delete thread;
-  }
-  threads.erase(name);
-  delete worker;
-}
-
-template <typename Worker>
-void destroyOldItems(std::map<std::string, Worker*>& workers,
-                     std::map<std::string, std::thread*>& threads) {
-  for (auto entry = workers.begin(); entry != workers.end();) {
-    if (!entry->second->destroyOldItems()) {
-      ++entry;
-      continue;
-    }
-    stopAndFree(entry->first, entry->second, threads);
-    entry = workers.erase(entry);
-  }
-}
-
 } // namespace
 
 ThermalMain::ThermalMain(const std::string& confPath_, const std::string& envPath_)
@@ -174,11 +147,4 @@ std::string ThermalMain::readConfiguration(const std::vector<std::string>& names
     }
   }
   return readOrReport(confPath).value_or("");
-}
-
-void ThermalMain::destroyOldUnusings() {
-  for (const auto& [period, worker] : sensorThreads)
-    worker->destroyOldScens();
-  destroyOldItems(ssThreads, threads);
-  destroyOldItems(monitorThreads, threads);
 }

@@ -1,26 +1,18 @@
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <string>
-#include <thread>
 #include <vector>
 
-class Device;
-class MonitorThread;
-class Scenario;
-class ScenarioThread;
-class Sensor;
-class SensorThread;
-class SSThread;
+#include "thread/Daemon.h"
 
-// The daemon: every registry, the start-up sequence and the life of the process.
+class ScenarioThread;
+
+// The daemon of a device: the start-up sequence and the life of the process.
 //
 // Errors:  an error in the configuration ends the process with status 0, at start-up and later
 //          alike.
-// Threads: start-up runs on the main thread alone. From then on the registries belong to the
-//          scenario thread, which changes them in a live reconfiguration; they have no lock.
-class ThermalMain {
+// Threads: start-up runs on the main thread alone.
+class ThermalMain : public Daemon {
 public:
   // Starts the daemon on the given files and stays for the life of the process.
   ThermalMain(const std::string& confPath, const std::string& envPath);
@@ -30,31 +22,19 @@ public:
 
   // Whether a file of that name opens in the configuration directory. The name is joined as it
   // stands.
-  bool findConfFile(const std::string& name) const;
+  bool findConfFile(const std::string& name) const override;
 
   // Reads the configuration in force; if that cannot be read, the factory's.
   void confParse();
 
-  // Puts another file of the configuration directory in force and starts the workers that it
-  // brings.
-  void dynamicConfParse(const std::string& name);
-
-  // Frees what a replaced configuration left: its entries in the sensors, its items, and the
-  // workers that have no other.
-  void destroyOldUnusings();
+  // Reads the file of that name in the configuration directory; if that cannot be read, the
+  // configuration in force once more.
+  void dynamicConfParse(const std::string& name) override;
 
   std::string confPath; // the factory configuration
   std::string envPath;
   std::string confDir; // ends in "/"
-  std::string confFileName{"talmor-thermal_default.conf"};
-  std::map<std::string, SSThread*> ssThreads;
-  std::map<std::string, MonitorThread*> monitorThreads;
-  std::map<int32_t, SensorThread*> sensorThreads;
-  std::map<std::string, Device*> devices;
-  std::map<std::string, Sensor*> sensors;
   ScenarioThread* scenarioThread = nullptr;
-  std::map<std::string, Scenario*> scenarios;
-  std::map<std::string, std::thread*> threads;
 
 protected:
   // Where the daemon's files are.

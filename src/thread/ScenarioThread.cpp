@@ -13,7 +13,7 @@
 
 #include "base/Log.h"
 #include "base/TextReader.h"
-#include "core/ThermalMain.h"
+#include "thread/Daemon.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"
 #include "thread/SensorThread.h"

@@ -7,8 +7,8 @@
 #include "thread/Scenario.h"
 #include "thread/Worker.h"
 
+class Daemon;
 class SensorThread;
-class ThermalMain;
 
 // Steers the daemon by two control files of one word each, polled once a second: the scenario
 // wanted, and the configuration file wanted.
@@ -47,7 +47,7 @@ public:
   std::string confState{"PARSED"};
   std::string dconfPath;
   std::string scenPath;
-  ThermalMain* owner = nullptr;
+  Daemon* owner = nullptr;
   std::string currentScenName{"Default"};
   std::string requestedScenName{"Default"};
 

@@ -431,7 +431,7 @@ inline destroyOldItems(posted, flag) {
 #endif
 }
 
-/* In src/core/ThermalMain.cpp: void stopAndFree(const std::string& name, Worker* worker, */
+/* In src/thread/Daemon.cpp: void stopAndFree(const std::string& name, Worker* worker, */
 inline stopAndFree(flag) {
   stopping = true;               /*- from here on the worker has to end */
   notify(sleepCond);             /*> worker->sleepCond.notify_one(); */

@@ -60,8 +60,8 @@ def test_a_step_up_is_found(tmp_path):
         "beside/C.h: high/B.h", "high/D.h: unknown/E.h", "low/A.h: high/B.h"]
 
 
-def test_the_tool_has_its_table():
-    assert "tools/thermalctl" in TABLES
+def test_daemon_and_tool_have_their_tables():
+    assert TABLES.keys() == {"src", "tools/thermalctl"}
 
 
 def test_the_daemon_includes_nothing_of_the_tools():
