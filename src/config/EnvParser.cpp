@@ -97,7 +97,7 @@ void EnvParser::parseReal(const std::string& name) {
     else if (key == "node_path")
       line >> nodePath;
   }
-  auto* sensor = new Real(name, static_cast<uint32_t>(sampling), nodePath);
+  Real* sensor = makeReal(name, static_cast<uint32_t>(sampling), nodePath);
   board.sensors[name] = sensor;
   SensorThread& worker = workerFor(sampling);
   worker.insert(sensor);
@@ -161,9 +161,18 @@ void EnvParser::parseDevice(const std::string& name, const std::string& kind) {
     else if (key == "level_table")
       appendLevels(levels, type);
   }
+  if (Device* device = makeDevice(kind, name, nodePath, type, levels)) board.devices[name] = device;
+}
+
+Real* EnvParser::makeReal(const std::string& name, uint32_t sampling, const std::string& nodePath) {
+  return new Real(name, sampling, nodePath);
+}
+
+Device* EnvParser::makeDevice(const std::string& kind, const std::string& name,
+                              const std::string& nodePath, const std::string& type,
+                              const std::vector<std::string>& levelTable) {
   const auto maker = deviceKinds().find(kind);
-  if (maker != deviceKinds().end())
-    board.devices[name] = maker->second(name, nodePath, type, levels);
+  return maker == deviceKinds().end() ? nullptr : maker->second(name, nodePath, type, levelTable);
 }
 
 void EnvParser::appendLevels(std::vector<std::string>& levels, std::string& type) {

@@ -7,6 +7,8 @@
 
 #include "thread/Daemon.h"
 
+class Real;
+
 // Reads the environment file and builds the board: sensors, their workers and devices.
 //
 // Shape:   sections, each a header line, a "type" line directly below it and key lines up to a
@@ -18,8 +20,17 @@ class EnvParser {
 public:
   // Fills `sensors`, `sensorThreads`, `devices` and `confFileName` of `board`.
   EnvParser(std::istream& in, Daemon& board);
+  virtual ~EnvParser() = default;
 
   void parse();
+
+protected:
+  // The only places where something with a node is made: here, of what the section says.
+  virtual Real* makeReal(const std::string& name, uint32_t sampling, const std::string& nodePath);
+  // Null for a kind that is none.
+  virtual Device* makeDevice(const std::string& kind, const std::string& name,
+                             const std::string& nodePath, const std::string& type,
+                             const std::vector<std::string>& levelTable);
 
 private:
   void parseSection(const std::string& name, const std::string& kind);

@@ -20,6 +20,8 @@ class SSThread;
 //          live reconfiguration; they have no lock.
 class Daemon {
 public:
+  virtual ~Daemon() = default;
+
   // Whether there is a configuration of that name.
   virtual bool findConfFile(const std::string& name) const = 0;
 
@@ -38,7 +40,4 @@ public:
   std::map<std::string, Sensor*> sensors;
   std::map<std::string, Scenario*> scenarios;
   std::map<std::string, std::thread*> threads;
-
-protected:
-  ~Daemon() = default;
 };

@@ -129,7 +129,7 @@ void ScenarioThread::configurationStep() {
 void ScenarioThread::applyConfiguration() {
   LOG_LINE("[TalmorThermal] Start to apply new CONF file\n");
   scenUpdateWithSensorThread(true);
-  loadConfiguration(confState);
+  owner->dynamicConfParse(confState);
   if (owner->scenarios.count(currentScenName) == 0) {
     LOG_LINE("[TalmorThermal] There is no scen name in new conf file: %s\n", lastWord.c_str());
     currentScenName = "Default";
@@ -177,10 +177,6 @@ void ScenarioThread::changeWithSensorThreads(const std::map<int32_t, SensorThrea
   for (const auto& [sampling, worker] : workers)
     release(*worker);
   passBarrier();
-}
-
-void ScenarioThread::loadConfiguration(const std::string& name) {
-  owner->dynamicConfParse(name);
 }
 
 void ScenarioThread::park(SensorThread& worker) {

@@ -52,12 +52,14 @@ public:
   std::string requestedScenName{"Default"};
 
 protected:
-  // The part of a change that waits for the sensor threads, in its three phases.
+  // The part of a change that waits for the sensor threads, in its three phases, and its steps.
+  // Where there are no threads, a step does at once what these would do behind the next barrier.
   virtual void changeWithSensorThreads(const std::map<int32_t, SensorThread*>& workers,
                                        bool newConf);
-
-  // Reads the configuration file `name` and starts the workers that it brings.
-  virtual void loadConfiguration(const std::string& name);
+  virtual void park(SensorThread& worker);
+  virtual void handOverName(SensorThread& worker, bool newConf);
+  virtual void letWokenItemsDecide();
+  virtual void release(SensorThread& worker);
 
   // Leaves the worker the name to change to. With `newConf` its sensors move their algorithms
   // first.
@@ -68,10 +70,6 @@ private:
   void configurationStep();
   void applyConfiguration();
   void passBarrier();
-  void park(SensorThread& worker);
-  void handOverName(SensorThread& worker, bool newConf);
-  void release(SensorThread& worker);
-  void letWokenItemsDecide();
 
   // What `checkStringInFile` returned last: for the one message that names it, and to fill the same
   // storage every time.

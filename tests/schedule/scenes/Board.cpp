@@ -25,9 +25,6 @@ template <typename Tell> void tell(Tell what) {
 }
 
 class ObservedScenarioThread : public ScenarioThread {
-public:
-  explicit ObservedScenarioThread(Board& board_) : board(board_) {}
-
 protected:
   void changeWithSensorThreads(const std::map<int32_t, SensorThread*>& workers,
                                bool newConf) override {
@@ -35,14 +32,6 @@ protected:
     ScenarioThread::changeWithSensorThreads(workers, newConf);
     tell([](Judge& j) { j.changeEnds(); });
   }
-
-  void loadConfiguration(const std::string& name) override {
-    ScenarioThread::loadConfiguration(name);
-    tell([this](Judge&) { board.observeItems(); });
-  }
-
-private:
-  Board& board;
 };
 
 } // namespace
@@ -117,7 +106,7 @@ Board::Board(const Files& files, Judge& judge_)
     : ThermalMain(Paths{files.path("factory.conf"), files.path("board.env"), files.path("config/"),
                         files.path("request.dconf"), files.path("wanted.scen")}) {
   judge = &judge_;
-  auto* const observed = new ObservedScenarioThread(*this);
+  auto* const observed = new ObservedScenarioThread;
   observed->dconfPath = scenarioThread->dconfPath;
   observed->scenPath = scenarioThread->scenPath;
   observed->owner = this;
@@ -127,6 +116,11 @@ Board::Board(const Files& files, Judge& judge_)
     worker->scenarioThread = observed;
   observeDevices();
   observeItems();
+}
+
+void Board::dynamicConfParse(const std::string& name) {
+  ThermalMain::dynamicConfParse(name);
+  tell([this](Judge&) { observeItems(); });
 }
 
 void Board::observeItems() {

@@ -15,9 +15,10 @@ public:
   // `environment` with "@name" for the path of a node of that name.
   Board(const Files& files, Judge& judge);
 
-  // Has the items tell what they do that do not yet.
-  void observeItems();
+  void dynamicConfParse(const std::string& name) override;
 
 private:
+  // Has the items tell what they do that do not yet.
+  void observeItems();
   void observeDevices();
 };

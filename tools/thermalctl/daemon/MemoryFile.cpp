@@ -17,32 +17,24 @@ void require(bool done) {
 
 MemoryFile::MemoryFile(const std::string& text) : file(::memfd_create("node", MFD_CLOEXEC)) {
   require(file >= 0);
-  overwrite(text.data(), text.size());
+  overwrite(text);
 }
 
 MemoryFile::~MemoryFile() {
   ::close(file);
 }
 
-const char* MemoryFile::folder() {
-  return "/proc/self/fd/";
-}
-
-std::string MemoryFile::name() const {
-  return std::to_string(file);
-}
-
 std::string MemoryFile::path() const {
-  return folder() + name();
+  return "/proc/self/fd/" + std::to_string(file);
 }
 
 void MemoryFile::replace(const std::string& text) {
   require(::ftruncate(file, 0) == 0);
-  overwrite(text.data(), text.size());
+  overwrite(text);
 }
 
-void MemoryFile::overwrite(const char* bytes, size_t count) {
-  require(::pwrite(file, bytes, count, 0) == static_cast<ssize_t>(count));
+void MemoryFile::overwrite(const std::string& text) {
+  require(::pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
 }
 
 void raiseFileLimit() {

@@ -16,16 +16,13 @@ public:
   MemoryFile(const MemoryFile&) = delete;
   MemoryFile& operator=(const MemoryFile&) = delete;
 
-  // The folder of `path`, with its slash, and the name in it.
-  static const char* folder();
-  std::string name() const;
   std::string path() const;
 
   // Makes `text` the whole content.
   void replace(const std::string& text);
 
-  // Puts bytes at the start and leaves what lies behind them.
-  void overwrite(const char* bytes, size_t count);
+  // Puts `text` at the start and leaves what lies behind it.
+  void overwrite(const std::string& text);
 
 private:
   int file;

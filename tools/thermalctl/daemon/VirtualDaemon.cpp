@@ -2,16 +2,13 @@
 
 #include <algorithm>
 #include <sstream>
-#include <typeinfo>
 
 #include "algo/Monitor.h"
 #include "algo/SS.h"
 #include "base/Int32.h"
-#include "base/TextReader.h"
 #include "config/ConfParser.h"
 #include "config/EnvParser.h"
 #include "device/Device.h"
-#include "device/ReportDevice.h"
 #include "sensor/Real.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"
@@ -19,42 +16,33 @@
 
 namespace {
 
-constexpr char kNothing[] = "/dev/null";
 constexpr char kRetiredMark[] = "OLDSCEN_";
 
-std::vector<std::string> wordsOf(const std::string& line) {
-  std::istringstream in(line);
-  std::vector<std::string> words;
-  for (std::string word; in >> word;)
-    words.push_back(word);
-  return words;
-}
+// Builds the board with none of the host's nodes.
+class Builder : public EnvParser {
+public:
+  Builder(std::istream& in_, Daemon& board_, const VirtualDaemon::NodePath& nodePath_,
+          std::map<std::string, std::string>& kinds_)
+      : EnvParser(in_, board_), nodePath(nodePath_), kinds(kinds_) {}
 
-// The environment with no path of the host in it, and the kind of every section by its name. A
-// camera becomes a device of the base kind: its levels are the same, and the one thing that it adds
-// is a write to a path of its own.
-std::string confined(const std::string& environment, std::map<std::string, std::string>& kinds) {
-  std::istringstream in(environment);
-  std::string result;
-  std::string name;
-  for (std::string line; std::getline(in, line);) {
-    const std::vector<std::string> words = wordsOf(line);
-    const bool header = !words.empty() && words[0][0] == '[';
-    if (header) name = headerName(words[0]);
-    // Where a blank line follows a header, the rest of the header's line is the type line.
-    const size_t type = header ? 1 : 0;
-    if (words.size() > type + 1 && words[type] == "type") {
-      kinds[name] = words[type + 1];
-      if (words[type + 1] == "camera") line = (header ? words[0] + " " : "") + "type backlight";
-    } else if (words.size() > 1 && words[0] == "node_path") {
-      line = std::string("node_path ") + kNothing;
-    }
-    result += line + "\n";
+protected:
+  Real* makeReal(const std::string& name, uint32_t sampling, const std::string& path) override {
+    return EnvParser::makeReal(name, sampling, path.empty() ? path : nodePath(name));
   }
-  // The last line feed decides about what the reader makes of the file's end.
-  if (!environment.empty() && environment.back() != '\n') result.pop_back();
-  return result;
-}
+
+  Device* makeDevice(const std::string& kind, const std::string& name, const std::string&,
+                     const std::string& type, const std::vector<std::string>& levels) override {
+    // All that a camera adds to a device is a write to a path of its own.
+    Device* device = kind == "camera" ? new Device(name, "", type, levels)
+                                      : EnvParser::makeDevice(kind, name, "", type, levels);
+    if (device) kinds[name] = kind;
+    return device;
+  }
+
+private:
+  const VirtualDaemon::NodePath& nodePath;
+  std::map<std::string, std::string>& kinds;
+};
 
 template <typename Key, typename Worker> void freeWorkers(const std::map<Key, Worker*>& workers) {
   for (const auto& [key, worker] : workers) {
@@ -85,17 +73,18 @@ std::optional<size_t> indexOf(const std::vector<Track>& tracks, const std::strin
   return std::nullopt;
 }
 
+// With `lowactive` the daemon keeps temperatures negated.
+int32_t asWritten(const Algo& item, int32_t stored) {
+  return item.lowactive ? wrapNegate(stored) : stored;
+}
+
 void describeDetails(const Monitor& monitor, const TraceDescription& board, AlgorithmTrack& track) {
-  // With `lowactive` the daemon keeps temperatures negated.
-  const auto asWritten = [&monitor](int32_t stored) {
-    return monitor.lowactive ? wrapNegate(stored) : stored;
-  };
   const auto& clear = monitor.thresholdsClr;
   for (size_t i = 0; i < monitor.thresholds.size(); ++i) {
     // A level without a clearing threshold is left at its own, as the monitor does it.
     const int32_t reached = monitor.thresholds[i];
     track.thresholds.push_back(
-        {asWritten(reached), asWritten(i < clear.size() ? clear[i] : reached)});
+        {asWritten(monitor, reached), asWritten(monitor, i < clear.size() ? clear[i] : reached)});
   }
   for (const std::vector<Device*>& row : monitor.actions) {
     for (const Device* device : row) {
@@ -108,11 +97,8 @@ void describeDetails(const Monitor& monitor, const TraceDescription& board, Algo
 }
 
 void describeDetails(const SS& ss, const TraceDescription& board, AlgorithmTrack& track) {
-  const auto asWritten = [&ss](int32_t stored) {
-    return ss.lowactive ? wrapNegate(stored) : stored;
-  };
   track.kind = AlgorithmTrack::Kind::kStep;
-  track.thresholds.push_back({asWritten(ss.startTemp), asWritten(ss.clearTemp)});
+  track.thresholds.push_back({asWritten(ss, ss.startTemp), asWritten(ss, ss.clearTemp)});
   if (const auto index = indexOf(board.devices, ss.device->name)) track.devices.push_back(*index);
 }
 
@@ -125,56 +111,41 @@ std::string plainMessage(const std::string& logged) {
 
 } // namespace
 
-VirtualScenarioThread::VirtualScenarioThread(ThermalMain& owner_) {
-  delete owner_.scenarioThread;
-  owner_.scenarioThread = this;
-  owner = &owner_;
-}
-
-bool VirtualScenarioThread::changeIsDue() const {
-  return currentScenName != requestedScenName || confState != "PARSED";
-}
-
-void VirtualScenarioThread::changeWithSensorThreads(const std::map<int32_t, SensorThread*>&,
-                                                    bool newConf) {
-  change(newConf);
-}
-
-void VirtualScenarioThread::loadConfiguration(const std::string& name) {
-  load(name);
-}
-
-VirtualDaemon::VirtualDaemon(const std::string& environment)
-    : ThermalMain(Paths{kNothing, kNothing, std::string(kNothing) + "/", kNothing, kNothing}),
-      scenarioFile("Default"), requestFile("PARSED"), control(new VirtualScenarioThread(*this)) {
-  // The daemon's start-up has read and written nothing: the files come only now.
-  confDir = MemoryFile::folder();
-  control->scenPath = scenarioFile.path();
-  control->dconfPath = requestFile.path();
-  std::istringstream in(confined(environment, kinds));
-  EnvParser(in, *this).parse();
+VirtualDaemon::VirtualDaemon(const std::string& environment, const NodePath& nodePath) {
+  std::istringstream in(environment);
+  Builder(in, *this, nodePath, kinds).parse();
 }
 
 // The base frees nothing: on a device its objects live as long as the process.
 VirtualDaemon::~VirtualDaemon() {
-  rememberScenarios();
   freeWorkers(ssThreads);
   freeWorkers(monitorThreads);
   freeWorkers(sensorThreads);
   for (const auto& [name, device] : devices)
     delete device;
-  for (const Scenario* scenario : scenariosSeen)
+  for (const auto& [name, scenario] : scenarios)
     delete scenario;
-  delete scenarioThread;
+}
+
+bool VirtualDaemon::findConfFile(const std::string& name) const {
+  return configurations.count(name) > 0;
+}
+
+void VirtualDaemon::dynamicConfParse(const std::string& name) {
+  confFileName = name;
+  parseConfiguration(configurations.at(name));
 }
 
 std::optional<std::string> VirtualDaemon::parseConfiguration(const std::string& text) {
-  rememberScenarios();
+  const std::map<std::string, Scenario*> before = scenarios;
   std::istringstream in(text);
   const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
   const std::optional<std::string> error = ConfParser(in, registries).parse();
-  if (!error) return std::nullopt;
-  return plainMessage(*error);
+  if (error) return plainMessage(*error);
+  // The daemon keeps those for good.
+  for (const auto& [name, scenario] : before)
+    delete scenario;
+  return std::nullopt;
 }
 
 TraceDescription VirtualDaemon::describe() const {
@@ -183,16 +154,14 @@ TraceDescription VirtualDaemon::describe() const {
     // A name that is only referred to has an empty entry.
     if (!sensor) continue;
     const bool isReal = dynamic_cast<const Real*>(sensor) != nullptr;
-    board.sensors.push_back({name,
-                             isReal ? SensorTrack::Kind::kReal : SensorTrack::Kind::kVirtual,
-                             sensor->sampling,
-                             {}});
+    const auto kind = isReal ? SensorTrack::Kind::kReal : SensorTrack::Kind::kVirtual;
+    board.sensors.push_back({name, kind, sensor->sampling, {}});
   }
   for (const auto& [name, device] : devices) {
     if (!device) continue;
-    const bool isReport = typeid(*device) == typeid(ReportDevice);
+    const std::string& kind = kinds.at(name);
     board.devices.push_back(
-        {name, kinds.at(name), isReport ? std::vector<std::string>() : device->levelTable});
+        {name, kind, kind == "report" ? std::vector<std::string>() : device->levelTable});
   }
   return board;
 }
@@ -220,18 +189,4 @@ std::vector<Algo*> VirtualDaemon::items() const {
   std::vector<Algo*> all;
   forEachItem(sensors, [&all](const std::string&, Algo& item) { all.push_back(&item); });
   return all;
-}
-
-std::unique_ptr<MemoryFile> VirtualDaemon::connect(Sensor& sensor) {
-  auto* real = dynamic_cast<Real*>(&sensor);
-  if (!real || !real->node.is_open()) return nullptr;
-  auto node = std::make_unique<MemoryFile>();
-  real->node.close();
-  real->node.open(node->path());
-  return node;
-}
-
-void VirtualDaemon::rememberScenarios() {
-  for (const auto& [name, scenario] : scenarios)
-    scenariosSeen.insert(scenario);
 }

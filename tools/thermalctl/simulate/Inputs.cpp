@@ -96,7 +96,8 @@ private:
     run.description.name = shortName(path, request.configurations);
     addConfiguration(run, initialWord, path);
     for (const Change& change : run.workload.changes) {
-      if (change.kind != Change::Kind::kConfiguration || knows(run, change.word)) continue;
+      if (change.kind != Change::Kind::kConfiguration || run.configurations.count(change.word) > 0)
+        continue;
       if (const auto asked = pathOf(change.word, path))
         addConfiguration(run, change.word, *asked);
       else
@@ -104,11 +105,6 @@ private:
                      "there is no configuration '" + change.word + "' beside " + path);
     }
     return run;
-  }
-
-  static bool knows(const RunInput& run, const std::string& word) {
-    return std::any_of(run.configurations.begin(), run.configurations.end(),
-                       [&word](const RunConfiguration& known) { return known.word == word; });
   }
 
   std::optional<std::string> pathOf(const std::string& word, const std::string& beside) const {
@@ -134,7 +130,7 @@ private:
     }
     for (const auto& [name, scenario] : daemon.scenarios)
       scenarios.insert(name);
-    run.configurations.push_back({word, texts[path], run.description.algorithms.size()});
+    run.configurations[word] = texts[path];
     for (AlgorithmTrack& track : daemon.describeItems(run.description, word))
       run.description.algorithms.push_back(std::move(track));
   }

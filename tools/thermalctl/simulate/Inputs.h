@@ -5,8 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "simulate/Engine.h"
+#include "simulate/PlantFile.h"
 #include "simulate/Problems.h"
+#include "simulate/WorkloadFile.h"
+#include "trace/Trace.h"
 
 // What a user asks for.
 //
@@ -22,6 +24,27 @@ struct SimulationRequest {
   // Where the files lie that the workload asks for, beside the folder of a run's own configuration.
   std::string configurationFolder;
   std::map<std::string, int32_t> limits; // in millidegrees, by sensor or node
+  int64_t duration = 0;
+  uint64_t seed = 0;
+};
+
+// All that one run goes by, read and checked: two runs of one input give the same trace, byte for
+// byte.
+//
+// Shape:  the configurations are the one that the daemon starts with, under the name that the
+//         environment has for it, and those that the workload asks for. Indices of plant and
+//         workload are those of `description`, whose sensors are the board's by name and then the
+//         nodes of `shownNodes`. A configuration's items stand in it one after the other, in the
+//         order in which VirtualDaemon gives them.
+// Units:  `duration` in milliseconds.
+// Source: `readInputs`.
+struct RunInput {
+  std::string environment;
+  std::map<std::string, std::string> configurations; // texts by name
+  PlantDescription plant;
+  Workload workload;
+  TraceDescription description;
+  std::vector<size_t> shownNodes; // of the plant, behind the board's sensors in the description
   int64_t duration = 0;
   uint64_t seed = 0;
 };

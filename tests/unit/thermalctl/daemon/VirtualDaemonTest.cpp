@@ -49,15 +49,28 @@ TEST_F(VirtualDaemonTest, ACameraKeepsItsLevelsAndItsNameButNotItsOtherNode) {
 }
 
 TEST_F(VirtualDaemonTest, ASensorReadsTheNodeThatItIsGiven) {
-  VirtualDaemon daemon("[cpu]\ntype real\nnode_path /nowhere/temp\n");
-  Sensor& sensor = *daemon.sensors.at("cpu");
-  const auto node = VirtualDaemon::connect(sensor);
-  ASSERT_TRUE(node);
-  for (const std::string temperature : {"45123", "-7000", "0"}) {
-    node->replace(temperature + "\n");
-    sensor.updateTemp();
-    EXPECT_EQ(std::to_string(sensor.temperature), temperature);
-  }
+  const std::string node = host.write("temp", "45123\n");
+  std::vector<std::string> asked;
+  const VirtualDaemon daemon("[cpu]\ntype real\nnode_path /nowhere/temp\n\n[gone]\ntype real\n",
+                             [&](const std::string& sensor) {
+                               asked.push_back(sensor);
+                               return node;
+                             });
+  EXPECT_EQ(asked, std::vector<std::string>{"cpu"}) << "a section without a node gets none";
+  daemon.sensors.at("cpu")->updateTemp();
+  EXPECT_EQ(daemon.sensors.at("cpu")->temperature, 45123);
+}
+
+TEST_F(VirtualDaemonTest, PutsAConfigurationInForceThatItIsAskedForByName) {
+  VirtualDaemon daemon("[cpu]\ntype real\n\n[fan]\ntype charger\nlevel_table 0 1\n");
+  daemon.configurations["night.conf"] = "SCEN game\n[hot]\nalgo_type ss\nsensor cpu\n"
+                                        "device fan\nset_point 9\nset_point_clr 8\n";
+  EXPECT_FALSE(daemon.findConfFile("day.conf"));
+  ASSERT_TRUE(daemon.findConfFile("night.conf"));
+  daemon.dynamicConfParse("night.conf");
+  EXPECT_EQ(daemon.confFileName, "night.conf");
+  EXPECT_EQ(daemon.scenarios.count("game"), 1U);
+  EXPECT_EQ(daemon.items().size(), 1U);
 }
 
 TEST_F(VirtualDaemonTest, DescribesWhatTheFilesDeclare) {

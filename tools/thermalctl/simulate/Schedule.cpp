@@ -1,0 +1,95 @@
+#include "simulate/Schedule.h"
+
+#include <algorithm>
+
+namespace {
+
+// Like the daemon's workers, which wait a millisecond where the file has less.
+int64_t waitOf(int32_t period) {
+  return std::max(period, 1);
+}
+
+} // namespace
+
+Schedule::Schedule(const RunInput& input_, const VirtualDaemon& daemon_)
+    : input(input_), daemon(daemon_) {
+  for (const auto& [period, thread] : daemon.sensorThreads)
+    sensorWorkers.emplace(period, workerOf(thread));
+}
+
+SensorWorker Schedule::workerOf(SensorThread* thread) const {
+  SensorWorker worker{thread, waitOf(thread->period), {}, {}};
+  const std::vector<SensorTrack>& tracks = input.description.sensors;
+  for (const Sensor* sensor : thread->items) {
+    for (size_t i = 0; i < tracks.size(); ++i) {
+      if (tracks[i].name == sensor->name && daemon.sensors.at(sensor->name) == sensor)
+        worker.sensors.emplace_back(sensor, i);
+    }
+  }
+  for (size_t probe = 0; probe < input.plant.probes.size(); ++probe) {
+    for (const auto& [sensor, track] : worker.sensors) {
+      if (input.plant.probes[probe].sensor == track) worker.probes.push_back(probe);
+    }
+  }
+  return worker;
+}
+
+int64_t Schedule::earliest() const {
+  int64_t first = std::min({changeDue(), scenarioDue, nodesDue});
+  for (const auto& [period, worker] : sensorWorkers)
+    first = std::min(first, worker.due);
+  for (const ItemWorker& worker : itemWorkers)
+    first = std::min(first, worker.due);
+  return first;
+}
+
+int64_t Schedule::changeDue() const {
+  const std::vector<Change>& changes = input.workload.changes;
+  return nextChange < changes.size() ? workloadStart + changes[nextChange].time : kNever;
+}
+
+const Change& Schedule::takeChange() {
+  const std::vector<Change>& changes = input.workload.changes;
+  const Change& change = changes[nextChange++];
+  if (nextChange == changes.size() && input.workload.repeat) {
+    nextChange = 0;
+    workloadStart += *input.workload.repeat;
+  }
+  return change;
+}
+
+void Schedule::wake(int64_t now) {
+  const auto wakeUp = [now](auto& worker) {
+    if (worker.due == kNever && worker.isAwake()) worker.due = now;
+  };
+  for (auto& [period, worker] : sensorWorkers)
+    wakeUp(worker);
+  std::for_each(itemWorkers.begin(), itemWorkers.end(), wakeUp);
+}
+
+int64_t Schedule::gatherItemWorkers(int64_t now) {
+  std::vector<ItemWorker> before;
+  before.swap(itemWorkers);
+  const auto gather = [&](const auto& workers) {
+    for (const auto& [name, thread] : workers) {
+      ItemWorker worker{thread, waitOf(thread->period), thread->activeCount > 0 ? now : kNever};
+      const auto known = std::find_if(before.begin(), before.end(), [&worker](const ItemWorker& w) {
+        return w.thread == worker.thread;
+      });
+      if (known != before.end()) {
+        worker.due = known->due;
+        before.erase(known);
+      }
+      itemWorkers.push_back(worker);
+    }
+  };
+  gather(daemon.ssThreads);
+  gather(daemon.monitorThreads);
+  int64_t waited = 0;
+  for (const ItemWorker& gone : before) {
+    // One that sleeps until it is woken makes a pass first and then waits out its period, one
+    // after the other.
+    if (gone.due == kNever) waited += gone.period;
+  }
+  return waited;
+}
