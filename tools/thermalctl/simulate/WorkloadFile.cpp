@@ -61,16 +61,16 @@ public:
   }
 
   void faultOf(int64_t time, unsigned line, size_t probe, const std::string& word) {
-    using namespace fault;
-    for (const char* known : {kNone, kStuck, kUnreadable, kNonsense}) {
-      if (word == known) return add({time, Change::Kind::kFault, probe, 0, word, line});
+    std::string known;
+    for (const char* each : fault::kWords) {
+      if (word == each) return add({time, Change::Kind::kFault, probe, 0, word, line});
+      known += (known.empty() ? "'" : ", '") + std::string(each) + "'";
     }
     const std::optional<double> celsius = numberOf(word);
     if (!celsius)
-      problem(line, "a fault is 'none', 'stuck', 'unreadable', 'nonsense' or a reading in degrees, "
-                    "and '" +
-                        word + "' is neither");
-    add({time, Change::Kind::kFault, probe, celsius.value_or(0), kValue, line});
+      problem(line,
+              "a fault is " + known + " or a reading in degrees, and '" + word + "' is neither");
+    add({time, Change::Kind::kFault, probe, celsius.value_or(0), fault::kValue, line});
   }
 
   std::optional<size_t> sourceNamed(const std::string& name) const {

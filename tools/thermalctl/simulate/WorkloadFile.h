@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -35,6 +36,8 @@ constexpr char kStuck[] = "stuck";
 constexpr char kUnreadable[] = "unreadable";
 constexpr char kNonsense[] = "nonsense";
 constexpr char kValue[] = "value";
+// Those that a workload gives.
+constexpr std::array<const char*, 4> kWords = {kNone, kStuck, kUnreadable, kNonsense};
 } // namespace fault
 
 // What happens on the device in the course of a run.
