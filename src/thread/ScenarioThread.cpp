@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "base/Log.h"
+#include "base/Names.h"
 #include "base/TextReader.h"
 #include "thread/Daemon.h"
 #include "thread/MonitorThread.h"
@@ -73,12 +74,12 @@ template <typename T> bool askForDecisions(const std::map<std::string, T*>& work
 
 } // namespace
 
-ScenarioThread::ScenarioThread() : thermalThread<Scenario>(1000) {}
+ScenarioThread::ScenarioThread() : thermalThread<Scenario>(int{kControlPeriod.count()}) {}
 
 void ScenarioThread::operator()() {
   for (;;) {
     cycle();
-    std::this_thread::sleep_for(std::chrono::nanoseconds(1'000'000'000));
+    std::this_thread::sleep_for(kControlPeriod);
   }
 }
 

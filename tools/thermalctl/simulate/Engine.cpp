@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "base/Names.h"
+
 namespace {
 
-// As long as the daemon's scenario thread sleeps between two looks at its files.
-constexpr int64_t kScenarioPeriod = 1000;
 // As the description says of the nodes that no sensor reads.
 constexpr int64_t kNodePeriod = 1000;
 constexpr int64_t kProgressPeriod = 60'000;
@@ -122,7 +122,7 @@ void Engine::takeScenarioCycle() {
   observer.forgetRetired(now);
   // The scenario thread joins the workers that it retires, and its next look comes that much later.
   busyUntil = now + schedule.gatherItemWorkers(now);
-  schedule.scenarioDue = busyUntil + kScenarioPeriod;
+  schedule.scenarioDue = busyUntil + kControlPeriod.count();
   observer.itemsAndDevices(now);
 }
 
