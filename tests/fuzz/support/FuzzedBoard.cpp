@@ -8,7 +8,6 @@
 #include "device/Device.h"
 #include "sensor/Real.h"
 #include "sensor/Virtual.h"
-#include "support/LineFeed.h"
 #include "support/Require.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"
@@ -16,6 +15,30 @@
 #include "thread/SensorThread.h"
 
 namespace {
+
+// Gives every sensor and every device one of the board's own nodes.
+class ConfinedParser : public EnvParser {
+public:
+  ConfinedParser(std::istream& in_, Daemon& board_, const Nodes& nodes_, std::set<Device*>& made_)
+      : EnvParser(in_, board_), nodes(nodes_), made(made_) {}
+
+protected:
+  Real* makeReal(const std::string& name, uint32_t sampling, const std::string& path) override {
+    return EnvParser::makeReal(name, sampling, nodes.path(path));
+  }
+
+  Device* makeDevice(const std::string& kind, const std::string& name, const std::string& path,
+                     const std::string& type, const std::vector<std::string>& levels) override {
+    Device* device = EnvParser::makeDevice(kind, name, nodes.path(path), type, levels);
+    // One whose section comes twice is out of the registry from then on.
+    if (device) made.insert(device);
+    return device;
+  }
+
+private:
+  const Nodes& nodes;
+  std::set<Device*>& made;
+};
 
 template <typename Key, typename Worker> void freeWorkers(const std::map<Key, Worker*>& workers) {
   for (const auto& [key, worker] : workers) {
@@ -87,11 +110,8 @@ FuzzedBoard::~FuzzedBoard() {
 }
 
 void FuzzedBoard::parseEnvironment(const std::string& text, const Nodes& nodes) {
-  // A device whose section comes twice is out of the registry from then on.
-  LineFeed feed(nodes.confine(text), [this] { rememberDevices(); });
-  std::istream in(&feed);
-  EnvParser(in, *this).parse();
-  rememberDevices();
+  std::istringstream in(text);
+  ConfinedParser(in, *this, nodes, devicesSeen).parse();
   for (const Device* device : devicesSeen)
     require(Nodes::holds(device->nodePath), "no device's path escapes");
   for (const auto& [period, worker] : sensorThreads) {

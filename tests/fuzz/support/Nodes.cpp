@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "support/Parts.h"
 #include "support/Require.h"
 
 namespace {
@@ -26,15 +25,11 @@ Nodes::~Nodes() {
     ::close(file);
 }
 
-std::string Nodes::confine(const std::string& environment) const {
-  std::string confined;
-  for (const std::string& line : linesOf(environment)) {
-    const std::vector<std::string> words = wordsOf(line);
-    const bool opens = words.size() > 1 && words[0] == "node_path";
-    confined += (opens ? "node_path " + path(words[1]) : line) + "\n";
-  }
-  if (!confined.empty() && environment.back() != '\n') confined.pop_back();
-  return confined;
+std::string Nodes::path(const std::string& word) const {
+  if (word.empty()) return word;
+  const size_t choice = static_cast<unsigned char>(word.back()) % 6;
+  if (choice < files.size()) return kFolder + ("/" + std::to_string(files[choice]));
+  return choice == files.size() ? kFolder : kFolder + std::string("/none");
 }
 
 bool Nodes::holds(const std::string& path) {
@@ -53,10 +48,4 @@ void Nodes::write(const std::vector<std::string>& texts) {
 void Nodes::clear() {
   for (const int file : files)
     require(::ftruncate(file, 0) == 0, "a file in memory can be emptied");
-}
-
-std::string Nodes::path(const std::string& word) const {
-  const size_t choice = static_cast<unsigned char>(word.back()) % 6;
-  if (choice < files.size()) return kFolder + ("/" + std::to_string(files[choice]));
-  return choice == files.size() ? kFolder : kFolder + std::string("/none");
 }

@@ -13,9 +13,9 @@ public:
   Nodes(const Nodes&) = delete;
   Nodes& operator=(const Nodes&) = delete;
 
-  // The environment with the word of each "node_path" line exchanged. The last digit of the word
-  // chooses: 0 to 3 a file, 4 the directory, 5 nothing.
-  std::string confine(const std::string& environment) const;
+  // What stands for that path: 0 to 3 at its end chooses a file, 4 the directory, 5 nothing. None
+  // for none.
+  std::string path(const std::string& word) const;
 
   // Whether the path is one of these, or none at all.
   static bool holds(const std::string& path);
@@ -25,7 +25,5 @@ public:
   void clear();
 
 private:
-  std::string path(const std::string& word) const;
-
   std::array<int, 4> files;
 };
