@@ -84,16 +84,6 @@ void Monitor::moveTo(uint32_t newLevel, uint32_t oldLevel) {
   status = newLevel;
 }
 
-template <typename Visit> void Monitor::forEachDriven(uint32_t level, Visit visit) const {
-  if (level == 0 || level > actions.size() || level > actionInfo.size()) return;
-  const std::vector<Device*>& devices = actions[level - 1];
-  const std::vector<int32_t>& levels = actionInfo[level - 1];
-  const size_t complete = std::min(devices.size(), levels.size());
-  for (size_t i = 0; i < complete; ++i) {
-    if (devices[i]) visit(*devices[i], levels[i]);
-  }
-}
-
 void Monitor::takeBack(uint32_t level) {
   forEachDriven(level, [this, level](Device& device, int32_t wanted) {
     if (device.holds(*this)) return;

@@ -185,22 +185,15 @@ void LogReplay::setLevel(size_t algorithm, int32_t level) {
 }
 
 // As the monitor on the device does: the rows of both levels are posted before any device moves, so
-// that one that stands in both goes straight from one level to the other. A row that either list
-// lacks drives nothing.
+// that one that stands in both goes straight from one level to the other.
 void LogReplay::postMonitor(size_t algorithm, uint32_t level) {
   const auto* monitor = dynamic_cast<const Monitor*>(cast.item(algorithm));
   State& state = stateOf(algorithm);
   if (!monitor || state.postedLevel == level) return;
-  const auto post = [&](uint32_t row, bool withdraw) {
-    if (row == 0 || row > monitor->actions.size() || row > monitor->actionInfo.size()) return;
-    const auto& driven = monitor->actions[row - 1];
-    const auto& wanted = monitor->actionInfo[row - 1];
-    for (size_t i = 0; i < std::min(driven.size(), wanted.size()); ++i) {
-      if (driven[i]) control(monitor->name, *driven[i], withdraw ? 0 : wanted[i]);
-    }
-  };
-  post(state.postedLevel, true);
-  post(level, false);
+  monitor->forEachDriven(state.postedLevel,
+                         [&](const Device& device, int32_t) { control(monitor->name, device, 0); });
+  monitor->forEachDriven(
+      level, [&](const Device& device, int32_t wanted) { control(monitor->name, device, wanted); });
   state.postedLevel = level;
   showDevices();
 }
