@@ -9,11 +9,8 @@
 
 namespace {
 
-// What the node receives for a table entry of the given type.
-std::string nodeText(const std::string& entry, const std::string& type) {
-  if (type == "integer") return std::to_string(parseInt32(entry));
-  if (type == "string") return entry;
-  if (type != "hex") return {};
+// Hexadecimal digits without a prefix, as the drivers of such tables take them.
+std::string hexText(const std::string& entry) {
   // Two characters go unseen; they are taken to be the 0x.
   const std::string digits = entry.size() < 2 ? std::string() : entry.substr(2);
   std::array<char, 2 * sizeof(unsigned long) + 1> text;
@@ -76,8 +73,15 @@ void Device::statusApply() {
   const std::lock_guard<std::mutex> guard(lock);
   const std::optional<int32_t> level = mergedLevel();
   if (!level || *level == currentLevel) return;
-  writeNode(nodeText(entry(*level), type));
+  writeNode(output(*level));
   currentLevel = *level;
+}
+
+std::string Device::output(int32_t level) const {
+  if (type == "integer") return std::to_string(parseInt32(entry(level)));
+  if (type == "string") return entry(level);
+  if (type == "hex") return hexText(entry(level));
+  return {};
 }
 
 void Device::writeNode(const std::string& bytes) {

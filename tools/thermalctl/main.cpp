@@ -2,8 +2,11 @@
 #include <iostream>
 
 #include "command/Commands.h"
+#include "core/Log.h"
 
 int main(int argc, char* argv[]) {
+  // The daemon's classes would log here as they do on a device.
+  logEnabled = false;
   try {
     const int ending = runCommand({checkCommand(), scenarioCommand(), reloadCommand(),
                                    statusCommand(), simulateCommand(), plotCommand()},

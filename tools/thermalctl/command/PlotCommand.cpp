@@ -6,7 +6,6 @@
 
 #include "command/Commands.h"
 #include "config/TextReader.h"
-#include "core/Log.h"
 #include "file/Names.h"
 #include "log/BoardFolder.h"
 #include "log/CsvRecording.h"
@@ -84,8 +83,6 @@ std::string titleOf(const Options& options) {
 }
 
 ExitStatus runPlot(const Options& options) {
-  // The board is read with the daemon's classes, which would log as they do on a device.
-  logEnabled = false;
   std::vector<std::string> problems;
   std::optional<BoardFolder> board;
   if (!options.board.empty()) board.emplace(options.board, problems);

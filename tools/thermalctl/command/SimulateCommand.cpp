@@ -142,8 +142,6 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
 }
 
 ExitStatus runSimulation(const Options& options) {
-  // The daemon's classes would log here as they do on a device.
-  logEnabled = false;
   // Every sensor, configuration and control file of a run is an open file in memory.
   raiseFileLimit();
   Problems problems;
