@@ -24,8 +24,7 @@ int Monitor::decision() {
   const int32_t temp = readTemp();
   const uint32_t oldLevel = status;
   const uint32_t newLevel = nextLevel(temp, oldLevel);
-  LOG_LINE("[TalmorThermal] [TalmorThermal] Monitor [%s] temp(%d) status(%u -> %u)\n", name.c_str(),
-           temp, oldLevel, newLevel);
+  LOG_LINE(message::kMonitorDecision, name.c_str(), temp, oldLevel, newLevel);
   const bool justReturned = returned.exchange(false);
   if (newLevel == oldLevel) {
     if (justReturned) takeBack(newLevel);

@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "base/Names.h"
+
 class Device;
 class MonitorThread;
 class Scenario;
@@ -46,7 +48,7 @@ public:
   std::string confPath; // the factory configuration
   std::string envPath;
   std::string confDir; // ends in "/"
-  std::string confFileName{"talmor-thermal_default.conf"};
+  std::string confFileName{kDefaultConfiguration};
   std::map<std::string, SSThread*> ssThreads;
   std::map<std::string, MonitorThread*> monitorThreads;
   std::map<int32_t, SensorThread*> sensorThreads;

@@ -24,8 +24,7 @@ Device::Device(const std::string& name_, const std::string& nodePath_, const std
                const std::vector<std::string>& levelTable_)
     : name(name_), nodePath(nodePath_), node(nodePath), levelTable(levelTable_), type(type_) {
   node << std::unitbuf;
-  if (!node.is_open())
-    LOG_LINE("[TalmorThermal] [TalmorThermal] Device [%s] open failed\n", name.c_str());
+  if (!node.is_open()) LOG_LINE(message::kDeviceNotOpened, name.c_str());
 }
 
 int32_t Device::deviceControl(const std::string& requester, int32_t level) {
@@ -97,7 +96,7 @@ std::optional<int32_t> Device::mergedLevel() const {
       level = std::max(level, wanted);
   }
   if (levelTable.empty()) {
-    LOG_LINE("[TalmorThermal] [TalmorThermal] %s: Level Table is Empty\n", "statusApply");
+    LOG_LINE(message::kEmptyTable);
     return std::nullopt;
   }
   return std::min(level, static_cast<int32_t>(levelTable.size() - 1));

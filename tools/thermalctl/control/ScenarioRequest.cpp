@@ -5,9 +5,9 @@
 
 namespace {
 
-// The daemon looks at its files once a second. This much later it has looked, and, should it have
-// taken the name over, not yet looked again behind the switch.
-constexpr std::chrono::milliseconds kOneLook{1500};
+// This much later the daemon has looked at its files, and, should it have taken the name over, not
+// yet looked again behind the switch.
+constexpr std::chrono::milliseconds kOneLook = kControlPeriod * 3 / 2;
 
 // Stands for a missing file, which the daemon makes again with the scenario in force. Unlike any
 // other word it cannot be a scenario's name.

@@ -6,6 +6,7 @@
 
 #include "algo/Monitor.h"
 #include "algo/SS.h"
+#include "base/Names.h"
 #include "config/ConfParser.h"
 #include "config/TextReader.h"
 #include "core/EnvParser.h"
@@ -20,7 +21,6 @@
 namespace {
 
 constexpr char kNothing[] = "/dev/null";
-constexpr char kRetiredMark[] = "OLDSCEN_";
 
 std::vector<std::string> wordsOf(const std::string& line) {
   std::istringstream in(line);
@@ -116,13 +116,6 @@ void describeDetails(const SS& ss, const TraceDescription& board, AlgorithmTrack
   if (const auto index = indexOf(board.devices, ss.device->name)) track.devices.push_back(*index);
 }
 
-// What the daemon would log, without its prefixes and its line feed.
-std::string plainMessage(const std::string& logged) {
-  const size_t start = logged.rfind("] ");
-  const std::string message = start == std::string::npos ? logged : logged.substr(start + 2);
-  return message.substr(0, message.find_last_not_of('\n') + 1);
-}
-
 } // namespace
 
 VirtualScenarioThread::VirtualScenarioThread(ThermalMain& owner_) {
@@ -132,7 +125,7 @@ VirtualScenarioThread::VirtualScenarioThread(ThermalMain& owner_) {
 }
 
 bool VirtualScenarioThread::changeIsDue() const {
-  return currentScenName != requestedScenName || confState != "PARSED";
+  return currentScenName != requestedScenName || confState != kParsed;
 }
 
 void VirtualScenarioThread::changeWithSensorThreads(const std::map<int32_t, SensorThread*>&,
@@ -146,7 +139,8 @@ void VirtualScenarioThread::loadConfiguration(const std::string& name) {
 
 VirtualDaemon::VirtualDaemon(const std::string& environment)
     : ThermalMain(Paths{kNothing, kNothing, std::string(kNothing) + "/", kNothing, kNothing}),
-      scenarioFile("Default"), requestFile("PARSED"), control(new VirtualScenarioThread(*this)) {
+      scenarioFile(kDefaultScenario), requestFile(kParsed),
+      control(new VirtualScenarioThread(*this)) {
   // The daemon's start-up has read and written nothing: the files come only now.
   confDir = MemoryFile::folder();
   control->scenPath = scenarioFile.path();
@@ -172,9 +166,7 @@ std::optional<std::string> VirtualDaemon::parseConfiguration(const std::string& 
   rememberScenarios();
   std::istringstream in(text);
   const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
-  const std::optional<std::string> error = ConfParser(in, registries).parse();
-  if (!error) return std::nullopt;
-  return plainMessage(*error);
+  return ConfParser(in, registries).parse();
 }
 
 TraceDescription VirtualDaemon::describe() const {

@@ -4,21 +4,21 @@
 
 #include "algo/Monitor.h"
 #include "algo/SS.h"
+#include "base/Names.h"
 
 namespace {
 
-constexpr std::string_view kRetiredMark = "OLDSCEN_";
-constexpr char kDefault[] = "Default";
+constexpr std::string_view kRetired = kRetiredMark;
 
 bool isRetired(std::string_view scenario) {
-  return scenario.substr(0, kRetiredMark.size()) == kRetiredMark;
+  return scenario.substr(0, kRetired.size()) == kRetired;
 }
 
 } // namespace
 
 std::string_view declaredScenario(std::string_view scenario) {
   while (isRetired(scenario))
-    scenario.remove_prefix(kRetiredMark.size());
+    scenario.remove_prefix(kRetired.size());
   return scenario;
 }
 
@@ -85,7 +85,7 @@ void LogReplay::restart() {
       shown.device->deviceControl(requester, 0);
   }
   showDevices();
-  enterScenario(kDefault);
+  enterScenario(kDefaultScenario);
 }
 
 void LogReplay::wake(const LogLine& line) {

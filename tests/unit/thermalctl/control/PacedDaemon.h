@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Names.h"
 #include "control/ControlFile.h"
 #include "control/Waiting.h"
 #include "core/Log.h"
@@ -61,7 +62,7 @@ public:
   LiveBoard board{""};
   ControlDirectory directory;
   bool isRunning = true;
-  Milliseconds period{1000};
+  Milliseconds period = kControlPeriod;
   std::vector<std::string> stages;
 
 private:
