@@ -25,6 +25,9 @@
 #include <thread>
 #include <vector>
 
+#include "base/Log.h"
+#include "base/Names.h"
+
 namespace {
 
 constexpr long kNanosecondsPerMillisecond = 1000000;
@@ -67,9 +70,8 @@ void sample(FloorSensor& sensor, bool log, bool seek) {
   const auto value = static_cast<int32_t>(std::strtol(text.data(), nullptr, 10));
   sensor.temperature.store(value, std::memory_order_relaxed);
   if (log)
-    __android_log_print(ANDROID_LOG_VERBOSE, "echo-service",
-                        "[TalmorThermal] Sensor [%s], Scen [%s] temp(%d)\n", sensor.name.c_str(),
-                        "Default", value);
+    __android_log_print(ANDROID_LOG_VERBOSE, kLogTag, message::kSample, sensor.name.c_str(),
+                        kDefaultScenario, value);
 }
 
 void advance(timespec& deadline, long milliseconds) {

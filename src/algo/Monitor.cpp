@@ -23,8 +23,7 @@ int Monitor::decision() {
   const int32_t temp = readTemp();
   const uint32_t oldLevel = status;
   const uint32_t newLevel = nextLevel(temp, oldLevel);
-  LOG_LINE("[TalmorThermal] [TalmorThermal] Monitor [%s] temp(%d) status(%u -> %u)\n", name.c_str(),
-           temp, oldLevel, newLevel);
+  LOG_LINE(message::kMonitorDecision, name.c_str(), temp, oldLevel, newLevel);
   const bool justReturned = returned.exchange(false);
   if (newLevel == oldLevel) {
     if (justReturned) takeBack(newLevel);
@@ -81,16 +80,6 @@ void Monitor::moveTo(uint32_t newLevel, uint32_t oldLevel) {
   apply(oldLevel);
   apply(newLevel);
   status = newLevel;
-}
-
-template <typename Visit> void Monitor::forEachDriven(uint32_t level, Visit visit) const {
-  if (level == 0 || level > actions.size() || level > actionInfo.size()) return;
-  const std::vector<Device*>& devices = actions[level - 1];
-  const std::vector<int32_t>& levels = actionInfo[level - 1];
-  const size_t complete = std::min(devices.size(), levels.size());
-  for (size_t i = 0; i < complete; ++i) {
-    if (devices[i]) visit(*devices[i], levels[i]);
-  }
 }
 
 void Monitor::takeBack(uint32_t level) {

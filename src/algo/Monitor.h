@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "sensor/Algo.h"
@@ -34,6 +35,17 @@ public:
   // marked active.
   void deactivate() override;
 
+  // Calls `visit(device, level index)` for each device that `level` drives.
+  template <typename Visit> void forEachDriven(uint32_t level, Visit visit) const {
+    if (level == 0 || level > actions.size() || level > actionInfo.size()) return;
+    const std::vector<Device*>& devices = actions[level - 1];
+    const std::vector<int32_t>& levels = actionInfo[level - 1];
+    const size_t complete = std::min(devices.size(), levels.size());
+    for (size_t i = 0; i < complete; ++i) {
+      if (devices[i]) visit(*devices[i], levels[i]);
+    }
+  }
+
   std::vector<int32_t> thresholds;
   DeviceRows actions;
   LevelRows actionInfo;
@@ -43,8 +55,6 @@ private:
   uint32_t nextLevel(int32_t temp, uint32_t level) const;
   int32_t clearThreshold(uint32_t index) const;
   void moveTo(uint32_t newLevel, uint32_t oldLevel);
-  // Calls `visit(device, level index)` for each device that `level` drives.
-  template <typename Visit> void forEachDriven(uint32_t level, Visit visit) const;
   void post(uint32_t level);
   void withdraw(uint32_t level);
   void apply(uint32_t level);

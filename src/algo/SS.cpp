@@ -19,8 +19,7 @@ int SS::decision() {
   const int32_t temp = readTemp();
   const uint32_t steps = status;
   if (temp < clearTemp) {
-    LOG_LINE("[TalmorThermal] [TalmorThermal] SS [%s] temp(%d->%d) status(%u -> 0)\n", name.c_str(),
-             prevTemp, temp, steps);
+    LOG_LINE(message::kStepRelease, name.c_str(), prevTemp, temp, steps);
     deactivate();
     undecided = false;
     return 0;
@@ -32,8 +31,7 @@ int SS::decision() {
   if (newSteps != static_cast<int32_t>(steps)) {
     status = static_cast<uint32_t>(newSteps);
     const int32_t request = requestFor(newSteps);
-    LOG_LINE("[TalmorThermal] [TalmorThermal] SS [%s] temp(%d->%d) status(%d)\n", name.c_str(),
-             prevTemp, temp, request);
+    LOG_LINE(message::kStepRequest, name.c_str(), prevTemp, temp, request);
     device->deviceControl(*this, request);
     device->statusApply();
     tickCount = 0;

@@ -3,13 +3,12 @@
 #include "algo/Monitor.h"
 #include "algo/SS.h"
 #include "base/Int32.h"
+#include "base/Names.h"
 #include "base/TextReader.h"
 #include "thread/MonitorThread.h"
 #include "thread/SSThread.h"
 
 namespace {
-
-constexpr char kFailure[] = "[TalmorThermal] [CONF PARSE FAIL] ";
 
 template <typename Worker>
 Worker& workerFor(std::map<std::string, Worker*>& workers, const std::string& key,
@@ -21,7 +20,7 @@ Worker& workerFor(std::map<std::string, Worker*>& workers, const std::string& ke
 
 std::string missingProperty(const std::string& itemName) {
   // As the C string that the line's format takes: a name ends where it holds a NUL.
-  return std::string(kFailure) + "There is some missing property for " + itemName.c_str() + "\n";
+  return std::string("There is some missing property for ") + itemName.c_str();
 }
 
 } // namespace
@@ -42,7 +41,7 @@ std::optional<std::string> ConfParser::parse() {
 
 std::optional<std::string> ConfParser::parseItem() {
   if (nextWord() == "]") {
-    scenarioName = "Default";
+    scenarioName = kDefaultScenario;
     getString(in, line);
     nextWord();
   } else if (word == "SCEN") {
@@ -50,15 +49,13 @@ std::optional<std::string> ConfParser::parseItem() {
     getString(in, line);
     nextWord();
   }
-  if (word[0] != '[')
-    return std::string(kFailure) +
-           "Each item should be started with 'SCEN' or embraced with [name]\n";
+  if (word[0] != '[') return "Each item should be started with 'SCEN' or embraced with [name]";
 
   Item item;
   item.name = headerName(word);
   getString(in, line);
   if (nextWord() != "algo_type")
-    return std::string(kFailure) + "Each item's property should contain & start with 'algo_type'\n";
+    return "Each item's property should contain & start with 'algo_type'";
   if (nextWord() == "monitor") {
     parseProperties(item, monitorKeys());
     return buildMonitor(item);
@@ -68,13 +65,14 @@ std::optional<std::string> ConfParser::parseItem() {
     return buildSS(item);
   }
   // The capitals are the message's own; only the lower-case word is accepted.
-  return std::string(kFailure) + "Algo type should be 'monitor' or 'SS'\n";
+  return "Algo type should be 'monitor' or 'SS'";
 }
 
 void ConfParser::enterScenario() {
   scenarioName = nextWord();
   std::unique_ptr<Scenario>& scenario = scenarios[scenarioName];
-  if (!scenario) scenario = std::make_unique<Scenario>(scenarioName, scenarioName == "Default");
+  if (!scenario)
+    scenario = std::make_unique<Scenario>(scenarioName, scenarioName == kDefaultScenario);
 }
 
 void ConfParser::parseProperties(Item& item, const KeyTable& keys) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Names.h"
 #include "thread/Scenario.h"
 
 class Device;
@@ -38,8 +39,8 @@ public:
 
   ConfParser(std::istream& in, const Registries& registries);
 
-  // Reads everything and then replaces `scenarios`, or returns the message of the error that ended
-  // the reading.
+  // Reads everything and then replaces `scenarios`, or returns what the log says of the error that
+  // ended the reading.
   std::optional<std::string> parse();
 
 private:
@@ -83,6 +84,6 @@ private:
   Registries registries;
   std::stringstream line;
   std::string word;
-  std::string scenarioName{"Default"};
+  std::string scenarioName{kDefaultScenario};
   std::map<std::string, std::unique_ptr<Scenario>> scenarios;
 };

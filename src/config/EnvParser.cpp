@@ -1,41 +1,13 @@
 #include "config/EnvParser.h"
 
-#include <map>
-
 #include "base/Int32.h"
 #include "base/TextReader.h"
-#include "device/BacklightDevice.h"
-#include "device/CPUFreqDevice.h"
-#include "device/CPUHotplugDevice.h"
-#include "device/CameraDevice.h"
-#include "device/ChargerDevice.h"
-#include "device/GPUFreqDevice.h"
-#include "device/ReportDevice.h"
+#include "device/DeviceKinds.h"
 #include "sensor/Real.h"
 #include "sensor/Virtual.h"
 #include "thread/SensorThread.h"
 
 namespace {
-
-using DeviceMaker = Device* (*)(const std::string& name, const std::string& nodePath,
-                                const std::string& type,
-                                const std::vector<std::string>& levelTable);
-
-template <typename Kind>
-Device* make(const std::string& name, const std::string& nodePath, const std::string& type,
-             const std::vector<std::string>& levelTable) {
-  return new Kind(name, nodePath, type, levelTable);
-}
-
-const std::map<std::string, DeviceMaker>& deviceKinds() {
-  static const std::map<std::string, DeviceMaker> kinds = {
-      {"camera", make<CameraDevice>},         {"report", make<ReportDevice>},
-      {"charger", make<ChargerDevice>},       {"cpufreq", make<CPUFreqDevice>},
-      {"gpufreq", make<GPUFreqDevice>},       {"backlight", make<BacklightDevice>},
-      {"cpuhotplug", make<CPUHotplugDevice>},
-  };
-  return kinds;
-}
 
 bool beginsQuoted(const std::string& word) {
   return word.front() == '"';

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "base/Log.h"
+#include "base/Names.h"
 #include "base/TextReader.h"
 #include "config/ConfParser.h"
 #include "config/EnvParser.h"
@@ -21,6 +22,10 @@ namespace {
 
 constexpr char kScenarioThreadName[] = "ScenarioThread";
 
+std::string below(const char* name) {
+  return std::string(kDataDirectory) + name;
+}
+
 // `slot` is looked up before the thread starts, and `started` set: a scenario thread may change the
 // registry, or ask for new threads itself, from its first moment.
 template <typename Worker> void startUnlessRunning(Worker& worker, std::thread*& slot) {
@@ -32,9 +37,8 @@ template <typename Worker> void startUnlessRunning(Worker& worker, std::thread*&
 } // namespace
 
 ThermalMain::ThermalMain(const std::string& confPath_, const std::string& envPath_)
-    : ThermalMain(Paths{confPath_, envPath_, "/data/vendor/thermal/config/",
-                        "/data/vendor/thermal/talmor-thermal.dconf",
-                        "/data/vendor/thermal/talmor-thermal.scen"}) {
+    : ThermalMain(Paths{confPath_, envPath_, below(kConfigurationFolder), below(kRequestFile),
+                        below(kScenarioFile)}) {
   // The entry is made and found before any thread runs. From then on the map belongs to the
   // scenario thread, and this thread looks at nothing in it but this entry, which is never erased.
   std::thread* const& scenario = threads[kScenarioThreadName];
@@ -42,19 +46,19 @@ ThermalMain::ThermalMain(const std::string& confPath_, const std::string& envPat
   // The sensor threads and the scenario thread never end, so waiting for one of them is waiting for
   // all. A worker of algorithms may be retired and is the scenario thread's to join.
   scenario->join();
-  LOG_LINE("[TalmorThermal] RunThreads Passed!\n");
+  LOG_LINE(message::kThreadsEnded);
 }
 
 ThermalMain::ThermalMain(const Paths& paths)
     : confPath(paths.conf), envPath(paths.env), confDir(paths.confDir) {
-  LOG_LINE("[TalmorThermal] Using Env Config!\n");
+  LOG_LINE(message::kStarting);
   readEnvironment();
-  LOG_LINE("[TalmorThermal] EnvParse Passed!\n");
+  LOG_LINE(message::kEnvironmentRead);
   installConfiguration();
   confParse();
-  LOG_LINE("[TalmorThermal] ConfParse Passed!\n");
+  LOG_LINE(message::kConfigurationRead);
   prepareScenarioThread(paths);
-  LOG_LINE("[TalmorThermal] initScenario Passed!\n");
+  LOG_LINE(message::kScenarioReady);
 }
 
 void ThermalMain::readEnvironment() {
@@ -73,18 +77,17 @@ void ThermalMain::installConfiguration() {
   std::ifstream from(confPath, std::ios::binary);
   std::ofstream to(destination, std::ios::binary);
   if (!from.is_open()) {
-    LOG_LINE("[TalmorThermal] Can't open : %s\n", confPath.c_str());
+    LOG_LINE(message::kNotCopied, confPath.c_str());
     return;
   }
   if (!to.is_open()) {
-    LOG_LINE("[TalmorThermal] Can't open : %s\n", destination.c_str());
+    LOG_LINE(message::kNotCopied, destination.c_str());
     return;
   }
   to << from.rdbuf();
   from.close();
   to.close();
-  LOG_LINE("[TalmorThermal] Conf file is copied!(%s -> %s)\n", confPath.c_str(),
-           destination.c_str());
+  LOG_LINE(message::kCopied, confPath.c_str(), destination.c_str());
   // A copy that a full disk cut short would be taken for the configuration at every later start,
   // too. Without it the factory file is read, and the next start copies anew.
   if (readFile(destination) != readFile(confPath)) ::unlink(destination.c_str());
@@ -93,9 +96,9 @@ void ThermalMain::installConfiguration() {
 void ThermalMain::prepareScenarioThread(const Paths& paths) {
   scenarioThread = new ScenarioThread();
   scenarioThread->dconfPath = paths.dconf;
-  scenarioThread->writeToFile(paths.dconf, "PARSED");
+  scenarioThread->writeToFile(paths.dconf, kParsed);
   scenarioThread->scenPath = paths.scen;
-  scenarioThread->writeToFile(paths.scen, "Default");
+  scenarioThread->writeToFile(paths.scen, kDefaultScenario);
   scenarioThread->owner = this;
   for (const auto& [period, worker] : sensorThreads)
     worker->scenarioThread = scenarioThread;
@@ -129,7 +132,7 @@ void ThermalMain::parseFirstReadable(const std::vector<std::string>& names) {
   const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
   const std::optional<std::string> error = ConfParser(in, registries).parse();
   if (!error) return;
-  LOG_LINE("%s", error->c_str());
+  LOG_LINE(message::kParseFailure, error->c_str());
   // Workers may be running: nothing is torn down under them.
   std::_Exit(EXIT_SUCCESS);
 }
@@ -137,7 +140,7 @@ void ThermalMain::parseFirstReadable(const std::vector<std::string>& names) {
 std::string ThermalMain::readConfiguration(const std::vector<std::string>& names) {
   const auto readOrReport = [](const std::string& path) {
     std::optional<std::string> content = readFile(path);
-    if (!content) LOG_LINE("[TalmorThermal] Unreadable conf file : %s\n", path.c_str());
+    if (!content) LOG_LINE(message::kUnreadable, path.c_str());
     return content;
   };
   for (const std::string& name : names) {

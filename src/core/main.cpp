@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/Log.h"
+#include "base/Names.h"
 #include "core/ThermalMain.h"
 
 int main(int argc, char* argv[]) {
@@ -14,6 +15,6 @@ int main(int argc, char* argv[]) {
   // A report may go into a pipe, and one whose reader has gone must not end the daemon: the write
   // fails like any other.
   ::signal(SIGPIPE, SIG_IGN);
-  const ThermalMain daemon("/vendor/etc/talmor-thermal.conf", "/vendor/etc/talmor-thermal.env");
+  const ThermalMain daemon(kFactoryConfiguration, kEnvironmentFile);
   return 0;
 }

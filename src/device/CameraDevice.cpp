@@ -21,6 +21,6 @@ void CameraDevice::statusApply() {
   if (currentLevel == 0) writeFixedFrameRate("1");
   if (*level == 0) writeFixedFrameRate("0");
   if (*level == currentLevel) return;
-  writeNode(entry(*level));
+  writeNode(output(*level));
   currentLevel = *level;
 }

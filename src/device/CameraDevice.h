@@ -9,4 +9,5 @@ class CameraDevice : public Device {
 public:
   using Device::Device;
   void statusApply() override;
+  std::string output(int32_t level) const override { return entry(level); }
 };

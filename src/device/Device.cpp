@@ -9,11 +9,8 @@
 
 namespace {
 
-// What the node receives for a table entry of the given type.
-std::string nodeText(const std::string& entry, const std::string& type) {
-  if (type == "integer") return std::to_string(parseInt32(entry));
-  if (type == "string") return entry;
-  if (type != "hex") return {};
+// Hexadecimal digits without a prefix, as the drivers of such tables take them.
+std::string hexText(const std::string& entry) {
   // Two characters go unseen; they are taken to be the 0x.
   const std::string digits = entry.size() < 2 ? std::string() : entry.substr(2);
   std::array<char, 2 * sizeof(unsigned long) + 1> text;
@@ -27,8 +24,7 @@ Device::Device(const std::string& name_, const std::string& nodePath_, const std
                const std::vector<std::string>& levelTable_)
     : name(name_), nodePath(nodePath_), node(nodePath), levelTable(levelTable_), type(type_) {
   node << std::unitbuf;
-  if (!node.is_open())
-    LOG_LINE("[TalmorThermal] [TalmorThermal] Device [%s] open failed\n", name.c_str());
+  if (!node.is_open()) LOG_LINE(message::kDeviceNotOpened, name.c_str());
 }
 
 int32_t Device::deviceControl(const std::string& requester, int32_t level) {
@@ -76,8 +72,15 @@ void Device::statusApply() {
   const std::lock_guard<std::mutex> guard(lock);
   const std::optional<int32_t> level = mergedLevel();
   if (!level || *level == currentLevel) return;
-  writeNode(nodeText(entry(*level), type));
+  writeNode(output(*level));
   currentLevel = *level;
+}
+
+std::string Device::output(int32_t level) const {
+  if (type == "integer") return std::to_string(parseInt32(entry(level)));
+  if (type == "string") return entry(level);
+  if (type == "hex") return hexText(entry(level));
+  return {};
 }
 
 void Device::writeNode(const std::string& bytes) {
@@ -93,7 +96,7 @@ std::optional<int32_t> Device::mergedLevel() const {
       level = std::max(level, wanted);
   }
   if (levelTable.empty()) {
-    LOG_LINE("[TalmorThermal] [TalmorThermal] %s: Level Table is Empty\n", "statusApply");
+    LOG_LINE(message::kEmptyTable);
     return std::nullopt;
   }
   return std::min(level, static_cast<int32_t>(levelTable.size() - 1));

@@ -43,8 +43,11 @@ public:
   // Whether the latest post of the requester's name is its own, and not withdrawn.
   bool holds(const Requester& requester);
 
-  // Merges all requests and, only if the merged level changed, writes its entry.
+  // Merges all requests and, only if the merged level changed, writes its output.
   virtual void statusApply();
+
+  // What the node is given at a level, which must be inside the table; empty when that is nothing.
+  virtual std::string output(int32_t level) const;
 
   std::string name;
   std::string nodePath;

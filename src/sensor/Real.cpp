@@ -16,14 +16,13 @@ Real::Real(const std::string& name_, uint32_t sampling_, const std::string& node
   node.rdbuf()->pubsetbuf(buffer.data(), buffer.size());
 #endif
   node.open(nodePath);
-  if (!node.is_open()) LOG_LINE("[TalmorThermal] Can't open node: %s\n", nodePath.c_str());
+  if (!node.is_open()) LOG_LINE(message::kNodeNotOpened, nodePath.c_str());
 }
 
 void Real::updateTemp() {
   const int32_t value = parseInt32(nextToken());
   temperature = value;
-  LOG_LINE("[TalmorThermal] Sensor [%s], Scen [%s] temp(%d)\n", name.c_str(), scenario.c_str(),
-           value);
+  LOG_LINE(message::kSample, name.c_str(), scenario.c_str(), value);
 }
 
 // What `node.seekg(0) >> token` would give, taken straight from the stream's buffer: the way there

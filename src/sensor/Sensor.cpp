@@ -4,14 +4,9 @@
 
 #include "base/Int32.h"
 #include "base/Log.h"
+#include "base/Names.h"
 #include "base/ThermalThread.h"
 #include "sensor/Algo.h"
-
-namespace {
-
-constexpr char kRetiredMark[] = "OLDSCEN_";
-
-} // namespace
 
 Sensor::Sensor(const std::string& name_, uint32_t sampling_, ThermalThread* thread_)
     : name(name_), sampling(sampling_), thread(thread_) {}
@@ -32,8 +27,7 @@ void Sensor::traversItems() {
   watching.walk([&](Algo& algo) {
     if (algo.active) return;
     if ((algo.lowactive ? falling : rising) < algo.startTemp) return;
-    LOG_LINE("[TalmorThermal] Sensor [%s] activate Algo [%s], scen [%s]\n", name.c_str(),
-             algo.name.c_str(), scenario.c_str());
+    LOG_LINE(message::kWoken, name.c_str(), algo.name.c_str(), scenario.c_str());
     algo.undecided = entering;
     algo.activate();
   });
@@ -68,8 +62,7 @@ void Sensor::deactivateOldScen() {
   for (Algo* algo : algorithms[oldScenario]) {
     if (!algo) break;
     if (!algo->active) continue;
-    LOG_LINE("[TalmorThermal] Sensor [%s] deactivate Algo [%s], scen [%s]\n", name.c_str(),
-             algo->name.c_str(), oldScenario.c_str());
+    LOG_LINE(message::kPutToSleep, name.c_str(), algo->name.c_str(), oldScenario.c_str());
     algo->deactivate();
   }
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/ItemList.h"
+#include "base/Names.h"
 
 class Algo;
 class ThermalThread;
@@ -50,8 +51,8 @@ public:
   // at a barrier.
   void addPrefixScenName(const std::string& prefix);
 
-  // Drops every entry whose name holds "OLDSCEN_" and marks its algorithms `old`; deletes none of
-  // them. On return no sample sees one of them any more.
+  // Drops every entry whose name holds `kRetiredMark` and marks its algorithms `old`; deletes none
+  // of them. On return no sample sees one of them any more.
   void destroyOldScens();
 
   std::string name;
@@ -62,8 +63,8 @@ public:
   std::atomic<bool> active{false};
   // Written by the sensor's own thread, read by any: one 32-bit value, a stale read is accepted.
   std::atomic<int32_t> temperature{0};
-  std::string oldScenario{"Default"};
-  std::string scenario{"Default"};
+  std::string oldScenario{kDefaultScenario};
+  std::string scenario{kDefaultScenario};
 
 private:
   // The algorithms of the scenario in force: the same as its entry in `algorithms`.

@@ -27,5 +27,5 @@ void Virtual::updateTemp() {
   }
   const int32_t value = weightSum == 0 ? 0 : wrapDivide(wrapAdd(sum, offsetTerm), weightSum);
   temperature = value;
-  LOG_LINE("[TalmorThermal] Sensor[%s] temp(%d)\n", name.c_str(), value);
+  LOG_LINE(message::kVirtualSample, name.c_str(), value);
 }

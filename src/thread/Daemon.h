@@ -5,6 +5,8 @@
 #include <string>
 #include <thread>
 
+#include "base/Names.h"
+
 class Device;
 class MonitorThread;
 class Scenario;
@@ -32,7 +34,7 @@ public:
   // workers that have no other.
   void destroyOldUnusings();
 
-  std::string confFileName{"talmor-thermal_default.conf"};
+  std::string confFileName{kDefaultConfiguration};
   std::map<std::string, SSThread*> ssThreads;
   std::map<std::string, MonitorThread*> monitorThreads;
   std::map<int32_t, SensorThread*> sensorThreads;

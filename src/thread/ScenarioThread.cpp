@@ -21,10 +21,6 @@
 
 namespace {
 
-constexpr char kNoFile[] = "ENOFILE";
-constexpr char kParsed[] = "PARSED";
-constexpr char kRetiredPrefix[] = "OLDSCEN_";
-
 // Appends the first word of `file` to `word`, which is empty. For two looks a second that go on for
 // ever: a file stream would seek first, ask once more at the end, and take its buffer from the
 // heap. A pipe has no positions: as to a stream that has to seek, it is empty, and it keeps what it
@@ -95,13 +91,13 @@ void ScenarioThread::scenarioStep() {
   }
   const std::string& word = checkStringInFile(scenPath);
   if (word == kNoFile) {
-    LOG_LINE("[TalmorThermal] No scen file\n");
+    LOG_LINE(message::kNoScenarioFile);
     writeToFile(scenPath, currentScenName);
     return;
   }
   const auto known = owner->scenarios.find(word);
   if (known == owner->scenarios.end() || !known->second) {
-    LOG_LINE("[TalmorThermal] There is no scen name: %s\n", word.c_str());
+    LOG_LINE(message::kUnknownScenario, word.c_str());
     writeToFile(scenPath, currentScenName);
     return;
   }
@@ -115,12 +111,12 @@ void ScenarioThread::configurationStep() {
   }
   const std::string& word = checkStringInFile(dconfPath);
   if (word == kNoFile) {
-    LOG_LINE("[TalmorThermal] No conf file\n");
+    LOG_LINE(message::kNoRequestFile);
     writeToFile(dconfPath, kParsed);
     return;
   }
   if (word != kParsed && !owner->findConfFile(word)) {
-    LOG_LINE("[TalmorThermal] There is no conf file: %s\n", word.c_str());
+    LOG_LINE(message::kUnknownConfiguration, word.c_str());
     writeToFile(dconfPath, kParsed);
     return;
   }
@@ -128,27 +124,26 @@ void ScenarioThread::configurationStep() {
 }
 
 void ScenarioThread::applyConfiguration() {
-  LOG_LINE("[TalmorThermal] Start to apply new CONF file\n");
+  LOG_LINE(message::kSwapBegins);
   scenUpdateWithSensorThread(true);
   owner->dynamicConfParse(confState);
   if (owner->scenarios.count(currentScenName) == 0) {
-    LOG_LINE("[TalmorThermal] There is no scen name in new conf file: %s\n", lastWord.c_str());
-    currentScenName = "Default";
-    requestedScenName = "Default";
-    writeToFile(scenPath, "Default");
+    LOG_LINE(message::kScenarioLost, lastWord.c_str());
+    currentScenName = kDefaultScenario;
+    requestedScenName = kDefaultScenario;
+    writeToFile(scenPath, kDefaultScenario);
   }
   scenUpdateWithSensorThread(false);
   owner->destroyOldUnusings();
   confState = kParsed;
   writeToFile(dconfPath, kParsed);
-  LOG_LINE("[TalmorThermal] Appling new CONF file is completed\n");
+  LOG_LINE(message::kSwapDone);
 }
 
 void ScenarioThread::scenUpdateWithSensorThread(bool newConf) {
   const std::map<int32_t, SensorThread*> workers = owner->sensorThreads;
   const std::map<std::string, Scenario*> scenarios = owner->scenarios;
-  LOG_LINE("[TalmorThermal] Changing Scenario Start (%s->%s)\n", currentScenName.c_str(),
-           requestedScenName.c_str());
+  LOG_LINE(message::kChangeBegins, currentScenName.c_str(), requestedScenName.c_str());
 
   changeWithSensorThreads(workers, newConf);
 
@@ -160,7 +155,7 @@ void ScenarioThread::scenUpdateWithSensorThread(bool newConf) {
   mark(currentScenName, false);
   mark(requestedScenName, true);
   currentScenName = requestedScenName;
-  LOG_LINE("[TalmorThermal] All scenChangeDone to %s\n", currentScenName.c_str());
+  LOG_LINE(message::kChangeDone, currentScenName.c_str());
 }
 
 void ScenarioThread::changeWithSensorThreads(const std::map<int32_t, SensorThread*>& workers,
@@ -190,8 +185,8 @@ void ScenarioThread::prepareName(SensorThread& worker, bool newConf) {
   std::string name = requestedScenName;
   if (newConf) {
     for (Sensor* sensor : worker.items)
-      sensor->addPrefixScenName(kRetiredPrefix);
-    name.insert(0, kRetiredPrefix);
+      sensor->addPrefixScenName(kRetiredMark);
+    name.insert(0, kRetiredMark);
   }
   worker.newScenName = name;
 }

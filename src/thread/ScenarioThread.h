@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 
+#include "base/Names.h"
 #include "thread/Scenario.h"
 #include "thread/Worker.h"
 
@@ -29,7 +30,7 @@ public:
   // A sensor thread has reached the barrier; the last one wakes the scenario thread.
   void checkIn();
 
-  // The first word of the file, or "ENOFILE" when it cannot be opened. Good until the next call.
+  // The first word of the file, or `kNoFile` when it cannot be opened. Good until the next call.
   const std::string& checkStringInFile(const std::string& path);
 
   // Makes `text`, without a line end, the content of the file. Failures are ignored.
@@ -43,13 +44,13 @@ public:
   // `checkIn`.
   std::atomic<int32_t> pendingCount{0};
   std::mutex pendingMutex;
-  // "PARSED", or the configuration file to apply in the next cycle.
-  std::string confState{"PARSED"};
+  // `kParsed`, or the configuration file to apply in the next cycle.
+  std::string confState{kParsed};
   std::string dconfPath;
   std::string scenPath;
   Daemon* owner = nullptr;
-  std::string currentScenName{"Default"};
-  std::string requestedScenName{"Default"};
+  std::string currentScenName{kDefaultScenario};
+  std::string requestedScenName{kDefaultScenario};
 
 protected:
   // The part of a change that waits for the sensor threads, in its three phases, and its steps.

@@ -43,7 +43,7 @@ void SensorThread::changeScenario() {
   leaveOldScenario();
   // Before the last check-in, so that the line stands ahead of the scenario thread's own word that
   // all are done.
-  LOG_LINE("[TalmorThermal] ScenChange for sensor Thread is done [%s]\n", newScenName.c_str());
+  LOG_LINE(message::kSensorThreadChanged, newScenName.c_str());
   scenarioThread->checkIn();
 }
 

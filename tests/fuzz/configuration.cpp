@@ -52,12 +52,10 @@ type report
 )";
 
 bool isStatedMessage(const std::string& message) {
-  const std::string failure = "[TalmorThermal] [CONF PARSE FAIL] ";
-  const std::string missing = failure + "There is some missing property for ";
-  return message == failure + "Each item should be started with 'SCEN' or embraced with [name]\n" ||
-         message == failure + "Each item's property should contain & start with 'algo_type'\n" ||
-         message == failure + "Algo type should be 'monitor' or 'SS'\n" ||
-         (message.rfind(missing, 0) == 0 && message.back() == '\n');
+  return message == "Each item should be started with 'SCEN' or embraced with [name]" ||
+         message == "Each item's property should contain & start with 'algo_type'" ||
+         message == "Algo type should be 'monitor' or 'SS'" ||
+         message.rfind("There is some missing property for ", 0) == 0;
 }
 
 template <typename Worker>

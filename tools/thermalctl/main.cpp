@@ -1,9 +1,12 @@
 #include <exception>
 #include <iostream>
 
+#include "base/Log.h"
 #include "command/Commands.h"
 
 int main(int argc, char* argv[]) {
+  // The daemon's classes would log here as they do on a device.
+  logEnabled = false;
   try {
     const int ending = runCommand({checkCommand(), scenarioCommand(), reloadCommand(),
                                    statusCommand(), simulateCommand(), plotCommand()},

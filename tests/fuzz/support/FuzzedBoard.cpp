@@ -155,15 +155,14 @@ void FuzzedBoard::changeScenario(const std::string& name) {
 }
 
 bool FuzzedBoard::swapConfiguration(const std::string& text) {
-  constexpr char kPrefix[] = "OLDSCEN_";
   std::string scenario = scenarioInForce;
   for (const auto& [period, worker] : sensorThreads) {
     for (Sensor* sensor : worker->items)
-      sensor->addPrefixScenName(kPrefix);
+      sensor->addPrefixScenName(kRetiredMark);
   }
-  changeScenario(kPrefix + scenario);
+  changeScenario(kRetiredMark + scenario);
   if (parseConfiguration(text)) return false;
-  if (scenarios.count(scenario) == 0) scenario = "Default";
+  if (scenarios.count(scenario) == 0) scenario = kDefaultScenario;
   changeScenario(scenario);
   destroyOldUnusings();
   swapped = true;

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 
 #include <pthread.h>
 #include <stdarg.h>
@@ -20,6 +21,9 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include "base/Messages.h"
+#include "base/Names.h"
 
 namespace {
 
@@ -124,35 +128,34 @@ void noteScenario(const char* name) {
   shared()->scenario = packed;
 }
 
-bool begins(const char* format, const char* start) {
-  return strncmp(format, start, strlen(start)) == 0;
+// The daemon's constants and these are of different programs, and have different addresses.
+bool is(const char* format, const char* known) {
+  return strcmp(format, known) == 0;
 }
 
 bool isEverydayLine(const char* format) {
-  return begins(format, "[TalmorThermal] Sensor[%s] temp") ||
-         begins(format, "[TalmorThermal] Sensor [%s] deactivate Algo") ||
-         begins(format, "[TalmorThermal] Changing Scenario Start") ||
-         begins(format, "[TalmorThermal] Start to apply new CONF file") ||
-         begins(format, "[TalmorThermal] There is no scen name");
+  return is(format, message::kVirtualSample) || is(format, message::kPutToSleep) ||
+         is(format, message::kChangeBegins) || is(format, message::kSwapBegins) ||
+         is(format, message::kUnknownScenario) || is(format, message::kScenarioLost);
 }
 
 // Counts the line if it is one of those that matter here; false for a line of an unexpected kind.
 bool countLine(const char* format, va_list arguments) {
-  if (begins(format, "[TalmorThermal] Sensor [%s], Scen [%s] temp")) {
+  if (is(format, message::kSample)) {
     const char* name = va_arg(arguments, const char*);
     va_arg(arguments, const char*);
     countSample(name, va_arg(arguments, int));
-  } else if (begins(format, "[TalmorThermal] [TalmorThermal] Monitor [%s]") ||
-             begins(format, "[TalmorThermal] [TalmorThermal] SS [%s]")) {
+  } else if (is(format, message::kMonitorDecision) || is(format, message::kStepRequest) ||
+             is(format, message::kStepRelease)) {
     ++shared()->decisions;
-  } else if (begins(format, "[TalmorThermal] Sensor [%s] activate Algo")) {
+  } else if (is(format, message::kWoken)) {
     ++shared()->activations;
-  } else if (begins(format, "[TalmorThermal] ScenChange for sensor Thread is done")) {
+  } else if (is(format, message::kSensorThreadChanged)) {
     ++shared()->checkIns;
-  } else if (begins(format, "[TalmorThermal] All scenChangeDone to")) {
+  } else if (is(format, message::kChangeDone)) {
     noteScenario(va_arg(arguments, const char*));
     ++shared()->changes;
-  } else if (begins(format, "[TalmorThermal] Appling new CONF file is completed")) {
+  } else if (is(format, message::kSwapDone)) {
     ++shared()->swaps;
   } else {
     return isEverydayLine(format);
@@ -209,8 +212,9 @@ __android_log_print(int, const char*, const char* format, ...) {
 
 extern "C" __attribute__((visibility("default"))) int nanosleep(const timespec* wanted,
                                                                 timespec* left) {
-  if (shared() == nullptr || wanted->tv_sec != 1 || wanted->tv_nsec != 0)
-    return sleepReally(wanted, left);
+  const auto time =
+      std::chrono::seconds(wanted->tv_sec) + std::chrono::nanoseconds(wanted->tv_nsec);
+  if (shared() == nullptr || time != kControlPeriod) return sleepReally(wanted, left);
   ++shared()->polls;
   const timespec shorter{0, static_cast<long>(shared()->pollNanoseconds)};
   return sleepReally(&shorter, left);

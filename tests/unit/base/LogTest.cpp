@@ -13,17 +13,17 @@ TEST(LogTest, IsSwitchedOnFromTheStart) {
 
 TEST(LogTest, WritesFormattedLinesInOrder) {
   const RecordedLog log;
-  LOG_LINE("[TalmorThermal] %s(%d)\n", "first", 1);
-  LOG_LINE("[TalmorThermal] second\n");
-  EXPECT_EQ(log.lines(),
-            (std::vector<std::string>{"[TalmorThermal] first(1)\n", "[TalmorThermal] second\n"}));
+  LOG_LINE(message::kVirtualSample, "first", 1);
+  LOG_LINE(message::kNoScenarioFile);
+  EXPECT_EQ(log.lines(), (std::vector<std::string>{"[TalmorThermal] Sensor[first] temp(1)\n",
+                                                   "[TalmorThermal] No scen file\n"}));
 }
 
 TEST(LogTest, SwitchedOffWritesNothingAndDoesNotEvenEvaluateTheArguments) {
   const RecordedLog log;
   const LogSwitchedOff off;
   int evaluations = 0;
-  LOG_LINE("[TalmorThermal] %d\n", ++evaluations);
+  LOG_LINE(message::kVirtualSample, "cpu", ++evaluations);
   EXPECT_EQ(log.lines(), std::vector<std::string>{});
   EXPECT_EQ(evaluations, 0);
 }

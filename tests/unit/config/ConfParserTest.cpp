@@ -32,15 +32,12 @@ const std::string kSS = "[step]\n"
                         "set_point 70000\n"
                         "set_point_clr 65000\n";
 
-const std::string kNoItem = "[TalmorThermal] [CONF PARSE FAIL] Each item should be started with "
-                            "'SCEN' or embraced with [name]\n";
-const std::string kNoType = "[TalmorThermal] [CONF PARSE FAIL] Each item's property should contain "
-                            "& start with 'algo_type'\n";
-const std::string kBadType =
-    "[TalmorThermal] [CONF PARSE FAIL] Algo type should be 'monitor' or 'SS'\n";
+const std::string kNoItem = "Each item should be started with 'SCEN' or embraced with [name]";
+const std::string kNoType = "Each item's property should contain & start with 'algo_type'";
+const std::string kBadType = "Algo type should be 'monitor' or 'SS'";
 
 std::string missingProperty(const std::string& item) {
-  return "[TalmorThermal] [CONF PARSE FAIL] There is some missing property for " + item + "\n";
+  return "There is some missing property for " + item;
 }
 
 // `text` with the line of `key` replaced; an empty `line` takes it out.

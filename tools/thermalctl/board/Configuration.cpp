@@ -20,17 +20,16 @@ ItemKind itemKind(const std::string& word) {
 }
 
 std::string messageOf(Error::Failure failure, const Item* item) {
-  const std::string start = "[TalmorThermal] [CONF PARSE FAIL] ";
   switch (failure) {
   case Error::kNoItem:
-    return start + "Each item should be started with 'SCEN' or embraced with [name]";
+    return "Each item should be started with 'SCEN' or embraced with [name]";
   case Error::kNoType:
-    return start + "Each item's property should contain & start with 'algo_type'";
+    return "Each item's property should contain & start with 'algo_type'";
   case Error::kBadType:
-    return start + "Algo type should be 'monitor' or 'SS'";
+    return "Algo type should be 'monitor' or 'SS'";
   default:
     // The daemon's line ends the name where it holds a NUL.
-    return start + "There is some missing property for " + item->name.c_str();
+    return std::string("There is some missing property for ") + item->name.c_str();
   }
 }
 

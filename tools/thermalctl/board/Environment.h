@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Names.h"
 #include "board/Block.h"
 
 struct Section;
@@ -133,7 +134,7 @@ struct Environment {
   // What the daemon ends up with. A sensor that is named but not defined above has a null entry.
   std::map<std::string, const Section*> sensors;
   std::map<std::string, const Section*> devices;
-  Word confFileName{"talmor-thermal_default.conf", {}};
+  Word confFileName{kDefaultConfiguration, {}};
 
   // The sensor or device that the daemon knows under that name, or null.
   const Section* sensor(const std::string& name) const;

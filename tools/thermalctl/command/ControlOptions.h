@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 
+#include "base/Names.h"
 #include "command/CommandLine.h"
 
 // The options that several commands beside a running daemon share.
@@ -10,7 +11,7 @@
 // Units: `timeout` in seconds, as the user types them; held to 0.1 to 86400 where the option is
 //        there.
 struct ControlOptions {
-  std::string directory = kDaemonDirectory;
+  std::string directory = kDataDirectory;
   double timeout = 10; // seconds
 
   std::chrono::milliseconds timeoutTime() const {

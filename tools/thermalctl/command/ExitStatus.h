@@ -6,9 +6,5 @@
 // ever gets another meaning. "Problems" is an answer, "could not run" is none.
 enum ExitStatus { kFine = 0, kProblems = 1, kCouldNotRun = 2 };
 
-// Where the daemon has its files on a device.
-constexpr char kDaemonDirectory[] = "/data/vendor/thermal";
-constexpr char kDaemonEnvironment[] = "/vendor/etc/talmor-thermal.env";
-
 // Tells the user, on standard error, why a command ends with `status`, and gives that.
 ExitStatus complain(ExitStatus status, const std::string& message);

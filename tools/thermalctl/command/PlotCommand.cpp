@@ -84,8 +84,6 @@ std::string titleOf(const Options& options) {
 }
 
 ExitStatus runPlot(const Options& options) {
-  // The board is read with the daemon's classes, which would log as they do on a device.
-  logEnabled = false;
   std::vector<std::string> problems;
   std::optional<BoardFolder> board;
   if (!options.board.empty()) board.emplace(options.board, problems);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <sstream>
 
+#include "base/Names.h"
 #include "check/Inspection.h"
 #include "check/output/PlainText.h"
 #include "command/Commands.h"
@@ -19,7 +20,7 @@ namespace {
 
 struct Options : ControlOptions {
   std::string file;
-  std::string environment = kDaemonEnvironment;
+  std::string environment = kEnvironmentFile;
   bool force = false;
 
   // Under which the daemon gets it.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Log.h"
+#include "base/Names.h"
 #include "command/Commands.h"
 #include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
@@ -101,19 +102,20 @@ std::string workloadPath(const Options& options) {
   return options.workload;
 }
 
-// The files that the user names, and for the rest those of the board.
+// The files that the user names, and for the rest those of the board, which are called as on a
+// device.
 SimulationRequest requestOf(const Options& options, Problems& problems) {
-  const auto fromBoard = [&](const std::string& named, const char* option, const char* file) {
+  const auto fromBoard = [&](const std::string& named, const char* option, const char* path) {
     if (!named.empty()) return named;
     if (options.board.empty())
       problems.add(option, 0, "is missing, and there is no --board to take it from");
-    return (fs::path(options.board) / file).string();
+    return (fs::path(options.board) / fs::path(path).filename()).string();
   };
   SimulationRequest request;
-  request.environment = fromBoard(options.environment, "--env", "talmor-thermal.env");
+  request.environment = fromBoard(options.environment, "--env", kEnvironmentFile);
   request.configurations = options.configurations;
   if (request.configurations.empty())
-    request.configurations.push_back(fromBoard("", "--conf", "talmor-thermal.conf"));
+    request.configurations.push_back(fromBoard("", "--conf", kFactoryConfiguration));
   request.plant = fromBoard(options.plant, "--plant", "plant.toml");
   request.workload = workloadPath(options);
   request.configurationFolder = options.board;
@@ -142,8 +144,6 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
 }
 
 ExitStatus runSimulation(const Options& options) {
-  // The daemon's classes would log here as they do on a device.
-  logEnabled = false;
   // Every sensor, configuration and control file of a run is an open file in memory.
   raiseFileLimit();
   Problems problems;

@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 
+#include "base/Names.h"
 #include "base/TextReader.h"
 #include "command/Commands.h"
 #include "command/ControlOptions.h"
@@ -17,7 +18,7 @@
 namespace {
 
 struct Options : ControlOptions {
-  std::string environment = kDaemonEnvironment;
+  std::string environment = kEnvironmentFile;
   bool watch = false;
 };
 

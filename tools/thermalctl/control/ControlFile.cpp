@@ -4,14 +4,15 @@
 
 #include <fstream>
 
+#include "base/TextReader.h"
 #include "file/ReplaceFile.h"
 
 ControlDirectory::ControlDirectory(const std::string& directory)
-    : scenarioFile(directory + "/talmor-thermal.scen"),
-      requestFile(directory + "/talmor-thermal.dconf"), configurations(directory + "/config/") {}
+    : scenarioFile(directory + kScenarioFile), requestFile(directory + kRequestFile),
+      configurations(directory + kConfigurationFolder) {}
 
 bool isOneWord(const std::string& text) {
-  return !text.empty() && text != kNoFile && text.find_first_of("\t\n\v\f\r ") == std::string::npos;
+  return !text.empty() && text != kNoFile && text.find_first_of(kWhiteSpace) == std::string::npos;
 }
 
 std::optional<std::string> ControlFile::word() const {

@@ -4,13 +4,8 @@
 #include <string>
 #include <system_error>
 
+#include "base/Names.h"
 #include "file/FileHandle.h"
-
-// What the daemon takes for a file that is not there: a word in the file does as well as its
-// absence.
-constexpr char kNoFile[] = "ENOFILE";
-// What its request file holds when nothing is asked of it; also its answer to every request.
-constexpr char kParsed[] = "PARSED";
 
 // The daemon's files below one directory.
 //

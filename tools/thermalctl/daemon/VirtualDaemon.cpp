@@ -6,6 +6,7 @@
 #include "algo/Monitor.h"
 #include "algo/SS.h"
 #include "base/Int32.h"
+#include "base/Names.h"
 #include "config/ConfParser.h"
 #include "config/EnvParser.h"
 #include "device/Device.h"
@@ -15,8 +16,6 @@
 #include "thread/SensorThread.h"
 
 namespace {
-
-constexpr char kRetiredMark[] = "OLDSCEN_";
 
 // Builds the board with none of the host's nodes.
 class Builder : public EnvParser {
@@ -102,13 +101,6 @@ void describeDetails(const SS& ss, const TraceDescription& board, AlgorithmTrack
   if (const auto index = indexOf(board.devices, ss.device->name)) track.devices.push_back(*index);
 }
 
-// What the daemon would log, without its prefixes and its line feed.
-std::string plainMessage(const std::string& logged) {
-  const size_t start = logged.rfind("] ");
-  const std::string message = start == std::string::npos ? logged : logged.substr(start + 2);
-  return message.substr(0, message.find_last_not_of('\n') + 1);
-}
-
 } // namespace
 
 VirtualDaemon::VirtualDaemon(const std::string& environment, const NodePath& nodePath) {
@@ -140,8 +132,7 @@ std::optional<std::string> VirtualDaemon::parseConfiguration(const std::string& 
   const std::map<std::string, Scenario*> before = scenarios;
   std::istringstream in(text);
   const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
-  const std::optional<std::string> error = ConfParser(in, registries).parse();
-  if (error) return plainMessage(*error);
+  if (const auto error = ConfParser(in, registries).parse()) return error;
   // The daemon keeps those for good.
   for (const auto& [name, scenario] : before)
     delete scenario;

@@ -111,7 +111,7 @@ std::vector<Run> runsOf(std::string_view text) {
   std::vector<Run> runs;
   size_t number = 1;
   std::string name;
-  for (size_t at = csv::kHeader.size(); at < text.size();) {
+  for (size_t at = csv::header().size(); at < text.size();) {
     // The last line may have been cut off before its line feed.
     const size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
     std::string_view line = text.substr(at, end - at);
@@ -144,7 +144,7 @@ int64_t replay(const Run& run, Cast& cast, const BoardFolder* board, TraceSink& 
 } // namespace
 
 bool isCsvTrace(std::string_view text) {
-  return text.substr(0, csv::kHeader.size()) == csv::kHeader;
+  return text.substr(0, csv::header().size()) == csv::header();
 }
 
 CsvCounts playCsv(const std::string& text, const std::string& prefix, const BoardFolder* board,

@@ -1,201 +1,130 @@
 #include "log/LogLine.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <iterator>
-#include <utility>
+
+#include "base/Messages.h"
 
 namespace {
 
-// Takes a text apart from its start on; a step that does not fit spoils the rest.
-class Scanner {
-public:
-  explicit Scanner(std::string_view text) : rest(text) {}
+// The field that one part of a message fills, a name or a number.
+struct Place {
+  std::string_view LogLine::*name = nullptr;
+  int32_t LogLine::*number = nullptr;
+};
 
-  Scanner& literal(std::string_view expected) {
-    if (rest.substr(0, expected.size()) == expected)
-      rest.remove_prefix(expected.size());
-    else
-      fits = false;
-    return *this;
-  }
+constexpr Place kNowhere;
+constexpr Place kName{&LogLine::name};
+constexpr Place kSensor{&LogLine::sensor};
+constexpr Place kScenario{&LogLine::scenario};
+constexpr Place kBefore{nullptr, &LogLine::before};
+constexpr Place kValue{nullptr, &LogLine::value};
 
-  // The name up to `end`, which is taken too. A name is one word: with a space in it, it would be
-  // two messages run together.
-  Scanner& upTo(std::string_view end, std::string_view& found) {
-    const size_t at = rest.find(end);
-    found = rest.substr(0, at);
-    if (at == std::string_view::npos || found.find(' ') != std::string_view::npos)
-      fits = false;
-    else
-      rest.remove_prefix(at + end.size());
-    return *this;
-  }
-
-  Scanner& number(int32_t& found) {
-    const auto taken = std::from_chars(rest.data(), rest.data() + rest.size(), found);
-    if (taken.ec != std::errc())
-      fits = false;
-    else
-      rest.remove_prefix(static_cast<size_t>(taken.ptr - rest.data()));
-    return *this;
-  }
-
-  bool ended() const { return fits && rest.empty(); }
-
-private:
-  std::string_view rest;
-  bool fits = true;
+// What a picture shows of a message: a place for each of the format's conversions.
+struct Meaning {
+  const char* format;
+  LogLine::Kind kind;
+  std::array<Place, 4> places = {};
 };
 
 using Kind = LogLine::Kind;
 
-bool parseSample(std::string_view text, LogLine& line) {
-  line.kind = Kind::kSample;
-  return Scanner(text)
-      .literal("Sensor [")
-      .upTo("], Scen [", line.name)
-      .upTo("] temp(", line.scenario)
-      .number(line.value)
-      .literal(")")
-      .ended();
+// The frequent ones first.
+constexpr Meaning kMeanings[] = {
+    {message::kSample, Kind::kSample, {kName, kScenario, kValue}},
+    {message::kVirtualSample, Kind::kVirtual, {kName, kValue}},
+    {message::kMonitorDecision, Kind::kLevel, {kName, kNowhere, kBefore, kValue}},
+    // Two of one beginning: a request gives the level asked for, the release behind it the number
+    // of steps that it ends.
+    {message::kStepRequest, Kind::kRequest, {kName, kNowhere, kNowhere, kValue}},
+    {message::kStepRelease, Kind::kReleased, {kName, kNowhere, kNowhere, kBefore}},
+    {message::kWoken, Kind::kWoken, {kSensor, kName, kScenario}},
+    {message::kPutToSleep, Kind::kPutToSleep, {kSensor, kName, kScenario}},
+    {message::kChangeDone, Kind::kScenario, {kName}},
+    {message::kStarting, Kind::kStart},
+    {message::kSwapBegins, Kind::kSwap},
+};
+
+// As it stands in a log, without the line feed.
+std::string_view lineOf(const char* format) {
+  std::string_view line = format;
+  line.remove_suffix(1);
+  return line;
 }
 
-bool parseVirtual(std::string_view text, LogLine& line) {
-  line.kind = Kind::kVirtual;
-  return Scanner(text)
-      .literal("Sensor[")
-      .upTo("] temp(", line.name)
-      .number(line.value)
-      .literal(")")
-      .ended();
+// What stands in a format before its next conversion.
+std::string_view literalOf(std::string_view format) {
+  return format.substr(0, format.find('%'));
 }
 
-// The daemon writes its prefix twice before a decision; the first one is gone by now.
-bool parseLevel(std::string_view text, LogLine& line) {
-  line.kind = Kind::kLevel;
-  int32_t temperature = 0;
-  return Scanner(text)
-      .literal(kMessageStart)
-      .literal("Monitor [")
-      .upTo("] temp(", line.name)
-      .number(temperature)
-      .literal(") status(")
-      .number(line.before)
-      .literal(" -> ")
-      .number(line.value)
-      .literal(")")
-      .ended();
-}
-
-// A step algorithm has two messages of one beginning: a request gives the level asked for, the
-// release behind it the number of steps that it ends.
-Scanner stepScanner(std::string_view text, LogLine& line) {
-  int32_t temperature = 0;
-  return Scanner(text)
-      .literal(kMessageStart)
-      .literal("SS [")
-      .upTo("] temp(", line.name)
-      .number(temperature)
-      .literal("->")
-      .number(temperature)
-      .literal(") status(");
-}
-
-bool parseRequest(std::string_view text, LogLine& line) {
-  line.kind = Kind::kRequest;
-  return stepScanner(text, line).number(line.value).literal(")").ended();
-}
-
-bool parseReleased(std::string_view text, LogLine& line) {
-  line.kind = Kind::kReleased;
-  return stepScanner(text, line).number(line.before).literal(" -> 0)").ended();
-}
-
-bool parseAwake(std::string_view text, std::string_view verb, LogLine& line) {
-  return Scanner(text)
-      .literal("Sensor [")
-      .upTo("] ", line.sensor)
-      .literal(verb)
-      .literal(" Algo [")
-      .upTo("], scen [", line.name)
-      .upTo("]", line.scenario)
-      .ended();
-}
-
-bool parseWoken(std::string_view text, LogLine& line) {
-  line.kind = Kind::kWoken;
-  return parseAwake(text, "activate", line);
-}
-
-bool parsePutToSleep(std::string_view text, LogLine& line) {
-  line.kind = Kind::kPutToSleep;
-  return parseAwake(text, "deactivate", line);
-}
-
-bool parseScenario(std::string_view text, LogLine& line) {
-  constexpr std::string_view kStart = "All scenChangeDone to ";
-  line.kind = Kind::kScenario;
-  if (text.substr(0, kStart.size()) != kStart) return false;
-  line.name = text.substr(kStart.size());
-  return line.name.find(' ') == std::string_view::npos;
-}
-
-bool parseFixed(std::string_view text, LogLine& line) {
-  static constexpr std::pair<std::string_view, Kind> kTexts[] = {
-      {"Using Env Config!", Kind::kStart},
-      {"EnvParse Passed!", Kind::kOther},
-      {"ConfParse Passed!", Kind::kOther},
-      {"initScenario Passed!", Kind::kOther},
-      {"RunThreads Passed!", Kind::kOther},
-      {"Start to apply new CONF file", Kind::kSwap},
-      // The daemon's own spelling.
-      {"Appling new CONF file is completed", Kind::kOther},
-      {"No scen file", Kind::kOther},
-      {"No conf file", Kind::kOther},
-      {"[TalmorThermal] statusApply: Level Table is Empty", Kind::kOther},
-  };
-  const auto* found = std::find_if(std::begin(kTexts), std::end(kTexts),
-                                   [text](const auto& known) { return known.first == text; });
-  if (found == std::end(kTexts)) return false;
-  line.kind = found->second;
+bool take(std::string_view& text, std::string_view expected) {
+  if (text.substr(0, expected.size()) != expected) return false;
+  text.remove_prefix(expected.size());
   return true;
 }
 
-// Those with a part that varies and that no picture shows: what they begin and end with.
-bool parseOther(std::string_view text, LogLine& line) {
-  static constexpr std::pair<std::string_view, std::string_view> kShapes[] = {
-      {"Conf file is copied!(", ")"},
-      {"Can't open : ", ""},
-      {"Can't open node: ", ""},
-      {"Unreadable conf file : ", ""},
-      {"[CONF PARSE FAIL] ", ""},
-      {"[TalmorThermal] Device [", "] open failed"},
-      {"ScenChange for sensor Thread is done [", "]"},
-      {"Changing Scenario Start (", ")"},
-      {"There is no scen name: ", ""},
-      {"There is no conf file: ", ""},
-      {"There is no scen name in new conf file: ", ""},
-  };
-  line.kind = Kind::kOther;
-  return std::any_of(std::begin(kShapes), std::end(kShapes), [text](const auto& shape) {
-    const auto& [start, end] = shape;
-    return text.size() >= start.size() + end.size() && text.substr(0, start.size()) == start &&
-           text.substr(text.size() - end.size()) == end;
-  });
+// The name up to `end`, or all that is left where nothing follows. A name is one word: with a space
+// in it, it would be two messages run together.
+bool takeName(std::string_view& text, std::string_view end, std::string_view& name) {
+  const size_t length = end.empty() ? text.size() : text.find(end);
+  if (length == std::string_view::npos) return false;
+  name = text.substr(0, length);
+  text.remove_prefix(length);
+  return name.find(' ') == std::string_view::npos;
+}
+
+bool takeNumber(std::string_view& text, int32_t& number) {
+  const auto taken = std::from_chars(text.data(), text.data() + text.size(), number);
+  text.remove_prefix(static_cast<size_t>(taken.ptr - text.data()));
+  return taken.ec == std::errc();
+}
+
+// Takes a message apart by its own format, in which every conversion is a single letter.
+bool scan(std::string_view text, const Meaning& meaning, LogLine& line) {
+  std::string_view format = lineOf(meaning.format);
+  for (const Place& place : meaning.places) {
+    const std::string_view literal = literalOf(format);
+    if (!take(text, literal)) return false;
+    format.remove_prefix(literal.size());
+    if (format.empty()) break;
+    const bool isName = format[1] == 's';
+    format.remove_prefix(2);
+    int32_t unwanted = 0;
+    if (isName ? !takeName(text, literalOf(format), line.*place.name)
+               : !takeNumber(text, place.number ? line.*place.number : unwanted))
+      return false;
+  }
+  return text == format;
+}
+
+// A message that no picture shows: what varies in it may be any text.
+bool isAround(std::string_view text, std::string_view format) {
+  const std::string_view start = literalOf(format);
+  if (start.size() == format.size()) return text == format;
+  const std::string_view end = format.substr(format.rfind('%') + 2);
+  return text.size() >= start.size() + end.size() && text.substr(0, start.size()) == start &&
+         text.substr(text.size() - end.size()) == end;
+}
+
+bool isOther(std::string_view text, const char* format) {
+  const bool hasMeaning =
+      std::any_of(std::begin(kMeanings), std::end(kMeanings),
+                  [format](const Meaning& meaning) { return meaning.format == format; });
+  return !hasMeaning && isAround(text, lineOf(format));
 }
 
 } // namespace
 
 std::optional<LogLine> parseMessage(std::string_view text) {
-  if (text.substr(0, kMessageStart.size()) != kMessageStart) return std::nullopt;
-  text.remove_prefix(kMessageStart.size());
-  // The frequent ones first.
-  for (const auto parse : {parseSample, parseVirtual, parseLevel, parseRequest, parseReleased,
-                           parseWoken, parsePutToSleep, parseScenario, parseFixed, parseOther}) {
+  for (const Meaning& meaning : kMeanings) {
     // A new one each time: one that does not fit in the end may have filled in a part.
     LogLine line;
-    if (parse(text, line)) return line;
+    line.kind = meaning.kind;
+    if (scan(text, meaning, line)) return line;
   }
-  return std::nullopt;
+  const bool isKnown = std::any_of(std::begin(message::kAll), std::end(message::kAll),
+                                   [text](const char* format) { return isOther(text, format); });
+  return isKnown ? std::optional(LogLine()) : std::nullopt;
 }

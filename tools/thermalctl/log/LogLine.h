@@ -32,8 +32,5 @@ struct LogLine {
   int32_t value = 0;
 };
 
-// With which every message of the daemon begins.
-constexpr std::string_view kMessageStart = "[TalmorThermal] ";
-
 // Nothing for a text that is not exactly one whole message.
 std::optional<LogLine> parseMessage(std::string_view text);

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 
+#include "base/Log.h"
+
 namespace {
 
-constexpr std::string_view kTag = "echo-service";
+constexpr std::string_view kTag = kLogTag;
+constexpr std::string_view kMessageStart = message::kStart;
 
 bool beginsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;

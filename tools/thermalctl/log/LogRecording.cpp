@@ -1,5 +1,6 @@
 #include "log/LogRecording.h"
 
+#include "base/Names.h"
 #include "log/Cast.h"
 #include "log/LogReplay.h"
 #include "trace/NullSink.h"
@@ -19,7 +20,7 @@ LogReader::Periods periodsOf(const BoardFolder* board) {
 std::string firstScenario(const std::string& text, const LogReader::Periods& periods) {
   LogReader reader(text, periods);
   while (const auto line = reader.next()) {
-    if (line->kind == LogLine::Kind::kStart) return "Default";
+    if (line->kind == LogLine::Kind::kStart) return kDefaultScenario;
     if (line->kind == LogLine::Kind::kSample) return std::string(declaredScenario(line->scenario));
   }
   return "";

@@ -4,21 +4,21 @@
 
 #include "algo/Monitor.h"
 #include "algo/SS.h"
+#include "base/Names.h"
 
 namespace {
 
-constexpr std::string_view kRetiredMark = "OLDSCEN_";
-constexpr char kDefault[] = "Default";
+constexpr std::string_view kRetired = kRetiredMark;
 
 bool isRetired(std::string_view scenario) {
-  return scenario.substr(0, kRetiredMark.size()) == kRetiredMark;
+  return scenario.substr(0, kRetired.size()) == kRetired;
 }
 
 } // namespace
 
 std::string_view declaredScenario(std::string_view scenario) {
   while (isRetired(scenario))
-    scenario.remove_prefix(kRetiredMark.size());
+    scenario.remove_prefix(kRetired.size());
   return scenario;
 }
 
@@ -85,7 +85,7 @@ void LogReplay::restart() {
       shown.device->deviceControl(requester, 0);
   }
   showDevices();
-  enterScenario(kDefault);
+  enterScenario(kDefaultScenario);
 }
 
 void LogReplay::wake(const LogLine& line) {
@@ -185,22 +185,15 @@ void LogReplay::setLevel(size_t algorithm, int32_t level) {
 }
 
 // As the monitor on the device does: the rows of both levels are posted before any device moves, so
-// that one that stands in both goes straight from one level to the other. A row that either list
-// lacks drives nothing.
+// that one that stands in both goes straight from one level to the other.
 void LogReplay::postMonitor(size_t algorithm, uint32_t level) {
   const auto* monitor = dynamic_cast<const Monitor*>(cast.item(algorithm));
   State& state = stateOf(algorithm);
   if (!monitor || state.postedLevel == level) return;
-  const auto post = [&](uint32_t row, bool withdraw) {
-    if (row == 0 || row > monitor->actions.size() || row > monitor->actionInfo.size()) return;
-    const auto& driven = monitor->actions[row - 1];
-    const auto& wanted = monitor->actionInfo[row - 1];
-    for (size_t i = 0; i < std::min(driven.size(), wanted.size()); ++i) {
-      if (driven[i]) control(monitor->name, *driven[i], withdraw ? 0 : wanted[i]);
-    }
-  };
-  post(state.postedLevel, true);
-  post(level, false);
+  monitor->forEachDriven(state.postedLevel,
+                         [&](const Device& device, int32_t) { control(monitor->name, device, 0); });
+  monitor->forEachDriven(
+      level, [&](const Device& device, int32_t wanted) { control(monitor->name, device, wanted); });
   state.postedLevel = level;
   showDevices();
 }

@@ -1,56 +1,44 @@
 #include "report/CsvTrace.h"
 
-#include "trace/CsvFormat.h"
-
 CsvTrace::CsvTrace(std::ostream& out) : writer(out) {
-  writer << csv::kHeader;
+  writer << csv::header();
 }
 
 void CsvTrace::begin(const TraceDescription& description) {
-  run = csv::field(description.name) + ",";
+  run = description;
   sensors.clear();
-  for (const SensorTrack& sensor : description.sensors) {
-    const bool node = sensor.kind == SensorTrack::Kind::kPlantNode;
-    sensors.push_back(csv::between(node ? csv::kPlant : csv::kTemperature, sensor.name));
-  }
-  devices.clear();
-  for (const DeviceTrack& device : description.devices)
-    devices.push_back(csv::between(csv::kLevel, device.name));
-  algorithms.clear();
-  scenarios.clear();
-  for (const AlgorithmTrack& algorithm : description.algorithms) {
-    algorithms.push_back(csv::between(csv::kAlgorithm, algorithm.name));
-    scenarios.push_back(csv::field(algorithm.scenario));
-  }
+  for (const SensorTrack& sensor : run.sensors)
+    sensors.emplace_back(csv::lineOf(run.name, sensor));
 }
 
 void CsvTrace::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  line(time) << sensors[sensor] << millidegrees << ",\n";
+  write(sensors[sensor], time, millidegrees);
 }
 
 void CsvTrace::level(int64_t time, size_t device, int32_t level, const std::string& entry) {
-  line(time) << devices[device] << level << "," << csv::field(entry) << "\n";
+  write(csv::lineOf(run.name, run.devices[device], entry), time, level);
 }
 
 void CsvTrace::algorithm(int64_t time, size_t algorithm, int32_t level) {
-  line(time) << algorithms[algorithm];
-  if (level != kAsleep) writer << level;
-  writer << "," << scenarios[algorithm] << "\n";
+  write(csv::lineOf(run.name, run.algorithms[algorithm]), time,
+        level == kAsleep ? std::nullopt : std::optional(level));
 }
 
 void CsvTrace::scenario(int64_t time, const std::string& name) {
-  line(time) << csv::between(csv::kScenario, name) << ",\n";
+  write(csv::lineOf(run.name, csv::kScenario, name), time);
 }
 
 void CsvTrace::configuration(int64_t time, const std::string& name) {
-  line(time) << csv::between(csv::kConfiguration, name) << ",\n";
+  write(csv::lineOf(run.name, csv::kConfiguration, name), time);
 }
 
 void CsvTrace::end(int64_t time, const std::vector<Performance>&) {
-  line(time) << csv::between(csv::kEnd, "") << ",\n";
+  write(csv::lineOf(run.name, csv::kEnd), time);
   writer.flush();
 }
 
-Writer& CsvTrace::line(int64_t time) {
-  return writer << run << time;
+void CsvTrace::write(const csv::Frame& frame, int64_t time, std::optional<int32_t> value) {
+  writer << frame.start << time << frame.middle;
+  if (value) writer << *value;
+  writer << frame.end;
 }

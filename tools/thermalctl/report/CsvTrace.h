@@ -1,12 +1,14 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "report/Writer.h"
+#include "trace/CsvFormat.h"
 #include "trace/Trace.h"
 
-// Writes a trace.csv (see csv::kHeader).
+// Writes a trace.csv (see csv::header).
 //
 // Shape:  the columns' names once, then any number of runs one after the other.
 // Errors: left in the stream, which must outlive this. What is written reaches it at the end of
@@ -24,13 +26,9 @@ public:
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
 private:
-  Writer& line(int64_t time);
+  void write(const csv::Frame& frame, int64_t time, std::optional<int32_t> value = std::nullopt);
 
   Writer writer;
-  std::string run;
-  // What stands between the time and the value, made once: ",event,name,".
-  std::vector<std::string> sensors;
-  std::vector<std::string> devices;
-  std::vector<std::string> algorithms;
-  std::vector<std::string> scenarios; // of the algorithms
+  TraceDescription run;
+  std::vector<csv::Frame> sensors; // whose lines are most of a trace
 };

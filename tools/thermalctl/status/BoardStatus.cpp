@@ -4,12 +4,16 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <thread>
 
 #include "base/Int32.h"
 #include "base/TextReader.h"
+#include "device/CPUFreqDevice.h"
+#include "device/DeviceKinds.h"
+#include "device/ReportDevice.h"
 #include "status/NodeReading.h"
 #include "text/Phrases.h"
 
@@ -76,39 +80,41 @@ StatusRow readSensor(const Section& sensor) {
   return row;
 }
 
-// What the daemon writes to the node for an entry of a table, as text.
-std::string written(const Section& device, const std::string& entry) {
-  const std::string& kind = device.kindWord.text;
-  if (kind == "camera") return entry;
-  // A CPU clock is written as four raw bytes, which `valueOf` has turned into a number by now.
-  if (kind == "cpufreq" || device.valueType == "integer") return std::to_string(parseInt32(entry));
-  if (device.valueType != "hex") return entry;
-  const std::string digits = entry.size() < 2 ? "" : entry.substr(2);
-  std::ostringstream text;
-  text << std::hex << std::strtoul(digits.c_str(), nullptr, 16);
-  return text.str();
-}
-
-// Where in the table the value stands, if it does.
-std::optional<size_t> levelOf(const Section& device, const std::string& value) {
-  const auto& levels = device.levels;
-  const auto entry = std::find_if(levels.begin(), levels.end(), [&](const Level& level) {
-    // A node that merely keeps its text may also hold the entry as the table has it.
-    return value == written(device, level.text) || value == level.text;
-  });
-  if (entry == levels.end()) return std::nullopt;
-  return static_cast<size_t>(entry - levels.begin());
+// As the daemon has it, but without its node.
+std::unique_ptr<Device> deviceOf(const Section& section) {
+  std::vector<std::string> levels;
+  for (const Level& level : section.levels)
+    levels.push_back(level.text);
+  const DeviceMaker make = deviceKinds().at(section.kindWord.text);
+  return std::unique_ptr<Device>(make(section.name, "", section.valueType, levels));
 }
 
 // A CPU clock's driver takes four raw bytes, and one that merely keeps them gives them back.
-std::string valueOf(const Section& device, const std::string& content) {
+std::optional<std::string> rawNumber(const Device& device, const std::string& bytes) {
+  int32_t raw = 0;
+  if (!dynamic_cast<const CPUFreqDevice*>(&device) || bytes.size() != sizeof raw)
+    return std::nullopt;
+  std::memcpy(&raw, bytes.data(), sizeof raw);
+  return std::to_string(raw);
+}
+
+// Where in the table the value stands, if it does.
+std::optional<size_t> levelOf(const Device& device, const std::string& value) {
+  for (size_t i = 0; i < device.levelTable.size(); ++i) {
+    // A node that merely keeps its text may also hold the entry as the table has it.
+    if (value == device.levelTable[i]) return i;
+    const std::string output = device.output(static_cast<int32_t>(i));
+    if (!output.empty() && value == rawNumber(device, output).value_or(output)) return i;
+  }
+  return std::nullopt;
+}
+
+std::string valueOf(const Device& device, const std::string& content) {
   std::string text = content;
   trim(text);
-  int32_t raw = 0;
-  if (device.kindWord.text != "cpufreq" || content.size() != sizeof raw) return text;
-  std::memcpy(&raw, content.data(), sizeof raw);
-  const std::string number = std::to_string(raw);
-  return !levelOf(device, number) && isNumber(text) ? text : number;
+  const std::optional<std::string> number = rawNumber(device, content);
+  if (!number || (!levelOf(device, *number) && isNumber(text))) return text;
+  return *number;
 }
 
 StatusRow readReport(StatusRow row, std::string content) {
@@ -118,23 +124,24 @@ StatusRow readReport(StatusRow row, std::string content) {
   return row;
 }
 
-StatusRow readDevice(const Section& device) {
-  StatusRow row{device.name, device.kindWord.text, "", "", "", StatusRow::kCalm};
-  const std::string path = device.nodePath ? device.nodePath->text : "";
+StatusRow readDevice(const Section& section) {
+  StatusRow row{section.name, section.kindWord.text, "", "", "", StatusRow::kCalm};
+  const std::string path = section.nodePath ? section.nodePath->text : "";
   const NodeReading reading = readNode(path);
   if (!reading.fault.empty())
     return faultIn(row, reading.fault + (path.empty() ? "" : ": " + path));
   row.note = reading.reserve;
   if (!reading.hasContent()) return row;
-  if (row.kind == "report") return readReport(row, reading.content);
-  row.value = valueOf(device, reading.content);
-  const std::optional<size_t> level = levelOf(device, row.value);
+  const std::unique_ptr<Device> device = deviceOf(section);
+  if (dynamic_cast<const ReportDevice*>(device.get())) return readReport(row, reading.content);
+  row.value = valueOf(*device, reading.content);
+  const std::optional<size_t> level = levelOf(*device, row.value);
   if (row.value.empty())
     row.note = "empty";
   else if (!level)
     row.note = "not in its level table";
   if (!level) return row;
-  row.level = std::to_string(*level) + " of " + std::to_string(device.levels.size() - 1);
+  row.level = std::to_string(*level) + " of " + std::to_string(section.levels.size() - 1);
   if (*level > 0) row.mood = StatusRow::kCooling;
   return row;
 }

@@ -2,6 +2,8 @@
 
 namespace csv {
 
+namespace {
+
 // Quoted as RFC 4180 has it, but only where a sign of the format is in the text: the usual file has
 // no quote at all.
 std::string field(const std::string& text) {
@@ -14,8 +16,23 @@ std::string field(const std::string& text) {
   return quoted + '"';
 }
 
-std::string between(const char* event, const std::string& name) {
-  return std::string(",") + event + "," + field(name) + ",";
+// The columns from `first` up to `end`, with a comma at each side that has a neighbour.
+template <typename Texts> std::string joined(const Texts& texts, size_t first, size_t end) {
+  std::string text(first > 0 ? "," : "");
+  for (size_t i = first; i < end; ++i)
+    text += field(std::string(texts[i])) + (i + 1 < kColumns ? "," : "");
+  return text;
+}
+
+} // namespace
+
+Frame::Frame(const Fields& line)
+    : start(joined(line, 0, kTime)), middle(joined(line, kTime + 1, kValue)),
+      end(joined(line, kValue + 1, kColumns) + "\n") {}
+
+const std::string& header() {
+  static const std::string line = joined(kNames, 0, kColumns) + "\n";
+  return line;
 }
 
 bool takeField(std::string_view& line, std::string& field) {

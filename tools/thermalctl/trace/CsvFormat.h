@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "trace/Trace.h"
+
 // What a trace.csv looks like, for who writes it and who reads it: a line for each event, of all
 // runs, below one that names the columns.
 //
@@ -22,9 +24,9 @@
 namespace csv {
 
 enum Column { kRun, kTime, kEvent, kName, kValue, kDetail, kColumns };
+constexpr std::array<std::string_view, kColumns> kNames = {"run",  "time_ms", "event",
+                                                           "name", "value",   "detail"};
 using Fields = std::array<std::string, kColumns>;
-
-constexpr std::string_view kHeader = "run,time_ms,event,name,value,detail\n";
 
 constexpr char kTemperature[] = "temperature";
 constexpr char kPlant[] = "plant";
@@ -34,11 +36,35 @@ constexpr char kScenario[] = "scenario";
 constexpr char kConfiguration[] = "configuration";
 constexpr char kEnd[] = "end";
 
-// A field as it is written, quoted where it must be.
-std::string field(const std::string& text);
+// A line without its time and value.
+inline Fields lineOf(const std::string& run, const char* event, const std::string& name = "",
+                     const std::string& detail = "") {
+  return {run, "", event, name, "", detail};
+}
+inline Fields lineOf(const std::string& run, const SensorTrack& sensor) {
+  const bool isNode = sensor.kind == SensorTrack::Kind::kPlantNode;
+  return lineOf(run, isNode ? kPlant : kTemperature, sensor.name);
+}
+inline Fields lineOf(const std::string& run, const DeviceTrack& device, const std::string& entry) {
+  return lineOf(run, kLevel, device.name, entry);
+}
+inline Fields lineOf(const std::string& run, const AlgorithmTrack& algorithm) {
+  return lineOf(run, kAlgorithm, algorithm.name, algorithm.scenario);
+}
 
-// What stands between a line's time and its value, written in one piece: ",event,name,".
-std::string between(const char* event, const std::string& name);
+// What stands around the time and the value of a line, quoted where it must be.
+//
+// Shape: `end` has the line feed.
+struct Frame {
+  Frame(const Fields& line);
+
+  std::string start;
+  std::string middle;
+  std::string end;
+};
+
+// The line that names the columns.
+const std::string& header();
 
 // Takes one field and the comma behind it from the start of `line`. False without a comma.
 bool takeField(std::string_view& line, std::string& field);

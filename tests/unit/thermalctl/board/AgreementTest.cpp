@@ -322,7 +322,7 @@ Lines configurationOf(const Configuration& configuration) {
   addWorkers(lines, configuration, ItemKind::kMonitor);
   addWorkers(lines, configuration, ItemKind::kSS);
   if (configuration.fatal())
-    lines.push_back(configuration.fatal()->message + "\n");
+    lines.push_back(configuration.fatal()->message);
   else
     lines.insert(lines.end(), configuration.scenarios.begin(), configuration.scenarios.end());
   return lines;

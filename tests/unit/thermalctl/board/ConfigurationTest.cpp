@@ -207,13 +207,11 @@ TEST_F(ConfigurationTest, TellsWhereAndWhyTheDaemonEnds) {
 }
 
 TEST_F(ConfigurationTest, EndsWithTheDaemonsOwnWords) {
-  const std::string start = "[TalmorThermal] [CONF PARSE FAIL] ";
   EXPECT_EQ(errorOf("x").message,
-            start + "Each item should be started with 'SCEN' or embraced with [name]");
-  EXPECT_EQ(errorOf("[s]").message,
-            start + "Each item's property should contain & start with 'algo_type'");
-  EXPECT_EQ(errorOf("[s]\nalgo_type pid").message, start + "Algo type should be 'monitor' or 'SS'");
-  EXPECT_EQ(errorOf("[s]\nalgo_type ss").message, start + "There is some missing property for s");
+            "Each item should be started with 'SCEN' or embraced with [name]");
+  EXPECT_EQ(errorOf("[s]").message, "Each item's property should contain & start with 'algo_type'");
+  EXPECT_EQ(errorOf("[s]\nalgo_type pid").message, "Algo type should be 'monitor' or 'SS'");
+  EXPECT_EQ(errorOf("[s]\nalgo_type ss").message, "There is some missing property for s");
 }
 
 TEST_F(ConfigurationTest, RejectsAnItemWhoseSensorTheBoardDoesNotHave) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/Log.h"
+#include "base/Names.h"
 #include "control/ControlFile.h"
 #include "control/Waiting.h"
 #include "support/LiveBoard.h"
@@ -61,7 +62,7 @@ public:
   LiveBoard board{""};
   ControlDirectory directory;
   bool isRunning = true;
-  Milliseconds period{1000};
+  Milliseconds period = kControlPeriod;
   std::vector<std::string> stages;
 
 private:

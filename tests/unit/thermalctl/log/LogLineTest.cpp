@@ -1,8 +1,11 @@
 #include "log/LogLine.h"
 
+#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "base/Messages.h"
 
 namespace {
 
@@ -75,31 +78,40 @@ TEST(LogLineTest, ReadsTheScenarioThatCameInForce) {
   EXPECT_EQ(parsed(text).name, "game");
 }
 
-TEST(LogLineTest, KnowsEveryOtherMessageOfTheDaemon) {
+TEST(LogLineTest, KnowsEveryMessageOfTheDaemon) {
+  for (const char* format : message::kAll) {
+    std::string text = std::regex_replace(format, std::regex("%s"), "name");
+    text = std::regex_replace(text, std::regex("%[du]"), "1");
+    ASSERT_EQ(text.find('%'), std::string::npos) << "a conversion that the reader does not know";
+    ASSERT_EQ(text.rfind(message::kStart, 0), 0U) << format;
+    ASSERT_EQ(text.back(), '\n') << format;
+    text.pop_back();
+    EXPECT_TRUE(parseMessage(text)) << text;
+  }
+}
+
+TEST(LogLineTest, TakesAnyTextForAPathOrAReason) {
   for (const char* text : {
-           "Using Env Config!",
-           "EnvParse Passed!",
-           "ConfParse Passed!",
-           "initScenario Passed!",
-           "RunThreads Passed!",
+           "Can't open : /vendor/etc/talmor thermal.conf",
+           "Can't open node: ",
+           "[CONF PARSE FAIL] There is some missing property for cap",
            "Conf file is copied!(/vendor/etc/a.conf -> /data/vendor/thermal/config/a.conf)",
-           "Can't open : /vendor/etc/talmor-thermal.conf",
-           "Can't open node: /sys/temp",
-           "Unreadable conf file : /data/vendor/thermal/config/a.conf",
-           "[CONF PARSE FAIL] cap Not a valid type",
            "[TalmorThermal] Device [gpu] open failed",
-           "[TalmorThermal] statusApply: Level Table is Empty",
-           "ScenChange for sensor Thread is done [game]",
-           "Changing Scenario Start (Default->game)",
-           "Start to apply new CONF file",
-           "Appling new CONF file is completed",
-           "No scen file",
-           "No conf file",
-           "There is no scen name: gmae",
-           "There is no conf file: nihgt.conf",
-           "There is no scen name in new conf file: night.conf",
+           "There is no scen name: ",
        })
-    EXPECT_TRUE(parseMessage("[TalmorThermal] " + std::string(text))) << text;
+    EXPECT_EQ(parsed("[TalmorThermal] " + std::string(text)).kind, Kind::kOther) << text;
+}
+
+TEST(LogLineTest, TakesNoOtherTextBesideAFixedOne) {
+  for (const char* text : {
+           "No scen file ",
+           "No scen",
+           "[TalmorThermal] statusApply: Level Table is Empty!",
+           "[TalmorThermal] Device [gpu] open",
+           "Changing Scenario Start (Default->game",
+           "Something else",
+       })
+    EXPECT_FALSE(parseMessage("[TalmorThermal] " + std::string(text))) << text;
 }
 
 TEST(LogLineTest, TakesNoMessageThatIsCutOff) {

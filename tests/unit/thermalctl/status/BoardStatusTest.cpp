@@ -178,6 +178,13 @@ TEST_F(BoardStatusTest, ReadsAClockThatAnswersInText) {
   EXPECT_EQ(device("cpufreq", "800 600", "600\n").level, "1 of 1");
 }
 
+TEST_F(BoardStatusTest, FindsNoLevelWhereTheDaemonWritesNothing) {
+  const StatusRow row = device("charger", "0b11 0b01", "");
+  EXPECT_EQ(row.level, "");
+  EXPECT_EQ(row.note, "empty");
+  EXPECT_EQ(device("charger", "0b11 0b01", "1\n").note, "not in its level table");
+}
+
 TEST_F(BoardStatusTest, ShowsAnEmptyNode) {
   const StatusRow row = device("charger", "3000 1200", "");
   EXPECT_EQ(row.value, "");

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/Messages.h"
 #include "check/output/Mark.h"
 
 namespace {
@@ -65,7 +66,10 @@ Json itemModel(const Item& item) {
 // Null for a file that the daemon reads to its end.
 Json fatalModel(const ConfigurationError* error) {
   if (!error) return nullptr;
-  return {{"line", error->word.at.line}, {"message", error->message}};
+  // As the log shows it.
+  std::string logged = message::kParseFailure;
+  logged.replace(logged.find("%s"), std::string::npos, error->message);
+  return {{"line", error->word.at.line}, {"message", logged}};
 }
 
 Json configurationModel(const Configuration& configuration) {
