@@ -181,6 +181,42 @@ TEST(ConfigurationRulesTest, TellWhyASectionOfThatNameIsNotWhatTheItemNeeds) {
   }
 }
 
+TEST(ConfigurationRulesTest, DrawTheLineBetweenAMistakeAndNone) {
+  const std::vector<std::pair<std::string, Lines>> items = {
+      {with(kSteps, "start_level", "0"), {"a:8 start-level-below-1"}},
+      {with(kSteps, "start_level", "1"), {}},
+      {with(kSteps, "start_level", "4"), {}},
+      {with(kSteps, "start_level", "5"), {"a:8 start-level-past-table"}},
+      {kSteps + "device_perf_floor 0\n", {"a:9 floor-below-1"}},
+      {kSteps + "device_perf_floor 1\n", {}},
+      {kSteps + "device_perf_floor 4\n", {}},
+      {kSteps + "device_perf_floor 5\n", {"a:9 floor-past-table"}},
+      {kSteps + "time_tick_trigger -1\n", {"a:9 negative-time-tick-trigger"}},
+      {kSteps + "time_tick_trigger 0\n", {}},
+      {kSteps + "time_tick_trigger 2147483647\n", {}},
+      {kSteps + "time_tick_trigger 2147483648\n", {"a:9 item-number-too-large"}},
+      {kSteps + "time_tick_trigger -2147483648\n", {"a:9 negative-time-tick-trigger"}},
+      {kSteps + "time_tick_trigger -2147483649\n", {"a:9 item-number-too-large"}},
+      {kSteps + "sampling 0\n", {"a:9 item-sampling-below-1"}},
+      {kSteps + "sampling 1\n", {"a:9 period-below-sensors"}},
+      {kSteps + "sampling 999\n", {"a:9 period-below-sensors"}},
+      {kSteps + "sampling 1000\n", {}},
+      {with(kSteps, "set_point_clr", "60000"), {}},
+      {with(kSteps, "set_point_clr", "60001"), {"a:7 set-point-order"}},
+      {with(kMonitor, "action_info", "-1 1"), {"a:8 negative-level"}},
+      {with(kMonitor, "action_info", "0 4"), {}},
+      {with(kMonitor, "action_info", "0 5"), {"a:8 level-past-table"}},
+      {with(kMonitor, "action_info", "2 2"), {}},
+      {with(kMonitor, "action_info", "2 1"), {"a:8 level-falls"}},
+      {with(kMonitor, "thresholds_clr", "59999 69999"), {}},
+      {with(kMonitor, "thresholds_clr", "59999 70000"), {"a:6 clearing-not-below-threshold"}},
+      {with(kMonitor, "thresholds_clr", "57000 57000"), {}},
+      {with(kMonitor, "thresholds_clr", "57000 56999"), {"a:6 thresholds-order"}},
+  };
+  for (const auto& [item, places] : items)
+    EXPECT_EQ(placesIn(item), places) << item;
+}
+
 // Where the limits lie: one finding above, none below.
 TEST(ConfigurationRulesTest, TakeTemperaturesFromTwoToTwoHundredForDegrees) {
   const auto placesAt = [](const std::string& point) {

@@ -9,6 +9,8 @@
 
 namespace {
 
+using Lines = std::vector<std::string>;
+
 std::string told(const std::vector<Finding>& findings) {
   std::string text;
   for (const Finding& finding : findings)
@@ -41,6 +43,85 @@ std::string skin(const std::map<std::string, std::string>& lines) {
 
 std::string knob(const std::string& kind, const std::string& table) {
   return kCpu + "[knob]\ntype " + kind + "\nnode_path /knob\nlevel_table " + table + "\n";
+}
+
+// The names of the rules that report something, in the order of the places.
+Lines rulesIn(const std::string& content) {
+  const Environment environment = readEnvironment("board.env", content);
+  Lines rules;
+  for (const Finding& finding : check({environment, {}, std::nullopt}, {}))
+    rules.push_back(finding.rule);
+  return rules;
+}
+
+std::string cpu(const std::string& sampling) {
+  return "[cpu]\ntype real\nsampling " + sampling + "\nnode_path /cpu\n";
+}
+
+// Where the limits lie: a finding on one side, none on the other.
+TEST(EnvironmentRulesTest, DrawTheLineBetweenAMistakeAndNone) {
+  const Lines degrees(2, "virtual-set-point-in-degrees");
+  const std::vector<std::pair<std::string, Lines>> boards = {
+      {cpu("-1"), {"sampling-not-positive"}},
+      {cpu("0"), {"sampling-not-positive"}},
+      {cpu("1"), {"sampling-too-short"}},
+      {cpu("49"), {"sampling-too-short"}},
+      {cpu("50"), {}},
+      {skin({{"weights", "-19"}}), {}},
+      {skin({{"weights", "-18"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "-2"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "-1"}}), {"virtual-weights-sum-one"}},
+      {skin({{"weights", "0"}}), {"virtual-weights-sum-zero"}},
+      {skin({{"weights", "1"}}), {"virtual-weights-sum-one"}},
+      {skin({{"weights", "2"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "20"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "21"}}), {}},
+      {skin({{"set_point", "1"}, {"set_point_clr", "1"}}), {}},
+      {skin({{"set_point", "2"}, {"set_point_clr", "2"}}), degrees},
+      {skin({{"set_point", "200"}, {"set_point_clr", "200"}}), degrees},
+      {skin({{"set_point", "201"}, {"set_point_clr", "201"}}), {}},
+      {skin({{"set_point", "28000"}}), {}},
+      {skin({{"set_point", "27999"}}), {"virtual-set-points-reversed"}},
+      {knob("charger", "0x10 0x"), {"level-table-hex-entry"}},
+      {knob("charger", "0X10 0x1F"), {}},
+      {knob("charger", "0x10 0xfedcba9876543210"), {}},
+      {knob("charger", "0x10 0xfedcba98765432100"), {"level-table-hex-entry"}},
+      {knob("charger", "0x10 0x1G"), {"level-table-hex-entry"}},
+      {knob("charger", "2 2 3 3"), {}},
+      {knob("charger", "2 2 3 2"), {"level-table-direction"}},
+      {knob("charger", "3 3 2 2 3 1"), {"level-table-direction"}},
+      {knob("charger", "1 -2 3"), {}},
+  };
+  for (const auto& [content, rules] : boards)
+    EXPECT_EQ(rulesIn(content), rules) << content;
+}
+
+TEST(EnvironmentRulesTest, LeaveAloneWhatDoesNoHarm) {
+  for (const char* line : {"# old", "; old", "//old", "#"})
+    EXPECT_EQ(rulesIn(cpu("1000") + line + "\n"), Lines{}) << line;
+  EXPECT_EQ(rulesIn("[]\ntype conf_file\nfile_name board.conf\n"), Lines{});
+}
+
+TEST(EnvironmentRulesTest, ReportOfASectionThatIsDroppedNothingElse) {
+  EXPECT_EQ(rulesIn("[x]\ntype nothing\nvendor 1\nvendor 1\nsampling 1\n"),
+            Lines{"section-kind-unknown"});
+}
+
+TEST(EnvironmentRulesTest, TakeALoneBracketForAHeaderWithoutOne) {
+  EXPECT_EQ(rulesIn("[\ntype real\nsampling 1000\nnode_path /cpu\n"),
+            Lines{"header-without-bracket"});
+}
+
+TEST(EnvironmentRulesTest, NameTheFirstOfSeveralEqualLinesAndSections) {
+  EXPECT_EQ(
+      toldAbout(cpu("1000") + "sampling 1000\nsampling 1000\n"),
+      "[section-key-repeated] the key stands in line 3, too: the daemon takes the last one\n"
+      "[section-key-repeated] the key stands in line 3, too: the daemon takes the last one\n");
+  const std::string loss =
+      "the daemon goes on sampling that sensor, but the name now means this one\n";
+  EXPECT_EQ(toldAbout(cpu("1000") + "\n" + cpu("1000") + "\n" + cpu("1000")),
+            "[sensor-name-repeated] 'cpu' is defined in line 1, too: " + loss +
+                "[sensor-name-repeated] 'cpu' is defined in line 1, too: " + loss);
 }
 
 TEST(EnvironmentRulesTest, ReportEveryMistakeBehindThePlaceWhereTheDaemonStopsReading) {
