@@ -79,6 +79,14 @@ TEST_F(InspectionTest, TakesAllNamesForGrantedWithoutABoard) {
   EXPECT_EQ(inspection.findings[0].file, night);
 }
 
+TEST_F(InspectionTest, KnowsTheNamesThatItTakesForGranted) {
+  const std::string item = std::string(kConfiguration).substr(sizeof("SCEN Default"));
+  files.write("day.conf", kConfiguration + ("\n" + item));
+  const Inspection inspection = inspect({missing, {day}, std::nullopt, {}});
+  ASSERT_EQ(rulesOf(inspection), Names{"item-name-twice"});
+  EXPECT_EQ(inspection.findings[0].message.rfind("at device 'gpu' ", 0), 0U);
+}
+
 TEST_F(InspectionTest, AsksNothingOfABoardThatIsNotThere) {
   const Inspection inspection = inspect({missing, {}, "/", {}});
   EXPECT_EQ(rulesOf(inspection), Names());

@@ -203,6 +203,9 @@ TEST(ConfigurationRulesTest, DrawTheLineBetweenAMistakeAndNone) {
       {kSteps + "sampling 1000\n", {}},
       {with(kSteps, "set_point_clr", "60000"), {}},
       {with(kSteps, "set_point_clr", "60001"), {"a:7 set-point-order"}},
+      {with(kMonitor, "actions", "+fan fan"), {"a:7 stray-plus"}},
+      {with(kMonitor, "thresholds", "60000+ 70000"), {"a:5 item-number-cut-short"}},
+      {kSteps + "actions fan+\n", {"a:9 item-key-of-other-kind"}},
       {with(kMonitor, "action_info", "-1 1"), {"a:8 negative-level"}},
       {with(kMonitor, "action_info", "0 4"), {}},
       {with(kMonitor, "action_info", "0 5"), {"a:8 level-past-table"}},
@@ -276,6 +279,31 @@ TEST(ConfigurationRulesTest, TellOfThresholdsOfAnotherNumberOnceOnly) {
   EXPECT_EQ(placesIn(with(kMonitor, "thresholds", "60000")), fewer);
   const Lines more = {"a:5 level-without-row"};
   EXPECT_EQ(placesIn(with(kMonitor, "thresholds", "60000 70000 80000")), more);
+}
+
+TEST(ConfigurationRulesTest, TellOfBothWhereOnlyOneListOfRowsFitsTheClearingThresholds) {
+  const std::string three = with(kMonitor, "thresholds", "60000 70000 80000");
+  const Lines both = {"a:5 clearing-thresholds-count", "a:5 level-without-row"};
+  EXPECT_EQ(placesIn(with(three, "action_info", "1 2 3")), both);
+  EXPECT_EQ(placesIn(with(three, "actions", "fan fan fan")), both);
+}
+
+TEST(ConfigurationRulesTest, TellOfWordsWithoutDigitsOnceALine) {
+  EXPECT_EQ(placesIn(with(with(kMonitor, "thresholds", "60000 x y"), "thresholds_clr", "x y 1")),
+            (Lines{"a:5 item-number-without-digits", "a:6 item-number-without-digits"}));
+}
+
+TEST(ConfigurationRulesTest, TellThatTheDaemonEndsOverMergedItemsWhereNoneLacksAnything) {
+  const auto merged = [](const std::string& second) {
+    for (const Finding& finding : findingsIn(kBoard, {"SCEN Default\n" + kSteps + second}))
+      if (finding.rule == "items-merged") return finding.message;
+    return std::string();
+  };
+  const std::string message = "the daemon adds this item's lines to item 's', which has not ended";
+  EXPECT_EQ(merged(kMonitor), message);
+  EXPECT_EQ(merged(kMonitor + "set_point 0\n"),
+            message + ", and ends because 'set_point' is missing");
+  EXPECT_EQ(merged("[t]" + with(kSteps, "set_point", "0").substr(3)), message);
 }
 
 TEST(ConfigurationRulesTest, TakeTheWordsBeforeABlankLineForTheLineThatTheyStandInFor) {

@@ -225,6 +225,23 @@ TEST_F(NodeRulesTest, ReportNodesThatAreNotThere) {
             "[node-not-found] no such file: what the daemon writes to this device goes nowhere\n");
 }
 
+TEST_F(NodeRulesTest, MarkThePath) {
+  const auto placesOfPaths = [this] {
+    const Environment board = readEnvironment("board.env", kCpu + "[knob]\ntype charger\n"
+                                                                  "node_path /knob\n"
+                                                                  "level_table 1 2\n");
+    Lines places;
+    for (const Finding& finding : check({board, {}, root.node("")}, {}))
+      places.push_back(finding.rule + " " + std::to_string(finding.at.line) + ":" +
+                       std::to_string(finding.at.column));
+    return places;
+  };
+  EXPECT_EQ(placesOfPaths(), (Lines{"node-not-found 4:11", "node-not-found 8:11"}));
+  ::mkdir(root.node("cpu").c_str(), 0777);
+  ::mkdir(root.node("knob").c_str(), 0777);
+  EXPECT_EQ(placesOfPaths(), (Lines{"node-not-readable 4:11", "node-not-writable 8:11"}));
+}
+
 TEST_F(NodeRulesTest, ReportNodesThatAreDirectories) {
   ::mkdir(root.node("cpu").c_str(), 0777);
   ::mkdir(root.node("knob").c_str(), 0777);
