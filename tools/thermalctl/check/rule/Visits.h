@@ -6,11 +6,12 @@
 // that one mistake gives one finding and does not hide the next: those that the daemon merges one
 // by one, and a value that another finding concerns not once more.
 
-// A line of a section, or of an item.
+// A line of a section.
 struct SectionLine {
   const Section& section;
   const Property& property;
 };
+// A line of an item.
 struct ItemLine {
   const Item& item;
   const Property& property;

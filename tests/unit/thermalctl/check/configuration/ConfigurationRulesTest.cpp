@@ -214,10 +214,95 @@ TEST(ConfigurationRulesTest, DrawTheLineBetweenAMistakeAndNone) {
       {with(kMonitor, "thresholds_clr", "59999 69999"), {}},
       {with(kMonitor, "thresholds_clr", "59999 70000"), {"a:6 clearing-not-below-threshold"}},
       {with(kMonitor, "thresholds_clr", "57000 57000"), {}},
+      {with(with(kMonitor, "thresholds", "60000 60001"), "thresholds_clr", "57000 57000"), {}},
       {with(kMonitor, "thresholds_clr", "57000 56999"), {"a:6 thresholds-order"}},
   };
   for (const auto& [item, places] : items)
     EXPECT_EQ(placesIn(item), places) << item;
+}
+
+TEST(ConfigurationRulesTest, SayNothingMoreOfANumberThatIsCutShort) {
+  const std::string sampled = kSteps + "sampling 1000\ntime_tick_trigger 0\n";
+  const std::string bound = kSteps + "device_perf_floor 1\n";
+  const std::vector<std::pair<std::string, std::string>> items = {
+      {with(kMonitor, "thresholds", "90000x 70000"), "a:5"},
+      {with(kMonitor, "thresholds", "90000 70000x"), "a:5"},
+      {with(kMonitor, "thresholds_clr", "57000 99999x"), "a:6"},
+      {with(kMonitor, "action_info", "0 5x"), "a:8"},
+      {with(kMonitor, "action_info", "-1x 1"), "a:8"},
+      {with(kMonitor, "action_info", "2 1x"), "a:8"},
+      {with(kMonitor, "action_info", "2x 1"), "a:8"},
+      {with(kSteps, "set_point", "50000x"), "a:6"},
+      {with(kSteps, "set_point_clr", "60001x"), "a:7"},
+      {with(kSteps, "start_level", "0x"), "a:8"},
+      {with(kSteps, "start_level", "5x"), "a:8"},
+      {with(bound, "device_perf_floor", "0x"), "a:9"},
+      {with(bound, "device_perf_floor", "5x"), "a:9"},
+      {with(sampled, "sampling", "0x"), "a:9"},
+      {with(sampled, "sampling", "500x"), "a:9"},
+      {with(sampled, "time_tick_trigger", "-1x"), "a:10"},
+  };
+  for (const auto& [item, place] : items)
+    EXPECT_EQ(placesIn(item), Lines{place + " item-number-cut-short"}) << item;
+}
+
+TEST(ConfigurationRulesTest, KnowWhatAReportAndACameraAreAskedFor) {
+  const auto placesFor = [](const std::string& kind, const std::string& levels) {
+    const std::string item = with(with(kMonitor, "thresholds", "60000"), "thresholds_clr", "57000");
+    return placesIn(with(with(item, "actions", "knob"), "action_info", levels),
+                    kBoard.substr(0, kBoard.find("[fan]")) + "[knob]\ntype " + kind +
+                        "\nnode_path /knob\nlevel_table 0 1\n");
+  };
+  const Lines report = {"a:8 report-level"};
+  EXPECT_EQ(placesFor("report", "0"), report);
+  EXPECT_EQ(placesFor("report", "1"), Lines{});
+  EXPECT_EQ(placesFor("report", "2"), report);
+  EXPECT_EQ(placesFor("report", "2x"), Lines{"a:8 item-number-cut-short"});
+  EXPECT_EQ(placesFor("camera", "0"), Lines{"a:8 camera-at-level-0"});
+  EXPECT_EQ(placesFor("camera", "1"), Lines{});
+  EXPECT_EQ(placesFor("camera", "2"), Lines{"a:8 level-past-table"});
+  EXPECT_EQ(placesFor("camera", "0x"), Lines{"a:8 item-number-cut-short"});
+  EXPECT_EQ(placesFor("charger", "0"), Lines{});
+}
+
+TEST(ConfigurationRulesTest, TellOfAScenarioThatIsNotClosedOnce) {
+  const auto three = [](const std::string& scenario) {
+    std::string text = "SCEN Default\n" + kMonitor + "\nSCEN " + scenario + "\n";
+    for (const char* name : {"[x]", "[y]", "[z]"})
+      text += name + kMonitor.substr(3) + "]\n";
+    return placesOf(findingsIn(kBoard, {text}));
+  };
+  EXPECT_EQ(three("game"), Lines{"a:18 scenario-not-closed"});
+  EXPECT_EQ(three("Default"), Lines{});
+}
+
+TEST(ConfigurationRulesTest, TellOnceOfAScenarioThatLeavesASensorUnwatched) {
+  const std::string board = kBoard + "\n[gpu]\ntype real\nsampling 1000\nnode_path /gpu\n";
+  const std::string both =
+      "SCEN Default\n" + kMonitor + "\n" + with("[b]" + kMonitor.substr(3), "sensor", "gpu") + "\n";
+  const std::string c = "[c]" + kMonitor.substr(3);
+  const auto placesWith = [&](const std::string& rest) {
+    return placesOf(findingsIn(board, {both + rest}));
+  };
+  const Lines once = {"a:18 sensor-unwatched"};
+  EXPECT_EQ(placesWith("SCEN game\n" + c), once);
+  EXPECT_EQ(placesWith("SCEN game\n" + c + "\nSCEN game\n[d]" + c.substr(3)), once);
+  // The slip may stand for the very sensor.
+  EXPECT_EQ(placesWith("SCEN game\n" + c + "\n" + with("[d]" + c.substr(3), "sensor", "gpuu")),
+            Lines{"a:29 unknown-sensor"});
+}
+
+TEST(ConfigurationRulesTest, LookForASlipAmongTwoHundredNamesAtMost) {
+  const auto hintAmong = [](size_t sensors) {
+    std::string board = kBoard;
+    for (size_t i = 1; i < sensors; ++i)
+      board += "\n[s" + std::to_string(1000 + i) + "]\ntype real\nnode_path /s\n";
+    for (const Finding& finding : findingsIn(board, {with(kMonitor, "sensor", "cpuu")}))
+      if (finding.rule == "unknown-sensor") return finding.hint;
+    return std::string("nothing found");
+  };
+  EXPECT_EQ(hintAmong(200), "did you mean 'cpu'?");
+  EXPECT_EQ(hintAmong(201), "");
 }
 
 // Where the limits lie: one finding above, none below.
