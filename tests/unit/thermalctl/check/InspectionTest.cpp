@@ -67,8 +67,10 @@ TEST_F(InspectionTest, TakesNoDirectoryForAFile) {
 }
 
 TEST_F(InspectionTest, ChecksAConfigurationOnceHoweverOftenItIsNamed) {
-  const Inspection inspection = inspect({board, {day, day}, std::nullopt, {}});
-  EXPECT_EQ(inspection.configurations.size(), 1U);
+  const std::string night = files.write("night.conf", kConfiguration);
+  const Inspection inspection = inspect({board, {day, day, night}, std::nullopt, {}});
+  ASSERT_EQ(inspection.configurations.size(), 2U);
+  EXPECT_EQ(inspection.configurations[1].file, night);
 }
 
 TEST_F(InspectionTest, TakesAllNamesForGrantedWithoutABoard) {

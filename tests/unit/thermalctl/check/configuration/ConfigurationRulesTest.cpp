@@ -357,6 +357,7 @@ TEST(ConfigurationRulesTest, TurnRoundForAnItemThatActsOnCold) {
   EXPECT_EQ(placesIn(steps), Lines{});
   const Lines point = {"a:7 set-point-order"};
   EXPECT_EQ(placesIn(with(steps, "set_point_clr", "4999")), point);
+  EXPECT_EQ(placesIn(with(steps, "set_point_clr", "0")), Lines{"a:7 set-point-zero"});
 }
 
 TEST(ConfigurationRulesTest, TellOfThresholdsOfAnotherNumberOnceOnly) {

@@ -107,6 +107,13 @@ TEST(EnvironmentRulesTest, ReportOfASectionThatIsDroppedNothingElse) {
             Lines{"section-kind-unknown"});
 }
 
+TEST(EnvironmentRulesTest, CountNoSensorThatTheDaemonNeverReadsForOneThatItReads) {
+  const std::string gpu = "\njunk\n\n[gpu]\ntype real\nsampling 500\nnode_path /gpu\n";
+  EXPECT_EQ(rulesIn(skin({{"sampling", "500"}}) + gpu),
+            (Lines{"virtual-period-alone", "junk-before-header"}));
+  EXPECT_EQ(rulesIn("junk\n\n" + skin({})), Lines{"junk-before-header"});
+}
+
 TEST(EnvironmentRulesTest, TakeALoneBracketForAHeaderWithoutOne) {
   EXPECT_EQ(rulesIn("[\ntype real\nsampling 1000\nnode_path /cpu\n"),
             Lines{"header-without-bracket"});
