@@ -4,7 +4,17 @@
 #include <map>
 #include <tuple>
 
+#include "check/configuration/ConfigurationRules.h"
+#include "check/environment/EnvironmentRules.h"
+
 namespace {
+
+std::vector<Rule> joined(std::initializer_list<std::vector<Rule>> lists) {
+  std::vector<Rule> all;
+  for (const std::vector<Rule>& list : lists)
+    all.insert(all.end(), list.begin(), list.end());
+  return all;
+}
 
 void sortByPlace(std::vector<Finding>& findings, const Subject& subject) {
   std::map<std::string, size_t> ranks = {{subject.environment.file, 0}};
@@ -20,12 +30,21 @@ void sortByPlace(std::vector<Finding>& findings, const Subject& subject) {
 
 } // namespace
 
+const std::vector<Rule>& environmentRules() {
+  static const std::vector<Rule> rules =
+      joined({kSectionRules, kSensorRules, kVirtualSensorRules, kLevelTableRules, kNodeRules});
+  return rules;
+}
+
+const std::vector<Rule>& configurationRules() {
+  static const std::vector<Rule> rules =
+      joined({kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
+              kRowRules, kStepRules});
+  return rules;
+}
+
 const std::vector<Rule>& allRules() {
-  static const std::vector<Rule> rules = [] {
-    std::vector<Rule> all = environmentRules();
-    all.insert(all.end(), configurationRules().begin(), configurationRules().end());
-    return all;
-  }();
+  static const std::vector<Rule> rules = joined({environmentRules(), configurationRules()});
   return rules;
 }
 
@@ -33,8 +52,8 @@ std::vector<Finding> check(const Subject& subject, const std::set<std::string>& 
   std::vector<Finding> findings;
   for (const Rule& rule : allRules()) {
     if (disabled.count(rule.name) > 0) continue;
-    Findings ofRule(rule, findings);
-    rule.check(subject, ofRule);
+    Context context(rule, subject, findings);
+    rule.check(context);
   }
   sortByPlace(findings, subject);
   return findings;

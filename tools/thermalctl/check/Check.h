@@ -6,6 +6,8 @@
 
 #include "check/rule/Rule.h"
 
+const std::vector<Rule>& environmentRules();
+const std::vector<Rule>& configurationRules();
 // Those about the environment file, then those about the configurations.
 const std::vector<Rule>& allRules();
 

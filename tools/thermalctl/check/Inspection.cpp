@@ -41,12 +41,6 @@ void assumeNames(Environment& board, const Configuration& configuration) {
   }
 }
 
-void readBoard(Inspection& inspection, const std::string& name) {
-  const std::string* content = readInto(inspection, name);
-  inspection.hasBoard = content != nullptr;
-  inspection.environment = readEnvironment(name, content ? *content : "");
-}
-
 void readConfigurations(Inspection& inspection, const std::vector<std::string>& names) {
   std::set<std::string> done;
   for (const std::string& name : names) {
@@ -60,15 +54,6 @@ void readConfigurations(Inspection& inspection, const std::vector<std::string>& 
   }
 }
 
-std::set<std::string> disabledRules(const InspectionOrder& order, bool hasBoard) {
-  std::set<std::string> disabled = order.disabledRules;
-  if (hasBoard) return disabled;
-  // Of a file that could not be read nothing can be said; an empty one has findings of its own.
-  for (const Rule& rule : environmentRules())
-    disabled.insert(rule.name);
-  return disabled;
-}
-
 } // namespace
 
 std::string describe(const UnreadFile& file) {
@@ -77,9 +62,17 @@ std::string describe(const UnreadFile& file) {
 
 Inspection inspect(const InspectionOrder& order) {
   Inspection inspection;
-  readBoard(inspection, order.environment);
+  const std::string* board = readInto(inspection, order.environment);
+  inspection.hasBoard = board != nullptr;
+  inspection.environment = readEnvironment(order.environment, board ? *board : "");
   readConfigurations(inspection, order.configurations);
-  const Subject subject{inspection.environment, inspection.configurations, order.nodesRoot};
-  inspection.findings = check(subject, disabledRules(order, inspection.hasBoard));
+
+  std::set<std::string> disabled = order.disabledRules;
+  // Of a file that could not be read nothing can be said; an empty one has findings of its own.
+  if (!inspection.hasBoard)
+    for (const Rule& rule : environmentRules())
+      disabled.insert(rule.name);
+  inspection.findings =
+      check({inspection.environment, inspection.configurations, order.nodesRoot}, disabled);
   return inspection;
 }

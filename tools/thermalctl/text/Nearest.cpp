@@ -61,7 +61,8 @@ std::string nearest(const std::string& word, const std::vector<std::string>& can
   return best;
 }
 
-std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates) {
+std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates,
+                       const std::string& otherwise) {
   const std::string name = nearest(word, candidates);
-  return name.empty() ? "" : "did you mean '" + name + "'?";
+  return name.empty() ? otherwise : "did you mean '" + name + "'?";
 }

@@ -11,5 +11,6 @@ size_t editDistance(const std::string& a, const std::string& b);
 // when none is near enough, or when `word` is itself one of them.
 std::string nearest(const std::string& word, const std::vector<std::string>& candidates);
 
-// "did you mean 'WORD'?" with the nearest candidate, or an empty text.
-std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates);
+// "did you mean 'WORD'?" with the nearest candidate, or `otherwise`.
+std::string didYouMean(const std::string& word, const std::vector<std::string>& candidates,
+                       const std::string& otherwise = "");

@@ -67,8 +67,10 @@ TEST_F(InspectionTest, TakesNoDirectoryForAFile) {
 }
 
 TEST_F(InspectionTest, ChecksAConfigurationOnceHoweverOftenItIsNamed) {
-  const Inspection inspection = inspect({board, {day, day}, std::nullopt, {}});
-  EXPECT_EQ(inspection.configurations.size(), 1U);
+  const std::string night = files.write("night.conf", kConfiguration);
+  const Inspection inspection = inspect({board, {day, day, night}, std::nullopt, {}});
+  ASSERT_EQ(inspection.configurations.size(), 2U);
+  EXPECT_EQ(inspection.configurations[1].file, night);
 }
 
 TEST_F(InspectionTest, TakesAllNamesForGrantedWithoutABoard) {
@@ -77,6 +79,14 @@ TEST_F(InspectionTest, TakesAllNamesForGrantedWithoutABoard) {
   EXPECT_FALSE(inspection.hasBoard);
   EXPECT_EQ(rulesOf(inspection), Names{"unknown-type"});
   EXPECT_EQ(inspection.findings[0].file, night);
+}
+
+TEST_F(InspectionTest, KnowsTheNamesThatItTakesForGranted) {
+  const std::string item = std::string(kConfiguration).substr(sizeof("SCEN Default"));
+  files.write("day.conf", kConfiguration + ("\n" + item));
+  const Inspection inspection = inspect({missing, {day}, std::nullopt, {}});
+  ASSERT_EQ(rulesOf(inspection), Names{"item-name-twice"});
+  EXPECT_EQ(inspection.findings[0].message.rfind("at device 'gpu' ", 0), 0U);
 }
 
 TEST_F(InspectionTest, AsksNothingOfABoardThatIsNotThere) {

@@ -1,22 +1,15 @@
 #pragma once
 
-#include <vector>
-
 #include "check/rule/Rule.h"
 
-// The rules of the configurations, by theme.
-
-// Whatever ends the daemon.
-const std::vector<Rule>& endRules();
-// Where items and scenarios begin and end.
-const std::vector<Rule>& shapeRules();
-const std::vector<Rule>& keyRules();
-// Sensors, devices and items by their names.
-const std::vector<Rule>& nameRules();
-// How a number is read, and whether it can be meant.
-const std::vector<Rule>& numberRules();
-const std::vector<Rule>& thresholdRules();
-// "actions" and "action_info".
-const std::vector<Rule>& rowRules();
-// The numbers of an SS item.
-const std::vector<Rule>& stepRules();
+// The rules of the configurations by theme: whatever ends the daemon; where items and scenarios
+// begin and end; sensors, devices and items by their names; how a number is read, and whether it
+// can be meant; "actions" and "action_info"; the numbers of an SS item.
+extern const std::vector<Rule> kEndRules;
+extern const std::vector<Rule> kShapeRules;
+extern const std::vector<Rule> kKeyRules;
+extern const std::vector<Rule> kNameRules;
+extern const std::vector<Rule> kNumberRules;
+extern const std::vector<Rule> kThresholdRules;
+extern const std::vector<Rule> kRowRules;
+extern const std::vector<Rule> kStepRules;

@@ -3,24 +3,26 @@
 #include <filesystem>
 
 #include "check/environment/EnvironmentRules.h"
+#include "check/rule/Visits.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-bool isOutput(const Section& section) {
-  return section.isDevice();
-}
+// A section that has a node, and the node's path on this machine.
+struct Node {
+  const Section& section;
+  std::string path;
+};
 
-// A report is a file that the daemon makes itself, if it may.
-bool isMadeByTheDaemon(const Section& section) {
-  return section.isDevice() && section.kindWord.text == "report";
-}
-
-// Where the section's node lies on this machine.
-std::string nodeOf(const Subject& subject, const Section& section) {
-  // As texts: an absolute path joined to a root by the library would take its place.
-  return *subject.nodesRoot + "/" + section.nodePath->text;
+Check eachNode(Look<Node> look) {
+  return eachSection([look = std::move(look)](const Section& section, Context& context) {
+    const std::optional<std::string>& root = context.subject.nodesRoot;
+    const bool opensNode = section.kind == SectionKind::kReal || section.isDevice();
+    // As texts: an absolute path joined to a root by the library would take its place.
+    if (root && opensNode && section.nodePath)
+      look({section, *root + "/" + section.nodePath->text}, context);
+  });
 }
 
 bool exists(const std::string& path) {
@@ -34,66 +36,44 @@ bool opens(const std::string& path, int mode) {
   return ::access(path.c_str(), mode) == 0 && !fs::is_directory(path, error);
 }
 
-bool canBeMade(const std::string& path) {
-  const std::string directory = fs::path(path).parent_path().string();
-  return ::access(directory.c_str(), W_OK | X_OK) == 0;
+// A report is a file that the daemon makes itself, if it may.
+bool canBeMade(const Node& node) {
+  const std::string directory = fs::path(node.path).parent_path().string();
+  return node.section.kindWord.text == "report" && ::access(directory.c_str(), W_OK | X_OK) == 0;
 }
-
-// Calls `visit` with each section that has a node, and the node's path here.
-template <typename Visit> void forNodes(const Subject& subject, Visit visit) {
-  if (!subject.nodesRoot) return;
-  for (const Section& section : subject.environment.sections) {
-    const bool opensNode = section.kind == SectionKind::kReal || section.isDevice();
-    if (opensNode && section.nodePath) visit(section, nodeOf(subject, section));
-  }
-}
-
-void nodeNotFound(const Subject& subject, Findings& findings) {
-  forNodes(subject, [&](const Section& section, const std::string& path) {
-    if (exists(path) || (isMadeByTheDaemon(section) && canBeMade(path))) return;
-    findings.add(subject.environment.file, *section.nodePath,
-                 isOutput(section)
-                     ? "no such file: what the daemon writes to this device goes nowhere"
-                     : "no such file: the sensor reads 0 forever");
-  });
-}
-constexpr Rule kNodeNotFound = {
-    "node-not-found", Severity::kError,
-    "With --nodes: the node of a sensor or device does not exist. Such a sensor reads 0 at all "
-    "times, and what is written to such a device goes nowhere; the daemon logs one line at "
-    "start-up and carries on. A report's file need not exist if it can be made.",
-    nodeNotFound};
-
-void nodeNotReadable(const Subject& subject, Findings& findings) {
-  forNodes(subject, [&](const Section& section, const std::string& path) {
-    if (isOutput(section) || !exists(path) || opens(path, R_OK)) return;
-    findings.add(subject.environment.file, *section.nodePath,
-                 "the file cannot be read: the sensor reads 0 forever");
-  });
-}
-constexpr Rule kNodeNotReadable = {
-    "node-not-readable", Severity::kError,
-    "With --nodes: the node of a sensor exists but cannot be read by whoever runs the check, or "
-    "is a directory. Such a sensor reads 0 at all times, so that nothing that watches it ever "
-    "acts.",
-    nodeNotReadable};
-
-void nodeNotWritable(const Subject& subject, Findings& findings) {
-  forNodes(subject, [&](const Section& section, const std::string& path) {
-    if (!isOutput(section) || !exists(path) || opens(path, W_OK)) return;
-    findings.add(subject.environment.file, *section.nodePath,
-                 "the file cannot be written: what the daemon writes to this device goes nowhere");
-  });
-}
-constexpr Rule kNodeNotWritable = {
-    "node-not-writable", Severity::kError,
-    "With --nodes: the node of a device exists but cannot be written by whoever runs the check, "
-    "or is a directory. What the daemon writes to such a device goes nowhere.",
-    nodeNotWritable};
 
 } // namespace
 
-const std::vector<Rule>& nodeRules() {
-  static const std::vector<Rule> rules = {kNodeNotFound, kNodeNotReadable, kNodeNotWritable};
-  return rules;
-}
+const std::vector<Rule> kNodeRules = {
+    {"node-not-found", Severity::kError,
+     "With --nodes: the node of a sensor or device does not exist. Such a sensor reads 0 at all "
+     "times, and what is written to such a device goes nowhere; the daemon logs one line at "
+     "start-up and carries on. A report's file need not exist if it can be made.",
+     eachNode([](const Node& node, Context& context) {
+       if (!exists(node.path) && !canBeMade(node))
+         context.tell(*node.section.nodePath,
+                      node.section.isDevice()
+                          ? "no such file: what the daemon writes to this device goes nowhere"
+                          : "no such file: the sensor reads 0 forever");
+     })},
+
+    {"node-not-readable", Severity::kError,
+     "With --nodes: the node of a sensor exists but cannot be read by whoever runs the check, or "
+     "is a directory. Such a sensor reads 0 at all times, so that nothing that watches it ever "
+     "acts.",
+     eachNode([](const Node& node, Context& context) {
+       if (node.section.isSensor() && exists(node.path) && !opens(node.path, R_OK))
+         context.tell(*node.section.nodePath,
+                      "the file cannot be read: the sensor reads 0 forever");
+     })},
+
+    {"node-not-writable", Severity::kError,
+     "With --nodes: the node of a device exists but cannot be written by whoever runs the check, "
+     "or is a directory. What the daemon writes to such a device goes nowhere.",
+     eachNode([](const Node& node, Context& context) {
+       if (node.section.isDevice() && exists(node.path) && !opens(node.path, W_OK))
+         context.tell(
+             *node.section.nodePath,
+             "the file cannot be written: what the daemon writes to this device goes nowhere");
+     })},
+};

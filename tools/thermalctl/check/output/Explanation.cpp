@@ -1,7 +1,5 @@
 #include "check/output/Explanation.h"
 
-#include <cctype>
-
 #include "check/Check.h"
 #include "text/Phrases.h"
 
@@ -9,16 +7,6 @@ namespace {
 
 constexpr size_t kTerminalWidth = 80;
 constexpr size_t kPageWidth = 110;
-
-std::string capitalised(std::string word) {
-  word[0] = static_cast<char>(std::toupper(word[0]));
-  return word;
-}
-
-void printExplanation(std::ostream& out, const Rule& rule) {
-  out << rule.name << " (" << nameOf(rule.severity) << ")\n\n"
-      << wrapped(rule.explanation, kTerminalWidth);
-}
 
 // Keeps Markdown from taking parts of a plain text for its own signs.
 std::string escaped(const std::string& text) {
@@ -34,7 +22,8 @@ void printChapter(std::ostream& out, const char* title, const std::vector<Rule>&
   out << "\n## " << title << '\n';
   for (const Rule& rule : rules)
     out << "\n### " << rule.name << "\n\n"
-        << wrapped("**" + capitalised(nameOf(rule.severity)) + ".** " + escaped(rule.explanation),
+        << wrapped((rule.severity == Severity::kError ? "**Error.** " : "**Warning.** ") +
+                       escaped(rule.explanation),
                    kPageWidth);
 }
 
@@ -49,8 +38,8 @@ std::string summaryOf(const Rule& rule) {
 void printExplanations(std::ostream& out, const std::vector<Rule>& rules) {
   const char* between = "";
   for (const Rule& rule : rules) {
-    out << between;
-    printExplanation(out, rule);
+    out << between << rule.name << " (" << nameOf(rule.severity) << ")\n\n"
+        << wrapped(rule.explanation, kTerminalWidth);
     between = "\n";
   }
 }

@@ -1,7 +1,8 @@
 #include "check/output/PlainText.h"
 
 #include <algorithm>
-#include <iomanip>
+
+#include <fmt/core.h>
 
 #include "check/output/Mark.h"
 #include "text/Characters.h"
@@ -64,23 +65,22 @@ Excerpt excerptOf(const Mark& mark) {
 
 void printMarkedLine(std::ostream& out, int number, const Excerpt& excerpt, Colour colour) {
   const std::string underline = "^" + std::string(excerpt.to - excerpt.from - 1, '~');
-  out << std::setw(5) << number << " | " << excerpt.text << '\n'
-      << std::setw(5) << ""
-      << " | " << std::string(excerpt.from, ' ') << painted(colour, kGreen, underline) << '\n';
+  out << fmt::format("{:5} | {}\n{:5} | {:{}}{}\n", number, excerpt.text, "", "", excerpt.from,
+                     painted(colour, kGreen, underline));
 }
 
 void printFinding(std::ostream& out, const Finding& finding, const Sources& sources,
                   Colour colour) {
-  const bool isError = finding.severity == Severity::kError;
+  const char* severityColour = finding.severity == Severity::kError ? kRed : kMagenta;
   const Mark mark = markOf(finding, sources);
-  const std::string place = visible(finding.file) + ":" + std::to_string(finding.at.line) + ":" +
-                            std::to_string(mark.column) + ":";
-  out << painted(colour, kBold, place) << ' '
-      << painted(colour, isError ? kRed : kMagenta, std::string(nameOf(finding.severity)) + ":")
-      << ' ' << visible(finding.message) << " [" << finding.rule << "]\n";
+  const std::string place =
+      fmt::format("{}:{}:{}:", visible(finding.file), finding.at.line, mark.column);
+  out << fmt::format("{} {} {} [{}]\n", painted(colour, kBold, place),
+                     painted(colour, severityColour, nameOf(finding.severity) + std::string(":")),
+                     visible(finding.message), finding.rule);
   printMarkedLine(out, finding.at.line, excerptOf(mark), colour);
   if (!finding.hint.empty())
-    out << "      " << painted(colour, kCyan, "hint:") << ' ' << visible(finding.hint) << '\n';
+    out << fmt::format("      {} {}\n", painted(colour, kCyan, "hint:"), visible(finding.hint));
 }
 
 std::string summary(const std::vector<Finding>& findings, size_t files) {

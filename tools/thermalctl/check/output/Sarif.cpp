@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include <fmt/core.h>
 #include <nlohmann/json.hpp>
 
 #include "check/Check.h"
@@ -16,19 +17,14 @@ using Json = nlohmann::ordered_json;
 
 // A path as a URI; a relative path gives a relative one.
 std::string uriOf(const std::string& path) {
-  constexpr char kHexDigits[] = "0123456789ABCDEF";
   // What a URI may hold without a meaning of its own, and the slash.
   constexpr std::string_view kPlain =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
   std::string uri = path.rfind('/', 0) == 0 ? "file://" : "";
-  for (const char c : path) {
-    if (kPlain.find(c) != std::string_view::npos) {
-      uri += c;
-      continue;
-    }
-    const auto byte = static_cast<unsigned char>(c);
-    uri += {'%', kHexDigits[byte >> 4], kHexDigits[byte & 0xF]};
-  }
+  for (const char c : path)
+    uri += kPlain.find(c) != std::string_view::npos
+               ? std::string(1, c)
+               : fmt::format("%{:02X}", static_cast<unsigned char>(c));
   return uri;
 }
 

@@ -1,5 +1,6 @@
 #include "check/rule/Numbers.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
@@ -22,19 +23,28 @@ Reading readingOf(const std::string& word) {
                                                                : Reading::kWhole;
 }
 
+bool isNumber(const std::string& word) {
+  return readingOf(word) == Reading::kWhole;
+}
+
+bool haveDigits(const std::vector<Number>& list) {
+  return std::none_of(list.begin(), list.end(), [](const Number& number) {
+    return readingOf(number.word.text) == Reading::kNoDigits;
+  });
+}
+
 bool looksLikeDegrees(const Number& temperature) {
   const int64_t size = std::abs(static_cast<int64_t>(temperature.value));
-  return readingOf(temperature.word.text) == Reading::kWhole && size >= kLeastDegrees &&
-         size <= kMostDegrees;
+  return isNumber(temperature.word.text) && size >= kLeastDegrees && size <= kMostDegrees;
 }
 
 bool beyondAnySensor(const Number& temperature) {
-  return readingOf(temperature.word.text) == Reading::kWhole &&
+  return isNumber(temperature.word.text) &&
          (temperature.value < -kMostMillidegrees || temperature.value > kMostMillidegrees);
 }
 
 bool sound(const Number& number) {
-  return number.word.text.empty() || readingOf(number.word.text) == Reading::kWhole;
+  return number.word.text.empty() || isNumber(number.word.text);
 }
 
 bool soundTemperature(const Number& temperature) {

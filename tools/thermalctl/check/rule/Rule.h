@@ -1,10 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include <fmt/core.h>
 
 #include "board/Configuration.h"
 #include "board/Environment.h"
@@ -22,13 +25,17 @@ struct Subject {
   std::optional<std::string> nodesRoot;
 };
 
-class Findings;
+class Context;
 
-// One thing that can be wrong with the files. Each stands right below its check, and in the list at
-// the end of its file.
+// How a rule looks at the files, and at one thing of them. Visits.h makes the one of the other.
+using Check = std::function<void(Context&)>;
+template <typename Thing> using Look = std::function<void(const Thing&, Context&)>;
+
+// One thing that can be wrong with the files. All that makes it stands in one place, the list of
+// its theme.
 //
-// Shape:  constants, told apart by `name`, which users and their scripts know: it is never given to
-//         another rule.
+// Shape:  told apart by `name`, which users and their scripts know: it is never given to another
+//         rule.
 // Errors: a check raises none. Where a file is too broken for its question it finds nothing, and
 //         leaves the cause to the rule that tells of it.
 struct Rule {
@@ -37,20 +44,38 @@ struct Rule {
   Severity severity;
   // One paragraph: what the daemon does with such a file, why that hurts, what to write instead.
   const char* explanation;
-  void (*check)(const Subject& subject, Findings& findings);
+  Check check;
 };
 
-// Takes the findings of one rule, whose name and severity it gives them, in any order.
+// A sentence, with what belongs into its gaps: {"the daemon ignores '{}'", key}.
+//
+// Errors: only a text that comes with something to put into it is looked through for gaps.
+struct Message {
+  Message(const char* text_) : text(text_) {}
+  Message(std::string text_) : text(std::move(text_)) {}
+  template <typename First, typename... More>
+  Message(const char* text_, const First& first, const More&... more)
+      : text(fmt::vformat(text_, fmt::make_format_args(first, more...))) {}
+
+  std::string text;
+};
+
+// Where a rule stands, and where what it finds goes, in any order.
 //
 // Shape: each place is marked once: a rule that comes there again, by another item or another way,
 //        has nothing new to tell.
 // Units: the marked text is the word, in bytes; of an empty word the byte at its place.
-class Findings {
+class Context {
 public:
-  Findings(const Rule& rule_, std::vector<Finding>& findings_) : rule(rule_), findings(findings_) {}
+  Context(const Rule& rule_, const Subject& subject_, std::vector<Finding>& findings_)
+      : subject(subject_), rule(rule_), findings(findings_) {}
 
-  // Marks `word` in `file`, the first time that the rule comes to this place.
-  void add(const std::string& file, const Word& word, std::string message, std::string hint = "");
+  // Marks `word` in the file in hand, the first time that the rule comes to this place.
+  void tell(const Word& word, Message message, Message hint = "");
+
+  const Subject& subject;
+  // The file in hand; while that is the environment file, null.
+  const Configuration* configuration = nullptr;
 
 private:
   const Rule& rule;
@@ -58,7 +83,3 @@ private:
   // File, line and column of each.
   std::set<std::tuple<std::string, int, int>> marked;
 };
-
-// The two lists that `allRules` is made of, in the order in which their findings are gathered.
-const std::vector<Rule>& environmentRules();
-const std::vector<Rule>& configurationRules();

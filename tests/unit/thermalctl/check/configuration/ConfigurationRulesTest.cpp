@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <filesystem>
-#include <set>
 
 #include <gtest/gtest.h>
 
@@ -14,227 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-// A text with one mistake, and the words that the finding marks, in the configuration or, where
-// the file says so, in the board's.
-struct Mistake {
-  std::string example;
-  Position at;
-  std::string marked;
-  std::string file = ".conf";
-};
-
-const std::vector<Mistake> kMistakes = {
-    {"beyond-any-sensor/bad", {5, 18}, "700000"},
-    {"blank-line-after-type/bad", {3, 11}, "monitor"},
-    {"blank-line-after-type/bad-end", {3, 11}, "monitor"},
-    {"bracket-after-type/bad", {4, 1}, "]"},
-    {"bracket-without-item/bad", {10, 1}, "]"},
-    {"bracket-without-item/bad-blank", {10, 1}, "]"},
-    {"bracket-without-item/bad-key", {11, 1}, "sampling"},
-    {"bracket-without-item/bad-scen", {11, 1}, "SCEN"},
-    {"bracket-without-item/bad-twice", {20, 1}, "]"},
-    {"bracketed-scenario-name/bad", {10, 6}, "[game]"},
-    {"camera-at-level-0/bad", {8, 15}, "0"},
-    {"clearing-not-below-threshold/bad", {6, 22}, "70000"},
-    {"clearing-not-below-threshold/bad-cold", {6, 22}, "0"},
-    {"clearing-thresholds-count/bad", {5, 18}, "70000"},
-    {"clearing-thresholds-count/bad-more", {6, 28}, "77000"},
-    {"degrees/bad", {6, 11}, "60"},
-    {"device-left-out/bad", {7, 18}, "fan"},
-    {"device-twice-in-row/bad", {7, 17}, "fan"},
-    {"empty-configuration/bad", {1, 1}, ""},
-    {"floor-below-1/bad", {9, 19}, "0"},
-    {"floor-past-table/bad", {9, 19}, "5"},
-    {"item-header-without-bracket/bad", {2, 1}, "[cpu"},
-    {"item-header-without-bracket/bad-alone", {2, 1}, "["},
-    {"item-header-without-bracket/bad-none", {2, 1}, "[cpu_fan"},
-    {"item-key-misspelt/bad", {7, 1}, "set_point_crl"},
-    {"item-key-misspelt/bad-case", {7, 1}, "Actions"},
-    {"item-key-misspelt/bad-default", {9, 1}, "samplng"},
-    {"item-key-of-other-kind/bad", {9, 1}, "start_level"},
-    {"item-key-of-other-kind/bad-list", {9, 1}, "thresholds"},
-    {"item-key-repeated/bad", {10, 1}, "sampling"},
-    {"item-key-repeated/bad-list", {6, 1}, "thresholds"},
-    {"item-key-repeated/bad-rows", {8, 1}, "actions"},
-    {"item-key-unknown/bad", {9, 1}, "hysteresis"},
-    {"item-key-unknown/bad-comment", {4, 1}, "#"},
-    {"item-key-without-value/bad", {9, 1}, "sampling"},
-    {"item-key-without-value/bad-list", {7, 1}, "actions"},
-    {"item-key-without-value/bad-lowactive", {9, 1}, "lowactive"},
-    {"item-key-without-value/bad-number", {6, 1}, "set_point"},
-    {"item-key-without-value/bad-sensor", {4, 1}, "sensor"},
-    {"item-name-twice/bad", {10, 1}, "[cpu_fan]"},
-    {"item-number-cut-short/bad", {5, 18}, "70,000"},
-    {"item-number-cut-short/bad-setpoint", {6, 11}, "0x60000"},
-    {"item-number-too-large/bad", {5, 18}, "4294967295"},
-    {"item-number-without-digits/bad", {5, 24}, "#"},
-    {"item-number-without-digits/bad-setpoint", {6, 11}, "warm"},
-    {"item-sampling-below-1/bad", {9, 10}, "0"},
-    {"item-sampling-below-1/bad-negative", {9, 10}, "-1000"},
-    {"item-without-name/bad", {2, 1}, "[]"},
-    {"items-merged/bad", {9, 1}, "[b]"},
-    {"items-merged/bad-scenario", {9, 1}, "SCEN"},
-    {"level-falls/bad", {8, 15}, "1"},
-    {"level-past-table/bad", {8, 15}, "5"},
-    {"level-without-row/bad", {5, 24}, "80000"},
-    {"level-without-row/bad-info", {5, 18}, "70000"},
-    {"lowactive-not-true/bad", {9, 11}, "True"},
-    {"missing-property/bad", {2, 1}, "[cpu_fan]"},
-    {"missing-property/bad-several", {2, 1}, "[cpu_step]"},
-    {"negative-level/bad", {8, 13}, "-1"},
-    {"negative-time-tick-trigger/bad", {9, 19}, "-1"},
-    {"no-default-scenario/bad", {1, 1}, "[cpu_fan]"},
-    {"no-default-scenario/bad-case", {1, 6}, "default"},
-    {"no-default-scenario/bad-other", {1, 1}, "SCEN"},
-    {"no-item-line/bad", {1, 1}, "#"},
-    {"no-item-line/bad-junk", {1, 1}, "fan"},
-    {"no-item-line/bad-key", {10, 1}, "sampling"},
-    {"no-item-line/bad-mark", {1, 1}, "\xEF\xBB\xBFSCEN"},
-    {"no-item-line/bad-scen", {1, 1}, "Scen"},
-    {"no-type-line/bad", {3, 1}, "sensor"},
-    {"no-type-line/bad-blank", {2, 1}, "[cpu_fan]"},
-    {"no-type-line/bad-end", {10, 1}, "[b]"},
-    {"no-type-line/bad-slip", {3, 1}, "alog_type"},
-    {"period-below-sensors/bad", {9, 10}, "500"},
-    {"report-in-several-levels/bad", {7, 17}, "alarm"},
-    {"report-level/bad", {16, 13}, "2"},
-    {"report-level/bad-zero", {16, 13}, "0"},
-    {"retired-scenario-name/bad", {10, 6}, "OLDSCEN_game"},
-    {"row-lengths-differ/bad", {8, 17}, "2"},
-    {"row-lengths-differ/bad-more", {8, 13}, "1+1+1"},
-    {"row-without-level/bad", {7, 17}, "fan"},
-    {"row-without-level/bad-info", {8, 17}, "3"},
-    {"scenario-not-closed/bad", {18, 1}, "]"},
-    {"scenario-without-item/bad", {1, 6}, "Default"},
-    {"scenario-without-item/bad-bracket", {2, 1}, "]"},
-    {"scenario-without-item/bad-end", {10, 6}, "game"},
-    {"scenario-without-item/bad-key", {2, 1}, "algo_type"},
-    {"scenario-without-item/bad-twice", {2, 1}, "SCEN"},
-    {"scenario-without-name/bad", {10, 1}, "SCEN"},
-    {"sensor-unwatched/bad", {10, 6}, "game"},
-    {"set-point-order/bad", {7, 15}, "60001"},
-    {"set-point-order/bad-cold", {7, 15}, "57000"},
-    {"set-point-zero/bad", {6, 11}, "0"},
-    {"set-point-zero/bad-clearing", {7, 15}, "0"},
-    {"ss-on-report/bad", {13, 8}, "alarm"},
-    {"start-level-below-1/bad", {2, 1}, "[cpu_step]"},
-    {"start-level-below-1/bad-negative", {8, 13}, "-3"},
-    {"start-level-below-1/bad-zero", {8, 13}, "0"},
-    {"start-level-past-table/bad", {8, 13}, "5"},
-    {"stray-plus/bad", {7, 13}, "+"},
-    {"thresholds-order/bad", {5, 18}, "60000"},
-    {"thresholds-order/bad-clearing", {6, 22}, "56000"},
-    {"thresholds-order/bad-cold", {5, 14}, "10000"},
-    {"thresholds-order/bad-equal", {5, 18}, "70000"},
-    {"unknown-device/bad", {7, 13}, "fann"},
-    {"unknown-device/bad-ss", {5, 8}, "fann"},
-    {"unknown-sensor/bad", {4, 8}, "cpuu"},
-    {"unknown-sensor/bad-device", {4, 8}, "fan"},
-    {"unknown-type/bad", {3, 11}, "SS"},
-    {"unknown-type/bad-none", {3, 1}, "algo_type"},
-    {"unknown-type/bad-other", {3, 11}, "pid"},
-    {"unknown-type/bad-slip", {3, 11}, "montior"},
-    {"unused-device/bad", {11, 1}, "[pump]", ".env"},
-    {"unused-sensor/bad", {11, 1}, "[gpu]", ".env"},
-    {"words-ignored/bad", {6, 17}, "below"},
-    {"words-ignored/bad-header", {2, 11}, "the"},
-    {"words-ignored/bad-scenario", {10, 11}, "mode"},
-    {"words-ignored/bad-type", {3, 19}, "#"},
-};
-
-// How the rules tell of every way into the daemon's end.
-const std::vector<std::pair<std::string, std::string>> kEnds = {
-    {"no-item-line/bad",
-     "the daemon ends: a comment stands where an item, 'SCEN' or ']' must begin "
-     "(there are no comments: take the line out)"},
-    {"no-item-line/bad-junk",
-     "the daemon ends: 'fan' stands where an item, 'SCEN' or ']' must begin "
-     "(write an item's name in brackets: [fan])"},
-    {"no-item-line/bad-key", "the daemon ends: 'sampling' stands outside of any item, behind the "
-                             "blank line or the ']' that ended the last one "
-                             "(take out the blank line or the ']' above)"},
-    {"no-item-line/bad-mark",
-     "the daemon ends: the file begins with a byte order mark and not with '[' or 'SCEN' "
-     "(save the file without a byte order mark)"},
-    {"no-item-line/bad-scen", "the daemon ends: 'Scen' stands where an item, 'SCEN' or ']' must "
-                              "begin (did you mean 'SCEN'?)"},
-    {"scenario-without-item/bad",
-     "the daemon ends: a blank line follows a 'SCEN' line, and an item "
-     "must (take out the blank line below 'SCEN')"},
-    {"scenario-without-item/bad-bracket",
-     "the daemon ends: ']' follows a 'SCEN' line, and an item must "
-     "(write an item directly below 'SCEN', or take 'SCEN' out)"},
-    {"scenario-without-item/bad-end",
-     "the daemon ends: the end of the file follows a 'SCEN' line, and an item must "
-     "(write an item directly below 'SCEN', or take 'SCEN' out)"},
-    {"scenario-without-item/bad-key",
-     "the daemon ends: 'algo_type' follows a 'SCEN' line, and an item must "
-     "(write an item directly below 'SCEN', or take 'SCEN' out)"},
-    {"scenario-without-item/bad-twice",
-     "the daemon ends: 'SCEN' follows a 'SCEN' line, and an item must "
-     "(write an item directly below 'SCEN', or take 'SCEN' out)"},
-    {"bracket-without-item/bad",
-     "the daemon ends: the end of the file follows a ']' that closes a scenario, and an item must "
-     "(take the ']' out: the next 'SCEN' line ends a scenario)"},
-    {"bracket-without-item/bad-blank",
-     "the daemon ends: a blank line follows a ']' that closes a scenario, and an item must "
-     "(take the ']' out: the next 'SCEN' line ends a scenario)"},
-    {"bracket-without-item/bad-key",
-     "the daemon ends: 'sampling' follows a ']' that closes a scenario, and an item must "
-     "(take the ']' out: the next 'SCEN' line ends a scenario)"},
-    {"bracket-without-item/bad-scen",
-     "the daemon ends: 'SCEN' follows a ']' that closes a scenario, and an item must "
-     "(take the ']' out: the next 'SCEN' line ends a scenario)"},
-    {"bracket-without-item/bad-twice",
-     "the daemon ends: ']' follows a ']' that closes a scenario, and an item must "
-     "(take the ']' out: the next 'SCEN' line ends a scenario)"},
-    {"no-type-line/bad",
-     "the daemon ends: 'sensor' follows the header of 'cpu_fan', and 'algo_type' must "
-     "(write 'algo_type monitor' or 'algo_type ss' directly below the header)"},
-    {"no-type-line/bad-blank",
-     "the daemon ends: a blank line follows the header of 'cpu_fan', and 'algo_type' must "
-     "(take out the blank line below the header)"},
-    {"no-type-line/bad-end",
-     "the daemon ends: the end of the file follows the header of 'b', and 'algo_type' must "
-     "(write 'algo_type monitor' or 'algo_type ss' directly below the header)"},
-    {"no-type-line/bad-slip", "the daemon ends: 'alog_type' follows the header of 'cpu_fan', and "
-                              "'algo_type' must (did you mean 'algo_type'?)"},
-    {"unknown-type/bad", "the daemon ends: 'SS' is no kind of item (did you mean 'ss'?)"},
-    {"unknown-type/bad-none", "the daemon ends: no kind of item stands behind 'algo_type' "
-                              "(write 'algo_type monitor' or 'algo_type ss')"},
-    {"unknown-type/bad-other", "the daemon ends: 'pid' is no kind of item "
-                               "(write 'algo_type monitor' or 'algo_type ss')"},
-    {"unknown-type/bad-slip",
-     "the daemon ends: 'montior' is no kind of item (did you mean 'monitor'?)"},
-    {"missing-property/bad", "the daemon ends: 'cpu_fan' lacks 'thresholds_clr'"},
-    {"missing-property/bad-several",
-     "the daemon ends: 'cpu_step' lacks 'set_point' and 'set_point_clr'"},
-    {"set-point-zero/bad",
-     "the daemon takes 0 for no value, and ends because 'set_point' is missing "
-     "(write 1: a thousandth of a degree more)"},
-    {"item-key-misspelt/bad",
-     "the daemon ignores 'set_point_crl', and ends because 'set_point_clr' "
-     "is missing (did you mean 'set_point_clr'?)"},
-    {"item-key-without-value/bad-sensor",
-     "the daemon takes the word 'sensor' itself for the name, and ends because 'sensor' is missing "
-     "(write a value behind 'sensor', or take the line out)"},
-    {"item-key-without-value/bad-list",
-     "the daemon finds no values here, and ends because 'actions' is missing "
-     "(write a value behind 'actions', or take the line out)"},
-    {"item-number-without-digits/bad-setpoint",
-     "the daemon reads 'warm' as 0, and ends because 'set_point' is missing "
-     "(write a number; there are no comments)"},
-    {"item-number-cut-short/bad-setpoint",
-     "the daemon reads '0x60000' as 0, and ends because 'set_point' is missing "
-     "(write digits alone: no point, no comma, no unit)"},
-    {"unknown-sensor/bad", "the daemon finds no sensor 'cpuu' on the board, and ends because "
-                           "'sensor' is missing (did you mean 'cpu'?)"},
-    {"unknown-sensor/bad-device", "the daemon finds no sensor 'fan' on the board, and ends because "
-                                  "'sensor' is missing ('fan' is no sensor)"},
-    {"unknown-device/bad-ss", "the daemon finds no device 'fann' on the board, and ends because "
-                              "'device' is missing (did you mean 'fan'?)"},
-};
-
 const std::string kBoard = "[cpu]\ntype real\nsampling 1000\nnode_path /cpu\n\n"
                            "[fan]\ntype charger\nnode_path /fan\nlevel_table 0 1 2 3 4\n";
 
@@ -243,14 +21,6 @@ const std::string kMonitor = "[a]\nalgo_type monitor\nsensor cpu\nthresholds 600
 
 const std::string kSteps = "[s]\nalgo_type ss\nsensor cpu\ndevice fan\nset_point 60000\n"
                            "set_point_clr 57000\nstart_level 1\n";
-
-std::string ruleOf(const std::string& example) {
-  return example.substr(0, example.find('/'));
-}
-
-std::string textOf(const Finding& finding) {
-  return finding.message + (finding.hint.empty() ? "" : " (" + finding.hint + ")");
-}
 
 // "FILE:LINE RULE" of each.
 Lines placesOf(const std::vector<Finding>& findings) {
@@ -286,53 +56,6 @@ std::string fileText(const fs::path& path) {
 }
 
 const fs::path kTexts = fs::path(THERMALCTL_EXAMPLES).parent_path();
-
-TEST(ConfigurationRulesTest, EachReportsItsMistakeAtItsPlaceAndNoneReportsAnother) {
-  for (const Mistake& mistake : kMistakes) {
-    SCOPED_TRACE(mistake.example);
-    const std::vector<Finding> findings = findingsOf(mistake.example);
-    ASSERT_EQ(findings.size(), 1U) << testing::PrintToString(placesOf(findings));
-    EXPECT_EQ(findings[0].rule, ruleOf(mistake.example));
-    EXPECT_EQ(findings[0].file, mistake.example + mistake.file);
-    EXPECT_EQ(findings[0].at.line, mistake.at.line);
-    EXPECT_EQ(findings[0].at.column, mistake.at.column);
-    EXPECT_EQ(findings[0].length, std::max<size_t>(1, mistake.marked.size()));
-    std::istringstream lines(exampleText(mistake.example + mistake.file));
-    std::string line;
-    for (int i = 0; i < mistake.at.line; ++i)
-      std::getline(lines, line);
-    EXPECT_EQ(line.substr(static_cast<size_t>(mistake.at.column) - 1, mistake.marked.size()),
-              mistake.marked);
-  }
-}
-
-TEST(ConfigurationRulesTest, EachHasATextWithItsMistakeAndACloseOneWithoutAny) {
-  std::set<std::string> withMistake;
-  for (const Mistake& mistake : kMistakes)
-    withMistake.insert(mistake.example);
-  std::set<std::string> there;
-  std::set<std::string> rules;
-  for (const Rule& rule : configurationRules())
-    rules.insert(rule.name);
-  for (const std::string& example : allExamples())
-    if (rules.count(ruleOf(example)) > 0) there.insert(example);
-  for (const std::string& rule : rules) {
-    EXPECT_TRUE(withMistake.count(rule + "/bad") > 0) << rule;
-    EXPECT_TRUE(there.count(rule + "/good") > 0) << rule;
-    EXPECT_EQ(placesOf(findingsOf(rule + "/good")), Lines{}) << rule;
-  }
-  // No text without a line in the table.
-  for (const std::string& example : there)
-    EXPECT_TRUE(example == ruleOf(example) + "/good" || withMistake.count(example) > 0) << example;
-}
-
-TEST(ConfigurationRulesTest, TellWhyTheDaemonEndsAndWhatToWriteInstead) {
-  for (const auto& [example, text] : kEnds) {
-    const std::vector<Finding> findings = findingsOf(example);
-    ASSERT_EQ(findings.size(), 1U) << example;
-    EXPECT_EQ(textOf(findings[0]), text) << example;
-  }
-}
 
 TEST(ConfigurationRulesTest, TellTheEndFromWhatWouldEndTheDaemonNext) {
   const std::vector<Finding> findings =
@@ -460,6 +183,130 @@ TEST(ConfigurationRulesTest, TellWhyASectionOfThatNameIsNotWhatTheItemNeeds) {
   }
 }
 
+TEST(ConfigurationRulesTest, DrawTheLineBetweenAMistakeAndNone) {
+  const std::vector<std::pair<std::string, Lines>> items = {
+      {with(kSteps, "start_level", "0"), {"a:8 start-level-below-1"}},
+      {with(kSteps, "start_level", "1"), {}},
+      {with(kSteps, "start_level", "4"), {}},
+      {with(kSteps, "start_level", "5"), {"a:8 start-level-past-table"}},
+      {kSteps + "device_perf_floor 0\n", {"a:9 floor-below-1"}},
+      {kSteps + "device_perf_floor 1\n", {}},
+      {kSteps + "device_perf_floor 4\n", {}},
+      {kSteps + "device_perf_floor 5\n", {"a:9 floor-past-table"}},
+      {kSteps + "time_tick_trigger -1\n", {"a:9 negative-time-tick-trigger"}},
+      {kSteps + "time_tick_trigger 0\n", {}},
+      {kSteps + "time_tick_trigger 2147483647\n", {}},
+      {kSteps + "time_tick_trigger 2147483648\n", {"a:9 item-number-too-large"}},
+      {kSteps + "time_tick_trigger -2147483648\n", {"a:9 negative-time-tick-trigger"}},
+      {kSteps + "time_tick_trigger -2147483649\n", {"a:9 item-number-too-large"}},
+      {kSteps + "sampling 0\n", {"a:9 item-sampling-below-1"}},
+      {kSteps + "sampling 1\n", {"a:9 period-below-sensors"}},
+      {kSteps + "sampling 999\n", {"a:9 period-below-sensors"}},
+      {kSteps + "sampling 1000\n", {}},
+      {with(kSteps, "set_point_clr", "60000"), {}},
+      {with(kSteps, "set_point_clr", "60001"), {"a:7 set-point-order"}},
+      {with(kMonitor, "actions", "+fan fan"), {"a:7 stray-plus"}},
+      {with(kMonitor, "thresholds", "60000+ 70000"), {"a:5 item-number-cut-short"}},
+      {kSteps + "actions fan+\n", {"a:9 item-key-of-other-kind"}},
+      {with(kMonitor, "action_info", "-1 1"), {"a:8 negative-level"}},
+      {with(kMonitor, "action_info", "0 4"), {}},
+      {with(kMonitor, "action_info", "0 5"), {"a:8 level-past-table"}},
+      {with(kMonitor, "action_info", "2 2"), {}},
+      {with(kMonitor, "action_info", "2 1"), {"a:8 level-falls"}},
+      {with(kMonitor, "thresholds_clr", "59999 69999"), {}},
+      {with(kMonitor, "thresholds_clr", "59999 70000"), {"a:6 clearing-not-below-threshold"}},
+      {with(kMonitor, "thresholds_clr", "57000 57000"), {}},
+      {with(with(kMonitor, "thresholds", "60000 60001"), "thresholds_clr", "57000 57000"), {}},
+      {with(kMonitor, "thresholds_clr", "57000 56999"), {"a:6 thresholds-order"}},
+  };
+  for (const auto& [item, places] : items)
+    EXPECT_EQ(placesIn(item), places) << item;
+}
+
+TEST(ConfigurationRulesTest, SayNothingMoreOfANumberThatIsCutShort) {
+  const std::string sampled = kSteps + "sampling 1000\ntime_tick_trigger 0\n";
+  const std::string bound = kSteps + "device_perf_floor 1\n";
+  const std::vector<std::pair<std::string, std::string>> items = {
+      {with(kMonitor, "thresholds", "90000x 70000"), "a:5"},
+      {with(kMonitor, "thresholds", "90000 70000x"), "a:5"},
+      {with(kMonitor, "thresholds_clr", "57000 99999x"), "a:6"},
+      {with(kMonitor, "action_info", "0 5x"), "a:8"},
+      {with(kMonitor, "action_info", "-1x 1"), "a:8"},
+      {with(kMonitor, "action_info", "2 1x"), "a:8"},
+      {with(kMonitor, "action_info", "2x 1"), "a:8"},
+      {with(kSteps, "set_point", "50000x"), "a:6"},
+      {with(kSteps, "set_point_clr", "60001x"), "a:7"},
+      {with(kSteps, "start_level", "0x"), "a:8"},
+      {with(kSteps, "start_level", "5x"), "a:8"},
+      {with(bound, "device_perf_floor", "0x"), "a:9"},
+      {with(bound, "device_perf_floor", "5x"), "a:9"},
+      {with(sampled, "sampling", "0x"), "a:9"},
+      {with(sampled, "sampling", "500x"), "a:9"},
+      {with(sampled, "time_tick_trigger", "-1x"), "a:10"},
+  };
+  for (const auto& [item, place] : items)
+    EXPECT_EQ(placesIn(item), Lines{place + " item-number-cut-short"}) << item;
+}
+
+TEST(ConfigurationRulesTest, KnowWhatAReportAndACameraAreAskedFor) {
+  const auto placesFor = [](const std::string& kind, const std::string& levels) {
+    const std::string item = with(with(kMonitor, "thresholds", "60000"), "thresholds_clr", "57000");
+    return placesIn(with(with(item, "actions", "knob"), "action_info", levels),
+                    kBoard.substr(0, kBoard.find("[fan]")) + "[knob]\ntype " + kind +
+                        "\nnode_path /knob\nlevel_table 0 1\n");
+  };
+  const Lines report = {"a:8 report-level"};
+  EXPECT_EQ(placesFor("report", "0"), report);
+  EXPECT_EQ(placesFor("report", "1"), Lines{});
+  EXPECT_EQ(placesFor("report", "2"), report);
+  EXPECT_EQ(placesFor("report", "2x"), Lines{"a:8 item-number-cut-short"});
+  EXPECT_EQ(placesFor("camera", "0"), Lines{"a:8 camera-at-level-0"});
+  EXPECT_EQ(placesFor("camera", "1"), Lines{});
+  EXPECT_EQ(placesFor("camera", "2"), Lines{"a:8 level-past-table"});
+  EXPECT_EQ(placesFor("camera", "0x"), Lines{"a:8 item-number-cut-short"});
+  EXPECT_EQ(placesFor("charger", "0"), Lines{});
+}
+
+TEST(ConfigurationRulesTest, TellOfAScenarioThatIsNotClosedOnce) {
+  const auto three = [](const std::string& scenario) {
+    std::string text = "SCEN Default\n" + kMonitor + "\nSCEN " + scenario + "\n";
+    for (const char* name : {"[x]", "[y]", "[z]"})
+      text += name + kMonitor.substr(3) + "]\n";
+    return placesOf(findingsIn(kBoard, {text}));
+  };
+  EXPECT_EQ(three("game"), Lines{"a:18 scenario-not-closed"});
+  EXPECT_EQ(three("Default"), Lines{});
+}
+
+TEST(ConfigurationRulesTest, TellOnceOfAScenarioThatLeavesASensorUnwatched) {
+  const std::string board = kBoard + "\n[gpu]\ntype real\nsampling 1000\nnode_path /gpu\n";
+  const std::string both =
+      "SCEN Default\n" + kMonitor + "\n" + with("[b]" + kMonitor.substr(3), "sensor", "gpu") + "\n";
+  const std::string c = "[c]" + kMonitor.substr(3);
+  const auto placesWith = [&](const std::string& rest) {
+    return placesOf(findingsIn(board, {both + rest}));
+  };
+  const Lines once = {"a:18 sensor-unwatched"};
+  EXPECT_EQ(placesWith("SCEN game\n" + c), once);
+  EXPECT_EQ(placesWith("SCEN game\n" + c + "\nSCEN game\n[d]" + c.substr(3)), once);
+  // The slip may stand for the very sensor.
+  EXPECT_EQ(placesWith("SCEN game\n" + c + "\n" + with("[d]" + c.substr(3), "sensor", "gpuu")),
+            Lines{"a:29 unknown-sensor"});
+}
+
+TEST(ConfigurationRulesTest, LookForASlipAmongTwoHundredNamesAtMost) {
+  const auto hintAmong = [](size_t sensors) {
+    std::string board = kBoard;
+    for (size_t i = 1; i < sensors; ++i)
+      board += "\n[s" + std::to_string(1000 + i) + "]\ntype real\nnode_path /s\n";
+    for (const Finding& finding : findingsIn(board, {with(kMonitor, "sensor", "cpuu")}))
+      if (finding.rule == "unknown-sensor") return finding.hint;
+    return std::string("nothing found");
+  };
+  EXPECT_EQ(hintAmong(200), "did you mean 'cpu'?");
+  EXPECT_EQ(hintAmong(201), "");
+}
+
 // Where the limits lie: one finding above, none below.
 TEST(ConfigurationRulesTest, TakeTemperaturesFromTwoToTwoHundredForDegrees) {
   const auto placesAt = [](const std::string& point) {
@@ -512,6 +359,7 @@ TEST(ConfigurationRulesTest, TurnRoundForAnItemThatActsOnCold) {
   EXPECT_EQ(placesIn(steps), Lines{});
   const Lines point = {"a:7 set-point-order"};
   EXPECT_EQ(placesIn(with(steps, "set_point_clr", "4999")), point);
+  EXPECT_EQ(placesIn(with(steps, "set_point_clr", "0")), Lines{"a:7 set-point-zero"});
 }
 
 TEST(ConfigurationRulesTest, TellOfThresholdsOfAnotherNumberOnceOnly) {
@@ -519,6 +367,31 @@ TEST(ConfigurationRulesTest, TellOfThresholdsOfAnotherNumberOnceOnly) {
   EXPECT_EQ(placesIn(with(kMonitor, "thresholds", "60000")), fewer);
   const Lines more = {"a:5 level-without-row"};
   EXPECT_EQ(placesIn(with(kMonitor, "thresholds", "60000 70000 80000")), more);
+}
+
+TEST(ConfigurationRulesTest, TellOfBothWhereOnlyOneListOfRowsFitsTheClearingThresholds) {
+  const std::string three = with(kMonitor, "thresholds", "60000 70000 80000");
+  const Lines both = {"a:5 clearing-thresholds-count", "a:5 level-without-row"};
+  EXPECT_EQ(placesIn(with(three, "action_info", "1 2 3")), both);
+  EXPECT_EQ(placesIn(with(three, "actions", "fan fan fan")), both);
+}
+
+TEST(ConfigurationRulesTest, TellOfWordsWithoutDigitsOnceALine) {
+  EXPECT_EQ(placesIn(with(with(kMonitor, "thresholds", "60000 x y"), "thresholds_clr", "x y 1")),
+            (Lines{"a:5 item-number-without-digits", "a:6 item-number-without-digits"}));
+}
+
+TEST(ConfigurationRulesTest, TellThatTheDaemonEndsOverMergedItemsWhereNoneLacksAnything) {
+  const auto merged = [](const std::string& second) {
+    for (const Finding& finding : findingsIn(kBoard, {"SCEN Default\n" + kSteps + second}))
+      if (finding.rule == "items-merged") return finding.message;
+    return std::string();
+  };
+  const std::string message = "the daemon adds this item's lines to item 's', which has not ended";
+  EXPECT_EQ(merged(kMonitor), message);
+  EXPECT_EQ(merged(kMonitor + "set_point 0\n"),
+            message + ", and ends because 'set_point' is missing");
+  EXPECT_EQ(merged("[t]" + with(kSteps, "set_point", "0").substr(3)), message);
 }
 
 TEST(ConfigurationRulesTest, TakeTheWordsBeforeABlankLineForTheLineThatTheyStandInFor) {

@@ -1,132 +1,15 @@
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <set>
+#include <map>
 
 #include <gtest/gtest.h>
 
 #include "check/Check.h"
-#include "check/rule/Rule.h"
 #include "support/SysfsDir.h"
-#include "thermalctl/support/Examples.h"
 
 namespace {
 
-// A text with one mistake, and the words that the finding marks.
-struct Mistake {
-  std::string example;
-  Position at;
-  std::string marked;
-};
-
-const std::vector<Mistake> kMistakes = {
-    {"device-name-repeated/bad", {11, 1}, "[big]"},
-    {"file-name-missing/bad-alone", {3, 1}, "file_name"},
-    {"file-name-missing/bad", {1, 1}, "[conf]"},
-    {"header-without-bracket/bad-white-space", {6, 1}, "[battery"},
-    {"header-without-bracket/bad", {6, 1}, "[battery"},
-    {"header-without-name/bad", {6, 1}, "[]"},
-    {"junk-before-header/bad-behind-a-blank-line", {11, 1}, "vendor"},
-    {"junk-before-header/bad-bracket", {6, 1}, "battery]"},
-    {"junk-before-header/bad-byte-order-mark", {1, 1}, "\xEF\xBB\xBF[cpu]"},
-    {"junk-before-header/bad", {6, 1}, "#"},
-    {"level-table-binary/bad-last-of-a-type", {9, 17}, "0b10"},
-    {"level-table-binary/bad", {9, 23}, "0b01"},
-    {"level-table-direction/bad-rising", {9, 25}, "0x1"},
-    {"level-table-direction/bad", {9, 23}, "2000"},
-    {"level-table-empty/bad-alone", {9, 1}, "level_table"},
-    {"level-table-empty/bad", {6, 1}, "[knob]"},
-    {"level-table-entry-not-a-number/bad-cpufreq", {9, 13}, "0x30"},
-    {"level-table-entry-not-a-number/bad", {9, 18}, "2A"},
-    {"level-table-hex-entry/bad-too-long", {9, 23}, "0x1FFFFFFFFFFFFFFFF"},
-    {"level-table-hex-entry/bad", {9, 18}, "20"},
-    {"level-table-lone-quote/bad", {9, 20}, "\""},
-    {"level-table-mixed/bad-number", {9, 18}, "\"off\""},
-    {"level-table-mixed/bad", {9, 25}, "half"},
-    {"level-table-text-behind-quote/bad-unclosed", {9, 26}, "rate"},
-    {"level-table-text-behind-quote/bad", {9, 26}, "rate"},
-    {"level-table-unclosed-quote/bad", {9, 20}, "\"low power"},
-    {"node-path-missing/bad-alone", {8, 1}, "node_path"},
-    {"node-path-missing/bad", {6, 1}, "[battery]"},
-    {"node-path-relative/bad", {4, 11}, "sys/devices/platform/tmu/cpu"},
-    {"sampling-missing/bad", {6, 1}, "[battery]"},
-    {"sampling-not-a-number/bad-alone", {3, 1}, "sampling"},
-    {"sampling-not-a-number/bad-too-large", {3, 10}, "4294967546"},
-    {"sampling-not-a-number/bad", {3, 10}, "250ms"},
-    {"sampling-not-positive/bad-negative", {3, 10}, "-250"},
-    {"sampling-not-positive/bad", {3, 10}, "0"},
-    {"sampling-too-short/bad", {3, 10}, "49"},
-    {"section-key-misspelt/bad-capital", {8, 1}, "Sampling"},
-    {"section-key-misspelt/bad", {9, 1}, "nodepath"},
-    {"section-key-of-other-kind/bad", {5, 1}, "set_point"},
-    {"section-key-repeated/bad-list", {19, 1}, "weights"},
-    {"section-key-repeated/bad", {5, 1}, "sampling"},
-    {"section-key-unknown/bad", {5, 1}, "vendor"},
-    {"section-kind-missing/bad", {7, 1}, "type"},
-    {"section-kind-unknown/bad", {7, 6}, "cpu_freq"},
-    {"section-kind-wrong-case/bad", {7, 6}, "Real"},
-    {"section-value-not-a-number/bad-alone", {19, 1}, "math"},
-    {"section-value-not-a-number/bad-list", {18, 9}, "70.5"},
-    {"section-value-not-a-number/bad", {15, 11}, "30.5k"},
-    {"section-words-ignored/bad-path", {9, 36}, "battery/temp"},
-    {"section-words-ignored/bad", {3, 14}, "ms"},
-    {"sections-merged/bad", {5, 1}, "[battery]"},
-    {"sensor-name-repeated/bad", {6, 1}, "[cpu]"},
-    {"trip-sensor-missing/bad", {11, 1}, "[skin]"},
-    {"trip-sensor-not-real/bad", {23, 13}, "skin"},
-    {"trip-sensor-shared/bad", {23, 13}, "battery"},
-    {"trip-sensor-undefined/bad-alone", {14, 1}, "trip_sensor"},
-    {"trip-sensor-undefined/bad-device", {19, 13}, "big"},
-    {"trip-sensor-undefined/bad", {14, 13}, "batery"},
-    {"type-line-missing/bad-at-the-end", {6, 1}, "[battery]"},
-    {"type-line-missing/bad-blank-line", {6, 1}, "[battery]"},
-    {"type-line-missing/bad-misspelt", {7, 1}, "Type"},
-    {"type-line-missing/bad", {7, 1}, "sampling"},
-    {"virtual-math-ignored/bad", {19, 6}, "1"},
-    {"virtual-period-alone/bad", {13, 10}, "500"},
-    {"virtual-set-point-in-degrees/bad", {16, 15}, "28"},
-    {"virtual-set-points-reversed/bad-without-set-point", {15, 15}, "28000"},
-    {"virtual-set-points-reversed/bad", {16, 15}, "30001"},
-    {"virtual-source-missing/bad-alone", {17, 1}, "sensors"},
-    {"virtual-source-missing/bad", {11, 1}, "[skin]"},
-    {"virtual-source-not-real/bad", {26, 17}, "skin"},
-    {"virtual-source-undefined/bad-below", {12, 17}, "cpu"},
-    {"virtual-source-undefined/bad", {17, 17}, "cpu0"},
-    {"virtual-weights-gain/bad-negative", {18, 9}, "-7"},
-    {"virtual-weights-gain/bad", {18, 9}, "7"},
-    {"virtual-weights-number/bad-more", {18, 9}, "70"},
-    {"virtual-weights-number/bad", {18, 9}, "70"},
-    {"virtual-weights-sum-one/bad-minus-one", {18, 9}, "-3"},
-    {"virtual-weights-sum-one/bad", {18, 9}, "3"},
-    {"virtual-weights-sum-zero/bad-without", {11, 1}, "[skin]"},
-    {"virtual-weights-sum-zero/bad", {18, 9}, "70"},
-};
-
-std::string ruleOf(const std::string& example) {
-  return example.substr(0, example.find('/'));
-}
-
-bool isGood(const std::string& example) {
-  return example.find("/good") != std::string::npos;
-}
-
-// Those of the rules that need no nodes.
-std::set<std::string> rulesWithExamples() {
-  std::set<std::string> names;
-  for (const Rule& rule : environmentRules())
-    if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0) names.insert(rule.name);
-  return names;
-}
-
-// The examples of the environment's rules.
-std::vector<std::string> examples() {
-  const std::set<std::string> rules = rulesWithExamples();
-  std::vector<std::string> all = allExamples();
-  all.erase(std::remove_if(all.begin(), all.end(),
-                           [&](const std::string& name) { return rules.count(ruleOf(name)) == 0; }),
-            all.end());
-  return all;
-}
+using Lines = std::vector<std::string>;
 
 std::string told(const std::vector<Finding>& findings) {
   std::string text;
@@ -162,47 +45,90 @@ std::string knob(const std::string& kind, const std::string& table) {
   return kCpu + "[knob]\ntype " + kind + "\nnode_path /knob\nlevel_table " + table + "\n";
 }
 
-TEST(EnvironmentRulesTest, EachReportsItsMistakeAtItsPlaceAndNoneReportsAnother) {
-  for (const Mistake& mistake : kMistakes) {
-    SCOPED_TRACE(mistake.example);
-    const std::vector<Finding> findings = findingsOf(mistake.example);
-    ASSERT_EQ(findings.size(), 1u) << told(findings);
-    EXPECT_EQ(findings[0].rule, ruleOf(mistake.example));
-    EXPECT_EQ(findings[0].file, mistake.example + ".env");
-    EXPECT_EQ(findings[0].at.line, mistake.at.line);
-    EXPECT_EQ(findings[0].at.column, mistake.at.column);
-    EXPECT_EQ(findings[0].length, mistake.marked.size());
-    const std::string text = exampleText(mistake.example + ".env");
-    std::istringstream lines(text);
-    std::string line;
-    for (int i = 0; i < mistake.at.line; ++i)
-      std::getline(lines, line);
-    EXPECT_EQ(line.substr(static_cast<size_t>(mistake.at.column) - 1, mistake.marked.size()),
-              mistake.marked);
-  }
+// The names of the rules that report something, in the order of the places.
+Lines rulesIn(const std::string& content) {
+  const Environment environment = readEnvironment("board.env", content);
+  Lines rules;
+  for (const Finding& finding : check({environment, {}, std::nullopt}, {}))
+    rules.push_back(finding.rule);
+  return rules;
 }
 
-TEST(EnvironmentRulesTest, NoneReportsACloseTextWithoutTheMistake) {
-  for (const std::string& example : examples())
-    if (isGood(example)) {
-      EXPECT_EQ(told(findingsOf(example)), "") << example;
-    }
+std::string cpu(const std::string& sampling) {
+  return "[cpu]\ntype real\nsampling " + sampling + "\nnode_path /cpu\n";
 }
 
-TEST(EnvironmentRulesTest, EachHasATextWithItsMistakeAndACloseOneWithout) {
-  std::set<std::string> withMistake;
-  for (const Mistake& mistake : kMistakes)
-    withMistake.insert(ruleOf(mistake.example));
-  std::set<std::string> without;
-  size_t bad = 0;
-  for (const std::string& example : examples())
-    if (isGood(example))
-      without.insert(ruleOf(example));
-    else
-      ++bad;
-  EXPECT_EQ(withMistake, rulesWithExamples());
-  EXPECT_EQ(without, rulesWithExamples());
-  EXPECT_EQ(bad, kMistakes.size()) << "an example whose place is not tested";
+// Where the limits lie: a finding on one side, none on the other.
+TEST(EnvironmentRulesTest, DrawTheLineBetweenAMistakeAndNone) {
+  const Lines degrees(2, "virtual-set-point-in-degrees");
+  const std::vector<std::pair<std::string, Lines>> boards = {
+      {cpu("-1"), {"sampling-not-positive"}},
+      {cpu("0"), {"sampling-not-positive"}},
+      {cpu("1"), {"sampling-too-short"}},
+      {cpu("49"), {"sampling-too-short"}},
+      {cpu("50"), {}},
+      {skin({{"weights", "-19"}}), {}},
+      {skin({{"weights", "-18"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "-2"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "-1"}}), {"virtual-weights-sum-one"}},
+      {skin({{"weights", "0"}}), {"virtual-weights-sum-zero"}},
+      {skin({{"weights", "1"}}), {"virtual-weights-sum-one"}},
+      {skin({{"weights", "2"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "20"}}), {"virtual-weights-gain"}},
+      {skin({{"weights", "21"}}), {}},
+      {skin({{"set_point", "1"}, {"set_point_clr", "1"}}), {}},
+      {skin({{"set_point", "2"}, {"set_point_clr", "2"}}), degrees},
+      {skin({{"set_point", "200"}, {"set_point_clr", "200"}}), degrees},
+      {skin({{"set_point", "201"}, {"set_point_clr", "201"}}), {}},
+      {skin({{"set_point", "28000"}}), {}},
+      {skin({{"set_point", "27999"}}), {"virtual-set-points-reversed"}},
+      {knob("charger", "0x10 0x"), {"level-table-hex-entry"}},
+      {knob("charger", "0X10 0x1F"), {}},
+      {knob("charger", "0x10 0xfedcba9876543210"), {}},
+      {knob("charger", "0x10 0xfedcba98765432100"), {"level-table-hex-entry"}},
+      {knob("charger", "0x10 0x1G"), {"level-table-hex-entry"}},
+      {knob("charger", "2 2 3 3"), {}},
+      {knob("charger", "2 2 3 2"), {"level-table-direction"}},
+      {knob("charger", "3 3 2 2 3 1"), {"level-table-direction"}},
+      {knob("charger", "1 -2 3"), {}},
+  };
+  for (const auto& [content, rules] : boards)
+    EXPECT_EQ(rulesIn(content), rules) << content;
+}
+
+TEST(EnvironmentRulesTest, LeaveAloneWhatDoesNoHarm) {
+  for (const char* line : {"# old", "; old", "//old", "#"})
+    EXPECT_EQ(rulesIn(cpu("1000") + line + "\n"), Lines{}) << line;
+  EXPECT_EQ(rulesIn("[]\ntype conf_file\nfile_name board.conf\n"), Lines{});
+}
+
+TEST(EnvironmentRulesTest, ReportOfASectionThatIsDroppedNothingElse) {
+  EXPECT_EQ(rulesIn("[x]\ntype nothing\nvendor 1\nvendor 1\nsampling 1\n"),
+            Lines{"section-kind-unknown"});
+}
+
+TEST(EnvironmentRulesTest, CountNoSensorThatTheDaemonNeverReadsForOneThatItReads) {
+  const std::string gpu = "\njunk\n\n[gpu]\ntype real\nsampling 500\nnode_path /gpu\n";
+  EXPECT_EQ(rulesIn(skin({{"sampling", "500"}}) + gpu),
+            (Lines{"virtual-period-alone", "junk-before-header"}));
+  EXPECT_EQ(rulesIn("junk\n\n" + skin({})), Lines{"junk-before-header"});
+}
+
+TEST(EnvironmentRulesTest, TakeALoneBracketForAHeaderWithoutOne) {
+  EXPECT_EQ(rulesIn("[\ntype real\nsampling 1000\nnode_path /cpu\n"),
+            Lines{"header-without-bracket"});
+}
+
+TEST(EnvironmentRulesTest, NameTheFirstOfSeveralEqualLinesAndSections) {
+  EXPECT_EQ(
+      toldAbout(cpu("1000") + "sampling 1000\nsampling 1000\n"),
+      "[section-key-repeated] the key stands in line 3, too: the daemon takes the last one\n"
+      "[section-key-repeated] the key stands in line 3, too: the daemon takes the last one\n");
+  const std::string loss =
+      "the daemon goes on sampling that sensor, but the name now means this one\n";
+  EXPECT_EQ(toldAbout(cpu("1000") + "\n" + cpu("1000") + "\n" + cpu("1000")),
+            "[sensor-name-repeated] 'cpu' is defined in line 1, too: " + loss +
+                "[sensor-name-repeated] 'cpu' is defined in line 1, too: " + loss);
 }
 
 TEST(EnvironmentRulesTest, ReportEveryMistakeBehindThePlaceWhereTheDaemonStopsReading) {
@@ -304,6 +230,23 @@ TEST_F(NodeRulesTest, ReportNodesThatAreNotThere) {
   EXPECT_EQ(toldAboutNodes(),
             "[node-not-found] no such file: the sensor reads 0 forever\n"
             "[node-not-found] no such file: what the daemon writes to this device goes nowhere\n");
+}
+
+TEST_F(NodeRulesTest, MarkThePath) {
+  const auto placesOfPaths = [this] {
+    const Environment board = readEnvironment("board.env", kCpu + "[knob]\ntype charger\n"
+                                                                  "node_path /knob\n"
+                                                                  "level_table 1 2\n");
+    Lines places;
+    for (const Finding& finding : check({board, {}, root.node("")}, {}))
+      places.push_back(finding.rule + " " + std::to_string(finding.at.line) + ":" +
+                       std::to_string(finding.at.column));
+    return places;
+  };
+  EXPECT_EQ(placesOfPaths(), (Lines{"node-not-found 4:11", "node-not-found 8:11"}));
+  ::mkdir(root.node("cpu").c_str(), 0777);
+  ::mkdir(root.node("knob").c_str(), 0777);
+  EXPECT_EQ(placesOfPaths(), (Lines{"node-not-readable 4:11", "node-not-writable 8:11"}));
 }
 
 TEST_F(NodeRulesTest, ReportNodesThatAreDirectories) {

@@ -110,10 +110,12 @@ TEST(TextTest, CutsBothEndsOfALongLineAroundWhatIsMarked) {
 }
 
 TEST(TextTest, CutsTheUnderliningWithTheLine) {
-  const std::string line = std::string(50, 'a') + std::string(500, 'B');
-  EXPECT_EQ(excerpt({1, 51}, 500, line), "..." + std::string(40, 'a') + std::string(60, 'B') +
-                                             "...\n" + std::string(43, ' ') + "^" +
-                                             std::string(59, '~'));
+  for (const int before : {41, 50}) {
+    const std::string line = std::string(static_cast<size_t>(before), 'a') + std::string(500, 'B');
+    EXPECT_EQ(excerpt({1, before + 1}, 500, line),
+              "..." + std::string(40, 'a') + std::string(60, 'B') + "...\n" + std::string(43, ' ') +
+                  "^" + std::string(59, '~'));
+  }
 }
 
 TEST(TextTest, ShowsTheEndOfALongLine) {

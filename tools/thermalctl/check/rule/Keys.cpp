@@ -1,0 +1,70 @@
+#include "check/rule/Keys.h"
+
+#include <algorithm>
+
+#include "text/Nearest.h"
+
+namespace {
+
+template <typename Of> bool hasSlipFor(const Of& block, const std::string& key) {
+  return std::any_of(block.properties.begin(), block.properties.end(),
+                     [&](const Property& property) { return meantKey(block, property) == key; });
+}
+
+} // namespace
+
+bool contains(const std::vector<std::string>& words, const std::string& word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+bool takesAList(const std::string& key) {
+  return contains({"sensors", "offsets", "weights", "level_table", "thresholds", "thresholds_clr",
+                   "actions", "action_info"},
+                  key);
+}
+
+const Property* firstLike(const Block& block, const Property& property) {
+  const auto first = std::find_if(
+      block.properties.begin(), block.properties.end(),
+      [&property](const Property& each) { return each.key.text == property.key.text; });
+  return &*first == &property ? nullptr : &*first;
+}
+
+bool standsAlone(const Block& block, const std::string& key) {
+  const Property* property = block.last(key);
+  return property && property->words.empty();
+}
+
+std::string meantKey(const Section& section, const Property& property) {
+  return property.known ? "" : nearest(property.key.text, sectionKeys(section.kind));
+}
+
+std::string meantKey(const Item& item, const Property& property) {
+  if (property.known || item.kind == ItemKind::kNone || isKeyOfOtherKind(item, property)) return "";
+  return nearest(property.key.text, itemKeys(item.kind));
+}
+
+bool isKeyOfOtherKind(const Item& item, const Property& property) {
+  const ItemKind other = item.kind == ItemKind::kSS ? ItemKind::kMonitor : ItemKind::kSS;
+  return !property.known && contains(itemKeys(other), property.key.text);
+}
+
+bool misspelt(const Section& section, const std::string& key) {
+  return hasSlipFor(section, key);
+}
+
+bool misspelt(const Item& item, const std::string& key) {
+  return hasSlipFor(item, key);
+}
+
+bool hasSlipAlone(const Section& section, const std::string& key) {
+  return !section.last(key) && misspelt(section, key);
+}
+
+bool isComment(const std::string& word) {
+  return word[0] == '#' || word[0] == ';' || word.rfind("//", 0) == 0;
+}
+
+bool hasByteOrderMark(const std::string& word) {
+  return word.rfind("\xEF\xBB\xBF", 0) == 0;
+}
