@@ -2,7 +2,6 @@
 
 #include "log/Cast.h"
 #include "log/LogReplay.h"
-#include "trace/NullSink.h"
 
 namespace {
 
@@ -46,7 +45,7 @@ LogReader::Counts playLog(const std::string& text, const std::string& name,
     for (const BoardFolder::ConfigurationTracks& configuration : board->configurations())
       cast.addConfiguration(configuration, configuration.name);
   }
-  NullSink nothing;
+  TraceSink nothing;
   LogReader first(text, periods);
   replay(first, scenario, board, cast, nothing);
   // A run that holds nothing would only be an empty column beside the others.

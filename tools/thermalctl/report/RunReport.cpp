@@ -41,38 +41,3 @@ std::optional<std::string> RunReport::firstFailure() const {
   }
   return std::nullopt;
 }
-
-void RunReport::begin(const TraceDescription& run) {
-  for (TraceSink* sink : sinks)
-    sink->begin(run);
-}
-
-void RunReport::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  for (TraceSink* sink : sinks)
-    sink->temperature(time, sensor, millidegrees);
-}
-
-void RunReport::level(int64_t time, size_t device, int32_t level, const std::string& entry) {
-  for (TraceSink* sink : sinks)
-    sink->level(time, device, level, entry);
-}
-
-void RunReport::algorithm(int64_t time, size_t algorithm, int32_t level) {
-  for (TraceSink* sink : sinks)
-    sink->algorithm(time, algorithm, level);
-}
-
-void RunReport::scenario(int64_t time, const std::string& name) {
-  for (TraceSink* sink : sinks)
-    sink->scenario(time, name);
-}
-
-void RunReport::configuration(int64_t time, const std::string& name) {
-  for (TraceSink* sink : sinks)
-    sink->configuration(time, name);
-}
-
-void RunReport::end(int64_t time, const std::vector<Performance>& performance) {
-  for (TraceSink* sink : sinks)
-    sink->end(time, performance);
-}
