@@ -5,9 +5,7 @@
 
 int main(int argc, char* argv[]) {
   try {
-    const int ending = runCommand({checkCommand(), scenarioCommand(), reloadCommand(),
-                                   statusCommand(), simulateCommand(), plotCommand()},
-                                  argc, argv);
+    const int ending = runCommand(allCommands(), argc, argv);
     if (std::cout.flush()) return ending;
     return complain(kCouldNotRun, "cannot write the results");
   } catch (const std::exception& error) {
