@@ -1,4 +1,4 @@
-#include "simulate/Duration.h"
+#include "simulate/Numbers.h"
 
 #include <string>
 #include <utility>
