@@ -33,11 +33,7 @@ Size terminalSize() {
 }
 
 void print(const std::string& text) {
-  for (size_t done = 0; done < text.size();) {
-    const ssize_t written = ::write(STDOUT_FILENO, text.data() + done, text.size() - done);
-    if (written < 0 && errno != EINTR) return;
-    if (written > 0) done += static_cast<size_t>(written);
-  }
+  static_cast<void>(writeAll(STDOUT_FILENO, text));
 }
 
 } // namespace
