@@ -17,7 +17,7 @@ std::optional<std::string> RunReport::writeTo(const std::filesystem::path& direc
   std::error_code error;
   std::filesystem::create_directories(directory, error);
   files = std::make_unique<Files>(directory, title);
-  if (const auto failure = firstFailure()) return failure;
+  if (auto failure = firstFailure()) return failure;
   sinks.insert(sinks.end(), {&files->csv, &files->events, &files->html});
   return std::nullopt;
 }

@@ -8,7 +8,6 @@
 #include "config/TextReader.h"
 #include "simulate/Numbers.h"
 #include "simulate/TomlSection.h"
-#include "text/Phrases.h"
 
 namespace {
 
@@ -56,7 +55,7 @@ public:
     std::string known;
     for (const char* each : fault::kWords) {
       if (word == each) return add({time, Change::Kind::kFault, probe, 0, word, line});
-      known += (known.empty() ? "" : ", ") + quoted(each);
+      known += (known.empty() ? "'" : ", '") + std::string(each) + "'";
     }
     const std::optional<double> celsius = parseNumber(word);
     if (!celsius)

@@ -30,16 +30,15 @@ char32_t signOf(char32_t character) {
 } // namespace
 
 void eachCharacter(std::string_view text,
-                   const std::function<void(std::string_view bytes, char32_t number)>& take) {
+                   const std::function<void(size_t start, char32_t number)>& take) {
   const char* const end = text.data() + text.size();
   for (const char* at = text.data(); at != end;) {
     const char* const stray = utf8::find_invalid(at, end);
     while (at != stray) {
-      const char* const first = at;
-      const auto number = static_cast<char32_t>(utf8::unchecked::next(at));
-      take({first, static_cast<size_t>(at - first)}, number);
+      const auto start = static_cast<size_t>(at - text.data());
+      take(start, static_cast<char32_t>(utf8::unchecked::next(at)));
     }
-    if (at != end) take({at++, 1}, kReplacement);
+    if (at != end) take(static_cast<size_t>(at++ - text.data()), kReplacement);
   }
 }
 
@@ -66,7 +65,7 @@ std::string lowerCase(std::string text) {
 
 std::string visible(std::string_view text) {
   std::string result;
-  eachCharacter(text, [&result](std::string_view, char32_t number) {
+  eachCharacter(text, [&result](size_t, char32_t number) {
     utf8::append(signOf(number), std::back_inserter(result));
   });
   return result;

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
-// Gives `take` each character of UTF-8, its bytes and its number. A byte that belongs to none is
-// one of its own, U+FFFD.
+// Gives `take` each character of UTF-8, where its bytes begin and its number. A byte that belongs
+// to none is one of its own, U+FFFD.
 void eachCharacter(std::string_view text,
-                   const std::function<void(std::string_view bytes, char32_t number)>& take);
+                   const std::function<void(size_t start, char32_t number)>& take);
 
 // How many places a text of UTF-8 takes in a line, a character each, and what fits into `count`.
 size_t charactersIn(std::string_view text);

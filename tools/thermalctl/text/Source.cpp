@@ -24,8 +24,6 @@ const Line& Source::line(int number) const {
   if (number < 1 || index >= lineStarts.size()) return split;
   const size_t start = lineStarts[index];
   split.text = content.substr(start, content.find('\n', start) - start);
-  eachCharacter(split.text, [this](std::string_view bytes, char32_t) {
-    split.starts.push_back(static_cast<size_t>(bytes.data() - split.text.data()));
-  });
+  eachCharacter(split.text, [this](size_t start, char32_t) { split.starts.push_back(start); });
   return split;
 }
