@@ -16,7 +16,8 @@ constexpr char kAmbient[] = "ambient";
 
 class PlantReader {
 public:
-  PlantReader(TomlSection root_, const TraceDescription& board_) : root(root_), board(board_) {}
+  PlantReader(TomlSection root_, const TraceDescription& board_)
+      : root(std::move(root_)), board(board_) {}
 
   PlantDescription read() {
     plant.ambient = root.number(kAmbient).value_or(plant.ambient);
@@ -258,7 +259,7 @@ private:
   // One number for each level, none negative.
   std::optional<std::vector<double>> byLevel(TomlSection& section, const std::string& key,
                                              std::optional<size_t> device, bool hasDevice) const {
-    const auto values = section.numbers(key);
+    auto values = section.numbers(key);
     if (!values) return values;
     if (std::any_of(values->begin(), values->end(), [](double value) { return value < 0; }))
       section.problem(section.line(key), "'" + key + "' must not be negative");

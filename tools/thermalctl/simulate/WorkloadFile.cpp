@@ -209,7 +209,7 @@ private:
 
 class TomlReader {
 public:
-  TomlReader(TomlSection root_, Maker& maker_) : root(root_), maker(maker_) {}
+  TomlReader(TomlSection root_, Maker& maker_) : root(std::move(root_)), maker(maker_) {}
 
   void read() {
     maker.workload.repeat = timeOf(root, "repeat");

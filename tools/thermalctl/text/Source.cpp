@@ -24,6 +24,6 @@ const Line& Source::line(int number) const {
   if (number < 1 || index >= lineStarts.size()) return split;
   const size_t start = lineStarts[index];
   split.text = content.substr(start, content.find('\n', start) - start);
-  eachCharacter(split.text, [this](size_t start, char32_t) { split.starts.push_back(start); });
+  eachCharacter(split.text, [this](size_t at, char32_t) { split.starts.push_back(at); });
   return split;
 }
