@@ -47,7 +47,7 @@ LiveTerminal::LiveTerminal() {
   ::sigemptyset(&taken);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGWINCH})
     ::sigaddset(&taken, signal);
-  ::sigprocmask(SIG_BLOCK, &taken, &signalsBefore);
+  ::pthread_sigmask(SIG_BLOCK, &taken, &signalsBefore);
   signals = FileHandle(::signalfd(-1, &taken, SFD_NONBLOCK | SFD_CLOEXEC));
 
   ::tcgetattr(STDIN_FILENO, &terminalBefore);
@@ -64,7 +64,7 @@ LiveTerminal::LiveTerminal() {
 LiveTerminal::~LiveTerminal() {
   print(kGiveBack);
   ::tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
-  ::sigprocmask(SIG_SETMASK, &signalsBefore, nullptr);
+  ::pthread_sigmask(SIG_SETMASK, &signalsBefore, nullptr);
   // Last, with the terminal as it was, so that the shell sees how the program really ended.
   if (endedBy != 0) ::raise(endedBy);
 }

@@ -1,5 +1,7 @@
 #include "terminal/ProgressLine.h"
 
+#include <array>
+
 #include <gtest/gtest.h>
 
 #include "thermalctl/terminal/TestTerminal.h"

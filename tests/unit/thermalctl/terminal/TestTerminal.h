@@ -3,14 +3,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdlib>
 #include <string>
 
 // A terminal of which the test is the user.
 class TestTerminal {
 public:
-  TestTerminal() : user(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK)) {
+  TestTerminal() : user(::posix_openpt(O_RDWR | O_NOCTTY)) {
     ::grantpt(user);
     ::unlockpt(user);
     shown = ::open(::ptsname(user), O_RDWR | O_NOCTTY);
@@ -25,11 +24,15 @@ public:
   // The end that a program writes to.
   int program() const { return shown; }
 
-  // What has been written since the last call.
+  // What has been written since the last call. A terminal takes its time, so a mark comes behind
+  // it.
   std::string text() const {
-    std::array<char, 4096> chunk;
-    const ssize_t got = ::read(user, chunk.data(), chunk.size());
-    return got > 0 ? std::string(chunk.data(), static_cast<size_t>(got)) : "";
+    constexpr char kMark = '\x01';
+    if (::write(shown, &kMark, 1) != 1) return "cannot be written";
+    std::string text;
+    for (char each = 0; ::read(user, &each, 1) == 1 && each != kMark;)
+      text += each;
+    return text;
   }
 
 private:
