@@ -21,8 +21,8 @@ def build_name(config):
 
 
 def pytest_ignore_collect(collection_path, config):
-    """thermalctl runs on a workstation: the presets that watch the daemon leave it out. The parsers
-    have no threads, and their unit tests run on every processor."""
+    """thermalctl runs on a workstation: the presets that watch the daemon leave it out, or to its
+    unit tests. The parsers have no threads, and their unit tests run on every processor."""
     tool, parsers = "test_thermalctl_", ("test_configuration", "test_environment")
     without = {"asan": (tool,), "libcxx": (tool,), "coverage": (tool,),
                "tsan": (tool, *parsers), "aarch64": (tool, *parsers)}

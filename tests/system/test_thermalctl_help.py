@@ -33,18 +33,23 @@ def section_of(text, begin, end):
 
 
 @pytest.fixture
-def complete_in_bash(thermalctl, tmp_path_factory):
-    """What bash offers for the last of some words, with the tool in its PATH."""
+def tools_in_path(thermalctl, tmp_path_factory):
+    """An environment with the tool in its PATH."""
     tools = tmp_path_factory.mktemp("bin")
     (tools / "thermalctl").write_text(f'#!/bin/sh\nexec {shlex.join(thermalctl.command)} "$@"\n')
     (tools / "thermalctl").chmod(0o755)
+    return environment({"PATH": f"{tools}:{os.environ['PATH']}"})
+
+
+@pytest.fixture
+def complete_in_bash(tools_in_path):
+    """What bash offers for the last of some words."""
     script = ('source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _thermalctl; '
               'printf "%s\\n" "${COMPREPLY[@]}"')
 
     def complete(*words):
         run = subprocess.run(["bash", "-c", script, "bash", BASH, "thermalctl", *words],
-                             check=True, capture_output=True, text=True,
-                             env=environment({"PATH": f"{tools}:{os.environ['PATH']}"}))
+                             check=True, capture_output=True, text=True, env=tools_in_path)
         assert run.stderr == ""
         return run.stdout.split()
     return complete
@@ -175,29 +180,56 @@ def test_bash_knows_no_scenarios_and_no_numbers(complete_in_bash, words):
     assert complete_in_bash(*words) == []
 
 
-def zsh_branch(command):
-    """What the completion says of a command, with the lists that it shares written out."""
-    text = ZSH.read_text()
-    branch = section_of(text, f"    {command})", "    [a-z]").partition(";;")[0]
-    for name, value in re.findall(r"^  local -a (\w+)=\((.*)\)$", text, re.M):
-        branch = branch.replace(f"${name}", value)
-    return branch
+@pytest.fixture
+def offered_to_zsh(tools_in_path):
+    """What zsh is asked to offer for the last of some words, and the commands that it knows then."""
+    script = ('_arguments() { print -rl -- "$@" $commands }; compadd() { print -rl -- $rules }; '
+              'file=$1; shift; words=("$@"); CURRENT=$#; set --; source $file')
+
+    def offered(*words, then=""):
+        run = subprocess.run(["zsh", "-f", "-c", script + then, "zsh", ZSH, "thermalctl", *words],
+                             check=True, capture_output=True, text=True, env=tools_in_path)
+        assert run.stderr == ""
+        return run.stdout.splitlines()
+    return offered
 
 
 @pytest.mark.parametrize("command", COMMANDS)
-def test_zsh_completes_every_option_of_a_command(thermalctl, command):
-    offered = set(re.findall(r"--[a-z-]+", zsh_branch(command)))
-    assert offered == {option for option in options_of(thermalctl, command) if option != "-h"}
+def test_zsh_completes_every_option_of_a_command(thermalctl, offered_to_zsh, command):
+    offered = [re.match(r"(?:\(-h --help\)|\*)?(-[a-z-]+)\[\w", spec)
+               for spec in offered_to_zsh(command, "")]
+    assert sorted(option[1] for option in offered if option) == sorted(
+        options_of(thermalctl, command))
 
 
-def test_zsh_completes_the_commands_and_the_options_of_the_program(thermalctl):
-    text = section_of(ZSH.read_text(), "_thermalctl() {", "_thermalctl \"")
-    assert re.findall(r"^    '([a-z]+):", text, re.M) == list(COMMANDS)
-    assert set(re.findall(r"--[a-z]+", text)) == {
-        option for option in options_of(thermalctl) if option != "-h"}
+@pytest.mark.parametrize("command, spec", [
+    ("check", "*--conf[A configuration for it; any number]:FILE:_files"),
+    ("check", "--format[Of the results: text, json or sarif; for --explain all also markdown]"
+              ":TEXT:(text json sarif markdown)"),
+    ("check", "--nodes[Also look for every node, below ROOT (by itself: below /)]::ROOT:_files -/"),
+    ("check", "*--disable[Leave a rule out; any number]:RULE:{_thermalctl_rules}"),
+    ("check", "--explain[Print what a rule, or each of them (all), is about]"
+              ":RULE:{_thermalctl_rules; compadd all}"),
+    ("check", "--werror[Exit with status 1 on warnings, too]"),
+    ("scenario", "1:NAME:"),
+    ("scenario", "--dir[Where the daemon has its control files]:DIR:_files -/"),
+    ("scenario", "--timeout[How long to wait]:SECONDS:"),
+    ("reload", "1:FILE:_files"),
+    ("plot", "*:LOG:_files"),
+])
+def test_zsh_completes_what_an_option_takes(offered_to_zsh, command, spec):
+    assert spec in offered_to_zsh(command, "")
 
 
-@pytest.mark.skipif(not shutil.which("zsh"), reason="needs zsh")
-def test_zsh_can_read_its_completion():
-    run = subprocess.run(["zsh", "-n", ZSH], capture_output=True, text=True)
-    assert (run.returncode, run.stderr) == (0, "")
+def test_zsh_completes_the_commands_and_the_options_of_the_program(thermalctl, offered_to_zsh):
+    offered = offered_to_zsh("")
+    assert [line.partition(":")[0] for line in offered if line.partition(":")[0].isalpha()] == [
+        *COMMANDS]
+    assert "check:Tell what the daemon will do wrong with a board's two files" in offered
+    assert "--version[Print the version and exit]" in offered
+    assert "1:command:{_describe command commands}" in offered
+
+
+def test_zsh_completes_the_rules(thermalctl, offered_to_zsh):
+    rules = thermalctl("check", "--list-rules").out.splitlines()
+    assert offered_to_zsh("check", "", then="; _thermalctl_rules")[-len(rules):] == rules

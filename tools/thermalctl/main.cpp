@@ -8,9 +8,7 @@ int main(int argc, char* argv[]) {
   // The daemon's classes would log here as they do on a device.
   logEnabled = false;
   try {
-    const int ending = runCommand({checkCommand(), scenarioCommand(), reloadCommand(),
-                                   statusCommand(), simulateCommand(), plotCommand()},
-                                  argc, argv);
+    const int ending = runCommand(allCommands(), argc, argv);
     if (std::cout.flush()) return ending;
     return complain(kCouldNotRun, "cannot write the results");
   } catch (const std::exception& error) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -117,29 +116,28 @@ ExitStatus run(const Options& options) {
 }
 
 void addOptions(CommandLine& line, Options& options) {
-  line.option("--env", options.environment, "The environment file").takes("FILE");
-  line.option("--conf", options.configurations, "A configuration for it; any number").takes("FILE");
-  line.option("--format", options.format,
+  line.option("--env", &options.environment, "The environment file").takes("FILE");
+  line.option("--conf", &options.configurations, "A configuration for it; any number")
+      .takes("FILE");
+  line.option("--format", &options.format,
               "Of the results: text, json or sarif; for --explain all also markdown")
       .isOneOf({"text", "json", "sarif", "markdown"})
       .showsDefault();
-  line.flag("--werror", options.werror, "Exit with status 1 on warnings, too");
-  line.option("--disable", options.disabledRules, "Leave a rule out; any number").takes("RULE");
-  line.option("--nodes", options.nodesRoot,
+  line.flag("--werror", &options.werror, "Exit with status 1 on warnings, too");
+  line.option("--disable", &options.disabledRules, "Leave a rule out; any number").takes("RULE");
+  line.option("--nodes", &options.nodesRoot,
               "Also look for every node, below ROOT (by itself: below /)")
       .takes("[ROOT]")
       .mayStandAlone("/");
-  line.option("--explain", options.explainedRule,
+  line.option("--explain", &options.explainedRule,
               "Print what a rule, or each of them (all), is about")
       .takes("RULE");
-  line.flag("--list-rules", options.listsRules, "Print the names of the rules");
+  line.flag("--list-rules", &options.listsRules, "Print the names of the rules");
 }
 
 } // namespace
 
 Command checkCommand() {
-  const auto options = std::make_shared<Options>();
-  return {"check", "Tell what the daemon will do wrong with a board's two files", kExamples,
-          [options](CommandLine& line) { addOptions(line, *options); },
-          [options] { return run(*options); }};
+  return commandOf("check", "Tell what the daemon will do wrong with a board's two files",
+                   kExamples, addOptions, run);
 }

@@ -74,32 +74,14 @@ const CommandOption& CommandOption::takesAll() const {
   return *this;
 }
 
-CommandOption CommandLine::option(const std::string& name, std::string& value,
+CommandOption CommandLine::option(const std::string& name, OptionValue value,
                                   const std::string& help) {
-  return CommandOption(app->add_option(name, value, help));
+  return CommandOption(
+      std::visit([&](auto* one) { return app->add_option(name, *one, help); }, value));
 }
 
-CommandOption CommandLine::option(const std::string& name, std::optional<std::string>& value,
-                                  const std::string& help) {
-  return CommandOption(app->add_option(name, value, help));
-}
-
-CommandOption CommandLine::option(const std::string& name, std::vector<std::string>& value,
-                                  const std::string& help) {
-  return CommandOption(app->add_option(name, value, help));
-}
-
-CommandOption CommandLine::option(const std::string& name, double& value, const std::string& help) {
-  return CommandOption(app->add_option(name, value, help));
-}
-
-CommandOption CommandLine::option(const std::string& name, uint64_t& value,
-                                  const std::string& help) {
-  return CommandOption(app->add_option(name, value, help));
-}
-
-void CommandLine::flag(const std::string& name, bool& value, const std::string& help) {
-  app->add_flag(name, value, help);
+void CommandLine::flag(const std::string& name, bool* value, const std::string& help) {
+  app->add_flag(name, *value, help);
 }
 
 int runCommand(const std::vector<Command>& commands, int argc, char* argv[]) {

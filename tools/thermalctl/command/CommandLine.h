@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "command/ExitStatus.h"
@@ -40,6 +42,9 @@ private:
   CLI::Option* option;
 };
 
+using OptionValue = std::variant<std::string*, std::optional<std::string>*,
+                                 std::vector<std::string>*, double*, uint64_t*>;
+
 // The options of one command. Each leaves what the user gave in `value`, which must outlive the
 // command.
 //
@@ -51,14 +56,8 @@ class CommandLine {
 public:
   explicit CommandLine(CLI::App* app_) : app(app_) {}
 
-  CommandOption option(const std::string& name, std::string& value, const std::string& help);
-  CommandOption option(const std::string& name, std::optional<std::string>& value,
-                       const std::string& help);
-  CommandOption option(const std::string& name, std::vector<std::string>& value,
-                       const std::string& help);
-  CommandOption option(const std::string& name, double& value, const std::string& help);
-  CommandOption option(const std::string& name, uint64_t& value, const std::string& help);
-  void flag(const std::string& name, bool& value, const std::string& help);
+  CommandOption option(const std::string& name, OptionValue value, const std::string& help);
+  void flag(const std::string& name, bool* value, const std::string& help);
 
 private:
   CLI::App* app;
@@ -85,6 +84,15 @@ struct Command {
   std::function<void(CommandLine&)> addOptions;
   std::function<ExitStatus()> run;
 };
+
+// A command whose values are those of one `Options`.
+template <typename Options>
+Command commandOf(const char* name, const char* description, const char* examples,
+                  void (*addOptions)(CommandLine&, Options&), ExitStatus (*run)(const Options&)) {
+  const auto options = std::make_shared<Options>();
+  return {name, description, examples, [=](CommandLine& line) { addOptions(line, *options); },
+          [=] { return run(*options); }};
+}
 
 // Runs the command that the user has named, or shows help or the version. The exit status.
 int runCommand(const std::vector<Command>& commands, int argc, char* argv[]);

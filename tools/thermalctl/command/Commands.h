@@ -2,11 +2,16 @@
 
 #include "command/CommandLine.h"
 
-// What the tool can do, a source file each. The help shows them in the order in which main.cpp
-// names them.
+// What the tool can do, a source file each.
 Command checkCommand();
 Command scenarioCommand();
 Command reloadCommand();
 Command statusCommand();
 Command simulateCommand();
 Command plotCommand();
+
+// In the order in which the help shows them.
+inline std::vector<Command> allCommands() {
+  return {checkCommand(),  scenarioCommand(), reloadCommand(),
+          statusCommand(), simulateCommand(), plotCommand()};
+}

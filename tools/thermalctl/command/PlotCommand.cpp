@@ -1,5 +1,4 @@
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -107,22 +106,21 @@ ExitStatus runPlot(const Options& options) {
 }
 
 void addOptions(CommandLine& line, Options& options) {
-  line.option("LOG", options.logs,
+  line.option("LOG", &options.logs,
               "A log in one of logcat's formats, or a trace.csv of a simulated run")
       .isRequired()
       .takes("FILE");
-  line.option("--board", options.board,
+  line.option("--board", &options.board,
               "Folder with the board's *.env and *.conf files, for thresholds and levels")
       .takes("DIR");
-  line.option("--out", options.out, "Folder for trace.csv, trace.json and report.html")
+  line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
 }
 
 } // namespace
 
 Command plotCommand() {
-  const auto options = std::make_shared<Options>();
-  return {"plot", "Show what a device's log holds, laid over other logs and simulated runs",
-          kExamples, [options](CommandLine& line) { addOptions(line, *options); },
-          [options] { return runPlot(*options); }};
+  return commandOf("plot",
+                   "Show what a device's log holds, laid over other logs and simulated runs",
+                   kExamples, addOptions, runPlot);
 }

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
-#include <memory>
-#include <sstream>
+
+#include <fmt/format.h>
 
 #include "base/Names.h"
 #include "check/Inspection.h"
@@ -12,8 +12,6 @@
 #include "command/Commands.h"
 #include "command/ControlOptions.h"
 #include "control/ConfigurationRequest.h"
-#include "control/DirectoryLock.h"
-#include "control/PatientWaiting.h"
 #include "text/Characters.h"
 
 namespace {
@@ -49,19 +47,6 @@ std::vector<Finding> findingsOf(const Inspection& inspection, const std::string&
   return findings;
 }
 
-ConfigurationAnswer request(const Options& options, const ControlDirectory& directory,
-                            const std::string& content) {
-  PatientWaiting waiting(STDERR_FILENO);
-  const DirectoryLock lock(options.directory, options.timeoutTime(), waiting);
-  return requestConfiguration(directory, options.name(), content, options.timeoutTime(), waiting);
-}
-
-std::string seconds(const Options& options) {
-  std::ostringstream text;
-  text << options.timeout << " s";
-  return text.str();
-}
-
 // Whoever has asked for the scenario that was in force would like to know.
 ExitStatus tellInForce(const Options& options, const std::string& before,
                        const std::string& after) {
@@ -71,40 +56,39 @@ ExitStatus tellInForce(const Options& options, const std::string& before,
   return kFine;
 }
 
-ExitStatus explain(const Options& options, const ConfigurationAnswer& answer) {
+ExitStatus explain(const Options& options, const Answer& answer) {
   switch (answer.outcome) {
-  case ConfigurationOutcome::kRejected:
+  case Outcome::kRefused:
     return complain(kProblems, "the daemon has rejected " + options.name() +
                                    ": it cannot open it in its own config directory");
-  case ConfigurationOutcome::kOvertaken:
-    return complain(kProblems, "another writer has asked for " + answer.word + " meanwhile");
-  case ConfigurationOutcome::kPending:
-    return complain(kCouldNotRun, "an earlier request, for " + answer.word +
-                                      ", is still not done after " + seconds(options) +
-                                      ": is the daemon running?");
-  case ConfigurationOutcome::kNotTaken:
-    return complain(kCouldNotRun, "no answer within " + seconds(options) +
-                                      ": is the daemon running, and is " + options.directory +
-                                      " its directory?");
-  case ConfigurationOutcome::kNotFinished:
+  case Outcome::kPending:
     return complain(kCouldNotRun,
-                    "the daemon has taken " + options.name() + " over, but has not said " +
-                        kParsed + " within " + seconds(options) +
-                        ": it has ended, or waits for a thread of a long period (--timeout)");
-  case ConfigurationOutcome::kFailed:
-    return complain(kCouldNotRun, "cannot write " + answer.word + ": " + answer.error.message());
-  case ConfigurationOutcome::kInForce:
-    break;
+                    fmt::format("an earlier request, for {}, is still not done after {:g} s: is "
+                                "the daemon running?",
+                                answer.word, options.timeout));
+  case Outcome::kNoAnswer:
+    return complain(kCouldNotRun,
+                    fmt::format("no answer within {:g} s: is the daemon running, and is {} its "
+                                "directory?",
+                                options.timeout, options.directory));
+  case Outcome::kNotFinished:
+    return complain(kCouldNotRun,
+                    fmt::format("the daemon has taken {} over, but has not said {} within {:g} s: "
+                                "it has ended, or waits for a thread of a long period (--timeout)",
+                                options.name(), kParsed, options.timeout));
+  default:
+    return explainFailure(answer);
   }
-  return kFine;
 }
 
 ExitStatus reload(const Options& options, const std::string& content, bool endsTheDaemon) {
   const ControlDirectory directory(options.directory);
   const ControlFile scenario(directory.scenarioFile);
   const std::string before = scenario.word().value_or("");
-  const ConfigurationAnswer answer = request(options, directory, content);
-  if (answer.outcome != ConfigurationOutcome::kInForce) return explain(options, answer);
+  const Answer answer = askInTurn(options, [&](Waiting& waiting) {
+    return requestConfiguration(directory, options.name(), content, options.timeoutTime(), waiting);
+  });
+  if (answer.outcome != Outcome::kInForce) return explain(options, answer);
   // A daemon that starts writes the word of the answer, too.
   if (endsTheDaemon)
     return complain(kCouldNotRun, "the daemon must have ended on " + options.name() +
@@ -136,12 +120,12 @@ ExitStatus run(const Options& options) {
 }
 
 void addOptions(CommandLine& line, Options& options) {
-  line.option("FILE", options.file, "The configuration").takes("").isRequired();
+  line.option("FILE", &options.file, "The configuration").takes("").isRequired();
   addDirectoryOption(line, options);
-  line.option("--env", options.environment, "The environment file of the running daemon")
+  line.option("--env", &options.environment, "The environment file of the running daemon")
       .takes("FILE")
       .showsDefault();
-  line.flag("--force", options.force,
+  line.flag("--force", &options.force,
             "Ask for the file in spite of errors; they may end the daemon");
   addTimeoutOption(line, options, "How long to wait for each step");
 }
@@ -149,8 +133,6 @@ void addOptions(CommandLine& line, Options& options) {
 } // namespace
 
 Command reloadCommand() {
-  const auto options = std::make_shared<Options>();
-  return {"reload", "Check a configuration, put it in force, and wait until it is", kExamples,
-          [options](CommandLine& line) { addOptions(line, *options); },
-          [options] { return run(*options); }};
+  return commandOf("reload", "Check a configuration, put it in force, and wait until it is",
+                   kExamples, addOptions, run);
 }

@@ -1,13 +1,9 @@
-#include <unistd.h>
-
 #include <iostream>
-#include <memory>
-#include <sstream>
+
+#include <fmt/format.h>
 
 #include "command/Commands.h"
 #include "command/ControlOptions.h"
-#include "control/DirectoryLock.h"
-#include "control/PatientWaiting.h"
 #include "control/ScenarioRequest.h"
 #include "text/Characters.h"
 
@@ -29,43 +25,32 @@ constexpr char kExamples[] =
     "Exit status: 0 the scenario is in force, 1 the daemon has refused it or another writer has\n"
     "asked for another one meanwhile, 2 no answer, or the file could not be written.";
 
-ScenarioAnswer ask(const Options& options, ControlFile& file) {
-  PatientWaiting waiting(STDERR_FILENO);
-  const DirectoryLock lock(options.directory, options.timeoutTime(), waiting);
-  return askForScenario(file, options.name, options.timeoutTime(), waiting);
-}
-
-std::string noAnswer(const Options& options) {
-  std::ostringstream text;
-  text << "no answer within " << options.timeout << " s: is the daemon running, is "
-       << options.directory << " its directory, and may it write there?";
-  return text.str();
-}
-
 ExitStatus run(const Options& options) {
   if (!isOneWord(options.name))
     return complain(kCouldNotRun, "no scenario can be called '" + options.name + "'");
   ControlFile file(ControlDirectory(options.directory).scenarioFile);
-  const ScenarioAnswer answer = ask(options, file);
+  const Answer answer = askInTurn(options, [&](Waiting& waiting) {
+    return askForScenario(file, options.name, options.timeoutTime(), waiting);
+  });
   switch (answer.outcome) {
-  case ScenarioOutcome::kInForce:
+  case Outcome::kInForce:
     std::cout << visible(options.name) << " is in force\n";
     return kFine;
-  case ScenarioOutcome::kRefused:
+  case Outcome::kRefused:
     return complain(kProblems, "the configuration has no scenario '" + options.name + "'; " +
                                    answer.word + " stays in force");
-  case ScenarioOutcome::kOvertaken:
-    return complain(kProblems, "another writer has asked for " + answer.word + " meanwhile");
-  case ScenarioOutcome::kNotWritten:
-    return complain(kCouldNotRun, "cannot write " + file.path + ": " + answer.error.message());
-  case ScenarioOutcome::kNoAnswer:
-    break;
+  case Outcome::kNoAnswer:
+    return complain(kCouldNotRun,
+                    fmt::format("no answer within {:g} s: is the daemon running, is {} its "
+                                "directory, and may it write there?",
+                                options.timeout, options.directory));
+  default:
+    return explainFailure(answer);
   }
-  return complain(kCouldNotRun, noAnswer(options));
 }
 
 void addOptions(CommandLine& line, Options& options) {
-  line.option("NAME", options.name, "The scenario").takes("").isRequired();
+  line.option("NAME", &options.name, "The scenario").takes("").isRequired();
   addDirectoryOption(line, options);
   addTimeoutOption(line, options, "How long to wait");
 }
@@ -73,8 +58,6 @@ void addOptions(CommandLine& line, Options& options) {
 } // namespace
 
 Command scenarioCommand() {
-  const auto options = std::make_shared<Options>();
-  return {"scenario", "Put a scenario in force, and wait until it is", kExamples,
-          [options](CommandLine& line) { addOptions(line, *options); },
-          [options] { return run(*options); }};
+  return commandOf("scenario", "Put a scenario in force, and wait until it is", kExamples,
+                   addOptions, run);
 }

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +12,9 @@
 #include "command/Commands.h"
 #include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
-#include "simulate/Duration.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
+#include "simulate/Numbers.h"
 #include "terminal/ProgressLine.h"
 #include "text/Characters.h"
 #include "text/Phrases.h"
@@ -169,37 +168,36 @@ ExitStatus runSimulation(const Options& options) {
 }
 
 void addOptions(CommandLine& line, Options& options) {
-  line.option("--board", options.board,
+  line.option("--board", &options.board,
               "Folder with talmor-thermal.env, talmor-thermal.conf, plant.toml and "
               "workloads/, for what is not named otherwise")
       .takes("DIR");
-  line.option("--env", options.environment, "Environment file").takes("FILE");
-  line.option("--conf", options.configurations,
+  line.option("--env", &options.environment, "Environment file").takes("FILE");
+  line.option("--conf", &options.configurations,
               "Configuration file; several are run one after the other and compared")
       .takes("FILE")
       .takesAll();
-  line.option("--plant", options.plant, "Thermal model of the device").takes("FILE");
-  line.option("--workload", options.workload,
+  line.option("--plant", &options.plant, "Thermal model of the device").takes("FILE");
+  line.option("--workload", &options.workload,
               "What the device does: a file, or the name of one in the board's workloads/")
       .takes("FILE")
       .isRequired();
-  line.option("--duration", options.duration, "Time to run, such as 90s, 15m or 1h")
+  line.option("--duration", &options.duration, "Time to run, such as 90s, 15m or 1h")
       .showsDefault()
       .takes("TIME");
-  line.option("--out", options.out, "Folder for trace.csv, trace.json and report.html")
+  line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
-  line.option("--limit", options.limits,
+  line.option("--limit", &options.limits,
               "Temperature that a sensor must not pass; if one does, the exit status is 1")
       .takes("SENSOR=MILLIDEGREES")
       .takesAll();
-  line.option("--seed", options.seed, "Of the sensors' noise").showsDefault();
+  line.option("--seed", &options.seed, "Of the sensors' noise").showsDefault();
 }
 
 } // namespace
 
 Command simulateCommand() {
-  const auto options = std::make_shared<Options>();
-  return {"simulate", "Run configurations against a thermal model of the device, in virtual time",
-          kExamples, [options](CommandLine& line) { addOptions(line, *options); },
-          [options] { return runSimulation(*options); }};
+  return commandOf("simulate",
+                   "Run configurations against a thermal model of the device, in virtual time",
+                   kExamples, addOptions, runSimulation);
 }

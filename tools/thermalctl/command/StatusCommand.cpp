@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <iostream>
 #include <limits>
-#include <memory>
 
 #include "base/Names.h"
 #include "base/TextReader.h"
@@ -72,17 +71,15 @@ ExitStatus run(const Options& options) {
 
 void addOptions(CommandLine& line, Options& options) {
   addDirectoryOption(line, options);
-  line.option("--env", options.environment, "The environment file of the running daemon")
+  line.option("--env", &options.environment, "The environment file of the running daemon")
       .takes("FILE")
       .showsDefault();
-  line.flag("--watch", options.watch, "Draw the table anew each second, until q is pressed");
+  line.flag("--watch", &options.watch, "Draw the table anew each second, until q is pressed");
 }
 
 } // namespace
 
 Command statusCommand() {
-  const auto options = std::make_shared<Options>();
-  return {"status", "Show the scenario, the pending request, and every node's value", kExamples,
-          [options](CommandLine& line) { addOptions(line, *options); },
-          [options] { return run(*options); }};
+  return commandOf("status", "Show the scenario, the pending request, and every node's value",
+                   kExamples, addOptions, run);
 }

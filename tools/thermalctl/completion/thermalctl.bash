@@ -1,4 +1,4 @@
-# Completion of thermalctl for bash.
+# Completion of thermalctl for bash. What there is to complete, the help of each command tells.
 
 _thermalctl_words() {
   mapfile -t COMPREPLY < <(compgen -W "$1" -- "$2")
@@ -10,45 +10,38 @@ _thermalctl_paths() {
   compopt -o filenames 2>/dev/null || true
 }
 
-_thermalctl_rules() {
-  thermalctl check --list-rules 2>/dev/null
+# The entries of a section, such as "--env FILE": words that are not two spaces apart.
+_thermalctl_entries() {
+  sed -En "/^$1:\$/,/^\$/s/^  ([^ ]+( [^ ]+)*).*/\1/p" <<<"$help"
 }
 
-# The value of the option before it.
-_thermalctl_value() {
-  case $1 in
-    --env | --conf | --plant | --workload) _thermalctl_paths -f "$2" ;;
-    --dir | --nodes | --board | --out) _thermalctl_paths -d "$2" ;;
-    --format) _thermalctl_words 'text json sarif markdown' "$2" ;;
-    --disable) _thermalctl_words "$(_thermalctl_rules)" "$2" ;;
-    --explain) _thermalctl_words "all $(_thermalctl_rules)" "$2" ;;
-    --timeout | --duration | --limit | --seed) COMPREPLY=() ;;
-    *) return 1 ;;
-  esac
-}
-
-_thermalctl_options() {
-  case $1 in
-    check) echo '--env --conf --format --werror --disable --nodes --explain --list-rules --help -h' ;;
-    scenario) echo '--dir --timeout --help -h' ;;
-    reload) echo '--dir --env --force --timeout --help -h' ;;
-    status) echo '--dir --env --watch --help -h' ;;
-    simulate)
-      echo '--board --env --conf --plant --workload --duration --out --limit --seed --help -h'
-      ;;
-    plot) echo '--board --out --help -h' ;;
-    *) echo '--version --help -h' ;;
-  esac
+# What an option takes, if it takes anything.
+_thermalctl_value_of() {
+  local name value
+  while read -r name value; do
+    [[ $name != "$1" ]] || echo "$value"
+  done < <(_thermalctl_entries Options)
 }
 
 _thermalctl() {
-  local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} help options value all=
+  help=$("${COMP_WORDS[0]}" "${COMP_WORDS[@]:1:COMP_CWORD>1}" --help 2>/dev/null)
+  options=$(_thermalctl_entries Options | sed 's/ .*//; s/,/ /')
+  value=$(_thermalctl_value_of "$before")
   if ((COMP_CWORD == 1)); then
-    _thermalctl_words "check scenario reload status simulate plot $(_thermalctl_options)" "$word"
+    _thermalctl_words "$(_thermalctl_entries Commands) $options" "$word"
   elif [[ $word == -* ]]; then
-    _thermalctl_words "$(_thermalctl_options "$command")" "$word"
-  elif ! _thermalctl_value "${COMP_WORDS[COMP_CWORD - 1]}" "$word" && [[ $command == @(reload|plot) ]]; then
-    _thermalctl_paths -f "$word"
+    _thermalctl_words "$options" "$word"
+  else
+    case ${value:-$(_thermalctl_entries Positionals)} in
+      *FILE*) _thermalctl_paths -f "$word" ;;
+      DIR* | '[ROOT]'*) _thermalctl_paths -d "$word" ;;
+      TEXT:*) _thermalctl_words "$(sed -E 's/.*\{(.*)\}.*/\1/; s/,/ /g' <<<"$value")" "$word" ;;
+      RULE*)
+        [[ $before != --explain ]] || all=all
+        _thermalctl_words "$all $("${COMP_WORDS[0]}" check --list-rules 2>/dev/null)" "$word"
+        ;;
+    esac
   fi
 }
 

@@ -5,8 +5,6 @@
 
 namespace {
 
-using Outcome = ConfigurationOutcome;
-
 class ConfigurationRequest {
 public:
   ConfigurationRequest(const ControlDirectory& directory, const std::string& name_,
@@ -14,39 +12,40 @@ public:
       : request(directory.requestFile), name(name_), path(directory.configurations + name),
         timeout(timeout_), waiting(waiting_) {}
 
-  ConfigurationAnswer run(const std::string& content) {
+  Answer run(const std::string& content) {
     waiting.stage("waiting for an earlier request");
     // The daemon ends a swap by writing its answer over whatever the file holds: a request that is
     // put there meanwhile would be lost and look answered.
-    if (!within([this] { return nothingIsPending(); })) return {Outcome::kPending, word, {}};
-    if (const auto error = replaceFile(path, content).error) return {Outcome::kFailed, path, error};
+    if (!within([this] { return nothingIsPending(); })) return {Outcome::kPending, word};
+    if (const auto error = replaceFile(path, content).error)
+      return {Outcome::kNotWritten, path, error};
     // Behind the replacement, which makes another file of it, and before the daemon hears of it.
     OpenWatch watch(path);
-    if (watch.error()) return {Outcome::kFailed, path, watch.error()};
-    if (const auto error = request.ask(name)) return {Outcome::kFailed, request.path, error};
+    if (watch.error()) return {Outcome::kNotWritten, path, watch.error()};
+    if (const auto error = request.ask(name)) return {Outcome::kNotWritten, request.path, error};
     return follow(watch);
   }
 
 private:
-  ConfigurationAnswer follow(OpenWatch& watch) {
+  Answer follow(OpenWatch& watch) {
     waiting.stage("asking for " + name);
     const bool seen = within([&] { return isAnswered() || isOvertaken() || watch.isOpened(); });
     // In this order: the daemon opens the file before it answers.
     if (watch.isOpened()) return awaitAnswer();
     if (!seen) return withdraw();
-    return {isAnswered() ? Outcome::kRejected : Outcome::kOvertaken, word, {}};
+    return {isAnswered() ? Outcome::kRefused : Outcome::kOvertaken, word};
   }
 
-  ConfigurationAnswer awaitAnswer() {
+  Answer awaitAnswer() {
     waiting.stage("waiting for " + name + " to be in force");
     const bool answered = within([this] { return isAnswered(); });
-    return {answered ? Outcome::kInForce : Outcome::kNotFinished, "", {}};
+    return {answered ? Outcome::kInForce : Outcome::kNotFinished};
   }
 
   // The next one to ask shall not wait for what nobody reads.
-  ConfigurationAnswer withdraw() {
+  Answer withdraw() {
     if (!request.isReplaced()) request.ask(kParsed);
-    return {Outcome::kNotTaken, "", {}};
+    return {Outcome::kNoAnswer};
   }
 
   bool nothingIsPending() {
@@ -78,8 +77,8 @@ private:
 
 } // namespace
 
-ConfigurationAnswer requestConfiguration(const ControlDirectory& directory, const std::string& name,
-                                         const std::string& content,
-                                         std::chrono::milliseconds timeout, Waiting& waiting) {
+Answer requestConfiguration(const ControlDirectory& directory, const std::string& name,
+                            const std::string& content, std::chrono::milliseconds timeout,
+                            Waiting& waiting) {
   return ConfigurationRequest(directory, name, timeout, waiting).run(content);
 }

@@ -21,43 +21,44 @@ public:
                   Waiting& waiting_)
       : file(file_), name(name_), waiting(waiting_), limit(waiting.now() + timeout) {}
 
-  ScenarioAnswer run() {
+  Answer run() {
     while (waiting.now() < limit) {
       if (const auto answer = ask()) return *answer;
       if (const auto answer = askWhatIsInForce()) return *answer;
     }
     // Not the question, should the daemon only be slow.
-    return {ScenarioOutcome::kNoAnswer, "", file.ask(name)};
+    return {Outcome::kNoAnswer, "", file.ask(name)};
   }
 
 private:
   // An answer when the name is refused, nothing when it stands.
-  std::optional<ScenarioAnswer> ask() {
+  std::optional<Answer> ask() {
     waiting.stage("asking for " + name);
     // The first time the daemon may have had its answer to an earlier word under way.
     for (const bool isLastTime : {false, true}) {
-      if (const auto error = file.ask(name)) return ScenarioAnswer{kNotWritten, "", error};
+      if (const auto error = file.ask(name)) return Answer{Outcome::kNotWritten, file.path, error};
       const auto kept = wordInPlaceOf(name, std::min(limit, waiting.now() + look));
       // Another asker's question leaves the name unread; another round will tell.
       if (!kept || *kept == kQuestion) return std::nullopt;
-      if (file.isReplaced()) return ScenarioAnswer{ScenarioOutcome::kOvertaken, *kept, {}};
-      if (isLastTime) return ScenarioAnswer{ScenarioOutcome::kRefused, *kept, {}};
+      if (file.isReplaced()) return Answer{Outcome::kOvertaken, *kept};
+      if (isLastTime) return Answer{Outcome::kRefused, *kept};
     }
     return std::nullopt;
   }
 
   // An answer when it is the name, or when someone else has asked for another.
-  std::optional<ScenarioAnswer> askWhatIsInForce() {
+  std::optional<Answer> askWhatIsInForce() {
     waiting.stage("waiting for the switch to " + name);
-    if (const auto error = file.ask(kQuestion)) return ScenarioAnswer{kNotWritten, "", error};
+    if (const auto error = file.ask(kQuestion))
+      return Answer{Outcome::kNotWritten, file.path, error};
     const auto inForce = wordInPlaceOf(kQuestion, limit);
     if (!inForce) return std::nullopt;
     const bool byDaemon = !file.isReplaced();
     // Should the daemon have been too slow to see the name, it shall have more time.
     if (byDaemon) look *= 2;
     const bool isAskedFor = *inForce == name;
-    if (byDaemon && isAskedFor) return ScenarioAnswer{ScenarioOutcome::kInForce, name, {}};
-    if (!byDaemon && !isAskedFor) return ScenarioAnswer{ScenarioOutcome::kOvertaken, *inForce, {}};
+    if (byDaemon && isAskedFor) return Answer{Outcome::kInForce, name};
+    if (!byDaemon && !isAskedFor) return Answer{Outcome::kOvertaken, *inForce};
     return std::nullopt;
   }
 
@@ -72,8 +73,6 @@ private:
     return came ? word : std::nullopt;
   }
 
-  static constexpr ScenarioOutcome kNotWritten = ScenarioOutcome::kNotWritten;
-
   ControlFile& file;
   const std::string& name;
   Waiting& waiting;
@@ -83,7 +82,7 @@ private:
 
 } // namespace
 
-ScenarioAnswer askForScenario(ControlFile& file, const std::string& name,
-                              std::chrono::milliseconds timeout, Waiting& waiting) {
+Answer askForScenario(ControlFile& file, const std::string& name, std::chrono::milliseconds timeout,
+                      Waiting& waiting) {
   return ScenarioRequest(file, name, timeout, waiting).run();
 }

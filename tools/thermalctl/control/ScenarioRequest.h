@@ -2,29 +2,10 @@
 
 #include <chrono>
 #include <string>
-#include <system_error>
 
+#include "control/Answer.h"
 #include "control/ControlFile.h"
 #include "control/Waiting.h"
-
-enum class ScenarioOutcome {
-  kInForce,
-  kRefused,   // the daemon keeps to `word`
-  kOvertaken, // another writer has asked for `word` meanwhile
-  kNoAnswer,
-  kNotWritten, // see `error`
-};
-
-// How a request for a scenario ended.
-//
-// Shape:  `word` is the scenario in force, for kRefused and kInForce, or the other writer's, for
-//         kOvertaken.
-// Errors: `error` is set for kNotWritten, and for kNoAnswer if the last writing failed.
-struct ScenarioAnswer {
-  ScenarioOutcome outcome;
-  std::string word;
-  std::error_code error;
-};
 
 // Asks the daemon for a scenario and waits until it is in force or refused.
 //
@@ -36,5 +17,5 @@ struct ScenarioAnswer {
 //          is only slow.
 // Threads: blocks the caller, by `waiting`, for `timeout` at most. Two askers at a time would take
 //          each other's answers for their own: hold a DirectoryLock.
-ScenarioAnswer askForScenario(ControlFile& file, const std::string& name,
-                              std::chrono::milliseconds timeout, Waiting& waiting);
+Answer askForScenario(ControlFile& file, const std::string& name, std::chrono::milliseconds timeout,
+                      Waiting& waiting);

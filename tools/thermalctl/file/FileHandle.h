@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 // Owns an open file, or none.
@@ -26,3 +29,13 @@ public:
 private:
   int fd;
 };
+
+// Writes all of it, in as many parts as the system takes.
+inline std::error_code writeAll(int fd, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t written = ::write(fd, content.data(), content.size());
+    if (written < 0 && errno != EINTR) return {errno, std::generic_category()};
+    if (written > 0) content.remove_prefix(static_cast<size_t>(written));
+  }
+  return {};
+}

@@ -18,12 +18,8 @@ std::error_code outcome(int result) {
   return result == 0 ? std::error_code() : std::error_code(errno, std::generic_category());
 }
 
-std::error_code writeAll(int fd, const std::string& content) {
-  for (size_t done = 0; done < content.size();) {
-    const ssize_t written = ::write(fd, content.data() + done, content.size() - done);
-    if (written < 0 && errno != EINTR) return outcome(-1);
-    if (written > 0) done += static_cast<size_t>(written);
-  }
+std::error_code writeToDisk(int fd, const std::string& content) {
+  if (const auto error = writeAll(fd, content)) return error;
   // Without this a power cut may leave the new name with nothing in it.
   return outcome(::fsync(fd));
 }
@@ -51,7 +47,7 @@ Replacement replaceFile(const std::string& path, const std::string& content) {
   std::string name = besides(path);
   FileHandle file(::mkostemp(name.data(), O_CLOEXEC));
   if (!file) return {FileHandle(), outcome(-1)};
-  std::error_code error = writeAll(file.get(), content);
+  std::error_code error = writeToDisk(file.get(), content);
   if (!error) error = takeOverRights(file.get(), path);
   if (!error) error = outcome(::rename(name.c_str(), path.c_str()));
   if (!error) return {std::move(file), error};

@@ -8,7 +8,6 @@
 
 #include "log/Cast.h"
 #include "trace/CsvFormat.h"
-#include "trace/NullSink.h"
 
 namespace {
 
@@ -153,7 +152,7 @@ CsvCounts playCsv(const std::string& text, const std::string& prefix, const Boar
   for (const Run& run : runsOf(text)) {
     Cast cast(run.name, board);
     // The first pass finds who takes part, which a sink is told before any event.
-    NullSink nothing;
+    TraceSink nothing;
     CsvCounts again;
     replay(run, cast, board, nothing, again);
     TraceDescription description = cast.description();

@@ -3,7 +3,6 @@
 #include "base/Names.h"
 #include "log/Cast.h"
 #include "log/LogReplay.h"
-#include "trace/NullSink.h"
 
 namespace {
 
@@ -47,7 +46,7 @@ LogReader::Counts playLog(const std::string& text, const std::string& name,
     for (const BoardFolder::ConfigurationTracks& configuration : board->configurations())
       cast.addConfiguration(configuration, configuration.name);
   }
-  NullSink nothing;
+  TraceSink nothing;
   LogReader first(text, periods);
   replay(first, scenario, board, cast, nothing);
   // A run that holds nothing would only be an empty column beside the others.

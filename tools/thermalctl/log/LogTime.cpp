@@ -1,6 +1,6 @@
 #include "log/LogTime.h"
 
-#include <array>
+#include <date/date.h>
 
 namespace {
 
@@ -8,6 +8,7 @@ constexpr int64_t kSecond = 1000; // milliseconds
 constexpr int64_t kDay = 86400 * kSecond;
 // A common one, since a year that is not written is taken for one.
 constexpr int64_t kYear = 365 * kDay;
+constexpr int kCommonYear = 2001;
 // Threads write their lines a little out of order.
 constexpr int64_t kDisorder = kSecond;
 // Nobody keeps a log that is silent for so long: the clock was set.
@@ -28,28 +29,12 @@ int64_t digits(std::string_view text, size_t at, size_t count) {
   return number;
 }
 
-bool isLeap(int64_t year) {
-  return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-}
-
-// Days from the start of year 1 to that of `year`; none without a year.
-int64_t daysBefore(int64_t year) {
-  const int64_t past = year - 1;
-  return past * 365 + past / 4 - past / 100 + past / 400;
-}
-
-int64_t dayOfYear(int64_t month, int64_t day, bool leap) {
-  static constexpr std::array<int64_t, 12> kDaysBefore = {0,   31,  59,  90,  120, 151,
-                                                          181, 212, 243, 273, 304, 334};
-  return kDaysBefore[static_cast<size_t>(month - 1)] + day - 1 + (leap && month > 2 ? 1 : 0);
-}
-
 // The first three digits behind the point.
 int64_t milliseconds(std::string_view text, size_t at) {
   return at < text.size() && text[at] == '.' ? digits(text, at + 1, 3) : -1;
 }
 
-// "MM-DD hh:mm:ss.fff"; year 0 is none.
+// "MM-DD hh:mm:ss.fff"
 std::optional<int64_t> parseDate(std::string_view text, int64_t year) {
   if (text.size() < 18 || text[2] != '-' || text[5] != ' ' || text[8] != ':' || text[11] != ':')
     return std::nullopt;
@@ -61,11 +46,10 @@ std::optional<int64_t> parseDate(std::string_view text, int64_t year) {
   const int64_t fraction = milliseconds(text, 14);
   if (month < 1 || month > 12 || day < 1 || hour < 0 || minute < 0 || second < 0 || fraction < 0)
     return std::nullopt;
-  // Without a year the 29th of February falls together with the 1st of March. Counted as a day of
-  // its own it would put a day that never was into every common year.
-  const int64_t days = year == 0 ? dayOfYear(month, day, false)
-                                 : daysBefore(year) + dayOfYear(month, day, isLeap(year));
-  return days * kDay + ((hour * 60 + minute) * 60 + second) * kSecond + fraction;
+  const date::sys_days midnight =
+      date::year(static_cast<int>(year)) / static_cast<int>(month) / static_cast<int>(day);
+  return midnight.time_since_epoch().count() * kDay +
+         ((hour * 60 + minute) * 60 + second) * kSecond + fraction;
 }
 
 // "123.456"
@@ -87,7 +71,9 @@ std::optional<int64_t> parseTime(std::string_view line) {
   const size_t start = line.find_first_not_of(' ');
   if (start == std::string_view::npos) return std::nullopt;
   line.remove_prefix(start);
-  if (line.size() > 2 && line[2] == '-') return parseDate(line, 0);
+  // Without a year the 29th of February falls together with the 1st of March. Counted as a day of
+  // its own it would put a day that never was into every common year.
+  if (line.size() > 2 && line[2] == '-') return parseDate(line, kCommonYear);
   if (line.size() > 4 && line[4] == '-') {
     const int64_t year = digits(line, 0, 4);
     return year < 1 ? std::nullopt : parseDate(line.substr(5), year);

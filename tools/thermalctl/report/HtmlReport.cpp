@@ -7,22 +7,14 @@
 
 #include "report/Page.h"
 
+NLOHMANN_JSON_SERIALIZE_ENUM(SensorTrack::Kind, {{SensorTrack::Kind::kReal, "real"},
+                                                 {SensorTrack::Kind::kVirtual, "virtual"},
+                                                 {SensorTrack::Kind::kPlantNode, "plant"}})
+
 namespace {
 
 // Keeps the order in which members are added.
 using Json = nlohmann::ordered_json;
-
-const char* kindOf(const SensorTrack& sensor) {
-  switch (sensor.kind) {
-  case SensorTrack::Kind::kReal:
-    return "real";
-  case SensorTrack::Kind::kVirtual:
-    return "virtual";
-  case SensorTrack::Kind::kPlantNode:
-    return "plant";
-  }
-  return "";
-}
 
 template <typename T> Json orNull(const std::optional<T>& value) {
   return value ? Json(*value) : Json(nullptr);
@@ -30,7 +22,7 @@ template <typename T> Json orNull(const std::optional<T>& value) {
 
 Json describe(const SensorTrack& sensor) {
   return {{"name", sensor.name},
-          {"kind", kindOf(sensor)},
+          {"kind", sensor.kind},
           {"period", orNull(sensor.period)},
           {"limit", orNull(sensor.limit)}};
 }
@@ -65,38 +57,25 @@ Json describeAll(const std::vector<Track>& tracks, const std::vector<Series>& co
   return all;
 }
 
-// Fit to stand inside a script element, which the text could otherwise end. A "<" is in strings
-// alone, where the escape means the same.
-std::string escapedForScript(const std::string& json) {
-  std::string escaped;
-  for (const char character : json) {
-    if (character == '<')
-      escaped += "\\u003c";
+std::string replaced(const std::string& text, char character, const char* sign) {
+  std::string result;
+  for (const char each : text) {
+    if (each == character)
+      result += sign;
     else
-      escaped += character;
+      result += each;
   }
-  return escaped;
+  return result;
 }
 
 std::string dumped(const Json& json) {
-  return escapedForScript(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+  // Inside a script element, which a text could otherwise end. A "<" is in strings alone, where the
+  // escape means the same.
+  return replaced(json.dump(-1, ' ', false, Json::error_handler_t::replace), '<', "\\u003c");
 }
 
 std::string escapedForHtml(const std::string& text) {
-  std::string escaped;
-  for (const char character : text) {
-    switch (character) {
-    case '<':
-      escaped += "&lt;";
-      break;
-    case '&':
-      escaped += "&amp;";
-      break;
-    default:
-      escaped += character;
-    }
-  }
-  return escaped;
+  return replaced(replaced(text, '&', "&amp;"), '<', "&lt;");
 }
 
 } // namespace

@@ -17,7 +17,7 @@ std::optional<std::string> RunReport::writeTo(const std::filesystem::path& direc
   std::error_code error;
   std::filesystem::create_directories(directory, error);
   files = std::make_unique<Files>(directory, title);
-  if (const auto failure = firstFailure()) return failure;
+  if (auto failure = firstFailure()) return failure;
   sinks.insert(sinks.end(), {&files->csv, &files->events, &files->html});
   return std::nullopt;
 }
@@ -40,39 +40,4 @@ std::optional<std::string> RunReport::firstFailure() const {
     if (!file) return (files->directory / name).string() + ": cannot be written";
   }
   return std::nullopt;
-}
-
-void RunReport::begin(const TraceDescription& run) {
-  for (TraceSink* sink : sinks)
-    sink->begin(run);
-}
-
-void RunReport::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  for (TraceSink* sink : sinks)
-    sink->temperature(time, sensor, millidegrees);
-}
-
-void RunReport::level(int64_t time, size_t device, int32_t level, const std::string& entry) {
-  for (TraceSink* sink : sinks)
-    sink->level(time, device, level, entry);
-}
-
-void RunReport::algorithm(int64_t time, size_t algorithm, int32_t level) {
-  for (TraceSink* sink : sinks)
-    sink->algorithm(time, algorithm, level);
-}
-
-void RunReport::scenario(int64_t time, const std::string& name) {
-  for (TraceSink* sink : sinks)
-    sink->scenario(time, name);
-}
-
-void RunReport::configuration(int64_t time, const std::string& name) {
-  for (TraceSink* sink : sinks)
-    sink->configuration(time, name);
-}
-
-void RunReport::end(int64_t time, const std::vector<Performance>& performance) {
-  for (TraceSink* sink : sinks)
-    sink->end(time, performance);
 }

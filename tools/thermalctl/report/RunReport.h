@@ -29,13 +29,25 @@ public:
 
   const Summary& summary() const { return figures; }
 
-  void begin(const TraceDescription& run) override;
-  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
-  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
-  void algorithm(int64_t time, size_t algorithm, int32_t level) override;
-  void scenario(int64_t time, const std::string& name) override;
-  void configuration(int64_t time, const std::string& name) override;
-  void end(int64_t time, const std::vector<Performance>& performance) override;
+  void begin(const TraceDescription& run) override { pass(&TraceSink::begin, run); }
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override {
+    pass(&TraceSink::temperature, time, sensor, millidegrees);
+  }
+  void level(int64_t time, size_t device, int32_t level, const std::string& entry) override {
+    pass(&TraceSink::level, time, device, level, entry);
+  }
+  void algorithm(int64_t time, size_t algorithm, int32_t level) override {
+    pass(&TraceSink::algorithm, time, algorithm, level);
+  }
+  void scenario(int64_t time, const std::string& name) override {
+    pass(&TraceSink::scenario, time, name);
+  }
+  void configuration(int64_t time, const std::string& name) override {
+    pass(&TraceSink::configuration, time, name);
+  }
+  void end(int64_t time, const std::vector<Performance>& performance) override {
+    pass(&TraceSink::end, time, performance);
+  }
 
 private:
   struct Files {
@@ -50,6 +62,11 @@ private:
     HtmlReport html;
   };
 
+  template <typename... Parameters, typename... Arguments>
+  void pass(void (TraceSink::*event)(Parameters...), const Arguments&... arguments) {
+    for (TraceSink* sink : sinks)
+      (sink->*event)(arguments...);
+  }
   std::optional<std::string> firstFailure() const;
 
   Summary figures;

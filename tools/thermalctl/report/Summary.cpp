@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include "report/Table.h"
+#include "text/Columns.h"
 #include "text/Phrases.h"
 
 namespace {
@@ -24,6 +24,9 @@ bool same(const SensorTrack& a, const SensorTrack& b) {
 }
 bool same(const DeviceTrack& a, const DeviceTrack& b) {
   return a.name == b.name;
+}
+bool same(const std::string& a, const std::string& b) {
+  return a == b;
 }
 
 // One of each, in the order of their first appearance.
@@ -136,46 +139,45 @@ bool Summary::passedALimit() const {
 }
 
 void Summary::print(std::ostream& out) const {
-  std::vector<std::string> names;
-  std::vector<std::string> durations;
+  Rows rows = {{"", ""}, {"run", "duration, h:mm:ss"}};
   std::vector<SensorTrack> sensors;
   std::vector<DeviceTrack> devices;
   std::vector<std::string> sources;
   for (const Run& run : runs) {
-    names.push_back(run.description.name);
-    durations.push_back(clock(run.duration));
+    rows[0].push_back(run.description.name);
+    rows[1].push_back(clock(run.duration));
     collect(run.description.sensors, sensors);
     collect(run.description.devices, devices);
     for (const Performance& performance : run.performance) {
-      if (performance.demanded == 0) continue;
-      if (std::find(sources.begin(), sources.end(), performance.source) == sources.end())
-        sources.push_back(performance.source);
+      if (performance.demanded != 0) collect({performance.source}, sources);
     }
   }
-  Table table(names);
-  table.addRow("run", "duration, h:mm:ss", durations);
   for (const SensorTrack& sensor : sensors)
-    addSensor(sensor, table);
+    addSensor(sensor, rows);
   for (const DeviceTrack& device : devices)
-    addDevice(device, table);
+    addDevice(device, rows);
   for (const std::string& source : sources)
-    addPerformance(source, table);
-  table.print(out);
+    addPerformance(source, rows);
+  // A group's name stands in its first row alone.
+  for (size_t i = rows.size() - 1; i > 0; --i) {
+    if (rows[i][0] == rows[i - 1][0]) rows[i][0].clear();
+  }
+  for (const std::string& line : inColumns(rows, 2))
+    out << line << '\n';
 }
 
 template <typename Cell>
-void Summary::addRow(const std::string& group, const std::string& label, Table& table,
+void Summary::addRow(const std::string& group, const std::string& label, Rows& rows,
                      Cell cell) const {
-  std::vector<std::string> cells;
+  rows.push_back({group, label});
   for (const Run& run : runs)
-    cells.push_back(cell(run));
-  table.addRow(group, label, cells);
+    rows.back().push_back(cell(run));
 }
 
-void Summary::addSensor(const SensorTrack& sensor, Table& table) const {
+void Summary::addSensor(const SensorTrack& sensor, Rows& rows) const {
   const std::string group = sensor.name + (isNode(sensor) ? " (plant)" : "");
   const auto add = [&](const std::string& label, auto cell) {
-    addRow(group, label, table, [&](const Run& run) -> std::string {
+    addRow(group, label, rows, [&](const Run& run) -> std::string {
       const TimeAtValue* record = recordOf(run.description.sensors, run.temperatures, sensor);
       return record ? cell(*record) : kNothing;
     });
@@ -201,15 +203,15 @@ void Summary::addSensor(const SensorTrack& sensor, Table& table) const {
     add("time " + mark.label(),
         [&](const TimeAtValue& record) { return clock(mark.timePast(record)); });
   }
-  if (!never.empty()) table.addRow(group, "never " + never, {});
+  if (!never.empty()) rows.push_back({group, "never " + never});
   if (sensor.limit)
     add("limit " + degrees(*sensor.limit),
         [&](const TimeAtValue& record) { return limitVerdict(record, *sensor.limit); });
 }
 
-void Summary::addDevice(const DeviceTrack& device, Table& table) const {
+void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {
   const auto add = [&](const std::string& label, auto cell) {
-    addRow(device.name, label, table, [&](const Run& run) -> std::string {
+    addRow(device.name, label, rows, [&](const Run& run) -> std::string {
       const TimeAtValue* record = recordOf(run.description.devices, run.levels, device);
       return record ? cell(*record, run) : kNothing;
     });
@@ -240,8 +242,8 @@ void Summary::addDevice(const DeviceTrack& device, Table& table) const {
       [&](const TimeAtValue& record, const Run&) { return meanOfFirst(device.levels, record); });
 }
 
-void Summary::addPerformance(const std::string& source, Table& table) const {
-  addRow(source, "work done of that asked for", table, [&](const Run& run) -> std::string {
+void Summary::addPerformance(const std::string& source, Rows& rows) const {
+  addRow(source, "work done of that asked for", rows, [&](const Run& run) -> std::string {
     for (const Performance& performance : run.performance) {
       if (performance.source == source) return percent(performance.delivered, performance.demanded);
     }

@@ -8,8 +8,6 @@
 #include "report/TimeAtValue.h"
 #include "trace/Trace.h"
 
-class Table;
-
 // Runs in figures, side by side.
 //
 // Shape:  tracks of one name share their rows, whichever runs have them; "-" stands where a run has
@@ -21,9 +19,6 @@ public:
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
-  void algorithm(int64_t, size_t, int32_t) override {}
-  void scenario(int64_t, const std::string&) override {}
-  void configuration(int64_t, const std::string&) override {}
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
   // Whether any sample of a sensor was above its limit.
@@ -48,12 +43,15 @@ private:
     int64_t duration = 0; // milliseconds
   };
 
+  // Of a group's name, a label and a cell for each run; without cells the label may run on.
+  using Rows = std::vector<std::vector<std::string>>;
+
   // A row of `cell(run)` of each run.
   template <typename Cell>
-  void addRow(const std::string& group, const std::string& label, Table& table, Cell cell) const;
-  void addSensor(const SensorTrack& sensor, Table& table) const;
-  void addDevice(const DeviceTrack& device, Table& table) const;
-  void addPerformance(const std::string& source, Table& table) const;
+  void addRow(const std::string& group, const std::string& label, Rows& rows, Cell cell) const;
+  void addSensor(const SensorTrack& sensor, Rows& rows) const;
+  void addDevice(const DeviceTrack& device, Rows& rows) const;
+  void addPerformance(const std::string& source, Rows& rows) const;
 
   std::deque<Run> runs;
 };

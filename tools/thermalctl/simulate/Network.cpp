@@ -1,86 +1,13 @@
 #include "simulate/Network.h"
 
-#include <algorithm>
-#include <cmath>
+#include <unsupported/Eigen/MatrixFunctions>
 
 namespace {
 
 // More than any run needs; a workload of odd times only costs the making of its solutions anew.
 constexpr size_t kSolutionsKept = 1024;
 
-class Square {
-public:
-  explicit Square(size_t size_) : size(size_), values(size_ * size_, 0.0) {}
-
-  static Square identity(size_t size) {
-    Square result(size);
-    for (size_t i = 0; i < size; ++i)
-      result.at(i, i) = 1;
-    return result;
-  }
-
-  double& at(size_t row, size_t column) { return values[row * size + column]; }
-  double at(size_t row, size_t column) const { return values[row * size + column]; }
-
-  Square times(const Square& other) const {
-    Square result(size);
-    for (size_t row = 0; row < size; ++row) {
-      for (size_t inner = 0; inner < size; ++inner) {
-        const double factor = at(row, inner);
-        // The rows of the inputs, about half of all, hold nothing but perhaps a 1 on the diagonal.
-        if (factor == 0) continue;
-        for (size_t column = 0; column < size; ++column)
-          result.at(row, column) += factor * other.at(inner, column);
-      }
-    }
-    return result;
-  }
-
-  void scale(double factor) {
-    for (double& value : values)
-      value *= factor;
-  }
-
-  void add(const Square& other) {
-    for (size_t i = 0; i < values.size(); ++i)
-      values[i] += other.values[i];
-  }
-
-  double largestRowSum() const {
-    double largest = 0;
-    for (size_t row = 0; row < size; ++row) {
-      double sum = 0;
-      for (size_t column = 0; column < size; ++column)
-        sum += std::abs(at(row, column));
-      largest = std::max(largest, sum);
-    }
-    return largest;
-  }
-
-  size_t size;
-
-private:
-  std::vector<double> values;
-};
-
-// By its Taylor series on a matrix scaled down to a norm below 1/2, where 20 terms leave less than
-// the arithmetic rounds, and then by squaring.
-Square exponential(Square matrix) {
-  int squarings = 0;
-  for (double norm = matrix.largestRowSum(); norm > 0.5; norm /= 2)
-    ++squarings;
-  matrix.scale(std::ldexp(1.0, -squarings));
-  Square sum = Square::identity(matrix.size);
-  Square term = sum;
-  for (int order = 1; order <= 20; ++order) {
-    term = term.times(matrix);
-    term.scale(1.0 / order);
-    sum.add(term);
-  }
-  for (int i = 0; i < squarings; ++i)
-    sum = sum.times(sum);
-  return sum;
-}
+using Matrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
 
 } // namespace
 
@@ -190,18 +117,11 @@ const Network::Rows& Network::solutionFor(int64_t milliseconds) {
   // The inputs join the states as ones that never change, with rows of zeros: so one exponential
   // gives both what becomes of the states and what the inputs add meanwhile, and no inverse is
   // needed.
-  Square matrix(width());
-  const Rows rates = equations();
-  for (size_t row = 0; row < state.size(); ++row) {
-    for (size_t column = 0; column < width(); ++column)
-      matrix.at(row, column) = rates[row * width() + column];
-  }
-  matrix.scale(static_cast<double>(milliseconds) / 1000);
-  const Square solution = exponential(std::move(matrix));
-  Rows rows(rates.size());
-  for (size_t row = 0; row < state.size(); ++row) {
-    for (size_t column = 0; column < width(); ++column)
-      rows[row * width() + column] = solution.at(row, column);
-  }
+  Rows rows = equations();
+  Eigen::Map<Matrix> states(rows.data(), static_cast<Eigen::Index>(state.size()),
+                            static_cast<Eigen::Index>(width()));
+  Matrix matrix = Matrix::Zero(states.cols(), states.cols());
+  matrix.topRows(states.rows()) = states * (static_cast<double>(milliseconds) / 1000);
+  states = Matrix(matrix.exp()).topRows(states.rows());
   return solutions.emplace(milliseconds, std::move(rows)).first->second;
 }

@@ -2,27 +2,22 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <map>
 
+#include <fmt/format.h>
+
 #include "simulate/Network.h"
+#include "simulate/Numbers.h"
 #include "simulate/TomlSection.h"
 
 namespace {
 
 constexpr char kAmbient[] = "ambient";
 
-// The number of a table's entry, whatever notation it is in.
-std::optional<double> entryNumber(const std::string& entry) {
-  char* end = nullptr;
-  const double value = std::strtod(entry.c_str(), &end);
-  if (entry.empty() || *end != '\0' || !std::isfinite(value)) return std::nullopt;
-  return value;
-}
-
 class PlantReader {
 public:
-  PlantReader(TomlSection root_, const TraceDescription& board_) : root(root_), board(board_) {}
+  PlantReader(TomlSection root_, const TraceDescription& board_)
+      : root(std::move(root_)), board(board_) {}
 
   PlantDescription read() {
     plant.ambient = root.number(kAmbient).value_or(plant.ambient);
@@ -99,10 +94,9 @@ private:
     source.work = section.flag("work").value_or(false);
 
     const bool hasDevice = section.has("device");
-    if (const auto device = section.text("device"))
-      source.device = deviceNamed(section, "device", *device);
-    const auto watts = section.numbers("watts");
-    const auto speed = section.numbers("speed");
+    source.device = deviceOf(section);
+    const auto watts = byLevel(section, "watts", source.device, hasDevice);
+    const auto speed = byLevel(section, "speed", source.device, hasDevice);
     std::optional<TomlSection> law = section.section("law");
     if (watts && law) section.problem(section.line("law"), "either 'watts' or 'law', not both");
     if (watts)
@@ -113,11 +107,7 @@ private:
       section.problem(section.line(), "source '" + name +
                                           "' has no power law: give it 'watts', one for each level "
                                           "of its device, or a 'law'");
-    if (watts) checkCount(section, "watts", *watts, source.device, hasDevice);
-    if (speed) {
-      source.speed = *speed;
-      checkCount(section, "speed", *speed, source.device, hasDevice);
-    }
+    if (speed) source.speed = *speed;
     if (source.work && !section.has("speed")) source.speed = speedOf(section, source, hasDevice);
     source.cores = readCores(section);
     section.refuseOtherKeys();
@@ -126,9 +116,7 @@ private:
 
   std::vector<std::pair<size_t, double>> readHeats(TomlSection& section) {
     std::vector<std::pair<size_t, double>> heats;
-    if (const auto name = section.text("node")) {
-      if (const auto node = nodeNamed(section, "node", *name)) heats.emplace_back(*node, 1.0);
-    }
+    if (const auto node = nodeOf(section)) heats.emplace_back(*node, 1.0);
     std::optional<TomlSection> several = section.section("nodes");
     // Both, or neither.
     if (section.has("node") == section.has("nodes"))
@@ -161,7 +149,7 @@ private:
     if (!device) return {};
     std::vector<double> watts;
     for (const std::string& entry : board.devices[*device].levels) {
-      const std::optional<double> number = entryNumber(entry);
+      const std::optional<double> number = parseNumber(entry);
       if (!number) {
         law.problem(law.line(), "a law needs numbers, and device '" + board.devices[*device].name +
                                     "' has the level '" + entry + "': give the source 'watts'");
@@ -179,7 +167,7 @@ private:
     std::vector<double> speed;
     // An entry that is no number gets one that no speed has, and spoils the table.
     for (const std::string& entry : board.devices[*source.device].levels)
-      speed.push_back(entryNumber(entry).value_or(-1));
+      speed.push_back(parseNumber(entry).value_or(-1));
     const bool good = !speed.empty() && speed[0] > 0 &&
                       std::all_of(speed.begin(), speed.end(), [](double s) { return s >= 0; });
     if (!good) {
@@ -197,18 +185,13 @@ private:
   std::optional<PlantDescription::ByLevel> readCores(TomlSection& section) {
     std::optional<TomlSection> cores = section.section("cores");
     if (!cores) return std::nullopt;
-    PlantDescription::ByLevel result;
-    std::optional<size_t> device;
-    if (const auto name = cores->text("device")) device = deviceNamed(*cores, "device", *name);
-    const auto shares = cores->numbers("share");
+    const std::optional<size_t> device = deviceOf(*cores);
+    const auto shares = byLevel(*cores, "share", device, true);
     cores->missing("device", "whose level switches a part of the source off");
     cores->missing("share", "of the source that is on, one for each level");
     cores->refuseOtherKeys();
-    if (shares) checkCount(*cores, "share", *shares, device, true);
     if (!device || !shares) return std::nullopt;
-    result.device = *device;
-    result.values = *shares;
-    return result;
+    return PlantDescription::ByLevel{*device, *shares};
   }
 
   void readProbes() {
@@ -216,8 +199,7 @@ private:
     for (auto& [name, section] : root.named("sensor")) {
       PlantDescription::Probe probe;
       section.missing("node", "whose temperature it reads");
-      if (const auto node = section.text("node"))
-        probe.node = nodeNamed(section, "node", *node).value_or(0);
+      probe.node = nodeOf(section).value_or(0);
       probe.offset = section.number("offset").value_or(0);
       probe.lag = section.atLeastZero("lag").value_or(0);
       probe.noise = section.atLeastZero("noise").value_or(0);
@@ -247,15 +229,22 @@ private:
     return std::nullopt;
   }
 
-  std::optional<size_t> deviceNamed(const TomlSection& section, const std::string& key,
-                                    const std::string& name) const {
+  std::optional<size_t> nodeOf(TomlSection& section) const {
+    const auto name = section.text("node");
+    return name ? nodeNamed(section, "node", *name) : std::nullopt;
+  }
+
+  std::optional<size_t> deviceOf(TomlSection& section) const {
+    const auto name = section.text("device");
+    if (!name) return std::nullopt;
+    const unsigned line = section.line("device");
     for (size_t i = 0; i < board.devices.size(); ++i) {
-      if (board.devices[i].name != name) continue;
+      if (board.devices[i].name != *name) continue;
       if (!board.devices[i].levels.empty()) return i;
-      section.problem(section.line(key), "device '" + name + "' has no level table");
+      section.problem(line, "device '" + *name + "' has no level table");
       return std::nullopt;
     }
-    section.problem(section.line(key), "the board has no device '" + name + "'");
+    section.problem(line, "the board has no device '" + *name + "'");
     return std::nullopt;
   }
 
@@ -268,19 +257,19 @@ private:
   }
 
   // One number for each level, none negative.
-  void checkCount(const TomlSection& section, const std::string& key,
-                  const std::vector<double>& values, std::optional<size_t> device,
-                  bool hasDevice) const {
-    if (std::any_of(values.begin(), values.end(), [](double value) { return value < 0; }))
+  std::optional<std::vector<double>> byLevel(TomlSection& section, const std::string& key,
+                                             std::optional<size_t> device, bool hasDevice) const {
+    auto values = section.numbers(key);
+    if (!values) return values;
+    if (std::any_of(values->begin(), values->end(), [](double value) { return value < 0; }))
       section.problem(section.line(key), "'" + key + "' must not be negative");
-    if (hasDevice && !device) return;
     const size_t wanted = device ? board.devices[*device].levels.size() : 1;
-    if (values.size() == wanted) return;
+    if ((hasDevice && !device) || values->size() == wanted) return values;
     section.problem(section.line(key),
-                    device ? "'" + key + "' has " + std::to_string(values.size()) +
-                                 " numbers, and device '" + board.devices[*device].name + "' has " +
-                                 std::to_string(wanted) + " levels"
+                    device ? fmt::format("'{}' has {} numbers, and device '{}' has {} levels", key,
+                                         values->size(), board.devices[*device].name, wanted)
                            : "'" + key + "' must be a single number where there is no 'device'");
+    return values;
   }
 
   TomlSection root;

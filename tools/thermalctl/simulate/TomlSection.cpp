@@ -2,109 +2,122 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iomanip>
-#include <sstream>
+#include <limits>
+#include <type_traits>
 
+#include <fmt/format.h>
 // Compiled here alone, for the time it takes.
 #include <toml++/toml.h>
 
 namespace {
 
-std::optional<double> finite(const toml::node& node) {
+std::optional<double> finiteNumber(const toml::node& node) {
   if (!node.is_number()) return std::nullopt;
   const std::optional<double> value = node.value<double>();
   return value && std::isfinite(*value) ? value : std::nullopt;
 }
 
+std::optional<std::string> textOf(const toml::node& node) {
+  return node.value_exact<std::string>();
+}
+
+// A list's values; nothing if one of them is nothing to `convert`.
+template <typename Value, typename Convert>
+std::optional<std::vector<Value>> listOf(const toml::node& node, Convert convert) {
+  const toml::array* array = node.as_array();
+  if (!array) return std::nullopt;
+  std::vector<Value> values;
+  for (const toml::node& each : *array) {
+    std::optional<Value> value = convert(each);
+    if (!value) return std::nullopt;
+    values.push_back(std::move(*value));
+  }
+  return values;
+}
+
 } // namespace
 
+template <typename Convert>
+auto TomlSection::read(const std::string& key, const std::string& wanted, Convert convert) {
+  using Result = std::invoke_result_t<Convert, const toml::node&>;
+  asked.insert(key);
+  const toml::node* node = table->get(key);
+  if (!node) return Result();
+  Result value = convert(*node);
+  if (!value) problem(line(key), "'" + key + "' must be " + wanted);
+  return value;
+}
+
+template <typename Value>
+std::vector<std::pair<std::string, Value>>
+TomlSection::all(std::optional<Value> (TomlSection::*reader)(const std::string&)) {
+  std::vector<std::pair<std::string, Value>> values;
+  for (const auto& [key, node] : *table) {
+    const std::string name(key.str());
+    if (auto value = (this->*reader)(name)) values.emplace_back(name, std::move(*value));
+  }
+  return values;
+}
+
+std::optional<TomlSection> TomlSection::sectionAt(const toml::node& node) const {
+  const toml::table* inner = node.as_table();
+  return inner ? std::optional(TomlSection(*inner, *file, *problems)) : std::nullopt;
+}
+
 std::optional<double> TomlSection::number(const std::string& key) {
-  return numberThat(key, "a number", [](double) { return true; });
+  return read(key, "a number", finiteNumber);
 }
 
 std::optional<double> TomlSection::atLeastZero(const std::string& key) {
-  return numberThat(key, "a number of at least 0", [](double value) { return value >= 0; });
+  return within(key, "a number of at least 0", 0, std::numeric_limits<double>::max());
 }
 
 std::optional<double> TomlSection::aboveZero(const std::string& key) {
-  return numberThat(key, "a number above 0", [](double value) { return value > 0; });
+  return within(key, "a number above 0", std::numeric_limits<double>::denorm_min(),
+                std::numeric_limits<double>::max());
 }
 
 std::optional<double> TomlSection::share(const std::string& key) {
-  return numberThat(key, "a number from 0 to 1",
-                    [](double value) { return value >= 0 && value <= 1; });
+  return within(key, "a number from 0 to 1", 0, 1);
 }
 
-std::optional<double> TomlSection::numberThat(const std::string& key, const std::string& wanted,
-                                              const std::function<bool(double)>& holds) {
-  const toml::node* node = find(key);
-  if (!node) return std::nullopt;
-  const std::optional<double> value = finite(*node);
-  if (value && holds(*value)) return value;
-  wrong(key, wanted);
-  return std::nullopt;
+std::optional<double> TomlSection::within(const std::string& key, const std::string& wanted,
+                                          double least, double most) {
+  return read(key, wanted, [=](const toml::node& node) {
+    const std::optional<double> value = finiteNumber(node);
+    return value && *value >= least && *value <= most ? value : std::nullopt;
+  });
 }
 
 std::optional<std::vector<double>> TomlSection::numbers(const std::string& key) {
-  const toml::node* node = find(key);
-  if (!node) return std::nullopt;
-  std::vector<double> values;
-  const auto add = [&values](const toml::node& each) {
-    const std::optional<double> value = finite(each);
-    if (value) values.push_back(*value);
-    return value.has_value();
-  };
-  const toml::array* array = node->as_array();
-  const bool good = array ? std::all_of(array->begin(), array->end(), add) : add(*node);
-  if (good) return values;
-  wrong(key, "a number or a list of numbers");
-  return std::nullopt;
+  return read(key, "a number or a list of numbers", [](const toml::node& node) {
+    const std::optional<double> single = finiteNumber(node);
+    return single ? std::vector<double>{*single} : listOf<double>(node, finiteNumber);
+  });
 }
 
 std::optional<std::string> TomlSection::text(const std::string& key) {
-  const toml::node* node = find(key);
-  if (!node) return std::nullopt;
-  if (!node->is_string()) wrong(key, "a text in quotes");
-  return node->value<std::string>();
+  return read(key, "a text in quotes", textOf);
 }
 
 std::vector<std::string> TomlSection::texts(const std::string& key) {
-  const toml::node* node = find(key);
-  if (!node) return {};
-  std::vector<std::string> values;
-  if (const toml::array* array = node->as_array()) {
-    for (const toml::node& each : *array) {
-      if (each.is_string()) values.push_back(*each.value<std::string>());
-    }
-    if (values.size() == array->size()) return values;
-  }
-  wrong(key, "a list of texts in quotes");
-  return {};
+  const auto convert = [](const toml::node& node) { return listOf<std::string>(node, textOf); };
+  return read(key, "a list of texts in quotes", convert).value_or(std::vector<std::string>());
 }
 
 std::optional<bool> TomlSection::flag(const std::string& key) {
-  const toml::node* node = find(key);
-  if (!node) return std::nullopt;
-  if (!node->is_boolean()) wrong(key, "true or false");
-  return node->value<bool>();
+  return read(key, "true or false",
+              [](const toml::node& node) { return node.value_exact<bool>(); });
 }
 
 std::optional<TomlSection> TomlSection::section(const std::string& key) {
-  const toml::node* node = find(key);
-  if (!node) return std::nullopt;
-  if (const toml::table* inner = node->as_table()) return TomlSection(*inner, *file, *problems);
-  wrong(key, "a table");
-  return std::nullopt;
+  return read(key, "a table", [this](const toml::node& node) { return sectionAt(node); });
 }
 
 std::vector<std::pair<std::string, TomlSection>> TomlSection::named(const std::string& key) {
-  std::vector<std::pair<std::string, TomlSection>> sections;
   std::optional<TomlSection> outer = section(key);
-  if (!outer) return sections;
-  for (const auto& [name, node] : *outer->table) {
-    if (auto inner = outer->section(std::string(name.str())))
-      sections.emplace_back(name.str(), *inner);
-  }
+  if (!outer) return {};
+  auto sections = outer->all(&TomlSection::section);
   // The library keeps keys in alphabetical order, and the file's order is what the user knows.
   std::stable_sort(sections.begin(), sections.end(),
                    [](const auto& a, const auto& b) { return a.second.line() < b.second.line(); });
@@ -112,50 +125,27 @@ std::vector<std::pair<std::string, TomlSection>> TomlSection::named(const std::s
 }
 
 std::vector<TomlSection> TomlSection::list(const std::string& key) {
-  std::vector<TomlSection> sections;
-  const toml::node* node = find(key);
-  if (!node) return sections;
-  if (const toml::array* array = node->as_array()) {
-    for (const toml::node& each : *array) {
-      if (const toml::table* inner = each.as_table())
-        sections.emplace_back(*inner, *file, *problems);
-    }
-    if (sections.size() == array->size()) return sections;
-  }
-  wrong(key, "a list of tables, [[" + key + "]]");
-  return {};
+  const auto convert = [this](const toml::node& node) {
+    return listOf<TomlSection>(node, [this](const toml::node& each) { return sectionAt(each); });
+  };
+  return read(key, "a list of tables, [[" + key + "]]", convert)
+      .value_or(std::vector<TomlSection>());
 }
 
 std::vector<std::pair<std::string, double>> TomlSection::allNumbers() {
-  std::vector<std::pair<std::string, double>> values;
-  for (const auto& [key, node] : *table) {
-    const std::string name(key.str());
-    if (const std::optional<double> value = number(name)) values.emplace_back(name, *value);
-  }
-  return values;
+  return all(&TomlSection::number);
 }
 
 std::optional<std::string> TomlSection::word(const std::string& key) {
-  const toml::node* node = find(key);
-  if (!node) return std::nullopt;
-  if (node->is_string()) return node->value<std::string>();
-  if (const std::optional<double> value = finite(*node)) {
-    std::ostringstream text;
+  return read(key, "a text in quotes or a number", [](const toml::node& node) {
+    const std::optional<double> value = finiteNumber(node);
     // As many digits as come back the way they were written: 0.1 and not 0.10000000000000001.
-    text << std::setprecision(15) << *value;
-    return text.str();
-  }
-  wrong(key, "a text in quotes or a number");
-  return std::nullopt;
+    return value ? fmt::format("{:.15g}", *value) : textOf(node);
+  });
 }
 
 std::vector<std::pair<std::string, std::string>> TomlSection::allWords() {
-  std::vector<std::pair<std::string, std::string>> values;
-  for (const auto& [key, node] : *table) {
-    const std::string name(key.str());
-    if (const std::optional<std::string> value = word(name)) values.emplace_back(name, *value);
-  }
-  return values;
+  return all(&TomlSection::word);
 }
 
 bool TomlSection::has(const std::string& key) const {
@@ -182,15 +172,6 @@ void TomlSection::refuseOtherKeys() const {
     if (asked.count(name) == 0)
       problem(node.source().begin.line, "'" + name + "' is no key that is known here");
   }
-}
-
-const toml::node* TomlSection::find(const std::string& key) {
-  asked.insert(key);
-  return table->get(key);
-}
-
-void TomlSection::wrong(const std::string& key, const std::string& wanted) const {
-  problem(line(key), "'" + key + "' must be " + wanted);
 }
 
 std::shared_ptr<const toml::table> parseToml(const std::string& text, const std::string& file,

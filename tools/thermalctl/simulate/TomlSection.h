@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -58,10 +57,16 @@ public:
   void refuseOtherKeys() const;
 
 private:
-  const toml::node* find(const std::string& key);
-  void wrong(const std::string& key, const std::string& wanted) const;
-  std::optional<double> numberThat(const std::string& key, const std::string& wanted,
-                                   const std::function<bool(double)>& holds);
+  // What `convert` makes of the key's value. A value of which it makes nothing is told.
+  template <typename Convert>
+  auto read(const std::string& key, const std::string& wanted, Convert convert);
+  std::optional<double> within(const std::string& key, const std::string& wanted, double least,
+                               double most);
+  // Of every key.
+  template <typename Value>
+  std::vector<std::pair<std::string, Value>>
+      all(std::optional<Value> (TomlSection::*reader)(const std::string&));
+  std::optional<TomlSection> sectionAt(const toml::node& node) const;
 
   const toml::table* table;
   const std::string* file;

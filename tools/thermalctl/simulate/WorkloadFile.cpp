@@ -1,39 +1,30 @@
 #include "simulate/WorkloadFile.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
+#include <filesystem>
 #include <functional>
+#include <sstream>
 
-#include "simulate/Duration.h"
+#include "base/TextReader.h"
+#include "simulate/Numbers.h"
 #include "simulate/TomlSection.h"
 
 namespace {
 
 constexpr char kFaultColumn[] = "fault ";
 
-std::string trimmed(const std::string& text) {
-  const size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
+std::string trimmed(std::string text) {
+  trim(text);
+  return text;
 }
 
+// Behind a comma at the end there is a cell, an empty one.
 std::vector<std::string> cellsOf(const std::string& line) {
   std::vector<std::string> cells;
-  // Up to the end and once more: behind a comma at the end there is a cell, an empty one.
-  for (size_t start = 0; start <= line.size();) {
-    const size_t end = std::min(line.find(',', start), line.size());
-    cells.push_back(trimmed(line.substr(start, end - start)));
-    start = end + 1;
-  }
+  std::istringstream rest(line + ',');
+  for (std::string cell; std::getline(rest, cell, ',');)
+    cells.push_back(trimmed(cell));
   return cells;
-}
-
-std::optional<double> numberOf(const std::string& text) {
-  char* end = nullptr;
-  const double value = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !std::isfinite(value)) return std::nullopt;
-  return value;
 }
 
 // Makes changes of what either format says, with the plant's names resolved.
@@ -66,24 +57,26 @@ public:
       if (word == each) return add({time, Change::Kind::kFault, probe, 0, word, line});
       known += (known.empty() ? "'" : ", '") + std::string(each) + "'";
     }
-    const std::optional<double> celsius = numberOf(word);
+    const std::optional<double> celsius = parseNumber(word);
     if (!celsius)
       problem(line,
               "a fault is " + known + " or a reading in degrees, and '" + word + "' is neither");
     add({time, Change::Kind::kFault, probe, celsius.value_or(0), fault::kValue, line});
   }
 
-  std::optional<size_t> sourceNamed(const std::string& name) const {
+  std::optional<size_t> sourceNamed(unsigned line, const std::string& name) {
     for (size_t i = 0; i < plant.sources.size(); ++i) {
       if (plant.sources[i].name == name) return i;
     }
+    problem(line, "the plant has no source '" + name + "'");
     return std::nullopt;
   }
 
-  std::optional<size_t> probeNamed(const std::string& name) const {
+  std::optional<size_t> probeNamed(unsigned line, const std::string& name) {
     for (size_t i = 0; i < plant.probes.size(); ++i) {
       if (board.sensors[plant.probes[i].sensor].name == name) return i;
     }
+    problem(line, "the board has no real sensor '" + name + "'");
     return std::nullopt;
   }
 
@@ -136,10 +129,8 @@ public:
   CsvReader(const std::string& text_, Maker& maker_) : text(text_), maker(maker_) {}
 
   void read() {
-    for (size_t start = 0; start < text.size();) {
-      const size_t end = std::min(text.find('\n', start), text.size());
-      const std::string line = trimmed(text.substr(start, end - start));
-      start = end + 1;
+    for (std::string line; std::getline(text, line);) {
+      trim(line);
       ++lineNumber;
       if (line.empty() || line[0] == '#') continue;
       if (columns.empty())
@@ -175,18 +166,14 @@ private:
     }
     if (name.rfind(kFaultColumn, 0) == 0) {
       const std::string sensor = trimmed(name.substr(sizeof kFaultColumn - 1));
-      if (const auto probe = maker.probeNamed(sensor)) {
+      if (const auto probe = maker.probeNamed(lineNumber, sensor))
         return [this, probe](int64_t time, const std::string& cell) {
           maker.faultOf(time, lineNumber, *probe, cell);
         };
-      }
-      maker.problem(lineNumber, "the board has no real sensor '" + sensor + "'");
-    } else if (const auto source = maker.sourceNamed(name)) {
+    } else if (const auto source = maker.sourceNamed(lineNumber, name)) {
       return [this, source](int64_t time, const std::string& cell) {
         if (const auto value = number(cell)) maker.load(time, lineNumber, *source, *value);
       };
-    } else {
-      maker.problem(lineNumber, "the plant has no source '" + name + "'");
     }
     // Of a column that nobody knows the cells are passed over, so that the others are still
     // checked.
@@ -208,12 +195,12 @@ private:
   }
 
   std::optional<double> number(const std::string& cell) {
-    const std::optional<double> value = numberOf(cell);
+    const std::optional<double> value = parseNumber(cell);
     if (!value) maker.problem(lineNumber, "'" + cell + "' is no number");
     return value;
   }
 
-  const std::string& text;
+  std::istringstream text;
   Maker& maker;
   std::vector<Column> columns;
   unsigned lineNumber = 0;
@@ -222,7 +209,7 @@ private:
 
 class TomlReader {
 public:
-  TomlReader(TomlSection root_, Maker& maker_) : root(root_), maker(maker_) {}
+  TomlReader(TomlSection root_, Maker& maker_) : root(std::move(root_)), maker(maker_) {}
 
   void read() {
     maker.workload.repeat = timeOf(root, "repeat");
@@ -244,10 +231,8 @@ private:
       maker.ambient(time, entry.line("ambient"), *celsius);
     if (auto loads = entry.section("load")) {
       for (const auto& [name, share] : loads->allNumbers()) {
-        if (const auto source = maker.sourceNamed(name))
+        if (const auto source = maker.sourceNamed(loads->line(name), name))
           maker.load(time, loads->line(name), *source, share);
-        else
-          loads->problem(loads->line(name), "the plant has no source '" + name + "'");
       }
     }
     if (const auto word = entry.text("scenario"))
@@ -256,10 +241,8 @@ private:
       maker.control(time, entry.line("configuration"), Change::Kind::kConfiguration, *word);
     if (auto faults = entry.section("fault")) {
       for (const auto& [name, word] : faults->allWords()) {
-        if (const auto probe = maker.probeNamed(name))
+        if (const auto probe = maker.probeNamed(faults->line(name), name))
           maker.faultOf(time, faults->line(name), *probe, word);
-        else
-          faults->problem(faults->line(name), "the board has no real sensor '" + name + "'");
       }
     }
     entry.refuseOtherKeys();
@@ -285,9 +268,7 @@ Workload readWorkload(const std::string& text, const std::string& file,
                       const PlantDescription& plant, const TraceDescription& board,
                       Problems& problems) {
   Maker maker(file, plant, board, problems);
-  constexpr char kToml[] = ".toml";
-  const size_t ending = sizeof kToml - 1;
-  if (file.size() >= ending && file.compare(file.size() - ending, ending, kToml) == 0) {
+  if (std::filesystem::path(file).extension() == ".toml") {
     const std::shared_ptr<const toml::table> table = parseToml(text, file, problems);
     if (!table) return {};
     TomlReader(TomlSection(*table, file, problems), maker).read();

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 Colour colourFor(int fileDescriptor) {
+  // Nothing here ever changes the environment. NOLINTNEXTLINE(concurrency-mt-unsafe)
   const char* noColour = std::getenv("NO_COLOR");
   const bool refused = noColour && *noColour;
   return ::isatty(fileDescriptor) && !refused ? Colour::kOn : Colour::kOff;

@@ -33,11 +33,7 @@ Size terminalSize() {
 }
 
 void print(const std::string& text) {
-  for (size_t done = 0; done < text.size();) {
-    const ssize_t written = ::write(STDOUT_FILENO, text.data() + done, text.size() - done);
-    if (written < 0 && errno != EINTR) return;
-    if (written > 0) done += static_cast<size_t>(written);
-  }
+  static_cast<void>(writeAll(STDOUT_FILENO, text));
 }
 
 } // namespace
@@ -51,7 +47,7 @@ LiveTerminal::LiveTerminal() {
   ::sigemptyset(&taken);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGWINCH})
     ::sigaddset(&taken, signal);
-  ::sigprocmask(SIG_BLOCK, &taken, &signalsBefore);
+  ::pthread_sigmask(SIG_BLOCK, &taken, &signalsBefore);
   signals = FileHandle(::signalfd(-1, &taken, SFD_NONBLOCK | SFD_CLOEXEC));
 
   ::tcgetattr(STDIN_FILENO, &terminalBefore);
@@ -68,7 +64,7 @@ LiveTerminal::LiveTerminal() {
 LiveTerminal::~LiveTerminal() {
   print(kGiveBack);
   ::tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
-  ::sigprocmask(SIG_SETMASK, &signalsBefore, nullptr);
+  ::pthread_sigmask(SIG_SETMASK, &signalsBefore, nullptr);
   // Last, with the terminal as it was, so that the shell sees how the program really ended.
   if (endedBy != 0) ::raise(endedBy);
 }

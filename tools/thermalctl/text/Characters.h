@@ -1,11 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
-// The bytes of the UTF-8 character at the beginning of `text`; 0 if there is none.
-size_t characterSize(std::string_view text);
+// Gives `take` each character of UTF-8, where its bytes begin and its number. A byte that belongs
+// to none is one of its own, U+FFFD.
+void eachCharacter(std::string_view text,
+                   const std::function<void(size_t start, char32_t number)>& take);
 
 // How many places a text of UTF-8 takes in a line, a character each, and what fits into `count`.
 size_t charactersIn(std::string_view text);

@@ -1,7 +1,6 @@
 #include "text/Nearest.h"
 
 #include <algorithm>
-#include <array>
 
 #include "text/Characters.h"
 
@@ -23,24 +22,20 @@ size_t tolerance(size_t length) {
 } // namespace
 
 size_t editDistance(const std::string& a, const std::string& b) {
-  // Three rows of the usual table: the one being filled and the two before it.
-  std::array<std::vector<size_t>, 3> rows;
-  rows.fill(std::vector<size_t>(b.size() + 1));
-  for (size_t j = 0; j <= b.size(); ++j)
-    rows[0][j] = j;
-  for (size_t i = 1; i <= a.size(); ++i) {
-    std::vector<size_t>& row = rows[i % 3];
-    const std::vector<size_t>& above = rows[(i - 1) % 3];
-    row[0] = i;
-    for (size_t j = 1; j <= b.size(); ++j) {
-      const size_t replaced = above[j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1);
-      row[j] = std::min({above[j] + 1, row[j - 1] + 1, replaced});
+  // Of the first i letters of one word to the first j of the other.
+  std::vector<std::vector<size_t>> table(a.size() + 1, std::vector<size_t>(b.size() + 1));
+  for (size_t i = 0; i <= a.size(); ++i) {
+    for (size_t j = 0; j <= b.size(); ++j) {
+      size_t& least = table[i][j] = i + j;
+      if (i == 0 || j == 0) continue;
+      const size_t replaced = table[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1);
+      least = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1, replaced});
       // Two letters that have changed places are one slip and not two.
       if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
-        row[j] = std::min(row[j], rows[(i - 2) % 3][j - 2] + 1);
+        least = std::min(least, table[i - 2][j - 2] + 1);
     }
   }
-  return rows[a.size() % 3][b.size()];
+  return table.back().back();
 }
 
 std::string nearest(const std::string& word, const std::vector<std::string>& candidates) {

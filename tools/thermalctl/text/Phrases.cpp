@@ -1,9 +1,9 @@
 #include "text/Phrases.h"
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <sstream>
+
+#include <fmt/format.h>
 
 std::string quoted(const std::string& text) {
   return "'" + text + "'";
@@ -24,9 +24,7 @@ std::string counted(size_t number, const std::string& what) {
 
 std::string degreesInFull(int32_t millidegrees) {
   const int64_t amount = std::abs(static_cast<int64_t>(millidegrees));
-  // The 1000 keeps the zeros in front of the fraction.
-  return (millidegrees < 0 ? "-" : "") + std::to_string(amount / 1000) + "." +
-         std::to_string(1000 + amount % 1000).substr(1);
+  return fmt::format("{}{}.{:03}", millidegrees < 0 ? "-" : "", amount / 1000, amount % 1000);
 }
 
 std::string degrees(int32_t millidegrees) {
@@ -37,17 +35,11 @@ std::string degrees(int32_t millidegrees) {
 }
 
 std::string clockTime(int64_t seconds) {
-  std::array<char, 40> text;
-  std::snprintf(text.data(), text.size(), "%lld:%02lld:%02lld",
-                static_cast<long long>(seconds / 3600), static_cast<long long>(seconds / 60 % 60),
-                static_cast<long long>(seconds % 60));
-  return text.data();
+  return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
 std::string rounded(double number, int digits) {
-  std::array<char, 400> text;
-  std::snprintf(text.data(), text.size(), "%.*f", digits, number);
-  return text.data();
+  return fmt::format("{:.{}f}", number, digits);
 }
 
 std::string wrapped(const std::string& text, size_t width) {

@@ -92,7 +92,8 @@ struct TraceDescription {
 };
 
 // Takes one run after the other: `begin`, events of which none is earlier than the one before it,
-// `end`.
+// `end`. This one shows nothing: whoever only wants to learn who takes part goes through a
+// recording with it.
 //
 // Shape:   at time 0 there is a `configuration`, a `scenario` and a `level` for every device with a
 //          table, if they are known; an algorithm is asleep until its first event. Indices are
@@ -111,16 +112,17 @@ public:
   TraceSink(const TraceSink&) = delete;
   TraceSink& operator=(const TraceSink&) = delete;
 
-  virtual void begin(const TraceDescription& run) = 0;
+  virtual void begin(const TraceDescription& /*run*/) {}
   // One sample, whether it differs from the last one or not.
-  virtual void temperature(int64_t time, size_t sensor, int32_t millidegrees) = 0;
+  virtual void temperature(int64_t /*time*/, size_t /*sensor*/, int32_t /*millidegrees*/) {}
   // The merged level that a device went to. `entry` is the table's text, empty if it is unknown.
-  virtual void level(int64_t time, size_t device, int32_t level, const std::string& entry) = 0;
+  virtual void level(int64_t /*time*/, size_t /*device*/, int32_t /*level*/,
+                     const std::string& /*entry*/) {}
   // The level (the step count of a step algorithm) that an awake algorithm went to, from 0 on, or
   // kAsleep.
-  virtual void algorithm(int64_t time, size_t algorithm, int32_t level) = 0;
-  virtual void scenario(int64_t time, const std::string& name) = 0;
-  virtual void configuration(int64_t time, const std::string& name) = 0;
+  virtual void algorithm(int64_t /*time*/, size_t /*algorithm*/, int32_t /*level*/) {}
+  virtual void scenario(int64_t /*time*/, const std::string& /*name*/) {}
+  virtual void configuration(int64_t /*time*/, const std::string& /*name*/) {}
   // `performance` is empty where no plant is known.
-  virtual void end(int64_t time, const std::vector<Performance>& performance) = 0;
+  virtual void end(int64_t /*time*/, const std::vector<Performance>& /*performance*/) {}
 };

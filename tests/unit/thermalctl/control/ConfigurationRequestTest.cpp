@@ -10,14 +10,13 @@
 namespace {
 
 using namespace std::chrono_literals;
-using Outcome = ConfigurationOutcome;
 
 class ConfigurationRequestTest : public ::testing::Test {
 protected:
   // Without items: nothing in it needs a board.
   static constexpr char kContent[] = "\n";
 
-  ConfigurationAnswer ask(std::chrono::milliseconds timeout = 10s) {
+  Answer ask(std::chrono::milliseconds timeout = 10s) {
     return requestConfiguration(daemon.directory, "night.conf", kContent, timeout, daemon);
   }
   std::string word() { return daemon.board.files.read("request.dconf"); }
@@ -43,7 +42,7 @@ TEST_F(ConfigurationRequestTest, CopiesTheFileBesideTheOthers) {
 TEST_F(ConfigurationRequestTest, TellsARejection) {
   // The daemon looks for the file elsewhere.
   daemon.board.main().confDir = daemon.board.files.node("elsewhere/");
-  EXPECT_EQ(ask().outcome, Outcome::kRejected);
+  EXPECT_EQ(ask().outcome, Outcome::kRefused);
   EXPECT_EQ(word(), "PARSED");
 }
 
@@ -51,7 +50,7 @@ TEST_F(ConfigurationRequestTest, TellsARejectionThatIsLate) {
   daemon.period = 4s;
   daemon.pause(600ms);
   daemon.board.main().confDir = daemon.board.files.node("elsewhere/");
-  EXPECT_EQ(ask().outcome, Outcome::kRejected);
+  EXPECT_EQ(ask().outcome, Outcome::kRefused);
   EXPECT_GT(daemon.passed(), 3s);
 }
 
@@ -66,7 +65,7 @@ TEST_F(ConfigurationRequestTest, WaitsForARequestThatIsUnderWay) {
 TEST_F(ConfigurationRequestTest, DisturbsNoRequestThatDoesNotEnd) {
   askElsewhere("day.conf");
   daemon.isRunning = false;
-  const ConfigurationAnswer answer = ask(4s);
+  const Answer answer = ask(4s);
   EXPECT_EQ(answer.outcome, Outcome::kPending);
   EXPECT_EQ(answer.word, "day.conf");
   EXPECT_EQ(word(), "day.conf");
@@ -75,7 +74,7 @@ TEST_F(ConfigurationRequestTest, DisturbsNoRequestThatDoesNotEnd) {
 
 TEST_F(ConfigurationRequestTest, WithdrawsFromADaemonThatDoesNotLook) {
   daemon.isRunning = false;
-  EXPECT_EQ(ask(4s).outcome, Outcome::kNotTaken);
+  EXPECT_EQ(ask(4s).outcome, Outcome::kNoAnswer);
   EXPECT_EQ(word(), "PARSED");
   EXPECT_GE(daemon.passed(), 4s);
   EXPECT_LE(daemon.passed(), 4s + 50ms);
@@ -95,7 +94,7 @@ TEST_F(ConfigurationRequestTest, HasTheWholeTimeForTheSwapItself) {
 
 TEST_F(ConfigurationRequestTest, TellsWhenAnotherWriterAsksForAnotherFile) {
   daemon.at(100ms, [this] { askElsewhere("day.conf"); });
-  const ConfigurationAnswer answer = ask();
+  const Answer answer = ask();
   EXPECT_EQ(answer.outcome, Outcome::kOvertaken);
   EXPECT_EQ(answer.word, "day.conf");
   EXPECT_EQ(word(), "day.conf");
@@ -109,8 +108,8 @@ TEST_F(ConfigurationRequestTest, IsNotOvertakenOnceTheDaemonHasTakenItOver) {
 
 TEST_F(ConfigurationRequestTest, NamesAFileThatItCannotWrite) {
   daemon.directory.configurations = daemon.board.files.node("no/");
-  const ConfigurationAnswer answer = ask();
-  EXPECT_EQ(answer.outcome, Outcome::kFailed);
+  const Answer answer = ask();
+  EXPECT_EQ(answer.outcome, Outcome::kNotWritten);
   EXPECT_EQ(answer.word, daemon.board.files.node("no/night.conf"));
   EXPECT_EQ(answer.error, std::errc::no_such_file_or_directory);
   EXPECT_EQ(word(), "PARSED");

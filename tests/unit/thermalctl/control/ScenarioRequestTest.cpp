@@ -9,11 +9,10 @@
 namespace {
 
 using namespace std::chrono_literals;
-using Outcome = ScenarioOutcome;
 
 class ScenarioRequestTest : public ::testing::Test {
 protected:
-  ScenarioAnswer ask(const std::string& name, std::chrono::milliseconds timeout = 10s) {
+  Answer ask(const std::string& name, std::chrono::milliseconds timeout = 10s) {
     ControlFile file(daemon.directory.scenarioFile);
     return askForScenario(file, name, timeout, daemon);
   }
@@ -53,7 +52,7 @@ TEST_F(ScenarioRequestTest, EndsForADefaultThatIsInForceWithoutBeingDeclared) {
 }
 
 TEST_F(ScenarioRequestTest, TellsARefusalAndWhatStaysInForce) {
-  const ScenarioAnswer answer = ask("arcade");
+  const Answer answer = ask("arcade");
   EXPECT_EQ(answer.outcome, Outcome::kRefused);
   EXPECT_EQ(answer.word, "Default");
   EXPECT_EQ(word(), "Default");
@@ -107,7 +106,7 @@ TEST_F(ScenarioRequestTest, TellsWhenAnotherWriterAsksForAnotherScenario) {
     other.board.main().scenarios["night"] = new Scenario("night", false);
     other.at(when, [&] { other.writeElsewhere(other.directory.scenarioFile, "night"); });
     ControlFile file(other.directory.scenarioFile);
-    const ScenarioAnswer answer = askForScenario(file, "game", 10s, other);
+    const Answer answer = askForScenario(file, "game", 10s, other);
     EXPECT_EQ(answer.outcome, Outcome::kOvertaken);
     EXPECT_EQ(answer.word, "night");
     EXPECT_EQ(other.board.files.read("wanted.scen"), "night");
@@ -134,7 +133,7 @@ TEST_F(ScenarioRequestTest, MakesAFileThatIsMissing) {
 
 TEST_F(ScenarioRequestTest, SaysWhyItCannotWrite) {
   ControlFile file(daemon.board.files.node("no/such/file"));
-  const ScenarioAnswer answer = askForScenario(file, "game", 10s, daemon);
+  const Answer answer = askForScenario(file, "game", 10s, daemon);
   EXPECT_EQ(answer.outcome, Outcome::kNotWritten);
   EXPECT_EQ(answer.error, std::errc::no_such_file_or_directory);
   EXPECT_EQ(daemon.passed(), 0ms);

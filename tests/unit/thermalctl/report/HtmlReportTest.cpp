@@ -75,6 +75,17 @@ TEST_F(HtmlReportTest, TellsWhatIsUnknownAsNull) {
   EXPECT_TRUE(written["algorithms"][0]["sensor"].is_null());
 }
 
+TEST_F(HtmlReportTest, TellsSensorsAndNodesApart) {
+  TraceDescription run;
+  run.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, {}});
+  run.sensors.push_back({"skin", SensorTrack::Kind::kPlantNode, {}, {}});
+  report.begin(run);
+  report.end(0, {});
+  const nlohmann::json sensors = data()["runs"][0]["sensors"];
+  EXPECT_EQ(sensors[0]["kind"], "real");
+  EXPECT_EQ(sensors[1]["kind"], "plant");
+}
+
 TEST_F(HtmlReportTest, LetsNoNameEndTheScriptOrTheTitle) {
   TraceDescription run;
   run.name = "</script><script>alert(1)</script>";

@@ -110,6 +110,86 @@ TEST_F(PlantFileTest, ASlipInTheNotationIsTheOnlyThingThatIsTold) {
   EXPECT_EQ(wrong.find('\n'), wrong.size() - 1) << wrong;
 }
 
+TEST_F(PlantFileTest, TakesWhatASourceAndASensorMayHave) {
+  const PlantDescription plant =
+      plantWith("lag = 2\nnoise = 0.1\nstep = 0.5\noffset = -1\n"
+                "[node.case]\njoules_per_kelvin = 70\n"
+                "[[resistance]]\nbetween = [\"case\", \"die\"]\n"
+                "kelvin_per_watt = 3\n"
+                "[source.gpu]\n"
+                "nodes = { die = 0.7, case = 0.3 }\n"
+                "idle_watts = 0.2\n"
+                "watts = 4\n"
+                "load = 0.5\n"
+                "cores = { device = \"gpu\", share = [1, 1, 0.5, 0.5] }\n");
+  ASSERT_TRUE(files.problems.none());
+  EXPECT_EQ(plant.probes[0].lag, 2);
+  EXPECT_EQ(plant.probes[0].noise, 0.1);
+  EXPECT_EQ(plant.probes[0].step, 0.5);
+  EXPECT_EQ(plant.probes[0].offset, -1);
+  EXPECT_EQ(plant.resistances[0].to, std::nullopt);
+  EXPECT_EQ(plant.resistances[1].from, 1U);
+  EXPECT_EQ(plant.resistances[1].to, 0U);
+  EXPECT_EQ(plant.resistances[1].value, 3);
+  const PlantDescription::Source& source = plant.sources.at(0);
+  EXPECT_EQ(source.heats, (std::vector<std::pair<size_t, double>>{{1, 0.3}, {0, 0.7}}));
+  EXPECT_EQ(source.idle, 0.2);
+  EXPECT_EQ(source.watts, std::vector<double>{4});
+  EXPECT_EQ(source.load, 0.5);
+  EXPECT_FALSE(source.work);
+  EXPECT_EQ(source.cores.value().device, 0U);
+  EXPECT_EQ(source.cores->values, (std::vector<double>{1, 1, 0.5, 0.5}));
+}
+
+TEST_F(PlantFileTest, TellsWhatDoesNotGoTogether) {
+  struct Case {
+    std::string text; // from line 10 on
+    std::string wrong;
+  };
+  const std::string source = "[source.a]\nload = 0\nnode = \"die\"\n";
+  const std::string choice = "10: error: a source heats either one 'node' or several 'nodes', and "
+                             "one of the two must be there\n";
+  const Case cases[] = {
+      {"[source.a]\nload = 0\nwatts = 1\n", choice},
+      {source + "watts = 1\nnodes = { die = 1 }\n", choice},
+      {"[source.a]\nload = 0\nwatts = 1\nnodes = { die = -1 }\n",
+       "13: error: a share must not be negative\n"
+       "13: error: the shares of 'nodes' must add up to 1\n"},
+      {source + "watts = 1\nlaw = { b = 1 }\n", "14: error: either 'watts' or 'law', not both\n"},
+      {source + "law = { b = 1 }\n",
+       "13: error: a law needs a 'device', over whose levels it goes\n"},
+      {source + "device = \"gpu\"\nlaw = { a = 1 }\n",
+       "14: error: 'b' is missing: P = a + b f^3\n"},
+      {source + "watts = -1\n", "13: error: 'watts' must not be negative\n"},
+      {source + "watts = [1, 2]\n",
+       "13: error: 'watts' must be a single number where there is no 'device'\n"},
+      {source + "watts = 1\ndevice = \"log\"\n", "14: error: device 'log' has no level table\n"},
+      {source + "watts = 1\ncores = { device = \"gpu\", share = [1, 1] }\n",
+       "14: error: 'share' has 2 numbers, and device 'gpu' has 4 levels\n"},
+      {source + "watts = 1\ncores = {}\n",
+       "14: error: 'device' is missing: whose level switches a part of the source off\n"
+       "14: error: 'share' is missing: of the source that is on, one for each level\n"},
+      {"[node.ambient]\njoules_per_kelvin = 1\n",
+       "10: error: a node cannot be called 'ambient'\n"
+       "10: error: node 'ambient' cannot cool: no [[resistance]] leads from it to the ambient, not "
+       "even by way of other nodes\n"},
+      {"[[resistance]]\nbetween = [\"die\", \"die\"]\nkelvin_per_watt = 1\n",
+       "11: error: 'between' must name two different ends\n"},
+      {"[[resistance]]\n",
+       "10: error: 'between' is missing: the two nodes, or a node and \"ambient\"\n"
+       "10: error: 'kelvin_per_watt' is missing: how many degrees drive one watt through it\n"}};
+  for (const Case& each : cases) {
+    RunFiles run;
+    run.environment += "\n[log]\ntype report\nnode_path /nowhere/log\n";
+    run.plant += each.text;
+    std::string wrong = run.wrong();
+    const std::string prefix = "plant.toml:";
+    for (size_t at = 0; (at = wrong.find(prefix, at)) != std::string::npos;)
+      wrong.erase(at, prefix.size());
+    EXPECT_EQ(wrong, each.wrong) << each.text;
+  }
+}
+
 TEST_F(PlantFileTest, SharesOfHeatMustAddUp) {
   files.plant += "[source.sun]\nnodes = { die = 0.5 }\nwatts = 1\nload = 0\n";
   EXPECT_EQ(files.wrong(), "plant.toml:11: error: the shares of 'nodes' must add up to 1\n");

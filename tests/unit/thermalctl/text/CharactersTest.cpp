@@ -23,6 +23,29 @@ TEST(CharactersTest, PutsASignForWhatIsNotUtf8OrWouldTurnTheLineAround) {
     EXPECT_EQ(visible(text), text);
 }
 
+TEST(CharactersTest, GoesOnBehindABrokenCharacter) {
+  const std::string sign = "\xEF\xBF\xBD";
+  struct Case {
+    const char* text;
+    size_t bad; // bytes
+    const char* why;
+  };
+  for (const Case& each :
+       {Case{"\x80", 1, "no beginning"}, Case{"\xC1\xBF", 2, "two bytes for DEL"},
+        Case{"\xE0\x9F\xBF", 3, "three bytes for U+07FF"},
+        Case{"\xED\xA0\x80", 3, "half of a surrogate pair"},
+        Case{"\xF0\x8F\xBF\xBF", 4, "four bytes for U+FFFF"},
+        Case{"\xF4\x90\x80\x80", 4, "behind U+10FFFF"}, Case{"\xE2\x82", 2, "no end"}}) {
+    std::string signs;
+    for (size_t i = 0; i < each.bad; ++i)
+      signs += sign;
+    EXPECT_EQ(visible(std::string("a") + each.text + "\xC3\xA4"), "a" + signs + "\xC3\xA4")
+        << each.why;
+  }
+  EXPECT_EQ(visible("\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF"),
+            "\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF");
+}
+
 TEST(CharactersTest, CutsBetweenCharacters) {
   EXPECT_EQ(charactersIn("s\xC3\xA4 "), 3U);
   EXPECT_EQ(firstCharacters("s\xC3\xA4x", 2), "s\xC3\xA4");

@@ -25,8 +25,8 @@ TEST(ColumnsTest, LeavesOutAColumnWithoutText) {
 }
 
 TEST(ColumnsTest, LetsTheLastCellOfAShorterRowRunOn) {
-  EXPECT_EQ(inColumns({{"a", "b", "1"}, {"c", "never so far"}}, 2),
-            (Lines{"a  b  1", "c  never so far"}));
+  EXPECT_EQ(inColumns({{"a", "b", "1"}, {"long", "never so far"}}, 2),
+            (Lines{"a     b  1", "long  never so far"}));
 }
 
 TEST(ColumnsTest, IsEmptyWithoutRows) {

@@ -40,6 +40,12 @@ TEST(PhrasesTest, GivesSecondsAsAClockDoes) {
   EXPECT_EQ(clockTime(100 * 3600), "100:00:00");
 }
 
+TEST(PhrasesTest, RoundsToTheDigitsAskedFor) {
+  EXPECT_EQ(rounded(2.0 / 3, 2), "0.67");
+  EXPECT_EQ(rounded(-0.04, 1), "-0.0");
+  EXPECT_EQ(rounded(1e15 + 0.5, 0), "1000000000000000");
+}
+
 TEST(PhrasesTest, WrapsAtTheWidthAndNotBefore) {
   EXPECT_EQ(wrapped("aa bb cc", 5), "aa bb\ncc\n");
   EXPECT_EQ(wrapped("aa bb cc", 4), "aa\nbb\ncc\n");

@@ -54,8 +54,8 @@ function decode(text) {
   return { times, values };
 }
 
-// The index of the last point at or before a time; -1 without any.
-function indexAt(course, time) {
+// The value of the last point at or before a time; null without any.
+function valueAt(course, time) {
   let low = 0;
   let high = course.times.length;
   while (low < high) {
@@ -63,12 +63,7 @@ function indexAt(course, time) {
     if (course.times[middle] <= time) low = middle + 1;
     else high = middle;
   }
-  return low - 1;
-}
-
-function valueAt(course, time) {
-  const index = indexAt(course, time);
-  return index < 0 ? null : course.values[index];
+  return low ? course.values[low - 1] : null;
 }
 
 // The stretches between two changes, as {from, to, value}.
@@ -195,10 +190,10 @@ function zoom(factor, centre = (view.window[0] + view.window[1]) / 2) {
   setWindow(centre - (centre - from) * factor, centre + (to - centre) * factor);
 }
 
-function pan(share) {
-  const move = (view.window[1] - view.window[0]) * share;
-  const held = Math.min(Math.max(move, -view.window[0]), duration - view.window[1]);
-  setWindow(view.window[0] + held, view.window[1] + held);
+// By a share of the window, as far as there is something to see.
+function pan(share, [from, to] = view.window) {
+  const move = Math.min(Math.max((to - from) * share, -from), duration - to);
+  setWindow(from + move, to + move);
 }
 
 let redrawAsked = false;
@@ -441,9 +436,7 @@ class TemperatureLane extends Lane {
     context.moveTo(area.x, y);
     context.lineTo(area.x + area.w, y);
     context.stroke();
-    context.font = `600 10px ${getComputedStyle(document.body).fontFamily}`;
-    context.textAlign = 'left';
-    context.textBaseline = 'bottom';
+    setText(context, '600 10px', 'left');
     context.fillText(`limit ${exactDegrees(limit)} °C`, area.x + 4, y - 1);
   }
 }
@@ -502,9 +495,7 @@ class StripLane extends Lane {
 
   paint(context, area, graph) {
     this.paintBackground(context, area, graph);
-    context.font = `10px ${getComputedStyle(document.body).fontFamily}`;
-    context.textBaseline = 'middle';
-    context.textAlign = 'center';
+    setText(context, '10px', 'center', 'middle');
     this.stripTracks().forEach((track, row) => {
       for (const stretch of this.stretches(track)) {
         for (const { left, width } of onScreen([stretch], area, graph))
@@ -591,6 +582,10 @@ class TimeLane extends Lane {
   }
 }
 
+function setText(context, font, textAlign, textBaseline = 'bottom') {
+  Object.assign(context, { font: `${font} ${getComputedStyle(document.body).fontFamily}`, textAlign, textBaseline });
+}
+
 function highest(values) {
   return values.reduce((high, value) => Math.max(high, value), -Infinity);
 }
@@ -631,9 +626,7 @@ function paintScenarios(context, area, graph) {
 
 // At the right ends of their lines, those without room left out.
 function paintLabels(context, area, labels) {
-  context.font = `10px ${getComputedStyle(document.body).fontFamily}`;
-  context.textAlign = 'right';
-  context.textBaseline = 'bottom';
+  setText(context, '10px', 'right');
   const taken = [];
   for (const { text, right, width, y, colour } of labels.sort((a, b) => b.y - a.y)) {
     const needed = context.measureText(text).width + 6;
@@ -685,9 +678,7 @@ function timeTicks() {
 }
 
 function paintTimes(context, area, graph) {
-  context.font = `9px ${getComputedStyle(document.body).fontFamily}`;
-  context.textAlign = 'center';
-  context.textBaseline = 'bottom';
+  setText(context, '9px', 'center');
   context.fillStyle = styleOf('--muted');
   for (const { v, label } of timeTicks().slice(1, -1))
     context.fillText(label, graph.toDomXCoord(v), area.y + area.h);
@@ -759,9 +750,7 @@ charts.addEventListener('pointermove', (event) => {
   }
   if (event.pointerType === 'touch' && !fingers.has(event.pointerId)) return;
   if (drag && drag.panning) {
-    const move = ((drag.from - x) / plotArea().width) * (drag.window[1] - drag.window[0]);
-    const held = Math.min(Math.max(move, -drag.window[0]), duration - drag.window[1]);
-    setWindow(drag.window[0] + held, drag.window[1] + held);
+    pan((drag.from - x) / plotArea().width, drag.window);
     return;
   }
   setCursor(timeAtPixel(x));

@@ -1,4 +1,4 @@
-#include "simulate/Duration.h"
+#include "simulate/Numbers.h"
 
 #include <string>
 #include <utility>
@@ -20,6 +20,18 @@ TEST(DurationTest, TakesNumbersWithAndWithoutUnits) {
 TEST(DurationTest, RefusesWhatIsNoTime) {
   for (const std::string text : {"", "h", "-1", "1x", "1h30", "1.2.3", "ten", "1 h", "400d", "."})
     EXPECT_EQ(parseDuration(text), std::nullopt) << text;
+}
+
+TEST(DurationTest, IsAYearAtTheMost) {
+  EXPECT_EQ(parseDuration("365d"), 31'536'000'000);
+  EXPECT_EQ(parseDuration("365d1ms"), std::nullopt);
+}
+
+TEST(NumberTest, IsAllOfATextAndFinite) {
+  EXPECT_EQ(parseNumber("-40.5"), -40.5);
+  EXPECT_EQ(parseNumber("1e3"), 1000);
+  for (const std::string text : {"", "x", "1x", "inf", "nan", "1e999"})
+    EXPECT_EQ(parseNumber(text), std::nullopt) << text;
 }
 
 } // namespace

@@ -1,0 +1,125 @@
+#include "command/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Options {
+  std::string word = "usual";
+  std::optional<std::string> root;
+  std::vector<std::string> files;
+  std::vector<std::string> limits;
+  double seconds = 10;
+  uint64_t seed = 1;
+  bool loud = false;
+};
+
+// What the command was run with, and how it ends.
+Options given;
+ExitStatus ending = kFine;
+
+void addOptions(CommandLine& line, Options& options) {
+  line.option("FILE", &options.files, "Files").takes("FILE");
+  line.option("--word", &options.word, "A word").isOneOf({"usual", "other"}).showsDefault();
+  line.option("--root", &options.root, "A folder").takes("[ROOT]").mayStandAlone("/");
+  line.option("--limit", &options.limits, "Limits").takes("LIMIT").takesAll();
+  line.option("--timeout", &options.seconds, "A time").isWithin(0.5, 20).showsAs("SECONDS=10");
+  line.option("--seed", &options.seed, "A number").isRequired();
+  line.flag("--loud", &options.loud, "Loudly");
+}
+
+ExitStatus keep(const Options& options) {
+  given = options;
+  if (options.word == "other") throw UsageError("--word: not with these files");
+  return ending;
+}
+
+struct Ended {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+Ended run(std::vector<std::string> words) {
+  words.insert(words.begin(), "thermalctl");
+  std::vector<char*> arguments;
+  for (std::string& word : words)
+    arguments.push_back(word.data());
+  given = {};
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  const int status = runCommand({commandOf("try", "Try it", "Examples: none", addOptions, keep)},
+                                static_cast<int>(arguments.size()), arguments.data());
+  const std::string out = testing::internal::GetCapturedStdout();
+  return {status, out, testing::internal::GetCapturedStderr()};
+}
+
+TEST(CommandLineTest, LeavesTheDefaultsOfWhatIsNotGiven) {
+  EXPECT_EQ(run({"try", "--seed", "7"}).status, kFine);
+  EXPECT_EQ(given.word, "usual");
+  EXPECT_EQ(given.root, std::nullopt);
+  EXPECT_TRUE(given.files.empty());
+  EXPECT_EQ(given.seconds, 10);
+  EXPECT_EQ(given.seed, 7U);
+  EXPECT_FALSE(given.loud);
+}
+
+TEST(CommandLineTest, TakesWhatIsGiven) {
+  EXPECT_EQ(run({"try", "--seed=7", "a", "b", "--limit", "x", "y", "--limit", "z", "--root", "/mnt",
+                 "--timeout", "0.5", "--loud"})
+                .status,
+            kFine);
+  EXPECT_EQ(given.files, (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(given.limits, (std::vector<std::string>{"x", "y", "z"}));
+  EXPECT_EQ(given.root, "/mnt");
+  EXPECT_EQ(given.seconds, 0.5);
+  EXPECT_TRUE(given.loud);
+}
+
+TEST(CommandLineTest, GivesAnOptionThatStandsAloneItsValue) {
+  run({"try", "--seed=7", "--root"});
+  EXPECT_EQ(given.root, "/");
+}
+
+TEST(CommandLineTest, EndsAsTheCommandDoes) {
+  ending = kProblems;
+  EXPECT_EQ(run({"try", "--seed=7"}).status, kProblems);
+  ending = kFine;
+}
+
+TEST(CommandLineTest, ComplainsOfAWrongCommandLineAndRunsNothing) {
+  const std::vector<std::string> wrong[] = {{},
+                                            {"tyr"},
+                                            {"try"},
+                                            {"try", "--seed=x"},
+                                            {"try", "--seed=7", "--nothing"},
+                                            {"try", "--seed=7", "--word", "third"},
+                                            {"try", "--seed=7", "--timeout", "0.4"},
+                                            {"try", "--seed=7", "--timeout", "20.1"}};
+  for (const std::vector<std::string>& words : wrong) {
+    const Ended ended = run(words);
+    EXPECT_EQ(ended.status, kCouldNotRun);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.err.find("thermalctl: "), 0U) << ended.err;
+    EXPECT_EQ(given.seed, Options().seed);
+  }
+}
+
+TEST(CommandLineTest, ComplainsOfWhatOnlyTheCommandCanTell) {
+  const Ended ended = run({"try", "--seed=7", "--word", "other"});
+  EXPECT_EQ(ended.status, kCouldNotRun);
+  EXPECT_EQ(ended.err, "thermalctl: --word: not with these files\n"
+                       "Run with --help for more information.\n");
+}
+
+TEST(CommandLineTest, HelpTellsEveryOption) {
+  const Ended help = run({"try", "--help"});
+  EXPECT_EQ(help.status, kFine);
+  for (const char* entry :
+       {"  FILE FILE ...  ", "  --word TEXT:{usual,other}=usual\n", "  --root [ROOT]=/  ",
+        "  --limit LIMIT ...  ", "  --timeout SECONDS=10  ", "  --seed UINT REQUIRED  ",
+        "  --loud  ", "\nExamples: none\n"})
+    EXPECT_NE(help.out.find(entry), std::string::npos) << entry << help.out;
+}
+
+} // namespace

@@ -1,0 +1,34 @@
+#include "terminal/Colour.h"
+
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+#include "thermalctl/terminal/TestTerminal.h"
+
+namespace {
+
+TEST(ColourTest, IsForATerminalAlone) {
+  const TestTerminal terminal;
+  ::unsetenv("NO_COLOR");
+  EXPECT_EQ(colourFor(terminal.program()), Colour::kOn);
+  EXPECT_EQ(colourFor(-1), Colour::kOff);
+}
+
+TEST(ColourTest, IsOffWhereTheUserWantsNone) {
+  const TestTerminal terminal;
+  ::setenv("NO_COLOR", "", 1);
+  EXPECT_EQ(colourFor(terminal.program()), Colour::kOn);
+  ::setenv("NO_COLOR", "1", 1);
+  EXPECT_EQ(colourFor(terminal.program()), Colour::kOff);
+  ::unsetenv("NO_COLOR");
+}
+
+TEST(ColourTest, PaintsNothingThatWouldNotShow) {
+  EXPECT_EQ(painted(Colour::kOn, "31", "hot"), "\x1B[31mhot\x1B[0m");
+  EXPECT_EQ(painted(Colour::kOff, "31", "hot"), "hot");
+  EXPECT_EQ(painted(Colour::kOn, "", "hot"), "hot");
+  EXPECT_EQ(painted(Colour::kOn, "31", ""), "");
+}
+
+} // namespace

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+// A terminal of which the test is the user.
+class TestTerminal {
+public:
+  TestTerminal() : user(::posix_openpt(O_RDWR | O_NOCTTY)) {
+    ::grantpt(user);
+    ::unlockpt(user);
+    shown = ::open(::ptsname(user), O_RDWR | O_NOCTTY);
+  }
+  ~TestTerminal() {
+    ::close(shown);
+    ::close(user);
+  }
+  TestTerminal(const TestTerminal&) = delete;
+  TestTerminal& operator=(const TestTerminal&) = delete;
+
+  // The end that a program writes to.
+  int program() const { return shown; }
+
+  // What has been written since the last call. A terminal takes its time, so a mark comes behind
+  // it.
+  std::string text() const {
+    constexpr char kMark = '\x01';
+    if (::write(shown, &kMark, 1) != 1) return "cannot be written";
+    std::string text;
+    for (char each = 0; ::read(user, &each, 1) == 1 && each != kMark;)
+      text += each;
+    return text;
+  }
+
+private:
+  int user;
+  int shown = -1;
+};
