@@ -84,7 +84,7 @@ bool standsAlone(const Item& item, const std::string& key) {
 bool meantLowactive(const Item& item) {
   if (item.lowactive || misspelt(item, "lowactive")) return true;
   // "yes", "1" or "True" were meant for "true", and the daemon takes them for false.
-  return item.lowactiveWord && item.lowactiveWord->text != "false";
+  return item.lowactive.word && item.lowactive.word->text != "false";
 }
 
 std::vector<KeyedNumber> temperaturesOf(const Item& item) {

@@ -142,10 +142,10 @@ constexpr Rule kItemKeyWithoutValue = {
 
 void lowactiveNotTrue(const Subject& subject, Findings& findings) {
   forEachItem(subject, [&](const Configuration& configuration, const Item& item) {
-    if (!item.lowactiveWord || standsAlone(item, "lowactive")) return;
-    const std::string& text = item.lowactiveWord->text;
+    if (!item.lowactive.word || standsAlone(item, "lowactive")) return;
+    const std::string& text = item.lowactive.word->text;
     if (text == "true" || text == "false") return;
-    findings.add(configuration.file, *item.lowactiveWord,
+    findings.add(configuration.file, *item.lowactive.word,
                  "the daemon takes " + quoted(text) + " for false, and the item acts on heat",
                  "write 'lowactive true', or take the line out");
   });
