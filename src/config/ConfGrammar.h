@@ -9,8 +9,10 @@
 inline constexpr char kScenarioKey[] = "SCEN";
 inline constexpr char kItemTypeKey[] = "algo_type";
 
+// Why an item, and with it the file, is not read on.
+//
+// Errors: the daemon logs the first of a file, and ends.
 struct ConfError {
-  // Why an item, and with it the file, is not read on.
   enum Failure { kNoItem, kNoType, kBadType, kMissingProperty };
 };
 
