@@ -17,6 +17,36 @@ inline constexpr char kWhiteSpace[] = "\t\n\v\f\r ";
 // held, words not yet taken included.
 int getString(std::istream& in, std::stringstream& line);
 
+// A text line by line, and word by word from the line in hand.
+//
+// Shape:   one word serves every extraction: where a line is blank or used up, what was in hand stays
+//          there, and both formats count on that.
+// Source:  a stream, which must outlive the reader.
+class TextReader {
+public:
+  explicit TextReader(std::istream& in_) : in(in_) {}
+
+  bool ended() const { return in.eof(); }
+
+  // Takes the next line in hand; false for a blank one, or none.
+  bool nextLine() { return getString(in, line) == 0; }
+  // Takes the next word of the line in hand; false once that is used up.
+  bool nextWord() { return static_cast<bool>(line >> taken); }
+  // Takes a line and its first word, each if it is there; false without the line.
+  bool advance() {
+    const bool found = nextLine();
+    nextWord();
+    return found;
+  }
+
+  const std::string& word() const { return taken; }
+
+protected:
+  std::istream& in;
+  std::stringstream line;
+  std::string taken;
+};
+
 // Removes leading and trailing white space.
 void trim(std::string& s);
 

@@ -5,11 +5,14 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "base/Int32.h"
 #include "base/Names.h"
+#include "base/TextReader.h"
+#include "config/ConfGrammar.h"
+#include "config/ItemFields.h"
 #include "thread/Scenario.h"
 
 class Device;
@@ -19,10 +22,7 @@ class Sensor;
 
 // Reads an algorithm configuration and builds its items, their workers and the scenarios.
 //
-// Shape:   items, each a header line, a type line and property lines up to a blank line or "]";
-//          scenario lines between them. One word serves every extraction: where a line is blank or
-//          used up, the word read before it stands in for the missing one, and the format counts
-//          on that.
+// Shape:   what `readItem` makes of the lines, and what `visitKeys` has of keys.
 // Errors:  the first error ends the reading; what was built up to there stays.
 // Threads: none of its own. It adds to the lists of running workers, and to those that sensors walk
 //          where a file declares a scenario under the retired name of the one in force.
@@ -43,47 +43,57 @@ public:
   // ended the reading.
   std::optional<std::string> parse();
 
+  // What the log says of a failure; the name is that of the item that lacks a property.
+  static std::string messageOf(ConfError::Failure failure, const std::string& itemName);
+
 private:
-  struct Item {
-    std::string name;
-    Sensor* sensor = nullptr;
-    Device* device = nullptr;
-    uint32_t sampling = 1000;
-    bool lowactive = false;
-    std::vector<int32_t> thresholds;
-    std::vector<int32_t> thresholdsClr;
-    std::vector<std::vector<Device*>> actions;
-    std::vector<std::vector<int32_t>> actionInfo;
-    int32_t setPoint = 0;
-    int32_t setPointClr = 0;
-    int32_t startLevel = 0;
-    int32_t devicePerfFloor = INT32_MAX;
-    uint32_t timeTickTrigger = 0;
+  struct Values {
+    using Sensor = ::Sensor*;
+    using Device = ::Device*;
+    using Number = int32_t;
+    using Flag = bool;
+    using DeviceRow = std::vector<::Device*>;
+    using LevelRow = std::vector<int32_t>;
   };
-  using KeyTable = std::map<std::string, void (*)(ConfParser&, Item&)>;
+  struct Item : ItemFields<Values> {
+    std::string name;
+    ItemKind kind = ItemKind::kNone;
+  };
 
-  static const KeyTable& monitorKeys();
-  static const KeyTable& ssKeys();
-
-  std::optional<std::string> parseItem();
+  // The parts of an item, for the grammar.
+  template <typename Text, typename Parts> friend void readProperties(Text& text, Parts& parts);
+  template <typename Text, typename Parts>
+  friend std::optional<ConfError::Failure> readItem(Text& text, Parts& parts);
+  void leaveScenario();
   void enterScenario();
-  void parseProperties(Item& item, const KeyTable& keys);
-  std::optional<std::string> buildMonitor(const Item& item);
-  std::optional<std::string> buildSS(const Item& item);
+  void beginItem();
+  bool takeKind();
+  void takeProperty();
+  std::optional<ConfError::Failure> endItem();
+
+  std::optional<ConfError::Failure> buildMonitor();
+  std::optional<ConfError::Failure> buildSS();
+  template <typename Worker>
+  Worker& workerFor(std::map<std::string, Worker*>& workers, uint32_t sampling);
 
   const std::string& nextWord();
-  int32_t nextNumber();
-  void appendNumbers(std::vector<int32_t>& list);
+  // Each takes what stands behind a key for its field.
+  void take(Sensor*& sensor) { sensor = registries.sensors[nextWord()]; }
+  void take(Device*& device) { device = registries.devices[nextWord()]; }
+  void take(int32_t& number) { number = parseInt32(nextWord()); }
+  void take(bool& flag) { flag = nextWord() == "true"; }
+  void take(std::vector<int32_t>& list);
+  void take(std::vector<std::vector<Device*>>& rows);
+  void take(std::vector<std::vector<int32_t>>& rows);
   // Appends a row for each remaining word and adds `convert(piece)` for each of the pieces that "+"
   // joins. Rows are addressed by the word's position on its line, so a second line adds its pieces
   // to the first line's rows.
   template <typename T, typename Convert>
   void appendRows(std::vector<std::vector<T>>& rows, Convert convert);
 
-  std::istream& in;
+  TextReader text;
   Registries registries;
-  std::stringstream line;
-  std::string word;
+  Item item;
   std::string scenarioName{kDefaultScenario};
   std::map<std::string, std::unique_ptr<Scenario>> scenarios;
 };

@@ -1,13 +1,23 @@
 #include "config/EnvParser.h"
 
-#include "base/Int32.h"
-#include "base/TextReader.h"
+#include <string_view>
+
 #include "device/DeviceKinds.h"
 #include "sensor/Real.h"
 #include "sensor/Virtual.h"
 #include "thread/SensorThread.h"
 
 namespace {
+
+// The kinds that are none of a device.
+constexpr struct {
+  const char* word;
+  SectionKind kind;
+} kOwnKinds[] = {
+    {"real", SectionKind::kReal},
+    {"virtual", SectionKind::kVirtual},
+    {"conf_file", SectionKind::kConfFile},
+};
 
 bool beginsQuoted(const std::string& word) {
   return word.front() == '"';
@@ -16,124 +26,95 @@ bool endsQuoted(const std::string& word) {
   return word.back() == '"';
 }
 
-// The text of a quoted entry whose first word is `joined`. A quote that is never closed takes the
+// The text of the quoted entry whose first word is in hand. A quote that is never closed takes the
 // rest of the line.
-std::string quotedEntry(std::string joined, std::istream& line) {
-  std::string word = joined;
-  while (!endsQuoted(word)) {
-    if (!(line >> word)) return joined.substr(1);
-    joined += " " + word;
+std::string quotedEntry(TextReader& text) {
+  std::string joined = text.word();
+  while (!endsQuoted(text.word())) {
+    if (!text.nextWord()) return joined.substr(1);
+    joined += " " + text.word();
   }
   return headerName(joined);
 }
 
 } // namespace
 
-EnvParser::EnvParser(std::istream& in_, Daemon& board_) : in(in_), board(board_) {}
+SectionKind sectionKind(const std::string& word) {
+  for (const auto& each : kOwnKinds)
+    if (each.word == word) return each.kind;
+  return deviceMaker(word) ? SectionKind::kDevice : SectionKind::kUnknown;
+}
+
+std::vector<std::string> sectionKindWords() {
+  std::vector<std::string> words;
+  for (const auto& each : kOwnKinds)
+    words.emplace_back(each.word);
+  for (const DeviceKind& each : deviceKinds())
+    words.emplace_back(each.word);
+  return words;
+}
+
+EnvParser::EnvParser(std::istream& in, Daemon& board_) : text(in), board(board_) {}
 
 void EnvParser::parse() {
-  while (!in.eof()) {
-    if (getString(in, line) != 0) continue;
-    std::string word;
-    line >> word;
-    if (word[0] != '[') return;
-    const std::string name = headerName(word);
-    // Whatever comes back: where the next line is blank, the rest of the header line stands in for
-    // it.
-    getString(in, line);
-    line >> word;
-    if (word != "type") return;
-    std::string kind;
-    line >> kind;
-    parseSection(name, kind);
-  }
+  while (!text.ended())
+    if (text.advance() && !readSection(text, *this)) return;
 }
 
-void EnvParser::parseSection(const std::string& name, const std::string& kind) {
-  if (kind == "real")
-    parseReal(name);
-  else if (kind == "virtual")
-    parseVirtual(name);
-  else if (kind == "conf_file")
-    parseConfFile();
-  else
-    parseDevice(name, kind);
+void EnvParser::beginSection() {
+  section = Section();
+  section.name = headerName(text.word());
 }
 
-void EnvParser::parseReal(const std::string& name) {
-  int32_t sampling = 1000;
-  std::string nodePath;
-  for (std::string key = nextKey(); !key.empty(); key = nextKey()) {
-    if (key == "sampling")
-      sampling = nextNumber();
-    else if (key == "node_path")
-      line >> nodePath;
-  }
-  Real* sensor = makeReal(name, static_cast<uint32_t>(sampling), nodePath);
-  board.sensors[name] = sensor;
-  SensorThread& worker = workerFor(sampling);
+void EnvParser::takeKind() {
+  if (text.nextWord()) section.kindWord = text.word();
+  section.kind = sectionKind(section.kindWord);
+}
+
+void EnvParser::takeProperty() {
+  const std::string key = text.word();
+  visitKeys(section, section.kind, [&](std::string_view known, auto& field) {
+    if (key == known) take(field);
+  });
+}
+
+void EnvParser::endSection() {
+  if (section.kind == SectionKind::kReal)
+    buildReal();
+  else if (section.kind == SectionKind::kVirtual)
+    buildVirtual();
+  else if (section.kind == SectionKind::kDevice)
+    buildDevice();
+  else if (!section.fileName.empty())
+    board.confFileName = section.fileName;
+}
+
+void EnvParser::buildReal() {
+  Real* sensor = makeReal(section.name, static_cast<uint32_t>(section.sampling), section.nodePath);
+  board.sensors[section.name] = sensor;
+  SensorThread& worker = workerFor(section.sampling);
   worker.insert(sensor);
   sensor->thread = &worker;
   sensor->activate();
 }
 
-void EnvParser::parseVirtual(const std::string& name) {
-  int32_t sampling = 1000;
-  int32_t setPoint = 0;
-  int32_t setPointClr = 0;
-  int32_t math = 0;
-  std::vector<Sensor*> sources;
-  std::vector<int32_t> offsets;
-  std::vector<int32_t> weights;
-  Sensor* trip = nullptr;
-  for (std::string key = nextKey(); !key.empty(); key = nextKey()) {
-    std::string word;
-    if (key == "sampling")
-      sampling = nextNumber();
-    else if (key == "set_point")
-      setPoint = nextNumber();
-    else if (key == "set_point_clr")
-      setPointClr = nextNumber();
-    else if (key == "math")
-      math = nextNumber();
-    else if (key == "offsets")
-      appendNumbers(offsets);
-    else if (key == "weights")
-      appendNumbers(weights);
-    else if (key == "sensors")
-      // A name that no section above defines gets a null entry, and the sensor a null source.
-      while (line >> word)
-        sources.push_back(board.sensors[word]);
-    else if (key == "trip_sensor") {
-      line >> word;
-      trip = board.sensors[word];
-    }
-  }
-  SensorThread& worker = workerFor(sampling);
-  auto* sensor = new Virtual(name, static_cast<uint32_t>(sampling), &worker, setPoint, setPointClr,
-                             sources, math, offsets, weights);
-  board.sensors[name] = sensor;
+void EnvParser::buildVirtual() {
+  SensorThread& worker = workerFor(section.sampling);
+  auto* sensor = new Virtual(section.name, static_cast<uint32_t>(section.sampling), &worker,
+                             section.setPoint, section.setPointClr, section.sources, section.math,
+                             section.offsets, section.weights);
+  board.sensors[section.name] = sensor;
   worker.insert(sensor);
-  if (auto* real = dynamic_cast<Real*>(trip)) real->insertVirtualSensor(sensor);
+  if (auto* real = dynamic_cast<Real*>(section.trip)) real->insertVirtualSensor(sensor);
 }
 
-void EnvParser::parseConfFile() {
-  for (std::string key = nextKey(); !key.empty(); key = nextKey()) {
-    if (key == "file_name") line >> board.confFileName;
-  }
-}
-
-void EnvParser::parseDevice(const std::string& name, const std::string& kind) {
-  std::string nodePath;
-  std::string type = "integer";
+void EnvParser::buildDevice() {
   std::vector<std::string> levels;
-  for (std::string key = nextKey(); !key.empty(); key = nextKey()) {
-    if (key == "node_path")
-      line >> nodePath;
-    else if (key == "level_table")
-      appendLevels(levels, type);
-  }
-  if (Device* device = makeDevice(kind, name, nodePath, type, levels)) board.devices[name] = device;
+  for (const Level& level : section.levels)
+    levels.push_back(level.text);
+  const std::string type = valueTypeOf(section.levels);
+  board.devices[section.name] =
+      makeDevice(section.kindWord, section.name, section.nodePath, type, levels);
 }
 
 Real* EnvParser::makeReal(const std::string& name, uint32_t sampling, const std::string& nodePath) {
@@ -143,42 +124,33 @@ Real* EnvParser::makeReal(const std::string& name, uint32_t sampling, const std:
 Device* EnvParser::makeDevice(const std::string& kind, const std::string& name,
                               const std::string& nodePath, const std::string& type,
                               const std::vector<std::string>& levelTable) {
-  const auto maker = deviceKinds().find(kind);
-  return maker == deviceKinds().end() ? nullptr : maker->second(name, nodePath, type, levelTable);
+  return deviceMaker(kind)(name, nodePath, type, levelTable);
 }
 
-void EnvParser::appendLevels(std::vector<std::string>& levels, std::string& type) {
-  std::string word;
-  while (line >> word) {
-    if (beginsQuoted(word)) {
-      levels.push_back(quotedEntry(word, line));
-      type = "string";
-      continue;
-    }
-    levels.push_back(word);
-    if (word.find("0x") != std::string::npos)
-      type = "hex";
-    else if (word.find("0b") != std::string::npos)
-      type = "bin";
+std::string EnvParser::nextWord() {
+  return text.nextWord() ? text.word() : "";
+}
+
+void EnvParser::take(std::string& word) {
+  if (text.nextWord()) word = text.word();
+}
+
+void EnvParser::take(std::vector<int32_t>& list) {
+  while (text.nextWord())
+    list.push_back(parseInt32(text.word()));
+}
+
+void EnvParser::take(std::vector<Sensor*>& sources) {
+  // A name that no section above defines gets a null entry, and the sensor a null source.
+  while (text.nextWord())
+    sources.push_back(board.sensors[text.word()]);
+}
+
+void EnvParser::take(std::vector<Level>& levels) {
+  while (text.nextWord()) {
+    const bool quoted = beginsQuoted(text.word());
+    levels.push_back({quoted ? quotedEntry(text) : text.word(), quoted});
   }
-}
-
-std::string EnvParser::nextKey() {
-  std::string key;
-  if (getString(in, line) == 0) line >> key;
-  return key;
-}
-
-int32_t EnvParser::nextNumber() {
-  std::string word;
-  line >> word;
-  return parseInt32(word);
-}
-
-void EnvParser::appendNumbers(std::vector<int32_t>& list) {
-  std::string word;
-  while (line >> word)
-    list.push_back(parseInt32(word));
 }
 
 SensorThread& EnvParser::workerFor(int32_t period) {

@@ -1,18 +1,25 @@
 #pragma once
 
 #include <istream>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "base/Int32.h"
+#include "base/TextReader.h"
+#include "config/EnvGrammar.h"
+#include "config/SectionFields.h"
 #include "thread/Daemon.h"
 
 class Real;
 
+// The kind that a word behind "type" names, in its own spelling alone.
+SectionKind sectionKind(const std::string& word);
+// Those words, of all kinds.
+std::vector<std::string> sectionKindWords();
+
 // Reads the environment file and builds the board: sensors, their workers and devices.
 //
-// Shape:   sections, each a header line, a "type" line directly below it and key lines up to a
-//          blank line.
+// Shape:   what `readSection` makes of the lines, and what `visitKeys` has of keys.
 // Errors:  none is reported. A header or type line that is none ends the reading; what was built up
 //          to there stays.
 // Source:  "/vendor/etc/talmor-thermal.env", once, before any worker runs.
@@ -27,27 +34,52 @@ public:
 protected:
   // The only places where something with a node is made: here, of what the section says.
   virtual Real* makeReal(const std::string& name, uint32_t sampling, const std::string& nodePath);
-  // Null for a kind that is none.
   virtual Device* makeDevice(const std::string& kind, const std::string& name,
                              const std::string& nodePath, const std::string& type,
                              const std::vector<std::string>& levelTable);
 
 private:
-  void parseSection(const std::string& name, const std::string& kind);
-  void parseReal(const std::string& name);
-  void parseVirtual(const std::string& name);
-  void parseConfFile();
-  void parseDevice(const std::string& name, const std::string& kind);
+  // An entry of a level table.
+  struct Level {
+    std::string text; // without quotes
+    bool quoted;
+  };
+  struct Values {
+    using Number = int32_t;
+    using Text = std::string;
+    using Sensor = ::Sensor*;
+    using Source = ::Sensor*;
+    using Level = EnvParser::Level;
+  };
+  struct Section : SectionFields<Values> {
+    std::string name;
+    std::string kindWord;
+    SectionKind kind = SectionKind::kUnknown;
+  };
 
-  // The next key of the section, or an empty word at its end.
-  std::string nextKey();
-  int32_t nextNumber();
-  void appendNumbers(std::vector<int32_t>& list);
-  void appendLevels(std::vector<std::string>& levels, std::string& type);
+  // The parts of a section, for the grammar.
+  template <typename Text, typename Parts> friend bool readSection(Text& text, Parts& parts);
+  void beginSection();
+  void takeKind();
+  void takeProperty();
+  void endSection();
 
+  void buildReal();
+  void buildVirtual();
+  void buildDevice();
   SensorThread& workerFor(int32_t period);
 
-  std::istream& in;
+  // The next word of the line, or an empty one.
+  std::string nextWord();
+  // Each takes what stands behind a key for its field.
+  void take(int32_t& number) { number = parseInt32(nextWord()); }
+  void take(Sensor*& sensor) { sensor = board.sensors[nextWord()]; }
+  void take(std::string& word);
+  void take(std::vector<int32_t>& list);
+  void take(std::vector<Sensor*>& sources);
+  void take(std::vector<Level>& levels);
+
+  TextReader text;
   Daemon& board;
-  std::stringstream line;
+  Section section;
 };

@@ -18,12 +18,18 @@ Device* make(const std::string& name, const std::string& nodePath, const std::st
 
 } // namespace
 
-const std::map<std::string, DeviceMaker>& deviceKinds() {
-  static const std::map<std::string, DeviceMaker> kinds = {
+const std::vector<DeviceKind>& deviceKinds() {
+  static const std::vector<DeviceKind> kinds = {
       {"camera", make<CameraDevice>},         {"report", make<ReportDevice>},
       {"charger", make<ChargerDevice>},       {"cpufreq", make<CPUFreqDevice>},
       {"gpufreq", make<GPUFreqDevice>},       {"backlight", make<BacklightDevice>},
       {"cpuhotplug", make<CPUHotplugDevice>},
   };
   return kinds;
+}
+
+DeviceMaker deviceMaker(const std::string& kind) {
+  for (const DeviceKind& each : deviceKinds())
+    if (each.word == kind) return each.make;
+  return nullptr;
 }

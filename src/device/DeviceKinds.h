@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -10,5 +9,14 @@ using DeviceMaker = Device* (*)(const std::string& name, const std::string& node
                                 const std::string& type,
                                 const std::vector<std::string>& levelTable);
 
-// What makes a device of each kind, by the word behind "type" in its section.
-const std::map<std::string, DeviceMaker>& deviceKinds();
+// The word behind "type" in a device's section, and what makes a device of that kind.
+struct DeviceKind {
+  const char* word;
+  DeviceMaker make;
+};
+
+// All kinds, in the order in which they are told.
+const std::vector<DeviceKind>& deviceKinds();
+
+// What makes a device of the kind, or null for a word that names none.
+DeviceMaker deviceMaker(const std::string& kind);

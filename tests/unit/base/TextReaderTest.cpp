@@ -195,6 +195,30 @@ TEST(TextReaderTest, TakesLinesOfAnyLength) {
   EXPECT_EQ(line.str(), text);
 }
 
+TEST(TextReaderTest, AdvancesToTheFirstWordOfTheNextLine) {
+  std::istringstream in("one two\n  three\n");
+  TextReader text(in);
+  EXPECT_TRUE(text.advance());
+  EXPECT_EQ(text.word(), "one");
+  EXPECT_TRUE(text.advance());
+  EXPECT_EQ(text.word(), "three");
+  EXPECT_FALSE(text.nextWord());
+  EXPECT_EQ(text.word(), "three") << "where no other follows";
+  EXPECT_FALSE(text.ended());
+  EXPECT_FALSE(text.advance());
+  EXPECT_TRUE(text.ended());
+}
+
+TEST(TextReaderTest, AdvancesToTheRestOfALineThatABlankOneFollows) {
+  std::istringstream in("one two\n\nthree\n");
+  TextReader text(in);
+  text.advance();
+  EXPECT_FALSE(text.advance());
+  EXPECT_EQ(text.word(), "two");
+  EXPECT_TRUE(text.advance());
+  EXPECT_EQ(text.word(), "three");
+}
+
 TEST(TextReaderTest, TrimRemovesTheSixWhiteSpaceCharactersFromBothEndsAndNothingElse) {
   EXPECT_EQ(trimmed("\t\n\v\f\r word \r\f\v\n\t"), "word");
   EXPECT_EQ(trimmed("two  words"), "two  words");

@@ -489,4 +489,18 @@ TEST_F(EnvParserTest, AConfigurationSectionWithoutAFileNameKeepsTheNameInForce) 
   expectNothing("[any]\ntype conf_file\nfile_name\n");
 }
 
+TEST(SectionKindTest, EveryWordNamesItsKindInSmallLettersAlone) {
+  EXPECT_EQ(sectionKindWords(), (Keys{"real", "virtual", "conf_file", "camera", "report", "charger",
+                                      "cpufreq", "gpufreq", "backlight", "cpuhotplug"}));
+  for (const std::string& word : sectionKindWords()) {
+    EXPECT_NE(sectionKind(word), SectionKind::kUnknown) << word;
+    std::string capital = word;
+    capital[0] = static_cast<char>(capital[0] - 'a' + 'A');
+    EXPECT_EQ(sectionKind(capital), SectionKind::kUnknown) << capital;
+  }
+  EXPECT_EQ(sectionKind("real"), SectionKind::kReal);
+  EXPECT_EQ(sectionKind("cpuhotplug"), SectionKind::kDevice);
+  EXPECT_EQ(sectionKind(""), SectionKind::kUnknown);
+}
+
 } // namespace

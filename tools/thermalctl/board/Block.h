@@ -41,3 +41,24 @@ struct Block {
   // failing that the header.
   const Word& place(const std::string& key) const;
 };
+
+// Calls `take(field, property)` for each property whose key a block of this kind has, and marks it
+// as known.
+template <typename KindOfBlock, typename Take> void fillFields(KindOfBlock& block, Take take) {
+  for (Property& property : block.properties) {
+    property.known = false;
+    visitKeys(block, block.kind, [&](const char* key, auto& field, auto...) {
+      if (property.key.text != key) return;
+      property.known = true;
+      take(field, property);
+    });
+  }
+}
+
+// The keys that the daemon takes up in a block of that kind.
+template <typename KindOfBlock, typename Kind> std::vector<std::string> keysOf(Kind kind) {
+  std::vector<std::string> keys;
+  KindOfBlock any;
+  visitKeys(any, kind, [&keys](const char* key, auto...) { keys.emplace_back(key); });
+  return keys;
+}

@@ -1,37 +1,14 @@
 #include "board/Configuration.h"
 
-#include <algorithm>
-#include <map>
-
-#include "base/Int32.h"
 #include "base/TextReader.h"
 #include "board/MeantItems.h"
+#include "config/ConfParser.h"
 #include "text/Characters.h"
 #include "text/PlacedText.h"
 
 namespace {
 
 using Error = ConfigurationError;
-
-ItemKind itemKind(const std::string& word) {
-  if (word == "monitor") return ItemKind::kMonitor;
-  if (word == "ss") return ItemKind::kSS;
-  return ItemKind::kNone;
-}
-
-std::string messageOf(Error::Failure failure, const Item* item) {
-  switch (failure) {
-  case Error::kNoItem:
-    return "Each item should be started with 'SCEN' or embraced with [name]";
-  case Error::kNoType:
-    return "Each item's property should contain & start with 'algo_type'";
-  case Error::kBadType:
-    return "Algo type should be 'monitor' or 'SS'";
-  default:
-    // The daemon's line ends the name where it holds a NUL.
-    return std::string("There is some missing property for ") + item->name.c_str();
-  }
-}
 
 // The pieces of a word between "+", with their places.
 std::vector<Word> piecesOf(const Word& word) {
@@ -56,81 +33,39 @@ public:
       : item(item_), environment(environment_) {}
 
   void interpret() {
-    const std::vector<std::string>& keys = itemKeys(item.kind);
-    for (Property& property : item.properties) {
-      property.known = std::find(keys.begin(), keys.end(), property.key.text) != keys.end();
-      if (property.known) apply(property);
-    }
-    listMissing();
+    fillFields(item, [this](auto& field, const Property& property) { take(field, property); });
+    visitKeys(item, item.kind, [this](const char* key, const auto& field, Need need) {
+      if (need == Need::kMandatory && !isGiven(field)) item.missing.emplace_back(key);
+    });
   }
 
 private:
-  void apply(const Property& property) {
-    // Both are tried whatever the item's kind: only keys that the kind knows come here.
-    if (applyToMonitor(property) || applyToSS(property)) return;
-    const std::string& key = property.key.text;
-    if (key == "sensor") {
-      const Word& name = valueOf(property);
-      item.sensor = Reference{name, environment.sensor(name.text)};
-    } else if (key == "sampling") {
-      item.sampling = numberOf(property);
-    } else if (key == "lowactive") {
-      item.lowactiveWord = valueOf(property);
-      item.lowactive = item.lowactiveWord->text == "true";
-    }
-  }
-
-  bool applyToMonitor(const Property& property) {
-    const std::string& key = property.key.text;
-    if (key == "thresholds")
-      appendNumbers(item.thresholds, property.words);
-    else if (key == "thresholds_clr")
-      appendNumbers(item.thresholdsClr, property.words);
-    else if (key == "actions")
-      appendRows(item.actions, property.words, [this](const Word& piece) {
-        return Reference{piece, environment.device(piece.text)};
-      });
-    else if (key == "action_info")
-      appendRows(item.actionInfo, property.words, [](const Word& piece) {
-        return Number{parseInt32(piece.text), piece};
-      });
-    else
-      return false;
-    return true;
-  }
-
-  bool applyToSS(const Property& property) {
-    static const std::map<std::string, Number Item::*> numbers = {
-        {"set_point", &Item::setPoint},
-        {"set_point_clr", &Item::setPointClr},
-        {"start_level", &Item::startLevel},
-        {"device_perf_floor", &Item::devicePerfFloor},
-        {"time_tick_trigger", &Item::timeTickTrigger},
-    };
-    if (property.key.text == "device") {
-      const Word& name = valueOf(property);
-      item.device = Reference{name, environment.device(name.text)};
-      return true;
-    }
-    const auto number = numbers.find(property.key.text);
-    if (number == numbers.end()) return false;
-    item.*number->second = numberOf(property);
-    return true;
-  }
-
   // A key that stands alone is taken for its own value.
   static const Word& valueOf(const Property& property) {
     return property.words.empty() ? property.key : property.words.front();
   }
-  static Number numberOf(const Property& property) {
-    const Word& word = valueOf(property);
-    return {parseInt32(word.text), word};
+
+  void take(std::optional<Reference>& sensor, const Property& property) {
+    const Word& name = valueOf(property);
+    sensor = Reference{name, environment.sensor(name.text)};
+  }
+  void take(ItemValues::Device& device, const Property& property) {
+    device.emplace(deviceOf(valueOf(property)));
+  }
+  void take(Number& number, const Property& property) { number = numberOf(valueOf(property)); }
+  void take(Flag& flag, const Property& property) { flag.word = valueOf(property); }
+  void take(std::vector<Number>& list, const Property& property) {
+    for (const Word& word : property.words)
+      list.push_back(numberOf(word));
+  }
+  void take(std::vector<DeviceRow>& rows, const Property& property) {
+    appendRows(rows, property.words, [this](const Word& piece) { return deviceOf(piece); });
+  }
+  void take(std::vector<LevelRow>& rows, const Property& property) {
+    appendRows(rows, property.words, numberOf);
   }
 
-  static void appendNumbers(std::vector<Number>& list, const std::vector<Word>& words) {
-    for (const Word& word : words)
-      list.push_back({parseInt32(word.text), word});
-  }
+  Reference deviceOf(const Word& name) const { return {name, environment.device(name.text)}; }
 
   template <typename Row, typename Convert>
   static void appendRows(std::vector<Row>& rows, const std::vector<Word>& words, Convert convert) {
@@ -142,30 +77,16 @@ private:
     }
   }
 
-  void listMissing() {
-    const auto require = [this](bool given, const char* key) {
-      if (!given) item.missing.emplace_back(key);
-    };
-    if (item.kind == ItemKind::kNone) return;
-    require(item.sensor && item.sensor->section, "sensor");
-    if (item.kind == ItemKind::kMonitor) {
-      require(!item.thresholds.empty(), "thresholds");
-      require(!item.thresholdsClr.empty(), "thresholds_clr");
-      require(!item.actions.empty(), "actions");
-      require(!item.actionInfo.empty(), "action_info");
-    } else {
-      require(item.device && item.device->section, "device");
-      require(item.setPoint.value != 0, "set_point");
-      require(item.setPointClr.value != 0, "set_point_clr");
-    }
-  }
+  static bool isGiven(const std::optional<Reference>& name) { return name && name->section; }
+  static bool isGiven(const Number& number) { return number.value != 0; }
+  static bool isGiven(const Flag& flag) { return flag.word.has_value(); }
+  template <typename T> static bool isGiven(const std::vector<T>& list) { return !list.empty(); }
 
   Item& item;
   const Environment& environment;
 };
 
-// Reads the file the daemon's way, and on behind the places where the daemon would not. Like the
-// daemon it has one word only, which stays where no other follows.
+// Reads the file the daemon's way, and on behind the places where the daemon would not.
 class Reader {
 public:
   Reader(Configuration& configuration_, const Environment& environment_, const std::string& content)
@@ -174,180 +95,151 @@ public:
   void read() {
     configuration.lines = text.allLines();
     while (!text.ended()) {
-      if (text.nextLine()) readBlock();
+      if (!text.advance()) continue;
+      expected = Error::kHeader;
+      if (const auto failure = readItem(text, *this)) resume(*failure);
     }
+  }
+
+  // The parts of an item, for the grammar.
+  void leaveScenario() {
+    expected = Error::kHeaderBehindBracket;
+    putInForce(text.placedWord(), {"Default", text.placedWord().at});
+  }
+
+  void enterScenario() {
+    expected = Error::kHeaderBehindScenario;
+    const Word keyword = text.placedWord();
+    text.nextWord();
+    putInForce(keyword, text.placedWord());
+    configuration.scenarios.insert(text.word());
+  }
+
+  void beginItem() {
+    item = &configuration.items.emplace_back();
+    item->header = text.placedWord();
+    item->name = headerName(text.word());
+    item->readByDaemon = configuration.errors.empty();
+    item->scenario = scenario;
+    if (!configuration.scenarioLines.empty())
+      item->scenarioLine = configuration.scenarioLines.size() - 1;
+  }
+
+  bool takeKind() {
+    item->kindWord = text.nextWord() ? text.placedWord() : Word{"", text.placedWord().at};
+    item->kind = itemKind(text.word());
+    return item->kind != ItemKind::kNone;
+  }
+
+  void takeProperty() {
+    if (lineFound() == Error::kBlankLine) item->blankBelowType = true;
+    // Where nothing is below, the word in hand is the kind's and not a key.
+    if (text.wordFound()) item->properties.push_back({text.placedWord(), text.restOfLine(), false});
+  }
+
+  std::optional<Error::Failure> endItem() {
+    noteEnd();
+    return build();
   }
 
 private:
-  void nextLine() { fetched = text.nextLine(); }
-
-  void nextWord() {
-    std::optional<Word> next = text.nextWord();
-    extracted = next.has_value();
-    if (next) word = std::move(*next);
-  }
-
-  // Why there was no line.
-  Error::Found gap() const { return text.ended() ? Error::kEndOfFile : Error::kBlankLine; }
-  Error::Found lineFound() const { return fetched ? Error::kOtherWord : gap(); }
-  Error::Found wordFound() const { return extracted ? Error::kOtherWord : Error::kNoWord; }
-
-  void fail(Error::Failure failure, Error::Expected expected, Error::Found found,
-            const Item* item) {
-    configuration.errors.push_back(
-        {failure, expected, found, word, messageOf(failure, item), item});
-  }
-
-  bool beginsBlock() const {
-    return word.text[0] == '[' || word.text == "SCEN" || word.text == "]";
-  }
-
-  // An item, with the scenario line above it if there is one.
-  void readBlock() {
-    fetched = true;
-    Error::Expected expected = Error::kHeader;
-    nextWord();
-    if (word.text == "]") {
-      expected = Error::kHeaderBehindBracket;
-      putInForce(word, {"Default", word.at});
-    } else if (word.text == "SCEN") {
-      expected = Error::kHeaderBehindScenario;
-      const Word keyword = word;
-      nextWord();
-      putInForce(keyword, word);
-      configuration.scenarios.insert(word.text);
-    }
-    if (expected != Error::kHeader) {
-      nextLine();
-      nextWord();
-    }
-    if (word.text[0] == '[') return readItem(word);
-    fail(Error::kNoItem, expected, lineFound(), nullptr);
-    if (fetched) skipParagraph();
-  }
-
   void putInForce(const Word& keyword, const Word& name) {
     scenario = name.text;
     configuration.scenarioLines.push_back({keyword, name, configuration.errors.empty()});
   }
 
+  void noteEnd() {
+    if (!text.lineFound()) {
+      item->end = text.ended() ? ItemEnd::kEndOfFile : ItemEnd::kBlankLine;
+    } else {
+      item->end = ItemEnd::kBracket;
+      item->bracket = text.placedWord();
+    }
+  }
+
+  std::optional<Error::Failure> build() {
+    interpret(*item, environment);
+    const bool complete = item->kind != ItemKind::kNone && item->missing.empty();
+    item->created = complete && configuration.errors.empty();
+    if (item->missing.empty()) return std::nullopt;
+    return Error::kMissingProperty;
+  }
+
+  Error::Found lineFound() const {
+    if (text.lineFound()) return Error::kOtherWord;
+    return text.ended() ? Error::kEndOfFile : Error::kBlankLine;
+  }
+
+  void fail(Error::Failure failure, Error::Expected place, Error::Found found, const Word& at) {
+    const Item* of = failure == Error::kNoItem ? nullptr : item;
+    const std::string message = ConfParser::messageOf(failure, of ? of->name : "");
+    configuration.errors.push_back({{}, failure, place, found, at, message, of});
+  }
+
+  // Behind the place where the daemon ends.
+  void resume(Error::Failure failure) {
+    switch (failure) {
+    case Error::kNoItem:
+      fail(failure, expected, lineFound(), text.placedWord());
+      return skipParagraph();
+    case Error::kNoType:
+      fail(failure, Error::kTypeLine, lineFound(), text.placedWord());
+      if (text.lineFound() || text.findBelow(kItemTypeKey)) readOn();
+      return resumeBehind(build());
+    case Error::kBadType:
+      rejectKind();
+      readProperties(text, *this);
+      return resumeBehind(endItem());
+    case Error::kMissingProperty:
+      return resumeBehind(failure);
+    }
+  }
+
+  // Behind an item's last line.
+  void resumeBehind(std::optional<Error::Failure> failure) {
+    if (failure) fail(*failure, Error::kProperties, Error::kNoWord, item->header);
+  }
+
+  void rejectKind() {
+    fail(Error::kBadType, Error::kTypeWord, text.wordFound() ? Error::kOtherWord : Error::kNoWord,
+         text.placedWord());
+    item->kind = meantKind(text.word());
+  }
+
+  bool beginsBlock() const {
+    return text.word()[0] == '[' || text.word() == kScenarioKey || text.word() == "]";
+  }
+
   // From the line in hand to the next blank line, or to one that begins a block.
   void skipParagraph() {
-    do {
+    for (; text.lineFound(); text.advance())
       if (beginsBlock()) return text.readLineAgain();
-      nextLine();
-      nextWord();
-    } while (fetched);
   }
 
-  void readItem(const Word& header) {
-    Item& item = configuration.items.emplace_back();
-    item.header = header;
-    item.name = headerName(header.text);
-    item.readByDaemon = configuration.errors.empty();
-    item.scenario = scenario;
-    if (!configuration.scenarioLines.empty())
-      item.scenarioLine = configuration.scenarioLines.size() - 1;
-    nextLine();
-    nextWord();
-    if (word.text == "algo_type") {
-      readKind(item);
-      readProperties(item);
-    } else {
-      fail(Error::kNoType, Error::kTypeLine, lineFound(), &item);
-      recover(item);
+  // The lines up to the item's end are what it was meant to hold, and one of them may be its type
+  // line.
+  void readOn() {
+    for (; text.lineFound() && text.word() != "]"; text.advance()) {
+      if (beginsBlock()) {
+        item->end = ItemEnd::kNextHeader;
+        return text.readLineAgain();
+      }
+      if (text.word() != kItemTypeKey || !item->kindWord.text.empty())
+        takeProperty();
+      else if (!takeKind())
+        rejectKind();
     }
-    build(item);
-  }
-
-  void readKind(Item& item) {
-    nextWord();
-    item.kindWord = extracted ? word : Word{"", word.at};
-    item.kind = itemKind(word.text);
-    if (item.kind != ItemKind::kNone) return;
-    fail(Error::kBadType, Error::kTypeWord, wordFound(), &item);
-    item.kind = meantKind(word.text);
-  }
-
-  void readProperties(Item& item) {
-    nextLine();
-    item.blankBelowType = lineFound() == Error::kBlankLine;
-    nextWord();
-    // Where nothing is below, the word in hand is the kind's and not a key.
-    if (extracted) addProperty(item);
-    readFurtherProperties(item);
-  }
-
-  void addProperty(Item& item) { item.properties.push_back({word, text.restOfLine(), false}); }
-
-  void readFurtherProperties(Item& item) {
-    for (;;) {
-      nextLine();
-      if (!fetched) return endAtGap(item);
-      nextWord();
-      if (word.text == "]") return endAtBracket(item);
-      addProperty(item);
-    }
-  }
-
-  // The daemon is gone; the lines up to the item's end are what it was meant to hold, and one of
-  // them may be its type line.
-  void recover(Item& item) {
-    if (!fetched && !findTypeLineBelow()) return;
-    for (;;) {
-      if (word.text == "]") return endAtBracket(item);
-      if (beginsBlock()) return endAtNextHeader(item);
-      if (word.text == "algo_type" && item.kindWord.text.empty())
-        readKind(item);
-      else
-        addProperty(item);
-      nextLine();
-      if (!fetched) return endAtGap(item);
-      nextWord();
-    }
-  }
-
-  // Whether a blank line below the header was all that was wrong.
-  bool findTypeLineBelow() {
-    while (!fetched) {
-      if (text.ended()) return false;
-      nextLine();
-    }
-    nextWord();
-    if (word.text == "algo_type") return true;
-    text.readLineAgain();
-    return false;
-  }
-
-  void endAtBracket(Item& item) {
-    item.end = ItemEnd::kBracket;
-    item.bracket = word;
-  }
-  void endAtGap(Item& item) {
-    item.end = gap() == Error::kEndOfFile ? ItemEnd::kEndOfFile : ItemEnd::kBlankLine;
-  }
-  void endAtNextHeader(Item& item) {
-    item.end = ItemEnd::kNextHeader;
-    text.readLineAgain();
-  }
-
-  void build(Item& item) {
-    Interpreter(item, environment).interpret();
-    item.created =
-        configuration.errors.empty() && item.kind != ItemKind::kNone && item.missing.empty();
-    if (item.missing.empty()) return;
-    word = item.header;
-    fail(Error::kMissingProperty, Error::kProperties, Error::kNoWord, &item);
+    noteEnd();
   }
 
   Configuration& configuration;
   const Environment& environment;
   PlacedText text;
-  Word word;
-  // Whether the last line was there to be read, and the last word in the line in hand.
-  bool fetched = false;
-  bool extracted = false;
   std::string scenario{"Default"};
+  // What would have to stand where no item begins.
+  Error::Expected expected = Error::kHeader;
+  // The one that is being read.
+  Item* item = nullptr;
 };
 
 void listMeantItems(Configuration& configuration, const Environment& environment) {
@@ -365,15 +257,8 @@ void listMeantItems(Configuration& configuration, const Environment& environment
 
 } // namespace
 
-const std::vector<std::string>& itemKeys(ItemKind kind) {
-  static const std::vector<std::string> monitor = {
-      "sensor", "sampling", "thresholds", "thresholds_clr", "actions", "action_info", "lowactive"};
-  static const std::vector<std::string> ss = {
-      "sensor",        "device",      "sampling",          "set_point",
-      "set_point_clr", "start_level", "device_perf_floor", "time_tick_trigger",
-      "lowactive"};
-  static const std::vector<std::string> none;
-  return kind == ItemKind::kMonitor ? monitor : kind == ItemKind::kSS ? ss : none;
+std::vector<std::string> itemKeys(ItemKind kind) {
+  return keysOf<Item>(kind);
 }
 
 ItemKind meantKind(const std::string& word) {
@@ -385,7 +270,7 @@ void interpret(Item& item, const Environment& environment) {
 }
 
 std::string Item::workerKey() const {
-  return std::to_string(period()) + scenario + (kind == ItemKind::kSS ? "SS" : "MONITOR");
+  return ::workerKey(kind, period(), scenario);
 }
 
 Configuration readConfiguration(std::string file, const std::string& content,

@@ -9,11 +9,11 @@
 
 #include "board/Block.h"
 #include "board/Environment.h"
-
-enum class ItemKind { kMonitor, kSS, kNone };
+#include "config/ConfGrammar.h"
+#include "config/ItemFields.h"
 
 // The keys that the daemon takes up in an item of that kind; none without a kind.
-const std::vector<std::string>& itemKeys(ItemKind kind);
+std::vector<std::string> itemKeys(ItemKind kind);
 
 // A line that changes the scenario in force for the items below it: "SCEN" with a name, or a "]"
 // that does not end an item.
@@ -49,17 +49,36 @@ struct LevelRow {
 
 enum class ItemEnd { kBlankLine, kBracket, kEndOfFile, kNextHeader };
 
+// A word that only "true" makes true.
+//
+// Source: nothing without a line; for a key that stands alone, the key.
+struct Flag {
+  std::optional<Word> word;
+
+  explicit operator bool() const { return word && word->text == "true"; }
+};
+
+// What an item keeps of the words behind its keys.
+struct ItemValues {
+  using Sensor = std::optional<Reference>;
+  // A type of its own: a device's name is not looked up where a sensor's is.
+  struct Device : std::optional<Reference> {};
+  using Number = ::Number;
+  using Flag = ::Flag;
+  using DeviceRow = ::DeviceRow;
+  using LevelRow = ::LevelRow;
+};
+
 // An item of a configuration: what the daemon makes an algorithm of.
 //
 // Shape:  `kind` says which of the lists and numbers have a meaning. A value of which there is no
-//         line is the daemon's default, with an empty word.
-// Units:  temperatures in millidegrees Celsius, `sampling` in milliseconds, levels as indices into
-//         a device's table, `timeTickTrigger` in decisions.
+//         line is the daemon's default, with an empty word; a key that stands alone gives a
+//         number or a name the key itself for its word.
 // Errors: `missing` and `created` say what the daemon makes of it; numbers are what the daemon
 //         reads, however wrong their words are.
 // Source: the lines from its header to a blank line, a "]" or the end of the file. Its references
 //         point into the environment, which must outlive it.
-struct Item : Block {
+struct Item : Block, ItemFields<ItemValues> {
   // Behind an error in the type line: what the item was probably meant to be.
   ItemKind kind = ItemKind::kNone;
   // The word behind "algo_type". Without one its text is empty and its place that of "algo_type".
@@ -78,26 +97,6 @@ struct Item : Block {
   // The keys for want of which the daemon rejects the item, in the order of its tests.
   std::vector<std::string> missing;
 
-  // A key that stands alone gives a number or a name the key itself for its word.
-  std::optional<Reference> sensor;
-  Number sampling{1000, {}};
-  std::optional<Word> lowactiveWord;
-  bool lowactive = false;
-
-  // Of a monitor. A list keeps the words of all of its lines in their order.
-  std::vector<Number> thresholds;
-  std::vector<Number> thresholdsClr;
-  std::vector<DeviceRow> actions;
-  std::vector<LevelRow> actionInfo;
-
-  // Of an SS.
-  std::optional<Reference> device;
-  Number setPoint;
-  Number setPointClr;
-  Number startLevel;
-  Number devicePerfFloor{INT32_MAX, {}};
-  Number timeTickTrigger;
-
   uint32_t period() const { return static_cast<uint32_t>(sampling.value); }
   // The name under which the daemon keeps the worker of the item, such as "1000DefaultMONITOR".
   std::string workerKey() const;
@@ -114,8 +113,7 @@ void interpret(Item& item, const Environment& environment);
 // Shape:  a finding is made of `expected` and `found`; `message` is the reason that the daemon logs.
 // Source: the first of a file is what the daemon does; the others come of reading on where it would
 //         not.
-struct ConfigurationError {
-  enum Failure { kNoItem, kNoType, kBadType, kMissingProperty };
+struct ConfigurationError : ConfError {
   // What should have stood there.
   enum Expected {
     kHeader,               // an item, "SCEN" or "]"

@@ -9,19 +9,12 @@
 
 #include "base/Names.h"
 #include "board/Block.h"
+#include "config/EnvParser.h"
 
 struct Section;
 
-// What the word behind "type" makes of a section. An unknown one is read like a device's and then
-// dropped.
-enum class SectionKind { kReal, kVirtual, kConfFile, kDevice, kUnknown };
-
-// The kind of a kind word, in the daemon's own spelling alone.
-SectionKind sectionKind(const std::string& word);
-const std::vector<std::string>& sectionKindWords();
-
 // The keys that the daemon takes up in a section of that kind.
-const std::vector<std::string>& sectionKeys(SectionKind kind);
+std::vector<std::string> sectionKeys(SectionKind kind);
 
 // A sensor's or device's name where one is referred to, and what the daemon finds under it at that
 // moment, or null.
@@ -53,36 +46,28 @@ struct Level {
   std::optional<Word> behindQuote;
 };
 
+// What a section keeps of the words behind its keys.
+struct SectionValues {
+  using Number = ::Number;
+  using Text = std::optional<Word>;
+  using Sensor = std::optional<Reference>;
+  using Source = Reference;
+  using Level = ::Level;
+};
+
 // A section of the environment file: a sensor, a device, or the name of the configuration.
 //
 // Shape:  `kind` says which of the fields have a meaning. A value of which there is no line is the
-//         daemon's default, with an empty word.
-// Units:  `sampling` in milliseconds, set points in millidegrees Celsius.
+//         daemon's default, with an empty word; "trip_sensor" without a word names the sensor "".
 // Errors: one of an unknown kind is kept, though the daemon drops it. Numbers are what the daemon
 //         reads, however wrong their words are.
 // Source: the lines from its header to a blank one.
-struct Section : Block {
+struct Section : Block, SectionFields<SectionValues> {
   SectionKind kind = SectionKind::kUnknown;
   // The word "type"; nothing where no such line is.
   std::optional<Word> typeWord;
   // The word behind it. Without one its text is empty and its place that of "type".
   Word kindWord;
-
-  // Of a sensor.
-  Number sampling{1000, {}};
-  // Of a virtual sensor. A list keeps the words of all of its lines in their order.
-  Number setPoint;
-  Number setPointClr;
-  std::vector<Reference> sources;
-  std::vector<Number> weights;
-  std::vector<Number> offsets;
-  // With a "trip_sensor" line; one without a word names the sensor "".
-  std::optional<Reference> trip;
-
-  // Of a real sensor or a device.
-  std::optional<Word> nodePath;
-  // Of a device, or of a section of an unknown kind.
-  std::vector<Level> levels;
   // "integer", "hex", "bin" or "string": what decides how a device writes its entries.
   std::string valueType = "integer";
 

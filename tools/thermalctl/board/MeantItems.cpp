@@ -6,19 +6,6 @@
 
 namespace {
 
-// The first of them, without any lines.
-Item headOf(const Item& whole) {
-  Item item;
-  item.header = whole.header;
-  item.name = whole.name;
-  item.readByDaemon = whole.readByDaemon;
-  item.kind = whole.kind;
-  item.kindWord = whole.kindWord;
-  item.scenario = whole.scenario;
-  item.scenarioLine = whole.scenarioLine;
-  return item;
-}
-
 Item begunBy(const Word& header, const std::string& scenario) {
   Item item;
   item.header = header;
@@ -28,14 +15,24 @@ Item begunBy(const Word& header, const std::string& scenario) {
   return item;
 }
 
+// The first of them, without any lines.
+Item headOf(const Item& whole) {
+  Item item = begunBy(whole.header, whole.scenario);
+  item.readByDaemon = whole.readByDaemon;
+  item.kind = whole.kind;
+  item.kindWord = whole.kindWord;
+  item.scenarioLine = whole.scenarioLine;
+  return item;
+}
+
 bool isTypeLine(const Property& property, const Item& item) {
-  return property.key.text == "algo_type" && item.kindWord.text.empty() && !property.words.empty();
+  return property.key.text == kItemTypeKey && item.kindWord.text.empty() && !property.words.empty();
 }
 
 } // namespace
 
 bool beginsAnother(const Property& property) {
-  return property.key.text[0] == '[' || property.key.text == "SCEN";
+  return property.key.text[0] == '[' || property.key.text == kScenarioKey;
 }
 
 bool merged(const Item& item) {
@@ -47,9 +44,9 @@ std::deque<Item> meantItems(const Item& whole, const Environment& environment) {
   std::string scenario = whole.scenario;
   for (const Property& property : whole.properties) {
     Item& item = items.back();
-    if (property.key.text == "SCEN") {
+    if (property.key.text == kScenarioKey) {
       // As the daemon has it where no name stands behind the word.
-      scenario = property.words.empty() ? "SCEN" : property.words.front().text;
+      scenario = property.words.empty() ? kScenarioKey : property.words.front().text;
     } else if (beginsAnother(property)) {
       items.push_back(begunBy(property.key, scenario));
     } else if (isTypeLine(property, item)) {

@@ -85,7 +85,7 @@ std::unique_ptr<Device> deviceOf(const Section& section) {
   std::vector<std::string> levels;
   for (const Level& level : section.levels)
     levels.push_back(level.text);
-  const DeviceMaker make = deviceKinds().at(section.kindWord.text);
+  const DeviceMaker make = deviceMaker(section.kindWord.text);
   return std::unique_ptr<Device>(make(section.name, "", section.valueType, levels));
 }
 

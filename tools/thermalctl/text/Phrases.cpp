@@ -9,13 +9,19 @@ std::string quoted(const std::string& text) {
   return "'" + text + "'";
 }
 
-std::string listed(const std::vector<std::string>& texts) {
+std::string enumerated(const std::vector<std::string>& texts) {
   std::string list;
   for (size_t i = 0; i < texts.size(); ++i) {
     if (i > 0) list += i + 1 == texts.size() ? " and " : ", ";
-    list += quoted(texts[i]);
+    list += texts[i];
   }
   return list;
+}
+
+std::string listed(std::vector<std::string> texts) {
+  for (std::string& text : texts)
+    text = quoted(text);
+  return enumerated(texts);
 }
 
 std::string counted(size_t number, const std::string& what) {

@@ -6,8 +6,10 @@
 #include <vector>
 
 std::string quoted(const std::string& text);
+// a, b and c
+std::string enumerated(const std::vector<std::string>& texts);
 // 'a', 'b' and 'c'
-std::string listed(const std::vector<std::string>& texts);
+std::string listed(std::vector<std::string> texts);
 
 // "1 file", "2 files".
 std::string counted(size_t number, const std::string& what);

@@ -1,47 +1,60 @@
 #pragma once
 
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "base/TextReader.h"
 #include "text/Word.h"
 
-// A file as the daemon reads it: line by line, and word by word from the line in hand. It reads
-// with the daemon's own functions and adds only the places.
+// Holds the stream of a PlacedText, which is read before anything else of it is there.
+struct ContentStream {
+  explicit ContentStream(const std::string& content) : stream(content) {}
+  std::istringstream stream;
+};
+
+// A file as the daemon reads it: by the daemon's own reader, with the places of the words.
 //
-// Shape: a line is in hand from `nextLine` on until another one is; a blank one never is.
+// Shape: a line is in hand from `nextLine` on until another one is; a blank one never is. Nor is
+//        there another word until the line in hand has one: the last one stays.
 // Units: places as in Position, lines and columns from 1, columns in bytes of the line as it stands
 //        in the file, its indentation included.
-class PlacedText {
+class PlacedText : private ContentStream, public TextReader {
 public:
   explicit PlacedText(const std::string& content);
 
   // Whether the daemon has come to the end of the file.
-  bool ended() const { return !again && in.eof(); }
+  bool ended() const { return !again && TextReader::ended(); }
 
-  // Takes the next line in hand. A blank one, or none, gives false and leaves in hand what was
-  // there, the words not yet taken included.
   bool nextLine();
-
-  // The next word of the line in hand, nothing once it is used up.
-  std::optional<Word> nextWord();
-  // All that are left of it.
+  bool nextWord();
+  bool advance();
+  // All words that are left of the line in hand.
   std::vector<Word> restOfLine();
 
-  // Has the next `nextLine` give the line in hand once more. The daemon never does that; it is for
-  // reading on where the daemon has given up.
+  // The word in hand and where it stands.
+  Word placedWord() const { return {word(), at}; }
+  // Whether the last line and the last word that were asked for were there.
+  bool lineFound() const { return hasLine; }
+  bool wordFound() const { return hasWord; }
+
+  // Two things that the daemon never does, to read on where it has given up:
+  // has the next `nextLine` give the line in hand once more;
   void readLineAgain() { again = true; }
+  // passes over blank lines, and tells whether the next one begins with that word. Another one is
+  // read again.
+  bool findBelow(const std::string& first);
 
   // As they stand in the file, without their line feeds.
   const std::vector<std::string>& allLines() const { return lines; }
 
 private:
-  void takeInHand();
+  bool fetchLine();
 
   std::vector<std::string> lines;
-  std::istringstream in;
-  std::stringstream line;
+  Position at;
+  bool hasLine = false;
+  bool hasWord = false;
   bool again = false;
   int fetched = 0; // lines
   // Of the line in hand: its number, the white space before it, and its length without it.

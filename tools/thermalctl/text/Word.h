@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "base/Int32.h"
+
 // A place in a file.
 //
 // Units: lines and columns from 1, columns in bytes. Whoever shows a column counts characters.
@@ -27,5 +29,9 @@ struct Word {
 // Errors: the value is what the daemon makes of the word, 0 for one without digits.
 struct Number {
   int32_t value = 0;
-  Word word;
+  Word word{};
 };
+
+inline Number numberOf(const Word& word) {
+  return {parseInt32(word.text), word};
+}

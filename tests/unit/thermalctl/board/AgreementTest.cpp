@@ -1,4 +1,6 @@
-// The models against the daemon's own parsers, on every text there is in the repository.
+// The models against the daemon's own parsers, on every text there is in the repository: a file
+// written anew from its model, with nothing in it but what the model says that the daemon takes up,
+// makes the daemon build the same objects as the file itself.
 
 #include <unistd.h>
 
@@ -11,18 +13,10 @@
 
 #include "algo/Monitor.h"
 #include "algo/SS.h"
-#include "base/Int32.h"
 #include "base/TextReader.h"
 #include "board/Configuration.h"
 #include "config/ConfParser.h"
 #include "config/EnvParser.h"
-#include "device/BacklightDevice.h"
-#include "device/CPUFreqDevice.h"
-#include "device/CPUHotplugDevice.h"
-#include "device/CameraDevice.h"
-#include "device/ChargerDevice.h"
-#include "device/GPUFreqDevice.h"
-#include "device/ReportDevice.h"
 #include "fuzz/support/LineFeed.h"
 #include "sensor/Real.h"
 #include "sensor/Virtual.h"
@@ -34,39 +28,12 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-// One line of what a side says, its words told apart even where they hold blanks.
-std::string joined(const Lines& words) {
-  std::string line;
-  for (const std::string& word : words)
-    line.append("<").append(word).append(">");
-  return line;
-}
-
-template <typename List, typename Convert> std::string listOf(const List& list, Convert convert) {
-  Lines words;
-  for (const auto& each : list)
-    words.push_back(convert(each));
-  return joined(words);
-}
-
-std::string text(int64_t number) {
-  return std::to_string(number);
-}
-std::string numbersOf(const std::vector<int32_t>& numbers) {
-  return listOf(numbers, text);
-}
-std::string numbersOf(const std::vector<Number>& numbers) {
-  return listOf(numbers, [](const Number& number) { return text(number.value); });
-}
-
 // A system's file opens for writing where a board says so. Without its directories each path means
 // a file of the working directory.
 std::string withoutDirectories(std::string content) {
   std::replace(content.begin(), content.end(), '/', '_');
   return content;
 }
-
-// The daemon's side.
 
 // A daemon's registries, filled from such texts. Frees replaced devices, too.
 class ParsedBoard {
@@ -103,57 +70,58 @@ private:
   std::set<Device*> devices;
 };
 
+// What the daemon has built, in a line for each object.
+
+// Words told apart even where they hold blanks.
+std::string joined(const Lines& words) {
+  std::string line;
+  for (const std::string& word : words)
+    line.append("<").append(word).append(">");
+  return line;
+}
+
+template <typename List, typename Convert> std::string listOf(const List& list, Convert convert) {
+  Lines words;
+  for (const auto& each : list)
+    words.push_back(convert(each));
+  return joined(words);
+}
+
+std::string text(int64_t number) {
+  return std::to_string(number);
+}
+std::string numbersOf(const std::vector<int32_t>& numbers) {
+  return listOf(numbers, text);
+}
 std::string nameOf(const Sensor* sensor) {
   return sensor ? joined({sensor->name, text(sensor->sampling)}) : "none";
 }
-
-std::string tripOf(const Board& board, const Virtual* sensor) {
-  for (const auto& [period, worker] : board.sensorThreads)
-    for (const Sensor* each : worker->items) {
-      const auto* real = dynamic_cast<const Real*>(each);
-      if (real && std::count(real->virtuals.begin(), real->virtuals.end(), sensor) > 0)
-        return nameOf(real);
-    }
-  return "none";
+std::string nameOf(const Device* device) {
+  return device ? joined({device->name, device->nodePath}) : "none";
 }
 
-std::string describe(const Board& board, const Sensor* sensor) {
+std::string describe(const Sensor* sensor) {
   if (const auto* real = dynamic_cast<const Real*>(sensor))
-    return joined({"real", nameOf(real), real->nodePath});
-  if (const auto* v = dynamic_cast<const Virtual*>(sensor))
-    return joined({"virtual", nameOf(v), text(v->setPoint), text(v->setPointClr),
-                   listOf(v->sources, nameOf), numbersOf(v->weights), numbersOf(v->offsets),
-                   text(v->weightSum), tripOf(board, v)});
-  return "none";
-}
-
-std::string kindOf(const Device& device) {
-  const std::type_info& type = typeid(device);
-  if (type == typeid(CameraDevice)) return "camera";
-  if (type == typeid(ReportDevice)) return "report";
-  if (type == typeid(ChargerDevice)) return "charger";
-  if (type == typeid(CPUFreqDevice)) return "cpufreq";
-  if (type == typeid(GPUFreqDevice)) return "gpufreq";
-  if (type == typeid(BacklightDevice)) return "backlight";
-  return type == typeid(CPUHotplugDevice) ? "cpuhotplug" : "";
+    return joined({"real", nameOf(real), real->nodePath,
+                   listOf(real->virtuals, [](const Virtual* each) { return nameOf(each); })});
+  const auto* v = dynamic_cast<const Virtual*>(sensor);
+  return joined({"virtual", nameOf(v), text(v->setPoint), text(v->setPointClr),
+                 listOf(v->sources, [](const Sensor* each) { return nameOf(each); }),
+                 numbersOf(v->weights), numbersOf(v->offsets), text(v->weightSum)});
 }
 
 Lines environmentOf(const Board& board) {
   Lines lines;
   for (const auto& [name, sensor] : board.sensors)
-    lines.push_back(joined({name, describe(board, sensor)}));
+    if (sensor) lines.push_back(joined({name, nameOf(sensor)}));
   for (const auto& [period, worker] : board.sensorThreads)
-    lines.push_back(joined({text(period), text(worker->period), listOf(worker->items, nameOf)}));
+    lines.push_back(joined({text(period), text(worker->period), listOf(worker->items, describe)}));
   for (const auto& [name, device] : board.devices)
     lines.push_back(
-        joined({name, device->name, kindOf(*device), device->nodePath, device->type,
+        joined({name, nameOf(device), typeid(*device).name(), device->type,
                 listOf(device->levelTable, [](const std::string& level) { return level; })}));
   lines.push_back(board.confFileName);
   return lines;
-}
-
-std::string nameOfDevice(const Device* device) {
-  return device ? joined({device->name, device->nodePath}) : "none";
 }
 
 std::string scenarioOf(const Algo* item) {
@@ -162,23 +130,22 @@ std::string scenarioOf(const Algo* item) {
   return "";
 }
 
-Lines commonOf(const Algo* item) {
-  return {item->name,           text(item->sampling),  scenarioOf(item),
-          nameOf(item->sensor), text(item->lowactive), text(item->startTemp),
-          text(item->clearTemp)};
+std::string commonOf(const Algo* item) {
+  return joined({item->name, text(item->sampling), scenarioOf(item), nameOf(item->sensor),
+                 text(item->lowactive), text(item->startTemp), text(item->clearTemp)});
 }
 
 std::string describeItem(const Monitor* item) {
-  return joined(
-      {joined(commonOf(item)), numbersOf(item->thresholds), numbersOf(item->thresholdsClr),
-       listOf(item->actions,
-              [](const std::vector<Device*>& row) { return listOf(row, nameOfDevice); }),
-       listOf(item->actionInfo, [](const std::vector<int32_t>& row) { return numbersOf(row); })});
+  const auto devicesOf = [](const std::vector<Device*>& row) {
+    return listOf(row, [](const Device* device) { return nameOf(device); });
+  };
+  return joined({commonOf(item), numbersOf(item->thresholds), numbersOf(item->thresholdsClr),
+                 listOf(item->actions, devicesOf), listOf(item->actionInfo, numbersOf)});
 }
 
 std::string describeItem(const SS* item) {
-  return joined({joined(commonOf(item)), nameOfDevice(item->device), text(item->startLevel),
-                 text(item->devicePerfFloor), text(static_cast<int32_t>(item->timeTickTrigger))});
+  return joined({commonOf(item), nameOf(item->device), text(item->startLevel),
+                 text(item->devicePerfFloor), text(item->timeTickTrigger)});
 }
 
 template <typename Worker>
@@ -188,144 +155,93 @@ void addWorkers(Lines& lines, const std::map<std::string, Worker*>& all) {
                             listOf(worker->items, [](const auto* i) { return describeItem(i); })}));
 }
 
-// `error` is how the reading ended.
-Lines configurationOf(const Board& board, const std::optional<std::string>& error) {
+Lines configurationOf(const Board& board) {
   Lines lines;
   addWorkers(lines, board.monitorThreads);
   addWorkers(lines, board.ssThreads);
-  if (error)
-    lines.push_back(*error);
-  else
-    for (const auto& [name, scenario] : board.scenarios)
-      lines.push_back(name);
   return lines;
 }
 
-// The models' side.
-
-std::string nameOf(const Section* section) {
-  return section ? joined({section->name, text(static_cast<uint32_t>(section->sampling.value))})
-                 : "none";
-}
-std::string nameOfReference(const Reference& reference) {
-  return nameOf(reference.section);
+template <typename T> std::set<std::string> namesOf(const std::map<std::string, T>& registry) {
+  std::set<std::string> names;
+  for (const auto& [name, value] : registry)
+    names.insert(name);
+  return names;
 }
 
-std::string nodeOf(const Section& section) {
-  return section.nodePath ? section.nodePath->text : "";
+// A file written anew from its model.
+
+std::string written(const Word& word) {
+  return word.text;
+}
+std::string written(const Number& number) {
+  return text(number.value);
+}
+std::string written(const Flag& flag) {
+  return flag ? "true" : "false";
+}
+// What a name does not lead to is to lead to nothing.
+std::string written(const Reference& reference) {
+  return reference.section ? reference.section->name : "-nothing-";
+}
+std::string written(const Level& level) {
+  return level.quoted ? '"' + level.text + '"' : level.text;
+}
+template <typename T> std::string written(const std::optional<T>& word) {
+  return word ? written(*word) : "";
 }
 
-std::string tripOf(const Section& section) {
-  const Section* trip = section.trip ? section.trip->section : nullptr;
-  return trip && trip->kind == SectionKind::kReal ? nameOf(trip) : "none";
+std::string written(const DeviceRow& row);
+std::string written(const LevelRow& row);
+
+template <typename T>
+std::string writtenList(const std::vector<T>& list, const std::string& separator) {
+  std::string words;
+  for (const T& each : list)
+    words += (words.empty() ? "" : separator) + written(each);
+  return words;
+}
+// A word that has no pieces is one of "+" alone.
+std::string written(const DeviceRow& row) {
+  return row.pieces.empty() ? "+" : writtenList(row.pieces, "+");
+}
+std::string written(const LevelRow& row) {
+  return row.pieces.empty() ? "+" : writtenList(row.pieces, "+");
+}
+template <typename T> std::string written(const std::vector<T>& list) {
+  return writtenList(list, " ");
 }
 
-std::string describe(const Section* section) {
-  if (!section) return "none";
-  if (section->kind == SectionKind::kReal)
-    return joined({"real", nameOf(section), nodeOf(*section)});
-  return joined({"virtual", nameOf(section), text(section->setPoint.value),
-                 text(section->setPointClr.value), listOf(section->sources, nameOfReference),
-                 numbersOf(section->weights), numbersOf(section->offsets),
-                 text(section->weightSum()), tripOf(*section)});
+template <typename BlockOfKind> std::string writtenKeys(const BlockOfKind& block) {
+  std::string lines;
+  visitKeys(block, block.kind, [&lines](const char* key, const auto& field, auto...) {
+    const std::string words = written(field);
+    if (!words.empty()) lines.append(key).append(" ").append(words).append("\n");
+  });
+  return lines + "\n";
 }
 
-std::map<int32_t, std::vector<const Section*>> sensorWorkersOf(const Environment& environment) {
-  std::map<int32_t, std::vector<const Section*>> workers;
+std::string written(const Environment& environment) {
+  std::string content;
   for (const Section& section : environment.sections)
-    if (section.isSensor() && section.readByDaemon)
-      workers[section.sampling.value].push_back(&section);
-  return workers;
+    if (section.readByDaemon)
+      content +=
+          "[" + section.name + "]\ntype " + section.kindWord.text + "\n" + writtenKeys(section);
+  return content;
 }
 
-Lines environmentOf(const Environment& environment) {
-  Lines lines;
-  for (const auto& [name, section] : environment.sensors)
-    lines.push_back(joined({name, describe(section)}));
-  for (const auto& [period, sections] : sensorWorkersOf(environment))
-    lines.push_back(
-        joined({text(period), text(period),
-                listOf(sections, [](const Section* section) { return nameOf(section); })}));
-  for (const auto& [name, section] : environment.devices)
-    lines.push_back(
-        joined({name, section->name, section->kindWord.text, nodeOf(*section), section->valueType,
-                listOf(section->levels, [](const Level& level) { return level.text; })}));
-  lines.push_back(environment.confFileName.text);
-  return lines;
-}
-
-std::string nameOfDevice(const Section* section) {
-  return section ? joined({section->name, nodeOf(*section)}) : "none";
-}
-
-// A temperature as the daemon keeps it.
-int32_t kept(const Item& item, const Number& number) {
-  return item.lowactive ? wrapNegate(number.value) : number.value;
-}
-std::string keptNumbers(const Item& item, const std::vector<Number>& numbers) {
-  return listOf(numbers, [&item](const Number& number) { return text(kept(item, number)); });
-}
-
-Lines commonOf(const Item& item, const Number& start, const Number& clear) {
-  return {item.name,
-          text(item.period()),
-          item.scenario,
-          nameOfReference(*item.sensor),
-          text(item.lowactive),
-          text(kept(item, start)),
-          text(kept(item, clear))};
-}
-
-std::string describeMonitor(const Item& item) {
-  return joined(
-      {joined(commonOf(item, item.thresholds[0], item.thresholdsClr[0])),
-       keptNumbers(item, item.thresholds), keptNumbers(item, item.thresholdsClr),
-       listOf(item.actions,
-              [](const DeviceRow& row) {
-                return listOf(row.pieces,
-                              [](const Reference& piece) { return nameOfDevice(piece.section); });
-              }),
-       listOf(item.actionInfo, [](const LevelRow& row) { return numbersOf(row.pieces); })});
-}
-
-std::string describeSS(const Item& item) {
-  return joined({joined(commonOf(item, item.setPoint, item.setPointClr)),
-                 nameOfDevice(item.device->section), text(item.startLevel.value),
-                 text(item.devicePerfFloor.value), text(item.timeTickTrigger.value)});
-}
-
-struct ModelWorker {
-  uint32_t period = 0;
-  Lines items;
-};
-
-// The workers of that kind. One is made for the item that is rejected, too.
-void addWorkers(Lines& lines, const Configuration& configuration, ItemKind kind) {
-  std::map<std::string, ModelWorker> workers;
+std::string written(const Configuration& configuration) {
+  std::string content;
   const ConfigurationError* fatal = configuration.fatal();
   for (const Item& item : configuration.items) {
+    // The item that is rejected is read to its end, too.
     const bool rejected =
         fatal && fatal->failure == ConfigurationError::kMissingProperty && fatal->item == &item;
-    if (item.kind != kind || !(item.created || rejected)) continue;
-    const auto [worker, isNew] = workers.try_emplace(item.workerKey());
-    if (isNew) worker->second.period = item.period();
-    if (item.created)
-      worker->second.items.push_back(kind == ItemKind::kSS ? describeSS(item)
-                                                           : describeMonitor(item));
+    if (item.created || rejected)
+      content += "SCEN " + item.scenario + "\n[" + item.name + "]\n" + kItemTypeKey +
+                 (item.kind == ItemKind::kSS ? " ss\n" : " monitor\n") + writtenKeys(item);
   }
-  for (const auto& [key, worker] : workers)
-    lines.push_back(joined({key, text(static_cast<int32_t>(worker.period)), joined(worker.items)}));
-}
-
-Lines configurationOf(const Configuration& configuration) {
-  Lines lines;
-  addWorkers(lines, configuration, ItemKind::kMonitor);
-  addWorkers(lines, configuration, ItemKind::kSS);
-  if (configuration.fatal())
-    lines.push_back(configuration.fatal()->message);
-  else
-    lines.insert(lines.end(), configuration.scenarios.begin(), configuration.scenarios.end());
-  return lines;
+  return content;
 }
 
 // The texts.
@@ -367,22 +283,34 @@ protected:
 
   void expectAgreement(const std::string& board, const Lines& configurations) {
     const std::string content = withoutDirectories(board);
+    const Environment environment = readEnvironment("board.env", content);
     ParsedBoard parsed(files);
     parsed.readEnvironment(content);
-    const Environment environment = readEnvironment("board.env", content);
-    EXPECT_EQ(environmentOf(environment), environmentOf(parsed.board));
+    ParsedBoard again(files);
+    again.readEnvironment(written(environment));
+    EXPECT_EQ(environmentOf(again.board), environmentOf(parsed.board));
+    EXPECT_EQ(namesOf(environment.sensors), namesOf(parsed.board.sensors));
+    EXPECT_EQ(namesOf(environment.devices), namesOf(parsed.board.devices));
     for (const std::string& configuration : configurations)
       expectAgreement(content, environment, configuration);
   }
 
 private:
   void expectAgreement(const std::string& board, const Environment& environment,
-                       const std::string& configuration) {
+                       const std::string& content) {
+    const Configuration configuration = readConfiguration("day.conf", content, environment);
     ParsedBoard parsed(files);
     parsed.readEnvironment(board);
-    const std::optional<std::string> error = parsed.readConfiguration(configuration);
-    EXPECT_EQ(configurationOf(readConfiguration("day.conf", configuration, environment)),
-              configurationOf(parsed.board, error));
+    const std::optional<std::string> error = parsed.readConfiguration(content);
+    ParsedBoard again(files);
+    again.readEnvironment(board);
+    again.readConfiguration(written(configuration));
+    EXPECT_EQ(configurationOf(again.board), configurationOf(parsed.board));
+    const ConfigurationError* fatal = configuration.fatal();
+    EXPECT_EQ(fatal ? fatal->message : "", error.value_or(""));
+    if (!fatal) {
+      EXPECT_EQ(configuration.scenarios, namesOf(parsed.board.scenarios));
+    }
   }
 
   fs::path home;

@@ -10,11 +10,17 @@ Place placeOf(const Word& word) {
   return {word.at.line, word.at.column};
 }
 
+// The next word's place.
+Place nextPlace(PlacedText& text) {
+  EXPECT_TRUE(text.nextWord());
+  return placeOf(text.placedWord());
+}
+
 TEST(PlacedTextTest, GivesEachWordWithItsLineAndColumn) {
   PlacedText text("one two\n\n \t three\v four \r\nfive");
   ASSERT_TRUE(text.nextLine());
-  EXPECT_EQ(placeOf(*text.nextWord()), Place(1, 1));
-  EXPECT_EQ(placeOf(*text.nextWord()), Place(1, 5));
+  EXPECT_EQ(nextPlace(text), Place(1, 1));
+  EXPECT_EQ(nextPlace(text), Place(1, 5));
   EXPECT_FALSE(text.nextWord());
   EXPECT_FALSE(text.nextLine());
   ASSERT_TRUE(text.nextLine());
@@ -25,7 +31,7 @@ TEST(PlacedTextTest, GivesEachWordWithItsLineAndColumn) {
   EXPECT_EQ(words[1].text, "four");
   EXPECT_EQ(placeOf(words[1]), Place(3, 11));
   ASSERT_TRUE(text.nextLine());
-  EXPECT_EQ(placeOf(*text.nextWord()), Place(4, 1));
+  EXPECT_EQ(nextPlace(text), Place(4, 1));
 }
 
 TEST(PlacedTextTest, KeepsTheUnreadWordsOfALineThatABlankOneFollows) {
@@ -33,10 +39,22 @@ TEST(PlacedTextTest, KeepsTheUnreadWordsOfALineThatABlankOneFollows) {
   ASSERT_TRUE(text.nextLine());
   text.nextWord();
   EXPECT_FALSE(text.nextLine());
-  const std::optional<Word> word = text.nextWord();
-  ASSERT_TRUE(word);
-  EXPECT_EQ(word->text, "two");
-  EXPECT_EQ(placeOf(*word), Place(1, 5));
+  EXPECT_EQ(nextPlace(text), Place(1, 5));
+  EXPECT_EQ(text.word(), "two");
+  EXPECT_FALSE(text.advance());
+  EXPECT_FALSE(text.wordFound());
+  EXPECT_EQ(text.word(), "two") << "where no other is";
+}
+
+TEST(PlacedTextTest, FindsALineBelowBlankOnesByItsFirstWord) {
+  PlacedText text("\n \none 1\n\ntwo 2\n");
+  EXPECT_TRUE(text.findBelow("one"));
+  EXPECT_EQ(nextPlace(text), Place(3, 5));
+  EXPECT_FALSE(text.findBelow("three"));
+  ASSERT_TRUE(text.advance()) << "the line is still to be read";
+  EXPECT_EQ(text.word(), "two");
+  EXPECT_FALSE(text.findBelow("three"));
+  EXPECT_TRUE(text.ended());
 }
 
 TEST(PlacedTextTest, EndsWithTheLastLineOrBehindItsLineFeed) {
@@ -67,7 +85,7 @@ TEST(PlacedTextTest, GivesALineOnceMoreIfAskedTo) {
   text.readLineAgain();
   EXPECT_FALSE(text.ended());
   ASSERT_TRUE(text.nextLine());
-  EXPECT_EQ(placeOf(*text.nextWord()), Place(1, 3));
+  EXPECT_EQ(nextPlace(text), Place(1, 3));
   EXPECT_TRUE(text.ended());
 }
 
@@ -75,10 +93,9 @@ TEST(PlacedTextTest, TakesAnyByteButWhiteSpaceForAPartOfAWord) {
   const std::string bytes{'\xFF', '\0', '\x80', '\x1B'};
   PlacedText text(" " + bytes + " b\n");
   text.nextLine();
-  const Word word = *text.nextWord();
-  EXPECT_EQ(word.text, bytes);
-  EXPECT_EQ(placeOf(word), Place(1, 2));
-  EXPECT_EQ(placeOf(*text.nextWord()), Place(1, 7));
+  EXPECT_EQ(nextPlace(text), Place(1, 2));
+  EXPECT_EQ(text.word(), bytes);
+  EXPECT_EQ(nextPlace(text), Place(1, 7));
 }
 
 } // namespace

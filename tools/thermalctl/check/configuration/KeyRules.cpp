@@ -21,9 +21,10 @@ const char* kindName(const Item& item) {
 }
 
 Message effectOfRepeating(const std::string& key) {
-  if (key == "thresholds" || key == "thresholds_clr")
+  const std::optional<Shape> shape = shapeOf(key);
+  if (shape == Shape::kNumbers)
     return {"the daemon adds these values to those of the first '{}' line", key};
-  if (takesAList(key))
+  if (shape == Shape::kRows)
     return {
         "the daemon adds these words to the rows of the first '{}' line, from the lowest level on",
         key};
@@ -32,9 +33,9 @@ Message effectOfRepeating(const std::string& key) {
 
 std::string effectOfStandingAlone(const std::string& key) {
   if (takesAList(key)) return "the daemon finds no values here";
-  if (key == "sensor" || key == "device")
+  if (shapeOf(key) == Shape::kName)
     return "the daemon takes the word '" + key + "' itself for the name";
-  return std::string("the daemon takes this for ") + (key == "lowactive" ? "false" : "0");
+  return std::string("the daemon takes this for ") + (shapeOf(key) == Shape::kFlag ? "false" : "0");
 }
 
 } // namespace
@@ -108,10 +109,10 @@ const std::vector<Rule> kKeyRules = {
      "Only the word 'true', in small letters, switches 'lowactive' on. With 'True', 'yes' or '1' "
      "the item acts on heat instead of cold, and its thresholds are in the wrong order for that.",
      eachItem([](const Item& item, Context& context) {
-       if (!item.lowactiveWord || standsAlone(item, "lowactive")) return;
-       const std::string& text = item.lowactiveWord->text;
+       if (!item.lowactive.word || standsAlone(item, "lowactive")) return;
+       const std::string& text = item.lowactive.word->text;
        if (text != "true" && text != "false")
-         context.tell(*item.lowactiveWord,
+         context.tell(*item.lowactive.word,
                       {"the daemon takes '{}' for false, and the item acts on heat", text},
                       "write 'lowactive true', or take the line out");
      })},

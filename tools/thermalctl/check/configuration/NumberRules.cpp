@@ -26,6 +26,13 @@ void add(Numbers& numbers, const Item& item, const char* key, const Number& numb
   if (!number.word.text.empty() && !standsAlone(item, key)) numbers.push_back({key, number});
 }
 
+void add(Numbers& numbers, const Item& item, const char* key, const std::vector<LevelRow>& rows) {
+  for (const LevelRow& row : rows)
+    add(numbers, item, key, row.pieces);
+}
+
+template <typename NoNumber> void add(Numbers&, const Item&, const char*, const NoNumber&) {}
+
 Numbers temperaturesOf(const Item& item) {
   Numbers numbers;
   add(numbers, item, "thresholds", item.thresholds);
@@ -36,13 +43,9 @@ Numbers temperaturesOf(const Item& item) {
 }
 
 Numbers numbersOf(const Item& item) {
-  Numbers numbers = temperaturesOf(item);
-  for (const LevelRow& row : item.actionInfo)
-    add(numbers, item, "action_info", row.pieces);
-  add(numbers, item, "sampling", item.sampling);
-  add(numbers, item, "start_level", item.startLevel);
-  add(numbers, item, "device_perf_floor", item.devicePerfFloor);
-  add(numbers, item, "time_tick_trigger", item.timeTickTrigger);
+  Numbers numbers;
+  visitKeys(item, item.kind,
+            [&](const char* key, const auto& field, Need) { add(numbers, item, key, field); });
   return numbers;
 }
 

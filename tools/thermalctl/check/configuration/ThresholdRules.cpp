@@ -12,7 +12,7 @@ namespace {
 // "yes", "1" or "True" were meant for that, and the daemon takes them for false.
 bool meantLowactive(const Item& item) {
   return item.lowactive || misspelt(item, "lowactive") ||
-         (item.lowactiveWord && item.lowactiveWord->text != "false");
+         (item.lowactive.word && item.lowactive.word->text != "false");
 }
 
 // As the item compares it: the larger, the more there is to do.

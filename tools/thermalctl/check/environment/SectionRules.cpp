@@ -77,6 +77,14 @@ bool triesToNameFile(const Section& section) {
       });
 }
 
+const std::string& unknownKindExplained() {
+  static const std::string text =
+      "The kind of a section is none of the daemon's. It reads the section and drops it without a "
+      "word, so that the sensor or device does not exist. The kinds are " +
+      enumerated(sectionKindWords()) + ".";
+  return text;
+}
+
 } // namespace
 
 const std::vector<Rule> kSectionRules = {
@@ -157,10 +165,7 @@ const std::vector<Rule> kSectionRules = {
                     {"did you mean '{}'?", kind});
      })},
 
-    {"section-kind-unknown", Severity::kError,
-     "The kind of a section is none of the daemon's. It reads the section and drops it without a "
-     "word, so that the sensor or device does not exist. The kinds are real, virtual, conf_file, "
-     "camera, report, charger, cpufreq, gpufreq, backlight and cpuhotplug.",
+    {"section-kind-unknown", Severity::kError, unknownKindExplained().c_str(),
      eachSection([](const Section& section, Context& context) {
        const std::string& kind = section.kindWord.text;
        if (hasUnknownKind(section) && !isKindInWrongCase(section))

@@ -23,10 +23,6 @@ Message readAs(const std::string& key, const Number& number) {
           number.value};
 }
 
-bool takesNumbers(const std::string& key) {
-  return contains({"set_point", "set_point_clr", "math", "weights", "offsets"}, key);
-}
-
 } // namespace
 
 const std::vector<Rule> kSensorRules = {
@@ -79,7 +75,9 @@ const std::vector<Rule> kSensorRules = {
      "alone: temperatures are thousandths of a degree, weights have no fraction.",
      eachSectionLine([](const SectionLine& line, Context& context) {
        const auto& [key, words, known] = line.property;
-       if (line.section.kind != SectionKind::kVirtual || !takesNumbers(key.text)) return;
+       if (line.section.kind != SectionKind::kVirtual || !known || !takesNumbers(key.text)) return;
+       // That has rules of its own.
+       if (key.text == "sampling") return;
        if (words.empty() && !takesAList(key.text)) context.tell(key, readAs(key.text, {}));
        // Of a key with one value the daemon looks at the first word alone.
        const size_t taken = std::min<size_t>(words.size(), takesAList(key.text) ? words.size() : 1);

@@ -6,6 +6,14 @@
 
 namespace {
 
+template <typename Field> constexpr Shape kShape = Shape::kName;
+template <> constexpr Shape kShape<Number> = Shape::kNumber;
+template <> constexpr Shape kShape<Flag> = Shape::kFlag;
+template <typename Entry> constexpr Shape kShape<std::vector<Entry>> = Shape::kNames;
+template <> constexpr Shape kShape<std::vector<Number>> = Shape::kNumbers;
+template <> constexpr Shape kShape<std::vector<DeviceRow>> = Shape::kRows;
+template <> constexpr Shape kShape<std::vector<LevelRow>> = Shape::kRows;
+
 template <typename Of> bool hasSlipFor(const Of& block, const std::string& key) {
   return std::any_of(block.properties.begin(), block.properties.end(),
                      [&](const Property& property) { return meantKey(block, property) == key; });
@@ -17,10 +25,27 @@ bool contains(const std::vector<std::string>& words, const std::string& word) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
 
+std::optional<Shape> shapeOf(const std::string& key) {
+  std::optional<Shape> shape;
+  const auto look = [&](const char* known, const auto& field, auto...) {
+    if (key == known) shape = kShape<std::decay_t<decltype(field)>>;
+  };
+  const Item item;
+  for (const ItemKind kind : {ItemKind::kMonitor, ItemKind::kSS})
+    visitKeys(item, kind, look);
+  const Section section;
+  for (const std::string& word : sectionKindWords())
+    visitKeys(section, sectionKind(word), look);
+  return shape;
+}
+
 bool takesAList(const std::string& key) {
-  return contains({"sensors", "offsets", "weights", "level_table", "thresholds", "thresholds_clr",
-                   "actions", "action_info"},
-                  key);
+  return shapeOf(key) >= Shape::kNames;
+}
+
+bool takesNumbers(const std::string& key) {
+  const std::optional<Shape> shape = shapeOf(key);
+  return shape == Shape::kNumber || shape == Shape::kNumbers;
 }
 
 const Property* firstLike(const Block& block, const Property& property) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,8 +9,15 @@
 
 bool contains(const std::vector<std::string>& words, const std::string& word);
 
-// Whether the key, of a section or of an item, takes all the words behind it.
+// What the daemon takes of the words behind a key, of a section or of an item: the first one as a
+// name, a number or a flag; or all of them as names or texts, as numbers, or as the rows of levels.
+enum class Shape { kName, kNumber, kFlag, kNames, kNumbers, kRows };
+// By the type of the field that the key fills; nothing for a key that nothing has.
+std::optional<Shape> shapeOf(const std::string& key);
+
+// Whether the key takes all the words behind it, and whether as numbers what it takes.
 bool takesAList(const std::string& key);
+bool takesNumbers(const std::string& key);
 
 // The block's first line of the same key, if that stands further up; else null.
 const Property* firstLike(const Block& block, const Property& property);
