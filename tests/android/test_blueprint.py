@@ -73,7 +73,7 @@ def test_the_boards_files_are_installed_with_the_daemon_under_the_names_that_it_
     assert properties(modules, "talmor-thermal")["required"] == PREBUILT
     for name in PREBUILT:
         assert Path(properties(modules, name)["src"]).name == name
-        assert f'"/vendor/etc/{name}"' in (REPOSITORY / "src/core/main.cpp").read_text()
+        assert f'"/vendor/etc/{name}"' in (REPOSITORY / "src/base/Names.h").read_text()
 
 
 def test_the_tests_run_on_the_host_and_on_a_device(modules):

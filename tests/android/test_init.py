@@ -86,8 +86,9 @@ def test_the_directories_are_the_daemons_own_before_it_starts(service):
     assert read(DAEMON)[0] == {"post-fs-data": [
         ["mkdir", DATA, "0751", *owner],
         ["mkdir", DATA + "/config", "0750", *owner]]}
-    main = (REPOSITORY / "src/core/ThermalMain.cpp").read_text()
-    assert set(re.findall(r'"(/data/[^"]*)/', main)) == {DATA, DATA + "/config"}
+    sources = "".join(path.read_text() for path in (REPOSITORY / "src").rglob("*.*"))
+    assert re.findall(r'(\w+)\[\] = "(/data/[^"]*)"', sources) == [("kDataDirectory", DATA)]
+    assert re.findall(r'kConfigurationFolder\[\] = "([^"]*)"', sources) == ["/config/"]
 
 
 def test_every_node_that_the_daemon_writes_becomes_its_users(service):
