@@ -14,13 +14,14 @@ inline constexpr char kConfigurationRead[] = "[TalmorThermal] ConfParse Passed!\
 inline constexpr char kScenarioReady[] = "[TalmorThermal] initScenario Passed!\n";
 inline constexpr char kThreadsEnded[] = "[TalmorThermal] RunThreads Passed!\n";
 
-// The configuration.
+// The configuration: paths, and what ConfParser says of a failure.
 inline constexpr char kCopied[] = "[TalmorThermal] Conf file is copied!(%s -> %s)\n";
 inline constexpr char kNotCopied[] = "[TalmorThermal] Can't open : %s\n";
 inline constexpr char kUnreadable[] = "[TalmorThermal] Unreadable conf file : %s\n";
 inline constexpr char kParseFailure[] = "[TalmorThermal] [CONF PARSE FAIL] %s\n";
 
-// Sensors.
+// Sensors: a node's path; a sensor's name, its scenario and millidegrees; the name of who watches
+// it and that one's scenario.
 inline constexpr char kNodeNotOpened[] = "[TalmorThermal] Can't open node: %s\n";
 inline constexpr char kSample[] = "[TalmorThermal] Sensor [%s], Scen [%s] temp(%d)\n";
 inline constexpr char kVirtualSample[] = "[TalmorThermal] Sensor[%s] temp(%d)\n";
@@ -28,7 +29,9 @@ inline constexpr char kWoken[] = "[TalmorThermal] Sensor [%s] activate Algo [%s]
 inline constexpr char kPutToSleep[] =
     "[TalmorThermal] Sensor [%s] deactivate Algo [%s], scen [%s]\n";
 
-// Decisions.
+// Decisions: the item's name, millidegrees as it reads them, which are negated with `lowactive`,
+// and its level or, of a step, what it asks for or how many steps it had. A step has its previous
+// temperature first.
 inline constexpr char kMonitorDecision[] =
     "[TalmorThermal] [TalmorThermal] Monitor [%s] temp(%d) status(%u -> %u)\n";
 inline constexpr char kStepRequest[] =
@@ -36,13 +39,13 @@ inline constexpr char kStepRequest[] =
 inline constexpr char kStepRelease[] =
     "[TalmorThermal] [TalmorThermal] SS [%s] temp(%d->%d) status(%u -> 0)\n";
 
-// Devices.
+// Devices: the name.
 inline constexpr char kDeviceNotOpened[] =
     "[TalmorThermal] [TalmorThermal] Device [%s] open failed\n";
 inline constexpr char kEmptyTable[] =
     "[TalmorThermal] [TalmorThermal] statusApply: Level Table is Empty\n";
 
-// A change of the scenario.
+// A change of the scenario: names, the one in force before the one asked for.
 inline constexpr char kNoScenarioFile[] = "[TalmorThermal] No scen file\n";
 inline constexpr char kUnknownScenario[] = "[TalmorThermal] There is no scen name: %s\n";
 inline constexpr char kChangeBegins[] = "[TalmorThermal] Changing Scenario Start (%s->%s)\n";
@@ -58,6 +61,7 @@ inline constexpr char kScenarioLost[] =
     "[TalmorThermal] There is no scen name in new conf file: %s\n";
 inline constexpr char kSwapDone[] = "[TalmorThermal] Appling new CONF file is completed\n";
 
+// All of them. `LOG_LINE` takes no other.
 inline constexpr const char* kAll[] = {
     kStarting,
     kEnvironmentRead,

@@ -2,7 +2,8 @@
 
 #include <chrono>
 
-// The fixed words and places by which the daemon and those who deal with it find each other.
+// The fixed words and places by which the daemon and those who deal with it find each other. Each
+// stands here alone.
 
 // In force from the start, and again where a new configuration does not declare the scenario that
 // was.
@@ -12,6 +13,7 @@ inline constexpr char kDefaultScenario[] = "Default";
 // that holds the mark anywhere.
 inline constexpr char kRetiredMark[] = "OLDSCEN_";
 
+// What the daemon is told of the board, and what the maker has it do.
 inline constexpr char kEnvironmentFile[] = "/vendor/etc/talmor-thermal.env";
 inline constexpr char kFactoryConfiguration[] = "/vendor/etc/talmor-thermal.conf";
 // Under which the factory's configuration is installed, unless the environment has a name for it.
