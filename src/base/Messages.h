@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 // Every message of the daemon, as the format of its log line. Who reads the log goes by the same
 // formats.
 namespace message {
@@ -94,8 +96,8 @@ inline constexpr const char* kAll[] = {
     kSwapDone,
 };
 
-// Whether a format is that of one of the messages, told by its address.
-constexpr bool isOne(const char* format) {
+// Whether a format is that of one of the messages.
+constexpr bool isOne(std::string_view format) {
   for (const char* known : kAll) {
     if (known == format) return true;
   }
