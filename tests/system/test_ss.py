@@ -1,5 +1,7 @@
 """SS: one device level for each whole degree, the stuck rule, the floor and the start level."""
 
+import re
+
 import pytest
 
 from daemon import activate_line, monitor_line, ss_line, ss_stop_line
@@ -24,10 +26,21 @@ def step(board, temperature, line):
     board.wait_log(line, since=mark)
 
 
-def stays(board, temperature):
-    """Some decisions at this temperature log nothing and write nothing."""
+def is_carried_out(board, others):
+    """Whether what the SS has logged last stands in the node, too: it is written after that."""
+    requests = [int(re.search(r"(\d+)\)$", line)[1]) for line in board.logs(ss_line("step"))]
+    written = [int(text) for text in board.writes("gpu")]
+    return [0, *written][-1] == max([0, *requests][-1], others)
+
+
+def stays(board, temperature, others=0):
+    """Some decisions at this temperature log nothing and write nothing.
+
+    `others`: the level that others ask of the device.
+    """
     board.set("cpu", temperature)
     board.wait_samples("cpu", 2)
+    board.wait(lambda: is_carried_out(board, others), "the last request to be written")
     mark = board.mark()
     board.wait_decisions("clock", 8)
     assert board.logs(ss_line("step"), mark) == []
@@ -223,7 +236,7 @@ def test_a_device_beyond_the_floor_does_not_count_as_stuck(board):
     board.start()
     board.wait_writes("gpu", ["8"])
     step(board, 42000, ss_line("step", 0, 42000, 3))
-    stays(board, 42000)
+    stays(board, 42000, others=8)
     # With the device at its floor it does, and more often than once in the time it was watched.
     board.set("skin", 20000)
     board.wait_log(monitor_line("skin", 20000, 1, 0))
