@@ -19,8 +19,8 @@ int getString(std::istream& in, std::stringstream& line);
 
 // A text line by line, and word by word from the line in hand.
 //
-// Shape:   one word serves every extraction: where a line is blank or used up, what was in hand stays
-//          there, and both formats count on that.
+// Shape:   one word serves every extraction: where a line is blank or used up, what was in hand
+//          stays there, and both formats count on that.
 // Source:  a stream, which must outlive the reader.
 class TextReader {
 public:

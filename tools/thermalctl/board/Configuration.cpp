@@ -1,5 +1,6 @@
 #include "board/Configuration.h"
 
+#include "base/Names.h"
 #include "base/TextReader.h"
 #include "board/MeantItems.h"
 #include "config/ConfParser.h"
@@ -104,7 +105,7 @@ public:
   // The parts of an item, for the grammar.
   void leaveScenario() {
     expected = Error::kHeaderBehindBracket;
-    putInForce(text.placedWord(), {"Default", text.placedWord().at});
+    putInForce(text.placedWord(), {kDefaultScenario, text.placedWord().at});
   }
 
   void enterScenario() {
@@ -235,7 +236,7 @@ private:
   Configuration& configuration;
   const Environment& environment;
   PlacedText text;
-  std::string scenario{"Default"};
+  std::string scenario{kDefaultScenario};
   // What would have to stand where no item begins.
   Error::Expected expected = Error::kHeader;
   // The one that is being read.

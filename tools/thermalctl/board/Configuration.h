@@ -110,7 +110,7 @@ void interpret(Item& item, const Environment& environment);
 
 // A place where the daemon ends.
 //
-// Shape:  a finding is made of `expected` and `found`; `message` is the reason that the daemon logs.
+// Shape:  a finding is made of `expected` and `found`; `message` is what the log says of it.
 // Source: the first of a file is what the daemon does; the others come of reading on where it would
 //         not.
 struct ConfigurationError : ConfError {

@@ -19,7 +19,7 @@ Engine::Control::Control(Engine& engine_) : engine(engine_) {
 }
 
 bool Engine::Control::changeIsDue() const {
-  return currentScenName != requestedScenName || confState != "PARSED";
+  return currentScenName != requestedScenName || confState != kParsed;
 }
 
 void Engine::Control::handOverName(SensorThread& thread, bool newConf) {

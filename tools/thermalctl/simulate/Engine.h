@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "base/Names.h"
 #include "daemon/MemoryFile.h"
 #include "daemon/VirtualDaemon.h"
 #include "simulate/Inputs.h"
@@ -52,8 +53,8 @@ private:
     // Whether the next cycle needs every sensor worker.
     bool changeIsDue() const;
 
-    MemoryFile scenarioFile{"Default"};
-    MemoryFile requestFile{"PARSED"};
+    MemoryFile scenarioFile{kDefaultScenario};
+    MemoryFile requestFile{kParsed};
 
   protected:
     void park(SensorThread&) override {}

@@ -2,6 +2,7 @@
 #include <set>
 #include <tuple>
 
+#include "base/Names.h"
 #include "base/TextReader.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Ends.h"
@@ -202,7 +203,7 @@ const std::vector<Rule> kNameRules = {
      "protection there. Repeat the item in each scenario, under another name in each.",
      eachConfiguration([](const Configuration& configuration, Context& context) {
        const auto scenarios = watchedByScenario(configuration);
-       const auto standard = scenarios.find("Default");
+       const auto standard = scenarios.find(kDefaultScenario);
        if (standard == scenarios.end()) return;
        std::set<std::string> told;
        for (const ScenarioLine& line : configuration.scenarioLines) {

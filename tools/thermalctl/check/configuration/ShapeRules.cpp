@@ -1,11 +1,13 @@
 #include <set>
 
+#include "base/Names.h"
 #include "base/TextReader.h"
 #include "board/MeantItems.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Ends.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
+#include "config/ConfGrammar.h"
 #include "text/Nearest.h"
 
 namespace {
@@ -88,14 +90,16 @@ bool hidesDefault(const Configuration& configuration) {
     if (error.failure == ConfigurationError::kNoItem) return true;
   for (const Item& item : configuration.items)
     for (const auto& [key, words, known] : item.properties)
-      if (key.text == "SCEN" && !words.empty() && words.front().text == "Default") return true;
+      if (key.text == kScenarioKey && !words.empty() && words.front().text == kDefaultScenario)
+        return true;
   return false;
 }
 
 // The name that was to be "Default", or else where that line is due.
 const Word& placeForDefault(const Configuration& configuration) {
   for (const ScenarioLine& line : configuration.scenarioLines)
-    if (line.named() && nearest(line.name.text, {"Default"}) == "Default") return line.name;
+    if (line.named() && nearest(line.name.text, {kDefaultScenario}) == kDefaultScenario)
+      return line.name;
   const Item& first = configuration.items.front();
   return first.scenarioLine ? configuration.scenarioLines.front().keyword : first.header;
 }
@@ -196,7 +200,8 @@ const std::vector<Rule> kShapeRules = {
          const Item& item = configuration.items[i];
          const Item& next = configuration.items[i + 1];
          // In Default nothing is to be closed: a "]" there ends the item and looks like no more.
-         const bool looksClosed = item.end == ItemEnd::kBracket && item.scenario != "Default";
+         const bool looksClosed =
+             item.end == ItemEnd::kBracket && item.scenario != kDefaultScenario;
          if (!looksClosed || item.scenarioLine != next.scenarioLine) continue;
          if (told.insert(*item.scenarioLine).second)
            context.tell(item.bracket,
@@ -212,7 +217,7 @@ const std::vector<Rule> kShapeRules = {
      "logs \"There is no scen name: Default\" and rewrites the scenario file once a second, and "
      "from another scenario there is no way back.",
      eachConfiguration([](const Configuration& configuration, Context& context) {
-       if (configuration.items.empty() || configuration.scenarios.count("Default") > 0 ||
+       if (configuration.items.empty() || configuration.scenarios.count(kDefaultScenario) > 0 ||
            hidesDefault(configuration))
          return;
        const Word& place = placeForDefault(configuration);
@@ -221,7 +226,7 @@ const std::vector<Rule> kShapeRules = {
            "the daemon starts in 'Default', but no line here makes that a name: it complains once "
            "a second, and no request leads back there",
            didYouMean(
-               place.text, {"Default"},
+               place.text, {kDefaultScenario},
                "write 'SCEN Default' directly above the first item that shall run from the start"));
      })},
 
@@ -230,7 +235,7 @@ const std::vector<Rule> kShapeRules = {
      "\"OLDSCEN_\", and then throws away every item whose scenario holds that text anywhere, those "
      "of the new configuration included.",
      eachOpening([](const ScenarioLine& line, Context& context) {
-       if (line.name.text.find("OLDSCEN_") != std::string::npos)
+       if (line.name.text.find(kRetiredMark) != std::string::npos)
          context.tell(line.name,
                       "the next configuration swap throws all items of this scenario away: "
                       "\"OLDSCEN_\" marks what is to go",
