@@ -105,8 +105,8 @@ class Command:
         return status == 0
 
     def verdict(self):
-        status, output = run(self.command, self.tree, 30 * LIMIT_SECONDS)
+        status, output = run(self.command, self.tree, 10 * LIMIT_SECONDS)
         if status == 0:
             return Verdict(False)
-        lines = output.strip().splitlines() or [f"status {status}"]
+        lines = ["does not end"] if status is None else output.strip().splitlines() or [f"status {status}"]
         return Verdict(True, f"{self.name}: {lines[-1]}")
