@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "simulate/PlantFile.h"
-#include "simulate/Problems.h"
 #include "simulate/WorkloadFile.h"
+#include "toml/Problems.h"
 #include "trace/Trace.h"
 
 // What a user asks for.

@@ -8,7 +8,7 @@
 
 #include "simulate/Network.h"
 #include "simulate/Numbers.h"
-#include "simulate/TomlSection.h"
+#include "toml/TomlSection.h"
 
 namespace {
 

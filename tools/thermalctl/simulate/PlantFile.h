@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "simulate/Problems.h"
+#include "toml/Problems.h"
 #include "trace/Trace.h"
 
 // What a plant file says about the board, its names resolved to indices.

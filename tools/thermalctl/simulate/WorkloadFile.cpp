@@ -7,7 +7,7 @@
 
 #include "base/TextReader.h"
 #include "simulate/Numbers.h"
-#include "simulate/TomlSection.h"
+#include "toml/TomlSection.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "simulate/PlantFile.h"
-#include "simulate/Problems.h"
+#include "toml/Problems.h"
 #include "trace/Trace.h"
 
 // One thing that changes at one time and then holds.

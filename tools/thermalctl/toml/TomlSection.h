@@ -8,7 +8,7 @@
 
 #include <toml++/impl/forward_declarations.h>
 
-#include "simulate/Problems.h"
+#include "toml/Problems.h"
 
 // One table of a TOML file. Whatever is wrong in it goes to the problems with its line; a key that
 // nobody asked for is wrong, too, since it is most likely a slip.

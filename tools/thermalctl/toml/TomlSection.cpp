@@ -1,4 +1,4 @@
-#include "simulate/TomlSection.h"
+#include "toml/TomlSection.h"
 
 #include <algorithm>
 #include <cmath>

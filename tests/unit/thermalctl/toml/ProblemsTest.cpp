@@ -1,4 +1,4 @@
-#include "simulate/Problems.h"
+#include "toml/Problems.h"
 
 #include <sstream>
 
