@@ -188,10 +188,10 @@ def test_a_disabled_rule_finds_nothing(board):
 
 def test_several_rules_can_be_disabled(board):
     board.write("board.env", NO_PERIOD)
-    board.write("day.conf", CAPITALS)
-    assert sorted(board.rules()) == ["sampling-missing", "unknown-type"]
-    assert board.rules("--disable", "sampling-missing", "--disable", "unknown-type") == []
-    assert board.rules("--disable", "sampling-missing", "unknown-type") == []
+    board.write("day.conf", CONFIGURATION.removeprefix("SCEN Default\n"))
+    assert sorted(board.rules()) == ["no-default-scenario", "sampling-missing"]
+    assert board.rules("--disable", "sampling-missing", "--disable", "no-default-scenario") == []
+    assert board.rules("--disable", "sampling-missing", "no-default-scenario") == []
 
 
 @pytest.mark.parametrize("file_format", ["text", "json", "sarif"])

@@ -28,6 +28,18 @@ void sortByPlace(std::vector<Finding>& findings, const Subject& subject) {
                    [&](const Finding& a, const Finding& b) { return place(a) < place(b); });
 }
 
+void apply(const RuleChoice& choice, std::vector<Finding>& findings) {
+  const auto isLeftOut = [&choice](const Finding& finding) {
+    return finding.end == End::kNone && choice.disabled.count(finding.rule) > 0;
+  };
+  findings.erase(std::remove_if(findings.begin(), findings.end(), isLeftOut), findings.end());
+  for (Finding& finding : findings) {
+    if (finding.end != End::kNone) continue;
+    if (choice.errors.count(finding.rule) > 0) finding.severity = Severity::kError;
+    if (choice.warnings.count(finding.rule) > 0) finding.severity = Severity::kWarning;
+  }
+}
+
 } // namespace
 
 const std::vector<Rule>& environmentRules() {
@@ -39,7 +51,7 @@ const std::vector<Rule>& environmentRules() {
 const std::vector<Rule>& configurationRules() {
   static const std::vector<Rule> rules =
       joined({kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
-              kRowRules, kStepRules});
+              kRowRules, kStepRules, kUntoldEndRules});
   return rules;
 }
 
@@ -48,13 +60,19 @@ const std::vector<Rule>& allRules() {
   return rules;
 }
 
-std::vector<Finding> check(const Subject& subject, const std::set<std::string>& disabled) {
+std::vector<Finding> check(const Subject& subject, const RuleChoice& choice) {
+  return check(allRules(), subject, choice);
+}
+
+std::vector<Finding> check(const std::vector<Rule>& rules, const Subject& subject,
+                           const RuleChoice& choice) {
   std::vector<Finding> findings;
-  for (const Rule& rule : allRules()) {
-    if (disabled.count(rule.name) > 0) continue;
+  // The disabled ones, too: what ends the daemon is told by whatever rule finds it.
+  for (const Rule& rule : rules) {
     Context context(rule, subject, findings);
     rule.check(context);
   }
+  apply(choice, findings);
   sortByPlace(findings, subject);
   return findings;
 }

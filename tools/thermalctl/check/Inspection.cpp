@@ -2,10 +2,10 @@
 
 #include <cerrno>
 #include <map>
+#include <set>
 #include <system_error>
 
 #include "base/TextReader.h"
-#include "check/Check.h"
 
 namespace {
 
@@ -67,12 +67,12 @@ Inspection inspect(const InspectionOrder& order) {
   inspection.environment = readEnvironment(order.environment, board ? *board : "");
   readConfigurations(inspection, order.configurations);
 
-  std::set<std::string> disabled = order.disabledRules;
+  RuleChoice rules = order.rules;
   // Of a file that could not be read nothing can be said; an empty one has findings of its own.
   if (!inspection.hasBoard)
     for (const Rule& rule : environmentRules())
-      disabled.insert(rule.name);
+      rules.disabled.insert(rule.name);
   inspection.findings =
-      check({inspection.environment, inspection.configurations, order.nodesRoot}, disabled);
+      check({inspection.environment, inspection.configurations, order.nodesRoot}, rules);
   return inspection;
 }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "board/Configuration.h"
 #include "board/Environment.h"
+#include "check/Check.h"
 #include "check/rule/Finding.h"
 #include "text/Source.h"
 
@@ -20,7 +20,7 @@ struct InspectionOrder {
   std::string environment;
   std::vector<std::string> configurations;
   std::optional<std::string> nodesRoot;
-  std::set<std::string> disabledRules;
+  RuleChoice rules{};
 };
 
 // A file that could not be read, and the system's reason.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -24,6 +25,8 @@ struct Options {
   std::string format = "text";
   bool werror = false;
   std::vector<std::string> disabledRules;
+  std::vector<std::string> errorRules;
+  std::vector<std::string> warningRules;
   std::optional<std::string> nodesRoot;
   std::string explainedRule;
   bool listsRules = false;
@@ -73,15 +76,30 @@ void explain(const Options& options) {
   printExplanations(std::cout, rules);
 }
 
+// The rules behind an option, none of which another option has as well.
+std::set<std::string> chosen(const std::string& option, const std::vector<std::string>& rules,
+                             std::map<std::string, std::string>& choices) {
+  for (const std::string& rule : rules) {
+    requireRule(option, rule);
+    const std::string& other = choices.emplace(rule, option).first->second;
+    if (other != option) throw UsageError(option + ": " + rule + " is given to " + other + ", too");
+  }
+  return {rules.begin(), rules.end()};
+}
+
+RuleChoice choiceOf(const Options& options) {
+  std::map<std::string, std::string> choices;
+  RuleChoice choice;
+  choice.disabled = chosen("--disable", options.disabledRules, choices);
+  choice.errors = chosen("--error", options.errorRules, choices);
+  choice.warnings = chosen("--warn", options.warningRules, choices);
+  return choice;
+}
+
 InspectionOrder orderOf(const Options& options) {
   if (options.environment.empty()) throw UsageError("--env is required");
   if (options.format == "markdown") throw UsageError("--format: markdown is for --explain all");
-  for (const std::string& rule : options.disabledRules)
-    requireRule("--disable", rule);
-  return {options.environment,
-          options.configurations,
-          options.nodesRoot,
-          {options.disabledRules.begin(), options.disabledRules.end()}};
+  return {options.environment, options.configurations, options.nodesRoot, choiceOf(options)};
 }
 
 void print(const Inspection& inspection, const std::string& format) {
@@ -125,6 +143,10 @@ void addOptions(CommandLine& line, Options& options) {
       .showsDefault();
   line.flag("--werror", &options.werror, "Exit with status 1 on warnings, too");
   line.option("--disable", &options.disabledRules, "Leave a rule out; any number").takes("RULE");
+  line.option("--error", &options.errorRules, "Have a rule find errors; any number").takes("RULE");
+  line.option("--warn", &options.warningRules,
+              "Have a rule find warnings, but for what ends the daemon; any number")
+      .takes("RULE");
   line.option("--nodes", &options.nodesRoot,
               "Also look for every node, below ROOT (by itself: below /)")
       .takes("[ROOT]")

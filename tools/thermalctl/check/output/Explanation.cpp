@@ -48,7 +48,9 @@ void printRulesPage(std::ostream& out) {
   out << "# The rules of thermalctl check\n\n"
       << wrapped("What `thermalctl check` looks for in the two files. An error leaves a sensor, a "
                  "device or an item dead or wrong, or ends the daemon; a warning is for the rest. "
-                 "`--disable RULE` leaves a rule out. This page is what `thermalctl check "
+                 "`--disable RULE` leaves a rule out, `--error RULE` and `--warn RULE` change what "
+                 "it finds; "
+                 "what ends the daemon stays an error. This page is what `thermalctl check "
                  "--explain all --format markdown` prints.",
                  kPageWidth);
   printChapter(out, "The environment file", environmentRules());
