@@ -264,3 +264,243 @@ def test_a_reload_sends_what_the_daemon_works_with_whatever_is_found(running, re
 def test_a_reload_knows_the_scenario_that_stays_in_force(running, reload, thermalctl):
     assert thermalctl("scenario", "game", "--dir", running.box.data_dir, *PATIENT).status == 0
     assert reload("SCEN game\n" + monitor("play", action_info=2), *PATIENT).status == 0
+
+
+# What a board's engineers know better.
+
+UNUSED = ENVIRONMENT + "\n[fan]\ntype gpufreq\nnode_path /fan\nlevel_table 3 2 1\n"
+
+
+def entry(rule, file, **more):
+    """A silenced finding, as the settings have it."""
+    keys = {"rule": rule, "file": file, "reason": "known since the first board", **more}
+    return "[[silenced]]\n" + "".join(f'{key} = "{value}"\n' for key, value in keys.items()) + "\n"
+
+
+@pytest.fixture
+def unused(board):
+    """A board with a device that nobody drives."""
+    board.write("board.env", UNUSED)
+    assert board.found() == [("unused-device", "warning")]
+    return board
+
+
+def test_a_finding_is_silenced_with_a_reason(unused):
+    unused.write("thermalctl.toml", entry("unused-device", "board.env", section="fan"))
+    result = unused.check("--werror")
+    assert (result.returncode, result.stderr) == (0, "")
+    assert result.stdout == "no problems in 2 files; thermalctl.toml silences 1 finding\n"
+    silenced, = unused.json()["silenced"]
+    assert silenced["rule"] == "unused-device"
+    assert silenced["reason"] == "known since the first board"
+
+
+def test_the_settings_stand_beside_the_environment_file(unused):
+    for name, text in (("board.env", UNUSED), ("day.conf", DEFAULT + MONITOR),
+                       ("thermalctl.toml", entry("unused-device", "board.env"))):
+        unused.write(f"boards/phone/{name}", text)
+    files = ("--env", "boards/phone/board.env", "--conf", "boards/phone/day.conf")
+    assert unused.run(*files, "--werror").returncode == 0
+    # Those of the working directory are none of this board's.
+    unused.write("thermalctl.toml", "nonsense")
+    assert unused.run(*files, "--werror").returncode == 0
+    assert unused.run("--env", unused.directory / files[1], "--conf", unused.directory / files[3],
+                      "--werror").returncode == 0
+
+
+def test_a_finding_is_silenced_at_its_place_alone(board):
+    cold = with_value(monitor("cold", sampling=1000), "thresholds", "40")
+    board.write("day.conf", DEFAULT + cold + cold.replace("cold", "frozen") + "SCEN game\n" + cold)
+    assert [rule for rule, _ in board.found()] == ["degrees"] * 3
+    for place, lines in (({"item": "frozen"}, [6, 25]), ({"scenario": "game"}, [6, 15]),
+                         ({"item": "cold"}, [15]), ({"item": "cold", "scenario": "game"}, [6, 15]),
+                         ({}, [])):
+        board.write("thermalctl.toml", entry("degrees", "day.conf", **place))
+        assert [each["line"] for each in board.json()["findings"]] == lines, place
+
+
+def test_a_silenced_finding_that_no_longer_occurs_is_told(unused):
+    unused.write("thermalctl.toml", entry("unused-device", "board.env", section="fan"))
+    unused.write("board.env", ENVIRONMENT)
+    result = unused.check()
+    assert result.returncode == 0
+    assert result.stdout.startswith(
+        "thermalctl.toml:2:9: warning: 'unused-device' no longer finds anything in section 'fan' of "
+        "board.env: this silences nothing [silenced-in-vain]\n    2 | rule = \"unused-device\"\n")
+    assert unused.check("--werror").returncode == 1
+    assert unused.check("--error", "silenced-in-vain").returncode == 1
+    assert unused.check("--disable", "silenced-in-vain", "--werror").returncode == 0
+
+
+def test_an_entry_for_a_file_that_is_not_there_is_told(unused):
+    unused.write("thermalctl.toml", entry("unused-device", "baord.env"))
+    result = unused.check()
+    assert "thermalctl.toml:2:9: warning: there is no file 'baord.env'" in result.stdout
+    assert "hint: did you mean 'board.env'?" in result.stdout
+
+
+def test_an_entry_for_what_is_not_checked_says_nothing(board):
+    board.write("night.conf", "SCEN default\n" + MONITOR)
+    board.write("thermalctl.toml", entry("nothing-in-force", "night.conf")
+                + entry("node-not-found", "board.env"))
+    assert board.found() == []
+    assert board.found("--conf", "night.conf", "--disable", "nothing-in-force") == []
+    assert board.found("--conf", "night.conf") == []
+
+
+@pytest.mark.parametrize("item, rule", FATAL.values(), ids=FATAL.keys())
+def test_what_ends_the_daemon_is_not_silenced(board, item, rule):
+    board.write("day.conf", DEFAULT + item)
+    board.write("thermalctl.toml", entry(rule, "day.conf"))
+    assert board.check().returncode == 1
+    assert (rule, "error") in board.found()
+    assert ("silenced-in-vain", "warning") in board.found()
+
+
+def test_no_reload_sends_what_ends_the_daemon_with_all_rules_silenced(running, reload, board):
+    rules = board.run("--list-rules").stdout.split()
+    (running.box.env_file.parent / "thermalctl.toml").write_text(
+        "".join(entry(rule, "night.conf") for rule in rules))
+    result = reload(DEFAULT + with_value(ss("night"), "set_point", "0x11170"))
+    assert_kept_back(running, result, "ends the daemon")
+    assert ": error: " in result.out
+
+
+MISTAKES = {
+    "an unknown key": ("silence = 1\n", 1, "silence", ""),
+    "an unknown key of an entry": (entry("degrees", "day.conf", itme="a"), 5, "itme", ""),
+    "an unknown rule": (entry("unused-devise", "board.env"), 2, "unused-devise",
+                        "did you mean 'unused-device'?"),
+    "no reason": ('[[silenced]]\nrule = "degrees"\nfile = "day.conf"\n', 1, "reason", ""),
+    "an empty reason": (entry("degrees", "day.conf", reason=""), 4, "reason", ""),
+    "an unknown sensor": ('[sensor.cqu]\nunit = "tenths"\n', 1, "cqu", "did you mean 'cpu'?"),
+    "an unknown unit": ('[sensor.cpu]\nunit = "tents"\n', 2, "tents", "did you mean 'tenths'?"),
+    "no TOML": ("rule = \n", 1, "", ""),
+}
+
+
+@pytest.mark.parametrize("text, line, word, hint", MISTAKES.values(), ids=MISTAKES.keys())
+def test_a_mistake_in_the_settings_is_told_at_its_place(board, text, line, word, hint):
+    board.write("thermalctl.toml", text)
+    result = board.check()
+    assert result.returncode == 2
+    assert re.match(rf"thermalctl\.toml:{line}:(\d+:)? error: ", result.stderr)
+    assert word in result.stderr and hint in result.stderr
+
+
+def test_settings_that_cannot_be_read_are_told(board):
+    (board.directory / "thermalctl.toml").mkdir()
+    result = board.check()
+    assert result.returncode == 2
+    assert result.stderr == "thermalctl: cannot read thermalctl.toml: Is a directory\n"
+
+
+def test_the_settings_say_what_a_node_counts_in(board):
+    tenths = with_value(with_value(MONITOR, "thresholds", "150 200"), "thresholds_clr", "120 180")
+    board.write("day.conf", DEFAULT + tenths)
+    assert board.found() == [("degrees", "error")] * 2
+    board.write("thermalctl.toml", '[sensor.cpu]\nunit = "tenths"\n')
+    assert board.found() == []
+    board.write("day.conf", DEFAULT + MONITOR)
+    assert {rule for rule, _ in board.found()} == {"beyond-any-sensor"}
+    board.write("thermalctl.toml", '[sensor.cpu]\nunit = "degrees"\n')
+    board.write("day.conf", DEFAULT + with_value(STEPS, "set_point", "40").replace("35000", "38"))
+    assert board.found() == []
+
+
+# What other programs get.
+
+def many(board, number):
+    """As many findings, the last of which is the only error."""
+    items = [monitor(f"item{i}", sampling=1000, odd=1) for i in range(number - 1)]
+    board.write("day.conf", DEFAULT + "".join(items) + with_value(STEPS, "set_point", "40"))
+
+
+def test_a_hundred_findings_are_shown_and_the_others_counted(board):
+    many(board, 250)
+    shown = board.check().stdout
+    assert len(re.findall(r"^day\.conf:\d+:\d+: ", shown, re.M)) == 100
+    assert len(re.findall(r"^day\.conf:\d+:\d+: error: ", shown, re.M)) == 1
+    assert shown.endswith("\nand 150 more findings, which --format json shows\n"
+                          "1 error and 249 warnings in 2 files\n")
+    annotations = board.check("--format", "github").stdout
+    assert len(re.findall(r"^::(?:error|warning) ", annotations, re.M)) == 100
+    assert "::notice title=thermalctl check::and 150 more findings" in annotations
+    assert len(board.json()["findings"]) == 250
+    sarif = json.loads(board.check("--format", "sarif").stdout)
+    assert len(sarif["runs"][0]["results"]) == 250
+
+
+def test_a_hundred_findings_are_all_shown(board):
+    many(board, 100)
+    shown = board.check().stdout
+    assert len(re.findall(r"^day\.conf:\d+:\d+: ", shown, re.M)) == 100
+    assert "more finding" not in shown
+
+
+def results_of(board):
+    return json.loads(board.check("--format", "sarif").stdout)["runs"][0]["results"]
+
+
+def fingerprints_of(board):
+    return [result["partialFingerprints"] for result in results_of(board)]
+
+
+def test_the_fingerprints_stay_when_lines_shift(board):
+    cold = with_value(STEPS, "set_point", "40")
+    board.write("day.conf", DEFAULT + cold + cold.replace("cpu_steps", "again"))
+    before = fingerprints_of(board)
+    assert len(before) == 2 and before[0] != before[1] and before[0]
+    board.write("day.conf", DEFAULT + MONITOR + cold + monitor("x", sampling=1000, device=None)
+                .replace("device None\n", "") + cold.replace("cpu_steps", "again"))
+    assert fingerprints_of(board) == before
+    assert fingerprints_of(board) == before
+
+
+def test_sarif_tells_the_tool_and_helps_with_each_rule(board):
+    driver = json.loads(board.check("--format", "sarif").stdout)["runs"][0]["tool"]["driver"]
+    version = subprocess.run([board.tool, "--version"], capture_output=True, text=True).stdout
+    assert version == f"thermalctl {driver['version']}\n"
+    assert re.match(r"[a-z][a-z0-9+.-]*:\S+$", driver["informationUri"])
+    for rule in driver["rules"]:
+        assert rule["help"]["text"] == rule["fullDescription"]["text"]
+        assert rule["help"]["markdown"].startswith(("**Error.** ", "**Warning.** "))
+
+
+def test_sarif_has_what_is_silenced_as_suppressed(unused):
+    assert "suppressions" not in results_of(unused)[0]
+    unused.write("thermalctl.toml", entry("unused-device", "board.env"))
+    result, = results_of(unused)
+    assert result["suppressions"] == [
+        {"kind": "external", "justification": "known since the first board"}]
+
+
+def test_github_marks_the_lines_of_a_pull_request(board):
+    board.write("day.conf", DEFAULT + with_value(STEPS, "set_point", "40"))
+    result = board.check("--format", "github")
+    assert result.returncode == 1
+    assert result.stdout == (
+        "::error file=day.conf,line=7,col=11,endColumn=13,title=degrees::the daemon takes this for "
+        "40 thousandths of a degree. Hint: write 40000 for 40 °C.\n1 error in 2 files\n")
+
+
+def test_what_github_takes_for_its_own_is_escaped(board):
+    board.write("100%,a:b.conf", DEFAULT + STEPS + "50%::error::x\n")
+    result = board.run("--env", "board.env", "--conf", "100%,a:b.conf", "--format", "github")
+    first = result.stdout.splitlines()[0]
+    assert first.startswith("::error file=100%25%2Ca%3Ab.conf,line=")
+    assert "50%25::error::x" in first
+    assert sum(line.startswith("::") for line in result.stdout.splitlines()) == 1
+
+
+def test_the_rules_are_explained_to_programs(board):
+    rules = board.run("--list-rules").stdout.split()
+    every = json.loads(board.run("--explain", "all", "--format", "json").stdout)
+    assert [rule["rule"] for rule in every] == rules
+    for rule in (every[0], every[-1]):
+        assert set(rule) == {"rule", "severity", "summary", "explanation"}
+        one = json.loads(board.run("--explain", rule["rule"], "--format", "json").stdout)
+        assert one == rule
+        words = board.run("--explain", rule["rule"]).stdout.split()
+        assert " ".join(words[2:]) == rule["explanation"]
+        assert words[1] == f"({rule['severity']})"

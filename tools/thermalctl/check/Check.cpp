@@ -4,6 +4,7 @@
 #include <map>
 #include <tuple>
 
+#include "check/Silencing.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/environment/EnvironmentRules.h"
 
@@ -21,6 +22,7 @@ void sortByPlace(std::vector<Finding>& findings, const Subject& subject) {
   // In the user's order and not by name, the board first: it is what the others are judged by.
   for (const Configuration& configuration : subject.configurations)
     ranks.emplace(configuration.file, ranks.size());
+  ranks.emplace(subject.settings.file, ranks.size());
   const auto place = [&ranks](const Finding& finding) {
     return std::make_tuple(ranks[finding.file], finding.at.line, finding.at.column);
   };
@@ -56,7 +58,8 @@ const std::vector<Rule>& configurationRules() {
 }
 
 const std::vector<Rule>& allRules() {
-  static const std::vector<Rule> rules = joined({environmentRules(), configurationRules()});
+  static const std::vector<Rule> rules =
+      joined({environmentRules(), configurationRules(), kSettingsRules});
   return rules;
 }
 

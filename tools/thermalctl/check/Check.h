@@ -8,7 +8,7 @@
 
 const std::vector<Rule>& environmentRules();
 const std::vector<Rule>& configurationRules();
-// Those about the environment file, then those about the configurations.
+// Those about the environment file, then those about the configurations and the settings.
 const std::vector<Rule>& allRules();
 
 // What a user has the rules do other than they would.
@@ -22,8 +22,8 @@ struct RuleChoice {
   std::set<std::string> warnings{};
 };
 
-// Every finding of the rules that `choice` leaves, in the order of the files, lines and columns.
-// Those of one place stand in the order of the rules.
+// Every finding of the rules that `choice` leaves, in the order of the files, lines and columns;
+// the silenced ones are among them. Those of one place stand in the order of the rules.
 std::vector<Finding> check(const Subject& subject, const RuleChoice& choice);
 // The same of some rules alone.
 std::vector<Finding> check(const std::vector<Rule>& rules, const Subject& subject,

@@ -100,7 +100,8 @@ const std::vector<Rule> kNumberRules = {
          context.tell(number.word,
                       {"the daemon reads '{}' as {}{}{}", number.word.text, number.value,
                        end.end == End::kNone ? effectOfNothing(key, item) : "", end},
-                      "write thousandths of a degree in digits alone, such as 42000 for 42 °C");
+                      {"write {} in digits alone, such as {} for 42 °C", nameOfUnit(unitOf(item)),
+                       42000 / unitOf(item)});
        }
      })},
 
@@ -142,7 +143,7 @@ const std::vector<Rule> kNumberRules = {
            context.tell(number.word,
                         {"no sensor of a phone reads {} °C",
                          static_cast<int64_t>(number.value) * unitOf(item) / 1000},
-                        "write thousandths of a degree");
+                        {"write {}", nameOfUnit(unitOf(item))});
      })},
 
     {"item-sampling-below-1", Severity::kError,

@@ -43,6 +43,11 @@ int32_t unitOf(const Item& item) {
   return item.sensor && item.sensor->section ? item.sensor->section->unit : 1;
 }
 
+const char* nameOfUnit(int32_t unit) {
+  if (unit == 1) return "thousandths of a degree";
+  return unit == 100 ? "tenths of a degree" : "degrees";
+}
+
 bool looksLikeDegrees(const Number& temperature, int32_t unit) {
   const int64_t size = std::abs(millidegreesOf(temperature, unit));
   return isNumber(temperature.word.text) && size >= kLeastDegrees && size <= kMostDegrees;

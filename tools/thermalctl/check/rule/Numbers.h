@@ -17,6 +17,8 @@ bool haveDigits(const std::vector<Number>& list);
 
 // The unit of an item's temperatures, that of its sensor.
 int32_t unitOf(const Item& item);
+// "thousandths of a degree", "tenths of a degree" or "degrees".
+const char* nameOfUnit(int32_t unit);
 
 // Whether a whole number is more likely degrees than what the daemon takes it for. No phone has a
 // use for a threshold between 0.002 and 0.2 degrees, of heat or of cold.

@@ -13,6 +13,7 @@
 #include "board/Configuration.h"
 #include "board/Environment.h"
 #include "check/rule/Finding.h"
+#include "settings/Settings.h"
 
 // All that one run looks at: the board, and each configuration meant for it.
 //
@@ -24,6 +25,7 @@ struct Subject {
   const std::vector<Configuration>& configurations;
   // Where the board's nodes are looked for; without it no node is.
   std::optional<std::string> nodesRoot;
+  Settings settings{};
 };
 
 class Context;
@@ -89,15 +91,19 @@ public:
 
   // Marks `word` in the file in hand, the first time that the rule comes to this place.
   void tell(const Word& word, Message message, Message hint = "");
+  // The same in the settings file.
+  void tellInSettings(const Word& word, Message message, Message hint);
 
   // What this rule and those before it have found.
   const std::vector<Finding>& told() const { return findings; }
 
   const Subject& subject;
-  // The file in hand; while that is the environment file, null.
+  // The file in hand; while that is another than a configuration, null.
   const Configuration* configuration = nullptr;
 
 private:
+  void tellIn(const std::string& file, const Word& word, Message message, Message hint);
+
   const Rule& rule;
   std::vector<Finding>& findings;
   // File, line and column of each.
