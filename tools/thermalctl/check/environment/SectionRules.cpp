@@ -88,6 +88,22 @@ const std::string& unknownKindExplained() {
 } // namespace
 
 const std::vector<Rule> kSectionRules = {
+    {"empty-environment", Severity::kError,
+     "The environment file has no section of a sensor or a device. To the daemon that is no error: "
+     "it reads no temperature, drives nothing and says nothing, and every item of every "
+     "configuration ends it. Mostly it is the wrong file, or one that was cut short.",
+     [](Context& context) {
+       const Environment& board = context.subject.environment;
+       // What the daemon stops at or drops was to be a sensor or a device: that is told there.
+       const bool asWritten =
+           board.breaks.empty() &&
+           std::none_of(board.sections.begin(), board.sections.end(), [](const Section& section) {
+             return section.isSensor() || section.isDevice() ||
+                    section.kind == SectionKind::kUnknown;
+           });
+       if (asWritten) context.tell({"", {1, 1}}, "the daemon finds no sensor and no device here");
+     }},
+
     {"junk-before-header", Severity::kError,
      "Where a section is expected, a line does not begin with \"[\". The daemon stops reading the "
      "environment at that line and says nothing: no sensor and no device below it exists. Mostly "
