@@ -15,9 +15,11 @@
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
 #include "simulate/Numbers.h"
+#include "terminal/Colour.h"
 #include "terminal/ProgressLine.h"
 #include "text/Characters.h"
 #include "text/Phrases.h"
+#include "trace/Limit.h"
 
 namespace {
 
@@ -39,7 +41,7 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  thermalctl simulate --board boards/phone --workload game --out report\n"
     "  thermalctl simulate --board boards/phone --workload game --conf old.conf --conf new.conf\n"
-    "  thermalctl simulate --board boards/phone --workload camera --limit skin=43000\n"
+    "  thermalctl simulate --board boards/phone --workload camera --limit skin=43C\n"
     "\n"
     "The daemon's own code runs in virtual time, an hour in less than a second. A table goes to\n"
     "standard output; --out adds trace.csv, trace.json for the Perfetto UI, and report.html.\n"
@@ -76,17 +78,12 @@ private:
 
 void setLimits(const std::vector<std::string>& limits, SimulationRequest& request,
                Problems& problems) {
-  for (const std::string& limit : limits) {
-    // A sensor's name may hold an "=", a number does not.
-    const size_t equals = limit.rfind('=');
-    const std::string number = equals == std::string::npos ? "" : limit.substr(equals + 1);
-    char* end = nullptr;
-    const long value = std::strtol(number.c_str(), &end, 10);
-    if (number.empty() || *end != '\0' || value != static_cast<int32_t>(value))
-      problems.add("--limit " + limit, 0,
-                   "must be a sensor and millidegrees Celsius, such as skin=43000");
+  for (const std::string& text : limits) {
+    const LimitText read = readLimit(text);
+    if (read.limit)
+      request.limits[read.limit->name] = read.limit->millidegrees;
     else
-      request.limits[limit.substr(0, equals)] = static_cast<int32_t>(value);
+      problems.add({"--limit " + text, {}, read.wrong, read.hint});
   }
 }
 
@@ -107,7 +104,7 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   const auto fromBoard = [&](const std::string& named, const char* option, const char* path) {
     if (!named.empty()) return named;
     if (options.board.empty())
-      problems.add(option, 0, "is missing, and there is no --board to take it from");
+      problems.add({option, {}, "is missing, and there is no --board to take it from"});
     return (fs::path(options.board) / fs::path(path).filename()).string();
   };
   SimulationRequest request;
@@ -124,7 +121,8 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   if (duration && *duration > 0)
     request.duration = *duration;
   else
-    problems.add("--duration " + options.duration, 0, "must be a time above 0, such as 90s or 1h");
+    problems.add(
+        {"--duration " + options.duration, {}, "must be a time above 0, such as 90s or 1h"});
   return request;
 }
 
@@ -150,7 +148,7 @@ ExitStatus runSimulation(const Options& options) {
   std::vector<RunInput> runs;
   if (problems.none()) runs = readInputs(request, problems);
   if (!problems.none()) {
-    problems.print(std::cerr);
+    problems.print(std::cerr, colourFor(STDERR_FILENO));
     return kCouldNotRun;
   }
 
@@ -189,7 +187,7 @@ void addOptions(CommandLine& line, Options& options) {
       .takes("DIR");
   line.option("--limit", &options.limits,
               "Temperature that a sensor must not pass; if one does, the exit status is 1")
-      .takes("SENSOR=MILLIDEGREES")
+      .takes("NAME=TEMPERATURE")
       .takesAll();
   line.option("--seed", &options.seed, "Of the sensors' noise").showsDefault();
 }

@@ -1,20 +1,28 @@
 #include "simulate/Inputs.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <set>
+#include <system_error>
 
 #include "base/TextReader.h"
 #include "daemon/VirtualDaemon.h"
 #include "file/Names.h"
+#include "text/Nearest.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
+std::string reason(int number) {
+  return std::generic_category().message(number);
+}
+
 std::string readOrReport(const std::string& path, Problems& problems) {
+  errno = 0;
   std::optional<std::string> text = readFile(path);
-  if (!text) problems.add(path, 0, "cannot be read");
+  if (!text) problems.add({path, {}, "cannot be read: " + reason(errno)});
   return text.value_or("");
 }
 
@@ -59,7 +67,7 @@ private:
     base.description = board.describe();
     initialWord = board.confFileName;
     if (base.description.sensors.empty())
-      problems.add(request.environment, 0, "declares no sensor");
+      problems.add({request.environment, {}, "declares no sensor"});
   }
 
   // Those that no sensor reads.
@@ -80,7 +88,7 @@ private:
       if (SensorTrack* sensor = sensorNamed(name))
         sensor->limit = millidegrees;
       else
-        problems.add("--limit " + name, 0, "is no sensor of the board and no node of the plant");
+        problems.add({"--limit " + name, {}, "is no sensor of the board and no node of the plant"});
     }
   }
 
@@ -101,8 +109,8 @@ private:
       if (const auto asked = pathOf(change.word, path))
         addConfiguration(run, change.word, *asked);
       else
-        problems.add(request.workload, change.line,
-                     "there is no configuration '" + change.word + "' beside " + path);
+        problems.add({request.workload, change.at,
+                      "there is no configuration '" + change.word + "' beside " + path});
     }
     return run;
   }
@@ -125,7 +133,7 @@ private:
     // A daemon of its own: one that has read a configuration keeps its items.
     VirtualDaemon daemon(base.environment);
     if (const auto error = daemon.parseConfiguration(texts[path])) {
-      problems.add(path, 0, "the daemon would end here: " + *error);
+      problems.add({path, {}, "the daemon would end here: " + *error});
       return;
     }
     for (const auto& [name, scenario] : daemon.scenarios)
@@ -140,8 +148,9 @@ private:
   void checkScenarios() {
     for (const Change& change : base.workload.changes) {
       if (change.kind == Change::Kind::kScenario && scenarios.count(change.word) == 0)
-        problems.add(request.workload, change.line,
-                     "no configuration declares the scenario '" + change.word + "'");
+        problems.add({request.workload, change.at,
+                      "no configuration declares the scenario '" + change.word + "'",
+                      didYouMean(change.word, {scenarios.begin(), scenarios.end()})});
     }
   }
 

@@ -53,8 +53,8 @@ TEST_F(InputsTest, AConfigurationAtWhichTheDaemonWouldEndIsWrong) {
 
 TEST_F(InputsTest, FilesThatCannotBeReadAreAllNamed) {
   files.request.configurations = {"/nowhere/a.conf", "/nowhere/b.conf"};
-  EXPECT_EQ(files.wrong(), "/nowhere/a.conf: error: cannot be read\n"
-                           "/nowhere/b.conf: error: cannot be read\n");
+  EXPECT_EQ(files.wrong(), "/nowhere/a.conf: error: cannot be read: No such file or directory\n"
+                           "/nowhere/b.conf: error: cannot be read: No such file or directory\n");
 }
 
 TEST_F(InputsTest, AnEnvironmentWithoutASensorIsWrong) {

@@ -19,7 +19,7 @@ protected:
   }
 
   void give(const char* word, double value = 0) {
-    feed.setFault({0, Change::Kind::kFault, 0, value, word, 1});
+    feed.setFault({0, Change::Kind::kFault, 0, value, word, {}});
   }
 
   LogSwitchedOff noLog;

@@ -81,32 +81,32 @@ TEST_F(PlantFileTest, TellsEverythingThatIsWrongAtOnceWithItsLine) {
                 "lag = -1\n";                        // 31
   EXPECT_EQ(
       files.wrong(),
-      "plant.toml: error: no [sensor.cpu]: the board's sensor 'cpu' has no node to read\n"
-      "plant.toml:1: error: 'ambient' must be a number\n"
-      "plant.toml:4: error: 'joules_per_kelvin' must be a number above 0\n"
-      "plant.toml:6: error: 'joules_per_kelvin' is missing: how much heat warms the node by one "
+      "plant.toml: error: the board's sensor 'cpu' has no node to read: give it a section "
+      "[sensor.NAME] with its 'node'\n"
+      "plant.toml:1:11: error: 'ambient' must be a number from -273.15 to 1000 degrees Celsius\n"
+      "plant.toml:4:21: error: 'joules_per_kelvin' must be a number from 1e-06 to 1000000000 J/K\n"
+      "plant.toml:6:1: error: 'joules_per_kelvin' is missing: how much heat warms the node by one "
       "degree\n"
-      "plant.toml:6: error: node 'pack' cannot cool: no [[resistance]] leads from it to the "
+      "plant.toml:6:1: error: node 'pack' cannot cool: no [[resistance]] leads from it to the "
       "ambient, not even by way of other nodes\n"
-      "plant.toml:11: error: 'kelvin_per_watt' must be a number above 0\n"
-      "plant.toml:14: error: no node is called 'battery'\n"
-      "plant.toml:20: error: 'watts' has 2 numbers, and device 'gpu' has 4 levels\n"
-      "plant.toml:23: error: source 'panel' has no power law: give it 'watts', one for each level "
-      "of its device, or a 'law'\n"
-      "plant.toml:24: error: no node is called 'screen'\n"
-      "plant.toml:25: error: the board has no device 'backlight'\n"
-      "plant.toml:26: error: 'load' must be a number from 0 to 1\n"
-      "plant.toml:27: error: 'brightness' is no key that is known here\n"
-      "plant.toml:29: error: the board has no real sensor 'skin'\n"
-      "plant.toml:31: error: 'lag' must be a number of at least 0\n"
-      "workload.csv: error: no load for source 'panel' at time 0, and the plant gives it none of "
-      "its own\n");
+      "plant.toml:11:19: error: 'kelvin_per_watt' must be a number from 1e-09 to 1000000000 K/W\n"
+      "plant.toml:14:19: error: no node is called 'battery'\n"
+      "plant.toml:20:9: error: 'watts' has 2 numbers, and device 'gpu' has 4 levels\n"
+      "plant.toml:23:1: error: source 'panel' has no power law: give it 'watts', one for each "
+      "level of its device, or a 'law'\n"
+      "plant.toml:24:8: error: no node is called 'screen'\n"
+      "plant.toml:25:10: error: the board has no device 'backlight'\n"
+      "plant.toml:26:8: error: 'load' must be a number from 0 to 1\n"
+      "plant.toml:27:1: error: 'brightness' is no key that is known here\n"
+      "plant.toml:29:1: error: the board has no real sensor 'skin'\n"
+      "plant.toml:31:7: error: 'lag' must be 0 or a number from 1e-06 to 1000000 seconds\n"
+      "workload.csv: error: no load at time 0 for the source 'panel', and the plant gives none\n");
 }
 
 TEST_F(PlantFileTest, ASlipInTheNotationIsTheOnlyThingThatIsTold) {
   files.plant = "ambient = 25\n[node.die\njoules_per_kelvin = 1\n";
   const std::string wrong = files.wrong();
-  EXPECT_EQ(wrong.find("plant.toml:2: error: "), 0U) << wrong;
+  EXPECT_EQ(wrong.find("plant.toml:2:10: error: "), 0U) << wrong;
   EXPECT_EQ(wrong.find('\n'), wrong.size() - 1) << wrong;
 }
 
@@ -147,37 +147,37 @@ TEST_F(PlantFileTest, TellsWhatDoesNotGoTogether) {
     std::string wrong;
   };
   const std::string source = "[source.a]\nload = 0\nnode = \"die\"\n";
-  const std::string choice = "10: error: a source heats either one 'node' or several 'nodes', and "
-                             "one of the two must be there\n";
+  const std::string choice =
+      "10:1: error: a source heats either one 'node' or several 'nodes', and "
+      "one of the two must be there\n";
   const Case cases[] = {
       {"[source.a]\nload = 0\nwatts = 1\n", choice},
       {source + "watts = 1\nnodes = { die = 1 }\n", choice},
       {"[source.a]\nload = 0\nwatts = 1\nnodes = { die = -1 }\n",
-       "13: error: a share must not be negative\n"
-       "13: error: the shares of 'nodes' must add up to 1\n"},
-      {source + "watts = 1\nlaw = { b = 1 }\n", "14: error: either 'watts' or 'law', not both\n"},
-      {source + "law = { b = 1 }\n",
-       "13: error: a law needs a 'device', over whose levels it goes\n"},
+       "13:17: error: 'die' must be a number from 0 to 1\n"},
+      {source + "watts = 1\nlaw = { b = 1, unit = 1 }\n",
+       "14:7: error: either 'watts' or 'law', not both\n"},
+      {source + "law = { b = 1, unit = 1 }\n",
+       "13:7: error: a law needs a 'device', over whose levels it goes\n"},
       {source + "device = \"gpu\"\nlaw = { a = 1 }\n",
-       "14: error: 'b' is missing: P = a + b f^3\n"},
-      {source + "watts = -1\n", "13: error: 'watts' must not be negative\n"},
+       "14:7: error: 'b' is missing: P = a + b f^3\n"
+       "14:7: error: 'unit' is missing: of the level's entry, 1e6 for kHz as GHz\n"},
+      {source + "watts = -1\n", "13:9: error: 'watts' must be a number from 0 to 1000000 W\n"},
       {source + "watts = [1, 2]\n",
-       "13: error: 'watts' must be a single number where there is no 'device'\n"},
-      {source + "watts = 1\ndevice = \"log\"\n", "14: error: device 'log' has no level table\n"},
+       "13:9: error: 'watts' must be a single number where there is no 'device'\n"},
+      {source + "watts = 1\ndevice = \"log\"\n", "14:10: error: device 'log' has no level table\n"},
       {source + "watts = 1\ncores = { device = \"gpu\", share = [1, 1] }\n",
-       "14: error: 'share' has 2 numbers, and device 'gpu' has 4 levels\n"},
+       "14:35: error: 'share' has 2 numbers, and device 'gpu' has 4 levels\n"},
       {source + "watts = 1\ncores = {}\n",
-       "14: error: 'device' is missing: whose level switches a part of the source off\n"
-       "14: error: 'share' is missing: of the source that is on, one for each level\n"},
+       "14:9: error: 'device' is missing: whose level switches a part of the source off\n"
+       "14:9: error: 'share' is missing: of the source that is on, one for each level\n"},
       {"[node.ambient]\njoules_per_kelvin = 1\n",
-       "10: error: a node cannot be called 'ambient'\n"
-       "10: error: node 'ambient' cannot cool: no [[resistance]] leads from it to the ambient, not "
-       "even by way of other nodes\n"},
+       "10:1: error: a node cannot be called 'ambient'\n"},
       {"[[resistance]]\nbetween = [\"die\", \"die\"]\nkelvin_per_watt = 1\n",
-       "11: error: 'between' must name two different ends\n"},
+       "11:11: error: 'between' must name two different ends\n"},
       {"[[resistance]]\n",
-       "10: error: 'between' is missing: the two nodes, or a node and \"ambient\"\n"
-       "10: error: 'kelvin_per_watt' is missing: how many degrees drive one watt through it\n"}};
+       "10:1: error: 'between' is missing: the two nodes, or a node and \"ambient\"\n"
+       "10:1: error: 'kelvin_per_watt' is missing: how many degrees drive one watt through it\n"}};
   for (const Case& each : cases) {
     RunFiles run;
     run.environment += "\n[log]\ntype report\nnode_path /nowhere/log\n";
@@ -192,7 +192,7 @@ TEST_F(PlantFileTest, TellsWhatDoesNotGoTogether) {
 
 TEST_F(PlantFileTest, SharesOfHeatMustAddUp) {
   files.plant += "[source.sun]\nnodes = { die = 0.5 }\nwatts = 1\nload = 0\n";
-  EXPECT_EQ(files.wrong(), "plant.toml:11: error: the shares of 'nodes' must add up to 1\n");
+  EXPECT_EQ(files.wrong(), "plant.toml:11:9: error: the shares of 'nodes' must add up to 1\n");
 }
 
 TEST_F(PlantFileTest, ATextualLevelTableNeedsItsPowersAndSpeeds) {
@@ -201,14 +201,15 @@ TEST_F(PlantFileTest, ATextualLevelTableNeedsItsPowersAndSpeeds) {
   files.plant += "[source.camera]\n"
                  "node = \"die\"\n"
                  "device = \"camera\"\n"
-                 "law = { b = 1 }\n"
+                 "law = { b = 1, unit = 1 }\n"
                  "work = true\n"
                  "load = 0\n";
-  EXPECT_EQ(files.wrong(),
-            "plant.toml:13: error: a law needs numbers, and device 'camera' has the level 'full': "
-            "give the source 'watts'\n"
-            "plant.toml:14: error: the level table of 'camera' does not tell the speed: give the "
-            "source 'speed', one for each level\n");
+  EXPECT_EQ(
+      files.wrong(),
+      "plant.toml:13:7: error: a law needs numbers, and device 'camera' has the level 'full': "
+      "give the source 'watts'\n"
+      "plant.toml:14:8: error: the level table of 'camera' does not tell the speed: give the "
+      "source 'speed', one for each level\n");
 }
 
 } // namespace
