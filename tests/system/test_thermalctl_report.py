@@ -497,7 +497,8 @@ def test_plot_needs_a_message_of_the_daemon(tool, tmp_path):
 
 def test_plot_tells_every_file_that_it_cannot_read(tool, tmp_path):
     done = tool("plot", tmp_path / "a.log", tmp_path / "b.log", status=2)
-    assert done.err == "".join(f"thermalctl: {tmp_path / name}: cannot be read\n"
+    assert done.err == "".join(f"thermalctl: {tmp_path / name}: cannot be read: "
+                               "No such file or directory\n"
                                   for name in ("a.log", "b.log"))
 
 

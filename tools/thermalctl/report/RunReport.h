@@ -27,6 +27,9 @@ public:
   // Ends the files. Returns what went wrong with them.
   std::optional<std::string> finish();
 
+  // Tells that sink, too, which must outlive the report.
+  void alsoTo(TraceSink& sink) { sinks.push_back(&sink); }
+
   const Summary& summary() const { return figures; }
 
   void begin(const TraceDescription& run) override { pass(&TraceSink::begin, run); }
@@ -46,6 +49,9 @@ public:
     pass(&TraceSink::configuration, time, name);
   }
   void standstill(int64_t time) override { pass(&TraceSink::standstill, time); }
+  void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override {
+    pass(&TraceSink::gap, from, to, sensor);
+  }
   void end(int64_t time, const std::vector<Performance>& performance) override {
     pass(&TraceSink::end, time, performance);
   }

@@ -116,6 +116,16 @@ void Summary::standstill(int64_t time) {
   runs.back().standstill = time;
 }
 
+void Summary::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
+  Run& run = runs.back();
+  if (sensor) return run.temperatures[*sensor].skip(from, to);
+  run.inGaps += to - from;
+  for (std::vector<TimeAtValue>* records : {&run.temperatures, &run.levels}) {
+    for (TimeAtValue& record : *records)
+      record.skip(from, to);
+  }
+}
+
 void Summary::end(int64_t time, const std::vector<Performance>& performance) {
   Run& run = runs.back();
   run.duration = time;
@@ -159,15 +169,19 @@ void Summary::print(std::ostream& out) const {
   std::vector<SensorTrack> sensors;
   std::vector<DeviceTrack> devices;
   std::vector<std::string> sources;
+  bool hasGaps = false;
   for (const Run& run : runs) {
     rows[0].push_back(run.description.name);
     rows[1].push_back(clock(run.duration));
+    hasGaps |= run.inGaps > 0;
     collect(run.description.sensors, sensors);
     collect(run.description.devices, devices);
     for (const Performance& performance : run.performance) {
       if (performance.demanded != 0) collect({performance.source}, sources);
     }
   }
+  if (hasGaps)
+    addRow("run", "of it in gaps", rows, [](const Run& run) { return clock(run.inGaps); });
   for (const SensorTrack& sensor : sensors)
     addSensor(sensor, rows);
   for (const DeviceTrack& device : devices)
@@ -262,7 +276,7 @@ void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {
     });
   }
   add("changes a minute", [](const TimeAtValue& record, const Run& run) {
-    const double minutes = static_cast<double>(run.duration) / kMillisecondsPerMinute;
+    const double minutes = static_cast<double>(run.duration - run.inGaps) / kMillisecondsPerMinute;
     return minutes == 0 ? kNothing : rounded(record.changes() / minutes, 2);
   });
   add("mean entry, level 0 = 100 %",

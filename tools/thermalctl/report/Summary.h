@@ -21,6 +21,7 @@ public:
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void standstill(int64_t time) override;
+  void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
   // Whether any sample of a sensor was above its limit.
@@ -47,6 +48,7 @@ private:
     std::vector<Performance> performance;
     std::optional<int64_t> standstill; // since when, in milliseconds
     int64_t duration = 0;              // milliseconds
+    int64_t inGaps = 0;                // of these, in which nothing is known of anything
   };
 
   // Of a group's name, a label and a cell for each run; without cells the label may run on.

@@ -17,10 +17,12 @@
 //   scenario       its name
 //   configuration  its name
 //   standstill
+//   gap            sensor or none   milliseconds
 //   end
 //
 // Shape: every line has all columns, those without a meaning empty. The lines of a run stand
-//        together and in the order of their times; an algorithm that falls asleep has no value.
+//        together and in the order of their times; an algorithm that falls asleep has no value. A
+//        gap stands where it ends; without a sensor it is one in everything.
 // Units: times in milliseconds since the start of the run.
 namespace csv {
 
@@ -36,6 +38,7 @@ constexpr char kAlgorithm[] = "algorithm";
 constexpr char kScenario[] = "scenario";
 constexpr char kConfiguration[] = "configuration";
 constexpr char kStandstill[] = "standstill";
+constexpr char kGap[] = "gap";
 constexpr char kEnd[] = "end";
 
 // A line without its time and value.

@@ -118,4 +118,16 @@ TEST_F(HtmlReportTest, DoesNotGrowWithTheLengthOfARun) {
   EXPECT_LT(sensor["points"].get<std::string>().size(), Series::kCapacity * 14);
 }
 
+TEST_F(HtmlReportTest, HasTheGapsOfARunAndThoseOfOneSensor) {
+  TraceDescription run;
+  run.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, {}});
+  report.begin(run);
+  report.gap(1000, 2000, std::nullopt);
+  report.gap(3000, 4000, 0);
+  report.end(5000, {});
+  const nlohmann::json written = data()["runs"][0];
+  EXPECT_EQ(written["gaps"], nlohmann::json::parse("[[1000, 2000]]"));
+  EXPECT_EQ(written["sensors"][0]["gaps"], nlohmann::json::parse("[[3000, 4000]]"));
+}
+
 } // namespace

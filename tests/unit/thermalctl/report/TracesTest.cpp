@@ -149,4 +149,17 @@ TEST_F(EventTraceTest, StaysJsonWithNamesThatAreNoUtf8) {
   EXPECT_EQ(pick(played({run}), "C", {"name"})[1][0], "\n\\, degrees C");
 }
 
+TEST_F(EventTraceTest, HasGapsAsSlices) {
+  std::ostringstream out;
+  EventTrace trace(out);
+  trace.begin(smallBoard("day"));
+  trace.gap(1000, 2000, std::nullopt);
+  trace.gap(3000, 4500, 0);
+  trace.end(5000, {});
+  trace.finish();
+  EXPECT_EQ(pick(nlohmann::json::parse(out.str()), "X", {"ts", "dur", "tid", "name"}),
+            nlohmann::json::parse(R"([
+      [1000000, 1000000, 0, "gap"], [3000000, 1500000, 0, "no sample: gpu"]])"));
+}
+
 } // namespace
