@@ -14,4 +14,5 @@ if(NOT trying AND NOT EXISTS ${stub})
   execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../../libcxx-stub ${stub} COMMAND_ERROR_IS_FATAL ANY)
 endif()
 add_compile_options(-nostdinc++ -isystem /usr/lib/llvm-14/include/c++/v1)
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-nostdlib++ ${stub}")
+# Segments for pages of 4 KiB, as NDKs make them on their own.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-nostdlib++ ${stub} -Wl,-z,max-page-size=4096")
