@@ -51,7 +51,7 @@ private:
       tell(section, "section", "'section' stands beside 'item' or 'scenario'",
            "a section is in the environment file, the others are in a configuration");
     if (!rule || !isRule(section, *rule) || !file || !reason) return;
-    silenced.rule = wordAt(section.line("rule"), *rule);
+    silenced.rule = wordAt(section.at("rule"), *rule);
     silenced.file = *file;
     silenced.reason = *reason;
     settings.silenced.push_back(std::move(silenced));
@@ -90,11 +90,11 @@ private:
   // At the key's value, or at the table.
   static void tell(const TomlSection& section, const std::string& key, const std::string& what,
                    const std::string& hint) {
-    section.problem(section.line(key), what + "; " + hint);
+    section.problem(section.at(key), what, hint);
   }
 
-  Word wordAt(unsigned line, const std::string& text) const {
-    const int number = static_cast<int>(line);
+  Word wordAt(const Span& span, const std::string& text) const {
+    const int number = span.at.line;
     const size_t start = source.line(number).text.find(text);
     return {text, {number, start == std::string::npos ? 1 : static_cast<int>(start) + 1}};
   }

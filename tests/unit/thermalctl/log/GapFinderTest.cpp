@@ -34,7 +34,9 @@ protected:
 TEST_F(GapFinderTest, FindsNoneWherePeriodsExplainTheSilence) {
   for (int64_t time = 0; time < 10000; time += 255) {
     EXPECT_EQ(sample(time, "big"), Lines());
-    if (time % 1020 == 0) EXPECT_EQ(sample(time, "battery"), Lines());
+    if (time % 1020 == 0) {
+      EXPECT_EQ(sample(time, "battery"), Lines());
+    }
   }
 }
 

@@ -59,7 +59,7 @@ TEST_F(NodeFeedTest, AFaultHoldsTheNodeUntilItIsTakenBack) {
 }
 
 TEST_F(NodeFeedTest, AReadingIsRoundedAndHeldToWhatTheDaemonKnows) {
-  const std::string node = feed.make("cpu");
+  std::streambuf* const node = feed.make("cpu");
   const auto reading = [&](double celsius) {
     give(fault::kValue, celsius);
     return wordIn(node);
@@ -72,7 +72,7 @@ TEST_F(NodeFeedTest, AReadingIsRoundedAndHeldToWhatTheDaemonKnows) {
 }
 
 TEST_F(NodeFeedTest, StuckBeforeTheFirstSampleKeepsWhatItWouldHaveRead) {
-  const std::string node = feed.make("cpu");
+  std::streambuf* const node = feed.make("cpu");
   give(fault::kStuck);
   feed.refresh(0);
   EXPECT_EQ(wordIn(node), "25000");
