@@ -12,7 +12,6 @@
 #include "base/Names.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
-#include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
@@ -184,8 +183,6 @@ ExitStatus verdictOf(const Summary& summary) {
 }
 
 ExitStatus runSimulation(const Options& options) {
-  // Every sensor, configuration and control file of a run is an open file in memory.
-  raiseFileLimit();
   Problems problems;
   const SimulationRequest request = requestOf(options, problems);
   const SimulationInputs inputs =
