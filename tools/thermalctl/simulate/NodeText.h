@@ -13,8 +13,6 @@ class NodeText : public std::streambuf {
 public:
   void show(std::string_view word);
   void show(int32_t number);
-  // Whether it has not shown anything yet.
-  bool isNew() const { return fresh; }
 
 protected:
   // Whatever the position: the daemon only ever goes back to the start.
@@ -23,5 +21,4 @@ protected:
 private:
   std::array<char, 12> text;
   size_t length = 0;
-  bool fresh = true;
 };

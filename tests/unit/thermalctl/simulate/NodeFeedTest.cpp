@@ -73,6 +73,7 @@ TEST_F(NodeFeedTest, AReadingIsRoundedAndHeldToWhatTheDaemonKnows) {
 
 TEST_F(NodeFeedTest, StuckBeforeTheFirstSampleKeepsWhatItWouldHaveRead) {
   std::streambuf* const node = feed.make("cpu");
+  give(fault::kNone);
   give(fault::kStuck);
   feed.refresh(0);
   EXPECT_EQ(wordIn(node), "25000");
