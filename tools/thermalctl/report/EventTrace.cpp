@@ -72,6 +72,11 @@ void EventTrace::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
              << (to - from) * kMicroseconds << R"(,"name":)" << jsonString(what) << "}";
 }
 
+void EventTrace::standstill(int64_t time) {
+  event("i") << R"(,"tid":)" << kScenario << R"(,"s":"p","ts":)" << time * kMicroseconds
+             << R"(,"name":"the daemon stands still"})";
+}
+
 void EventTrace::end(int64_t time, const std::vector<Performance>&) {
   // What is in force at the end is shown to be so up to there.
   for (size_t thread = 0; thread < open.size(); ++thread)

@@ -26,6 +26,7 @@ public:
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
 private:

@@ -116,6 +116,10 @@ void HtmlReport::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   (sensor ? run.sensorGaps[*sensor] : run.gaps).emplace_back(from, to);
 }
 
+void HtmlReport::standstill(int64_t time) {
+  runs.back().standstill = time;
+}
+
 void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {
   runs.back().duration = time;
   runs.back().performance = performance;
@@ -136,6 +140,7 @@ std::string HtmlReport::asJson(const Run& run) {
                            {"delivered", source.delivered}});
   return dumped({{"name", run.description.name},
                  {"duration", run.duration},
+                 {"standstill", orNull(run.standstill)},
                  {"gaps", run.gaps},
                  {"sensors", sensors},
                  {"devices", describeAll(run.description.devices, run.levels)},

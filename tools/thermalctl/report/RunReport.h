@@ -51,6 +51,7 @@ public:
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override {
     pass(&TraceSink::gap, from, to, sensor);
   }
+  void standstill(int64_t time) override { pass(&TraceSink::standstill, time); }
   void end(int64_t time, const std::vector<Performance>& performance) override {
     pass(&TraceSink::end, time, performance);
   }

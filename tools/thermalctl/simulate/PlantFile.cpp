@@ -28,6 +28,8 @@ constexpr TomlSection::Bounds kLag = {1e-6, 1e6, "seconds", true};
 // Finer than a millidegree no reading is.
 constexpr TomlSection::Bounds kStep = {0.001, 1000, "degrees", true};
 constexpr TomlSection::Bounds kShare = {0, 1};
+// Of what a node makes up for in a second.
+constexpr double kFastest = 1e9;
 
 std::vector<std::string> keysOf(const std::map<std::string, size_t>& numbers) {
   std::vector<std::string> keys;
@@ -54,6 +56,12 @@ std::vector<std::string> realSensors(const TraceDescription& board) {
   return names;
 }
 
+// The columns of a workload that are not sources.
+bool isColumn(const std::string& name) {
+  return name == "time" || name == kAmbient || name == "scenario" || name == "configuration" ||
+         name.rfind("fault ", 0) == 0;
+}
+
 class PlantReader {
 public:
   PlantReader(TomlSection root_, const TraceDescription& board_)
@@ -66,6 +74,7 @@ public:
     for (auto& [name, section] : root.named("source"))
       readSource(name, section);
     readProbes();
+    refuseMisleadingNames();
     root.refuseOtherKeys();
     return std::move(plant);
   }
@@ -90,6 +99,7 @@ private:
   void readResistances() {
     // Only to be asked which nodes cannot cool.
     Network network(plant.nodes.size());
+    std::vector<double> conductances(plant.nodes.size());
     for (TomlSection& section : root.list("resistance")) {
       const std::vector<std::string> ends = section.texts("between");
       const std::optional<double> value = section.number("kelvin_per_watt", kResistance);
@@ -112,6 +122,8 @@ private:
       if (nodes.size() != (toAmbient ? 1U : 2U)) continue;
       resistance.from = nodes[0];
       resistance.value = value.value_or(1);
+      for (const size_t node : nodes)
+        conductances[node] += 1 / resistance.value;
       if (toAmbient) {
         network.connectToAmbient(nodes[0], resistance.value);
       } else {
@@ -127,9 +139,24 @@ private:
                                          "' cannot cool: no [[resistance]] leads from it to the "
                                          "ambient, not even by way of other nodes");
     }
+    refuseTooFast(conductances);
+  }
+
+  // Next to one that is so much faster than a run's steps, the digits of the others are lost.
+  void refuseTooFast(const std::vector<double>& conductances) {
+    for (size_t i = 0; i < plant.nodes.size(); ++i) {
+      if (conductances[i] / plant.nodes[i].capacity <= kFastest) continue;
+      root.problem(nodePlaces[i],
+                   "node '" + plant.nodes[i].name +
+                       "' follows what is next to it within a nanosecond",
+                   "give it more 'joules_per_kelvin', or its resistances more 'kelvin_per_watt'");
+    }
   }
 
   void readSource(const std::string& name, TomlSection& section) {
+    if (isColumn(name))
+      section.problem(section.at(), "a source cannot be called '" + name +
+                                        "': in a workload it is another column");
     PlantDescription::Source source;
     source.name = name;
     source.heats = readHeats(section);
@@ -153,6 +180,8 @@ private:
                                         "of its device, or a 'law'");
     if (speed) source.speed = *speed;
     if (source.work && !section.has("speed")) source.speed = speedOf(section, source, hasDevice);
+    if (!source.work && section.has("speed"))
+      section.problem(section.atKey("speed"), "'speed' means nothing without 'work = true'");
     source.cores = readCores(section);
     section.refuseOtherKeys();
     plant.sources.push_back(std::move(source));
@@ -202,6 +231,12 @@ private:
       }
       watts.push_back(a + b * std::pow(*number / unit, 3));
     }
+    const auto most = std::max_element(watts.begin(), watts.end());
+    if (most != watts.end() && *most > kMostWatts)
+      law.problem(law.at("unit"),
+                  fmt::format("the law gives {:g} W at level {}: no source has more "
+                              "than {:g} W, and 'unit' may be a slip",
+                              *most, most - watts.begin(), kMostWatts));
     return watts;
   }
 
@@ -278,6 +313,29 @@ private:
     section.problem(section.at(), "the board has no real sensor '" + name + "'",
                     didYouMean(name, known));
     if (const auto meant = sensorNamed(nearest(name, known))) fed[*meant] = true;
+  }
+
+  // Both stand side by side in table and page, and a limit goes by the name of either.
+  void refuseMisleadingNames() {
+    for (size_t i = 0; i < plant.nodes.size(); ++i) {
+      const std::string& name = plant.nodes[i].name;
+      for (size_t sensor = 0; sensor < board.sensors.size(); ++sensor) {
+        if (board.sensors[sensor].name != name || reads(sensor, i)) continue;
+        root.problem(nodePlaces[i],
+                     "node '" + name + "' bears the name of the board's sensor '" + name +
+                         "', which does not read it",
+                     "give the node another name" + (isReal(board.sensors[sensor])
+                                                         ? ", or let [sensor." + name + "] read it"
+                                                         : std::string()));
+      }
+    }
+  }
+
+  // Of a sensor without a section more has been told.
+  bool reads(size_t sensor, size_t node) const {
+    const auto probe = std::find_if(plant.probes.begin(), plant.probes.end(),
+                                    [sensor](const auto& each) { return each.sensor == sensor; });
+    return probe == plant.probes.end() ? isReal(board.sensors[sensor]) : probe->node == node;
   }
 
   std::optional<size_t> nodeNamed(const TomlSection& section, const Span& at,

@@ -17,6 +17,7 @@
 //   scenario       its name
 //   configuration  its name
 //   gap            sensor or none   milliseconds
+//   standstill
 //   end
 //
 // Shape: every line has all columns, those without a meaning empty. The lines of a run stand
@@ -37,6 +38,7 @@ constexpr char kAlgorithm[] = "algorithm";
 constexpr char kScenario[] = "scenario";
 constexpr char kConfiguration[] = "configuration";
 constexpr char kGap[] = "gap";
+constexpr char kStandstill[] = "standstill";
 constexpr char kEnd[] = "end";
 
 // A line without its time and value.

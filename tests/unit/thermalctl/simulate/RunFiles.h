@@ -51,7 +51,9 @@ public:
 
   std::string path(const std::string& name) const { return folder.node(name); }
 
-  std::vector<RunInput> read() {
+  std::vector<RunInput> read() { return readAll().runs; }
+
+  SimulationInputs readAll() {
     request.environment = folder.write("board.env", environment);
     request.plant = folder.write("plant.toml", plant);
     request.workload = folder.write(workloadName, workload);
