@@ -139,7 +139,7 @@ def test_every_form_of_logcat_gives_the_same_run(form, plot, tmp_path):
     assert "torn" not in done.err
     kinds = ("temperature", "level", "algorithm", "scenario", "configuration", "end")
     assert events(tmp_path / "form", *kinds) == events(tmp_path / "known", *kinds)
-    assert ("without a time" in done.err) == form.startswith(WITHOUT_TIME)
+    assert ("without a time" in done.err) == (form.split(",")[0] in WITHOUT_TIME)
 
 
 @pytest.mark.parametrize("encoding", ["utf-16", "utf-16-le", "utf-16-be", "utf-8-sig"])
@@ -154,10 +154,11 @@ def test_it_reads_what_a_windows_shell_writes(encoding, plot, tmp_path):
 
 def test_it_reads_compressed_logs(plot, tmp_path):
     log = write(tmp_path / "phone.log", a_hot_gpu())
-    known = plot(log, "--board", BOARD).out.replace("phone.log   ", "phone.log.gz")
+    plot(log, "--board", BOARD, "--out", tmp_path / "known")
     (tmp_path / "phone.log.gz").write_bytes(gzip.compress(log.read_bytes()))
-    shown = plot(tmp_path / "phone.log.gz", "--board", BOARD).out
-    assert re.sub(r" +", " ", shown) == re.sub(r" +", " ", known)
+    plot(tmp_path / "phone.log.gz", "--board", BOARD, "--out", tmp_path / "out")
+    known = (tmp_path / "known/trace.csv").read_text()
+    assert (tmp_path / "out/trace.csv").read_text() == known.replace("phone.log,", "phone.log.gz,")
 
 
 @pytest.mark.parametrize("compressed", [False, True])
@@ -311,7 +312,7 @@ def test_dropped_lines_are_a_gap(plot, tmp_path):
         shown = table(done)
         assert shown["run", "of it in gaps"] == "0:00:06"
     assert shown["gpu", "time >=62"] == "0:00:04"
-    assert shown["gpu", "at level 1 (760)"] == "17.8 %"
+    assert shown["gpu", "at level 1 (760000)"] == "17.9 %"
 
 
 def test_a_sensor_that_is_not_heard_of_is_a_gap_of_its_own(plot, tmp_path):
@@ -336,7 +337,9 @@ def test_a_trace_with_gaps_is_read_again(plot, tmp_path):
     log = write(tmp_path / "phone.log", behind(a_hot_gpu(), 15000, 600000))
     first = plot(log, "--board", BOARD, "--out", tmp_path)
     again = plot(tmp_path / "trace.csv", "--board", BOARD, "--out", tmp_path / "again")
-    assert table(again) == table(first)
+    for row in (("run", "duration, h:mm:ss"), ("run", "of it in gaps"), ("big", "mean"),
+                ("gpu", "at level 1 (760000)"), ("gpu", "changes a minute")):
+        assert table(again)[row] == table(first)[row]
     assert (tmp_path / "again/trace.csv").read_bytes() == (tmp_path / "trace.csv").read_bytes()
 
 
@@ -368,6 +371,90 @@ def test_a_stretch_that_cannot_be_is_refused(options, message, plot, tmp_path):
                                                  for i in range(0, len(options), 2)), status=2)
     assert done.err == f"thermalctl: {message}\n"
     assert not (tmp_path / "out").exists()
+
+
+# Limits.
+
+@pytest.mark.parametrize("limit, status, verdict", [
+    ("gpu=63C", 0, "kept"),
+    ("gpu=62999mC", 1, "passed for 0:00:10"),
+    ("gpu=62C", 1, "passed for 0:00:10"),
+])
+def test_a_limits_verdict_decides_the_exit_status(limit, status, verdict, plot, tmp_path):
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    for board in ((), ("--board", BOARD)):
+        done = plot(log, *board, "--limit", limit, status=status)
+        assert verdict in [cell for (_, row), cell in table(done).items()
+                           if row.startswith("limit ")]
+    # Where the gpu is cool again.
+    plot(log, "--limit", limit, "--from", "21s")
+
+
+def test_a_limit_of_a_sensor_without_a_sample_has_no_verdict(plot, tmp_path):
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    done = plot(log, "--board", BOARD, "--limit", "skin=43C", "--limit", "gpu=62C", status=3)
+    assert "skin never had a sample" in done.err
+    assert "kept" not in done.out
+
+
+@pytest.mark.parametrize("limit, message", [
+    ("gpu=62", "62C"), ("gpu=62000", "62000mC"), ("gpu", "such as skin=43C"),
+    ("gqu=62C", "did you mean 'gpu'?"), ("node:gpu=62C", "no run has 'node:gpu'"),
+])
+def test_a_limit_that_cannot_be_is_refused(limit, message, plot, tmp_path):
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    done = plot(log, "--limit", limit, "--out", tmp_path / "out", status=2)
+    assert message in done.err and done.out == ""
+    assert not (tmp_path / "out").exists()
+
+
+def test_a_board_with_errors_is_not_relied_on(plot, tmp_path):
+    board = tmp_path / "board"
+    board.mkdir()
+    (board / "b.env").write_text((BOARD / "talmor-thermal.env").read_text())
+    (board / "b.conf").write_text((BOARD / DAY).read_text().replace("algo_type ss", "algo_type SS", 1))
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    done = plot(log, "--board", board, "--out", tmp_path / "out", status=2)
+    assert "algo_type SS" in done.err and "^~" in done.err
+    assert done.err.endswith("thermalctl: nothing is shown: the check has found errors\n")
+    assert not (tmp_path / "out").exists()
+
+
+# A device beside its model.
+
+@pytest.fixture(scope="module")
+def simulated(build_dir, tmp_path_factory):
+    """Twenty minutes of a game."""
+    out = tmp_path_factory.mktemp("simulated")
+    subprocess.run([build_dir / "thermalctl", "simulate", "--board", BOARD, "--workload", "game",
+                    "--duration", "20m", "--out", out], check=True, capture_output=True)
+    return out
+
+
+@pytest.mark.parametrize("shift", [37.0, -125.5])
+def test_a_device_is_compared_with_its_model(shift, plot, simulated, tmp_path):
+    live = [(at + round(1000 * shift), f"Sensor [{name}], Scen [Default] temp({int(value) + 500})")
+            for at, _, name, value in events(simulated, "temperature") if name in ("big", "battery")]
+    log = write(tmp_path / "phone.log", [(0, "Sensor [gpu], Scen [Default] temp(0)")] * (shift > 0) +
+                [(at, text) for at, text in live if at >= 0])
+    done = plot(log, simulated / "trace.csv", "--board", BOARD)
+    told = re.search(r"trace.csv: \S+ compared with phone.log\ntime offset: (-?[\d.]+) s, (.*)\n",
+                     done.out)
+    assert float(told[1]) == pytest.approx(shift, abs=0.5)
+    assert told[2] == ("the simulated run begins 37.0 s into phone.log" if shift > 0 else
+                       f"phone.log begins {-float(told[1]):.1f} s into the simulated run")
+    rows = {row.split()[0]: row.split()[1:] for row in done.out[told.end():].splitlines()[1:]}
+    assert set(rows) == {"big", "battery"}
+    for name, rms, largest in (("big", 0.5, 0.5), ("battery", 0.5, 0.5)):
+        assert float(rows[name][0]) == pytest.approx(rms, abs=0.3 if name == "big" else 0.02)
+        assert float(rows[name][3]) == pytest.approx(-largest, abs=0.05)
+
+
+def test_runs_of_one_kind_are_not_compared(plot, simulated, tmp_path):
+    log = write(tmp_path / "a.log", a_hot_gpu())
+    other = write(tmp_path / "b.log", a_hot_gpu())
+    assert "compared" not in plot(log, other).out
+    assert "compared" not in plot(simulated / "trace.csv").out
 
 
 # Large logs.
@@ -571,13 +658,17 @@ def test_it_reads_what_the_daemon_itself_writes_on_a_host(build_dir, plot, tmp_p
         box.stop()
         lasted = time.monotonic() - began
         (tmp_path / "daemon.log").write_text(box.stderr())
+        limits = {name: box.host_path(device.node).read_text() for name, device in
+                  board.devices.items() if device.kind in ("gpufreq", "charger", "backlight")}
     assert re.match(r"echo-service V \d\d-\d\d \d\d:\d\d:\d\d +\d+ +\d+ \[TalmorThermal\] Using",
                     (tmp_path / "daemon.log").read_text()), "liblog has another form now"
     done = plot(tmp_path / "daemon.log", "--board", BOARD, "--out", tmp_path)
     assert "without a time" not in done.err and "torn" not in done.err
     assert end_of(tmp_path) / 1000 == pytest.approx(lasted, abs=1.5)
     assert [name for _, _, name, _ in events(tmp_path, "scenario")] == ["Default", "game"]
-    assert ("gpu", "1") in [(name, level) for _, _, name, level in events(tmp_path, "level")]
+    levels = {name: int(level) for _, _, name, level in events(tmp_path, "level")}
+    assert {name: board.devices[name].table[levels[name]] for name in limits} == limits
+    assert any(levels[name] > 0 for name in limits)
     # Spread over their seconds, which is all that the log tells.
     at = [when for when, _, name, _ in events(tmp_path, "temperature") if name == "big"]
     assert len(set(at)) > 0.7 * len(at)

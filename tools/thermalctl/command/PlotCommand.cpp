@@ -1,13 +1,18 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <deque>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/Verdict.h"
 #include "file/Names.h"
 #include "log/BoardFolder.h"
 #include "log/CsvRecording.h"
@@ -17,7 +22,10 @@
 #include "report/RunReport.h"
 #include "simulate/Numbers.h"
 #include "text/Characters.h"
+#include "text/Nearest.h"
 #include "text/Phrases.h"
+#include "toml/Problems.h"
+#include "trace/Limit.h"
 
 namespace {
 
@@ -31,13 +39,17 @@ constexpr char kExamples[] =
     "UTF-16; compressed with gzip; and in parts, in any order. Of a log and a simulated run the\n"
     "differences are shown, too.\n"
     "\n"
-    "Exit status: 0 fine, 2 could not run: a file that cannot be read or written, a log without a\n"
-    "message of the daemon, or without times where no --board has the sensors' periods.";
+    "Exit status: 0 fine and every limit kept, 1 a limit was passed, 2 could not run: a board "
+    "with\n"
+    "errors, a file that cannot be read or written, a log without a message of the daemon, or\n"
+    "without times where no --board has the sensors' periods, 3 no verdict: a sensor with a limit\n"
+    "has no sample.";
 
 struct Options {
   std::vector<std::string> logs;
   std::string board;
   std::string out;
+  std::vector<std::string> limits;
   std::string from;
   std::string to;
 };
@@ -77,7 +89,18 @@ public:
         addLog(std::move(parts));
     }
     // All of them, even behind one that cannot be used: so one look shows all that is wrong.
-    return std::count_if(all.begin(), all.end(), tell) == static_cast<ptrdiff_t>(all.size());
+    const auto usable = std::count_if(all.begin(), all.end(), tell);
+    tellDamage();
+    return good = usable == static_cast<ptrdiff_t>(all.size());
+  }
+  bool areRead() const { return good; }
+
+  // What a limit may be of.
+  std::set<std::string> names() const {
+    std::set<std::string> names;
+    for (const Source& source : all)
+      names.merge(source.recording->names());
+    return names;
   }
 
   std::string title() const {
@@ -141,8 +164,16 @@ private:
     return true;
   }
 
+  void tellDamage() const {
+    for (size_t i = 0; i < files.size(); ++i) {
+      if (!files[i].damage().empty())
+        std::cerr << visible(options.logs[i] + ": " + files[i].damage()) << "\n";
+    }
+  }
+
   const Options& options;
   const BoardFolder* board;
+  bool good = false;
   std::deque<LineFile> files;
   std::vector<JoinedLog::Part> traces;
   std::vector<std::vector<JoinedLog::Part>> records;
@@ -176,6 +207,47 @@ std::optional<Window::Times> timesOf(const Options& options) {
   return good ? std::optional(times) : std::nullopt;
 }
 
+std::vector<Limit> readLimits(const std::vector<std::string>& texts, Problems& problems) {
+  std::vector<Limit> limits;
+  for (const std::string& text : texts) {
+    LimitText read = readLimit(text);
+    if (read.limit)
+      limits.push_back(std::move(*read.limit));
+    else
+      problems.add({"--limit " + text, {}, read.wrong, read.hint});
+  }
+  return limits;
+}
+
+// A limit of a sensor that is in none of the runs would always be kept.
+void setLimits(const std::vector<Limit>& limits, const Sources& sources, Problems& problems) {
+  const std::set<std::string> names = sources.names();
+  for (const Limit& limit : limits) {
+    const std::string name = (limit.ofNode ? "node:" : "") + limit.name;
+    if (names.count(name) == 0)
+      problems.add({"--limit",
+                    {},
+                    "no run has " + quoted(name),
+                    didYouMean(name, {names.begin(), names.end()})});
+  }
+  for (const Source& source : sources.all)
+    source.recording->setLimits(limits);
+}
+
+// Nothing, and the reasons told, if it cannot be relied on.
+std::optional<BoardFolder> readBoard(const std::string& folder) {
+  std::vector<std::string> problems;
+  std::optional<BoardFolder> board;
+  const auto files = BoardFolder::find(folder, problems);
+  if (files && !passesCheck(files->environment, files->configurations))
+    problems.push_back("nothing is shown: the check has found errors");
+  else if (files)
+    board.emplace(*files, problems);
+  for (const std::string& problem : problems)
+    fail(problem);
+  return problems.empty() ? std::move(board) : std::nullopt;
+}
+
 void play(const Sources& sources, const Window::Times& times, RunReport& report,
           Comparison& comparison) {
   report.alsoTo(comparison);
@@ -191,14 +263,16 @@ void play(const Sources& sources, const Window::Times& times, RunReport& report,
 }
 
 ExitStatus runPlot(const Options& options) {
-  std::vector<std::string> problems;
   std::optional<BoardFolder> board;
-  if (!options.board.empty()) board.emplace(options.board, problems);
-  for (const std::string& problem : problems)
-    fail(problem);
+  if (!options.board.empty()) board = readBoard(options.board);
   const std::optional<Window::Times> times = timesOf(options);
+  Problems problems;
+  const std::vector<Limit> limits = readLimits(options.limits, problems);
   Sources sources(options, board ? &*board : nullptr);
-  if (!problems.empty() || !times || !sources.read()) return kCouldNotRun;
+  const bool usable = (board || options.board.empty()) && times && problems.none();
+  if (usable && sources.read()) setLimits(limits, sources, problems);
+  problems.print(std::cerr, colourFor(STDERR_FILENO));
+  if (!usable || !sources.areRead() || !problems.none()) return kCouldNotRun;
 
   RunReport report;
   if (!options.out.empty()) {
@@ -210,7 +284,7 @@ ExitStatus runPlot(const Options& options) {
   if (const auto error = report.finish()) return complain(kCouldNotRun, *error);
   report.summary().print(std::cout);
   comparison.print(std::cout);
-  return kFine;
+  return verdictOf(report.summary());
 }
 
 void addOptions(CommandLine& line, Options& options) {
@@ -223,6 +297,11 @@ void addOptions(CommandLine& line, Options& options) {
       .takes("DIR");
   line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
+  line.option("--limit", &options.limits,
+              "Temperature with its unit that a sensor, or with node: a node of a simulated run's "
+              "plant, must not pass, such as skin=43C")
+      .takes("NAME=TEMPERATURE")
+      .takesAll();
   line.option("--from", &options.from,
               "Show each run from this time on, such as 90s, 15m or 0:15:00")
       .takes("TIME");

@@ -12,6 +12,7 @@
 #include "base/Names.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/Verdict.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
@@ -179,14 +180,6 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
                                        }};
     Engine(runs[i], report, listener).run();
   }
-}
-
-ExitStatus verdictOf(const Summary& summary) {
-  const std::vector<std::string> unjudged = summary.unjudged();
-  for (const std::string& sentence : unjudged)
-    complain(kNoVerdict, sentence);
-  if (!unjudged.empty()) return kNoVerdict;
-  return summary.passedALimit() ? kProblems : kFine;
 }
 
 ExitStatus runSimulation(const Options& options) {

@@ -132,6 +132,7 @@ void CsvRecording::play(TraceSink& sink) {
   go([&](Cast& cast) -> TraceSink& {
     TraceDescription description = cast.description();
     description.name = prefix + description.name;
+    setLimits(description);
     sink.begin(description);
     return sink;
   });
@@ -161,6 +162,13 @@ void CsvRecording::go(const std::function<TraceSink&(Cast&)>& begin) {
     if (torn++ == 0) firstTorn = count + 1;
   }
   if (run) run->end();
+}
+
+std::set<std::string> CsvRecording::names() const {
+  std::set<std::string> names;
+  for (const Cast& cast : casts)
+    addNames(cast.description(), names);
+  return names;
 }
 
 std::optional<std::string> CsvRecording::problem() const {

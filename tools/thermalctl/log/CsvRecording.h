@@ -29,6 +29,7 @@ public:
   std::optional<std::string> problem() const override;
   std::vector<std::string> remarks() const override;
   void play(TraceSink& sink) override;
+  std::set<std::string> names() const override;
 
 private:
   // Goes through all of it. For each run `begin(cast)` gives the sink that its lines are played

@@ -48,6 +48,8 @@ constexpr OtherKind kOtherKinds[] = {
 FileHandle temporaryFile() {
   std::error_code error;
   std::string name = (std::filesystem::temp_directory_path(error) / "thermalctl-XXXXXX").string();
+  errno = error.value();
+  if (error) return FileHandle();
   FileHandle file(::mkostemp(name.data(), O_CLOEXEC));
   if (file) ::unlink(name.c_str());
   return file;

@@ -100,10 +100,18 @@ void LogRecording::playInto(LogReplay& replay) {
 }
 
 void LogRecording::play(TraceSink& sink) {
+  TraceDescription description = cast.description();
+  setLimits(description);
   LogReplay replay(cast, survey, sink);
-  sink.begin(cast.description());
+  sink.begin(description);
   playInto(replay);
   sink.end(end, {});
+}
+
+std::set<std::string> LogRecording::names() const {
+  std::set<std::string> names;
+  addNames(cast.description(), names);
+  return names;
 }
 
 std::optional<std::string> LogRecording::problem() const {

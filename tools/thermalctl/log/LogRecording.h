@@ -22,6 +22,7 @@ public:
   std::optional<std::string> problem() const override;
   std::vector<std::string> remarks() const override;
   void play(TraceSink& sink) override;
+  std::set<std::string> names() const override;
 
   const LogReader::Counts& counts() const { return seen; }
   const std::vector<LogGap>& gaps() const { return found; }

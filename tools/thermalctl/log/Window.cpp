@@ -56,6 +56,10 @@ void Window::configuration(int64_t time, const std::string& name) {
   if (shows(time) && isOpen) sink.configuration(time - times.from, name);
 }
 
+void Window::standstill(int64_t time) {
+  if (time <= times.to) sink.standstill(std::max<int64_t>(0, time - times.from));
+}
+
 void Window::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   // Of what a gap lies behind, the last sample holds no more.
   if (from <= times.from && sensor) temperatures.erase(*sensor);

@@ -32,12 +32,12 @@ void CsvTrace::configuration(int64_t time, const std::string& name) {
   write(csv::lineOf(run.name, csv::kConfiguration, name), time);
 }
 
-void CsvTrace::standstill(int64_t time) {
-  write(csv::lineOf(run.name, csv::kStandstill), time);
-}
-
 void CsvTrace::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   write(csv::lineOf(run.name, csv::kGap, sensor ? run.sensors[*sensor].name : ""), to, to - from);
+}
+
+void CsvTrace::standstill(int64_t time) {
+  write(csv::lineOf(run.name, csv::kStandstill), time);
 }
 
 void CsvTrace::end(int64_t time, const std::vector<Performance>&) {

@@ -66,15 +66,15 @@ void EventTrace::configuration(int64_t time, const std::string& name) {
   slice(time, kConfiguration, name);
 }
 
-void EventTrace::standstill(int64_t time) {
-  event("i") << R"(,"tid":)" << kScenario << R"(,"s":"p","ts":)" << time * kMicroseconds
-             << R"(,"name":"the daemon stands still"})";
-}
-
 void EventTrace::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   const std::string what = sensor ? "no sample: " + names[*sensor] : "gap";
   event("X") << R"(,"tid":)" << kGaps << R"(,"ts":)" << from * kMicroseconds << R"(,"dur":)"
              << (to - from) * kMicroseconds << R"(,"name":)" << jsonString(what) << "}";
+}
+
+void EventTrace::standstill(int64_t time) {
+  event("i") << R"(,"tid":)" << kScenario << R"(,"s":"p","ts":)" << time * kMicroseconds
+             << R"(,"name":"the daemon stands still"})";
 }
 
 void EventTrace::end(int64_t time, const std::vector<Performance>&) {

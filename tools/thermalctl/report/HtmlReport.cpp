@@ -111,13 +111,13 @@ void HtmlReport::configuration(int64_t time, const std::string& name) {
   runs.back().configurations.add(time, name);
 }
 
-void HtmlReport::standstill(int64_t time) {
-  runs.back().standstill = time;
-}
-
 void HtmlReport::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   Run& run = runs.back();
   (sensor ? run.sensorGaps[*sensor] : run.gaps).emplace_back(from, to);
+}
+
+void HtmlReport::standstill(int64_t time) {
+  runs.back().standstill = time;
 }
 
 void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {

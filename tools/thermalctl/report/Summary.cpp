@@ -112,10 +112,6 @@ void Summary::level(int64_t time, size_t device, int32_t level, const std::strin
   runs.back().levels[device].set(time, level);
 }
 
-void Summary::standstill(int64_t time) {
-  runs.back().standstill = time;
-}
-
 void Summary::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   Run& run = runs.back();
   if (sensor) return run.temperatures[*sensor].skip(from, to);
@@ -124,6 +120,10 @@ void Summary::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
     for (TimeAtValue& record : *records)
       record.skip(from, to);
   }
+}
+
+void Summary::standstill(int64_t time) {
+  runs.back().standstill = time;
 }
 
 void Summary::end(int64_t time, const std::vector<Performance>& performance) {

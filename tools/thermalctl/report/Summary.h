@@ -20,8 +20,8 @@ public:
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
-  void standstill(int64_t time) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
   // Whether any sample of a sensor was above its limit.

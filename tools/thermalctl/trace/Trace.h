@@ -123,12 +123,12 @@ public:
   virtual void algorithm(int64_t /*time*/, size_t /*algorithm*/, int32_t /*level*/) {}
   virtual void scenario(int64_t /*time*/, const std::string& /*name*/) {}
   virtual void configuration(int64_t /*time*/, const std::string& /*name*/) {}
-  // From now on the daemon samples and decides nothing, although the run goes on.
-  virtual void standstill(int64_t /*time*/) {}
   // Nothing is known of the time between the two, in which no event lies, nor of `sensor` alone; it
   // is told at its end. Behind it all is as before until an event says otherwise, but for
   // temperatures, which their next sample tells.
   virtual void gap(int64_t /*from*/, int64_t /*to*/, std::optional<size_t> /*sensor*/) {}
+  // From now on the daemon samples and decides nothing, although the run goes on.
+  virtual void standstill(int64_t /*time*/) {}
   // `performance` is empty where no plant is known.
   virtual void end(int64_t /*time*/, const std::vector<Performance>& /*performance*/) {}
 };

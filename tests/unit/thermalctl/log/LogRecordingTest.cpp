@@ -61,7 +61,7 @@ protected:
 
   void readBoard() {
     std::vector<std::string> problems;
-    board.emplace(folder, problems);
+    board.emplace(*BoardFolder::find(folder, problems), problems);
     EXPECT_EQ(problems, Lines());
   }
 
@@ -423,7 +423,7 @@ TEST_F(BoardFolderTest, TellsAllThatStandsInItsWay) {
   write("talmor.conf", "SCEN Default\n[cap]\nalgo_type nothing\n\n");
   write("night.conf", "SCEN Default\n[cap]\nalgo_type monitor\n\n");
   std::vector<std::string> problems;
-  board.emplace(folder, problems);
+  board.emplace(*BoardFolder::find(folder, problems), problems);
   ASSERT_EQ(problems.size(), 2u);
   EXPECT_EQ(problems[0].find((folder / "night.conf").string() + ": the daemon ends with it: "), 0u)
       << problems[0];
@@ -432,7 +432,7 @@ TEST_F(BoardFolderTest, TellsAllThatStandsInItsWay) {
 TEST_F(BoardFolderTest, NeedsExactlyOneEnvironment) {
   write("second.env", "");
   std::vector<std::string> problems;
-  board.emplace(folder, problems);
+  EXPECT_FALSE(BoardFolder::find(folder, problems));
   EXPECT_EQ(problems,
             (Lines{folder.string() + ": a board's folder has one *.env file, this one has 2"}));
 }

@@ -139,6 +139,31 @@ TEST_F(SummaryLimitTest, IsPassedByATemperatureAboveIt) {
   EXPECT_NE(tableOf(summary).find("passed for 0:03:00\n"), std::string::npos) << tableOf(summary);
 }
 
+TEST(SummaryTest, LeavesGapsOutOfEverySumOfTimes) {
+  Summary summary;
+  summary.begin(boardOf("day", {{40000, 39000}}));
+  summary.temperature(0, 0, 30000);
+  summary.level(0, 0, 0, "2000");
+  summary.temperature(60000, 0, 41000);
+  summary.level(60000, 0, 2, "500");
+  summary.gap(120000, 720000, std::nullopt);
+  summary.temperature(720000, 0, 30000);
+  summary.gap(730000, 760000, 0);
+  summary.temperature(760000, 0, 30000);
+  summary.end(780000, {});
+  EXPECT_EQ(tableOf(summary), "                                       day\n"
+                              "run   duration, h:mm:ss            0:13:00\n"
+                              "      of it in gaps                0:10:00\n"
+                              "skin  peak, degrees C                 41.0\n"
+                              "      mean                            34.4\n"
+                              "      time >=40                    0:01:00\n"
+                              "cpu   mean level                      1.33\n"
+                              "      at level 0 (2000)             33.3 %\n"
+                              "      at level 2 (500)              66.7 %\n"
+                              "      changes a minute                0.33\n"
+                              "      mean entry, level 0 = 100 %   50.0 %\n");
+}
+
 TEST_F(SummaryLimitTest, IsToldOfTheSensorAndOfItsNodeApart) {
   TraceDescription run;
   run.name = "day";
@@ -189,31 +214,6 @@ TEST_F(SummaryLimitTest, IsNotKeptWhereTheDaemonStoodStill) {
 TEST_F(SummaryLimitTest, NothingIsLeftUnjudgedInAnOrdinaryRun) {
   playAt(40999);
   EXPECT_TRUE(summary.unjudged().empty());
-}
-
-TEST(SummaryTest, LeavesGapsOutOfEverySumOfTimes) {
-  Summary summary;
-  summary.begin(boardOf("day", {{40000, 39000}}));
-  summary.temperature(0, 0, 30000);
-  summary.level(0, 0, 0, "2000");
-  summary.temperature(60000, 0, 41000);
-  summary.level(60000, 0, 2, "500");
-  summary.gap(120000, 720000, std::nullopt);
-  summary.temperature(720000, 0, 30000);
-  summary.gap(730000, 760000, 0);
-  summary.temperature(760000, 0, 30000);
-  summary.end(780000, {});
-  EXPECT_EQ(tableOf(summary), "                                       day\n"
-                              "run   duration, h:mm:ss            0:13:00\n"
-                              "      of it in gaps                0:10:00\n"
-                              "skin  peak, degrees C                 41.0\n"
-                              "      mean                            34.4\n"
-                              "      time >=40                    0:01:00\n"
-                              "cpu   mean level                      1.33\n"
-                              "      at level 0 (2000)             33.3 %\n"
-                              "      at level 2 (500)              66.7 %\n"
-                              "      changes a minute                0.33\n"
-                              "      mean entry, level 0 = 100 %   50.0 %\n");
 }
 
 } // namespace
