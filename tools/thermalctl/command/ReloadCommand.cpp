@@ -83,14 +83,15 @@ ExitStatus explain(const Options& options, const Answer& answer) {
 
 ExitStatus reload(const Options& options, const std::string& content, bool endsTheDaemon) {
   const ControlDirectory directory(options.directory);
-  const ControlFile scenario(directory.scenarioFile);
+  ControlFile scenario(directory.scenarioFile);
   const std::string before = scenario.word().value_or("");
   const Answer answer = askInTurn(options, [&](Waiting& waiting) {
     return requestConfiguration(directory, options.name(), content, options.timeoutTime(), waiting);
   });
-  if (answer.outcome != Outcome::kInForce) return explain(options, answer);
+  const bool isRestarted = answer.outcome == Outcome::kRestarted;
+  if (answer.outcome != Outcome::kInForce && !isRestarted) return explain(options, answer);
   // A daemon that starts writes the word of the answer, too.
-  if (endsTheDaemon)
+  if (endsTheDaemon || isRestarted)
     return complain(kCouldNotRun, "the daemon must have ended on " + options.name() +
                                       " and been started again, without it; or " +
                                       options.environment + " is not its environment");
