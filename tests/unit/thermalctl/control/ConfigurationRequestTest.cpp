@@ -94,7 +94,7 @@ TEST_F(ConfigurationRequestTest, HasTheWholeTimeForTheSwapItself) {
 
 // At each moment from before its own word to behind its end.
 void overtakeAtEachMoment(void (*write)(const std::string&, const std::string&)) {
-  for (auto when = 50ms; when < 2s; when += 50ms) {
+  for (auto when = 50ms; when < 2s; when += 150ms) {
     PacedDaemon daemon;
     daemon.board.files.write("config/day.conf", "\n");
     daemon.at(when, [&] { write(daemon.directory.requestFile, "day.conf"); });

@@ -94,7 +94,7 @@ TEST_F(ScenarioRequestTest, FindsADaemonThatComesBack) {
 
 // At each moment from before its own word to behind its end.
 void overtakeAtEachMoment(void (*write)(const std::string&, const std::string&)) {
-  for (auto when = 50ms; when < 2800ms; when += 50ms) {
+  for (auto when = 50ms; when < 2800ms; when += 150ms) {
     PacedDaemon daemon;
     daemon.at(when, [&] { write(daemon.directory.scenarioFile, "Default"); });
     const Answer answer = askForScenario(daemon.directory, "game", 10s, daemon);
