@@ -8,6 +8,8 @@
 
 #include "base/TextReader.h"
 #include "check/Silencing.h"
+#include "file/Names.h"
+#include "text/Nearest.h"
 
 namespace {
 
@@ -94,7 +96,9 @@ void readConfigurations(Inspection& inspection, const std::vector<std::string>& 
 } // namespace
 
 std::string describe(const UnreadFile& file) {
-  return "cannot read " + file.name + ": " + file.reason;
+  const std::string name = file.name.substr(file.name.rfind('/') + 1);
+  const std::string hint = didYouMean(name, namesBeside(file.name));
+  return "cannot read " + file.name + ": " + file.reason + (hint.empty() ? "" : "; " + hint);
 }
 
 Inspection inspect(const InspectionOrder& order) {

@@ -65,7 +65,7 @@ struct Inspection {
   size_t checkedFiles() const { return sources.size() - sources.count(settings.file); }
 };
 
-// "cannot read NAME: REASON".
+// "cannot read NAME: REASON", and which file beside it may have been meant.
 std::string describe(const UnreadFile& file);
 
 // Without the environment file a configuration is judged for a board that has what it names. The

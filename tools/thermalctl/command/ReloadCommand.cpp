@@ -103,9 +103,10 @@ ExitStatus reload(const Options& options, const std::string& content, bool endsT
   const Answer answer = askInTurn(options, [&](Waiting& waiting) {
     return requestConfiguration(directory, options.name(), content, options.timeoutTime(), waiting);
   });
-  if (answer.outcome != Outcome::kInForce) return explain(options, answer);
+  const bool isRestarted = answer.outcome == Outcome::kRestarted;
+  if (answer.outcome != Outcome::kInForce && !isRestarted) return explain(options, answer);
   // A daemon that starts writes the word of the answer, too.
-  if (endsTheDaemon)
+  if (endsTheDaemon || isRestarted)
     return complain(kCouldNotRun, "the daemon must have ended on " + options.name() +
                                       " and been started again, without it; or " +
                                       options.environment + " is not its environment");
