@@ -1,6 +1,7 @@
 """The lines that docs/android.md tells an integrator to add are ones that the platform takes."""
 
 import re
+import shutil
 import subprocess
 
 import pytest
@@ -85,6 +86,17 @@ def test_the_blueprint_takes_the_license(tmp_path):
 def test_a_library_goes_where_the_linker_looks():
     pushed = re.findall(r"adb push \S*\.so (\S+)", GUIDE)
     assert pushed and {path.rstrip("/") for path in pushed} <= LIBRARIES
+
+
+def test_the_example_of_a_comparison_is_what_the_tool_says(tmp_path):
+    (tmp_path / "boards").symlink_to(REPOSITORY / "boards")
+    shutil.copytree(REPOSITORY / "android" / "phone", tmp_path / "edited")
+    init = tmp_path / "edited" / "talmor-thermal-board.rc"
+    init.write_text(init.read_text().replace("restart_period 120", "restart_period 5"))
+    command, _, wanted = block("$ thermalctl").partition("\n")
+    done = subprocess.run([built("release", "thermalctl") / "thermalctl", *command.split()[2:]],
+                          cwd=tmp_path, stdout=subprocess.PIPE, text=True)
+    assert (done.returncode, done.stdout) == (1, wanted)
 
 
 def test_the_example_of_a_link_needs_no_label(tmp_path):

@@ -37,7 +37,7 @@ level_table 0 1 2
 
 [mode]
 type gpufreq
-node_path {PLATFORM}/gpu.0/mode
+node_path {PLATFORM}/c44.acme,spmi/0-00/acme,pm@0:gpu~1/a%b=mode
 level_table "full speed" "half $peed" "#off"
 
 [mask]

@@ -213,6 +213,15 @@ def test_init_hands_the_nodes_of_devices_to_the_daemons_user():
     assert policy.grants("vendor_init", "talmor_thermal_device", "chr_file", "setattr")
 
 
+def test_the_daemon_reads_and_writes_the_boards_nodes_of_dev():
+    for node, permission in (("talmor_thermal_sensor_device", "read"),
+                             ("talmor_thermal_device", "write")):
+        assert policy.grants(DAEMON, node, "chr_file", "open")
+        assert policy.grants(DAEMON, node, "chr_file", permission)
+    assert not policy.grants(DAEMON, "talmor_thermal_sensor_device", "chr_file", "write")
+    assert not policy.grants(DAEMON, "talmor_thermal_device", "chr_file", "{ ioctl map read }")
+
+
 def test_init_resets_the_nodes_of_devices_and_none_of_sensors_in_dev():
     for permission in ("open", "write"):
         assert policy.grants("vendor_init", "sysfs_talmor_thermal_device", "file", permission)

@@ -157,10 +157,12 @@ std::string prebuiltModule(const Prebuilt& file) {
 }
 
 std::string blueprint(const std::vector<BoardNode>& nodes, const std::string& licenses) {
-  std::string text = origin(kSlashes) + licenses;
+  std::string text = origin(kSlashes);
+  // A namespace begins its file.
   text += "// Another board in the tree may have modules of the same names.\n"
-          "soong_namespace {\n}\n\n"
-          "phony {\n    name: \"talmor-thermal-board\",\n    required: [\n"
+          "soong_namespace {\n}\n\n" +
+          licenses;
+  text += "phony {\n    name: \"talmor-thermal-board\",\n    required: [\n"
           "        \"talmor-thermal\",\n";
   for (const Prebuilt& file : prebuilts(nodes))
     text += fmt::format("        \"{}\",\n", file.name);

@@ -106,7 +106,7 @@ TEST(IntegrationFilesTest, KeepsWhatTheBlueprintSaysOfLicenses) {
   const std::string before =
       "// Mine.\n" + package + "\nphony {\n    name: \"other\",\n}\n" + license + "package {\n";
   const std::string after = content(filesOf(kSensor, before), "Android.bp");
-  EXPECT_TRUE(has(after, package + "\n" + license));
+  EXPECT_TRUE(has(after, "soong_namespace {\n}\n\n" + package + "\n" + license));
   EXPECT_EQ(after.find("\"other\""), std::string::npos);
   EXPECT_EQ(content(filesOf(kSensor, after), "Android.bp"), after);
 }
