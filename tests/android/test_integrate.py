@@ -135,6 +135,22 @@ def test_the_blueprint_is_formatted_and_names_every_file(folder):
                      if path.parent == Path() and path.name != "Android.bp"}
 
 
+def test_what_init_reads_lies_in_the_image(thermalctl, environment, folder, tmp_path):
+    """From the folder into the image and, by what init finds there, back to the folder."""
+    image = install(folder, tmp_path / "image")
+    files = sorted((image / "vendor" / "etc" / "init").iterdir())
+    assert [file.name for file in files] == ["talmor-thermal-board.rc"]
+    actions, services = parse(files[0].read_text())
+    commands = [*actions["boot"], *services["vendor.talmor-thermal"].onrestart]
+    copied = {words[1] for words in commands if words[0] == "copy"}
+    assert copied == {f"/vendor/etc/{path.name}" for path in folder.glob("*.level0")} != set()
+    for path in [*copied, "/vendor/etc/talmor-thermal.env", "/vendor/etc/talmor-thermal.conf",
+                 "/vendor/etc/talmor-thermal-ueventd.rc"]:
+        assert (image / path[1:]).read_bytes() == (folder / Path(path).name).read_bytes()
+    installed_board = image / "vendor" / "etc" / "talmor-thermal.env"
+    assert thermalctl("--env", installed_board, "--verify", folder)[0] == 0
+
+
 @pytest.mark.parametrize("release", policy.RANKS)
 def test_the_policy_compiles_with_the_boards_labels(folder, release, tmp_path):
     directories = policy.POLICY, folder / "sepolicy", policy.DEVICE
