@@ -19,13 +19,16 @@ COMMANDS = {
     "chmod": [MODE, PATH],
     "chown": [USER, USER, PATH],
     "copy": [PATH, PATH],
+    "exec_start": [r"vendor\.[\w-]+"],
     "mkdir": [PATH, MODE, USER, USER],
     "write": [PATH, TEXT],
 }
 OPTIONS = {
     "capabilities": [],  # with none named all are dropped
     "class": [r"core|main|hal|late_start"],
+    "disabled": [],
     "group": [USER],
+    "oneshot": [],
     "oom_score_adjust": [r"-1000|-?[1-9]\d{0,2}|0|1000"],
     "restart_period": [r"[1-9]\d*"],
     "task_profiles": [NAME],

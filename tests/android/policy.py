@@ -10,6 +10,7 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 POLICY = REPOSITORY / "android" / "sepolicy"
 PLATFORM = Path(__file__).parent / "platform_policy"
 DEVICE = Path(__file__).parent / "device_policy"
+PHONE = REPOSITORY / "android" / "phone" / "sepolicy"
 
 # In which order a build takes the files of all directories: the files of one rank by directory, and
 # in a directory by name. Android 14 and 15 hold the attributes of one directory back behind the
@@ -23,7 +24,7 @@ def files(directories, ranks):
 
 
 @functools.cache
-def source(extra="", directories=(POLICY, DEVICE), release="12", platform_rules=True):
+def source(extra="", directories=(POLICY, PHONE, DEVICE), release="12", platform_rules=True):
     """The whole policy in the compiler's language, with more statements of the same kind."""
     parts = [PLATFORM / "head.conf", *files(directories, RANKS[release]), "-",
              *([PLATFORM / "neverallow.te"] if platform_rules else []), PLATFORM / "tail.conf",

@@ -14,7 +14,7 @@ sys.path.insert(0, str(REPOSITORY / "scripts"))
 from phone.board import Board  # noqa: E402
 
 DATA = "/data/vendor/thermal"
-DAEMON, BOARD = "talmor-thermal.rc", "talmor-thermal-board.rc"
+DAEMON, BOARD = "talmor-thermal.rc", "phone/talmor-thermal-board.rc"
 
 
 def read(name):
@@ -23,14 +23,14 @@ def read(name):
 
 @pytest.fixture(scope="module")
 def service():
-    (name, service), = read(DAEMON)[1].items()
+    (name, service), = read(BOARD)[1].items()
     assert name == "vendor.talmor-thermal"
     return service
 
 
 @pytest.fixture(scope="module")
 def service_name():
-    name, = read(DAEMON)[1]
+    name, = read(BOARD)[1]
     return name
 
 
@@ -127,8 +127,10 @@ def test_with_inits_own_period_it_would_be():
 
 
 def test_the_files_are_those_that_the_blueprint_installs():
-    there = sorted(path.name for path in blueprint.ANDROID.glob("*.rc"))
-    assert blueprint.modules()["talmor-thermal"][1]["init_rc"] == there == [BOARD, DAEMON]
+    there = [path.name for path in blueprint.ANDROID.glob("*.rc")]
+    assert blueprint.modules()["talmor-thermal"][1]["init_rc"] == there == [DAEMON]
+    kind, module = blueprint.modules(blueprint.PHONE)["talmor-thermal-board.rc"]
+    assert (kind, module["sub_dir"], f"phone/{module['src']}") == ("prebuilt_etc", "init", BOARD)
 
 
 def test_the_service_is_the_daemon_with_its_log(service):
@@ -152,9 +154,9 @@ def test_the_service_starts_with_the_data_partition_and_again_whenever_it_ends(s
 
 def test_the_directories_are_the_daemons_own_before_it_starts(service):
     owner = service.options["user"] + service.options["group"]
-    assert read(DAEMON)[0] == {"post-fs-data": [
+    assert read(DAEMON) == ({"post-fs-data": [
         ["mkdir", DATA, "0751", *owner],
-        ["mkdir", DATA + "/config", "0750", *owner]]}
+        ["mkdir", DATA + "/config", "0750", *owner]]}, {})
     sources = "".join(path.read_text() for path in (REPOSITORY / "src").rglob("*.*"))
     assert re.findall(r'(\w+)\[\] = "(/data/[^"]*)"', sources) == [("kDataDirectory", DATA)]
     assert re.findall(r'kConfigurationFolder\[\] = "([^"]*)"', sources) == ["/config/"]
@@ -165,7 +167,21 @@ def test_every_node_that_the_daemon_writes_becomes_its_users(service):
     camera = (REPOSITORY / "src/device/CameraDevice.h").read_text()
     written = [device.node for device in Board(environment).devices.values()]
     written += re.findall(r'"(/sys/[^"]*)"', camera)
-    actions, services = read(BOARD)
-    assert services == {}
-    assert actions == {"boot": [["chown", *service.options["user"], *service.options["group"], node]
-                                for node in written]}
+    actions, _ = read(BOARD)
+    assert [*actions] == ["boot"]
+    owners = [words for words in actions["boot"] if words[0] == "chown"]
+    assert owners == [["chown", *service.options["user"], *service.options["group"], node]
+                      for node in written]
+    modes = [words[2] for words in actions["boot"] if words[:2] == ["chmod", "0644"]]
+    assert modes == written
+
+
+def test_every_node_that_the_daemon_reads_is_readable():
+    environment = (REPOSITORY / "boards/phone/talmor-thermal.env").read_text()
+    modes = [words[2] for words in read(BOARD)[0]["boot"] if words[:2] == ["chmod", "0444"]]
+    assert modes == [*Board(environment).sensor_nodes.values()]
+
+
+def test_what_is_reset_at_boot_is_reset_at_each_restart(service):
+    commands = [words for words in read(BOARD)[0]["boot"] if words[0] in ("write", "copy")]
+    assert commands == service.onrestart != []

@@ -40,18 +40,20 @@ def test_the_policy_compiles_through_the_intermediate_language(tmp_path):
 @pytest.mark.parametrize("release", policy.RANKS)
 def test_the_policy_compiles_in_front_of_that_of_the_device(release):
     done, _ = policy.compile_source(
-        policy.source("", (policy.POLICY, policy.DEVICE), release))
+        policy.source("", (policy.POLICY, policy.PHONE, policy.DEVICE), release))
     assert (done.returncode, done.stdout) == (0, "")
 
 
 def test_the_policy_compiles_behind_that_of_the_device_where_attributes_come_first():
-    behind = policy.DEVICE, policy.POLICY
+    behind = policy.DEVICE, policy.POLICY, policy.PHONE
     assert policy.compile_source(policy.source("", behind, "12"))[0].returncode == 0
     # Which is why the document has ours first.
     done, _ = policy.compile_source(policy.source("", behind, "14"))
     assert "attribute talmor_thermal_requester is not declared" in done.stdout
-    first = re.search(r"BOARD_VENDOR_SEPOLICY_DIRS := (.*)", GUIDE.read_text())[1].split()
-    assert first[0].endswith("android/sepolicy") and first[-1] == "$(BOARD_VENDOR_SEPOLICY_DIRS)"
+    told = re.search(r"BOARD_VENDOR_SEPOLICY_DIRS := ((?:.*\\\n)*.*)", GUIDE.read_text())[1]
+    ours, board, device = told.replace("\\\n", " ").split()
+    assert ours.endswith("/android/sepolicy") and board.endswith("/android/phone/sepolicy")
+    assert device == "$(BOARD_VENDOR_SEPOLICY_DIRS)"
 
 
 def test_every_attribute_is_declared_where_the_build_looks_for_attributes():
@@ -211,6 +213,15 @@ def test_init_hands_the_nodes_of_devices_to_the_daemons_user():
     assert policy.grants("vendor_init", "talmor_thermal_device", "chr_file", "setattr")
 
 
+def test_the_daemon_reads_and_writes_the_boards_nodes_of_dev():
+    for node, permission in (("talmor_thermal_sensor_device", "read"),
+                             ("talmor_thermal_device", "write")):
+        assert policy.grants(DAEMON, node, "chr_file", "open")
+        assert policy.grants(DAEMON, node, "chr_file", permission)
+    assert not policy.grants(DAEMON, "talmor_thermal_sensor_device", "chr_file", "write")
+    assert not policy.grants(DAEMON, "talmor_thermal_device", "chr_file", "{ ioctl map read }")
+
+
 def test_init_resets_the_nodes_of_devices_and_none_of_sensors_in_dev():
     for permission in ("open", "write"):
         assert policy.grants("vendor_init", "sysfs_talmor_thermal_device", "file", permission)
@@ -223,7 +234,7 @@ PLACES = {"sysfs": "sysfs_type", "/dev/": "dev_type", "/vendor/": "vendor_file_t
           "/(vendor": "vendor_file_type", "/data/vendor/": "data_file_type"}
 
 
-def labels_given(directories=(policy.POLICY,)):
+def labels_given(directories=(policy.POLICY, policy.PHONE)):
     """Every place and label of the contexts."""
     for directory in directories:
         for line in (path for name in ("file_contexts", "genfs_contexts")
@@ -299,7 +310,7 @@ def test_every_node_of_the_board_has_the_label_of_its_use(board):
     devices = [*(device.node for device in board.devices.values()), CAMERA_SWITCH]
     assert {policy.label(node) for node in sensors} == {"sysfs_talmor_thermal_sensor"}
     assert {policy.label(node) for node in devices} == {"sysfs_talmor_thermal_device"}
-    contexts = (policy.POLICY / "genfs_contexts").read_text()
+    contexts = (policy.PHONE / "genfs_contexts").read_text()
     assert sorted(re.findall(r"^genfscon sysfs (\S+)", contexts, re.MULTILINE)) == sorted(
         node.removeprefix("/sys") for node in [*sensors, *devices])
 

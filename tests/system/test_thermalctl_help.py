@@ -12,7 +12,7 @@ import pytest
 from thermalctl import environment
 
 TOOL = Path(__file__).resolve().parents[2] / "tools" / "thermalctl"
-COMMANDS = ("check", "scenario", "reload", "status", "simulate", "plot")
+COMMANDS = ("check", "scenario", "reload", "status", "simulate", "plot", "integrate")
 BASH = TOOL / "completion" / "thermalctl.bash"
 ZSH = TOOL / "completion" / "_thermalctl"
 

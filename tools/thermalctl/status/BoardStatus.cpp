@@ -11,8 +11,8 @@
 
 #include "base/Int32.h"
 #include "base/TextReader.h"
+#include "board/SectionDevice.h"
 #include "device/CPUFreqDevice.h"
-#include "device/DeviceKinds.h"
 #include "device/ReportDevice.h"
 #include "status/NodeReading.h"
 #include "text/Phrases.h"
@@ -84,15 +84,6 @@ StatusRow readSensor(const Section& sensor, const std::string& root) {
   if (word.empty()) return faultIn(row, "empty, which reads as 0");
   if (!isNumber(word)) return faultIn(row, "'" + word + "', which reads as 0");
   return row;
-}
-
-// As the daemon has it, but without its node.
-std::unique_ptr<Device> deviceOf(const Section& section) {
-  std::vector<std::string> levels;
-  for (const Level& level : section.levels)
-    levels.push_back(level.text);
-  const DeviceMaker make = deviceMaker(section.kindWord.text);
-  return std::unique_ptr<Device>(make(section.name, "", section.valueType, levels));
 }
 
 // A CPU clock's driver takes four raw bytes, and one that merely keeps them gives them back.

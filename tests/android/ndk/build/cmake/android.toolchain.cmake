@@ -15,9 +15,14 @@ if(NOT trying AND NOT EXISTS ${libraries}/libc++.so)
   # An NDK's is such a list, too. The two are unpacked by scripts/setup.
   set(unpacked /usr/local/lib/libcxx-14-arm64)
   file(WRITE ${libraries}/libc++.a "INPUT(${unpacked}/libc++.a ${unpacked}/libc++abi.a)\n")
+  # Of an NDK's own libraries.
+  file(CREATE_LINK /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/libz.a ${libraries}/libz.a SYMBOLIC)
+  foreach(header zlib.h zconf.h)
+    file(CREATE_LINK /usr/include/${header} ${libraries}/${header} SYMBOLIC)
+  endforeach()
   execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../../libcxx-stub ${libraries}/libc++.so
                   COMMAND_ERROR_IS_FATAL ANY)
 endif()
-add_compile_options(-nostdinc++ -isystem /usr/lib/llvm-14/include/c++/v1)
+add_compile_options(-nostdinc++ -isystem /usr/lib/llvm-14/include/c++/v1 -isystem ${libraries})
 # Segments for pages of 4 KiB, as NDKs make them on their own.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-stdlib=libc++ -L${libraries} -Wl,-z,max-page-size=4096")
