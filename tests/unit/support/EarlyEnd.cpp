@@ -9,13 +9,13 @@
 
 namespace {
 
-const pid_t testProgram = ::getpid();
+const pid_t kTestProgram = ::getpid();
 
 } // namespace
 
 // In place of the standard library's own.
 extern "C" __attribute__((noreturn)) void _Exit(int status) noexcept {
-  if (::getpid() == testProgram) {
+  if (::getpid() == kTestProgram) {
     std::fputs("The daemon has ended the test program.\n", stderr);
     std::abort();
   }

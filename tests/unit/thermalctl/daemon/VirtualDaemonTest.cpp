@@ -49,7 +49,7 @@ TEST_F(VirtualDaemonTest, ACameraKeepsItsLevelsAndItsNameButNotItsOtherNode) {
 }
 
 TEST_F(VirtualDaemonTest, ASensorReadsTheNodeThatItIsGiven) {
-  const std::string node = host.write("temp", "45123\n");
+  std::string node = host.write("temp", "45123\n");
   std::vector<std::string> asked;
   const VirtualDaemon daemon("[cpu]\ntype real\nnode_path /nowhere/temp\n\n[gone]\ntype real\n",
                              [&](const std::string& sensor) {
