@@ -13,7 +13,7 @@ Real::Real(const std::string& name_, uint32_t sampling_, const std::string& node
 #ifdef __GLIBCXX__
   // Only here: libc++ reads through stdio, which holds text of its own back behind a small buffer
   // and would give it out again after the seek.
-  node.rdbuf()->pubsetbuf(buffer.data(), buffer.size());
+  node.rdbuf()->pubsetbuf(buffer.data(), static_cast<std::streamsize>(buffer.size()));
 #endif
   node.open(nodePath);
   if (!node.is_open()) LOG_LINE(message::kNodeNotOpened, nodePath.c_str());

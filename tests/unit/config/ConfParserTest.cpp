@@ -79,8 +79,7 @@ protected:
     const std::map<std::string, Scenario*> before = scenarios;
     std::istringstream in(text);
     const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
-    const std::optional<std::string> error = ConfParser(in, registries).parse();
-    if (error) return error;
+    if (auto error = ConfParser(in, registries).parse()) return error;
     for (const auto& [name, scenario] : before)
       replaced.emplace_back(scenario);
     return std::nullopt;

@@ -478,8 +478,10 @@ TEST(DeviceTest, EachCallWaitsWhileAnotherHasTheDevice) {
 TEST(DeviceTest, ManyThreadsAtOnceLeaveTheMergeOfTheirLastRequests) {
   const SysfsDir sysfs;
   Device gpu("gpu", sysfs.node("max_freq"), "integer", {"900", "800", "700", "600", "500"});
+  constexpr int32_t kThreads = 4;
   std::vector<std::thread> requesters;
-  for (int32_t last = 0; last < 4; ++last) {
+  requesters.reserve(kThreads);
+  for (int32_t last = 0; last < kThreads; ++last) {
     requesters.emplace_back([&gpu, last] {
       const std::string name(1, static_cast<char>('A' + last));
       for (int32_t i = 0; i < 500; ++i) {

@@ -18,6 +18,7 @@ protected:
 };
 
 struct KindName {
+  // GoogleTest asks for it by this name. NOLINTNEXTLINE(readability-identifier-naming)
   template <typename Kind> static std::string GetName(int) {
     if (std::is_same_v<Kind, BacklightDevice>) return "BacklightDevice";
     if (std::is_same_v<Kind, ChargerDevice>) return "ChargerDevice";

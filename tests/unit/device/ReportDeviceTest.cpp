@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/EnvironmentVariable.h"
 #include "support/Fifo.h"
 #include "support/FullDisk.h"
 #include "support/RecordedLog.h"
@@ -110,23 +111,6 @@ TEST(ReportDeviceStartTest, ItsFileStartsEmpty) {
   EXPECT_EQ(sysfs.read("report"), "");
 }
 
-// A local time of its own while one of these lives.
-class LocalTime {
-public:
-  explicit LocalTime(const char* zone) {
-    if (const char* set = std::getenv("TZ")) old = set;
-    wasSet = std::getenv("TZ") != nullptr;
-    ::setenv("TZ", zone, 1);
-  }
-  ~LocalTime() { wasSet ? ::setenv("TZ", old.c_str(), 1) : ::unsetenv("TZ"); }
-  LocalTime(const LocalTime&) = delete;
-  LocalTime& operator=(const LocalTime&) = delete;
-
-private:
-  std::string old;
-  bool wasSet;
-};
-
 // The stamp of a place whose clocks are `ahead` seconds ahead of UTC.
 std::string stampNow(time_t ahead) {
   const time_t there = ::time(nullptr) + ahead;
@@ -137,7 +121,7 @@ std::string stampNow(time_t ahead) {
 }
 
 TEST_F(ReportDeviceTest, StampsALineWithTheLocalTimeOfItsApplication) {
-  const LocalTime eastOfUtc("<EAST>-11:30");
+  const EnvironmentVariable timeZone("TZ", "<EAST>-11:30");
   constexpr time_t kAhead = 11 * 3600 + 30 * 60;
   report.deviceControl("A", 1);
   const std::string before = stampNow(kAhead);
@@ -149,14 +133,15 @@ TEST_F(ReportDeviceTest, StampsALineWithTheLocalTimeOfItsApplication) {
 }
 
 TEST_F(ReportDeviceTest, FollowsTheTimeZoneWhenItChanges) {
-  const LocalTime atTheStart("<WEST>+5:00");
+  const EnvironmentVariable timeZone("TZ", "<WEST>+5:00");
   report.deviceControl("A", 1);
   report.statusApply();
-  ASSERT_EQ(::setenv("TZ", "<EAST>-9:00", 1), 0);
+  timeZone.set("<EAST>-9:00");
   report.deviceControl("A", 0);
-  const std::string before = stampNow(9 * 3600);
+  constexpr time_t kAhead = 9 * 3600;
+  const std::string before = stampNow(kAhead);
   report.statusApply();
-  const std::string after = stampNow(9 * 3600);
+  const std::string after = stampNow(kAhead);
   const std::string written = sysfs.read("report");
   const std::string stamp = written.substr(written.find('\n') + 1, kStampLength);
   EXPECT_LE(before, stamp);

@@ -65,7 +65,7 @@ TEST_F(RealTest, ReadsTheNumberAtTheStartOfItsNode) {
       {"-99999999999999999999\n", 0, "the lowest long, cut to 32 bits"},
       {std::string(1000, ' ') + "45000\n", 45000, "white space beyond any buffer"},
       {std::string(1000, '0') + "45000\n", 45000, "a number beyond any buffer"},
-      {std::string("\0 45000\n", 9), 0, "a zero byte is a word"},
+      {std::string("\0 45000\n", 8), 0, "a zero byte is a word"},
       {std::string("45\0"
                    "9\n",
                    5),

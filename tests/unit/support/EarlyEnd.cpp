@@ -20,7 +20,7 @@ class ProcessWatch : public testing::EmptyTestEventListener {
 };
 
 // GoogleTest deletes it.
-const testing::TestEventListener* const watch = [] {
+const testing::TestEventListener* const kWatch = [] {
   auto* const listener = new ProcessWatch;
   testing::UnitTest::GetInstance()->listeners().Append(listener);
   return listener;

@@ -90,6 +90,7 @@ protected:
 };
 
 struct KindName {
+  // GoogleTest asks for it by this name. NOLINTNEXTLINE(readability-identifier-naming)
   template <typename Worker> static std::string GetName(int) {
     return std::is_same_v<Worker, MonitorThread> ? "Monitor" : "SS";
   }

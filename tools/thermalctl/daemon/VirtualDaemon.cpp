@@ -136,7 +136,7 @@ std::optional<std::string> VirtualDaemon::parseConfiguration(const std::string& 
   const std::map<std::string, Scenario*> before = scenarios;
   std::istringstream in(text);
   const ConfParser::Registries registries{sensors, devices, ssThreads, monitorThreads, scenarios};
-  if (const auto error = ConfParser(in, registries).parse()) return error;
+  if (auto error = ConfParser(in, registries).parse()) return error;
   // The daemon keeps those for good.
   for (const auto& [name, scenario] : before)
     delete scenario;

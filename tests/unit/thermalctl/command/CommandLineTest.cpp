@@ -43,6 +43,7 @@ struct Ended {
 Ended run(std::vector<std::string> words) {
   words.insert(words.begin(), "thermalctl");
   std::vector<char*> arguments;
+  arguments.reserve(words.size());
   for (std::string& word : words)
     arguments.push_back(word.data());
   given = {};

@@ -111,7 +111,7 @@ TEST_F(HtmlReportTest, DoesNotGrowWithTheLengthOfARun) {
   report.begin(run);
   for (int64_t i = 0; i < 500000; ++i)
     report.temperature(i * 250, 0, static_cast<int32_t>(i * 7919 % 60000));
-  report.end(500000 * 250, {});
+  report.end(int64_t{500000} * 250, {});
   const nlohmann::json sensor = data()["runs"][0]["sensors"][0];
   EXPECT_TRUE(sensor["thinned"]);
   // Two numbers a point, of at most seven digits.

@@ -153,7 +153,7 @@ TEST_F(NetworkTest, AStiffNetworkOverALongStepSettles) {
   network.connectToAmbient(1, 2);
   network.start({20, 20}, kAmbient);
   network.setPower(0, 3);
-  network.advance(24 * 3600 * 1000);
+  network.advance(int64_t{24} * 3600 * 1000);
   EXPECT_NEAR(network.temperature(1), kAmbient + 6, 1e-6);
   EXPECT_NEAR(network.temperature(0), kAmbient + 6.3, 1e-6);
 }

@@ -94,9 +94,9 @@ TEST_F(PlantTest, NoiseIsTheSameForTheSameSeedAlone) {
   probe().noise = 0.5;
   const auto readings = [this](uint64_t seed) {
     Plant plant(description, seed);
-    std::vector<int32_t> all;
-    for (int i = 0; i < 20; ++i)
-      all.push_back(plant.reading(0));
+    std::vector<int32_t> all(20);
+    for (int32_t& reading : all)
+      reading = plant.reading(0);
     return all;
   };
   EXPECT_EQ(readings(7), readings(7));

@@ -1,27 +1,27 @@
 #include "terminal/Colour.h"
 
-#include <cstdlib>
+#include <optional>
 
 #include <gtest/gtest.h>
 
+#include "support/EnvironmentVariable.h"
 #include "thermalctl/terminal/TestTerminal.h"
 
 namespace {
 
 TEST(ColourTest, IsForATerminalAlone) {
   const TestTerminal terminal;
-  ::unsetenv("NO_COLOR");
+  const EnvironmentVariable wish("NO_COLOR", std::nullopt);
   EXPECT_EQ(colourFor(terminal.program()), Colour::kOn);
   EXPECT_EQ(colourFor(-1), Colour::kOff);
 }
 
 TEST(ColourTest, IsOffWhereTheUserWantsNone) {
   const TestTerminal terminal;
-  ::setenv("NO_COLOR", "", 1);
+  const EnvironmentVariable wish("NO_COLOR", "");
   EXPECT_EQ(colourFor(terminal.program()), Colour::kOn);
-  ::setenv("NO_COLOR", "1", 1);
+  wish.set("1");
   EXPECT_EQ(colourFor(terminal.program()), Colour::kOff);
-  ::unsetenv("NO_COLOR");
 }
 
 TEST(ColourTest, PaintsNothingThatWouldNotShow) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <string>
 
@@ -12,7 +13,9 @@ public:
   TestTerminal() : user(::posix_openpt(O_RDWR | O_NOCTTY)) {
     ::grantpt(user);
     ::unlockpt(user);
-    shown = ::open(::ptsname(user), O_RDWR | O_NOCTTY);
+    std::array<char, 64> name{};
+    if (::ptsname_r(user, name.data(), name.size()) == 0)
+      shown = ::open(name.data(), O_RDWR | O_NOCTTY);
   }
   ~TestTerminal() {
     ::close(shown);

@@ -37,7 +37,7 @@ TEST(PhrasesTest, GivesMillidegreesExactly) {
 TEST(PhrasesTest, GivesSecondsAsAClockDoes) {
   EXPECT_EQ(clockTime(0), "0:00:00");
   EXPECT_EQ(clockTime(3599), "0:59:59");
-  EXPECT_EQ(clockTime(100 * 3600), "100:00:00");
+  EXPECT_EQ(clockTime(int64_t{100} * 3600), "100:00:00");
 }
 
 TEST(PhrasesTest, RoundsToTheDigitsAskedFor) {

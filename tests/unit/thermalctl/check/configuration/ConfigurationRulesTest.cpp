@@ -383,7 +383,8 @@ TEST(ConfigurationRulesTest, TellOfWordsWithoutDigitsOnceALine) {
 
 TEST(ConfigurationRulesTest, TellThatTheDaemonEndsOverMergedItemsWhereNoneLacksAnything) {
   const auto merged = [](const std::string& second) {
-    for (const Finding& finding : findingsIn(kBoard, {"SCEN Default\n" + kSteps + second}))
+    const std::vector<std::string> texts{"SCEN Default\n" + kSteps + second};
+    for (const Finding& finding : findingsIn(kBoard, texts))
       if (finding.rule == "items-merged") return finding.message;
     return std::string();
   };
