@@ -23,6 +23,6 @@ if(NOT trying AND NOT EXISTS ${libraries}/libc++.so)
   execute_process(COMMAND ${CMAKE_CURRENT_LIST_DIR}/../../libcxx-stub ${libraries}/libc++.so
                   COMMAND_ERROR_IS_FATAL ANY)
 endif()
-add_compile_options(-nostdinc++ -isystem /usr/lib/llvm-14/include/c++/v1 -isystem ${libraries})
+add_compile_options(-nostdinc++ -isystem /usr/lib/llvm-14/include/c++/v1 "SHELL:-isystem ${libraries}")
 # Segments for pages of 4 KiB, as NDKs make them on their own.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-stdlib=libc++ -L${libraries} -Wl,-z,max-page-size=4096")
