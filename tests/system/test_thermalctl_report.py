@@ -48,7 +48,7 @@ def browser(window):
 def game(tool, tmp_path):
     """A quarter of an hour of a game with both configurations; the skin passes its limit by day."""
     tool("simulate", "--board", BOARD, *(f"--conf={BOARD / name}" for name in CONFIGURATIONS),
-               "--workload", "game", "--duration", "15m", "--limit", "skin=41000",
+               "--workload", "game", "--duration", "15m", "--limit", "skin=41C",
                "--out", tmp_path / "out", status=1)
     return tmp_path / "out"
 

@@ -120,7 +120,7 @@ ExitStatus run(const Options& options) {
   for (const UnreadFile& unread : inspection.unread)
     complain(kCouldNotRun, describe(unread));
   if (!inspection.unread.empty()) return kCouldNotRun;
-  inspection.problems.print(std::cerr);
+  inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
 
   const Source& file = inspection.sources.at(options.file);
   const std::vector<Finding> findings = findingsOf(inspection, options.file);

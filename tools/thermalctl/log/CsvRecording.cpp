@@ -36,6 +36,8 @@ public:
       sink.scenario(now, fields[csv::kName]);
     } else if (event == csv::kConfiguration) {
       enterConfiguration(fields[csv::kName]);
+    } else if (event == csv::kStandstill) {
+      sink.standstill(now);
     } else if (event == csv::kAlgorithm && fields[csv::kValue].empty()) {
       putToSleep(fields);
     } else if (event != csv::kEnd) {

@@ -32,6 +32,10 @@ void CsvTrace::configuration(int64_t time, const std::string& name) {
   write(csv::lineOf(run.name, csv::kConfiguration, name), time);
 }
 
+void CsvTrace::standstill(int64_t time) {
+  write(csv::lineOf(run.name, csv::kStandstill), time);
+}
+
 void CsvTrace::end(int64_t time, const std::vector<Performance>&) {
   write(csv::lineOf(run.name, csv::kEnd), time);
   writer.flush();

@@ -63,6 +63,11 @@ void EventTrace::configuration(int64_t time, const std::string& name) {
   slice(time, kConfiguration, name);
 }
 
+void EventTrace::standstill(int64_t time) {
+  event("i") << R"(,"tid":)" << kScenario << R"(,"s":"p","ts":)" << time * kMicroseconds
+             << R"(,"name":"the daemon stands still"})";
+}
+
 void EventTrace::end(int64_t time, const std::vector<Performance>&) {
   // What is in force at the end is shown to be so up to there.
   for (size_t thread = 0; thread < open.size(); ++thread)

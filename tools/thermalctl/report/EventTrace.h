@@ -24,6 +24,7 @@ public:
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
 private:

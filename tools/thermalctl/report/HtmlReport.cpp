@@ -111,6 +111,10 @@ void HtmlReport::configuration(int64_t time, const std::string& name) {
   runs.back().configurations.add(time, name);
 }
 
+void HtmlReport::standstill(int64_t time) {
+  runs.back().standstill = time;
+}
+
 void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {
   runs.back().duration = time;
   runs.back().performance = performance;
@@ -127,6 +131,7 @@ std::string HtmlReport::asJson(const Run& run) {
                            {"delivered", source.delivered}});
   return dumped({{"name", run.description.name},
                  {"duration", run.duration},
+                 {"standstill", orNull(run.standstill)},
                  {"sensors", describeAll(run.description.sensors, run.temperatures)},
                  {"devices", describeAll(run.description.devices, run.levels)},
                  {"algorithms", describeAll(run.description.algorithms, run.algorithms)},

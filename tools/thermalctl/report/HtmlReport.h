@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -24,6 +25,7 @@ public:
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
   void write(std::ostream& out) const;
@@ -48,7 +50,8 @@ private:
     NameSeries scenarios;
     NameSeries configurations;
     std::vector<Performance> performance;
-    int64_t duration = 0; // milliseconds
+    std::optional<int64_t> standstill; // since when, in milliseconds
+    int64_t duration = 0;              // milliseconds
   };
 
   static std::string asJson(const Run& run);

@@ -45,6 +45,7 @@ public:
   void configuration(int64_t time, const std::string& name) override {
     pass(&TraceSink::configuration, time, name);
   }
+  void standstill(int64_t time) override { pass(&TraceSink::standstill, time); }
   void end(int64_t time, const std::vector<Performance>& performance) override {
     pass(&TraceSink::end, time, performance);
   }

@@ -80,11 +80,6 @@ void addMarks(const TraceDescription& run, const SensorTrack& sensor, std::set<M
   }
 }
 
-std::string limitVerdict(const TimeAtValue& record, int32_t limit) {
-  if (record.highest() <= limit) return "kept";
-  return "passed for " + clock(record.total() - record.atMost(limit));
-}
-
 // An entry's number, such as a clock, whatever stands behind its digits; 0 for a text.
 double numberOf(const std::string& entry) {
   return std::strtod(entry.c_str(), nullptr);
@@ -117,6 +112,10 @@ void Summary::level(int64_t time, size_t device, int32_t level, const std::strin
   runs.back().levels[device].set(time, level);
 }
 
+void Summary::standstill(int64_t time) {
+  runs.back().standstill = time;
+}
+
 void Summary::end(int64_t time, const std::vector<Performance>& performance) {
   Run& run = runs.back();
   run.duration = time;
@@ -136,6 +135,23 @@ bool Summary::passedALimit() const {
     }
   }
   return false;
+}
+
+std::vector<std::string> Summary::unjudged() const {
+  std::vector<std::string> sentences;
+  for (const Run& run : runs) {
+    const std::string& name = run.description.name;
+    if (run.standstill)
+      sentences.push_back(name + ": the daemon stood still from " + clock(*run.standstill) +
+                          " on: no limit is kept by what samples and decides nothing");
+    for (size_t i = 0; i < run.temperatures.size(); ++i) {
+      const SensorTrack& sensor = run.description.sensors[i];
+      if (sensor.limit && run.temperatures[i].empty())
+        sentences.push_back(name + ": " + sensor.name +
+                            " never had a sample: nobody knows whether " + "its limit was kept");
+    }
+  }
+  return sentences;
 }
 
 void Summary::print(std::ostream& out) const {
@@ -205,8 +221,19 @@ void Summary::addSensor(const SensorTrack& sensor, Rows& rows) const {
   }
   if (!never.empty()) rows.push_back({group, "never " + never});
   if (sensor.limit)
-    add("limit " + degrees(*sensor.limit),
-        [&](const TimeAtValue& record) { return limitVerdict(record, *sensor.limit); });
+    addRow(group, "limit " + degrees(*sensor.limit), rows,
+           [&](const Run& run) { return verdictOf(run, sensor); });
+}
+
+std::string Summary::verdictOf(const Run& run, const SensorTrack& sensor) {
+  const auto& sensors = run.description.sensors;
+  const TimeAtValue* record = recordOf(sensors, run.temperatures, sensor);
+  if (record && record->highest() > *sensor.limit)
+    return "passed for " + clock(record->total() - record->atMost(*sensor.limit));
+  const auto isIt = [&](const SensorTrack& other) { return same(other, sensor); };
+  if (std::none_of(sensors.begin(), sensors.end(), isIt)) return kNothing;
+  if (!record) return "no sample";
+  return run.standstill ? "not judged" : "kept";
 }
 
 void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {

@@ -38,14 +38,17 @@ void NodeFeed::setFault(const Change& change) {
   node->faulty = change.word != fault::kNone;
   // The reading behind the fault may be the one before it, and must be written all the same.
   node->shown.reset();
+  // A stuck node keeps its text. One that has none yet sticks at what would have been its first
+  // reading.
+  if (change.word == fault::kStuck && node->empty)
+    return show(*node, std::to_string(plant.reading(change.index)));
   // A stream that finds nothing fails, and the daemon clears no failure: such a sensor reads 0 to
-  // the end of the run, whatever its node holds later. A stuck node needs nothing done: it keeps
-  // its text.
+  // the end of the run, whatever its node holds later.
   if (change.word == fault::kNone || change.word == fault::kStuck) return;
   if (change.word == fault::kUnreadable) return node->file.replace("");
   if (change.word == fault::kNonsense) return show(*node, "nonsense");
   if (change.word == fault::kValue)
-    return show(*node, std::to_string(static_cast<int32_t>(change.value * 1000)));
+    return show(*node, std::to_string(millidegreesOf(change.value)));
   throw std::logic_error("a fault that no node can have: " + change.word);
 }
 
@@ -53,4 +56,5 @@ void NodeFeed::show(Node& node, std::string text) {
   text.resize(kNodeWidth - 1, ' ');
   text += '\n';
   node.file.overwrite(text);
+  node.empty = false;
 }

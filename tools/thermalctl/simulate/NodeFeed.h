@@ -30,6 +30,7 @@ public:
 private:
   struct Node {
     MemoryFile file;
+    bool empty = true; // as it is made
     bool faulty = false;
     std::optional<int32_t> shown; // of the readings
   };

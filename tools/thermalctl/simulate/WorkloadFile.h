@@ -14,7 +14,7 @@
 //
 // Shape:  `kind` says which of `index`, `value` and `word` have a meaning.
 // Units:  `time` in milliseconds since the workload's start, or that of its present repetition;
-//         `value` in degrees Celsius or as a share of 1. `line` is the file's, from 1.
+//         `value` in degrees Celsius or as a share of 1. `at` is the place in the file.
 // Errors: whether there is a scenario or a configuration of that name is for `readInputs` to say.
 struct Change {
   enum class Kind { kAmbient, kLoad, kScenario, kConfiguration, kFault };
@@ -23,7 +23,7 @@ struct Change {
   size_t index = 0; // of a source of the plant (kLoad) or of one of its probes (kFault)
   double value = 0; // degrees Celsius (kAmbient, kFault) or a share (kLoad)
   std::string word; // of a control file, or the kind of a fault
-  unsigned line = 0;
+  Span at{};
 };
 
 // What a fault's `word` may be. "stuck" leaves the node as the last sample found it, "unreadable"

@@ -16,6 +16,7 @@
 //   algorithm      algorithm      level or step    scenario
 //   scenario       its name
 //   configuration  its name
+//   standstill
 //   end
 //
 // Shape: every line has all columns, those without a meaning empty. The lines of a run stand
@@ -34,6 +35,7 @@ constexpr char kLevel[] = "level";
 constexpr char kAlgorithm[] = "algorithm";
 constexpr char kScenario[] = "scenario";
 constexpr char kConfiguration[] = "configuration";
+constexpr char kStandstill[] = "standstill";
 constexpr char kEnd[] = "end";
 
 // A line without its time and value.

@@ -46,10 +46,11 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   report.algorithm(250, 0, 1);
   report.scenario(250, "game");
   report.scenario(500, "Default");
+  report.standstill(800);
   report.end(1000, {{"cores", 2, 1}});
 
   EXPECT_EQ(data()["runs"], nlohmann::json::parse(R"([{
-      "name": "day", "duration": 1000,
+      "name": "day", "duration": 1000, "standstill": 800,
       "sensors": [{"name": "skin", "kind": "virtual", "period": 1000, "limit": 43000,
                    "points": "0Pe", "thinned": false}],
       "devices": [{"name": "gpu", "kind": "gpufreq", "levels": ["850", "760"],

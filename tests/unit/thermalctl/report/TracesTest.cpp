@@ -58,6 +58,15 @@ TEST(CsvTraceTest, HasALineForEachEvent) {
                                       "day,1000,end,,,\n");
 }
 
+TEST(CsvTraceTest, TellsThatTheDaemonStandsStill) {
+  std::ostringstream out;
+  CsvTrace trace(out);
+  trace.begin(smallBoard("day"));
+  trace.standstill(700);
+  trace.end(1000, {});
+  EXPECT_EQ(out.str(), csv::header() + "day,700,standstill,,,\nday,1000,end,,,\n");
+}
+
 TEST(CsvTraceTest, QuotesNamesThatHoldACommaOrAQuote) {
   TraceDescription run = smallBoard("a,b");
   run.sensors[0].name = "the \"hot\" one";

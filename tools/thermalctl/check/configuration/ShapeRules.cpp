@@ -89,6 +89,8 @@ void tellOfIgnored(const Item& item, Context& context) {
 bool hidesDefault(const Configuration& configuration) {
   for (const ConfigurationError& error : configuration.errors)
     if (error.failure == ConfigurationError::kNoItem) return true;
+  for (const ScenarioLine& line : configuration.scenarioLines)
+    if (!line.closes() && !line.named()) return true;
   for (const Item& item : configuration.items)
     for (const auto& [key, words, known] : item.properties)
       if (key.text == kScenarioKey && !words.empty() && words.front().text == kDefaultScenario)

@@ -825,9 +825,12 @@ document.addEventListener('keydown', (event) => {
 
 // ---- The page
 
+// A node is at a glance where it has a limit of its own, or that of a sensor which reads it.
+const isAtGlance = (sensor) => sensor.kind !== 'plant' || sensor.limit !== null;
+const labelOf = (sensor) => sensor.name + (sensor.kind === 'plant' ? ' (plant)' : '');
+
 function glanceTable() {
-  const sensors = [...new Set(runs.flatMap((run) => run.sensors)
-    .filter((sensor) => sensor.kind !== 'plant').map((sensor) => sensor.name))];
+  const sensors = [...new Set(runs.flatMap((run) => run.sensors).filter(isAtGlance).map(labelOf))];
   const sources = [...new Set(runs.flatMap((run) => run.performance)
     .filter((source) => source.demanded > 0).map((source) => source.source))];
   const heads = (names) => names.map((name, i) => element('th', { textContent: name, className: i ? '' : 'first' }));
@@ -838,7 +841,7 @@ function glanceTable() {
   const head = element('tr', {}, element('th', { textContent: 'Run' }), element('th', { textContent: 'Duration' }),
                        ...heads(sensors), ...heads(sources));
   const rows = runs.map((run) => {
-    const cells = [clock(run.duration), ...sensors.map((name) => peakCell(run, name)),
+    const cells = [durationCell(run), ...sensors.map((name) => peakCell(run, name)),
                    ...sources.map((name) => workOf(run, name))];
     return element('tr', {}, element('th', {}, stroke(run), run.name),
                    ...cells.map((cell) => cell instanceof Node ? cell : element('td', { textContent: cell })));
@@ -846,8 +849,14 @@ function glanceTable() {
   document.querySelector('.glance table').replaceChildren(element('thead', {}, above, head), element('tbody', {}, ...rows));
 }
 
-function peakCell(run, name) {
-  const sensor = run.sensors.find((one) => one.name === name && one.kind !== 'plant');
+function durationCell(run) {
+  if (run.standstill === null) return clock(run.duration);
+  return element('td', { textContent: `${clock(run.duration)}, stood still from ${clock(run.standstill)}`, className: 'passed',
+                         title: 'from then on the daemon samples and decides nothing' });
+}
+
+function peakCell(run, label) {
+  const sensor = run.sensors.find((one) => isAtGlance(one) && labelOf(one) === label);
   if (!sensor || !sensor.course.values.length) return '–';
   const peak = highest(sensor.course.values);
   const passed = sensor.limit !== null && peak > sensor.limit;
