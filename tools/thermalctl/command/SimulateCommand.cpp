@@ -10,7 +10,6 @@
 #include "base/Log.h"
 #include "base/Names.h"
 #include "command/Commands.h"
-#include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
@@ -143,8 +142,6 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
 }
 
 ExitStatus runSimulation(const Options& options) {
-  // Every sensor, configuration and control file of a run is an open file in memory.
-  raiseFileLimit();
   Problems problems;
   const SimulationRequest request = requestOf(options, problems);
   std::vector<RunInput> runs;

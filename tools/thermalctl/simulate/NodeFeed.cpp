@@ -2,25 +2,16 @@
 
 #include <stdexcept>
 
-namespace {
-
-// A node's text always has this length, as a driver's has for all that the daemon reads of it: a
-// file that is overwritten keeps what lies behind a shorter text. The longest number has 11
-// characters.
-constexpr size_t kNodeWidth = 12;
-
-} // namespace
-
 NodeFeed::NodeFeed(const RunInput& input_, Plant& plant_)
     : input(input_), plant(plant_), nodes(input.plant.probes.size()) {}
 
-std::string NodeFeed::make(const std::string& sensor) {
+std::streambuf* NodeFeed::make(const std::string& sensor) {
   for (size_t i = 0; i < nodes.size(); ++i) {
     if (input.description.sensors[input.plant.probes[i].sensor].name != sensor) continue;
     nodes[i] = std::make_unique<Node>();
-    return nodes[i]->file.path();
+    return &nodes[i]->text;
   }
-  return "";
+  return nullptr;
 }
 
 void NodeFeed::refresh(size_t probe) {
@@ -28,7 +19,7 @@ void NodeFeed::refresh(size_t probe) {
   if (!node || node->faulty) return;
   const int32_t reading = plant.reading(probe);
   if (reading == node->shown) return;
-  show(*node, std::to_string(reading));
+  node->text.show(reading);
   node->shown = reading;
 }
 
@@ -42,15 +33,9 @@ void NodeFeed::setFault(const Change& change) {
   // the end of the run, whatever its node holds later. A stuck node needs nothing done: it keeps
   // its text.
   if (change.word == fault::kNone || change.word == fault::kStuck) return;
-  if (change.word == fault::kUnreadable) return node->file.replace("");
-  if (change.word == fault::kNonsense) return show(*node, "nonsense");
+  if (change.word == fault::kUnreadable) return node->text.show("");
+  if (change.word == fault::kNonsense) return node->text.show("nonsense");
   if (change.word == fault::kValue)
-    return show(*node, std::to_string(static_cast<int32_t>(change.value * 1000)));
+    return node->text.show(static_cast<int32_t>(change.value * 1000));
   throw std::logic_error("a fault that no node can have: " + change.word);
-}
-
-void NodeFeed::show(Node& node, std::string text) {
-  text.resize(kNodeWidth - 1, ' ');
-  text += '\n';
-  node.file.overwrite(text);
 }
