@@ -4,6 +4,7 @@
 #include <map>
 #include <tuple>
 
+#include "check/Causes.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/environment/EnvironmentRules.h"
 
@@ -38,7 +39,7 @@ const std::vector<Rule>& environmentRules() {
 
 const std::vector<Rule>& configurationRules() {
   static const std::vector<Rule> rules =
-      joined({kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
+      joined({kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
               kRowRules, kStepRules});
   return rules;
 }
@@ -56,5 +57,5 @@ std::vector<Finding> check(const Subject& subject, const std::set<std::string>& 
     rule.check(context);
   }
   sortByPlace(findings, subject);
-  return findings;
+  return withoutWhatFollows(std::move(findings), subject);
 }

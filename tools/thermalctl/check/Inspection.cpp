@@ -65,6 +65,7 @@ Inspection inspect(const InspectionOrder& order) {
   const std::string* board = readInto(inspection, order.environment);
   inspection.hasBoard = board != nullptr;
   inspection.environment = readEnvironment(order.environment, board ? *board : "");
+  if (!board) inspection.environment.kind = {};
   readConfigurations(inspection, order.configurations);
 
   std::set<std::string> disabled = order.disabledRules;
@@ -72,6 +73,8 @@ Inspection inspect(const InspectionOrder& order) {
   if (!inspection.hasBoard)
     for (const Rule& rule : environmentRules())
       disabled.insert(rule.name);
+  // What could not be read may use whatever the others do not.
+  if (!inspection.unread.empty()) disabled.insert({"unused-sensor", "unused-device"});
   inspection.findings =
       check({inspection.environment, inspection.configurations, order.nodesRoot}, disabled);
   return inspection;

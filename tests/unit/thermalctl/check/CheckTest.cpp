@@ -7,7 +7,7 @@
 
 namespace {
 
-// A board with a misspelt key and without a period, and two configurations for it whose items are
+// A board with a misspelt key and a short period, and two configurations for it whose items are
 // of no kind.
 class CheckTest : public testing::Test {
 protected:
@@ -15,7 +15,7 @@ protected:
 
   CheckTest() {
     environment =
-        readEnvironment("z.env", "[cpu]\ntype real\nnode_path /cpu\n\n"
+        readEnvironment("z.env", "[cpu]\ntype real\nsampling 10\nnode_path /cpu\n\n"
                                  "[gpu]\ntype gpufreq\nnode_path /gpu\nlevel_tabel 1 0\n");
     for (const char* file : {"m.conf", "a.conf"})
       configurations.push_back(readConfiguration(
@@ -60,11 +60,11 @@ TEST_F(CheckTest, FindsTheSameInEachFile) {
 
 TEST_F(CheckTest, LeavesOutTheDisabledRulesAlone) {
   const std::vector<Finding> all = findings();
-  const std::vector<Finding> some = findings({"unknown-type", "sampling-missing"});
+  const std::vector<Finding> some = findings({"unknown-type", "sampling-too-short"});
   EXPECT_TRUE(has(all, "unknown-type"));
-  EXPECT_TRUE(has(all, "sampling-missing"));
+  EXPECT_TRUE(has(all, "sampling-too-short"));
   EXPECT_FALSE(has(some, "unknown-type"));
-  EXPECT_FALSE(has(some, "sampling-missing"));
+  EXPECT_FALSE(has(some, "sampling-too-short"));
   EXPECT_EQ(some.size(), all.size() - 3);
 }
 

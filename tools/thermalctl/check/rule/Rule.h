@@ -11,6 +11,7 @@
 
 #include "board/Configuration.h"
 #include "board/Environment.h"
+#include "board/LostNames.h"
 #include "check/rule/Finding.h"
 
 // All that one run looks at: the board, and each configuration meant for it.
@@ -23,6 +24,8 @@ struct Subject {
   const std::vector<Configuration>& configurations;
   // Where the board's nodes are looked for; without it no node is.
   std::optional<std::string> nodesRoot;
+  // What a mistake of the environment takes from all of them.
+  LostNames lost{environment, configurations};
 };
 
 class Context;
