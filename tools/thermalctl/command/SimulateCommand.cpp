@@ -12,7 +12,6 @@
 #include "base/Names.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
-#include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
@@ -161,6 +160,13 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   return request;
 }
 
+void tellShortRows(const std::string& file, const std::vector<int>& rows) {
+  if (rows.empty()) return;
+  complain(kFine, file + ": " + counted(rows.size(), "row") +
+                      " with fewer cells than columns, the first in line " +
+                      std::to_string(rows.front()) + ": what is missing counts as empty");
+}
+
 void simulate(const std::vector<RunInput>& runs, RunReport& report) {
   for (size_t i = 0; i < runs.size(); ++i) {
     Progress progress(runs[i], i + 1, runs.size());
@@ -184,8 +190,6 @@ ExitStatus verdictOf(const Summary& summary) {
 }
 
 ExitStatus runSimulation(const Options& options) {
-  // Every sensor, configuration and control file of a run is an open file in memory.
-  raiseFileLimit();
   Problems problems;
   const SimulationRequest request = requestOf(options, problems);
   const SimulationInputs inputs =
@@ -198,6 +202,7 @@ ExitStatus runSimulation(const Options& options) {
     return kCouldNotRun;
   }
 
+  tellShortRows(request.workload, inputs.runs.front().workload.shortRows);
   RunReport report;
   if (!options.out.empty()) {
     const std::string title = fs::path(request.workload).stem().string() + " on " +
