@@ -380,3 +380,9 @@ def test_periods_that_are_nearly_equal_are_meant_to_be(phone, period, count):
     phone.write("day.conf", day)
     assert [each["rule"] for each in phone.findings(confs=["day.conf"])] == \
         ["period-below-sensors"] * count
+
+
+def test_the_guide_shows_what_a_dead_board_prints(phone):
+    guide = (REPOSITORY / "docs" / "check.md").read_text()
+    phone.write("board.env", "# the phone\n" + BOARD)
+    assert f"\n```text\n{phone.check(confs=['day.conf']).stdout}```\n" in guide

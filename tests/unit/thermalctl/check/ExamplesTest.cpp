@@ -205,6 +205,8 @@ const std::map<std::string, std::string> kMistakes = {
     {"level-table-binary/bad-last-of-a-type",
      ".env:9:17: error: 0b10: a table in \"0b\" notation: the daemon never writes it, at any level "
      "(write the entries as \"0x\" or decimal numbers)"},
+    {"level-table-comment/bad", ".env:9:22: error: #: there are no comments: the daemon takes '#' "
+                                "and each word behind it for an entry of the table (take it out)"},
     {"level-table-direction/bad",
      ".env:9:23: warning: 2000: the table falls up to here and turns: at level 2 the daemon lets "
      "go where it should hold back more (sort the entries from level 0, without a limit, to the "

@@ -71,6 +71,10 @@ bool isNoNumber(const Entry& entry) {
          !isTooLarge(entry);
 }
 
+bool isCommentInText(const Entry& entry) {
+  return formOf(entry.device) == Form::kText && !entry.level.quoted && isComment(entry.level.text);
+}
+
 // The entry of a table of hexadecimal numbers that is none: the one that makes such a table of it
 // by an "0x" inside of it, else the first.
 std::vector<Level>::const_iterator wrongInHex(const Section& device) {
@@ -176,6 +180,22 @@ const std::vector<Rule> kLevelTableRules = {
                      : Message("write each entry of the table in quotes, and it is written as "
                                "it stands: \"{}\"",
                                level.text));
+         })},
+
+    {"level-table-comment", Severity::kError,
+     "A word that begins a comment elsewhere stands in a level table that is written as text, such "
+     "as a camera's. There are no comments: the daemon takes it, and each word behind it, for a "
+     "further entry, the strongest cooling of all. Take it out, or put it between quotes if it is "
+     "meant.",
+     eachFirstEntry(
+         isCommentInText,
+         [](const Entry& entry, Context& context) {
+           context.tell(
+               entry.level.word,
+               {"there are no comments: the daemon takes '{}' and each word behind it for an "
+                "entry of the table",
+                entry.level.text},
+               "take it out");
          })},
 
     {"level-table-mixed", Severity::kWarning,
