@@ -39,7 +39,7 @@ action_info 1 2
 """
 
 MISSPELT_KEY = ENVIRONMENT.replace("level_table", "level_tabel")
-NO_PERIOD = ENVIRONMENT.replace("sampling 1000\n", "")
+SHORT_PERIOD = ENVIRONMENT.replace("sampling 1000", "sampling 10")
 CAPITALS = CONFIGURATION.replace("monitor\nsensor", "Monitor\nsensor")
 
 
@@ -126,12 +126,12 @@ def test_a_finding_shows_its_line_what_is_marked_and_a_hint(board):
 
 
 def test_the_findings_are_in_the_order_of_the_files_and_lines(board):
-    board.write("board.env", NO_PERIOD.replace("level_table", "level_tabel"))
+    board.write("board.env", SHORT_PERIOD.replace("level_table", "level_tabel"))
     board.write("night.conf", CAPITALS)
     board.write("day.conf", CAPITALS + "\njunk\n")
     found = board.json("--conf", "night.conf")["findings"]
     places = [(finding["file"], finding["line"]) for finding in found]
-    assert places[:2] == [("board.env", 1), ("board.env", 8)]
+    assert places[:2] == [("board.env", 3), ("board.env", 9)]
     assert ("day.conf", 3) in places and ("day.conf", 11) in places and ("night.conf", 3) in places
     order = ["board.env", "day.conf", "night.conf"]
     assert places == sorted(places, key=lambda place: (order.index(place[0]), place[1]))
@@ -160,15 +160,15 @@ def test_each_file_is_read_once(board):
 # Exit statuses.
 
 def test_warnings_alone_are_fine(board):
-    board.write("board.env", NO_PERIOD)
+    board.write("board.env", SHORT_PERIOD)
     result = board.check()
     assert result.returncode == 0
-    assert "board.env:1:1: warning: " in result.stdout
+    assert "board.env:3:10: warning: " in result.stdout
     assert result.stdout.endswith("1 warning in 2 files\n")
 
 
 def test_werror_makes_warnings_problems(board):
-    board.write("board.env", NO_PERIOD)
+    board.write("board.env", SHORT_PERIOD)
     plain, strict = board.check(), board.check("--werror")
     assert strict.returncode == 1
     assert strict.stdout == plain.stdout
@@ -180,18 +180,19 @@ def test_errors_are_problems(board):
 
 
 def test_a_disabled_rule_finds_nothing(board):
-    board.write("board.env", NO_PERIOD)
-    assert board.rules() == ["sampling-missing"]
-    result = board.check("--disable", "sampling-missing", "--werror")
+    board.write("board.env", SHORT_PERIOD)
+    assert board.rules() == ["sampling-too-short"]
+    result = board.check("--disable", "sampling-too-short", "--werror")
     assert (result.returncode, result.stdout) == (0, "no problems in 2 files\n")
 
 
 def test_several_rules_can_be_disabled(board):
-    board.write("board.env", NO_PERIOD)
+    board.write("board.env", SHORT_PERIOD)
     board.write("day.conf", CONFIGURATION.removeprefix("SCEN Default\n"))
-    assert sorted(board.rules()) == ["no-default-scenario", "sampling-missing"]
-    assert board.rules("--disable", "sampling-missing", "--disable", "no-default-scenario") == []
-    assert board.rules("--disable", "sampling-missing", "no-default-scenario") == []
+    both = ("sampling-too-short", "no-default-scenario")
+    assert sorted(board.rules()) == sorted(both)
+    assert board.rules("--disable", both[0], "--disable", both[1]) == []
+    assert board.rules("--disable", *both) == []
 
 
 @pytest.mark.parametrize("file_format", ["text", "json", "sarif"])
@@ -205,13 +206,13 @@ def test_every_format_has_the_same_status(board, file_format):
 # Files that cannot be read.
 
 def test_an_unreadable_file_is_named_and_the_rest_is_checked(board):
-    board.write("board.env", NO_PERIOD)
+    board.write("board.env", SHORT_PERIOD)
     board.write("night.conf", CAPITALS)
     result = board.run("--env", "board.env", "--conf", "none.conf", ".", "night.conf")
     assert result.returncode == 2
     assert result.stderr == ("thermalctl: cannot read none.conf: No such file or directory\n"
                              "thermalctl: cannot read .: Is a directory\n")
-    assert "board.env:1:1: warning: " in result.stdout
+    assert "board.env:3:10: warning: " in result.stdout
     assert "night.conf:3:11: error: " in result.stdout
     assert result.stdout.endswith("1 error and 1 warning in 2 files\n")
 
@@ -243,8 +244,8 @@ def test_without_a_readable_board_every_name_is_taken_for_granted(board):
     (["--env"], "--env"),
     (["--env", "board.env", "--format", "xml"], "xml not in {text,json,sarif"),
     (["--env", "board.env", "--format", "markdown"], "--format: markdown is for --explain all"),
-    (["--env", "board.env", "--disable", "sampling-mising"],
-     "--disable: there is no rule 'sampling-mising'; did you mean 'sampling-missing'?"),
+    (["--env", "board.env", "--disable", "sampling-too-shrt"],
+     "--disable: there is no rule 'sampling-too-shrt'; did you mean 'sampling-too-short'?"),
     (["--explain", "unknown-typ"],
      "--explain: there is no rule 'unknown-typ'; did you mean 'unknown-type'?"),
     (["--explain", "xyz"], "--explain: there is no rule 'xyz' (--list-rules shows them all)"),
@@ -301,20 +302,20 @@ def test_a_pipe_gets_no_colour(board):
 # JSON.
 
 def test_json_holds_the_findings_their_counts_and_the_model(board):
-    board.write("board.env", NO_PERIOD)
+    board.write("board.env", SHORT_PERIOD)
     output = board.json()
     assert list(output) == ["version", "findings", "counts", "unread", "model"]
     finding, = output["findings"]
     assert {**finding, "message": "", "hint": ""} == {
-        "rule": "sampling-missing", "severity": "warning", "file": "board.env", "line": 1,
-        "column": 1, "end_column": 6, "message": "", "hint": ""}
+        "rule": "sampling-too-short", "severity": "warning", "file": "board.env", "line": 3,
+        "column": 10, "end_column": 12, "message": "", "hint": ""}
     assert finding["message"]
     assert output["counts"] == {"errors": 0, "warnings": 1, "files": 2}
     assert output["unread"] == []
     assert output["model"] == {
         "environment": {
             "file": "board.env",
-            "sensors": [{"name": "cpu", "kind": "real", "sampling": 1000}],
+            "sensors": [{"name": "cpu", "kind": "real", "sampling": 10}],
             "devices": [{"name": "gpu", "kind": "gpufreq", "value_type": "integer", "levels": 3}],
             "conf_file": "talmor-thermal_default.conf"},
         "configurations": [{
@@ -415,7 +416,7 @@ def test_sarif_of_a_board_without_problems_is_valid(board):
 
 
 def test_sarif_is_valid_and_holds_the_findings_of_json(board):
-    board.write("board.env", NO_PERIOD.replace("level_table", "level_tabel"))
+    board.write("board.env", SHORT_PERIOD.replace("level_table", "level_tabel"))
     board.write("day.conf", CAPITALS)
     results = check_sarif(sarif(board, "--conf", "none.conf"))
     expected = board.json("--conf", "none.conf")["findings"]

@@ -4,6 +4,7 @@
 #include <map>
 #include <tuple>
 
+#include "check/Causes.h"
 #include "check/Silencing.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/environment/EnvironmentRules.h"
@@ -30,11 +31,14 @@ void sortByPlace(std::vector<Finding>& findings, const Subject& subject) {
                    [&](const Finding& a, const Finding& b) { return place(a) < place(b); });
 }
 
-void apply(const RuleChoice& choice, std::vector<Finding>& findings) {
-  const auto isLeftOut = [&choice](const Finding& finding) {
-    return finding.end == End::kNone && choice.disabled.count(finding.rule) > 0;
+void leaveOut(const std::set<std::string>& rules, std::vector<Finding>& findings) {
+  const auto isLeftOut = [&rules](const Finding& finding) {
+    return finding.end == End::kNone && rules.count(finding.rule) > 0;
   };
   findings.erase(std::remove_if(findings.begin(), findings.end(), isLeftOut), findings.end());
+}
+
+void setSeverities(const RuleChoice& choice, std::vector<Finding>& findings) {
   for (Finding& finding : findings) {
     if (finding.end != End::kNone) continue;
     if (choice.errors.count(finding.rule) > 0) finding.severity = Severity::kError;
@@ -52,8 +56,8 @@ const std::vector<Rule>& environmentRules() {
 
 const std::vector<Rule>& configurationRules() {
   static const std::vector<Rule> rules =
-      joined({kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
-              kRowRules, kStepRules, kUntoldEndRules});
+      joined({kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules,
+              kThresholdRules, kRowRules, kStepRules, kUntoldEndRules});
   return rules;
 }
 
@@ -75,7 +79,9 @@ std::vector<Finding> check(const std::vector<Rule>& rules, const Subject& subjec
     Context context(rule, subject, findings);
     rule.check(context);
   }
-  apply(choice, findings);
+  leaveOut(choice.disabled, findings);
   sortByPlace(findings, subject);
+  findings = withoutWhatFollows(std::move(findings), subject);
+  setSeverities(choice, findings);
   return findings;
 }

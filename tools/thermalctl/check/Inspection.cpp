@@ -106,6 +106,7 @@ Inspection inspect(const InspectionOrder& order) {
   const std::string* board = readInto(inspection, order.environment);
   inspection.hasBoard = board != nullptr;
   inspection.environment = readEnvironment(order.environment, board ? *board : "");
+  if (!board) inspection.environment.kind = {};
   readSettings(inspection, order.environment);
   readConfigurations(inspection, order.configurations);
 
@@ -116,6 +117,8 @@ Inspection inspect(const InspectionOrder& order) {
       rules.disabled.insert(rule.name);
     rules.disabled.insert(kSettingsRules.front().name);
   }
+  // What could not be read may use whatever the others do not.
+  if (!inspection.unread.empty()) rules.disabled.insert({"unused-sensor", "unused-device"});
   const Subject subject{inspection.environment, inspection.configurations, order.nodesRoot,
                         inspection.settings};
   inspection.findings = check(subject, rules);

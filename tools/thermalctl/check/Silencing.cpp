@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "base/Names.h"
 #include "check/Check.h"
 #include "check/Whereabouts.h"
 #include "check/configuration/ConfigurationRules.h"
@@ -84,6 +85,26 @@ std::string placeOf(const Silenced& silenced) {
   return place + " of " + silenced.file;
 }
 
+// What to do about an entry that finds nothing: a name in it may be a slip.
+Message hintForVain(const Silenced& silenced, const Subject& subject) {
+  std::vector<std::string> sections;
+  for (const Section& section : subject.environment.sections)
+    sections.push_back(section.name);
+  std::vector<std::string> items;
+  std::vector<std::string> scenarios = {kDefaultScenario};
+  for (const Configuration& configuration : subject.configurations) {
+    if (!isFile(silenced, configuration.file, subject.settings)) continue;
+    for (const Item* item : configuration.meant)
+      items.push_back(item->name);
+    for (const ScenarioLine& line : configuration.scenarioLines)
+      scenarios.push_back(line.name.text);
+  }
+  std::string hint = didYouMean(silenced.section.value_or(""), sections);
+  if (hint.empty()) hint = didYouMean(silenced.item.value_or(""), items);
+  if (hint.empty()) hint = didYouMean(silenced.scenario.value_or(""), scenarios);
+  return hint.empty() ? "take the entry out" : hint;
+}
+
 void tellOfVain(const Silenced& silenced, Context& context) {
   const auto there = [&](const Finding& finding) {
     return isThere(silenced, finding, context.subject);
@@ -94,7 +115,7 @@ void tellOfVain(const Silenced& silenced, Context& context) {
     return context.tellInSettings(silenced.rule,
                                   {"'{}' no longer finds anything{}: this silences nothing",
                                    silenced.rule.text, placeOf(silenced)},
-                                  "take the entry out");
+                                  hintForVain(silenced, context.subject));
   if (std::any_of(first, told.end(), [&](const Finding& finding) {
         return finding.end != End::kNone && there(finding);
       }))

@@ -130,7 +130,7 @@ ExitStatus checkFiles(const Options& options) {
   const Inspection inspection = inspect(orderOf(options));
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
-  inspection.problems.print(std::cerr);
+  inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
   print(inspection, options.format);
   return statusOf(inspection, options.werror);
 }

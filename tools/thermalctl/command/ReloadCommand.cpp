@@ -40,12 +40,23 @@ constexpr char kExamples[] =
     "no\n"
     "answer, or a file could not be read or written.";
 
-// Of the file itself: the environment is the running daemon's, whatever is in it.
+// Of the file itself: the environment is the running daemon's, whatever is in it, but for what ends
+// the daemon over this file.
 std::vector<Finding> findingsOf(const Inspection& inspection, const std::string& file) {
   std::vector<Finding> findings;
   std::copy_if(inspection.findings.begin(), inspection.findings.end(), std::back_inserter(findings),
-               [&file](const Finding& finding) { return finding.file == file; });
+               [&file](const Finding& finding) {
+                 return finding.file == file || finding.end != End::kNone;
+               });
   return findings;
+}
+
+// Those that the findings are in, so that the last line counts them alone.
+Sources sourcesOf(const std::vector<Finding>& findings, const Inspection& inspection) {
+  Sources sources;
+  for (const Finding& finding : findings)
+    sources.emplace(finding.file, inspection.sources.at(finding.file));
+  return sources;
 }
 
 // Whoever has asked for the scenario that was in force would like to know.
@@ -121,13 +132,11 @@ ExitStatus run(const Options& options) {
   for (const UnreadFile& unread : inspection.unread)
     complain(kCouldNotRun, describe(unread));
   if (!inspection.unread.empty()) return kCouldNotRun;
-  inspection.problems.print(std::cerr);
+  inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
 
-  const Source& file = inspection.sources.at(options.file);
   const std::vector<Finding> findings = findingsOf(inspection, options.file);
-  // With this file alone, so that it is the one that the last line counts.
   if (!findings.empty())
-    printText(std::cout, findings, {{options.file, file}}, colourFor(STDOUT_FILENO));
+    printText(std::cout, findings, sourcesOf(findings, inspection), colourFor(STDOUT_FILENO));
   // The findings stand above whatever the request has to tell on standard error.
   std::cout << std::flush;
   const Configuration& configuration = inspection.configurations.front();
@@ -135,7 +144,8 @@ ExitStatus run(const Options& options) {
   if (!harm.empty() && !options.force)
     return complain(kProblems, options.name() + " " + harm +
                                    ", so it was not asked for (--force asks for it all the same)");
-  return reload(options, file.text(), configuration.fatal() != nullptr);
+  return reload(options, inspection.sources.at(options.file).text(),
+                configuration.fatal() != nullptr);
 }
 
 void addOptions(CommandLine& line, Options& options) {

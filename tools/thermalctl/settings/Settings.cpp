@@ -5,7 +5,6 @@
 
 #include "text/Nearest.h"
 #include "text/Phrases.h"
-#include "text/Source.h"
 #include "toml/TomlSection.h"
 
 namespace {
@@ -19,10 +18,14 @@ bool contains(const std::vector<std::string>& words, const std::string& word) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
 
+// Of a text whose quotes begin there.
+Position insideQuotes(Position at) {
+  return {at.line, at.column + 1};
+}
+
 class Reader {
 public:
-  Reader(Settings& settings_, const Source& source_, const KnownNames& known_)
-      : settings(settings_), source(source_), known(known_) {}
+  Reader(Settings& settings_, const KnownNames& known_) : settings(settings_), known(known_) {}
 
   void read(TomlSection file) {
     for (TomlSection& section : file.list("silenced"))
@@ -46,12 +49,13 @@ private:
     section.missing("reason", "why nobody needs to hear of them");
     section.refuseOtherKeys();
     if (reason && reason->find_first_not_of(" \t\n") == std::string::npos)
-      tell(section, "reason", "'reason' is empty", "say why nobody needs to hear of them");
+      section.problem(section.at("reason"), "'reason' is empty",
+                      "say why nobody needs to hear of them");
     if (silenced.section && (silenced.item || silenced.scenario))
-      tell(section, "section", "'section' stands beside 'item' or 'scenario'",
-           "a section is in the environment file, the others are in a configuration");
+      section.problem(section.at("section"), "'section' stands beside 'item' or 'scenario'",
+                      "a section is in the environment file, the others are in a configuration");
     if (!rule || !isRule(section, *rule) || !file || !reason) return;
-    silenced.rule = wordAt(section.at("rule"), *rule);
+    silenced.rule = {*rule, insideQuotes(section.at("rule").at)};
     silenced.file = *file;
     silenced.reason = *reason;
     settings.silenced.push_back(std::move(silenced));
@@ -59,15 +63,16 @@ private:
 
   bool isRule(const TomlSection& section, const std::string& rule) const {
     if (contains(known.rules, rule)) return true;
-    tell(section, "rule", "there is no rule '" + rule + "'",
-         didYouMean(rule, known.rules, "'thermalctl check --list-rules' shows them all"));
+    section.problem(
+        section.at("rule"), "there is no rule '" + rule + "'",
+        didYouMean(rule, known.rules, "'thermalctl check --list-rules' shows them all"));
     return false;
   }
 
   void takeSensor(const std::string& name, TomlSection& section) {
     if (known.sensors && !contains(*known.sensors, name))
-      tell(section, "", "the board has no sensor '" + name + "'",
-           didYouMean(name, *known.sensors, "write a sensor of the environment file"));
+      section.problem(section.at(), "the board has no sensor '" + name + "'",
+                      didYouMean(name, *known.sensors, "write a sensor of the environment file"));
     const std::optional<std::string> unit = section.text("unit");
     section.missing("unit", "what the sensor's node counts in");
     section.refuseOtherKeys();
@@ -76,8 +81,8 @@ private:
     if (size != kUnits.end())
       settings.units[name] = size->second;
     else
-      tell(section, "unit", "no node counts in '" + *unit + "'",
-           didYouMean(*unit, unitNames(), "write one of " + listed(unitNames())));
+      section.problem(section.at("unit"), "no node counts in '" + *unit + "'",
+                      didYouMean(*unit, unitNames(), "write one of " + listed(unitNames())));
   }
 
   static std::vector<std::string> unitNames() {
@@ -87,20 +92,7 @@ private:
     return names;
   }
 
-  // At the key's value, or at the table.
-  static void tell(const TomlSection& section, const std::string& key, const std::string& what,
-                   const std::string& hint) {
-    section.problem(section.at(key), what, hint);
-  }
-
-  Word wordAt(const Span& span, const std::string& text) const {
-    const int number = span.at.line;
-    const size_t start = source.line(number).text.find(text);
-    return {text, {number, start == std::string::npos ? 1 : static_cast<int>(start) + 1}};
-  }
-
   Settings& settings;
-  const Source& source;
   const KnownNames& known;
 };
 
@@ -115,6 +107,6 @@ Settings readSettings(const std::string& file, const std::string& text, const Kn
   Settings settings;
   settings.file = file;
   const auto table = parseToml(text, file, problems);
-  if (table) Reader(settings, Source(text), known).read(TomlSection(*table, file, problems));
+  if (table) Reader(settings, known).read(TomlSection(*table, file, problems));
   return settings;
 }

@@ -9,7 +9,7 @@
 
 namespace {
 
-// A board with a misspelt key and without a period, and two configurations for it whose items are
+// A board with a misspelt key and a short period, and two configurations for it whose items are
 // of no kind and have a period in seconds.
 class CheckTest : public testing::Test {
 protected:
@@ -17,7 +17,7 @@ protected:
 
   CheckTest() {
     environment =
-        readEnvironment("z.env", "[cpu]\ntype real\nnode_path /cpu\n\n"
+        readEnvironment("z.env", "[cpu]\ntype real\nsampling 10\nnode_path /cpu\n\n"
                                  "[gpu]\ntype gpufreq\nnode_path /gpu\nlevel_tabel 1 0\n");
     for (const char* file : {"m.conf", "a.conf"})
       configurations.push_back(readConfiguration(
@@ -71,11 +71,11 @@ TEST_F(CheckTest, FindsTheSameInEachFile) {
 
 TEST_F(CheckTest, LeavesOutTheDisabledRulesAlone) {
   const std::vector<Finding> all = findings();
-  const std::vector<Finding> some = findings({{"item-number-cut-short", "sampling-missing"}});
+  const std::vector<Finding> some = findings({{"item-number-cut-short", "sampling-too-short"}});
   EXPECT_TRUE(has(all, "item-number-cut-short"));
-  EXPECT_TRUE(has(all, "sampling-missing"));
+  EXPECT_TRUE(has(all, "sampling-too-short"));
   EXPECT_FALSE(has(some, "item-number-cut-short"));
-  EXPECT_FALSE(has(some, "sampling-missing"));
+  EXPECT_FALSE(has(some, "sampling-too-short"));
   EXPECT_EQ(some.size(), all.size() - 3);
 }
 

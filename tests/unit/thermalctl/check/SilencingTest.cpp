@@ -117,6 +117,20 @@ TEST_F(SilencingTest, TellsOfAnEntryThatSilencesNothing) {
             "nothing (take the entry out)");
 }
 
+TEST_F(SilencingTest, AsksBackWhereANameOfAnEntryIsNearlyRight) {
+  files.write("day.conf",
+              "SCEN Default\n" + item("charge", "60") + "SCEN game\n" + item("b", "60"));
+  const auto hintFor = [this](const std::string& rule, const std::string& file,
+                              const std::string& line) {
+    const std::string said = vain(entry(rule, file, line + "\n"));
+    return said.substr(said.find('(') + 1, said.rfind(')') - said.find('(') - 1);
+  };
+  EXPECT_EQ(hintFor("degrees", "day.conf", "item = \"chrage\""), "did you mean 'charge'?");
+  EXPECT_EQ(hintFor("degrees", "day.conf", "scenario = \"gmae\""), "did you mean 'game'?");
+  EXPECT_EQ(hintFor("unused-device", "board.env", "section = \"Fan\""), "did you mean 'fan'?");
+  EXPECT_EQ(hintFor("degrees", "day.conf", "item = \"other\""), "take the entry out");
+}
+
 TEST_F(SilencingTest, TellsOfAFileThatIsNotThere) {
   EXPECT_EQ(vain(entry("degrees", "dya.conf")),
             "there is no file 'dya.conf': this silences nothing (did you mean 'day.conf'?)");

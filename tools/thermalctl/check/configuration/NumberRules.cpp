@@ -62,6 +62,16 @@ const char* effectOfNothing(const std::string& key, const Item& item) {
                                                    : ": the item never lets go";
 }
 
+// Whether the sensor's period is the one that was meant for it, for all that can be seen.
+bool hasItsPeriod(const Section& sensor) {
+  return sound(sensor.sampling) && !sensor.merged() && !misspelt(sensor, "sampling");
+}
+
+// Two periods that a tenth or less keeps apart are meant to be one.
+bool isMuchBelow(int32_t period, int32_t other) {
+  return static_cast<int64_t>(period) * 10 < static_cast<int64_t>(other) * 9;
+}
+
 // Tells of each number that is read in this way what it is read as.
 Check eachNumberRead(Reading reading, const char* how, const char* hint) {
   return eachItem([=](const Item& item, Context& context) {
@@ -69,7 +79,7 @@ Check eachNumberRead(Reading reading, const char* how, const char* hint) {
     std::set<int> lines;
     for (const auto& [key, number] : numbersOf(item)) {
       if (readingOf(number.word.text) != reading || cutToNothing(key, number, item)) continue;
-      if (reading == Reading::kNoDigits && !lines.insert(number.word.at.line).second) continue;
+      if (!lines.insert(number.word.at.line).second) continue;
       context.tell(number.word,
                    {"the daemon reads '{}' as {}{}{}", number.word.text, number.value, how,
                     endForWantOf(key, item, context)},
@@ -160,18 +170,20 @@ const std::vector<Rule> kNumberRules = {
     {"period-below-sensors", Severity::kWarning,
      "An item decides once per period on what its sensor read last. With a period below the "
      "sensor's it wakes the processor only to decide on the same number again, and "
-     "'time_tick_trigger' counts decisions in which nothing can have changed. Without 'sampling' "
-     "an item's period is 1000 ms.",
+     "'time_tick_trigger' counts decisions in which nothing can have changed. A tenth less is no "
+     "harm. Without 'sampling' an item's period is 1000 ms.",
      eachItem([](const Item& item, Context& context) {
        if (!item.sensor || !item.sensor->section || item.sampling.value < 1 ||
            !sound(item.sampling) || misspelt(item, "sampling"))
          return;
        // A decision between two samples sees the temperature of the last one.
-       const int32_t sensorPeriod = item.sensor->section->sampling.value;
-       if (item.sampling.value < sensorPeriod)
+       const Section& sensor = *item.sensor->section;
+       const int32_t sensorPeriod = sensor.sampling.value;
+       if (isMuchBelow(item.sampling.value, sensorPeriod) && hasItsPeriod(sensor))
          context.tell(item.place("sampling"),
-                      {"the daemon decides every {} ms on a temperature that is read every {} ms",
-                       item.sampling.value, sensorPeriod},
+                      {"the daemon decides every {} ms on the temperature of '{}', which is read "
+                       "every {} ms",
+                       item.sampling.value, sensor.name, sensorPeriod},
                       {"write 'sampling {}'", sensorPeriod});
      })},
 

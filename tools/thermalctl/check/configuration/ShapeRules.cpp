@@ -2,10 +2,10 @@
 #include <set>
 
 #include "base/Names.h"
-#include "base/TextReader.h"
 #include "board/MeantItems.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Ends.h"
+#include "check/rule/IgnoredWords.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
 #include "config/ConfGrammar.h"
@@ -54,23 +54,8 @@ void tellOfSwallowed(const Item& item, Context& context) {
   }
 }
 
-// The word behind `word` on its line, unless the line below is blank: then the daemon works on with
-// what is left of this one.
-std::optional<Word> ignoredBehind(const Configuration& configuration, const Word& word) {
-  const auto index = static_cast<size_t>(word.at.line) - 1;
-  std::string below = index + 1 < configuration.lines.size() ? configuration.lines[index + 1] : "";
-  trim(below);
-  if (below.empty()) return std::nullopt;
-  const std::string& line = configuration.lines[index];
-  const size_t behind = static_cast<size_t>(word.at.column) - 1 + word.text.size();
-  const size_t start = line.find_first_not_of(kWhiteSpace, behind);
-  if (start == std::string::npos) return std::nullopt;
-  const size_t end = line.find_first_of(kWhiteSpace, start);
-  return Word{line.substr(start, end - start), {word.at.line, static_cast<int>(start) + 1}};
-}
-
 void tellOfIgnoredBehind(const Word& word, Context& context) {
-  if (const std::optional<Word> ignored = ignoredBehind(*context.configuration, word))
+  if (const std::optional<Word> ignored = ignoredBehind(context.configuration->lines, word))
     context.tell(*ignored, {"the daemon ignores what stands behind '{}'", word.text},
                  "take it out");
 }
@@ -89,6 +74,8 @@ void tellOfIgnored(const Item& item, Context& context) {
 bool hidesDefault(const Configuration& configuration) {
   for (const ConfigurationError& error : configuration.errors)
     if (error.failure == ConfigurationError::kNoItem) return true;
+  for (const ScenarioLine& line : configuration.scenarioLines)
+    if (!line.closes() && !line.named()) return true;
   for (const Item& item : configuration.items)
     for (const auto& [key, words, known] : item.properties)
       if (key.text == kScenarioKey && !words.empty() && words.front().text == kDefaultScenario)

@@ -41,9 +41,13 @@ bool allDescending(const std::vector<Number>& list) {
                         [](const Number& a, const Number& b) { return a.value < b.value; });
 }
 
+bool runDown(const Item& item) {
+  return allDescending(item.thresholds) && allDescending(item.thresholdsClr);
+}
+
 const char* orderFor(const Item& item) {
   if (meantLowactive(item)) return "write the list descending: the item acts on cold";
-  if (allDescending(item.thresholds) && allDescending(item.thresholdsClr))
+  if (runDown(item))
     return "write the list ascending, or 'lowactive true' if the item is to act on cold";
   return "write the list ascending";
 }
@@ -82,9 +86,14 @@ const std::vector<Rule> kThresholdRules = {
      "device swings. With 'lowactive true' the clearing threshold must lie above.",
      eachMonitor([](const Item& item, Context& context) {
        const size_t pairs = std::min(item.thresholds.size(), item.thresholdsClr.size());
+       const Number* outOfOrder = firstOutOfOrder(item, item.thresholds, 1);
+       // Lists that were written for cold: their order is the finding.
+       if (outOfOrder && runDown(item)) return;
        for (size_t i = 0; i < pairs; ++i) {
          const Number& threshold = item.thresholds[i];
          const Number& clearing = item.thresholdsClr[i];
+         // That is what another rule tells.
+         if (&threshold == outOfOrder) continue;
          if (soundTemperature(threshold, item) && soundTemperature(clearing, item) &&
              urgency(item, clearing) >= urgency(item, threshold))
            context.tell(clearing.word,

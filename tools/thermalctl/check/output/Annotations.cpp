@@ -40,6 +40,8 @@ void printAnnotation(std::ostream& out, const Finding& finding, const Sources& s
 } // namespace
 
 void printAnnotations(std::ostream& out, const Inspection& inspection) {
+  for (const UnreadFile& file : inspection.unread)
+    out << "::error title=thermalctl check::" << asData(visible(describe(file))) << '\n';
   const std::vector<const Finding*> shown = mostImportant(inspection.findings);
   for (const Finding* finding : shown)
     printAnnotation(out, *finding, inspection.sources);

@@ -12,6 +12,7 @@
 
 #include "board/Configuration.h"
 #include "board/Environment.h"
+#include "board/LostNames.h"
 #include "check/rule/Finding.h"
 #include "settings/Settings.h"
 
@@ -26,6 +27,8 @@ struct Subject {
   // Where the board's nodes are looked for; without it no node is.
   std::optional<std::string> nodesRoot;
   Settings settings{};
+  // What a mistake of the environment takes from all of them.
+  LostNames lost{environment, configurations};
 };
 
 class Context;

@@ -54,6 +54,15 @@ TEST(AnnotationsTest, KeepTheControlCharactersOfAFileBack) {
   EXPECT_EQ(text.find("\n::error::"), std::string::npos);
 }
 
+TEST(AnnotationsTest, TellOfAFileThatCouldNotBeRead) {
+  Inspection inspection;
+  inspection.unread = {{"day.conf", "No such file or directory"}};
+  std::ostringstream out;
+  printAnnotations(out, inspection);
+  EXPECT_EQ(out.str(), "::error title=thermalctl check::cannot read day.conf: No such file or "
+                       "directory\nno problems in 0 files\n");
+}
+
 TEST(AnnotationsTest, AreAHundredAndThenANumber) {
   const std::string text = printed(std::vector<Finding>(103, finding("board.env", "it")));
   EXPECT_NE(text.find("\n::notice title=thermalctl check::and 3 more findings, which --format json "
