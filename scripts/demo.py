@@ -216,7 +216,7 @@ def simulate_next_hour(display, demo, folder):
     begin = time.monotonic()
     kept, said = demo.thermalctl.simulate(
         "--board", BOARD, "--plant", plant, "--workload", NEXT_WORKLOAD, "--duration", "1h",
-        "--limit", f"case={CASE_LIMIT * 1000:.0f}", "--out", folder)
+        "--limit", f"case={CASE_LIMIT:g}C", "--out", folder)
     seconds = time.monotonic() - begin
     display.say("\nThe next hour", BOLD)
     if not kept:

@@ -35,6 +35,9 @@ public:
   // marked active.
   void deactivate() override;
 
+  // Where a decision at this temperature, as the monitor reads it, leads from `level`.
+  uint32_t nextLevel(int32_t temp, uint32_t level) const;
+
   // Calls `visit(device, level index)` for each device that `level` drives.
   template <typename Visit> void forEachDriven(uint32_t level, Visit visit) const {
     if (level == 0 || level > actions.size() || level > actionInfo.size()) return;
@@ -52,7 +55,6 @@ public:
   std::vector<int32_t> thresholdsClr;
 
 private:
-  uint32_t nextLevel(int32_t temp, uint32_t level) const;
   int32_t clearThreshold(uint32_t index) const;
   void moveTo(uint32_t newLevel, uint32_t oldLevel);
   void post(uint32_t level);

@@ -2,13 +2,10 @@
 
 namespace {
 
-constexpr char kFixedFrameRateNode[] =
-    "/sys/devices/platform/150c0000.talmor_is/debug/en_fixed_sensor_fps";
-
 // Opened anew for every write, as its driver expects; a node that is not there is skipped without a
 // word.
 void writeFixedFrameRate(const char* value) {
-  std::ofstream(kFixedFrameRateNode) << value;
+  std::ofstream(CameraDevice::kFixedFrameRateNode) << value;
 }
 
 } // namespace
@@ -19,7 +16,7 @@ void CameraDevice::statusApply() {
   if (!level) return;
   // Two tests on their own, before the test for a change: staying at level 0 writes 1 and then 0.
   if (currentLevel == 0) writeFixedFrameRate("1");
-  if (*level == 0) writeFixedFrameRate("0");
+  if (*level == 0) writeFixedFrameRate(kFixedFrameRateOff);
   if (*level == currentLevel) return;
   writeNode(output(*level));
   currentLevel = *level;

@@ -7,6 +7,11 @@
 // there.
 class CameraDevice : public Device {
 public:
+  // The switch, and what it holds as long as the camera is at level 0.
+  static constexpr char kFixedFrameRateNode[] =
+      "/sys/devices/platform/150c0000.talmor_is/debug/en_fixed_sensor_fps";
+  static constexpr char kFixedFrameRateOff[] = "0";
+
   using Device::Device;
   void statusApply() override;
   std::string output(int32_t level) const override { return entry(level); }

@@ -1,18 +1,19 @@
-"""Reads the Blueprint file, as its formatter lays it out."""
+"""Reads Blueprint files, as their formatter lays them out."""
 
 import re
 from pathlib import Path
 
 ANDROID = Path(__file__).resolve().parents[2] / "android"
 FILE = ANDROID / "Android.bp"
+PHONE = ANDROID / "phone" / "Android.bp"
 
 
-def modules():
-    """{name: (kind, {property: text or list of texts})}"""
+def modules(file=FILE):
+    """{name: (kind, {property: text or list of texts})}; a kind without a name is its own."""
     found = {}
-    for kind, body in re.findall(r"^(\w+) \{\n(.*?)^\}", FILE.read_text(), re.MULTILINE | re.DOTALL):
+    for kind, body in re.findall(r"^(\w+) \{\n(.*?)^\}", file.read_text(), re.MULTILINE | re.DOTALL):
         properties = _properties(body)
-        found[properties["name"]] = (kind, properties)
+        found[properties.get("name", kind)] = (kind, properties)
     return found
 
 

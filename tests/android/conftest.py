@@ -10,10 +10,10 @@ sys.path.insert(0, str(Path(__file__).parent))
 REPOSITORY = Path(__file__).resolve().parents[2]
 
 
-def built(preset):
-    """The directory in which the preset's daemon has been built."""
+def built(preset, target="talmor-thermal"):
+    """The directory in which the preset's daemon, or another target, has been built."""
     for command in (["cmake", "--preset", preset],
-                    ["cmake", "--build", "--preset", preset, "--target", "talmor-thermal"]):
+                    ["cmake", "--build", "--preset", preset, "--target", target]):
         done = subprocess.run(command, cwd=REPOSITORY, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True)
         assert done.returncode == 0, done.stdout

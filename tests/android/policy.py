@@ -9,26 +9,43 @@ from pathlib import Path
 REPOSITORY = Path(__file__).resolve().parents[2]
 POLICY = REPOSITORY / "android" / "sepolicy"
 PLATFORM = Path(__file__).parent / "platform_policy"
+DEVICE = Path(__file__).parent / "device_policy"
+PHONE = REPOSITORY / "android" / "phone" / "sepolicy"
+
+# In which order a build takes the files of all directories: the files of one rank by directory, and
+# in a directory by name. Android 14 and 15 hold the attributes of one directory back behind the
+# types of those before it.
+RANKS = {"12": [["attributes"], ["*.te"]], "14": [["attributes", "*.te"]]}
+
+
+def files(directories, ranks):
+    return [path for rank in ranks for directory in directories for pattern in rank
+            for path in sorted(directory.glob(pattern))]
 
 
 @functools.cache
-def source(extra=""):
+def source(extra="", directories=(POLICY, PHONE, DEVICE), release="12", platform_rules=True):
     """The whole policy in the compiler's language, with more statements of the same kind."""
-    parts = [PLATFORM / "head.conf", *sorted(POLICY.glob("*.te")), "-",
-             PLATFORM / "tail.conf", POLICY / "genfs_contexts"]
+    parts = [PLATFORM / "head.conf", *files(directories, RANKS[release]), "-",
+             *([PLATFORM / "neverallow.te"] if platform_rules else []), PLATFORM / "tail.conf",
+             *files(directories, [["genfs_contexts"]])]
     return subprocess.run(["m4", "--fatal-warnings", *map(str, parts)], input=extra, check=True,
                           stdout=subprocess.PIPE, text=True).stdout
 
 
-def compile_policy(extra="", form=()):
+def compile_source(text, form=()):
     """The compiler's status and messages, and what it made, if anything; `form`: its options for
     another form than the kernel's."""
     with tempfile.TemporaryDirectory() as directory:
         conf, made = Path(directory) / "policy.conf", Path(directory) / "policy"
-        conf.write_text(source(extra))
+        conf.write_text(text)
         done = subprocess.run(["checkpolicy", "-M", *form, "-o", made, conf],
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         return done, made.read_bytes() if made.exists() else None
+
+
+def compile_policy(extra="", form=()):
+    return compile_source(source(extra), form)
 
 
 @functools.cache
@@ -47,6 +64,11 @@ def violates_an_assertion(extra):
     done, _ = compile_policy(extra)
     assert done.returncode == 0 or "neverallow" in done.stdout, done.stdout
     return done.returncode != 0
+
+
+def statements(keyword, text):
+    """Those of one kind, each on one line."""
+    return re.findall(rf"^{keyword} .*;$", text, re.MULTILINE)
 
 
 def grants(source_type, target, class_, permission):

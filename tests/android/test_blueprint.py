@@ -9,7 +9,6 @@ import pytest
 import blueprint
 
 REPOSITORY = Path(__file__).resolve().parents[2]
-PREBUILT = ["talmor-thermal.conf", "talmor-thermal.env"]
 
 
 @pytest.fixture(scope="module")
@@ -21,8 +20,9 @@ def properties(modules, name):
     return modules[name][1]
 
 
-def test_the_formatter_would_change_nothing():
-    done = subprocess.run(["bpfmt", "-s", "-d", blueprint.FILE], stdout=subprocess.PIPE,
+@pytest.mark.parametrize("file", [blueprint.FILE, blueprint.PHONE], ids=lambda file: file.parent.name)
+def test_the_formatter_would_change_nothing(file):
+    done = subprocess.run(["bpfmt", "-s", "-d", file], stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True)
     assert (done.returncode, done.stdout) == (0, "")
 
@@ -32,9 +32,7 @@ def test_each_module_is_of_its_kind(modules):
         "talmor-thermal-defaults": "cc_defaults",
         "libtalmor-thermal": "cc_library_static",
         "talmor-thermal": "cc_binary",
-        "talmor-thermal-unit-tests": "cc_test",
-        "talmor-thermal.conf": "prebuilt_etc",
-        "talmor-thermal.env": "prebuilt_etc"}
+        "talmor-thermal-unit-tests": "cc_test"}
 
 
 def test_the_sources_are_those_of_the_other_build(modules, ndk_build):
@@ -64,15 +62,21 @@ def test_every_file_that_it_names_is_below_its_folder(modules):
 
 
 def test_everything_of_the_daemon_goes_to_the_vendor_partition(modules):
-    for name, (kind, module) in modules.items():
+    board = blueprint.modules(blueprint.PHONE)
+    files = {name: module for name, module in board.items() if module[0] == "prebuilt_etc"}
+    for name, (kind, module) in {**modules, **files}.items():
         holder = properties(modules, module["defaults"][0]) if "defaults" in module else module
         assert holder["vendor"] is True, name
 
 
-def test_the_boards_files_are_installed_with_the_daemon_under_the_names_that_it_reads(modules):
-    assert properties(modules, "talmor-thermal")["required"] == PREBUILT
-    for name in PREBUILT:
-        assert Path(properties(modules, name)["src"]).name == name
+def test_the_boards_files_are_installed_with_the_daemon_under_the_names_that_it_reads():
+    board = blueprint.modules(blueprint.PHONE)
+    installed = properties(board, "talmor-thermal-board")["required"]
+    assert sorted(installed) == sorted({"talmor-thermal", *board}
+                                       - {"talmor-thermal-board", "soong_namespace"})
+    for name in ("talmor-thermal.conf", "talmor-thermal.env"):
+        assert properties(board, name)["src"] == name in installed
+        assert "sub_dir" not in properties(board, name)
         assert f'"/vendor/etc/{name}"' in (REPOSITORY / "src/base/Names.h").read_text()
 
 

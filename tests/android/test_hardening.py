@@ -7,6 +7,8 @@ from pathlib import Path
 
 import pytest
 
+import blueprint
+
 REPOSITORY = Path(__file__).resolve().parents[2]
 SOURCES = [*(REPOSITORY / "src").rglob("*.cpp")]
 MARKS = {"ndk": "aarch64 feature: BTI, PAC", "cross": "aarch64 feature: BTI, PAC",
@@ -28,6 +30,11 @@ class Build:
         """Yields the type and the flags of each program header."""
         return re.findall(r"^  (\w+) +(?:0x[0-9a-f]+ +){5}([RWE ]{3}) ",
                           readelf(self.binary, "--program-headers"), re.MULTILINE)
+
+    def alignments(self):
+        """Of every segment that is loaded."""
+        return [int(number, 16) for number in re.findall(
+            r"^  LOAD .*(0x[0-9a-f]+)$", readelf(self.binary, "--program-headers"), re.MULTILINE)]
 
     def dynamic(self, tag):
         found = re.search(rf"\({tag}\) +(.*)", readelf(self.binary, "--dynamic-table"))
@@ -75,6 +82,13 @@ def test_no_memory_can_be_both_written_and_executed(build):
     assert ("GNU_STACK", "RW ") in flags
 
 
+def test_a_kernel_with_large_pages_can_load_the_program(build):
+    """Which arm64 alone has: of 16 KiB in Android."""
+    least = 4096 if build.name == "host" else 16384
+    assert len(build.alignments()) >= 2
+    assert [alignment for alignment in build.alignments() if alignment % least] == []
+
+
 def test_the_tables_of_addresses_are_read_only_before_the_program_starts(build):
     assert "GNU_RELRO" in [kind for kind, _ in build.segments()]
     assert "NOW" in build.dynamic("FLAGS_1")
@@ -82,6 +96,18 @@ def test_the_tables_of_addresses_are_read_only_before_the_program_starts(build):
 
 def test_the_stack_is_guarded(build):
     assert "__stack_chk_fail" in build.imports()
+
+
+def test_the_stack_is_guarded_in_a_tree_whose_own_flags_take_that_away(tmp_path):
+    """As those for armv9-a do; a module's own flags stand behind them."""
+    ours = blueprint.modules()["talmor-thermal-defaults"][1]["cflags"]
+    armv9a = ["-march=armv8.2-a+dotprod", "-mbranch-protection=standard", "-fno-stack-protector"]
+    for flags, guarded in ((ours, True), ([], False)):
+        made = tmp_path / "TextReader.o"
+        subprocess.run(["clang++-14", "--target=aarch64-linux-gnu", "-std=c++17", "-O2", *armv9a,
+                        *flags, "-I", REPOSITORY / "src", "-c", "-o", made,
+                        REPOSITORY / "src" / "base" / "TextReader.cpp"], check=True)
+        assert ("__stack_chk_fail" in readelf(made, "--symbols")) == guarded
 
 
 @pytest.mark.parametrize("name", ["cross", "host"])

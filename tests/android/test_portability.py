@@ -46,6 +46,22 @@ def test_no_source_makes_clang_warn_nor_uses_an_extension_of_the_language():
     assert (done.returncode, done.stdout) == (0, "")
 
 
+def test_what_takes_a_library_functions_place_is_declared_as_bionic_declares_it():
+    """The rest of the unit tests calls functions, which is the same everywhere."""
+    bionic = Path(__file__).parent / "bionic"
+    support = REPOSITORY / "tests" / "unit"
+    done = clang("-isystem", bionic, "-isystem", "/usr/src/googletest/googletest/include",
+                 "-I", support, "-Wno-gnu", *sorted((support / "support").glob("*.cpp")))
+    assert (done.returncode, done.stdout) == (0, "")
+
+
+def test_a_declaration_that_bionic_does_not_have_would_be_found():
+    wrong = "#include <cstdlib>\nextern \"C\" void _Exit(int) noexcept;\n"
+    bionic = ("-isystem", Path(__file__).parent / "bionic")
+    assert clang("-x", "c++", "-", stdin=wrong).returncode == 0
+    assert "exception specification" in clang(*bionic, "-x", "c++", "-", stdin=wrong).stdout
+
+
 def test_an_extension_would_be_found():
     for extension in ("int f(int a) { return a ?: 1; }", "int f() { return ({ 1; }); }",
                       "struct { int a; } x = { a: 1 };", "void f(int n) { int a[n]; a[0] = n; }",

@@ -12,7 +12,7 @@ import pytest
 from thermalctl import environment
 
 TOOL = Path(__file__).resolve().parents[2] / "tools" / "thermalctl"
-COMMANDS = ("check", "scenario", "reload", "status", "simulate", "plot")
+COMMANDS = ("check", "scenario", "reload", "status", "simulate", "plot", "integrate")
 BASH = TOOL / "completion" / "thermalctl.bash"
 ZSH = TOOL / "completion" / "_thermalctl"
 
@@ -82,9 +82,17 @@ def test_it_has_a_version(thermalctl):
     ((), "A subcommand is required"),
     (("scenario",), "NAME is required"),
     (("reload",), "FILE is required"),
-    (("night",), "A subcommand is required"),
+    (("simulat",), "there is no command 'simulat'; did you mean 'simulate'?"),
+    (("night",), "there is no command 'night'; there are check, scenario, reload, status, simulate and"
+                 " plot"),
     (("scenario", "game", "more"), "The following argument was not expected: more"),
-    (("status", "--wach"), "The following argument was not expected: --wach"),
+    (("status", "--wach"), "there is no option '--wach'; did you mean '--watch'?"),
+    (("status", "--wach=5"), "there is no option '--wach'; did you mean '--watch'?"),
+    (("status", "--quite-another"), "there is no option '--quite-another'"),
+    # And not that --workload is missing.
+    (("simulate", "--worklaod", "game"), "there is no option '--worklaod'; did you mean '--workload'?"),
+    (("check", "--format", "jsno"),
+     "--format: jsno not in {text,json,sarif,markdown}; did you mean 'json'?"),
     (("scenario", "game", "--timeout", "soon"),
      "--timeout: Value soon not in range 0.100000 to 86400.000000"),
     (("reload", "x.conf", "--timeout", "0"),
@@ -150,7 +158,8 @@ def test_bash_completes_every_option_of_a_command(thermalctl, complete_in_bash, 
 def test_bash_completes_the_rules(thermalctl, complete_in_bash):
     rules = thermalctl("check", "--list-rules").out.split()
     assert rules
-    assert sorted(complete_in_bash("check", "--disable", "")) == sorted(rules)
+    for option in ("--disable", "--error", "--warn"):
+        assert sorted(complete_in_bash("check", option, "")) == sorted(rules)
     assert sorted(complete_in_bash("check", "--explain", "")) == sorted([*rules, "all"])
 
 
@@ -167,6 +176,7 @@ def test_bash_completes_files(complete_in_bash, tmp_path, words):
 
 
 @pytest.mark.parametrize("words", [("check", "--nodes"), ("scenario", "--dir"), ("status", "--dir"),
+                                   ("status", "--root"),
                                    ("simulate", "--board"), ("simulate", "--out"),
                                    ("plot", "--board"), ("plot", "--out")])
 def test_bash_completes_directories(complete_in_bash, tmp_path, words):
@@ -175,15 +185,59 @@ def test_bash_completes_directories(complete_in_bash, tmp_path, words):
     assert complete_in_bash(*words, f"{tmp_path}/n") == [f"{tmp_path}/nodes"]
 
 
-@pytest.mark.parametrize("words", [("scenario", ""), ("scenario", "--timeout", "")])
-def test_bash_knows_no_scenarios_and_no_numbers(complete_in_bash, words):
+@pytest.mark.parametrize("words", [("scenario", "--timeout", "")])
+def test_bash_knows_no_numbers(complete_in_bash, words):
     assert complete_in_bash(*words) == []
+
+
+@pytest.fixture
+def daemons_own(tmp_path):
+    """A daemon's directory with two configurations."""
+    directory = tmp_path / "thermal"
+    (directory / "config").mkdir(parents=True)
+    (directory / "config" / "day.conf").write_text("SCEN Default\n[a]\nalgo_type monitor\n\nSCEN game\n")
+    (directory / "config" / "night.conf").write_text("SCEN Default\nSCEN night words\nSCEN\n")
+    return directory
+
+
+@pytest.fixture
+def some_board(tmp_path):
+    board = tmp_path / "board"
+    (board / "workloads").mkdir(parents=True)
+    for name in ("game.toml", "camera.csv", "README.md"):
+        (board / "workloads" / name).touch()
+    return board
+
+
+def test_bash_completes_the_scenarios_of_the_daemons_configurations(complete_in_bash, daemons_own):
+    words = ("scenario", "--dir", str(daemons_own))
+    assert complete_in_bash(*words, "") == ["Default", "game", "night"]
+    assert complete_in_bash(*words, "ga") == ["game"]
+    assert complete_in_bash("scenario", "--dir", f"{daemons_own}/no", "") == []
+
+
+def test_bash_completes_the_workloads_of_the_board_and_files(complete_in_bash, some_board, tmp_path):
+    words = ("simulate", "--board", str(some_board), "--workload")
+    assert sorted(complete_in_bash(*words, "ga")) == ["game"]
+    assert {"camera", "game"} <= set(complete_in_bash(*words, ""))
+    assert "README" not in complete_in_bash(*words, "")
+    (tmp_path / "own.toml").touch()
+    assert complete_in_bash(*words, f"{tmp_path}/o") == [f"{tmp_path}/own.toml"]
+
+
+@pytest.mark.parametrize("words", [("reload",), ("check", "--conf"), ("simulate", "--conf")])
+def test_bash_completes_configurations_and_no_other_files(complete_in_bash, tmp_path, words):
+    for name in ("night.conf", "notes.txt"):
+        (tmp_path / name).touch()
+    (tmp_path / "nights").mkdir()
+    assert sorted(complete_in_bash(*words, f"{tmp_path}/n")) == [
+        f"{tmp_path}/night.conf", f"{tmp_path}/nights"]
 
 
 @pytest.fixture
 def offered_to_zsh(tools_in_path):
     """What zsh is asked to offer for the last of some words, and the commands that it knows then."""
-    script = ('_arguments() { print -rl -- "$@" $commands }; compadd() { print -rl -- $rules }; '
+    script = ('_arguments() { print -rl -- "$@" $commands }; compadd() { print -rl -- $rules $names }; _files() { }; '
               'file=$1; shift; words=("$@"); CURRENT=$#; set --; source $file')
 
     def offered(*words, then=""):
@@ -203,18 +257,21 @@ def test_zsh_completes_every_option_of_a_command(thermalctl, offered_to_zsh, com
 
 
 @pytest.mark.parametrize("command, spec", [
-    ("check", "*--conf[A configuration for it; any number]:FILE:_files"),
-    ("check", "--format[Of the results: text, json or sarif; for --explain all also markdown]"
-              ":TEXT:(text json sarif markdown)"),
+    ("check", "*--conf[A configuration for it; any number]:FILE:_files -g '*.conf'"),
+    ("check", "--format[Of the results: text, json, sarif or github; of an explanation: text or "
+              "json, of all of them also markdown]:TEXT:(text json sarif github markdown)"),
+    ("check", "*--error[Have a rule find errors; any number]:RULE:{_thermalctl_rules}"),
+    ("check", "*--warn[Have a rule find warnings, but for what ends the daemon; any number]"
+              ":RULE:{_thermalctl_rules}"),
     ("check", "--nodes[Also look for every node, below ROOT (by itself: below /)]::ROOT:_files -/"),
     ("check", "*--disable[Leave a rule out; any number]:RULE:{_thermalctl_rules}"),
     ("check", "--explain[Print what a rule, or each of them (all), is about]"
               ":RULE:{_thermalctl_rules; compadd all}"),
     ("check", "--werror[Exit with status 1 on warnings, too]"),
-    ("scenario", "1:NAME:"),
+    ("scenario", "1:NAME:{_thermalctl_scenarios}"),
     ("scenario", "--dir[Where the daemon has its control files]:DIR:_files -/"),
     ("scenario", "--timeout[How long to wait]:SECONDS:"),
-    ("reload", "1:FILE:_files"),
+    ("reload", "1:FILE:_files -g '*.conf'"),
     ("plot", "*:LOG:_files"),
 ])
 def test_zsh_completes_what_an_option_takes(offered_to_zsh, command, spec):
@@ -233,3 +290,21 @@ def test_zsh_completes_the_commands_and_the_options_of_the_program(thermalctl, o
 def test_zsh_completes_the_rules(thermalctl, offered_to_zsh):
     rules = thermalctl("check", "--list-rules").out.splitlines()
     assert offered_to_zsh("check", "", then="; _thermalctl_rules")[-len(rules):] == rules
+
+
+def test_zsh_completes_the_scenarios_of_the_daemons_configurations(offered_to_zsh, daemons_own):
+    offered = offered_to_zsh("scenario", "--dir", str(daemons_own), "", then="; _thermalctl_scenarios")
+    assert offered[-3:] == ["Default", "game", "night"]
+
+
+def test_zsh_completes_the_workloads_of_the_board(offered_to_zsh, some_board):
+    offered = offered_to_zsh("simulate", "--board", str(some_board), "--workload", "",
+                             then="; _thermalctl_workloads")
+    assert sorted(offered[-2:]) == ["camera", "game"]
+
+
+@pytest.mark.parametrize("option, spec", [("--workload", "{_thermalctl_workloads}"),
+                                          ("--conf", "_files -g '*.conf'")])
+def test_zsh_knows_what_a_workload_and_a_configuration_are(offered_to_zsh, option, spec):
+    assert [line for line in offered_to_zsh("simulate", "")
+            if line.lstrip("*").startswith(option + "[") and line.endswith(spec)]

@@ -386,3 +386,14 @@ def test_the_guide_shows_what_a_dead_board_prints(phone):
     guide = (REPOSITORY / "docs" / "check.md").read_text()
     phone.write("board.env", "# the phone\n" + BOARD)
     assert f"\n```text\n{phone.check(confs=['day.conf']).stdout}```\n" in guide
+
+
+def test_a_reload_says_what_of_the_board_would_end_the_daemon(phone):
+    phone.write("board.env", "# the phone\n" + BOARD)
+    (phone.directory / "config").mkdir()
+    result = subprocess.run([phone.tool, "reload", "day.conf", "--env", "board.env", "--dir", "."],
+                            cwd=phone.directory, text=True, capture_output=True, timeout=60)
+    assert result.returncode == 1
+    assert result.stdout.startswith("board.env:1:1: error: ")
+    assert "24 items depend on it, and the daemon ends" in result.stdout
+    assert "was not asked for" in result.stderr

@@ -48,7 +48,7 @@ def browser(window):
 def game(tool, tmp_path):
     """A quarter of an hour of a game with both configurations; the skin passes its limit by day."""
     tool("simulate", "--board", BOARD, *(f"--conf={BOARD / name}" for name in CONFIGURATIONS),
-               "--workload", "game", "--duration", "15m", "--limit", "skin=41000",
+               "--workload", "game", "--duration", "15m", "--limit", "skin=41C",
                "--out", tmp_path / "out", status=1)
     return tmp_path / "out"
 
@@ -497,7 +497,8 @@ def test_plot_needs_a_message_of_the_daemon(tool, tmp_path):
 
 def test_plot_tells_every_file_that_it_cannot_read(tool, tmp_path):
     done = tool("plot", tmp_path / "a.log", tmp_path / "b.log", status=2)
-    assert done.err == "".join(f"thermalctl: {tmp_path / name}: cannot be read\n"
+    assert done.err == "".join(f"thermalctl: {tmp_path / name}: cannot be read: "
+                               "No such file or directory\n"
                                   for name in ("a.log", "b.log"))
 
 

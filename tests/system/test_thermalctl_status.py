@@ -2,6 +2,7 @@
 
 import os
 import re
+import shutil
 import signal
 
 import pytest
@@ -113,6 +114,63 @@ def test_it_needs_its_environment_and_its_directory(board, thermalctl, words, tm
     arguments = list(words)
     arguments[arguments.index(option) + 1] = tmp_path / path
     assert thermalctl(*arguments) == (2, "", f"thermalctl: {message.format(tmp_path / path)}\n")
+
+
+@pytest.fixture
+def image(board, tmp_path):
+    """A copy of the board's files below a folder, whose nodes have other values."""
+    root = tmp_path / "image"
+    shutil.copytree(board.box.data_dir, root / "data/vendor/thermal")
+    for name, value in (("cpu", "41000"), ("battery", "20500"), ("gpu", "3"), ("log", "")):
+        node = root / str(board.path(name)).lstrip("/")
+        node.parent.mkdir(parents=True, exist_ok=True)
+        node.write_text(value)
+    (root / "vendor/etc").mkdir(parents=True)
+    shutil.copy(board.box.env_file, root / "vendor/etc/talmor-thermal.env")
+    return root
+
+
+@pytest.mark.parametrize("slash", ["", "/"])
+def test_the_nodes_are_read_below_a_root(image, thermalctl, words, slash):
+    status, out, err = thermalctl(*words, "--root", f"{image}{slash}")
+    assert (status, err) == (0, "")
+    assert "cpu      real     41.000 C\n" in out
+    assert "gpu     gpufreq  3      3 of 9\n" in out
+
+
+def test_the_other_files_are_below_the_root_unless_named(image, board, thermalctl):
+    (image / "data/vendor/thermal/talmor-thermal.scen").write_text("game")
+    out = thermalctl("status", "--root", image).out
+    assert "scenario  game\n" in out and "41.000 C" in out
+    assert "scenario  Default\n" in thermalctl("status", "--root", image,
+                                               "--dir", board.box.data_dir).out
+    os.unlink(image / "vendor/etc/talmor-thermal.env")
+    assert thermalctl("status", "--root", image) == (
+        2, "", f"thermalctl: cannot read {image}/vendor/etc/talmor-thermal.env: No such file or"
+               " directory\n")
+    assert thermalctl("status", "--root", image, "--env", board.box.env_file).status == 0
+
+
+def test_a_node_that_is_missing_below_the_root_is_named_with_it(image, board, thermalctl, words):
+    node = f"{image}{board.path('cpu')}"
+    os.unlink(node)
+    status, out, _ = thermalctl(*words, "--root", image)
+    assert status == 1
+    assert f"missing: {node}\n" in out
+
+
+def test_what_cannot_be_read_is_told_with_the_reason(board, thermalctl, words, tmp_path):
+    (tmp_path / "file").touch()
+    data, env = str(board.box.data_dir), str(board.box.env_file)
+    for option, path, message in (
+            ("--dir", tmp_path / "file", f"not a directory: {tmp_path}/file"),
+            ("--env", tmp_path, f"cannot read {tmp_path}: Is a directory"),
+            ("--env", env.replace(".env", ".evn"),
+             f"cannot read {env.replace('.env', '.evn')}: No such file or directory; did you mean"
+             " 'talmor-thermal.env'?")):
+        arguments = list(words)
+        arguments[arguments.index(option) + 1] = path
+        assert thermalctl(*arguments) == (2, "", f"thermalctl: {message}\n"), data
 
 
 @pytest.mark.parametrize("env, coloured", [({}, True), ({"NO_COLOR": ""}, True),

@@ -210,8 +210,7 @@ const Section* Environment::device(const std::string& name) const {
 }
 
 bool Environment::isForeign() const {
-  return kind.kind == TextKind::kEmpty || kind.kind == TextKind::kConfiguration ||
-         isUnreadable(kind.kind);
+  return kind.kind == TextKind::kConfiguration || isUnreadable(kind.kind);
 }
 
 const Section* Environment::named(const std::string& name) const {

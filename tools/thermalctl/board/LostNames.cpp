@@ -44,11 +44,19 @@ std::optional<int32_t> periodOf(const Section& section, SectionKind kind) {
   return std::nullopt;
 }
 
+// Whether there is no section that could be what a name leads to.
+bool hasNothing(const Environment& environment) {
+  if (environment.isForeign()) return true;
+  return environment.breaks.empty() &&
+         std::all_of(environment.sections.begin(), environment.sections.end(),
+                     [](const Section& section) { return section.kind == SectionKind::kConfFile; });
+}
+
 } // namespace
 
 LostNames::LostNames(const Environment& environment_,
                      const std::vector<Configuration>& configurations)
-    : environment(environment_), all(environment_.isForeign()) {
+    : environment(environment_), all(hasNothing(environment_)) {
   for (const Section& section : environment.sections) {
     if (!section.readByDaemon)
       loseUnread(section);
@@ -148,12 +156,21 @@ void LostNames::count(const Item& item) {
     ++dependentsByLine[line].items;
 }
 
-std::string LostNames::dependents(int line) const {
+const LostNames::Dependents* LostNames::dependentsOf(int line) const {
   const auto found = dependentsByLine.find(all ? 0 : line);
-  if (found == dependentsByLine.end()) return "";
-  const auto& [items, virtuals, endTheDaemon] = found->second;
-  const size_t number = items > 0 ? items : virtuals;
-  return "; " + counted(number, items > 0 ? "item" : "virtual sensor") +
+  return found == dependentsByLine.end() ? nullptr : &found->second;
+}
+
+std::string LostNames::dependents(int line) const {
+  const Dependents* found = dependentsOf(line);
+  if (!found) return "";
+  const size_t number = found->items > 0 ? found->items : found->sensors;
+  return "; " + counted(number, found->items > 0 ? "item" : "virtual sensor") +
          (number == 1 ? " depends" : " depend") + " on it" +
-         (endTheDaemon || all ? ", and the daemon ends" : "");
+         (endTheDaemon(line) ? ", and the daemon ends" : "");
+}
+
+bool LostNames::endTheDaemon(int line) const {
+  const Dependents* found = dependentsOf(line);
+  return found && (found->endTheDaemon || all);
 }

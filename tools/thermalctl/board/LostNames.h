@@ -15,7 +15,7 @@
 //
 // Shape:  sensors and devices apart, as the daemon keeps them; a section whose kind nobody can
 //         guess may be either. An item counts on a name directly, or by a virtual sensor that does.
-// Errors: of a board whose file is none every name is lost, and so may be any where a section lacks
+// Errors: of a board without sections every name is lost, and so may be any where a section lacks
 //         its header.
 // Source: the environment, and the configurations for whoever counts on it.
 class LostNames {
@@ -28,8 +28,10 @@ public:
   bool hasPeriod(int32_t period) const { return any() || periods.count(period) > 0; }
 
   // "; 24 items depend on it" for a mistake in that line of the environment, with what that makes
-  // of the daemon; nothing where none does. Line 0 is the whole file.
+  // of the daemon; nothing where none does.
   std::string dependents(int line) const;
+  // Whether the daemon ends for it.
+  bool endTheDaemon(int line) const;
 
 private:
   struct Dependents {
@@ -45,6 +47,7 @@ private:
   void losePeriod(const Section& section, SectionKind kind);
   void count(const Section& section);
   void count(const Item& item);
+  const Dependents* dependentsOf(int line) const;
   bool any() const { return all || nameless; }
   // The lines of the mistakes for which nothing is found under a name.
   void addLine(std::set<int>& lines, const std::map<std::string, int>& names,

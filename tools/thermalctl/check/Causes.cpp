@@ -45,7 +45,9 @@ void joinWithLookAlikes(std::vector<Finding>& findings) {
   for (const Finding& finding : findings) {
     const auto cause = lookAlikes.find(placeOf(finding));
     if (cause == lookAlikes.end() || finding.rule == kLookAlikeCharacter) continue;
-    if (told.insert(cause->first).second) cause->second->message += "; " + finding.message;
+    if (!told.insert(cause->first).second) continue;
+    cause->second->message += "; " + finding.message;
+    cause->second->end = std::max(cause->second->end, finding.end);
   }
   dropIf(findings, [&](const Finding& finding) {
     return finding.rule != kLookAlikeCharacter && lookAlikes.count(placeOf(finding)) > 0;

@@ -1,9 +1,14 @@
 #include "command/CommandLine.h"
 
+#include <algorithm>
 #include <iostream>
 
 // Compiled here alone: it takes longer than all of the commands together.
 #include <CLI/CLI.hpp>
+
+#include "text/Characters.h"
+#include "text/Nearest.h"
+#include "text/Phrases.h"
 
 namespace {
 
@@ -19,7 +24,41 @@ constexpr char kExamples[] =
     "Exit status: 0 fine, 1 problems found, 2 could not run.";
 
 std::string wrongCommandLine(const std::string& what) {
-  return "thermalctl: " + what + "\nRun with --help for more information.\n";
+  return "thermalctl: " + visible(what) + "\nRun with --help for more information.\n";
+}
+
+std::string withHint(const std::string& what, const std::string& word,
+                     const std::vector<std::string>& known) {
+  const std::string hint = didYouMean(word, known);
+  return hint.empty() ? what : what + "; " + hint;
+}
+
+std::string noSuchCommand(const std::string& word, const std::vector<Command>& commands) {
+  std::vector<std::string> names;
+  for (const Command& command : commands)
+    names.emplace_back(command.name);
+  const std::string what = "there is no command '" + word + "'";
+  return what + "; " + didYouMean(word, names, "there are " + enumerated(names));
+}
+
+std::string noSuchOption(const std::string& word, const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options())
+    if (!option->get_lnames().empty()) names.push_back("--" + option->get_lnames().front());
+  const std::string name = word.substr(0, word.find('='));
+  return withHint("there is no option '" + name + "'", name, names);
+}
+
+// The cause of an error of the library's, where there is one that it does not see: a word that is
+// nearly right leaves another one missing.
+std::optional<std::string> mistypedWord(const CLI::App& app, const std::vector<Command>& commands) {
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  for (const std::string& word : app.remaining(true)) {
+    const bool isOption = word.size() > 1 && word.front() == '-';
+    if (isOption) return noSuchOption(word, chosen.empty() ? app : *chosen.front());
+    if (chosen.empty()) return noSuchCommand(word, commands);
+  }
+  return std::nullopt;
 }
 
 void addCommand(CLI::App& app, const Command& command, int& status) {
@@ -55,7 +94,11 @@ const CommandOption& CommandOption::isRequired() const {
 }
 
 const CommandOption& CommandOption::isOneOf(const std::vector<std::string>& words) const {
-  option->check(CLI::IsMember(words));
+  const auto complaint = [words](const std::string& word) {
+    if (std::find(words.begin(), words.end(), word) != words.end()) return std::string();
+    return withHint(word + " not in " + CLI::detail::generate_set(words), word, words);
+  };
+  option->check(CLI::Validator(complaint, CLI::detail::generate_set(words)));
   return *this;
 }
 
@@ -89,8 +132,9 @@ int runCommand(const std::vector<Command>& commands, int argc, char* argv[]) {
   int status = kFine;
   app.require_subcommand(1);
   app.set_version_flag("--version", "thermalctl " THERMALCTL_VERSION, "Print the version and exit");
-  app.failure_message(
-      [](const CLI::App*, const CLI::Error& error) { return wrongCommandLine(error.what()); });
+  app.failure_message([&commands](const CLI::App* whole, const CLI::Error& error) {
+    return wrongCommandLine(mistypedWord(*whole, commands).value_or(error.what()));
+  });
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.footer(kExamples);
   for (const Command& command : commands)

@@ -9,9 +9,10 @@ Command reloadCommand();
 Command statusCommand();
 Command simulateCommand();
 Command plotCommand();
+Command integrateCommand();
 
 // In the order in which the help shows them.
 inline std::vector<Command> allCommands() {
-  return {checkCommand(),  scenarioCommand(), reloadCommand(),
-          statusCommand(), simulateCommand(), plotCommand()};
+  return {checkCommand(),    scenarioCommand(), reloadCommand(),   statusCommand(),
+          simulateCommand(), plotCommand(),     integrateCommand()};
 }

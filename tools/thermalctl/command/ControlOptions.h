@@ -48,5 +48,8 @@ template <typename Request> Answer askInTurn(const ControlOptions& options, Requ
 inline ExitStatus explainFailure(const Answer& answer) {
   if (answer.outcome == Outcome::kOvertaken)
     return complain(kProblems, "another writer has asked for " + answer.word + " meanwhile");
+  if (answer.outcome == Outcome::kSwallowed)
+    return complain(kProblems, "another writer has asked in the moment of the daemon's answer, "
+                               "which lies over its word: it has to ask again");
   return complain(kCouldNotRun, "cannot write " + answer.word + ": " + answer.error.message());
 }

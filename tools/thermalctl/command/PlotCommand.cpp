@@ -1,17 +1,31 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <deque>
 #include <iostream>
+#include <memory>
 #include <optional>
+#include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "base/Log.h"
-#include "base/TextReader.h"
+#include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/Verdict.h"
 #include "file/Names.h"
 #include "log/BoardFolder.h"
 #include "log/CsvRecording.h"
 #include "log/LogRecording.h"
+#include "log/Window.h"
+#include "report/Comparison.h"
 #include "report/RunReport.h"
+#include "simulate/Numbers.h"
+#include "text/Characters.h"
+#include "text/Nearest.h"
 #include "text/Phrases.h"
+#include "toml/Problems.h"
+#include "trace/Limit.h"
 
 namespace {
 
@@ -19,15 +33,25 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  thermalctl plot phone.log --board boards/phone --out report\n"
     "  thermalctl plot phone.log simulated/trace.csv --board boards/phone --out both\n"
+    "  adb logcat -d | thermalctl plot - --board boards/phone --from 10m --to 20m\n"
     "\n"
-    "adb logcat -d -v threadtime > phone.log takes a device's log.\n"
-    "Exit status: 0 fine, 2 could not run: a file that cannot be read or written, a log without a\n"
-    "message of the daemon, or without times where no --board has the sensors' periods.";
+    "A log may be in any of logcat's formats, or what the daemon writes on a host; in UTF-8 or\n"
+    "UTF-16; compressed with gzip; and in parts, in any order. Of a log and a simulated run the\n"
+    "differences are shown, too.\n"
+    "\n"
+    "Exit status: 0 fine and every limit kept, 1 a limit was passed, 2 could not run: a board "
+    "with\n"
+    "errors, a file that cannot be read or written, a log without a message of the daemon, or\n"
+    "without times where no --board has the sensors' periods, 3 no verdict: a sensor with a limit\n"
+    "has no sample.";
 
 struct Options {
   std::vector<std::string> logs;
   std::string board;
   std::string out;
+  std::vector<std::string> limits;
+  std::string from;
+  std::string to;
 };
 
 bool fail(const std::string& what) {
@@ -35,79 +59,237 @@ bool fail(const std::string& what) {
   return false;
 }
 
-std::string tornText(size_t torn, size_t first) {
-  if (torn == 0) return "";
-  return ", " + counted(torn, "torn line") + " (the first is line " + std::to_string(first) + ")";
+// One of the records that the user gives, open and gone through.
+struct Source {
+  std::string name; // of all its files
+  std::unique_ptr<LineSource> lines;
+  std::unique_ptr<Recording> recording;
+  Comparison::Origin origin = Comparison::Origin::kLive;
+};
+
+bool isTrace(LineFile& file) {
+  std::string_view line;
+  const bool is = file.next(line) && isCsvTrace(line);
+  file.rewind();
+  return is;
 }
 
-bool plotCsv(const std::string& path, const std::string& text, const Options& options,
-             const BoardFolder* board, RunReport& report) {
-  const std::string prefix = options.logs.size() > 1 ? shortName(path, options.logs) + ": " : "";
-  const CsvCounts counts = playCsv(text, prefix, board, report);
-  std::cerr << path << ": " << counted(counts.runs, "simulated run") << " in "
-            << counted(counts.lines, "line") << tornText(counts.torn, counts.firstTorn) << "\n";
-  return true;
-}
+// What the user gives, in the order in which he gives it; parts of one log are one.
+class Sources {
+public:
+  Sources(const Options& options_, const BoardFolder* board_) : options(options_), board(board_) {}
 
-bool plotLog(const std::string& path, const std::string& text, const Options& options,
-             const BoardFolder* board, RunReport& report) {
-  const LogReader::Counts counts = playLog(text, shortName(path, options.logs), board, report);
-  if (counts.ours == 0) return fail(path + ": no message of the daemon is in it");
-  std::cerr << path << ": " << counted(counts.ours, "message") << " of the daemon in "
-            << counted(counts.lines, "line") << tornText(counts.torn, counts.firstTorn) << "\n";
-  if (counts.clockSet > 0)
-    std::cerr << path << ": the clock was set " << counted(counts.clockSet, "time")
-              << "; what it jumped is left out\n";
-  if (counts.withoutTime == 0) return true;
-  if (board) {
-    std::cerr << path << ": " << counted(counts.withoutTime, "message")
-              << " without a time, which the sensors' periods stand in for\n";
+  // Tells on standard error what there is to know of each. False if one is of no use.
+  bool read() {
+    if (!openAll()) return false;
+    for (std::vector<JoinedLog::Part>& parts : records) {
+      if (parts.size() == 1 && isTrace(*parts.front().file))
+        addTrace(parts.front());
+      else
+        addLog(std::move(parts));
+    }
+    // All of them, even behind one that cannot be used: so one look shows all that is wrong.
+    const auto usable = std::count_if(all.begin(), all.end(), tell);
+    tellDamage();
+    return good = usable == static_cast<ptrdiff_t>(all.size());
+  }
+  bool areRead() const { return good; }
+
+  // What a limit may be of.
+  std::set<std::string> names() const {
+    std::set<std::string> names;
+    for (const Source& source : all)
+      names.merge(source.recording->names());
+    return names;
+  }
+
+  std::string title() const {
+    std::string title;
+    for (const Source& source : all)
+      title += (title.empty() ? "" : ", ") + source.name;
+    return title;
+  }
+
+  std::deque<Source> all;
+
+private:
+  bool openAll() {
+    bool readable = true;
+    std::vector<JoinedLog::Part> logs;
+    for (const std::string& path : options.logs) {
+      files.emplace_back(path);
+      if (!files.back().problem().empty()) readable = fail(path + ": " + files.back().problem());
+      (isTrace(files.back()) ? traces : logs).push_back({path, &files.back(), {}});
+    }
+    if (!readable) return false;
+    records = partsOfLogs(std::move(logs));
+    for (const JoinedLog::Part& trace : traces)
+      records.push_back({trace});
+    const auto placeOf = [this](const std::vector<JoinedLog::Part>& parts) {
+      auto first = options.logs.end();
+      for (const JoinedLog::Part& part : parts)
+        first = std::min(first, std::find(options.logs.begin(), options.logs.end(), part.name));
+      return first;
+    };
+    std::stable_sort(records.begin(), records.end(),
+                     [&](const auto& a, const auto& b) { return placeOf(a) < placeOf(b); });
     return true;
   }
-  return fail(path + ": " + counted(counts.withoutTime, "message") +
-              " without a time; with --board the sensors' periods stand in for it");
+
+  void addTrace(const JoinedLog::Part& file) {
+    const std::string prefix =
+        options.logs.size() > 1 ? shortName(file.name, options.logs) + ": " : "";
+    Source source{file.name, nullptr, nullptr, Comparison::Origin::kSimulated};
+    source.recording = std::make_unique<CsvRecording>(*file.file, prefix, board);
+    all.push_back(std::move(source));
+  }
+
+  void addLog(std::vector<JoinedLog::Part> parts) {
+    std::vector<std::string> names;
+    for (const JoinedLog::Part& part : parts)
+      names.push_back(part.name == "-" ? "standard input" : part.name);
+    const std::string run =
+        parts.front().name == "-" ? names.front() : shortName(parts.back().name, options.logs);
+    Source source{enumerated(names), std::make_unique<JoinedLog>(std::move(parts)), nullptr,
+                  Comparison::Origin::kLive};
+    source.recording = std::make_unique<LogRecording>(*source.lines, run, board);
+    all.push_back(std::move(source));
+  }
+
+  static bool tell(const Source& source) {
+    if (const auto problem = source.recording->problem())
+      return fail(source.name + ": " + *problem);
+    for (const std::string& remark : source.recording->remarks())
+      std::cerr << visible(source.name + ": " + remark) << "\n";
+    return true;
+  }
+
+  void tellDamage() const {
+    for (size_t i = 0; i < files.size(); ++i) {
+      if (!files[i].damage().empty())
+        std::cerr << visible(options.logs[i] + ": " + files[i].damage()) << "\n";
+    }
+  }
+
+  const Options& options;
+  const BoardFolder* board;
+  bool good = false;
+  std::deque<LineFile> files;
+  std::vector<JoinedLog::Part> traces;
+  std::vector<std::vector<JoinedLog::Part>> records;
+};
+
+// As a duration, or as the report shows a time.
+std::optional<int64_t> parseTimeOfRun(const std::string& text) {
+  static const std::regex kClock(R"((\d{1,6}):([0-5]\d):([0-5]\d(?:\.\d{1,3})?))");
+  std::smatch parts;
+  if (!std::regex_match(text, parts, kClock)) return parseDuration(text);
+  return parseDuration(parts[1].str() + "h" + parts[2].str() + "m" + parts[3].str() + "s");
 }
 
-bool plot(const std::string& path, const Options& options, const BoardFolder* board,
-          RunReport& report) {
-  const std::optional<std::string> text = readFile(path);
-  if (!text) return fail(path + ": cannot be read");
-  return (isCsvTrace(*text) ? plotCsv : plotLog)(path, *text, options, board, report);
+// The stretch that is asked for; nothing if it cannot be.
+std::optional<Window::Times> timesOf(const Options& options) {
+  Window::Times times;
+  bool good = true;
+  const auto take = [&good](const char* option, const std::string& text, int64_t& time) {
+    if (text.empty()) return;
+    const std::optional<int64_t> parsed = parseTimeOfRun(text);
+    if (parsed)
+      time = *parsed;
+    else
+      good = fail(std::string(option) + " " + text +
+                  ": is no time since the start of the run, such as 90s, 15m, 1h30m or 0:15:00");
+  };
+  take("--from", options.from, times.from);
+  take("--to", options.to, times.to);
+  if (good && times.from >= times.to)
+    good = fail("--from " + options.from + " --to " + options.to + ": nothing lies between them");
+  return good ? std::optional(times) : std::nullopt;
 }
 
-std::string titleOf(const Options& options) {
-  std::string title;
-  for (const std::string& path : options.logs)
-    title += (title.empty() ? "" : ", ") + shortName(path, options.logs);
-  return title;
+std::vector<Limit> readLimits(const std::vector<std::string>& texts, Problems& problems) {
+  std::vector<Limit> limits;
+  for (const std::string& text : texts) {
+    LimitText read = readLimit(text);
+    if (read.limit)
+      limits.push_back(std::move(*read.limit));
+    else
+      problems.add({"--limit " + text, {}, read.wrong, read.hint});
+  }
+  return limits;
+}
+
+// A limit of a sensor that is in none of the runs would always be kept.
+void setLimits(const std::vector<Limit>& limits, const Sources& sources, Problems& problems) {
+  const std::set<std::string> names = sources.names();
+  for (const Limit& limit : limits) {
+    const std::string name = (limit.ofNode ? "node:" : "") + limit.name;
+    if (names.count(name) == 0)
+      problems.add({"--limit",
+                    {},
+                    "no run has " + quoted(name),
+                    didYouMean(name, {names.begin(), names.end()})});
+  }
+  for (const Source& source : sources.all)
+    source.recording->setLimits(limits);
+}
+
+// Nothing, and the reasons told, if it cannot be relied on.
+std::optional<BoardFolder> readBoard(const std::string& folder) {
+  std::vector<std::string> problems;
+  std::optional<BoardFolder> board;
+  const auto files = BoardFolder::find(folder, problems);
+  if (files && !passesCheck(files->environment, files->configurations))
+    problems.push_back("nothing is shown: the check has found errors");
+  else if (files)
+    board.emplace(*files, problems);
+  for (const std::string& problem : problems)
+    fail(problem);
+  return problems.empty() ? std::move(board) : std::nullopt;
+}
+
+void play(const Sources& sources, const Window::Times& times, RunReport& report,
+          Comparison& comparison) {
+  report.alsoTo(comparison);
+  Window window(times, report);
+  const bool isWhole = times.from == 0 && times.to == Window::Times().to;
+  for (const Source& source : sources.all) {
+    comparison.nextAre(source.origin);
+    source.recording->play(isWhole ? static_cast<TraceSink&>(report) : window);
+    if (!isWhole && window.endOfRun() < times.from)
+      std::cerr << visible(source.name) << ": ends at " << clockTime(window.endOfRun() / 1000)
+                << ", before what is to be shown begins\n";
+  }
 }
 
 ExitStatus runPlot(const Options& options) {
-  std::vector<std::string> problems;
   std::optional<BoardFolder> board;
-  if (!options.board.empty()) board.emplace(options.board, problems);
-  for (const std::string& problem : problems)
-    fail(problem);
-  if (!problems.empty()) return kCouldNotRun;
+  if (!options.board.empty()) board = readBoard(options.board);
+  const std::optional<Window::Times> times = timesOf(options);
+  Problems problems;
+  const std::vector<Limit> limits = readLimits(options.limits, problems);
+  Sources sources(options, board ? &*board : nullptr);
+  const bool usable = (board || options.board.empty()) && times && problems.none();
+  if (usable && sources.read()) setLimits(limits, sources, problems);
+  problems.print(std::cerr, colourFor(STDERR_FILENO));
+  if (!usable || !sources.areRead() || !problems.none()) return kCouldNotRun;
 
   RunReport report;
   if (!options.out.empty()) {
-    if (const auto error = report.writeTo(options.out, titleOf(options)))
+    if (const auto error = report.writeTo(options.out, sources.title()))
       return complain(kCouldNotRun, *error);
   }
-  bool all = true;
-  // All of them, even behind one that cannot be used: so one look shows all that is wrong.
-  for (const std::string& path : options.logs)
-    all &= plot(path, options, board ? &*board : nullptr, report);
+  Comparison comparison;
+  play(sources, *times, report, comparison);
   if (const auto error = report.finish()) return complain(kCouldNotRun, *error);
-  if (!all) return kCouldNotRun;
   report.summary().print(std::cout);
-  return kFine;
+  comparison.print(std::cout);
+  return verdictOf(report.summary());
 }
 
 void addOptions(CommandLine& line, Options& options) {
   line.option("LOG", &options.logs,
-              "A log in one of logcat's formats, or a trace.csv of a simulated run")
+              "A log of a device, or a trace.csv of simulated runs; - is standard input")
       .isRequired()
       .takes("FILE");
   line.option("--board", &options.board,
@@ -115,6 +297,15 @@ void addOptions(CommandLine& line, Options& options) {
       .takes("DIR");
   line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
+  line.option("--limit", &options.limits,
+              "Temperature with its unit that a sensor, or with node: a node of a simulated run's "
+              "plant, must not pass, such as skin=43C")
+      .takes("NAME=TEMPERATURE")
+      .takesAll();
+  line.option("--from", &options.from,
+              "Show each run from this time on, such as 90s, 15m or 0:15:00")
+      .takes("TIME");
+  line.option("--to", &options.to, "Show each run up to this time").takes("TIME");
 }
 
 } // namespace

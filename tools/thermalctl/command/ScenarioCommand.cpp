@@ -1,11 +1,19 @@
 #include <iostream>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 #include <fmt/format.h>
 
+#include "base/TextReader.h"
+#include "board/Configuration.h"
 #include "command/Commands.h"
 #include "command/ControlOptions.h"
 #include "control/ScenarioRequest.h"
+#include "file/Names.h"
 #include "text/Characters.h"
+#include "text/Nearest.h"
 
 namespace {
 
@@ -19,26 +27,44 @@ constexpr char kExamples[] =
     "  thermalctl scenario Default --timeout 30\n"
     "  thermalctl scenario game --dir /tmp/board/data/vendor/thermal\n"
     "\n"
-    "It takes two to three seconds. While it waits it asks the daemon which scenario is in\n"
-    "force; the daemon's log shows that as \"No scen file\".\n"
+    "It takes two to three seconds: it watches how the daemon comes by its files, and writes\n"
+    "nothing but the name. What another writer asks for meanwhile stands.\n"
     "\n"
     "Exit status: 0 the scenario is in force, 1 the daemon has refused it or another writer has\n"
     "asked for another one meanwhile, 2 no answer, or the file could not be written.";
 
+// Of every configuration that the daemon might have: which of them is in force, no file
+// tells.
+std::vector<std::string> declaredScenarios(const ControlDirectory& directory) {
+  std::set<std::string> scenarios;
+  for (const std::string& name : namesBeside(directory.configurations)) {
+    const std::string path = directory.configurations + name;
+    const std::optional<std::string> content = readFile(path);
+    if (content) scenarios.merge(readConfiguration(path, *content, Environment()).scenarios);
+  }
+  return {scenarios.begin(), scenarios.end()};
+}
+
+ExitStatus tellRefusal(const Options& options, const std::string& inForce) {
+  const std::string hint =
+      didYouMean(options.name, declaredScenarios(ControlDirectory(options.directory)));
+  return complain(kProblems, "the configuration has no scenario '" + options.name + "'; " +
+                                 inForce + " stays in force" + (hint.empty() ? "" : "; " + hint));
+}
+
 ExitStatus run(const Options& options) {
   if (!isOneWord(options.name))
     return complain(kCouldNotRun, "no scenario can be called '" + options.name + "'");
-  ControlFile file(ControlDirectory(options.directory).scenarioFile);
+  const ControlDirectory directory(options.directory);
   const Answer answer = askInTurn(options, [&](Waiting& waiting) {
-    return askForScenario(file, options.name, options.timeoutTime(), waiting);
+    return askForScenario(directory, options.name, options.timeoutTime(), waiting);
   });
   switch (answer.outcome) {
   case Outcome::kInForce:
     std::cout << visible(options.name) << " is in force\n";
     return kFine;
   case Outcome::kRefused:
-    return complain(kProblems, "the configuration has no scenario '" + options.name + "'; " +
-                                   answer.word + " stays in force");
+    return tellRefusal(options, answer.word);
   case Outcome::kNoAnswer:
     return complain(kCouldNotRun,
                     fmt::format("no answer within {:g} s: is the daemon running, is {} its "

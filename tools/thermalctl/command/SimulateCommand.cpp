@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <iostream>
@@ -9,14 +10,19 @@
 
 #include "base/Log.h"
 #include "base/Names.h"
+#include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/Verdict.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
 #include "simulate/Numbers.h"
+#include "terminal/Colour.h"
 #include "terminal/ProgressLine.h"
 #include "text/Characters.h"
+#include "text/Nearest.h"
 #include "text/Phrases.h"
+#include "trace/Limit.h"
 
 namespace {
 
@@ -38,13 +44,16 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  thermalctl simulate --board boards/phone --workload game --out report\n"
     "  thermalctl simulate --board boards/phone --workload game --conf old.conf --conf new.conf\n"
-    "  thermalctl simulate --board boards/phone --workload camera --limit skin=43000\n"
+    "  thermalctl simulate --board boards/phone --workload camera --limit skin=43C\n"
     "\n"
     "The daemon's own code runs in virtual time, an hour in less than a second. A table goes to\n"
     "standard output; --out adds trace.csv, trace.json for the Perfetto UI, and report.html.\n"
     "\n"
-    "Exit status: 0 every limit was kept, 1 a sensor has passed its limit, 2 a file is wrong or\n"
-    "could not be read or written.";
+    "Exit status: 0 every limit was kept, 1 a sensor or its node has passed its limit, 2 a file "
+    "is\n"
+    "wrong or could not be read or written, 3 no verdict: the daemon stood still, or a sensor "
+    "with\n"
+    "a limit never had a sample.";
 
 // Tells on standard error how far a run is.
 class Progress {
@@ -75,29 +84,52 @@ private:
 
 void setLimits(const std::vector<std::string>& limits, SimulationRequest& request,
                Problems& problems) {
-  for (const std::string& limit : limits) {
-    // A sensor's name may hold an "=", a number does not.
-    const size_t equals = limit.rfind('=');
-    const std::string number = equals == std::string::npos ? "" : limit.substr(equals + 1);
-    char* end = nullptr;
-    const long value = std::strtol(number.c_str(), &end, 10);
-    if (number.empty() || *end != '\0' || value != static_cast<int32_t>(value))
-      problems.add("--limit " + limit, 0,
-                   "must be a sensor and millidegrees Celsius, such as skin=43000");
+  for (const std::string& text : limits) {
+    const LimitText read = readLimit(text);
+    if (read.limit)
+      request.limits.push_back(*read.limit);
     else
-      request.limits[limit.substr(0, equals)] = static_cast<int32_t>(value);
+      problems.add({"--limit " + text, {}, read.wrong, read.hint});
   }
 }
 
+// The names of the board's own.
+std::vector<std::string> workloadNames(const fs::path& folder) {
+  std::vector<std::string> names;
+  std::error_code ignored;
+  for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+    const fs::path& path = entry.path();
+    if (path.extension() == ".csv" || path.extension() == ".toml") names.push_back(path.stem());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 // A name of the board's own goes before a file of that name where the user stands.
-std::string workloadPath(const Options& options) {
+std::string workloadPath(const Options& options, Problems& problems) {
+  if (options.board.empty()) return options.workload;
   std::error_code ignored;
   const fs::path folder = fs::path(options.board) / "workloads";
   for (const char* ending : {".csv", ".toml"}) {
     const fs::path path = folder / (options.workload + ending);
-    if (!options.board.empty() && fs::is_regular_file(path, ignored)) return path;
+    if (fs::is_regular_file(path, ignored)) return path;
   }
+  // What looks like a path is one: that it cannot be read is told where it is read.
+  const bool isName = fs::path(options.workload).filename() == options.workload;
+  const std::vector<std::string> names = workloadNames(folder);
+  if (isName && !names.empty() && !fs::exists(options.workload, ignored))
+    problems.add({"--workload " + options.workload,
+                  {},
+                  "is no file, and no workload of " + options.board,
+                  didYouMean(options.workload, names, "there are " + listed(names))});
   return options.workload;
+}
+
+void requireBoard(const std::string& board, Problems& problems) {
+  std::error_code error;
+  if (board.empty() || fs::is_directory(board, error)) return;
+  problems.add(
+      {"--board " + board, {}, error ? "cannot be read: " + error.message() : "is no folder"});
 }
 
 // The files that the user names, and for the rest those of the board, which are called as on a
@@ -106,16 +138,17 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   const auto fromBoard = [&](const std::string& named, const char* option, const char* path) {
     if (!named.empty()) return named;
     if (options.board.empty())
-      problems.add(option, 0, "is missing, and there is no --board to take it from");
+      problems.add({option, {}, "is missing, and there is no --board to take it from"});
     return (fs::path(options.board) / fs::path(path).filename()).string();
   };
   SimulationRequest request;
+  requireBoard(options.board, problems);
   request.environment = fromBoard(options.environment, "--env", kEnvironmentFile);
   request.configurations = options.configurations;
   if (request.configurations.empty())
     request.configurations.push_back(fromBoard("", "--conf", kFactoryConfiguration));
   request.plant = fromBoard(options.plant, "--plant", "plant.toml");
-  request.workload = workloadPath(options);
+  request.workload = workloadPath(options, problems);
   request.configurationFolder = options.board;
   request.seed = options.seed;
   setLimits(options.limits, request, problems);
@@ -123,8 +156,16 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   if (duration && *duration > 0)
     request.duration = *duration;
   else
-    problems.add("--duration " + options.duration, 0, "must be a time above 0, such as 90s or 1h");
+    problems.add(
+        {"--duration " + options.duration, {}, "must be a time above 0, such as 90s or 1h"});
   return request;
+}
+
+void tellShortRows(const std::string& file, const std::vector<int>& rows) {
+  if (rows.empty()) return;
+  complain(kFine, file + ": " + counted(rows.size(), "row") +
+                      " with fewer cells than columns, the first in line " +
+                      std::to_string(rows.front()) + ": what is missing counts as empty");
 }
 
 void simulate(const std::vector<RunInput>& runs, RunReport& report) {
@@ -144,13 +185,17 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
 ExitStatus runSimulation(const Options& options) {
   Problems problems;
   const SimulationRequest request = requestOf(options, problems);
-  std::vector<RunInput> runs;
-  if (problems.none()) runs = readInputs(request, problems);
+  const SimulationInputs inputs =
+      problems.none() ? readInputs(request, problems) : SimulationInputs();
+  // What is wrong with the board's own files comes first: the rest may only follow from it.
+  if (!inputs.configurations.empty() && !passesCheck(request.environment, inputs.configurations))
+    return complain(kCouldNotRun, "nothing was run: the check has found errors");
   if (!problems.none()) {
-    problems.print(std::cerr);
+    problems.print(std::cerr, colourFor(STDERR_FILENO));
     return kCouldNotRun;
   }
 
+  tellShortRows(request.workload, inputs.runs.front().workload.shortRows);
   RunReport report;
   if (!options.out.empty()) {
     const std::string title = fs::path(request.workload).stem().string() + " on " +
@@ -158,10 +203,10 @@ ExitStatus runSimulation(const Options& options) {
     if (const auto error = report.writeTo(options.out, title))
       return complain(kCouldNotRun, *error);
   }
-  simulate(runs, report);
+  simulate(inputs.runs, report);
   if (const auto error = report.finish()) return complain(kCouldNotRun, *error);
   report.summary().print(std::cout);
-  return report.summary().passedALimit() ? kProblems : kFine;
+  return verdictOf(report.summary());
 }
 
 void addOptions(CommandLine& line, Options& options) {
@@ -184,9 +229,11 @@ void addOptions(CommandLine& line, Options& options) {
       .takes("TIME");
   line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
-  line.option("--limit", &options.limits,
-              "Temperature that a sensor must not pass; if one does, the exit status is 1")
-      .takes("SENSOR=MILLIDEGREES")
+  line.option(
+          "--limit", &options.limits,
+          "Temperature with its unit that a sensor and the node it reads, or with node: a node of "
+          "the plant, must not pass, such as skin=43C or node:case=45C")
+      .takes("NAME=TEMPERATURE")
       .takesAll();
   line.option("--seed", &options.seed, "Of the sensors' noise").showsDefault();
 }

@@ -2,11 +2,13 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <limits>
 
 #include "base/Names.h"
 #include "base/TextReader.h"
+#include "check/Inspection.h"
 #include "command/Commands.h"
 #include "command/ControlOptions.h"
 #include "status/BoardStatus.h"
@@ -18,14 +20,21 @@ namespace {
 
 struct Options : ControlOptions {
   std::string environment = kEnvironmentFile;
+  std::string root;
   bool watch = false;
 };
+
+// Below the root, unless the user has named another place for it.
+std::string placeOf(const std::string& path, const char* usual, const std::string& root) {
+  return path == usual ? root + path : path;
+}
 
 constexpr char kExamples[] =
     "Examples:\n"
     "  thermalctl status\n"
     "  thermalctl status --watch\n"
     "  thermalctl status --env board.env --dir /tmp/board/data/vendor/thermal\n"
+    "  thermalctl status --root /tmp/board\n"
     "\n"
     "It only reads, and disturbs nobody. The files do not tell whether a daemon is running, nor\n"
     "whether it has already taken the scenario over that someone has asked for: thermalctl "
@@ -36,18 +45,17 @@ constexpr char kExamples[] =
     "the\n"
     "directory cannot be read, or --watch is not on a terminal.";
 
-ExitStatus show(const ControlDirectory& directory, const Environment& environment) {
-  const BoardStatus status = readStatus(directory, environment);
+ExitStatus show(const BoardStatus& status) {
   for (const TerminalLine& line : tableOf(status))
     std::cout << shown(line, colourFor(STDOUT_FILENO), std::numeric_limits<size_t>::max()) << '\n';
   return status.hasFault() ? kProblems : kFine;
 }
 
-ExitStatus watch(const ControlDirectory& directory, const Environment& environment) {
+ExitStatus watch(const std::function<BoardStatus()>& look) {
   if (!LiveTerminal::isPossible()) return complain(kCouldNotRun, "--watch needs a terminal");
   LiveTerminal terminal;
   do {
-    std::vector<TerminalLine> lines = tableOf(readStatus(directory, environment));
+    std::vector<TerminalLine> lines = tableOf(look());
     lines.push_back({});
     lines.push_back({"every second; q quits"});
     terminal.draw(lines, colourFor(STDOUT_FILENO));
@@ -55,18 +63,35 @@ ExitStatus watch(const ControlDirectory& directory, const Environment& environme
   return kFine;
 }
 
-ExitStatus run(const Options& options) {
+// A slash at its end would stand twice in every path.
+std::string rootOf(std::string root) {
+  while (!root.empty() && root.back() == '/')
+    root.pop_back();
+  return root;
+}
+
+std::optional<std::string> faultOf(const std::string& directory) {
   std::error_code error;
-  if (!std::filesystem::is_directory(options.directory, error))
-    return complain(kCouldNotRun, "no such directory: " + options.directory);
-  const std::optional<std::string> content = readFile(options.environment);
-  if (!content) {
-    error = {errno, std::generic_category()};
-    return complain(kCouldNotRun, "cannot read " + options.environment + ": " + error.message());
-  }
-  const Environment environment = readEnvironment(options.environment, *content);
-  const ControlDirectory directory(options.directory);
-  return options.watch ? watch(directory, environment) : show(directory, environment);
+  const std::filesystem::file_status status = std::filesystem::status(directory, error);
+  if (status.type() == std::filesystem::file_type::not_found)
+    return "no such directory: " + directory;
+  if (error) return "cannot read " + directory + ": " + error.message();
+  if (!std::filesystem::is_directory(status)) return "not a directory: " + directory;
+  return std::nullopt;
+}
+
+ExitStatus run(const Options& options) {
+  const std::string root = rootOf(options.root);
+  const ControlDirectory directory(placeOf(options.directory, kDataDirectory, root));
+  const std::string file = placeOf(options.environment, kEnvironmentFile, root);
+  if (const auto fault = faultOf(directory.path)) return complain(kCouldNotRun, *fault);
+  errno = 0;
+  const std::optional<std::string> content = readFile(file);
+  if (!content)
+    return complain(kCouldNotRun, describe({file, std::generic_category().message(errno)}));
+  const Environment environment = readEnvironment(file, *content);
+  const auto look = [&] { return readStatus(directory, environment, root); };
+  return options.watch ? watch(look) : show(look());
 }
 
 void addOptions(CommandLine& line, Options& options) {
@@ -74,6 +99,9 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--env", &options.environment, "The environment file of the running daemon")
       .takes("FILE")
       .showsDefault();
+  line.option("--root", &options.root,
+              "Folder below which the nodes are, and the other two unless named")
+      .takes("DIR");
   line.flag("--watch", &options.watch, "Draw the table anew each second, until q is pressed");
 }
 

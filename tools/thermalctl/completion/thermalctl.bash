@@ -23,6 +23,48 @@ _thermalctl_value_of() {
   done < <(_thermalctl_entries Options)
 }
 
+# Configurations, and the folders in which there may be some.
+_thermalctl_configurations() {
+  mapfile -t COMPREPLY < <(compgen -f -X '!*.conf' -- "$1"; compgen -d -- "$1")
+  compopt -o filenames 2>/dev/null || true
+}
+
+# What the user has given an option, or what the help says that it is otherwise.
+_thermalctl_given() {
+  local i value
+  for ((i = 2; i < COMP_CWORD; i++)); do
+    [[ ${COMP_WORDS[i - 1]} != "$1" ]] || value=${COMP_WORDS[i]}
+  done
+  [[ -n $value ]] || value=$(_thermalctl_value_of "$1" | sed -n 's/^[^=]*=//p')
+  # As the shell would take it.
+  echo "${value/#\~/$HOME}"
+}
+
+# Of the configurations beside the daemon's own.
+_thermalctl_scenarios() {
+  cat "$(_thermalctl_given --dir)"/config/*.conf 2>/dev/null | awk '$1 == "SCEN" && NF > 1 {print $2}' | sort -u
+}
+
+# Of the board, by their names.
+_thermalctl_workloads() {
+  local board file
+  board=$(_thermalctl_given --board)
+  for file in "$board"/workloads/*.toml "$board"/workloads/*.csv; do
+    [[ -z $board || ! -e $file ]] || basename "${file%.*}"
+  done
+}
+
+# What a word behind `before` is: as the help shows it, or by a name of its own.
+_thermalctl_kind() {
+  case $1:$2:${COMP_WORDS[1]} in
+    --workload:*) echo WORKLOAD ;;
+    --conf:* | *::reload) echo CONFIGURATION ;;
+    *::scenario) echo SCENARIO ;;
+    *::*) _thermalctl_entries Positionals ;;
+    *) echo "$2" ;;
+  esac
+}
+
 _thermalctl() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} help options value all=
   help=$("${COMP_WORDS[0]}" "${COMP_WORDS[@]:1:COMP_CWORD>1}" --help 2>/dev/null)
@@ -33,7 +75,13 @@ _thermalctl() {
   elif [[ $word == -* ]]; then
     _thermalctl_words "$options" "$word"
   else
-    case ${value:-$(_thermalctl_entries Positionals)} in
+    case $(_thermalctl_kind "$before" "$value") in
+      SCENARIO) _thermalctl_words "$(_thermalctl_scenarios)" "$word" ;;
+      WORKLOAD)
+        _thermalctl_paths -f "$word"
+        mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "$(_thermalctl_workloads)" -- "$word")
+        ;;
+      CONFIGURATION) _thermalctl_configurations "$word" ;;
       *FILE*) _thermalctl_paths -f "$word" ;;
       DIR* | '[ROOT]'*) _thermalctl_paths -d "$word" ;;
       TEXT:*) _thermalctl_words "$(sed -E 's/.*\{(.*)\}.*/\1/; s/,/ /g' <<<"$value")" "$word" ;;

@@ -1,78 +1,151 @@
 #include "control/ConfigurationRequest.h"
 
+#include "control/DaemonLooks.h"
+#include "file/DirectoryWatch.h"
 #include "file/OpenWatch.h"
 #include "file/ReplaceFile.h"
 
 namespace {
 
+// A daemon that starts writes both of its files in a moment.
+constexpr std::chrono::milliseconds kMoment = kControlPeriod / 20;
+
 class ConfigurationRequest {
 public:
-  ConfigurationRequest(const ControlDirectory& directory, const std::string& name_,
+  ConfigurationRequest(const ControlDirectory& directory_, const std::string& name_,
                        std::chrono::milliseconds timeout_, Waiting& waiting_)
-      : request(directory.requestFile), name(name_), path(directory.configurations + name),
-        timeout(timeout_), waiting(waiting_) {}
+      : directory(directory_), request(directory.requestFile), name(name_),
+        copy(directory.configurations + name), timeout(timeout_), waiting(waiting_),
+        watch(directory.path), looks(directory) {}
 
   Answer run(const std::string& content) {
+    if (watch.error()) return {Outcome::kNotWritten, request.path, watch.error()};
     waiting.stage("waiting for an earlier request");
     // The daemon ends a swap by writing its answer over whatever the file holds: a request that is
     // put there meanwhile would be lost and look answered.
     if (!within([this] { return nothingIsPending(); })) return {Outcome::kPending, word};
-    if (const auto error = replaceFile(path, content).error)
-      return {Outcome::kNotWritten, path, error};
+    if (const auto error = replaceFile(copy, content).error)
+      return {Outcome::kNotWritten, copy, error};
     // Behind the replacement, which makes another file of it, and before the daemon hears of it.
-    OpenWatch watch(path);
-    if (watch.error()) return {Outcome::kNotWritten, path, watch.error()};
-    if (const auto error = request.ask(name)) return {Outcome::kNotWritten, request.path, error};
-    return follow(watch);
+    OpenWatch opening(copy);
+    if (opening.error()) return {Outcome::kNotWritten, copy, opening.error()};
+    // Again, since the copying may have taken its time.
+    if (!within([this] { return nothingIsPending(); })) return {Outcome::kPending, word};
+    others.clear();
+    if (const auto error = ask(name)) return {Outcome::kNotWritten, request.path, error};
+    return follow(opening);
   }
 
 private:
-  Answer follow(OpenWatch& watch) {
+  Answer follow(OpenWatch& opening) {
     waiting.stage("asking for " + name);
-    const bool seen = within([&] { return isAnswered() || isOvertaken() || watch.isOpened(); });
+    within([&] { return isAnswered() || isOvertaken() || opening.isOpened(); });
     // In this order: the daemon opens the file before it answers.
-    if (watch.isOpened()) return awaitAnswer();
-    if (!seen) return withdraw();
-    return {isAnswered() ? Outcome::kRefused : Outcome::kOvertaken, word};
+    if (opening.isOpened()) return awaitAnswer();
+    if (!others.empty()) return giveWay();
+    if (!isAnswered()) return withdraw();
+    if (isRestarted()) return {Outcome::kRestarted};
+    return writes > 1 ? Answer{Outcome::kSwallowed} : Answer{Outcome::kRefused};
   }
 
+  // The daemon's answer goes over whatever others have asked for meanwhile.
   Answer awaitAnswer() {
     waiting.stage("waiting for " + name + " to be in force");
-    const bool answered = within([this] { return isAnswered(); });
-    return {answered ? Outcome::kInForce : Outcome::kNotFinished};
+    if (!within([this] { return isAnswered() || othersIsRead(); })) return {Outcome::kNotFinished};
+    if (!isAnswered()) return {Outcome::kOvertaken, others};
+    if (isRestarted()) return {Outcome::kRestarted};
+    if (!others.empty()) return giveWay();
+    return writes > 1 ? Answer{Outcome::kSwallowed} : Answer{Outcome::kInForce};
+  }
+
+  // Has the other's word stand in the file, where the daemon will find it.
+  Answer giveWay() {
+    if (request.word() != others)
+      if (const auto error = ask(others)) return {Outcome::kNotWritten, request.path, error};
+    return {Outcome::kOvertaken, others};
   }
 
   // The next one to ask shall not wait for what nobody reads.
   Answer withdraw() {
-    if (!request.isReplaced()) request.ask(kParsed);
-    return {Outcome::kNoAnswer};
+    if (const auto error = ask(kParsed)) return {Outcome::kNotWritten, request.path, error};
+    waiting.pause(kMoment);
+    look();
+    return others.empty() ? Answer{Outcome::kNoAnswer} : giveWay();
+  }
+
+  std::error_code ask(const std::string& text) {
+    const auto error = request.ask(text);
+    watch.take();
+    writes = 0;
+    return error;
   }
 
   bool nothingIsPending() {
+    look();
     // The daemon answers a missing file like a request. An empty one is an answer that it is
     // writing.
-    readWord();
     return word == kParsed || word == kNoFile;
   }
   bool isAnswered() {
-    readWord();
+    look();
     return word == kParsed;
   }
-  // Of the word that `isAnswered` has read just before.
-  bool isOvertaken() { return request.isReplaced() && word != name && !word.empty(); }
-  void readWord() { word = request.word().value_or(kNoFile); }
+  // Of what `isAnswered` has found just before. A word that comes right behind the daemon's look at
+  // the file finds the request taken, which shows in the next moment.
+  bool isOvertaken() {
+    if (others.empty()) return false;
+    if (overtakenAt == Waiting::Time()) overtakenAt = waiting.now();
+    return waiting.now() - overtakenAt >= kMoment;
+  }
+  bool othersIsRead() const { return !others.empty() && word == others && !isUnread; }
 
-  template <typename Condition> bool within(Condition condition) {
-    return waitUntil(waiting, waiting.now() + timeout, condition);
+  // A starting daemon writes the scenario right behind the answer.
+  bool isRestarted() {
+    waiting.pause(kMoment);
+    look();
+    return scenarioIsWritten;
   }
 
+  void look() {
+    for (const FileEvent& event : watch.take())
+      note(event);
+    word = request.word().value_or(kNoFile);
+    const bool isOthers = !word.empty() && word != name && word != kParsed && word != kNoFile;
+    if (isOthers) others = word;
+    if (const auto displaced = request.displacedWord()) others = *displaced;
+  }
+
+  void note(const FileEvent& event) {
+    if (looks.after(event, waiting.now()) == DaemonLooks::kRead) isUnread = false;
+    if (event.kind == FileEvent::kRead) return;
+    if (event.concerns(directory.scenarioFile)) scenarioIsWritten = true;
+    if (!event.concerns(request.path)) return;
+    ++writes;
+    isUnread = true;
+    scenarioIsWritten = false;
+  }
+
+  template <typename Condition> bool within(Condition condition) {
+    return waitUntil(waiting, waiting.now() + timeout, condition, watch.descriptor());
+  }
+
+  const ControlDirectory& directory;
   ControlFile request;
   const std::string& name;
-  const std::string path;
+  const std::string copy;
   const std::chrono::milliseconds timeout;
   Waiting& waiting;
-  // What the request file held last.
+  DirectoryWatch watch;
+  DaemonLooks looks;
+  // What the request file held last, and what another writer has put there since it was asked.
   std::string word;
+  std::string others;
+  Waiting::Time overtakenAt;
+  // Of the request file since it was asked: how often it was written or replaced, and whether the
+  // daemon has not looked at it since; whether the scenario file was written behind it.
+  int writes = 0;
+  bool isUnread = false;
+  bool scenarioIsWritten = false;
 };
 
 } // namespace

@@ -12,12 +12,13 @@
 // under way, the take-over, the answer.
 //
 // The request file alone does not tell a rejection from a swap, the answer to both is the same. But
-// the daemon takes over what it could open, so the file is watched for that.
+// the daemon takes over what it could open, so the file is watched for that. At the end of a swap
+// it writes its answer over what another writer may have put there meanwhile: that is put back.
 //
 // Errors:  told by the outcome. The file stays beside the others even if the daemon rejects it; a
 //          request that nobody looked at is taken back.
-// Threads: blocks the caller, by `waiting`. Two askers at a time would take each other's answers
-//          for their own: hold a DirectoryLock.
+// Threads: blocks the caller, by `waiting`. Two askers at a time would take each other for
+//          another writer: hold a DirectoryLock.
 Answer requestConfiguration(const ControlDirectory& directory, const std::string& name,
                             const std::string& content, std::chrono::milliseconds timeout,
                             Waiting& waiting);

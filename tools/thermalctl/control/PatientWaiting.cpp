@@ -1,6 +1,6 @@
 #include "control/PatientWaiting.h"
 
-#include <thread>
+#include <poll.h>
 
 #include "text/Characters.h"
 
@@ -8,9 +8,11 @@ Waiting::Time PatientWaiting::now() {
   return std::chrono::steady_clock::now();
 }
 
-void PatientWaiting::pause(std::chrono::milliseconds time) {
+void PatientWaiting::pause(std::chrono::milliseconds time, int descriptor) {
   draw();
-  std::this_thread::sleep_for(time);
+  // One that is kNothing is passed over.
+  pollfd ready = {descriptor, POLLIN, 0};
+  ::poll(&ready, 1, static_cast<int>(time.count()));
 }
 
 void PatientWaiting::stage(const std::string& what) {

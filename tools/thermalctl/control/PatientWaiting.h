@@ -12,7 +12,7 @@ public:
   explicit PatientWaiting(int fileDescriptor) : line(fileDescriptor) {}
 
   Time now() override;
-  void pause(std::chrono::milliseconds time) override;
+  void pause(std::chrono::milliseconds time, int descriptor = kNothing) override;
   void stage(const std::string& what) override;
 
 private:

@@ -1,88 +1,132 @@
 #include "control/ScenarioRequest.h"
 
-#include <algorithm>
 #include <optional>
 
 #include "base/Names.h"
+#include "control/DaemonLooks.h"
+#include "file/DirectoryWatch.h"
 
 namespace {
 
-// This much later the daemon has looked at its files, and, should it have taken the name over, not
-// yet looked again behind the switch.
-constexpr std::chrono::milliseconds kOneLook = kControlPeriod * 3 / 2;
+// A word that has been there for so long the daemon has looked at, also if it had a switch to make
+// in between.
+constexpr std::chrono::milliseconds kTwoLooks = kControlPeriod * 5 / 2;
 
-// Stands for a missing file, which the daemon makes again with the scenario in force. Unlike any
-// other word it cannot be a scenario's name.
-constexpr const char* kQuestion = kNoFile;
+// The daemon's next look is not before this. Another reader may look like the daemon, but not keep
+// to its period.
+constexpr std::chrono::milliseconds kNextLook = kControlPeriod * 3 / 4;
 
 class ScenarioRequest {
 public:
-  ScenarioRequest(ControlFile& file_, const std::string& name_, std::chrono::milliseconds timeout,
-                  Waiting& waiting_)
-      : file(file_), name(name_), waiting(waiting_), limit(waiting.now() + timeout) {}
+  ScenarioRequest(const ControlDirectory& directory_, const std::string& name_,
+                  std::chrono::milliseconds timeout, Waiting& waiting_)
+      : directory(directory_), name(name_), waiting(waiting_), limit(waiting.now() + timeout),
+        file(directory.scenarioFile), watch(directory.path), looks(directory) {}
 
   Answer run() {
-    while (waiting.now() < limit) {
-      if (const auto answer = ask()) return *answer;
-      if (const auto answer = askWhatIsInForce()) return *answer;
-    }
-    // Not the question, should the daemon only be slow.
-    return {Outcome::kNoAnswer, "", file.ask(name)};
+    if (watch.error()) return {Outcome::kNotWritten, file.path, watch.error()};
+    waiting.stage("asking for " + name);
+    // Without an end to it in time the name is put there all the same, for a daemon that is slow.
+    waitUntil(
+        waiting, limit, [this] { return wordIsOld(); }, watch.descriptor());
+    switchIsDue = file.word() != name;
+    if (switchIsDue)
+      if (const auto error = ask(name)) return {Outcome::kNotWritten, file.path, error};
+    std::optional<Answer> answer;
+    waitUntil(
+        waiting, limit, [&] { return (answer = answered()).has_value(); }, watch.descriptor());
+    return answer.value_or(Answer{Outcome::kNoAnswer});
   }
 
 private:
-  // An answer when the name is refused, nothing when it stands.
-  std::optional<Answer> ask() {
-    waiting.stage("asking for " + name);
-    // The first time the daemon may have had its answer to an earlier word under way.
-    for (const bool isLastTime : {false, true}) {
-      if (const auto error = file.ask(name)) return Answer{Outcome::kNotWritten, file.path, error};
-      const auto kept = wordInPlaceOf(name, std::min(limit, waiting.now() + look));
-      // Another asker's question leaves the name unread; another round will tell.
-      if (!kept || *kept == kQuestion) return std::nullopt;
-      if (file.isReplaced()) return Answer{Outcome::kOvertaken, *kept};
-      if (isLastTime) return Answer{Outcome::kRefused, *kept};
+  // How far the daemon is known to be.
+  enum Stage { kAsked, kTaken, kSwitched, kSeenAgain };
+
+  // Whether the word there has been looked at by the daemon, so that none is taken away unread.
+  bool wordIsOld() {
+    for (const FileEvent& event : watch.take()) {
+      if (event.concerns(file.path)) wasLookedAt = wasLookedAt && event.kind == FileEvent::kRead;
+      const auto cycle = looks.after(event, waiting.now());
+      wasLookedAt = wasLookedAt || cycle == DaemonLooks::kRead || cycle == DaemonLooks::kAnswer;
     }
+    const auto word = file.word();
+    // The daemon makes a missing file anew, with the scenario in force.
+    if (!word || word->empty() || word == kNoFile) return false;
+    return word == name || wasLookedAt || file.age() > kTwoLooks;
+  }
+
+  std::error_code ask(const std::string& word) {
+    const auto error = file.ask(word);
+    // What was done to the file that was there tells nothing about the new one.
+    watch.take();
+    looks = DaemonLooks(directory);
+    return error;
+  }
+
+  std::optional<Answer> answered() {
+    for (const FileEvent& event : watch.take()) {
+      const auto cycle = looks.after(event, waiting.now());
+      if (cycle == DaemonLooks::kLateAnswer) return Answer{Outcome::kSwallowed};
+      if (cycle == DaemonLooks::kAnswer) return answer();
+      if (cycle) advance(*cycle);
+    }
+    if (const auto overtaken = wordOfAnother()) return overtaken;
+    if (stage == kSeenAgain) return Answer{Outcome::kInForce, name};
     return std::nullopt;
   }
 
-  // An answer when it is the name, or when someone else has asked for another.
-  std::optional<Answer> askWhatIsInForce() {
-    waiting.stage("waiting for the switch to " + name);
-    if (const auto error = file.ask(kQuestion))
-      return Answer{Outcome::kNotWritten, file.path, error};
-    const auto inForce = wordInPlaceOf(kQuestion, limit);
-    if (!inForce) return std::nullopt;
-    const bool byDaemon = !file.isReplaced();
-    // Should the daemon have been too slow to see the name, it shall have more time.
-    if (byDaemon) look *= 2;
-    const bool isAskedFor = *inForce == name;
-    if (byDaemon && isAskedFor) return Answer{Outcome::kInForce, name};
-    if (!byDaemon && !isAskedFor) return Answer{Outcome::kOvertaken, *inForce};
-    return std::nullopt;
+  // The daemon has written the scenario in force over the name, or the name itself: it need not be
+  // declared to be in force.
+  Answer answer() {
+    const std::string inForce = file.word().value_or("");
+    return {inForce == name ? Outcome::kInForce : Outcome::kRefused, inForce};
   }
 
-  // The word that comes in the place of `asked`. Neither an empty file nor one that cannot be
-  // opened is an answer: the daemon truncates the file before it writes.
-  std::optional<std::string> wordInPlaceOf(const std::string& asked, Waiting::Time until) {
-    std::optional<std::string> word;
-    const bool came = waitUntil(waiting, until, [&] {
-      word = file.word();
-      return word && !word->empty() && *word != asked;
-    });
-    return came ? word : std::nullopt;
+  void advance(DaemonLooks::Cycle cycle) {
+    const bool mayHaveRead = cycle != DaemonLooks::kSwitch;
+    const bool mayHaveSwitched = cycle != DaemonLooks::kRead;
+    if (stage == kAsked && mayHaveRead) {
+      waiting.stage("waiting for the switch to " + name);
+      stage = switchIsDue ? kTaken : kSwitched;
+      nextLook = waiting.now() + kNextLook;
+    } else if (stage == kTaken && mayHaveSwitched) {
+      stage = kSwitched;
+    } else if (stage == kSwitched && mayHaveRead && waiting.now() >= nextLook) {
+      stage = kSeenAgain;
+    }
   }
 
-  ControlFile& file;
+  // What stands in the file instead of the name, or should.
+  std::optional<Answer> wordOfAnother() {
+    const auto word = file.word();
+    if (word && !word->empty() && word != kNoFile && word != name) {
+      if (looks.mayBeAnswering(waiting.now())) return std::nullopt;
+      return Answer{Outcome::kOvertaken, *word};
+    }
+    const auto displaced = file.displacedWord();
+    if (!displaced || displaced == name) return std::nullopt;
+    const auto error = ask(*displaced);
+    if (error) return Answer{Outcome::kNotWritten, file.path, error};
+    return Answer{Outcome::kOvertaken, *displaced};
+  }
+
+  const ControlDirectory& directory;
   const std::string& name;
   Waiting& waiting;
   const Waiting::Time limit;
-  std::chrono::milliseconds look = kOneLook;
+  ControlFile file;
+  DirectoryWatch watch;
+  DaemonLooks looks;
+  bool wasLookedAt = false;
+  // Not where the name stood there already: either it is in force, or its switch is under way.
+  bool switchIsDue = true;
+  Stage stage = kAsked;
+  Waiting::Time nextLook;
 };
 
 } // namespace
 
-Answer askForScenario(ControlFile& file, const std::string& name, std::chrono::milliseconds timeout,
-                      Waiting& waiting) {
-  return ScenarioRequest(file, name, timeout, waiting).run();
+Answer askForScenario(const ControlDirectory& directory, const std::string& name,
+                      std::chrono::milliseconds timeout, Waiting& waiting) {
+  return ScenarioRequest(directory, name, timeout, waiting).run();
 }

@@ -12,3 +12,14 @@ std::string shortName(const std::string& path, const std::vector<std::string>& a
   });
   return namesakes > 1 ? path : name;
 }
+
+std::vector<std::string> namesBeside(const std::string& path) {
+  const fs::path wanted(path);
+  const fs::path folder = wanted.has_parent_path() ? wanted.parent_path() : fs::path(".");
+  std::vector<std::string> names;
+  std::error_code ignored;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored))
+    names.push_back(entry.path().filename());
+  std::sort(names.begin(), names.end());
+  return names;
+}

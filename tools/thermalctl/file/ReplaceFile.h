@@ -19,3 +19,18 @@ struct Replacement {
 // the old one, which may be another program's to write; where there was none, all may read it.
 // After a failure everything is as it was.
 Replacement replaceFile(const std::string& path, const std::string& content);
+
+// Two files that have changed places, or why not.
+//
+// Shape:  without an error `file` is held; `displaced`, too, unless there was none. It has no name
+//         any more.
+// Errors: the system's own, of whichever step failed.
+struct Exchange {
+  FileHandle file;
+  FileHandle displaced;
+  std::error_code error;
+};
+
+// Like `replaceFile`, and gives what was there: whatever came in its place up to the last moment,
+// and whoever writes into it still, can be told by it.
+Exchange exchangeFile(const std::string& path, const std::string& content);

@@ -22,23 +22,34 @@ std::vector<fs::path> filesOf(const std::string& folder, const std::string& exte
 
 } // namespace
 
-BoardFolder::BoardFolder(const std::string& folder, std::vector<std::string>& problems) {
+std::optional<BoardFolder::Files> BoardFolder::find(const std::string& folder,
+                                                    std::vector<std::string>& problems) {
+  std::error_code error;
+  if (!fs::is_directory(folder, error)) {
+    problems.push_back(folder + ": " + (error ? error.message() : "is no folder"));
+    return std::nullopt;
+  }
   const std::vector<fs::path> environments = filesOf(folder, ".env");
   if (environments.size() != 1) {
     problems.push_back(folder + ": a board's folder has one *.env file, this one has " +
                        std::to_string(environments.size()));
-    return;
+    return std::nullopt;
   }
-  const std::optional<std::string> environment = readFile(environments[0]);
+  const std::vector<fs::path> configurations = filesOf(folder, ".conf");
+  return Files{environments[0], {configurations.begin(), configurations.end()}};
+}
+
+BoardFolder::BoardFolder(const Files& files, std::vector<std::string>& problems) {
+  const std::optional<std::string> environment = readFile(files.environment);
   if (!environment) {
-    problems.push_back(environments[0].string() + ": cannot be read");
+    problems.push_back(files.environment + ": cannot be read");
     return;
   }
   parts = VirtualDaemon(*environment).describe();
-  for (const fs::path& path : filesOf(folder, ".conf"))
+  for (const std::string& path : files.configurations)
     addConfiguration(path, *environment, problems);
   if (all.empty()) return;
-  initial = named(environments[0].stem().string() + ".conf");
+  initial = named(fs::path(files.environment).stem().string() + ".conf");
   if (!initial) initial = &all.front();
 }
 

@@ -30,9 +30,16 @@ public:
     std::vector<const Algo*> items; // in the same order
   };
 
-  // Reads the one *.env file of the folder and all *.conf files in it. What stands in the way is
-  // added to `problems`.
-  BoardFolder(const std::string& folder, std::vector<std::string>& problems);
+  // The files of a folder, by their paths.
+  struct Files {
+    std::string environment;
+    std::vector<std::string> configurations;
+  };
+  // Finds the one *.env file and all *.conf files; nothing, and a problem, without exactly the one.
+  static std::optional<Files> find(const std::string& folder, std::vector<std::string>& problems);
+
+  // Reads them. What stands in the way is added to `problems`.
+  BoardFolder(const Files& files, std::vector<std::string>& problems);
 
   // Sensors and devices, without algorithms.
   const TraceDescription& description() const { return parts; }

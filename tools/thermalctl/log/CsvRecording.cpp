@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "log/Cast.h"
+#include "text/Phrases.h"
 #include "trace/CsvFormat.h"
 
 namespace {
@@ -36,15 +36,19 @@ public:
       sink.scenario(now, fields[csv::kName]);
     } else if (event == csv::kConfiguration) {
       enterConfiguration(fields[csv::kName]);
+    } else if (event == csv::kStandstill) {
+      sink.standstill(now);
     } else if (event == csv::kAlgorithm && fields[csv::kValue].empty()) {
       putToSleep(fields);
+    } else if (event == csv::kGap) {
+      return takeGap(fields);
     } else if (event != csv::kEnd) {
       return takeValue(event, fields);
     }
     return true;
   }
 
-  int64_t end() const { return now; }
+  void end() { sink.end(now, {}); }
 
 private:
   bool takeValue(const std::string& event, const csv::Fields& fields) {
@@ -60,6 +64,16 @@ private:
       sink.algorithm(now, awakeOf(fields), *value);
     else
       return false;
+    return true;
+  }
+
+  bool takeGap(const csv::Fields& fields) {
+    const auto length = numberOf<int64_t>(fields[csv::kValue]);
+    if (!length || *length < 0 || *length > now) return false;
+    const std::string& sensor = fields[csv::kName];
+    sink.gap(now - *length, now,
+             sensor.empty() ? std::nullopt
+                            : std::optional(cast.sensor(sensor, SensorTrack::Kind::kReal)));
     return true;
   }
 
@@ -99,67 +113,73 @@ private:
   std::map<std::pair<std::string, std::string>, size_t> awake; // by name and scenario
 };
 
-// The lines of one run, which stand together.
-struct Run {
-  std::string name;
-  std::string_view lines;
-  size_t firstLine = 0; // its number, from 1
-};
-
-std::vector<Run> runsOf(std::string_view text) {
-  std::vector<Run> runs;
-  size_t number = 1;
-  std::string name;
-  for (size_t at = csv::header().size(); at < text.size();) {
-    // The last line may have been cut off before its line feed.
-    const size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
-    std::string_view line = text.substr(at, end - at);
-    ++number;
-    csv::takeField(line, name);
-    if (runs.empty() || runs.back().name != name)
-      runs.push_back({name, text.substr(at, 0), number});
-    runs.back().lines = {runs.back().lines.data(), runs.back().lines.size() + end - at};
-    at = end;
-  }
-  return runs;
-}
-
-int64_t replay(const Run& run, Cast& cast, const BoardFolder* board, TraceSink& sink,
-               CsvCounts& counts) {
-  CsvReplay play(cast, board, sink);
-  csv::Fields fields;
-  size_t number = run.firstLine;
-  for (std::string_view rest = run.lines; !rest.empty(); ++number) {
-    const size_t length = rest.find('\n');
-    const std::string_view line = rest.substr(0, length);
-    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-    ++counts.lines;
-    if (csv::takeFields(line, fields) && play.take(fields)) continue;
-    if (counts.torn++ == 0) counts.firstTorn = number;
-  }
-  return play.end();
-}
-
 } // namespace
 
-bool isCsvTrace(std::string_view text) {
-  return text.substr(0, csv::header().size()) == csv::header();
+bool isCsvTrace(std::string_view firstLine) {
+  const std::string_view header = csv::header();
+  return firstLine == header.substr(0, header.size() - 1);
 }
 
-CsvCounts playCsv(const std::string& text, const std::string& prefix, const BoardFolder* board,
-                  TraceSink& sink) {
-  CsvCounts counts;
-  for (const Run& run : runsOf(text)) {
-    Cast cast(run.name, board);
-    // The first pass finds who takes part, which a sink is told before any event.
-    TraceSink nothing;
-    CsvCounts again;
-    replay(run, cast, board, nothing, again);
+CsvRecording::CsvRecording(LineSource& lines_, const std::string& prefix_,
+                           const BoardFolder* board_)
+    : lines(lines_), prefix(prefix_), board(board_) {
+  // The first pass finds who takes part, which a sink is told before any event.
+  TraceSink nothing;
+  go([&nothing](Cast&) -> TraceSink& { return nothing; });
+}
+
+void CsvRecording::play(TraceSink& sink) {
+  go([&](Cast& cast) -> TraceSink& {
     TraceDescription description = cast.description();
-    description.name = prefix + run.name;
+    description.name = prefix + description.name;
+    setLimits(description);
     sink.begin(description);
-    sink.end(replay(run, cast, board, sink, counts), {});
-    ++counts.runs;
+    return sink;
+  });
+}
+
+void CsvRecording::go(const std::function<TraceSink&(Cast&)>& begin) {
+  const bool isFirst = casts.empty();
+  std::optional<CsvReplay> run;
+  std::string name;
+  size_t next = 0;
+  count = torn = 0;
+  std::string_view line;
+  lines.rewind();
+  lines.next(line);
+  for (csv::Fields fields; lines.next(line);) {
+    ++count;
+    if (csv::takeFields(line, fields)) {
+      if (!run || fields[csv::kRun] != name) {
+        if (run) run->end();
+        name = fields[csv::kRun];
+        if (isFirst) casts.emplace_back(name, board);
+        Cast& cast = casts[next++];
+        run.emplace(cast, board, begin(cast));
+      }
+      if (run->take(fields)) continue;
+    }
+    if (torn++ == 0) firstTorn = count + 1;
   }
-  return counts;
+  if (run) run->end();
+}
+
+std::set<std::string> CsvRecording::names() const {
+  std::set<std::string> names;
+  for (const Cast& cast : casts)
+    addNames(cast.description(), names);
+  return names;
+}
+
+std::optional<std::string> CsvRecording::problem() const {
+  if (torn < count) return std::nullopt;
+  return count == 0 ? "it holds no run"
+                    : "none of its " + counted(count, "line") + " is one that thermalctl writes";
+}
+
+std::vector<std::string> CsvRecording::remarks() const {
+  std::string read = counted(casts.size(), "simulated run") + " in " + counted(count, "line");
+  if (torn > 0)
+    read += ", " + counted(torn, "torn line") + " (the first is " + lines.placeOf(firstTorn) + ")";
+  return {read};
 }

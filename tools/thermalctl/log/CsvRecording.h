@@ -1,29 +1,46 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 
 #include "log/BoardFolder.h"
-#include "trace/Trace.h"
+#include "log/Cast.h"
+#include "log/LineSource.h"
+#include "log/Recording.h"
 
-// Whether a text is a trace.csv that this tool wrote.
-bool isCsvTrace(std::string_view text);
+// Whether a text whose first line is this one is a trace.csv that this tool wrote.
+bool isCsvTrace(std::string_view firstLine);
 
-// What became of the lines of a trace.csv.
+// The runs of a trace.csv, each under its own name or, if `prefix` is not empty, with that before
+// it.
 //
-// Shape:  lines without the one that names the columns; `firstTorn` is 0 where none is torn.
+// Shape:  `board` may be null; like `lines` it must outlive the recording. With one, thresholds and
+//         devices come from its configuration of the name that the trace has, failing that of the
+//         run's name, failing that the first.
 // Errors: a torn line is counted and passed over, so that a file cut off in the middle still shows
 //         all that came before.
-struct CsvCounts {
-  size_t lines = 0;
-  size_t torn = 0;      // not of the shape that this tool writes
-  size_t firstTorn = 0; // its number, from 1
-  size_t runs = 0;
-};
+class CsvRecording : public Recording {
+public:
+  CsvRecording(LineSource& lines, const std::string& prefix, const BoardFolder* board);
 
-// Plays each run of a trace.csv into `sink`, under its own name or, if `prefix` is not empty, with
-// that before it. `board` may be null; with one, thresholds and devices come from its configuration
-// of the name that the trace has, failing that of the run's name, failing that the first.
-CsvCounts playCsv(const std::string& text, const std::string& prefix, const BoardFolder* board,
-                  TraceSink& sink);
+  std::optional<std::string> problem() const override;
+  std::vector<std::string> remarks() const override;
+  void play(TraceSink& sink) override;
+  std::set<std::string> names() const override;
+
+private:
+  // Goes through all of it. For each run `begin(cast)` gives the sink that its lines are played
+  // into.
+  void go(const std::function<TraceSink&(Cast&)>& begin);
+
+  LineSource& lines;
+  const std::string prefix;
+  const BoardFolder* board;
+  std::deque<Cast> casts; // of each run
+  size_t count = 0;       // lines, without the one that names the columns
+  size_t torn = 0;        // not of the shape that this tool writes
+  size_t firstTorn = 0;   // its number, from 1
+};

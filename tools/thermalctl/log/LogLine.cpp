@@ -19,6 +19,7 @@ constexpr Place kNowhere;
 constexpr Place kName{&LogLine::name};
 constexpr Place kSensor{&LogLine::sensor};
 constexpr Place kScenario{&LogLine::scenario};
+constexpr Place kTemperature{nullptr, &LogLine::temperature};
 constexpr Place kBefore{nullptr, &LogLine::before};
 constexpr Place kValue{nullptr, &LogLine::value};
 
@@ -35,16 +36,18 @@ using Kind = LogLine::Kind;
 constexpr Meaning kMeanings[] = {
     {message::kSample, Kind::kSample, {kName, kScenario, kValue}},
     {message::kVirtualSample, Kind::kVirtual, {kName, kValue}},
-    {message::kMonitorDecision, Kind::kLevel, {kName, kNowhere, kBefore, kValue}},
+    {message::kMonitorDecision, Kind::kLevel, {kName, kTemperature, kBefore, kValue}},
     // Two of one beginning: a request gives the level asked for, the release behind it the number
     // of steps that it ends.
-    {message::kStepRequest, Kind::kRequest, {kName, kNowhere, kNowhere, kValue}},
-    {message::kStepRelease, Kind::kReleased, {kName, kNowhere, kNowhere, kBefore}},
+    {message::kStepRequest, Kind::kRequest, {kName, kNowhere, kTemperature, kValue}},
+    {message::kStepRelease, Kind::kReleased, {kName, kNowhere, kTemperature, kBefore}},
     {message::kWoken, Kind::kWoken, {kSensor, kName, kScenario}},
     {message::kPutToSleep, Kind::kPutToSleep, {kSensor, kName, kScenario}},
+    {message::kChangeBegins, Kind::kChange, {kScenario, kName}},
     {message::kChangeDone, Kind::kScenario, {kName}},
     {message::kStarting, Kind::kStart},
     {message::kSwapBegins, Kind::kSwap},
+    {message::kSwapDone, Kind::kSwapDone},
 };
 
 // As it stands in a log, without the line feed.

@@ -1,59 +1,151 @@
 #include "log/LogRecording.h"
 
-#include "base/Names.h"
+#include <algorithm>
+
 #include "log/Cast.h"
-#include "log/LogReplay.h"
+#include "text/Phrases.h"
 
 namespace {
 
-LogReader::Periods periodsOf(const BoardFolder* board) {
-  LogReader::Periods periods;
+constexpr int64_t kSecond = 1000;
+
+Periods periodsOf(const BoardFolder* board) {
+  Periods periods;
   if (!board) return periods;
   for (const SensorTrack& sensor : board->description().sensors) {
-    if (sensor.period) periods[sensor.name] = *sensor.period;
+    if (sensor.kind == SensorTrack::Kind::kReal && sensor.period)
+      periods[sensor.name] = *sensor.period;
   }
   return periods;
 }
 
-// That of the first sample, unless the daemon is seen to start; nothing if the log tells neither.
-std::string firstScenario(const std::string& text, const LogReader::Periods& periods) {
-  LogReader reader(text, periods);
-  while (const auto line = reader.next()) {
-    if (line->kind == LogLine::Kind::kStart) return kDefaultScenario;
-    if (line->kind == LogLine::Kind::kSample) return std::string(declaredScenario(line->scenario));
-  }
-  return "";
+std::string lengthOf(int64_t milliseconds) {
+  if (milliseconds < 60 * kSecond)
+    return rounded(static_cast<double>(milliseconds) / kSecond, 1) + " s";
+  return clockTime((milliseconds + kSecond / 2) / kSecond);
 }
 
-// Returns when the last message came, in milliseconds since the first.
-int64_t replay(LogReader& reader, const std::string& scenario, const BoardFolder* board, Cast& cast,
-               TraceSink& sink) {
-  LogReplay play(cast, board, sink);
-  play.start(scenario);
-  while (const auto line = reader.next())
-    play.take(reader.time(), *line);
-  return reader.time();
+std::string tell(const LogGap& gap) {
+  return "a gap of " + lengthOf(gap.to - gap.from) + " from " + clockTime(gap.from / kSecond) +
+         " on: " + (gap.sensor.empty() ? "no message" : "no sample of " + gap.sensor);
+}
+
+// The longest ones, since a log from which lines were dropped may have thousands.
+void tellGaps(std::vector<LogGap> gaps, std::vector<std::string>& remarks) {
+  constexpr size_t kTold = 5;
+  if (gaps.empty()) return;
+  const size_t told = std::min(gaps.size(), kTold);
+  std::partial_sort(gaps.begin(), gaps.begin() + static_cast<std::ptrdiff_t>(told), gaps.end(),
+                    [](const LogGap& a, const LogGap& b) { return a.to - a.from > b.to - b.from; });
+  std::sort(gaps.begin(), gaps.begin() + static_cast<std::ptrdiff_t>(told),
+            [](const LogGap& a, const LogGap& b) { return a.from < b.from; });
+  for (size_t i = 0; i < told; ++i)
+    remarks.push_back(tell(gaps[i]));
+  if (gaps.size() > told) remarks.push_back("and " + counted(gaps.size() - told, "shorter gap"));
+  remarks.push_back("no chart and no sum of times has what is in a gap (the device was suspended, "
+                    "lines were dropped, or the clock was set forward)");
 }
 
 } // namespace
 
-LogReader::Counts playLog(const std::string& text, const std::string& name,
-                          const BoardFolder* board, TraceSink& sink) {
-  const LogReader::Periods periods = periodsOf(board);
-  const std::string scenario = firstScenario(text, periods);
-  Cast cast(name, board);
+LogRecording::LogRecording(LineSource& log_, const std::string& name, const BoardFolder* board_)
+    : log(log_), board(board_), periods(periodsOf(board)), survey(board), cast(name, board) {
+  PeriodsSeen periodsSeen;
+  seen = go([this](const LogGap& gap) { survey.gap(gap); },
+            [&](const LogReader& reader, const LogLine& line) {
+              survey.take(line);
+              if (line.kind == LogLine::Kind::kSample && reader.uncertainty())
+                periodsSeen.take(reader.time(), line);
+              shown += line.kind != LogLine::Kind::kOther && line.kind != LogLine::Kind::kStart;
+            });
+  const size_t known = periods.size();
+  periodsSeen.addTo(periods);
+  // With other periods, other gaps.
+  if (periods.size() != known) {
+    survey = LogSurvey(board);
+    go([this](const LogGap& gap) { survey.gap(gap); },
+       [this](const LogReader&, const LogLine& line) { survey.take(line); });
+  }
   if (board) {
     for (const BoardFolder::ConfigurationTracks& configuration : board->configurations())
       cast.addConfiguration(configuration, configuration.name);
   }
   TraceSink nothing;
-  LogReader first(text, periods);
-  replay(first, scenario, board, cast, nothing);
-  // A run that holds nothing would only be an empty column beside the others.
-  if (first.counts().ours == 0) return first.counts();
+  LogReplay replay(cast, survey, nothing);
+  playInto(replay);
+  untold = replay.untoldSwaps();
+}
 
-  LogReader second(text, periods);
-  sink.begin(cast.description());
-  sink.end(replay(second, scenario, board, cast, sink), {});
-  return second.counts();
+template <typename Gap, typename Take> LogReader::Counts LogRecording::go(Gap gap, Take take) {
+  LogReader reader(log, periods);
+  GapFinder finder(periods);
+  found.clear();
+  while (const auto line = reader.next()) {
+    if (const auto uncertainty = reader.uncertainty()) {
+      for (const LogGap& each : finder.take(reader.time(), *uncertainty, *line)) {
+        gap(each);
+        found.push_back(each);
+      }
+    }
+    take(reader, *line);
+  }
+  end = reader.time();
+  return reader.counts();
+}
+
+void LogRecording::playInto(LogReplay& replay) {
+  replay.start();
+  go([&replay](const LogGap& gap) { replay.gap(gap); },
+     [&replay](const LogReader& reader, const LogLine& line) { replay.take(reader.time(), line); });
+}
+
+void LogRecording::play(TraceSink& sink) {
+  TraceDescription description = cast.description();
+  setLimits(description);
+  LogReplay replay(cast, survey, sink);
+  sink.begin(description);
+  playInto(replay);
+  sink.end(end, {});
+}
+
+std::set<std::string> LogRecording::names() const {
+  std::set<std::string> names;
+  addNames(cast.description(), names);
+  return names;
+}
+
+std::optional<std::string> LogRecording::problem() const {
+  if (seen.ours == 0) {
+    if (seen.torn > 0)
+      return "all " + counted(seen.torn, "message") + " of the daemon in it are torn";
+    return "no message of the daemon is in it";
+  }
+  if (shown == 0)
+    return "it has " + counted(seen.ours, "message") +
+           " of the daemon, but none of a temperature, a level or a scenario";
+  if (seen.withoutTime > 0 && !board)
+    return counted(seen.withoutTime, "message") +
+           " without a time; with --board the sensors' periods stand in for it";
+  return std::nullopt;
+}
+
+std::vector<std::string> LogRecording::remarks() const {
+  std::vector<std::string> remarks;
+  std::string read =
+      counted(seen.ours, "message") + " of the daemon in " + counted(seen.lines, "line");
+  if (seen.torn > 0)
+    read += ", " + counted(seen.torn, "torn line") + " (the first is " +
+            log.placeOf(seen.firstTorn) + ")";
+  remarks.push_back(read);
+  if (seen.clockSet > 0)
+    remarks.push_back("the clock was set " + counted(seen.clockSet, "time") +
+                      "; what it jumped is left out");
+  if (seen.withoutTime > 0)
+    remarks.push_back(counted(seen.withoutTime, "message") +
+                      " without a time, which the sensors' periods stand in for");
+  tellGaps(found, remarks);
+  for (const LogReplay::UntoldSwap& swap : untold)
+    remarks.push_back("which configuration came in force at " + clockTime(swap.time / kSecond) +
+                      " does not show; it is taken for " + swap.takenFor);
+  return remarks;
 }

@@ -1,14 +1,45 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "log/BoardFolder.h"
+#include "log/GapFinder.h"
+#include "log/JoinedLog.h"
 #include "log/LogReader.h"
-#include "trace/Trace.h"
+#include "log/LogReplay.h"
+#include "log/LogSurvey.h"
+#include "log/Recording.h"
 
-// Plays a device's log into `sink` as a run called `name`; nothing is played where the log holds no
-// message of the daemon. `board` may be null. Returns what became of the log's lines.
+// A device's log as a run. It is gone through for what is in force when, then for who takes part
+// and, each time that it is played, for the sink.
 //
-// It is gone through for its first scenario, then for who takes part, and then for the sink.
-LogReader::Counts playLog(const std::string& text, const std::string& name,
-                          const BoardFolder* board, TraceSink& sink);
+// Shape:  `board` may be null; like `log` it must outlive the recording.
+class LogRecording : public Recording {
+public:
+  LogRecording(LineSource& log, const std::string& name, const BoardFolder* board);
+
+  std::optional<std::string> problem() const override;
+  std::vector<std::string> remarks() const override;
+  void play(TraceSink& sink) override;
+  std::set<std::string> names() const override;
+
+  const LogReader::Counts& counts() const { return seen; }
+  const std::vector<LogGap>& gaps() const { return found; }
+
+private:
+  // Calls `take(reader, line)` for all of the log, and `gap(gap)` before the message that ends one.
+  template <typename Gap, typename Take> LogReader::Counts go(Gap gap, Take take);
+  void playInto(LogReplay& replay);
+
+  LineSource& log;
+  const BoardFolder* board;
+  Periods periods;
+  LogSurvey survey;
+  Cast cast;
+  LogReader::Counts seen;
+  size_t shown = 0; // messages that a picture shows
+  int64_t end = 0;
+  std::vector<LogGap> found;
+  std::vector<LogReplay::UntoldSwap> untold;
+};

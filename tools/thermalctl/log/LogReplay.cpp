@@ -8,22 +8,12 @@
 
 namespace {
 
-constexpr std::string_view kRetired = kRetiredMark;
-
-bool isRetired(std::string_view scenario) {
-  return scenario.substr(0, kRetired.size()) == kRetired;
-}
+using Kind = LogLine::Kind;
 
 } // namespace
 
-std::string_view declaredScenario(std::string_view scenario) {
-  while (isRetired(scenario))
-    scenario.remove_prefix(kRetired.size());
-  return scenario;
-}
-
-LogReplay::LogReplay(Cast& cast_, const BoardFolder* board_, TraceSink& sink_)
-    : cast(cast_), board(board_), sink(sink_) {
+LogReplay::LogReplay(Cast& cast_, const LogSurvey& survey, TraceSink& sink_)
+    : cast(cast_), stretches(survey.stretches()), sink(sink_), scenario(survey.firstScenario()) {
   // Devices of the base kind, whatever the board's are: only the merging of the requests is wanted
   // of them, and without a path they write nowhere. A report has no levels and takes no part.
   for (const DeviceTrack& track : cast.description().devices) {
@@ -32,10 +22,9 @@ LogReplay::LogReplay(Cast& cast_, const BoardFolder* board_, TraceSink& sink_)
   }
 }
 
-void LogReplay::start(const std::string& initial) {
-  if (board && board->first()) configuration = board->first()->name;
+void LogReplay::start() {
+  if (const auto* first = stretches.front().configuration) configuration = first->name;
   if (!configuration.empty()) sink.configuration(now, configuration);
-  scenario = initial;
   if (!scenario.empty()) sink.scenario(now, scenario);
   for (const auto& [name, shown] : devices)
     sink.level(now, cast.device(name), 0, shown.device->levelTable.front());
@@ -43,107 +32,208 @@ void LogReplay::start(const std::string& initial) {
 
 void LogReplay::take(int64_t time, const LogLine& line) {
   now = time;
+  event = swaps.take(line);
+  if (event == SwapWatch::Event::kRestart) restart();
+  if (event == SwapWatch::Event::kNew) {
+    retireAll();
+    enterStretch();
+    if (!stretches[stretch].isTold) untold.push_back({now, configuration});
+  }
+  takeMeaning(line);
+  const bool ends = event == SwapWatch::Event::kNew && !swaps.underWay();
+  if (ends || event == SwapWatch::Event::kDone) endRetired();
+}
+
+void LogReplay::takeMeaning(const LogLine& line) {
   switch (line.kind) {
-  case LogLine::Kind::kSample:
-    sink.temperature(now, cast.sensor(line.name, SensorTrack::Kind::kReal), line.value);
-    return;
-  case LogLine::Kind::kVirtual:
+  case Kind::kSample:
+    return sample(line);
+  case Kind::kVirtual:
     sink.temperature(now, cast.sensor(line.name, SensorTrack::Kind::kVirtual), line.value);
     return;
-  case LogLine::Kind::kStart:
-    return restart();
-  case LogLine::Kind::kWoken:
+  case Kind::kWoken:
     return wake(line);
-  case LogLine::Kind::kPutToSleep:
+  case Kind::kPutToSleep:
     return putToSleep(line);
-  case LogLine::Kind::kLevel:
+  case Kind::kLevel:
     return decide(line);
-  case LogLine::Kind::kRequest:
+  case Kind::kRequest:
     return request(line);
-  case LogLine::Kind::kReleased:
+  case Kind::kReleased:
     return releaseStep(line);
-  case LogLine::Kind::kScenario:
-    return enterScenario(std::string(declaredScenario(line.name)));
-  // Who wakes from here on is of the new configuration, which may have the names of the old one.
-  case LogLine::Kind::kSwap:
-    wokenInSwap.clear();
+  case Kind::kChange:
+    changing = true;
     return;
-  case LogLine::Kind::kOther:
+  case Kind::kScenario:
+    return finishChange(std::string(declaredScenario(line.name)));
+  case Kind::kStart:
+  case Kind::kSwap:
+  case Kind::kSwapDone:
+  case Kind::kOther:
     return;
   }
+}
+
+void LogReplay::gap(const LogGap& gap) {
+  if (!gap.sensor.empty()) {
+    sink.gap(gap.from, gap.to, cast.sensor(gap.sensor, SensorTrack::Kind::kReal));
+    return;
+  }
+  sink.gap(gap.from, gap.to, std::nullopt);
+  now = lastGap = gap.to;
+  changing = false;
+  // A swap in a gap has left nothing awake of what was before.
+  if (const auto* next = stretches[stretch + 1].configuration; next && next->name != configuration)
+    endIf([](const Awake&) { return true; });
+  enterStretch();
+}
+
+// The survey has found as many as the replay comes through.
+void LogReplay::enterStretch() {
+  predecessor = configuration;
+  const auto* next = stretches[++stretch].configuration;
+  if (!next || next->name == configuration) return;
+  configuration = next->name;
+  sink.configuration(now, configuration);
+}
+
+void LogReplay::retireAll() {
+  for (const auto& one : awake)
+    one->retired = true;
+}
+
+// The daemon withdraws what they still ask for and deletes them, without a word.
+void LogReplay::endRetired() {
+  endIf([](const Awake& one) { return one.retired; });
 }
 
 // A daemon that starts takes everything to be at level 0, whatever the nodes still hold.
 void LogReplay::restart() {
-  for (size_t i = 0; i < states.size(); ++i) {
-    setLevel(i, TraceSink::kAsleep);
-    states[i].postedLevel = 0;
-  }
-  awake.clear();
-  for (auto& [name, shown] : devices) {
-    for (const auto& [requester, level] : shown.device->requests)
-      shown.device->deviceControl(requester, 0);
-  }
-  showDevices();
+  endIf([](const Awake&) { return true; });
+  changing = false;
+  enterStretch();
   enterScenario(kDefaultScenario);
 }
 
+void LogReplay::sample(const LogLine& line) {
+  const std::string_view its = declaredScenario(line.scenario);
+  // A switch of which the log does not tell.
+  if (!changing && its != scenario) {
+    endIf([&](const Awake& one) { return scenarioOf(one) != its; });
+    enterScenario(std::string(its));
+  }
+  sink.temperature(now, cast.sensor(line.name, SensorTrack::Kind::kReal), line.value);
+  if (lastGap >= 0) endUnheard();
+}
+
+// A monitor that is awake is heard of in each of its periods. One that is not fell asleep in a gap.
+void LogReplay::endUnheard() {
+  constexpr int64_t kLate = 1000;
+  endIf([&](const Awake& one) {
+    return one.item && isMonitor(one) && one.lastHeard < lastGap &&
+           now - lastGap > 2 * int64_t{one.item->sampling} + kLate;
+  });
+}
+
+const std::string& LogReplay::configurationOf(bool retired) const {
+  return retired ? predecessor : configuration;
+}
+
 void LogReplay::wake(const LogLine& line) {
-  const size_t woken = algorithm(line.name, declaredScenario(line.scenario));
+  const bool retired = isRetired(line.scenario) && swaps.marksPredecessor();
+  const std::string_view its = declaredScenario(line.scenario);
+  const size_t woken = algorithm(line.name, its, retired);
   if (!cast.item(woken))
     cast.description().algorithms[woken].sensor =
         cast.sensor(line.sensor, SensorTrack::Kind::kReal);
-  awake[std::string(line.name)] = woken;
-  wokenInSwap.insert(woken);
-  if (stateOf(woken).level == TraceSink::kAsleep) setLevel(woken, 0);
+  // It has slept meanwhile, of which the log does not tell.
+  endIf([&](const Awake& one) { return one.algorithm == woken && one.retired == retired; });
+  wakeUp(woken, retired);
+}
+
+LogReplay::Awake& LogReplay::wakeUp(size_t algorithm, bool retired) {
+  const AlgorithmTrack& track = cast.description().algorithms[algorithm];
+  // Who wakes is in force, and then its namesakes of another scenario or configuration are not.
+  for (const auto& other : awake) {
+    if (other->requester.name == track.name && other->algorithm != algorithm)
+      other->requester.inForce = false;
+    if (other->algorithm == algorithm && other->retired) other->requester.inForce = false;
+  }
+  auto one = std::make_unique<Awake>();
+  one->requester.name = track.name;
+  one->requester.inForce = true;
+  one->algorithm = algorithm;
+  one->item = cast.item(algorithm);
+  one->retired = retired;
+  one->lastHeard = now;
+  awake.push_back(std::move(one));
+  show(algorithm, 0);
+  return *awake.back();
 }
 
 void LogReplay::putToSleep(const LogLine& line) {
-  const size_t asleep = algorithm(line.name, declaredScenario(line.scenario));
-  const bool retired = isRetired(line.scenario);
-  // Its successor of the same name and scenario, which the log does not tell from it.
-  if (retired && wokenInSwap.count(asleep) > 0) return;
+  const bool retired = isRetired(line.scenario) && swaps.marksPredecessor();
+  const std::string_view its = declaredScenario(line.scenario);
   // A monitor at level 0 is not put to sleep by a change of the scenario.
-  const AlgorithmTrack& track = cast.description().algorithms[asleep];
-  if (!retired && track.kind == AlgorithmTrack::Kind::kMonitor && stateOf(asleep).level == 0)
-    return;
-  setLevel(asleep, TraceSink::kAsleep);
-  stateOf(asleep).postedLevel = 0;
-  const auto latest = awake.find(line.name);
-  // A namesake that woke meanwhile holds the requests now.
-  if (latest == awake.end() || latest->second != asleep) return;
-  awake.erase(latest);
-  for (const auto& [name, shown] : devices) {
-    if (shown.device->requests.count(track.name) > 0) control(track.name, *shown.device, 0);
-  }
-  showDevices();
+  endIf([&](const Awake& one) {
+    return one.requester.name == line.name && scenarioOf(one) == its && one.retired == retired &&
+           (retired || !isMonitor(one) || one.level != 0);
+  });
 }
 
 void LogReplay::decide(const LogLine& line) {
-  const size_t decided = current(line.name);
+  Awake& one = decider(line);
+  postMonitor(one, line.value);
   // Level 0 puts a monitor to sleep only if it comes down to it; one that has just woken stays
   // awake.
-  const bool leaves = line.value == 0 && line.before > 0;
-  setLevel(decided, leaves ? TraceSink::kAsleep : line.value);
-  postMonitor(decided, static_cast<uint32_t>(line.value));
-  if (leaves) awake.erase(awake.find(line.name));
+  if (line.value == 0 && line.before > 0)
+    endIf([&one](const Awake& other) { return &other == &one; });
+  else
+    show(one.algorithm, line.value);
 }
 
 void LogReplay::request(const LogLine& line) {
-  const size_t decided = current(line.name);
-  cast.description().algorithms[decided].kind = AlgorithmTrack::Kind::kStep;
+  Awake& one = decider(line);
+  cast.description().algorithms[one.algorithm].kind = AlgorithmTrack::Kind::kStep;
   // The log has what is asked for; without the end of the table that is the number of steps.
-  const auto* item = dynamic_cast<const SS*>(cast.item(decided));
-  setLevel(decided, item ? std::max(0, line.value - item->startLevel + 1) : line.value);
-  postStep(decided, line.value);
+  const auto* item = dynamic_cast<const SS*>(one.item);
+  show(one.algorithm, item ? std::max(0, line.value - item->startLevel + 1) : line.value);
+  postStep(one, line.value);
 }
 
 void LogReplay::releaseStep(const LogLine& line) {
-  const size_t released = current(line.name);
-  cast.description().algorithms[released].kind = AlgorithmTrack::Kind::kStep;
-  setLevel(released, TraceSink::kAsleep);
-  postStep(released, 0);
-  awake.erase(awake.find(line.name));
+  Awake& one = decider(line);
+  cast.description().algorithms[one.algorithm].kind = AlgorithmTrack::Kind::kStep;
+  endIf([&one](const Awake& other) { return &other == &one; });
+}
+
+// Of several that bear the name, whoever was at the level from which the decision comes, and of
+// these who woke last. A log may begin while an algorithm is awake, and its first message is then a
+// decision: it is taken for one of the scenario in force, since no other decides.
+LogReplay::Awake& LogReplay::decider(const LogLine& line) {
+  Awake* found = nullptr;
+  for (const auto& one : awake) {
+    if (one->requester.name != line.name) continue;
+    if (found && line.kind == Kind::kLevel && one->level != line.before &&
+        found->level == line.before)
+      continue;
+    found = one.get();
+  }
+  if (!found) found = &wakeUp(algorithm(line.name, scenario, false), false);
+  found->lastHeard = now;
+  return *found;
+}
+
+void LogReplay::finishChange(const std::string& name) {
+  changing = false;
+  enterScenario(name);
+  for (const auto& one : awake) {
+    const bool inForce = !one->retired && scenarioOf(*one) == scenario;
+    // The first change of a swap lets nobody go.
+    if (one->retired && event == SwapWatch::Event::kNew) continue;
+    one->returned = inForce && !one->requester.inForce;
+    one->requester.inForce = inForce;
+  }
 }
 
 void LogReplay::enterScenario(const std::string& name) {
@@ -152,62 +242,91 @@ void LogReplay::enterScenario(const std::string& name) {
   sink.scenario(now, scenario);
 }
 
-size_t LogReplay::algorithm(std::string_view name, std::string_view itsScenario) {
-  const size_t found = cast.algorithm(name, itsScenario, configuration);
+size_t LogReplay::algorithm(std::string_view name, std::string_view itsScenario, bool retired) {
+  const size_t found = cast.algorithm(name, itsScenario, configurationOf(retired));
   const std::string& its = cast.description().algorithms[found].configuration;
-  if (its != configuration) {
+  // A swap of which the log does not tell.
+  if (!retired && its != configuration) {
     configuration = its;
     sink.configuration(now, configuration);
   }
   return found;
 }
 
-// A log may begin while an algorithm is awake, and its first message is then a decision. It is
-// taken for one of the scenario in force, since no other decides.
-size_t LogReplay::current(std::string_view name) {
-  const auto latest = awake.find(name);
-  if (latest != awake.end()) return latest->second;
-  const size_t found = algorithm(name, scenario);
-  awake[std::string(name)] = found;
-  return found;
+template <typename Condition> void LogReplay::endIf(Condition condition) {
+  AwakeList ended;
+  for (auto& one : awake) {
+    if (condition(*one)) ended.push_back(std::move(one));
+  }
+  if (ended.empty()) return;
+  awake.erase(std::remove(awake.begin(), awake.end(), nullptr), awake.end());
+  for (const auto& one : ended)
+    end(*one);
+  showDevices();
 }
 
-LogReplay::State& LogReplay::stateOf(size_t algorithm) {
-  if (algorithm >= states.size()) states.resize(algorithm + 1);
-  return states[algorithm];
+void LogReplay::end(const Awake& one) {
+  if (const auto* monitor = dynamic_cast<const Monitor*>(one.item))
+    monitor->forEachDriven(static_cast<uint32_t>(one.level), [&](const Device& device, int32_t) {
+      if (Device* shown = shownDevice(device)) shown->withdraw(one.requester);
+    });
+  else if (const auto* step = dynamic_cast<const SS*>(one.item))
+    if (Device* shown = shownDevice(*step->device)) shown->withdraw(one.requester);
+  // Its successor is the same to a reader of the files.
+  const bool goesOn = std::any_of(awake.begin(), awake.end(), [&one](const auto& other) {
+    return other->algorithm == one.algorithm;
+  });
+  if (!goesOn) show(one.algorithm, TraceSink::kAsleep);
 }
 
-void LogReplay::setLevel(size_t algorithm, int32_t level) {
-  State& state = stateOf(algorithm);
-  if (state.level == level) return;
-  state.level = level;
+const std::string& LogReplay::scenarioOf(const Awake& one) const {
+  return cast.description().algorithms[one.algorithm].scenario;
+}
+
+bool LogReplay::isMonitor(const Awake& one) const {
+  return cast.description().algorithms[one.algorithm].kind == AlgorithmTrack::Kind::kMonitor;
+}
+
+void LogReplay::show(size_t algorithm, int32_t level) {
+  if (algorithm >= levels.size()) levels.resize(algorithm + 1, TraceSink::kAsleep);
+  if (levels[algorithm] == level) return;
+  levels[algorithm] = level;
   sink.algorithm(now, algorithm, level);
 }
 
 // As the monitor on the device does: the rows of both levels are posted before any device moves, so
 // that one that stands in both goes straight from one level to the other.
-void LogReplay::postMonitor(size_t algorithm, uint32_t level) {
-  const auto* monitor = dynamic_cast<const Monitor*>(cast.item(algorithm));
-  State& state = stateOf(algorithm);
-  if (!monitor || state.postedLevel == level) return;
-  monitor->forEachDriven(state.postedLevel,
-                         [&](const Device& device, int32_t) { control(monitor->name, device, 0); });
-  monitor->forEachDriven(
-      level, [&](const Device& device, int32_t wanted) { control(monitor->name, device, wanted); });
-  state.postedLevel = level;
+void LogReplay::postMonitor(Awake& one, int32_t level) {
+  const auto* monitor = dynamic_cast<const Monitor*>(one.item);
+  const bool moves = one.level != level;
+  const bool takesBack = one.returned;
+  const auto before = static_cast<uint32_t>(one.level);
+  one.level = level;
+  one.returned = false;
+  if (!monitor || (!moves && !takesBack)) return;
+  if (moves)
+    monitor->forEachDriven(before, [&](const Device& device, int32_t) {
+      if (Device* shown = shownDevice(device)) shown->withdraw(one.requester);
+    });
+  monitor->forEachDriven(static_cast<uint32_t>(level), [&](const Device& device, int32_t wanted) {
+    Device* shown = shownDevice(device);
+    if (shown && (moves || !shown->holds(one.requester)))
+      shown->deviceControl(one.requester, wanted);
+  });
   showDevices();
 }
 
-void LogReplay::postStep(size_t algorithm, int32_t level) {
-  const auto* step = dynamic_cast<const SS*>(cast.item(algorithm));
-  if (!step) return;
-  control(step->name, *step->device, level);
+void LogReplay::postStep(const Awake& one, int32_t level) {
+  const auto* step = dynamic_cast<const SS*>(one.item);
+  Device* shown = step ? shownDevice(*step->device) : nullptr;
+  if (!shown) return;
+  shown->deviceControl(one.requester, level);
   showDevices();
 }
 
-void LogReplay::control(const std::string& requester, const Device& device, int32_t level) {
+Device* LogReplay::shownDevice(const Device& device) {
   const auto found = devices.find(device.name);
-  if (found != devices.end()) found->second.device->deviceControl(requester, level);
+  return found == devices.end() ? nullptr : found->second.device.get();
 }
 
 void LogReplay::showDevices() {

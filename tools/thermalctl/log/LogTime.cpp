@@ -34,22 +34,41 @@ int64_t milliseconds(std::string_view text, size_t at) {
   return at < text.size() && text[at] == '.' ? digits(text, at + 1, 3) : -1;
 }
 
-// "MM-DD hh:mm:ss.fff"
-std::optional<int64_t> parseDate(std::string_view text, int64_t year) {
-  if (text.size() < 18 || text[2] != '-' || text[5] != ' ' || text[8] != ':' || text[11] != ':')
+// "MM-DD hh:mm:ss"
+std::optional<int64_t> parseSecond(std::string_view text, int64_t year) {
+  if (text.size() < 14 || text[2] != '-' || text[5] != ' ' || text[8] != ':' || text[11] != ':')
     return std::nullopt;
   const int64_t month = digits(text, 0, 2);
   const int64_t day = digits(text, 3, 2);
   const int64_t hour = digits(text, 6, 2);
   const int64_t minute = digits(text, 9, 2);
   const int64_t second = digits(text, 12, 2);
-  const int64_t fraction = milliseconds(text, 14);
-  if (month < 1 || month > 12 || day < 1 || hour < 0 || minute < 0 || second < 0 || fraction < 0)
+  if (month < 1 || month > 12 || day < 1 || hour < 0 || minute < 0 || second < 0)
     return std::nullopt;
   const date::sys_days midnight =
       date::year(static_cast<int>(year)) / static_cast<int>(month) / static_cast<int>(day);
   return midnight.time_since_epoch().count() * kDay +
-         ((hour * 60 + minute) * 60 + second) * kSecond + fraction;
+         ((hour * 60 + minute) * 60 + second) * kSecond;
+}
+
+// How far ahead of the time of all zones a clock is, from what stands behind a time: " +0130".
+int64_t parseZone(std::string_view text) {
+  if (text.size() < 6 || text[0] != ' ' || (text[1] != '+' && text[1] != '-')) return 0;
+  const int64_t hours = digits(text, 2, 2);
+  const int64_t minutes = digits(text, 4, 2);
+  if (hours < 0 || minutes < 0) return 0;
+  return (text[1] == '-' ? -1 : 1) * (hours * 60 + minutes) * 60 * kSecond;
+}
+
+// "MM-DD hh:mm:ss.fff", with further digits and a zone behind it.
+std::optional<int64_t> parseDate(std::string_view text, int64_t year) {
+  const auto second = parseSecond(text, year);
+  const int64_t fraction = milliseconds(text, 14);
+  if (!second || fraction < 0) return std::nullopt;
+  size_t end = 15;
+  while (end < text.size() && isDigit(text[end]))
+    ++end;
+  return *second + fraction - parseZone(text.substr(end));
 }
 
 // "123.456"
@@ -79,6 +98,12 @@ std::optional<int64_t> parseTime(std::string_view line) {
     return year < 1 ? std::nullopt : parseDate(line.substr(5), year);
   }
   return parseSeconds(line);
+}
+
+std::optional<WrittenTime> parseWholeSeconds(std::string_view text) {
+  const auto second = parseSecond(text, kCommonYear);
+  if (!second || (text.size() > 14 && text[14] != ' ')) return std::nullopt;
+  return WrittenTime{*second, true};
 }
 
 int64_t LogClock::at(int64_t written) {

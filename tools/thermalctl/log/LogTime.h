@@ -4,12 +4,23 @@
 #include <optional>
 #include <string_view>
 
+// A moment as a log has it.
+//
+// Units: milliseconds since some moment that all lines of one log share.
+struct WrittenTime {
+  int64_t at = 0;
+  bool wholeSeconds = false; // finer than that it was not written
+};
+
 // When a line of a log was written, in milliseconds since some moment that all lines of one log
 // share. Nothing for a line that does not begin with a time.
 //
-// Knows "MM-DD hh:mm:ss.fff" with or without a year before it, and seconds since the epoch or the
-// boot. Without a year all years count as common ones.
+// Knows "MM-DD hh:mm:ss.fff" with or without a year before it and a zone behind it, and seconds
+// since the epoch or the boot. Without a year all years count as common ones.
 std::optional<int64_t> parseTime(std::string_view line);
+
+// The same for "MM-DD hh:mm:ss", which only seconds follow.
+std::optional<WrittenTime> parseWholeSeconds(std::string_view text);
 
 // Makes a clock that was set, and a year that is not written, into a time that only goes on.
 //

@@ -21,7 +21,7 @@ void CsvTrace::level(int64_t time, size_t device, int32_t level, const std::stri
 
 void CsvTrace::algorithm(int64_t time, size_t algorithm, int32_t level) {
   write(csv::lineOf(run.name, run.algorithms[algorithm]), time,
-        level == kAsleep ? std::nullopt : std::optional(level));
+        level == kAsleep ? std::nullopt : std::optional<int64_t>(level));
 }
 
 void CsvTrace::scenario(int64_t time, const std::string& name) {
@@ -32,12 +32,20 @@ void CsvTrace::configuration(int64_t time, const std::string& name) {
   write(csv::lineOf(run.name, csv::kConfiguration, name), time);
 }
 
+void CsvTrace::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
+  write(csv::lineOf(run.name, csv::kGap, sensor ? run.sensors[*sensor].name : ""), to, to - from);
+}
+
+void CsvTrace::standstill(int64_t time) {
+  write(csv::lineOf(run.name, csv::kStandstill), time);
+}
+
 void CsvTrace::end(int64_t time, const std::vector<Performance>&) {
   write(csv::lineOf(run.name, csv::kEnd), time);
   writer.flush();
 }
 
-void CsvTrace::write(const csv::Frame& frame, int64_t time, std::optional<int32_t> value) {
+void CsvTrace::write(const csv::Frame& frame, int64_t time, std::optional<int64_t> value) {
   writer << frame.start << time << frame.middle;
   if (value) writer << *value;
   writer << frame.end;

@@ -23,10 +23,12 @@ public:
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
+  void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
 private:
-  void write(const csv::Frame& frame, int64_t time, std::optional<int32_t> value = std::nullopt);
+  void write(const csv::Frame& frame, int64_t time, std::optional<int64_t> value = std::nullopt);
 
   Writer writer;
   TraceDescription run;

@@ -19,7 +19,7 @@ void EventTrace::finish() {
 
 void EventTrace::begin(const TraceDescription& run) {
   ++process;
-  // By the threads' numbers, of which 0 is none.
+  // By the threads' numbers; of a gap both ends are known when it is told.
   open.assign(kFirstAlgorithm + run.algorithms.size(), false);
   nameProcess(run.name);
   nameThread(kConfiguration, "configuration");
@@ -28,6 +28,9 @@ void EventTrace::begin(const TraceDescription& run) {
   for (const AlgorithmTrack& algorithm : run.algorithms)
     nameThread(thread++, algorithm.name + " (" + algorithm.scenario + ")");
   sensors.clear();
+  names.clear();
+  for (const SensorTrack& sensor : run.sensors)
+    names.push_back(sensor.name);
   for (const SensorTrack& sensor : run.sensors)
     sensors.push_back(jsonString(sensor.name + (sensor.kind == SensorTrack::Kind::kPlantNode
                                                     ? " of the plant, degrees C"
@@ -61,6 +64,17 @@ void EventTrace::scenario(int64_t time, const std::string& name) {
 
 void EventTrace::configuration(int64_t time, const std::string& name) {
   slice(time, kConfiguration, name);
+}
+
+void EventTrace::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
+  const std::string what = sensor ? "no sample: " + names[*sensor] : "gap";
+  event("X") << R"(,"tid":)" << kGaps << R"(,"ts":)" << from * kMicroseconds << R"(,"dur":)"
+             << (to - from) * kMicroseconds << R"(,"name":)" << jsonString(what) << "}";
+}
+
+void EventTrace::standstill(int64_t time) {
+  event("i") << R"(,"tid":)" << kScenario << R"(,"s":"p","ts":)" << time * kMicroseconds
+             << R"(,"name":"the daemon stands still"})";
 }
 
 void EventTrace::end(int64_t time, const std::vector<Performance>&) {

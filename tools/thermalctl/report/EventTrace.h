@@ -7,7 +7,8 @@
 #include "trace/Trace.h"
 
 // The runs in the trace event format, for the Perfetto UI: each run a process, temperatures and
-// levels as counters, the scenario, the configuration and each algorithm as a thread of slices.
+// levels as counters, the scenario, the configuration, each algorithm and the gaps as threads of
+// slices.
 //
 // Shape:  one JSON object, whole only after `finish`.
 // Units:  times in microseconds, as the format has them; counters in degrees Celsius and in levels.
@@ -24,10 +25,13 @@ public:
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
+  void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
 private:
   // The numbers of a run's threads, which are also their order in the view.
+  static constexpr int64_t kGaps = 0;
   static constexpr int64_t kConfiguration = 1;
   static constexpr int64_t kScenario = 2;
   static constexpr int64_t kFirstAlgorithm = 3;
@@ -42,6 +46,7 @@ private:
   Writer writer;
   bool first = true;
   int64_t process = 0;
+  std::vector<std::string> names;   // of the sensors
   std::vector<std::string> sensors; // ready for JSON, like the devices
   std::vector<std::string> devices;
   std::vector<bool> open; // by thread

@@ -111,6 +111,15 @@ void HtmlReport::configuration(int64_t time, const std::string& name) {
   runs.back().configurations.add(time, name);
 }
 
+void HtmlReport::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
+  Run& run = runs.back();
+  (sensor ? run.sensorGaps[*sensor] : run.gaps).emplace_back(from, to);
+}
+
+void HtmlReport::standstill(int64_t time) {
+  runs.back().standstill = time;
+}
+
 void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {
   runs.back().duration = time;
   runs.back().performance = performance;
@@ -120,6 +129,10 @@ std::string HtmlReport::asJson(const Run& run) {
   const auto course = [](const NameSeries& series) {
     return Json{{"names", series.names}, {"points", encoded(series.indices.points())}};
   };
+  Json sensors = describeAll(run.description.sensors, run.temperatures);
+  for (size_t i = 0; i < sensors.size(); ++i) {
+    if (!run.sensorGaps[i].empty()) sensors[i]["gaps"] = run.sensorGaps[i];
+  }
   Json performance = Json::array();
   for (const Performance& source : run.performance)
     performance.push_back({{"source", source.source},
@@ -127,7 +140,9 @@ std::string HtmlReport::asJson(const Run& run) {
                            {"delivered", source.delivered}});
   return dumped({{"name", run.description.name},
                  {"duration", run.duration},
-                 {"sensors", describeAll(run.description.sensors, run.temperatures)},
+                 {"standstill", orNull(run.standstill)},
+                 {"gaps", run.gaps},
+                 {"sensors", sensors},
                  {"devices", describeAll(run.description.devices, run.levels)},
                  {"algorithms", describeAll(run.description.algorithms, run.algorithms)},
                  {"scenarios", course(run.scenarios)},

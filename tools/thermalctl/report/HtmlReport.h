@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -24,6 +25,8 @@ public:
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
+  void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
   void write(std::ostream& out) const;
@@ -36,19 +39,24 @@ private:
     std::vector<std::string> names;
     Series indices;
   };
+  using Gaps = std::vector<std::pair<int64_t, int64_t>>; // from, to; in milliseconds
   struct Run {
     explicit Run(const TraceDescription& description_)
         : description(description_), temperatures(description_.sensors.size()),
-          levels(description_.devices.size()), algorithms(description_.algorithms.size()) {}
+          levels(description_.devices.size()), algorithms(description_.algorithms.size()),
+          sensorGaps(description_.sensors.size()) {}
 
     TraceDescription description;
     std::vector<Series> temperatures; // of each sensor
     std::vector<Series> levels;       // of each device
     std::vector<Series> algorithms;   // of each algorithm
+    std::vector<Gaps> sensorGaps;     // of each sensor alone
+    Gaps gaps;                        // of everything
     NameSeries scenarios;
     NameSeries configurations;
     std::vector<Performance> performance;
-    int64_t duration = 0; // milliseconds
+    std::optional<int64_t> standstill; // since when, in milliseconds
+    int64_t duration = 0;              // milliseconds
   };
 
   static std::string asJson(const Run& run);

@@ -80,11 +80,6 @@ void addMarks(const TraceDescription& run, const SensorTrack& sensor, std::set<M
   }
 }
 
-std::string limitVerdict(const TimeAtValue& record, int32_t limit) {
-  if (record.highest() <= limit) return "kept";
-  return "passed for " + clock(record.total() - record.atMost(limit));
-}
-
 // An entry's number, such as a clock, whatever stands behind its digits; 0 for a text.
 double numberOf(const std::string& entry) {
   return std::strtod(entry.c_str(), nullptr);
@@ -117,6 +112,20 @@ void Summary::level(int64_t time, size_t device, int32_t level, const std::strin
   runs.back().levels[device].set(time, level);
 }
 
+void Summary::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
+  Run& run = runs.back();
+  if (sensor) return run.temperatures[*sensor].skip(from, to);
+  run.inGaps += to - from;
+  for (std::vector<TimeAtValue>* records : {&run.temperatures, &run.levels}) {
+    for (TimeAtValue& record : *records)
+      record.skip(from, to);
+  }
+}
+
+void Summary::standstill(int64_t time) {
+  runs.back().standstill = time;
+}
+
 void Summary::end(int64_t time, const std::vector<Performance>& performance) {
   Run& run = runs.back();
   run.duration = time;
@@ -138,20 +147,41 @@ bool Summary::passedALimit() const {
   return false;
 }
 
+std::vector<std::string> Summary::unjudged() const {
+  std::vector<std::string> sentences;
+  for (const Run& run : runs) {
+    const std::string& name = run.description.name;
+    if (run.standstill)
+      sentences.push_back(name + ": the daemon stood still from " + clock(*run.standstill) +
+                          " on: no limit is kept by what samples and decides nothing");
+    for (size_t i = 0; i < run.temperatures.size(); ++i) {
+      const SensorTrack& sensor = run.description.sensors[i];
+      if (sensor.limit && run.temperatures[i].empty())
+        sentences.push_back(name + ": " + sensor.name +
+                            " never had a sample: nobody knows whether " + "its limit was kept");
+    }
+  }
+  return sentences;
+}
+
 void Summary::print(std::ostream& out) const {
   Rows rows = {{"", ""}, {"run", "duration, h:mm:ss"}};
   std::vector<SensorTrack> sensors;
   std::vector<DeviceTrack> devices;
   std::vector<std::string> sources;
+  bool hasGaps = false;
   for (const Run& run : runs) {
     rows[0].push_back(run.description.name);
     rows[1].push_back(clock(run.duration));
+    hasGaps |= run.inGaps > 0;
     collect(run.description.sensors, sensors);
     collect(run.description.devices, devices);
     for (const Performance& performance : run.performance) {
       if (performance.demanded != 0) collect({performance.source}, sources);
     }
   }
+  if (hasGaps)
+    addRow("run", "of it in gaps", rows, [](const Run& run) { return clock(run.inGaps); });
   for (const SensorTrack& sensor : sensors)
     addSensor(sensor, rows);
   for (const DeviceTrack& device : devices)
@@ -205,8 +235,19 @@ void Summary::addSensor(const SensorTrack& sensor, Rows& rows) const {
   }
   if (!never.empty()) rows.push_back({group, "never " + never});
   if (sensor.limit)
-    add("limit " + degrees(*sensor.limit),
-        [&](const TimeAtValue& record) { return limitVerdict(record, *sensor.limit); });
+    addRow(group, "limit " + degrees(*sensor.limit), rows,
+           [&](const Run& run) { return verdictOf(run, sensor); });
+}
+
+std::string Summary::verdictOf(const Run& run, const SensorTrack& sensor) {
+  const auto& sensors = run.description.sensors;
+  const TimeAtValue* record = recordOf(sensors, run.temperatures, sensor);
+  if (record && record->highest() > *sensor.limit)
+    return "passed for " + clock(record->total() - record->atMost(*sensor.limit));
+  const auto isIt = [&](const SensorTrack& other) { return same(other, sensor); };
+  if (std::none_of(sensors.begin(), sensors.end(), isIt)) return kNothing;
+  if (!record) return "no sample";
+  return run.standstill ? "not judged" : "kept";
 }
 
 void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {
@@ -235,7 +276,7 @@ void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {
     });
   }
   add("changes a minute", [](const TimeAtValue& record, const Run& run) {
-    const double minutes = static_cast<double>(run.duration) / kMillisecondsPerMinute;
+    const double minutes = static_cast<double>(run.duration - run.inGaps) / kMillisecondsPerMinute;
     return minutes == 0 ? kNothing : rounded(record.changes() / minutes, 2);
   });
   add("mean entry, level 0 = 100 %",

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,10 +20,15 @@ public:
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
+  void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
   // Whether any sample of a sensor was above its limit.
   bool passedALimit() const;
+  // Why of a run it cannot be said that all limits were kept, a sentence each: the daemon stood
+  // still, or a sensor with a limit never had a sample.
+  std::vector<std::string> unjudged() const;
 
   // A column for each run. Per sensor the peak, the mean, the time at or past each threshold that
   // any of the configurations has for it, and whether its limit was kept; per device the mean
@@ -40,7 +46,9 @@ private:
     std::vector<TimeAtValue> temperatures; // of each sensor
     std::vector<TimeAtValue> levels;       // of each device
     std::vector<Performance> performance;
-    int64_t duration = 0; // milliseconds
+    std::optional<int64_t> standstill; // since when, in milliseconds
+    int64_t duration = 0;              // milliseconds
+    int64_t inGaps = 0;                // of these, in which nothing is known of anything
   };
 
   // Of a group's name, a label and a cell for each run; without cells the label may run on.
@@ -50,6 +58,8 @@ private:
   template <typename Cell>
   void addRow(const std::string& group, const std::string& label, Rows& rows, Cell cell) const;
   void addSensor(const SensorTrack& sensor, Rows& rows) const;
+  // Whether a sensor with a limit has kept it.
+  static std::string verdictOf(const Run& run, const SensorTrack& sensor);
   void addDevice(const DeviceTrack& device, Rows& rows) const;
   void addPerformance(const std::string& source, Rows& rows) const;
 

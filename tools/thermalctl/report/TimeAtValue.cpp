@@ -1,5 +1,6 @@
 #include "report/TimeAtValue.h"
 
+#include <algorithm>
 #include <numeric>
 
 namespace {
@@ -26,6 +27,11 @@ void TimeAtValue::set(int64_t time, int32_t value) {
 void TimeAtValue::finish(int64_t time) {
   if (current) times[*current] += time - since;
   since = time;
+}
+
+void TimeAtValue::skip(int64_t from, int64_t to) {
+  finish(std::max(from, since));
+  since = std::max(to, since);
 }
 
 int64_t TimeAtValue::total() const {

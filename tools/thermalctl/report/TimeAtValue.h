@@ -15,6 +15,8 @@ public:
   void set(int64_t time, int32_t value);
   // The last value held until then.
   void finish(int64_t time);
+  // Nothing is known of the time between the two; behind it the last value holds on.
+  void skip(int64_t from, int64_t to);
 
   bool empty() const { return times.empty(); }
   uint32_t changes() const { return changeCount; }

@@ -150,6 +150,7 @@ void Engine::standStill() {
   for (auto& [period, worker] : schedule.sensorWorkers)
     worker.due = Schedule::kNever;
   schedule.scenarioDue = Schedule::kNever;
+  observer.standstill(now);
   listener.warning(now,
                    "the daemon samples nothing any more: a change of scenario or configuration "
                    "waits for a sensor worker whose sensors are all switched off");
@@ -157,8 +158,8 @@ void Engine::standStill() {
 
 void Engine::takeNodes() {
   plant.advanceTo(now);
-  observer.shownNodes(now);
-  schedule.nodesDue = input.shownNodes.empty() ? Schedule::kNever : now + kNodePeriod;
+  observer.nodes(now);
+  schedule.nodesDue = now + kNodePeriod;
 }
 
 void Engine::sample(const SensorWorker& worker, void (SensorThread::*step)()) {

@@ -1,20 +1,29 @@
 #include "simulate/Inputs.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <set>
+#include <system_error>
 
 #include "base/TextReader.h"
 #include "daemon/VirtualDaemon.h"
 #include "file/Names.h"
+#include "text/Nearest.h"
+#include "text/Phrases.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
+std::string reason(int number) {
+  return std::generic_category().message(number);
+}
+
 std::string readOrReport(const std::string& path, Problems& problems) {
+  errno = 0;
   std::optional<std::string> text = readFile(path);
-  if (!text) problems.add(path, 0, "cannot be read");
+  if (!text) problems.add({path, {}, "cannot be read: " + reason(errno)});
   return text.value_or("");
 }
 
@@ -23,12 +32,12 @@ public:
   InputReader(const SimulationRequest& request_, Problems& problems_)
       : request(request_), problems(problems_) {}
 
-  std::vector<RunInput> read() {
+  SimulationInputs read() {
     const std::string environment = readOrReport(request.environment, problems);
     const std::string plantText = readOrReport(request.plant, problems);
     const std::string workloadText = readOrReport(request.workload, problems);
     for (const std::string& path : request.configurations)
-      texts[path] = readOrReport(path, problems);
+      addFile(path);
     if (!problems.none()) return {};
 
     base.environment = environment;
@@ -38,7 +47,7 @@ public:
     base.plant = readPlant(plantText, request.plant, base.description, problems);
     // Without its nodes the plant could not even be read, and all that follows would only repeat
     // it.
-    if (base.plant.nodes.empty()) return {};
+    if (base.plant.nodes.empty()) return {{}, files};
     base.workload =
         readWorkload(workloadText, request.workload, base.plant, base.description, problems);
     // Behind both, whose indices are those of the board's own sensors.
@@ -47,53 +56,96 @@ public:
     base.description.duration = request.duration;
 
     std::vector<RunInput> runs;
-    for (const std::string& path : request.configurations)
-      runs.push_back(runOf(path));
+    const std::vector<std::string> starts = files;
+    for (const std::string& path : starts)
+      runs.push_back(runOf(path, starts));
     checkScenarios();
-    return runs;
+    return {std::move(runs), files};
   }
 
 private:
+  // Several runs may ask for one file, and by several names.
+  void addFile(const std::string& path) {
+    const auto known = [&path](const std::string& other) {
+      std::error_code ignored;
+      return path == other || fs::equivalent(path, other, ignored);
+    };
+    const auto found = std::find_if(files.begin(), files.end(), known);
+    if (found != files.end()) {
+      texts[path] = texts[*found];
+      return;
+    }
+    files.push_back(path);
+    texts[path] = readOrReport(path, problems);
+  }
+
   void readBoard() {
     const VirtualDaemon board(base.environment);
     base.description = board.describe();
     initialWord = board.confFileName;
     if (base.description.sensors.empty())
-      problems.add(request.environment, 0, "declares no sensor");
+      problems.add({request.environment, {}, "declares no sensor"});
   }
 
-  // Those that no sensor reads.
   void addPlantNodes() {
-    std::set<size_t> read;
-    for (const PlantDescription::Probe& probe : base.plant.probes)
-      read.insert(probe.node);
-    for (size_t i = 0; i < base.plant.nodes.size(); ++i) {
-      const std::string& name = base.plant.nodes[i].name;
-      if (read.count(i) > 0 || sensorNamed(name)) continue;
-      base.shownNodes.push_back(i);
-      base.description.sensors.push_back({name, SensorTrack::Kind::kPlantNode, 1000, {}});
-    }
+    for (const PlantDescription::Node& node : base.plant.nodes)
+      base.description.sensors.push_back({node.name, SensorTrack::Kind::kPlantNode, 1000, {}});
   }
 
   void addLimits() {
-    for (const auto& [name, millidegrees] : request.limits) {
-      if (SensorTrack* sensor = sensorNamed(name))
-        sensor->limit = millidegrees;
-      else
-        problems.add("--limit " + name, 0, "is no sensor of the board and no node of the plant");
+    for (const Limit& limit : request.limits) {
+      SensorTrack* const sensor = limit.ofNode ? nullptr : trackNamed(limit.name, Of::kSensor);
+      SensorTrack* const node = trackNamed(limit.name, Of::kNode);
+      if (sensor) {
+        tighten(*sensor, limit);
+        limitWhatItReads(*sensor, limit);
+      } else if (node) {
+        tighten(*node, limit);
+      } else {
+        tellNoSuch(limit);
+      }
     }
   }
 
-  SensorTrack* sensorNamed(const std::string& name) {
-    for (SensorTrack& sensor : base.description.sensors) {
-      if (sensor.name == name) return &sensor;
+  // A sensor that is stuck or slow would keep its limit in any heat.
+  void limitWhatItReads(const SensorTrack& sensor, const Limit& limit) {
+    for (const PlantDescription::Probe& probe : base.plant.probes) {
+      if (&base.description.sensors[probe.sensor] == &sensor)
+        tighten(base.description.sensors[base.firstNode() + probe.node], limit);
+    }
+  }
+
+  static void tighten(SensorTrack& track, const Limit& limit) {
+    track.limit = std::min(limit.millidegrees, track.limit.value_or(limit.millidegrees));
+  }
+
+  void tellNoSuch(const Limit& limit) {
+    std::vector<std::string> names;
+    for (const SensorTrack& track : base.description.sensors) {
+      const bool isNode = track.kind == SensorTrack::Kind::kPlantNode;
+      if (isNode || !limit.ofNode) names.push_back(track.name);
+    }
+    const std::string what = limit.ofNode ? "the plant has no node '"
+                                          : "the board has no sensor and the plant no node '";
+    const std::string asked = "--limit " + std::string(limit.ofNode ? "node:" : "") + limit.name;
+    problems.add({asked,
+                  {},
+                  what + limit.name + "'",
+                  didYouMean(limit.name, names, "there are " + listed(names))});
+  }
+
+  enum class Of { kSensor, kNode };
+  SensorTrack* trackNamed(const std::string& name, Of kind) {
+    for (SensorTrack& track : base.description.sensors) {
+      const bool isNode = track.kind == SensorTrack::Kind::kPlantNode;
+      if (track.name == name && isNode == (kind == Of::kNode)) return &track;
     }
     return nullptr;
   }
 
-  RunInput runOf(const std::string& path) {
+  RunInput runOf(const std::string& path, const std::vector<std::string>& starts) {
     RunInput run = base;
-    run.description.name = shortName(path, request.configurations);
+    run.description.name = shortName(path, starts);
     addConfiguration(run, initialWord, path);
     for (const Change& change : run.workload.changes) {
       if (change.kind != Change::Kind::kConfiguration || run.configurations.count(change.word) > 0)
@@ -101,8 +153,8 @@ private:
       if (const auto asked = pathOf(change.word, path))
         addConfiguration(run, change.word, *asked);
       else
-        problems.add(request.workload, change.line,
-                     "there is no configuration '" + change.word + "' beside " + path);
+        problems.add({request.workload, change.at,
+                      "there is no configuration '" + change.word + "' beside " + path});
     }
     return run;
   }
@@ -120,14 +172,11 @@ private:
   }
 
   void addConfiguration(RunInput& run, const std::string& word, const std::string& path) {
-    // Several runs may ask for one file.
-    if (texts.count(path) == 0) texts[path] = readOrReport(path, problems);
-    // A daemon of its own: one that has read a configuration keeps its items.
+    if (texts.count(path) == 0) addFile(path);
+    // A daemon of its own: one that has read a configuration keeps its items. Where it would end,
+    // the check has told.
     VirtualDaemon daemon(base.environment);
-    if (const auto error = daemon.parseConfiguration(texts[path])) {
-      problems.add(path, 0, "the daemon would end here: " + *error);
-      return;
-    }
+    if (daemon.parseConfiguration(texts[path])) return;
     for (const auto& [name, scenario] : daemon.scenarios)
       scenarios.insert(name);
     run.configurations[word] = texts[path];
@@ -140,21 +189,23 @@ private:
   void checkScenarios() {
     for (const Change& change : base.workload.changes) {
       if (change.kind == Change::Kind::kScenario && scenarios.count(change.word) == 0)
-        problems.add(request.workload, change.line,
-                     "no configuration declares the scenario '" + change.word + "'");
+        problems.add({request.workload, change.at,
+                      "no configuration declares the scenario '" + change.word + "'",
+                      didYouMean(change.word, {scenarios.begin(), scenarios.end()})});
     }
   }
 
   const SimulationRequest& request;
   Problems& problems;
   RunInput base;
-  std::string initialWord; // what the daemon calls the configuration that it starts with
+  std::string initialWord;        // what the daemon calls the configuration that it starts with
+  std::vector<std::string> files; // of the configurations, each once
   std::map<std::string, std::string> texts; // of the configurations, by their paths
   std::set<std::string> scenarios;
 };
 
 } // namespace
 
-std::vector<RunInput> readInputs(const SimulationRequest& request, Problems& problems) {
+SimulationInputs readInputs(const SimulationRequest& request, Problems& problems) {
   return InputReader(request, problems).read();
 }

@@ -8,13 +8,13 @@
 #include "simulate/PlantFile.h"
 #include "simulate/WorkloadFile.h"
 #include "toml/Problems.h"
+#include "trace/Limit.h"
 #include "trace/Trace.h"
 
 // What a user asks for.
 //
-// Shape:  paths as the user gave them, or put together from the board's folder. A limit is told by
-//         the name of a sensor or of a node of the plant.
-// Units:  limits in millidegrees Celsius, `duration` in milliseconds.
+// Shape:  paths as the user gave them, or put together from the board's folder.
+// Units:  `duration` in milliseconds.
 // Source: the command line of "simulate", with the board's folder for what it does not name.
 struct SimulationRequest {
   std::string environment;
@@ -23,7 +23,7 @@ struct SimulationRequest {
   std::string workload;
   // Where the files lie that the workload asks for, beside the folder of a run's own configuration.
   std::string configurationFolder;
-  std::map<std::string, int32_t> limits; // in millidegrees, by sensor or node
+  std::vector<Limit> limits;
   int64_t duration = 0;
   uint64_t seed = 0;
 };
@@ -34,7 +34,7 @@ struct SimulationRequest {
 // Shape:  the configurations are the one that the daemon starts with, under the name that the
 //         environment has for it, and those that the workload asks for. Indices of plant and
 //         workload are those of `description`, whose sensors are the board's by name and then the
-//         nodes of `shownNodes`. A configuration's items stand in it one after the other, in the
+//         plant's nodes. A configuration's items stand in it one after the other, in the
 //         order in which VirtualDaemon gives them.
 // Units:  `duration` in milliseconds.
 // Source: `readInputs`.
@@ -44,13 +44,26 @@ struct RunInput {
   PlantDescription plant;
   Workload workload;
   TraceDescription description;
-  std::vector<size_t> shownNodes; // of the plant, behind the board's sensors in the description
   int64_t duration = 0;
   uint64_t seed = 0;
+
+  // Where the plant's nodes begin among the sensors of the description.
+  size_t firstNode() const { return description.sensors.size() - plant.nodes.size(); }
+};
+
+// The runs that a request makes.
+//
+// Shape:  a run for each configuration. `configurations` are the paths of all that the daemon may
+//         come to read, in any run; none where a file could not be read.
+// Errors: the runs are promised only if `readInputs` has told no problem and the board's files pass
+//         the check: a configuration on which the daemon would end has no items here.
+struct SimulationInputs {
+  std::vector<RunInput> runs;
+  std::vector<std::string> configurations;
 };
 
 // Reads all files and checks them against each other: the plant against the board, the workload
 // against both, the scenarios and configurations that it asks for against what is there. A file
-// that is wrong by itself may hide what it would be wrong with beside the others. With problems the
-// runs are of no use.
-std::vector<RunInput> readInputs(const SimulationRequest& request, Problems& problems);
+// that is wrong by itself may hide what it would be wrong with beside the others. A configuration
+// that is asked for twice is run once.
+SimulationInputs readInputs(const SimulationRequest& request, Problems& problems);

@@ -1,6 +1,7 @@
 #include "simulate/NodeFeed.h"
 
 #include <stdexcept>
+#include <utility>
 
 NodeFeed::NodeFeed(const RunInput& input_, Plant& plant_)
     : input(input_), plant(plant_), nodes(input.plant.probes.size()) {}
@@ -21,6 +22,7 @@ void NodeFeed::refresh(size_t probe) {
   if (reading == node->shown) return;
   node->text.show(reading);
   node->shown = reading;
+  node->begun = true;
 }
 
 void NodeFeed::setFault(const Change& change) {
@@ -29,13 +31,16 @@ void NodeFeed::setFault(const Change& change) {
   node->faulty = change.word != fault::kNone;
   // The reading behind the fault may be the one before it, and must be written all the same.
   node->shown.reset();
+  if (change.word == fault::kNone) return;
+  // A stuck node keeps its text. One that has none yet sticks at what would have been its first
+  // reading.
+  const bool isNew = !std::exchange(node->begun, true);
+  if (change.word == fault::kStuck && isNew) return node->text.show(plant.reading(change.index));
+  if (change.word == fault::kStuck) return;
   // A stream that finds nothing fails, and the daemon clears no failure: such a sensor reads 0 to
-  // the end of the run, whatever its node holds later. A stuck node needs nothing done: it keeps
-  // its text.
-  if (change.word == fault::kNone || change.word == fault::kStuck) return;
+  // the end of the run, whatever its node holds later.
   if (change.word == fault::kUnreadable) return node->text.show("");
   if (change.word == fault::kNonsense) return node->text.show("nonsense");
-  if (change.word == fault::kValue)
-    return node->text.show(static_cast<int32_t>(change.value * 1000));
+  if (change.word == fault::kValue) return node->text.show(millidegreesOf(change.value));
   throw std::logic_error("a fault that no node can have: " + change.word);
 }

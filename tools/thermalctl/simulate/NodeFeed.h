@@ -29,6 +29,7 @@ public:
 private:
   struct Node {
     NodeText text;
+    bool begun = false; // whether it has ever been given a text
     bool faulty = false;
     std::optional<int32_t> shown; // of the readings
   };

@@ -1,13 +1,12 @@
 #include "simulate/Observer.h"
 
-#include <cmath>
-
 #include "device/Device.h"
 #include "sensor/Algo.h"
 
 Observer::Observer(const RunInput& input_, const VirtualDaemon& daemon_, Plant& plant_,
                    TraceSink& sink_)
-    : input(input_), daemon(daemon_), plant(plant_), sink(sink_) {
+    : input(input_), daemon(daemon_), plant(plant_), sink(sink_),
+      shownAt(input_.plant.nodes.size(), -1) {
   // In the description's order, which goes through a registry of the same names: an index fits
   // both.
   for (const auto& [name, device] : daemon.devices) {
@@ -67,14 +66,23 @@ void Observer::temperatures(int64_t now, const SensorWorker& worker) {
     // A virtual sensor stands behind its trip sensor, so whoever is on by now was on in its turn.
     if (sensor->active) sink.temperature(now, track, sensor->temperature);
   }
+  for (const size_t probe : worker.probes)
+    showNode(now, input.plant.probes[probe].node);
 }
 
-void Observer::shownNodes(int64_t now) {
-  const size_t first = input.description.sensors.size() - input.shownNodes.size();
-  for (size_t i = 0; i < input.shownNodes.size(); ++i) {
-    const double celsius = plant.temperature(input.shownNodes[i]);
-    sink.temperature(now, first + i, static_cast<int32_t>(std::lround(celsius * 1000)));
-  }
+void Observer::nodes(int64_t now) {
+  for (size_t node = 0; node < shownAt.size(); ++node)
+    showNode(now, node);
+}
+
+void Observer::showNode(int64_t now, size_t node) {
+  if (shownAt[node] == now) return;
+  shownAt[node] = now;
+  sink.temperature(now, input.firstNode() + node, millidegreesOf(plant.temperature(node)));
+}
+
+void Observer::standstill(int64_t now) {
+  sink.standstill(now);
 }
 
 void Observer::items(int64_t now) {

@@ -30,15 +30,19 @@ public:
   void retireItems();
   void forgetRetired(int64_t now);
 
-  // The samples that the worker has just taken.
+  // The samples that the worker has just taken, and what the nodes have that they are of.
   void temperatures(int64_t now, const SensorWorker& worker);
-  // What those nodes of the plant have that no sensor reads.
-  void shownNodes(int64_t now);
+  // What the plant's nodes have.
+  void nodes(int64_t now);
+  // The daemon samples nothing any more.
+  void standstill(int64_t now);
 
   void items(int64_t now);
   void itemsAndDevices(int64_t now);
 
 private:
+  void showNode(int64_t now, size_t node);
+
   // An item and its index in TraceDescription::algorithms, with the level last shown.
   struct TrackedItem {
     const Algo* item;
@@ -54,5 +58,6 @@ private:
   std::vector<std::pair<const Device*, int32_t>> devices; // with the level last shown
   std::string shownConfiguration;
   std::string shownScenario;
+  std::vector<int64_t> shownAt; // when a node was shown last
   size_t retired = 0; // how many of the items are those of a configuration that is being replaced
 };

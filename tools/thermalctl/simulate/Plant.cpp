@@ -4,6 +4,12 @@
 #include <cmath>
 #include <limits>
 
+int32_t millidegreesOf(double celsius) {
+  return static_cast<int32_t>(std::clamp<double>(std::round(celsius * 1000),
+                                                 std::numeric_limits<int32_t>::min(),
+                                                 std::numeric_limits<int32_t>::max()));
+}
+
 Plant::Plant(const PlantDescription& description, uint64_t seed)
     : plant(description), network(networkOf(description, observed)),
       sources(description.sources.size()) {
@@ -75,11 +81,7 @@ int32_t Plant::reading(size_t probe) {
   // As in a sensor: what it has of the heat, noise included, is what it turns into steps.
   if (sensor.noise > 0) celsius += sensor.noise * noise[probe].normal();
   if (sensor.step > 0) celsius = std::round(celsius / sensor.step) * sensor.step;
-  // A plant may run away to any temperature; the daemon knows 32 bits.
-  const double millidegrees =
-      std::clamp<double>(std::round(celsius * 1000), std::numeric_limits<int32_t>::min(),
-                         std::numeric_limits<int32_t>::max());
-  return static_cast<int32_t>(millidegrees);
+  return millidegreesOf(celsius);
 }
 
 std::vector<Performance> Plant::performance() const {

@@ -9,6 +9,9 @@
 #include "simulate/Random.h"
 #include "trace/Trace.h"
 
+// As a reading has it: rounded. A plant may run away to any temperature; the daemon knows 32 bits.
+int32_t millidegreesOf(double celsius);
+
 // The board's heat in time: what the sources give off at the devices' levels and the workload's
 // loads, and what the sensors read of it.
 //

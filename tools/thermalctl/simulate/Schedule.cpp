@@ -21,7 +21,8 @@ SensorWorker Schedule::workerOf(SensorThread* thread) const {
   SensorWorker worker{thread, waitOf(thread->period), {}, {}};
   const std::vector<SensorTrack>& tracks = input.description.sensors;
   for (const Sensor* sensor : thread->items) {
-    for (size_t i = 0; i < tracks.size(); ++i) {
+    // Behind the sensors stand the plant's nodes, which may bear the same names.
+    for (size_t i = 0; i < input.firstNode(); ++i) {
       if (tracks[i].name == sensor->name && daemon.sensors.at(sensor->name) == sensor)
         worker.sensors.emplace_back(sensor, i);
     }

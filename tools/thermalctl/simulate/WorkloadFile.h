@@ -14,7 +14,7 @@
 //
 // Shape:  `kind` says which of `index`, `value` and `word` have a meaning.
 // Units:  `time` in milliseconds since the workload's start, or that of its present repetition;
-//         `value` in degrees Celsius or as a share of 1. `line` is the file's, from 1.
+//         `value` in degrees Celsius or as a share of 1. `at` is the place in the file.
 // Errors: whether there is a scenario or a configuration of that name is for `readInputs` to say.
 struct Change {
   enum class Kind { kAmbient, kLoad, kScenario, kConfiguration, kFault };
@@ -23,7 +23,7 @@ struct Change {
   size_t index = 0; // of a source of the plant (kLoad) or of one of its probes (kFault)
   double value = 0; // degrees Celsius (kAmbient, kFault) or a share (kLoad)
   std::string word; // of a control file, or the kind of a fault
-  unsigned line = 0;
+  Span at{};
 };
 
 // What a fault's `word` may be. "stuck" leaves the node as the last sample found it, "unreadable"
@@ -43,13 +43,15 @@ constexpr std::array<const char*, 4> kWords = {kNone, kStuck, kUnreadable, kNons
 // What happens on the device in the course of a run.
 //
 // Shape:  in the order of the times, and at one time in that of the file. Every source has a load
-//         from time 0 on, from here or from the plant.
+//         from time 0 on, from here or from the plant. A cell that a short row lacks is an empty
+//         one, or the row has lost a comma: whoever shows the run tells so.
 // Units:  milliseconds; `repeat` lies behind every change.
 // Errors: promised only if `readWorkload` has told no problem.
 // Source: a file of the board's workloads, or one of the user's.
 struct Workload {
   std::vector<Change> changes;   // in the order of their times
   std::optional<int64_t> repeat; // starts again after this time
+  std::vector<int> shortRows;    // lines with fewer cells than there are columns
 };
 
 // Reads a workload for the sources and probes of `plant`: TOML if the file's name ends in ".toml",

@@ -11,8 +11,8 @@
 
 #include "base/Int32.h"
 #include "base/TextReader.h"
+#include "board/SectionDevice.h"
 #include "device/CPUFreqDevice.h"
-#include "device/DeviceKinds.h"
 #include "device/ReportDevice.h"
 #include "status/NodeReading.h"
 #include "text/Phrases.h"
@@ -26,7 +26,7 @@ StatusRow faultIn(StatusRow row, const std::string& note) {
 }
 
 // It is empty for a moment while the daemon writes its answer.
-std::optional<std::string> wordOf(const ControlFile& file) {
+std::optional<std::string> wordOf(ControlFile file) {
   std::optional<std::string> word = file.word();
   for (int tries = 0; tries < 5 && word && word->empty(); ++tries) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -60,13 +60,19 @@ bool isNumber(const std::string& word) {
   return end != word.c_str();
 }
 
-StatusRow readSensor(const Section& sensor) {
+// Nothing without a node_path.
+std::string nodeOf(const Section& section, const std::string& root) {
+  const bool hasNode = section.nodePath && !section.nodePath->text.empty();
+  return hasNode ? root + section.nodePath->text : "";
+}
+
+StatusRow readSensor(const Section& sensor, const std::string& root) {
   StatusRow row{sensor.name, sensor.kindWord.text, "", "", "", StatusRow::kCalm};
   if (sensor.kind == SectionKind::kVirtual) {
     row.note = "computed, no node";
     return row;
   }
-  const std::string path = sensor.nodePath ? sensor.nodePath->text : "";
+  const std::string path = nodeOf(sensor, root);
   const NodeReading reading = readNode(path);
   // The daemon reads whatever the mode says.
   if (!reading.hasContent())
@@ -78,15 +84,6 @@ StatusRow readSensor(const Section& sensor) {
   if (word.empty()) return faultIn(row, "empty, which reads as 0");
   if (!isNumber(word)) return faultIn(row, "'" + word + "', which reads as 0");
   return row;
-}
-
-// As the daemon has it, but without its node.
-std::unique_ptr<Device> deviceOf(const Section& section) {
-  std::vector<std::string> levels;
-  for (const Level& level : section.levels)
-    levels.push_back(level.text);
-  const DeviceMaker make = deviceMaker(section.kindWord.text);
-  return std::unique_ptr<Device>(make(section.name, "", section.valueType, levels));
 }
 
 // A CPU clock's driver takes four raw bytes, and one that merely keeps them gives them back.
@@ -124,9 +121,9 @@ StatusRow readReport(StatusRow row, std::string content) {
   return row;
 }
 
-StatusRow readDevice(const Section& section) {
+StatusRow readDevice(const Section& section, const std::string& root) {
   StatusRow row{section.name, section.kindWord.text, "", "", "", StatusRow::kCalm};
-  const std::string path = section.nodePath ? section.nodePath->text : "";
+  const std::string path = nodeOf(section, root);
   const NodeReading reading = readNode(path);
   if (!reading.fault.empty())
     return faultIn(row, reading.fault + (path.empty() ? "" : ": " + path));
@@ -155,17 +152,19 @@ bool BoardStatus::hasFault() const {
          std::any_of(devices.begin(), devices.end(), isFault);
 }
 
-BoardStatus readStatus(const ControlDirectory& directory, const Environment& environment) {
+BoardStatus readStatus(const ControlDirectory& directory, const Environment& environment,
+                       const std::string& root) {
   BoardStatus status;
-  status.scenario = readWord("scenario", directory.scenarioFile);
+  // Not in the daemon's order: whoever watches the files for its looks shall not take this for one.
   status.request = readRequest(directory.requestFile);
+  status.scenario = readWord("scenario", directory.scenarioFile);
   // In the file's order, and without those that the daemon does not know or that another of their
   // name has replaced.
   for (const Section& section : environment.sections) {
     if (section.isSensor() && environment.sensor(section.name) == &section)
-      status.sensors.push_back(readSensor(section));
+      status.sensors.push_back(readSensor(section, root));
     if (section.isDevice() && environment.device(section.name) == &section)
-      status.devices.push_back(readDevice(section));
+      status.devices.push_back(readDevice(section, root));
   }
   return status;
 }

@@ -39,4 +39,6 @@ struct BoardStatus {
   bool hasFault() const;
 };
 
-BoardStatus readStatus(const ControlDirectory& directory, const Environment& environment);
+// `root` is put before the path of every node: empty on the device itself.
+BoardStatus readStatus(const ControlDirectory& directory, const Environment& environment,
+                       const std::string& root = "");

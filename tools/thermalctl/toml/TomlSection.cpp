@@ -9,7 +9,13 @@
 // Compiled here alone, for the time it takes.
 #include <toml++/toml.h>
 
+#include "text/Nearest.h"
+#include "text/Phrases.h"
+
 namespace {
+
+constexpr TomlSection::Bounds kAnyNumber = {std::numeric_limits<double>::lowest(),
+                                            std::numeric_limits<double>::max()};
 
 std::optional<double> finiteNumber(const toml::node& node) {
   if (!node.is_number()) return std::nullopt;
@@ -35,6 +41,24 @@ std::optional<std::vector<Value>> listOf(const toml::node& node, Convert convert
   return values;
 }
 
+// The library counts characters from 1.
+size_t byteOf(const Line& line, size_t column) {
+  return column <= line.starts.size() ? line.starts[column - 1] : line.text.size();
+}
+
+std::string wantedBy(const TomlSection::Bounds& bounds) {
+  if (bounds.most == kAnyNumber.most) return "a number";
+  return fmt::format("{}a number from {} to {}{}{}", bounds.mayBeZero ? "0 or " : "", bounds.least,
+                     bounds.most, *bounds.unit ? " " : "", bounds.unit);
+}
+
+// What is wrong with a number; empty if nothing is.
+std::string faultOf(double value, const TomlSection::Bounds& bounds) {
+  if (value != 0 && !std::isnormal(value)) return "is too small to be calculated with: write 0";
+  if (value == 0 && bounds.mayBeZero) return "";
+  return value >= bounds.least && value <= bounds.most ? "" : "must be " + wantedBy(bounds);
+}
+
 } // namespace
 
 template <typename Convert>
@@ -44,17 +68,16 @@ auto TomlSection::read(const std::string& key, const std::string& wanted, Conver
   const toml::node* node = table->get(key);
   if (!node) return Result();
   Result value = convert(*node);
-  if (!value) problem(line(key), "'" + key + "' must be " + wanted);
+  if (!value) problem(at(key), "'" + key + "' must be " + wanted);
   return value;
 }
 
-template <typename Value>
-std::vector<std::pair<std::string, Value>>
-TomlSection::all(std::optional<Value> (TomlSection::*reader)(const std::string&)) {
+template <typename Reader> auto TomlSection::all(Reader reader) {
+  using Value = typename std::invoke_result_t<Reader, const std::string&>::value_type;
   std::vector<std::pair<std::string, Value>> values;
   for (const auto& [key, node] : *table) {
     const std::string name(key.str());
-    if (auto value = (this->*reader)(name)) values.emplace_back(name, std::move(*value));
+    if (auto value = reader(name)) values.emplace_back(name, std::move(*value));
   }
   return values;
 }
@@ -65,35 +88,41 @@ std::optional<TomlSection> TomlSection::sectionAt(const toml::node& node) const 
 }
 
 std::optional<double> TomlSection::number(const std::string& key) {
-  return read(key, "a number", finiteNumber);
+  return number(key, kAnyNumber);
 }
 
-std::optional<double> TomlSection::atLeastZero(const std::string& key) {
-  return within(key, "a number of at least 0", 0, std::numeric_limits<double>::max());
-}
-
-std::optional<double> TomlSection::aboveZero(const std::string& key) {
-  return within(key, "a number above 0", std::numeric_limits<double>::denorm_min(),
-                std::numeric_limits<double>::max());
+std::optional<double> TomlSection::number(const std::string& key, const Bounds& bounds) {
+  const auto value = read(key, wantedBy(bounds), finiteNumber);
+  if (!value) return std::nullopt;
+  const std::string fault = faultOf(*value, bounds);
+  if (fault.empty()) return value;
+  problem(at(key), "'" + key + "' " + fault);
+  return std::nullopt;
 }
 
 std::optional<double> TomlSection::share(const std::string& key) {
-  return within(key, "a number from 0 to 1", 0, 1);
-}
-
-std::optional<double> TomlSection::within(const std::string& key, const std::string& wanted,
-                                          double least, double most) {
-  return read(key, wanted, [=](const toml::node& node) {
-    const std::optional<double> value = finiteNumber(node);
-    return value && *value >= least && *value <= most ? value : std::nullopt;
-  });
+  return number(key, {0, 1});
 }
 
 std::optional<std::vector<double>> TomlSection::numbers(const std::string& key) {
-  return read(key, "a number or a list of numbers", [](const toml::node& node) {
+  return numbers(key, kAnyNumber);
+}
+
+std::optional<std::vector<double>> TomlSection::numbers(const std::string& key,
+                                                        const Bounds& bounds) {
+  const auto values = read(key, "a number or a list of numbers", [](const toml::node& node) {
     const std::optional<double> single = finiteNumber(node);
     return single ? std::vector<double>{*single} : listOf<double>(node, finiteNumber);
   });
+  if (!values) return std::nullopt;
+  bool good = true;
+  for (size_t i = 0; i < values->size(); ++i) {
+    const std::string fault = faultOf((*values)[i], bounds);
+    if (fault.empty()) continue;
+    problem(at(key, i), "'" + key + "' " + fault);
+    good = false;
+  }
+  return good ? values : std::nullopt;
 }
 
 std::optional<std::string> TomlSection::text(const std::string& key) {
@@ -117,10 +146,11 @@ std::optional<TomlSection> TomlSection::section(const std::string& key) {
 std::vector<std::pair<std::string, TomlSection>> TomlSection::named(const std::string& key) {
   std::optional<TomlSection> outer = section(key);
   if (!outer) return {};
-  auto sections = outer->all(&TomlSection::section);
+  auto sections = outer->all([&](const std::string& name) { return outer->section(name); });
   // The library keeps keys in alphabetical order, and the file's order is what the user knows.
-  std::stable_sort(sections.begin(), sections.end(),
-                   [](const auto& a, const auto& b) { return a.second.line() < b.second.line(); });
+  std::stable_sort(sections.begin(), sections.end(), [](const auto& a, const auto& b) {
+    return a.second.at().at.line < b.second.at().at.line;
+  });
   return sections;
 }
 
@@ -132,8 +162,8 @@ std::vector<TomlSection> TomlSection::list(const std::string& key) {
       .value_or(std::vector<TomlSection>());
 }
 
-std::vector<std::pair<std::string, double>> TomlSection::allNumbers() {
-  return all(&TomlSection::number);
+std::vector<std::pair<std::string, double>> TomlSection::allNumbers(const Bounds& bounds) {
+  return all([&](const std::string& key) { return number(key, bounds); });
 }
 
 std::optional<std::string> TomlSection::word(const std::string& key) {
@@ -145,41 +175,72 @@ std::optional<std::string> TomlSection::word(const std::string& key) {
 }
 
 std::vector<std::pair<std::string, std::string>> TomlSection::allWords() {
-  return all(&TomlSection::word);
+  return all([this](const std::string& key) { return word(key); });
+}
+
+size_t TomlSection::size() const {
+  return table->size();
 }
 
 bool TomlSection::has(const std::string& key) const {
   return table->contains(key);
 }
 
-unsigned TomlSection::line() const {
-  return table->source().begin.line;
+Span TomlSection::at() const {
+  return spanOf(table->source());
 }
 
-unsigned TomlSection::line(const std::string& key) const {
+Span TomlSection::at(const std::string& key) const {
   const toml::node* node = table->get(key);
-  return node ? node->source().begin.line : line();
+  return node ? spanOf(node->source()) : at();
+}
+
+Span TomlSection::at(const std::string& key, size_t index) const {
+  const toml::array* array = table->get_as<toml::array>(key);
+  return array && index < array->size() ? spanOf(array->get(index)->source()) : at(key);
+}
+
+Span TomlSection::atKey(const std::string& key) const {
+  const auto entry = table->find(key);
+  return entry == table->cend() ? at() : spanOf(entry->first.source());
+}
+
+Span TomlSection::spanOf(const toml::source_region& region) const {
+  // A table that nobody wrote, such as the whole file.
+  if (region.begin.line == 0) return {{1, 1}, 1};
+  const auto number = static_cast<int>(region.begin.line);
+  const Line& line = problems->source(*file).line(number);
+  const size_t from = byteOf(line, region.begin.column);
+  const bool endsThere = region.end.line == region.begin.line;
+  const size_t to = endsThere ? byteOf(line, region.end.column) : line.text.size();
+  return {{number, static_cast<int>(from) + 1}, std::max(to, from + 1) - from};
 }
 
 void TomlSection::missing(const std::string& key, const std::string& what) const {
   // A value that is there and wrong has been told already.
-  if (!has(key)) problem(line(), "'" + key + "' is missing: " + what);
+  if (!has(key)) problem(at(), "'" + key + "' is missing: " + what);
 }
 
 void TomlSection::refuseOtherKeys() const {
   for (const auto& [key, node] : *table) {
     const std::string name(key.str());
-    if (asked.count(name) == 0)
-      problem(node.source().begin.line, "'" + name + "' is no key that is known here");
+    if (asked.count(name) > 0) continue;
+    const std::vector<std::string> known(asked.begin(), asked.end());
+    problem(spanOf(key.source()), "'" + name + "' is no key that is known here",
+            didYouMean(name, known, "known are " + listed(known)));
   }
 }
 
 std::shared_ptr<const toml::table> parseToml(const std::string& text, const std::string& file,
                                              Problems& problems) {
+  problems.read(file, text);
   try {
     return std::make_shared<toml::table>(toml::parse(text));
   } catch (const toml::parse_error& error) {
-    problems.add(file, error.source().begin.line, std::string(error.description()));
+    const auto number = static_cast<int>(error.source().begin.line);
+    const size_t byte = byteOf(problems.source(file).line(number), error.source().begin.column);
+    const Position at = {number, static_cast<int>(byte) + 1};
+    problems.add({file, {at, 1}, std::string(error.description())});
     return nullptr;
   }
 }

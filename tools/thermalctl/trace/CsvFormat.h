@@ -16,10 +16,13 @@
 //   algorithm      algorithm      level or step    scenario
 //   scenario       its name
 //   configuration  its name
+//   gap            sensor or none   milliseconds
+//   standstill
 //   end
 //
 // Shape: every line has all columns, those without a meaning empty. The lines of a run stand
-//        together and in the order of their times; an algorithm that falls asleep has no value.
+//        together and in the order of their times; an algorithm that falls asleep has no value. A
+//        gap stands where it ends; without a sensor it is one in everything.
 // Units: times in milliseconds since the start of the run.
 namespace csv {
 
@@ -34,6 +37,8 @@ constexpr char kLevel[] = "level";
 constexpr char kAlgorithm[] = "algorithm";
 constexpr char kScenario[] = "scenario";
 constexpr char kConfiguration[] = "configuration";
+constexpr char kGap[] = "gap";
+constexpr char kStandstill[] = "standstill";
 constexpr char kEnd[] = "end";
 
 // A line without its time and value.

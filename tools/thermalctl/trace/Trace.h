@@ -18,8 +18,8 @@
 // Source: the board's environment, `--limit` and the plant. A record without a board gives names,
 //         and a log also which sensors are virtual.
 struct SensorTrack {
-  // A node of the plant that no sensor reads is shown beside the sensors: what the heat really is
-  // where the daemon has to guess.
+  // The nodes of the plant are shown beside the sensors: what the heat really is, whatever a sensor
+  // makes of it, and where the daemon has to guess.
   enum class Kind { kReal, kVirtual, kPlantNode };
   std::string name;
   Kind kind = Kind::kReal;
@@ -123,6 +123,12 @@ public:
   virtual void algorithm(int64_t /*time*/, size_t /*algorithm*/, int32_t /*level*/) {}
   virtual void scenario(int64_t /*time*/, const std::string& /*name*/) {}
   virtual void configuration(int64_t /*time*/, const std::string& /*name*/) {}
+  // Nothing is known of the time between the two, in which no event lies, nor of `sensor` alone; it
+  // is told at its end. Behind it all is as before until an event says otherwise, but for
+  // temperatures, which their next sample tells.
+  virtual void gap(int64_t /*from*/, int64_t /*to*/, std::optional<size_t> /*sensor*/) {}
+  // From now on the daemon samples and decides nothing, although the run goes on.
+  virtual void standstill(int64_t /*time*/) {}
   // `performance` is empty where no plant is known.
   virtual void end(int64_t /*time*/, const std::vector<Performance>& /*performance*/) {}
 };

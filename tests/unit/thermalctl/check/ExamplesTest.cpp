@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "check/Check.h"
+#include "check/Silencing.h"
 
 namespace {
 
@@ -57,7 +58,7 @@ const std::map<std::string, std::string> kMistakes = {
     {"clearing-thresholds-count/bad-more",
      ".conf:6:28: error: 77000: the daemon never looks at this: there is no level 3 (write a "
      "clearing threshold for each threshold, and no more)"},
-    {"degrees/bad", ".conf:6:11: warning: 60: the daemon takes this for 60 thousandths of a degree "
+    {"degrees/bad", ".conf:6:11: error: 60: the daemon takes this for 60 thousandths of a degree "
                     "(write 60000 for 60 °C)"},
     {"device-left-out/bad", ".conf:7:18: warning: fan: from level 1 to level 2 the daemon releases "
                             "'pump' (name in each row all devices of the row before)"},
@@ -67,6 +68,10 @@ const std::map<std::string, std::string> kMistakes = {
                                 "daemon goes by the last (name each device of a row once)"},
     {"empty-configuration/bad",
      ".conf:1:1: error: $: the daemon finds no item here and never drives a device"},
+    {"empty-environment/bad",
+     ".env:1:1: error: $: the file is empty: the daemon finds no sensor and no device here"},
+    {"empty-environment/bad-name-alone",
+     ".env:1:1: error: [: the daemon finds no sensor and no device here"},
     {"file-name-missing/bad",
      ".env:1:1: warning: [conf]: no file name: the daemon keeps to the name that it had before "
      "this section (write 'file_name' and the name)"},
@@ -144,11 +149,9 @@ const std::map<std::string, std::string> kMistakes = {
     {"item-name-twice/bad",
      ".conf:10:1: error: [cpu_fan]: at device 'fan' the daemon cannot tell this item from the one "
      "in line 2: each takes back what the other asks for (give it another name)"},
-    {"item-number-cut-short/bad", ".conf:5:18: warning: 70,000: the daemon reads '70,000' as 70 "
-                                  "(write digits alone: no point, no comma, no unit)"},
-    {"item-number-cut-short/bad-setpoint",
-     ".conf:6:11: warning: 0x60000: the daemon reads '0x60000' as 0, and ends because 'set_point' "
-     "is missing (write digits alone: no point, no comma, no unit)"},
+    {"item-number-cut-short/bad",
+     ".conf:5:18: warning: 70000mC: the daemon reads '70000mC' as 70000 (write digits alone: no "
+     "point, no comma, no unit)"},
     {"item-number-too-large/bad",
      ".conf:5:18: error: 4294967295: the daemon reads '4294967295' as -1, what is left of it in 32 "
      "bits (write a number from -2147483648 to 2147483647)"},
@@ -316,13 +319,6 @@ const std::map<std::string, std::string> kMistakes = {
      ".conf:1:1: warning: [cpu_fan]: the daemon starts in 'Default', but no line here makes that a "
      "name: it complains once a second, and no request leads back there (write 'SCEN Default' "
      "directly above the first item that shall run from the start)"},
-    {"no-default-scenario/bad-case",
-     ".conf:1:6: warning: default: the daemon starts in 'Default', but no line here makes that a "
-     "name: it complains once a second, and no request leads back there (did you mean 'Default'?)"},
-    {"no-default-scenario/bad-other",
-     ".conf:1:1: warning: SCEN: the daemon starts in 'Default', but no line here makes that a "
-     "name: it complains once a second, and no request leads back there (write 'SCEN Default' "
-     "directly above the first item that shall run from the start)"},
     {"no-item-line/bad", ".conf:1:1: error: #: the daemon ends: a comment stands where an item, "
                          "'SCEN' or ']' must begin (there are no comments: take the line out)"},
     {"no-item-line/bad-inside",
@@ -356,6 +352,13 @@ const std::map<std::string, std::string> kMistakes = {
     {"node-path-relative/bad",
      ".env:4:11: warning: sys/devices/platform/tmu/cpu: a path without \"/\" at its beginning: the "
      "daemon looks for the node wherever it was started (write the whole path)"},
+    {"nothing-in-force/bad",
+     ".conf:1:6: error: default: the daemon starts in 'Default', to which no item belongs: none is "
+     "in force, and no device is driven (did you mean 'Default'?)"},
+    {"nothing-in-force/bad-other",
+     ".conf:1:1: error: SCEN: the daemon starts in 'Default', to which no item belongs: none is in "
+     "force, and no device is driven (write 'SCEN Default' directly above the first item that "
+     "shall run from the start)"},
     {"period-below-sensors/bad",
      ".conf:9:10: warning: 500: the daemon decides every 500 ms on the temperature of 'cpu', which "
      "is read every 1000 ms (write 'sampling 1000')"},
@@ -496,6 +499,15 @@ const std::map<std::string, std::string> kMistakes = {
     {"stray-plus/bad",
      ".conf:7:13: error: +: the daemon takes this word for the row of one level, with nothing on "
      "one side of '+' (write the names of a row without a space: a+b)"},
+    {"temperature-cut-short/bad",
+     ".conf:5:18: error: 70,000: the daemon reads '70,000' as 70: the item is always on (write "
+     "thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
+    {"temperature-cut-short/bad-clearing",
+     ".conf:6:16: error: 57C: the daemon reads '57C' as 57: the item never lets go (write "
+     "thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
+    {"temperature-cut-short/bad-setpoint",
+     ".conf:6:11: error: 0x60000: the daemon reads '0x60000' as 0, and ends because 'set_point' is "
+     "missing (write thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
     {"thresholds-order/bad", ".conf:5:18: error: 60000: the daemon never stops at the level before "
                              "this one: its threshold is not above the one before (write the list "
                              "ascending, or 'lowactive true' if the item is to act on cold)"},
@@ -664,9 +676,6 @@ const std::map<std::string, std::string> kMistakes = {
      "blocks)"},
     {"wrong-kind-of-file/bad-conf", ".conf:2:1: error: type: the daemon ends: this is an "
                                     "environment file; did you swap --env and --conf?"},
-    {"wrong-kind-of-file/bad-empty",
-     ".env:1:1: error: $: the file is empty: the daemon finds no sensor and no device here (write "
-     "the board's sections, or name the file that was meant)"},
     {"wrong-kind-of-file/bad-semicolons",
      ".env:1:6: error: ;: these are the cells of a spreadsheet, and the daemon takes ';' for a "
      "part of a word (put blanks between the words, and blank lines between the blocks)"},
@@ -714,11 +723,15 @@ Lines saidAbout(const std::string& example) {
   return said;
 }
 
-// Those of the rules that need no nodes.
+// Those of the rules that need no nodes and no settings, but for the one about what the others have
+// no words for.
 std::set<std::string> rulesWithExamples() {
   std::set<std::string> names;
   for (const Rule& rule : allRules())
     if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0) names.insert(rule.name);
+  names.erase("ends-the-daemon");
+  for (const Rule& rule : kSettingsRules)
+    names.erase(rule.name);
   return names;
 }
 

@@ -105,6 +105,34 @@ TEST(CommandLineTest, ComplainsOfAWrongCommandLineAndRunsNothing) {
   }
 }
 
+TEST(CommandLineTest, AsksWhetherAWordThatIsNearlyRightWasMeant) {
+  const struct {
+    std::vector<std::string> words;
+    const char* complaint;
+  } cases[] = {
+      {{"tyr"}, "there is no command 'tyr'; did you mean 'try'?"},
+      {{"quite-another"}, "there is no command 'quite-another'; there are try"},
+      {{"--versoin"}, "there is no option '--versoin'; did you mean '--version'?"},
+      {{"try", "--seed=7", "--luod"}, "there is no option '--luod'; did you mean '--loud'?"},
+      // And not that the one that was meant is missing.
+      {{"try", "--sead=7"}, "there is no option '--sead'; did you mean '--seed'?"},
+      {{"try", "--seed=7", "--nothing"}, "there is no option '--nothing'"},
+      {{"try", "--seed=7", "-x"}, "there is no option '-x'"},
+      {{"try", "--seed=7", "--word", "usaul"},
+       "--word: usaul not in {usual,other}; did you mean 'usual'?"},
+      {{"try", "--seed=7", "--word", "third"}, "--word: third not in {usual,other}"},
+      {{"try"}, "--seed is required"},
+      {{}, "A subcommand is required"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(run(c.words).err, std::string("thermalctl: ") + c.complaint +
+                                    "\nRun with --help for more information.\n");
+}
+
+TEST(CommandLineTest, ShowsWhatCannotBeSeenInTheUsersWord) {
+  EXPECT_NE(run({"\x1B[2J"}).err.find("'\xE2\x90\x9B[2J'"), std::string::npos);
+}
+
 TEST(CommandLineTest, ComplainsOfWhatOnlyTheCommandCanTell) {
   const Ended ended = run({"try", "--seed=7", "--word", "other"});
   EXPECT_EQ(ended.status, kCouldNotRun);

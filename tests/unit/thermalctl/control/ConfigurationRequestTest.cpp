@@ -92,18 +92,60 @@ TEST_F(ConfigurationRequestTest, HasTheWholeTimeForTheSwapItself) {
   EXPECT_GT(daemon.passed(), 4s);
 }
 
-TEST_F(ConfigurationRequestTest, TellsWhenAnotherWriterAsksForAnotherFile) {
-  daemon.at(100ms, [this] { askElsewhere("day.conf"); });
-  const Answer answer = ask();
-  EXPECT_EQ(answer.outcome, Outcome::kOvertaken);
-  EXPECT_EQ(answer.word, "day.conf");
-  EXPECT_EQ(word(), "day.conf");
+// At each moment from before its own word to behind its end.
+void overtakeAtEachMoment(void (*write)(const std::string&, const std::string&)) {
+  for (auto when = 50ms; when < 2s; when += 150ms) {
+    PacedDaemon daemon;
+    daemon.board.files.write("config/day.conf", "\n");
+    daemon.at(when, [&] { write(daemon.directory.requestFile, "day.conf"); });
+    const Answer answer = requestConfiguration(daemon.directory, "night.conf", "\n", 10s, daemon);
+    if (answer.outcome == Outcome::kInForce) {
+      // It was over before.
+      EXPECT_LE(daemon.passed(), when) << when.count();
+    } else if (when == 1500ms) {
+      // In the very moment of the daemon's answer, so that nobody has seen the word.
+      EXPECT_EQ(answer.outcome, Outcome::kSwallowed);
+      continue;
+    } else {
+      EXPECT_EQ(answer.outcome, Outcome::kOvertaken) << when.count();
+      EXPECT_EQ(answer.word, "day.conf") << when.count();
+    }
+    daemon.pause(5s);
+    EXPECT_EQ(daemon.board.main().confFileName, "day.conf") << when.count();
+    EXPECT_EQ(daemon.board.files.read("request.dconf"), "PARSED") << when.count();
+  }
 }
 
-TEST_F(ConfigurationRequestTest, IsNotOvertakenOnceTheDaemonHasTakenItOver) {
-  daemon.at(700ms, [this] { askElsewhere("day.conf"); });
-  EXPECT_EQ(ask().outcome, Outcome::kInForce);
-  EXPECT_EQ(daemon.board.main().confFileName, "night.conf");
+TEST_F(ConfigurationRequestTest, NeverLosesTheWordOfOneWhoRenames) {
+  overtakeAtEachMoment(PacedDaemon::writeElsewhere);
+}
+
+TEST_F(ConfigurationRequestTest, NeverLosesTheWordOfOneWhoWritesInPlace) {
+  overtakeAtEachMoment(PacedDaemon::writeInPlace);
+}
+
+TEST_F(ConfigurationRequestTest, TellsThatTheAnswerLiesOverAWordThatNobodyCouldRead) {
+  daemon.at(1500ms, [this] {
+    PacedDaemon::writeInPlace(daemon.directory.requestFile, "day.conf");
+    PacedDaemon::writeInPlace(daemon.directory.requestFile, "PARSED");
+  });
+  EXPECT_EQ(ask().outcome, Outcome::kSwallowed);
+}
+
+TEST_F(ConfigurationRequestTest, TellsADaemonThatWasStartedAgainFromASwap) {
+  daemon.at(700ms, [this] { daemon.isRunning = false; });
+  daemon.at(900ms, [this] {
+    PacedDaemon::writeInPlace(daemon.directory.requestFile, "PARSED");
+    PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "Default");
+  });
+  EXPECT_EQ(ask().outcome, Outcome::kRestarted);
+}
+
+TEST_F(ConfigurationRequestTest, DoesNotWithdrawWhatAnotherHasAskedFor) {
+  daemon.isRunning = false;
+  daemon.at(3950ms, [this] { askElsewhere("day.conf"); });
+  EXPECT_EQ(ask(4s).outcome, Outcome::kOvertaken);
+  EXPECT_EQ(word(), "day.conf");
 }
 
 TEST_F(ConfigurationRequestTest, NamesAFileThatItCannotWrite) {

@@ -1,7 +1,11 @@
 #include "control/ControlFile.h"
 
+#include <filesystem>
+#include <fstream>
+
 #include <gtest/gtest.h>
 
+#include "file/ReplaceFile.h"
 #include "support/SysfsDir.h"
 #include "thread/ScenarioThread.h"
 
@@ -29,25 +33,83 @@ TEST(ControlFileTest, AsksWithTheBareWord) {
   EXPECT_EQ(directory.read("word"), "game");
 }
 
-TEST(ControlFileTest, IsNotReplacedByTheDaemonsAnswer) {
+TEST(ControlFileTest, ReadsTheDaemonsAnswerInTheFileThatItHasPutThere) {
   const SysfsDir directory;
-  ControlFile file(directory.node("word"));
+  ControlFile file(directory.write("word", "Default"));
   file.ask("arcade");
   ScenarioThread().writeToFile(directory.node("word"), "Default");
   EXPECT_EQ(file.word(), "Default");
-  EXPECT_FALSE(file.isReplaced());
 }
 
-TEST(ControlFileTest, IsReplacedByAnotherWritersFile) {
+TEST(ControlFileTest, ReadsTheFileThatAnotherHasPutInItsPlace) {
+  const SysfsDir directory;
+  ControlFile file(directory.write("word", "Default"));
+  file.ask("game");
+  replaceFile(directory.node("word"), "night");
+  EXPECT_EQ(file.word(), "night");
+  std::filesystem::rename(directory.node("word"), directory.node("elsewhere"));
+  EXPECT_EQ(file.word(), std::nullopt);
+  directory.write("word", "day");
+  EXPECT_EQ(file.word(), "day");
+}
+
+TEST(ControlFileTest, HasDisplacedNothingThatIsUnread) {
   const SysfsDir directory;
   ControlFile file(directory.node("word"));
-  EXPECT_FALSE(file.isReplaced());
   file.ask("game");
-  EXPECT_FALSE(file.isReplaced());
-  ControlFile(directory.node("word")).ask("night");
-  EXPECT_TRUE(file.isReplaced());
+  EXPECT_EQ(file.displacedWord(), std::nullopt);
+  file.word();
+  file.ask("night");
+  EXPECT_EQ(file.displacedWord(), std::nullopt);
+}
+
+TEST(ControlFileTest, TellsTheWordThatCameBetweenItsLookAndItsAsking) {
+  for (const bool inPlace : {false, true}) {
+    const SysfsDir directory;
+    ControlFile file(directory.write("word", "Default"));
+    file.word();
+    if (inPlace)
+      directory.write("word", "night");
+    else
+      replaceFile(directory.node("word"), "night");
+    file.ask("game");
+    EXPECT_EQ(file.word(), "game");
+    EXPECT_EQ(file.displacedWord(), "night");
+  }
+}
+
+TEST(ControlFileTest, TellsTheWordOfAWriterWhoHadTheFileOpenStill) {
+  const SysfsDir directory;
+  ControlFile file(directory.write("word", "Default"));
+  std::ofstream emptied(directory.node("word"));
+  file.word();
   file.ask("game");
-  EXPECT_FALSE(file.isReplaced());
+  EXPECT_EQ(file.displacedWord(), std::nullopt);
+  emptied << "night" << std::flush;
+  EXPECT_EQ(file.word(), "game");
+  EXPECT_EQ(file.displacedWord(), "night");
+}
+
+TEST(ControlFileTest, TellsAWordThatIsAskedForOnceMore) {
+  const SysfsDir directory;
+  ControlFile file(directory.write("word", "Default"));
+  std::filesystem::last_write_time(file.path, std::filesystem::file_time_type::clock::now() -
+                                                  std::chrono::hours(1));
+  file.word();
+  directory.write("word", "Default");
+  file.ask("game");
+  EXPECT_EQ(file.displacedWord(), "Default");
+}
+
+TEST(ControlFileTest, KnowsForHowLongItHasBeenAsItIs) {
+  const SysfsDir directory;
+  ControlFile file(directory.write("word", "Default"));
+  file.word();
+  EXPECT_LT(file.age(), std::chrono::minutes(1));
+  std::filesystem::last_write_time(file.path, std::filesystem::file_time_type::clock::now() -
+                                                  std::chrono::hours(1));
+  file.word();
+  EXPECT_GT(file.age(), std::chrono::minutes(59));
 }
 
 TEST(ControlFileTest, TakesForAWordWhatTheDaemonReadsInOnePiece) {

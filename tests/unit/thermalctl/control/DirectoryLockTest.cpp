@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 class DirectoryLockTest : public ::testing::Test, public Waiting {
 protected:
   Time now() override { return time; }
-  void pause(std::chrono::milliseconds step) override {
+  void pause(std::chrono::milliseconds step, int = kNothing) override {
     time += step;
     if (time - Time() >= goneAfter) other.reset();
   }

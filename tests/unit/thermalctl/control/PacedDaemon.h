@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -10,6 +13,7 @@
 #include "base/Names.h"
 #include "control/ControlFile.h"
 #include "control/Waiting.h"
+#include "file/ReplaceFile.h"
 #include "support/LiveBoard.h"
 #include "support/LogSwitchedOff.h"
 #include "thread/Scenario.h"
@@ -28,18 +32,23 @@ public:
     directory.scenarioFile = board.files.node("wanted.scen");
     directory.requestFile = board.files.node("request.dconf");
     directory.configurations = board.files.node("config/");
+    std::filesystem::last_write_time(directory.scenarioFile,
+                                     std::filesystem::file_time_type::clock::now() -
+                                         std::chrono::hours(1));
   }
 
   Time now() override { return time; }
   void stage(const std::string& what) override { stages.push_back(what); }
 
   // Whoever else is there comes before the daemon, should both be due.
-  void pause(Milliseconds step) override {
+  void pause(Milliseconds step, int = kNothing) override {
     time += step;
     while (!events.empty() && start + events.begin()->first <= time) {
       events.begin()->second();
       events.erase(events.begin());
     }
+    // One that comes back makes up for nothing.
+    if (!isRunning) nextCycle = std::max(nextCycle, time + Milliseconds(1));
     while (isRunning && nextCycle <= time) {
       const LogSwitchedOff silence;
       board.cycle();
@@ -51,8 +60,17 @@ public:
   void at(Milliseconds when, std::function<void()> what) { events.emplace(when, std::move(what)); }
 
   // Another writer's file, renamed into its place.
-  void writeElsewhere(const std::string& path, const std::string& word) const {
-    ControlFile(path).ask(word);
+  static void writeElsewhere(const std::string& path, const std::string& word) {
+    replaceFile(path, word);
+  }
+  // The same, written into the file that is there.
+  static void writeInPlace(const std::string& path, const std::string& word) {
+    std::ofstream(path) << word;
+  }
+  // Someone else's look at both of the files, in the daemon's order.
+  void readElsewhere() const {
+    ControlFile(directory.scenarioFile).word();
+    ControlFile(directory.requestFile).word();
   }
 
   // What is in force, whatever the files say.

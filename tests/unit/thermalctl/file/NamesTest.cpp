@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/SysfsDir.h"
+
 namespace {
 
 TEST(NamesTest, AFileIsCalledByItsOwnName) {
@@ -14,6 +16,15 @@ TEST(NamesTest, NamesakesAreCalledByTheirPaths) {
   EXPECT_EQ(shortName("a/day.conf", all), "a/day.conf");
   EXPECT_EQ(shortName("b/day.conf", all), "b/day.conf");
   EXPECT_EQ(shortName("b/night.conf", all), "night.conf");
+}
+
+TEST(NamesTest, KnowsWhatLiesBesideAFileThatIsMissing) {
+  const SysfsDir directory;
+  for (const char* name : {"night.conf", "day.conf", "board.env"})
+    directory.write(name, "");
+  EXPECT_EQ(namesBeside(directory.node("nigth.conf")),
+            (std::vector<std::string>{"board.env", "day.conf", "night.conf"}));
+  EXPECT_TRUE(namesBeside(directory.node("no/night.conf")).empty());
 }
 
 } // namespace

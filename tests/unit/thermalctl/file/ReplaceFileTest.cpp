@@ -1,8 +1,10 @@
 #include "file/ReplaceFile.h"
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -79,6 +81,52 @@ TEST_F(ReplaceFileTest, KeepsTheOwnerOfTheFileThere) {
   ASSERT_EQ(::stat(directory.node("file").c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, 1234U);
   EXPECT_EQ(status.st_gid, 5678U);
+}
+
+TEST_F(ReplaceFileTest, KeepsTheLabelOfTheFileThere) {
+  constexpr char kLabel[] = "u:object_r:talmor_thermal_control_file:s0";
+  const std::string path = directory.write("file", "old");
+  if (::setxattr(path.c_str(), "security.selinux", kLabel, sizeof kLabel, 0) != 0)
+    GTEST_SKIP() << "labels are not this user's to give";
+  replaceFile(path, "new");
+  std::array<char, sizeof kLabel> label = {};
+  ASSERT_EQ(::getxattr(path.c_str(), "security.selinux", label.data(), label.size()),
+            static_cast<ssize_t>(label.size()));
+  EXPECT_STREQ(label.data(), kLabel);
+}
+
+TEST_F(ReplaceFileTest, AnExchangeGivesWhatWasThere) {
+  directory.write("file", "old");
+  const Exchange exchange = exchangeFile(directory.node("file"), "new");
+  EXPECT_FALSE(exchange.error);
+  EXPECT_EQ(directory.read("file"), "new");
+  std::array<char, 8> text = {};
+  EXPECT_EQ(::pread(exchange.displaced.get(), text.data(), text.size(), 0), 3);
+  EXPECT_STREQ(text.data(), "old");
+  EXPECT_EQ(filesThere(), 1U);
+}
+
+TEST_F(ReplaceFileTest, AnExchangeMakesAFileThatIsNotThere) {
+  const Exchange exchange = exchangeFile(directory.node("new"), "word");
+  EXPECT_FALSE(exchange.error);
+  EXPECT_TRUE(exchange.file);
+  EXPECT_FALSE(exchange.displaced);
+  EXPECT_EQ(directory.read("new"), "word");
+  EXPECT_EQ(filesThere(), 1U);
+}
+
+TEST_F(ReplaceFileTest, AnExchangeKeepsTheModeOfTheFileThere) {
+  ::chmod(directory.write("file", "old").c_str(), 0640);
+  exchangeFile(directory.node("file"), "new");
+  EXPECT_EQ(modeOf("file"), 0640U);
+}
+
+TEST_F(ReplaceFileTest, AnExchangeLeavesNothingBehindWhenItFails) {
+  std::filesystem::create_directory(directory.node("folder"));
+  EXPECT_EQ(exchangeFile(directory.node("folder"), "word").error, std::errc::is_a_directory);
+  EXPECT_EQ(exchangeFile(directory.node("no/file"), "word").error,
+            std::errc::no_such_file_or_directory);
+  EXPECT_EQ(filesThere(), 1U);
 }
 
 TEST_F(ReplaceFileTest, NamesTheReasonWhenTheDirectoryIsMissing) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "report/CsvTrace.h"
+#include "thermalctl/log/TextLines.h"
 #include "thermalctl/log/TraceLines.h"
 
 namespace {
@@ -13,11 +14,19 @@ using Lines = std::vector<std::string>;
 
 constexpr char kHeader[] = "run,time_ms,event,name,value,detail\n";
 
+// What it tells of a text that it plays.
+Lines played(const std::string& text, const std::string& prefix, TraceSink& sink) {
+  TextLines lines(text);
+  CsvRecording recording(lines, prefix, nullptr);
+  EXPECT_EQ(recording.problem(), std::nullopt);
+  recording.play(sink);
+  return recording.remarks();
+}
+
 TEST(CsvRecordingTest, KnowsATraceByItsFirstLine) {
-  EXPECT_TRUE(isCsvTrace(kHeader));
-  EXPECT_TRUE(isCsvTrace(std::string(kHeader) + "day,0,end,,,\n"));
+  EXPECT_TRUE(isCsvTrace("run,time_ms,event,name,value,detail"));
   EXPECT_FALSE(isCsvTrace("run,time_ms"));
-  EXPECT_FALSE(isCsvTrace("V/echo-service: [TalmorThermal] No scen file\n"));
+  EXPECT_FALSE(isCsvTrace("V/echo-service: [TalmorThermal] No scen file"));
 }
 
 TEST(CsvRecordingTest, PlaysBackWhatWasWritten) {
@@ -41,6 +50,8 @@ TEST(CsvRecordingTest, PlaysBackWhatWasWritten) {
     sink.algorithm(250, 0, 1);
     sink.configuration(400, "night.conf");
     sink.algorithm(500, 0, TraceSink::kAsleep);
+    sink.gap(600, 700, std::nullopt);
+    sink.gap(700, 900, 0);
     sink.end(1000, {});
   };
   TraceLines original;
@@ -50,39 +61,43 @@ TEST(CsvRecordingTest, PlaysBackWhatWasWritten) {
     CsvTrace writer(csv);
     perform(writer);
   }
-  TraceLines played;
-  const CsvCounts counts = playCsv(csv.str(), "", nullptr, played);
-  EXPECT_EQ(played.lines, original.lines);
-  EXPECT_EQ(counts.torn, 0u);
-  EXPECT_EQ(counts.runs, 1u);
-  EXPECT_EQ(played.run.sensors[1].kind, SensorTrack::Kind::kPlantNode);
+  TraceLines again;
+  EXPECT_EQ(played(csv.str(), "", again), Lines{"1 simulated run in 11 lines"});
+  EXPECT_EQ(again.lines, original.lines);
+  EXPECT_EQ(again.run.sensors[1].kind, SensorTrack::Kind::kPlantNode);
 }
 
 TEST(CsvRecordingTest, PlaysEachOfSeveralRunsUnderItsName) {
   TraceLines trace;
-  const CsvCounts counts =
-      playCsv(std::string(kHeader) + "day,0,temperature,big,1,\nday,9,end,,,\n" +
-                  "night,0,temperature,big,2,\nnight,8,end,,,\n",
-              "a.csv: ", nullptr, trace);
-  EXPECT_EQ(counts.runs, 2u);
+  EXPECT_EQ(played(std::string(kHeader) + "day,0,temperature,big,1,\nday,9,end,,,\n" +
+                       "night,0,temperature,big,2,\nnight,8,end,,,\n",
+                   "a.csv: ", trace),
+            Lines{"2 simulated runs in 4 lines"});
   EXPECT_EQ(trace.lines, (Lines{"begin a.csv: day", "0 temperature big 1", "9 end",
                                 "begin a.csv: night", "0 temperature big 2", "8 end"}));
 }
 
 TEST(CsvRecordingTest, CountsTornLinesAndNamesTheFirst) {
   TraceLines trace;
-  const CsvCounts counts = playCsv(std::string(kHeader) + "day,0,temperature,big,1,\n"
-                                                          "day,10,temperature,big,x,\n"
-                                                          "day,5x,temperature,big,1,\n"
-                                                          "day,10,humidity,big,1,\n"
-                                                          "day,10,temperature,big,1,,\n"
-                                                          "day,20,temperature,big,2,\n"
-                                                          "day,10,temperature,big,3,\n"
-                                                          "day,30,temper",
-                                   "", nullptr, trace);
-  EXPECT_EQ(counts.torn, 6u);
-  EXPECT_EQ(counts.firstTorn, 3u);
+  const Lines told = played(std::string(kHeader) + "day,0,temperature,big,1,\n"
+                                                   "day,10,temperature,big,x,\n"
+                                                   "day,5x,temperature,big,1,\n"
+                                                   "day,10,humidity,big,1,\n"
+                                                   "day,10,temperature,big,1,,\n"
+                                                   "day,20,temperature,big,2,\n"
+                                                   "day,10,temperature,big,3,\n"
+                                                   "day,30,temper",
+                            "", trace);
+  EXPECT_EQ(told, Lines{"1 simulated run in 8 lines, 6 torn lines (the first is line 3)"});
   EXPECT_EQ(trace.ofKind("temperature"), (Lines{"0 temperature big 1", "20 temperature big 2"}));
+}
+
+TEST(CsvRecordingTest, HasAProblemWhereNoLineIsOne) {
+  TextLines none(kHeader);
+  EXPECT_EQ(CsvRecording(none, "", nullptr).problem(), "it holds no run");
+  TextLines damaged(std::string(kHeader) + "day,x,temperature,big,1,\nday,0,tem\n");
+  EXPECT_EQ(CsvRecording(damaged, "", nullptr).problem(),
+            "none of its 2 lines is one that thermalctl writes");
 }
 
 } // namespace

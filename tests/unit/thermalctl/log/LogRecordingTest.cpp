@@ -1,5 +1,6 @@
 #include "log/LogRecording.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -8,6 +9,7 @@
 #include <stdlib.h>
 
 #include "support/LogSwitchedOff.h"
+#include "thermalctl/log/TextLines.h"
 #include "thermalctl/log/TraceLines.h"
 
 namespace {
@@ -52,18 +54,23 @@ protected:
 
   // Adds a message, a tenth of a second after the one before.
   void log(const std::string& message) {
-    text += "1." + std::to_string(tenths++) + "00  1234  5678 V echo-service: [TalmorThermal] " +
-            message + "\n";
+    const int time = 1000 + 100 * tenths++;
+    text += std::to_string(time / 1000) + "." + std::to_string(1000 + time % 1000).substr(1) +
+            "  1234  5678 V echo-service: [TalmorThermal] " + message + "\n";
   }
 
   void readBoard() {
     std::vector<std::string> problems;
-    board.emplace(folder, problems);
+    board.emplace(*BoardFolder::find(folder, problems), problems);
     EXPECT_EQ(problems, Lines());
   }
 
   const Lines& play() {
-    counts = playLog(text, "phone.log", board ? &*board : nullptr, trace);
+    TextLines lines(text);
+    LogRecording recording(lines, "phone.log", board ? &*board : nullptr);
+    problem = recording.problem();
+    remarks = recording.remarks();
+    if (!problem) recording.play(trace);
     return trace.lines;
   }
 
@@ -73,7 +80,8 @@ protected:
   int tenths = 0;
   std::optional<BoardFolder> board;
   TraceLines trace;
-  LogReader::Counts counts;
+  std::optional<std::string> problem;
+  Lines remarks;
 };
 
 TEST_F(LogRecordingTest, FindsSensorsAndAlgorithmsWithoutABoard) {
@@ -95,7 +103,7 @@ TEST_F(LogRecordingTest, FindsSensorsAndAlgorithmsWithoutABoard) {
 TEST_F(LogRecordingTest, PlaysNothingOfALogWithoutTheDaemon) {
   text = "01-30 14:03:22.123   700   700 I ActivityManager: Start proc\n";
   EXPECT_EQ(play(), Lines());
-  EXPECT_EQ(counts.ours, 0u);
+  EXPECT_EQ(problem, "no message of the daemon is in it");
 }
 
 TEST_F(LogRecordingTest, TakesThresholdsTablesAndPeriodsFromTheBoard) {
@@ -194,7 +202,7 @@ TEST_F(LogRecordingTest, RecognisesAConfigurationByTheItemsThatWake) {
   log("Appling new CONF file is completed");
   play();
   EXPECT_EQ(trace.ofKind("configuration"),
-            (Lines{"0 configuration talmor.conf", "400 configuration night.conf"}));
+            (Lines{"0 configuration talmor.conf", "300 configuration night.conf"}));
   EXPECT_EQ(trace.ofKind("scenario"), (Lines{"0 scenario Default"}));
 }
 
@@ -226,6 +234,177 @@ TEST_F(LogRecordingTest, PutsAllToSleepWhereTheDaemonStartsAnew) {
   EXPECT_EQ(trace.ofKind("scenario").back(), "300 scenario Default");
 }
 
+// A sample of the sensor as one that is in a change, or between two.
+#define BIG(scenario, temperature) "Sensor [big], Scen [" scenario "] temp(" temperature ")"
+
+// The messages of a swap in which a namesake takes over from the one that retires.
+TEST_F(LogRecordingTest, ShowsTheNewConfigurationAndItsLevelsBehindASwapOfNamesakes) {
+  write("night.conf", "SCEN Default\n[cap]\nalgo_type monitor\nsensor big\nthresholds 40000 52000\n"
+                      "thresholds_clr 35000 47000\nactions gpu gpu\naction_info 1 2\n\n");
+  write("talmor.conf", "SCEN Default\n[cap]\nalgo_type monitor\nsensor big\nthresholds 50000\n"
+                       "thresholds_clr 45000\nactions gpu\naction_info 1\n\n");
+  readBoard();
+  log("Using Env Config!");
+  const auto swap = [this](const char* after) {
+    log("Start to apply new CONF file");
+    log("Changing Scenario Start (Default->Default)");
+    log(BIG("OLDSCEN_Default", "56000"));
+    log("All scenChangeDone to Default");
+    log("Changing Scenario Start (Default->Default)");
+    log(BIG("Default", "56000"));
+    log("Sensor [big] activate Algo [cap], scen [Default]");
+    log(after);
+    log("Sensor [big] deactivate Algo [cap], scen [OLDSCEN_Default]");
+    log("All scenChangeDone to Default");
+    log("Appling new CONF file is completed");
+  };
+  log(BIG("Default", "56000"));
+  log("Sensor [big] activate Algo [cap], scen [Default]");
+  log("[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 1)");
+  swap("[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 2)");
+  swap("[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 1)");
+  swap("[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 2)");
+  play();
+  EXPECT_EQ(trace.ofKind("configuration"),
+            (Lines{"0 configuration talmor.conf", "700 configuration night.conf",
+                   "1800 configuration talmor.conf", "2900 configuration night.conf"}));
+  EXPECT_EQ(trace.ofKind("level gpu"),
+            (Lines{"0 level gpu 0 850", "300 level gpu 1 760", "1100 level gpu 2 670",
+                   "2200 level gpu 1 760", "3300 level gpu 2 670"}));
+}
+
+TEST_F(LogRecordingTest, KnowsAConfigurationByWhatItDoesNotWake) {
+  write("night.conf", "SCEN Default\n[cap]\nalgo_type monitor\nsensor big\nthresholds 90000\n"
+                      "actions gpu\naction_info 2\n\n");
+  readBoard();
+  log("Using Env Config!");
+  log(BIG("Default", "56000"));
+  log("Sensor [big] activate Algo [cap], scen [Default]");
+  log("[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 1)");
+  log("Start to apply new CONF file");
+  log("Changing Scenario Start (Default->Default)");
+  log("All scenChangeDone to Default");
+  log("Changing Scenario Start (Default->Default)");
+  log(BIG("Default", "56000"));
+  log("Sensor [big] deactivate Algo [cap], scen [OLDSCEN_Default]");
+  log("All scenChangeDone to Default");
+  log("Appling new CONF file is completed");
+  log(BIG("Default", "56000"));
+  log(BIG("Default", "56000"));
+  play();
+  EXPECT_EQ(trace.ofKind("configuration").back(), "600 configuration night.conf");
+  EXPECT_EQ(trace.ofKind("level gpu").back(), "900 level gpu 0 850");
+}
+
+TEST_F(LogRecordingTest, TellsThatALogDoesNotShowWhichConfigurationCameInForce) {
+  write("night.conf", kDay);
+  readBoard();
+  log(BIG("Default", "30000"));
+  log("Start to apply new CONF file");
+  log("All scenChangeDone to Default");
+  log("Appling new CONF file is completed");
+  play();
+  EXPECT_EQ(remarks.back(), "which configuration came in force at 0:00:00 does not show; it is "
+                            "taken for talmor.conf");
+}
+
+TEST_F(LogRecordingTest, EndsWhatTheDaemonDeletesWithoutAWord) {
+  readBoard();
+  log("Sensor [big] activate Algo [cap], scen [Default]");
+  log("[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 1)");
+  log("Start to apply new CONF file");
+  log("All scenChangeDone to Default");
+  log("All scenChangeDone to Default");
+  log("Appling new CONF file is completed");
+  play();
+  EXPECT_EQ(trace.ofKind("algorithm").back(), "500 algorithm cap (talmor.conf, Default) asleep");
+  EXPECT_EQ(trace.ofKind("level gpu").back(), "500 level gpu 0 850");
+}
+
+class LogGapTest : public LogRecordingTest {
+protected:
+  // Quiet samples, one every quarter of a second.
+  void samples(double from, double to, const char* scenario = "Default") {
+    for (double time = from; time < to; time += 0.25)
+      at(time, std::string("Sensor [big], Scen [") + scenario + "] temp(56000)");
+  }
+  void at(double time, const std::string& message) {
+    char stamp[32];
+    std::snprintf(stamp, sizeof stamp, "%.3f", 1 + time);
+    text += std::string(stamp) + "  1234  5678 V echo-service: [TalmorThermal] " + message + "\n";
+  }
+};
+
+TEST_F(LogGapTest, TellsAGapToTheSinkAndInWords) {
+  readBoard();
+  samples(0, 1);
+  samples(601, 602);
+  play();
+  EXPECT_EQ(trace.ofKind("gap"), Lines{"601000 gap from 1000"});
+  EXPECT_EQ(remarks[1], "a gap of 0:10:00 from 0:00:01 on: no message");
+  EXPECT_EQ(remarks.size(), 3u);
+}
+
+TEST_F(LogGapTest, LearnsThePeriodsWhereThereIsNoBoard) {
+  samples(0, 5);
+  samples(10, 15);
+  play();
+  EXPECT_EQ(trace.ofKind("gap"), Lines{"10000 gap from 5000"});
+}
+
+TEST_F(LogGapTest, TakesTheScenarioBehindAGapFromTheSamples) {
+  readBoard();
+  at(0, "Sensor [big] activate Algo [cap], scen [Default]");
+  at(0, "[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 1)");
+  samples(0, 1);
+  samples(60, 61, "game");
+  play();
+  EXPECT_EQ(trace.ofKind("scenario"), (Lines{"0 scenario Default", "60000 scenario game"}));
+  EXPECT_EQ(trace.ofKind("level gpu").back(), "60000 level gpu 0 850");
+}
+
+TEST_F(LogGapTest, PutsAMonitorToSleepThatIsNotHeardOfBehindAGap) {
+  readBoard();
+  at(0, "Sensor [big] activate Algo [cap], scen [Default]");
+  at(0, "[TalmorThermal] Monitor [cap] temp(56000) status(0 -> 1)");
+  samples(0, 1);
+  samples(60, 70);
+  play();
+  EXPECT_EQ(trace.ofKind("algorithm").back().substr(5),
+            " algorithm cap (talmor.conf, Default) asleep");
+}
+
+TEST_F(LogGapTest, KnowsASwapInAGapByWhatComesBehindIt) {
+  readBoard();
+  at(0, "Using Env Config!");
+  samples(0, 1);
+  samples(60, 61);
+  at(61, "Sensor [big] activate Algo [night_cap], scen [Default]");
+  samples(61, 62);
+  play();
+  EXPECT_EQ(trace.ofKind("configuration").back(), "60000 configuration night.conf");
+}
+
+TEST_F(LogGapTest, TellsTheLongestOfManyGaps) {
+  for (int i = 0; i < 8; ++i)
+    samples(10 * i * (i + 1), 10 * i * (i + 1) + 1);
+  play();
+  EXPECT_EQ(trace.ofKind("gap").size(), 7u);
+  ASSERT_EQ(remarks.size(), 8u);
+  EXPECT_EQ(remarks[1], "a gap of 59.0 s from 0:01:01 on: no message");
+  EXPECT_EQ(remarks[6], "and 2 shorter gaps");
+}
+
+TEST_F(LogRecordingTest, HasAProblemWhereNothingInItCouldBeShown) {
+  log("No scen file");
+  play();
+  EXPECT_EQ(problem, "it has 1 message of the daemon, but none of a temperature, a level or a "
+                     "scenario");
+  text = "V/echo-service: [TalmorThermal] Sensor[skin] temp(29\n";
+  play();
+  EXPECT_EQ(problem, "all 1 message of the daemon in it are torn");
+}
+
 class BoardFolderTest : public LogRecordingTest {};
 
 TEST_F(BoardFolderTest, BeginsWithTheConfigurationThatBearsTheEnvironmentsName) {
@@ -244,7 +423,7 @@ TEST_F(BoardFolderTest, TellsAllThatStandsInItsWay) {
   write("talmor.conf", "SCEN Default\n[cap]\nalgo_type nothing\n\n");
   write("night.conf", "SCEN Default\n[cap]\nalgo_type monitor\n\n");
   std::vector<std::string> problems;
-  board.emplace(folder, problems);
+  board.emplace(*BoardFolder::find(folder, problems), problems);
   ASSERT_EQ(problems.size(), 2u);
   EXPECT_EQ(problems[0].find((folder / "night.conf").string() + ": the daemon ends with it: "), 0u)
       << problems[0];
@@ -253,7 +432,7 @@ TEST_F(BoardFolderTest, TellsAllThatStandsInItsWay) {
 TEST_F(BoardFolderTest, NeedsExactlyOneEnvironment) {
   write("second.env", "");
   std::vector<std::string> problems;
-  board.emplace(folder, problems);
+  EXPECT_FALSE(BoardFolder::find(folder, problems));
   EXPECT_EQ(problems,
             (Lines{folder.string() + ": a board's folder has one *.env file, this one has 2"}));
 }

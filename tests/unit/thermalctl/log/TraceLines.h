@@ -27,6 +27,10 @@ public:
   void configuration(int64_t time, const std::string& name) override {
     add(time, "configuration " + name);
   }
+  void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override {
+    add(to,
+        "gap from " + std::to_string(from) + (sensor ? " of " + run.sensors.at(*sensor).name : ""));
+  }
   void end(int64_t time, const std::vector<Performance>&) override { add(time, "end"); }
 
   // Those of which the second word is `kind`.

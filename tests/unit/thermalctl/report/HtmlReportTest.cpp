@@ -46,10 +46,11 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   report.algorithm(250, 0, 1);
   report.scenario(250, "game");
   report.scenario(500, "Default");
+  report.standstill(800);
   report.end(1000, {{"cores", 2, 1}});
 
   EXPECT_EQ(data()["runs"], nlohmann::json::parse(R"([{
-      "name": "day", "duration": 1000,
+      "name": "day", "duration": 1000, "standstill": 800,
       "sensors": [{"name": "skin", "kind": "virtual", "period": 1000, "limit": 43000,
                    "points": "0Pe", "thinned": false}],
       "devices": [{"name": "gpu", "kind": "gpufreq", "levels": ["850", "760"],
@@ -115,6 +116,18 @@ TEST_F(HtmlReportTest, DoesNotGrowWithTheLengthOfARun) {
   EXPECT_TRUE(sensor["thinned"]);
   // Two numbers a point, of at most seven digits.
   EXPECT_LT(sensor["points"].get<std::string>().size(), Series::kCapacity * 14);
+}
+
+TEST_F(HtmlReportTest, HasTheGapsOfARunAndThoseOfOneSensor) {
+  TraceDescription run;
+  run.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, {}});
+  report.begin(run);
+  report.gap(1000, 2000, std::nullopt);
+  report.gap(3000, 4000, 0);
+  report.end(5000, {});
+  const nlohmann::json written = data()["runs"][0];
+  EXPECT_EQ(written["gaps"], nlohmann::json::parse("[[1000, 2000]]"));
+  EXPECT_EQ(written["sensors"][0]["gaps"], nlohmann::json::parse("[[3000, 4000]]"));
 }
 
 } // namespace

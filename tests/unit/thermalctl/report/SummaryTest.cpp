@@ -139,4 +139,81 @@ TEST_F(SummaryLimitTest, IsPassedByATemperatureAboveIt) {
   EXPECT_NE(tableOf(summary).find("passed for 0:03:00\n"), std::string::npos) << tableOf(summary);
 }
 
+TEST(SummaryTest, LeavesGapsOutOfEverySumOfTimes) {
+  Summary summary;
+  summary.begin(boardOf("day", {{40000, 39000}}));
+  summary.temperature(0, 0, 30000);
+  summary.level(0, 0, 0, "2000");
+  summary.temperature(60000, 0, 41000);
+  summary.level(60000, 0, 2, "500");
+  summary.gap(120000, 720000, std::nullopt);
+  summary.temperature(720000, 0, 30000);
+  summary.gap(730000, 760000, 0);
+  summary.temperature(760000, 0, 30000);
+  summary.end(780000, {});
+  EXPECT_EQ(tableOf(summary), "                                       day\n"
+                              "run   duration, h:mm:ss            0:13:00\n"
+                              "      of it in gaps                0:10:00\n"
+                              "skin  peak, degrees C                 41.0\n"
+                              "      mean                            34.4\n"
+                              "      time >=40                    0:01:00\n"
+                              "cpu   mean level                      1.33\n"
+                              "      at level 0 (2000)             33.3 %\n"
+                              "      at level 2 (500)              66.7 %\n"
+                              "      changes a minute                0.33\n"
+                              "      mean entry, level 0 = 100 %   50.0 %\n");
+}
+
+TEST_F(SummaryLimitTest, IsToldOfTheSensorAndOfItsNodeApart) {
+  TraceDescription run;
+  run.name = "day";
+  run.sensors.push_back({"battery", SensorTrack::Kind::kReal, {}, 45000});
+  run.sensors.push_back({"battery", SensorTrack::Kind::kPlantNode, {}, 45000});
+  summary.begin(run);
+  summary.temperature(0, 0, 30000);
+  summary.temperature(0, 1, 52700);
+  summary.end(60000, {});
+  EXPECT_TRUE(summary.passedALimit());
+  EXPECT_EQ(tableOf(summary), "                                                   day\n"
+                              "run              duration, h:mm:ss             0:01:00\n"
+                              "battery          peak, degrees C                  30.0\n"
+                              "                 mean                             30.0\n"
+                              "                 limit 45                         kept\n"
+                              "battery (plant)  peak, degrees C                  52.7\n"
+                              "                 mean                             52.7\n"
+                              "                 limit 45           passed for 0:01:00\n");
+}
+
+TEST_F(SummaryLimitTest, IsNotKeptByASensorWithoutASample) {
+  TraceDescription run = boardOf("day", {});
+  run.sensors[0].limit = 45000;
+  summary.begin(run);
+  summary.end(1000, {});
+  EXPECT_FALSE(summary.passedALimit());
+  EXPECT_NE(tableOf(summary).find("limit 45           no sample\n"), std::string::npos)
+      << tableOf(summary);
+  EXPECT_EQ(summary.unjudged(),
+            std::vector<std::string>{"day: skin never had a sample: nobody knows whether its limit "
+                                     "was kept"});
+}
+
+TEST_F(SummaryLimitTest, IsNotKeptWhereTheDaemonStoodStill) {
+  TraceDescription run = boardOf("day", {});
+  run.sensors[0].limit = 45000;
+  summary.begin(run);
+  summary.temperature(0, 0, 30000);
+  summary.standstill(2000);
+  summary.end(10000, {});
+  EXPECT_NE(tableOf(summary).find("limit 45           not judged\n"), std::string::npos)
+      << tableOf(summary);
+  EXPECT_EQ(summary.unjudged(),
+            std::vector<std::string>{"day: the daemon stood still from 0:00:02 on: no limit is "
+                                     "kept by what samples and decides nothing"});
+}
+
+TEST_F(SummaryLimitTest, NothingIsLeftUnjudgedInAnOrdinaryRun) {
+  playAt(40999);
+  EXPECT_TRUE(summary.unjudged().empty());
+}
+
 } // namespace

@@ -73,4 +73,25 @@ TEST(TimeAtValueTest, RemembersAPeakThatPassedAtOnce) {
   EXPECT_EQ(record.at(90), 0);
 }
 
+TEST(TimeAtValueTest, LeavesOutWhatIsSkipped) {
+  TimeAtValue record;
+  record.set(1000, 10);
+  record.skip(2000, 5000);
+  record.finish(6000);
+  EXPECT_EQ(record.at(10), 2000);
+  record.set(7000, 20);
+  record.finish(8000);
+  EXPECT_EQ(record.at(10), 3000);
+  EXPECT_EQ(record.at(20), 1000);
+}
+
+TEST(TimeAtValueTest, SkipsNothingTwice) {
+  TimeAtValue record;
+  record.set(0, 10);
+  record.skip(1000, 5000);
+  record.skip(2000, 4000);
+  record.finish(6000);
+  EXPECT_EQ(record.total(), 2000);
+}
+
 } // namespace

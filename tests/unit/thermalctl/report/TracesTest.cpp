@@ -58,6 +58,15 @@ TEST(CsvTraceTest, HasALineForEachEvent) {
                                       "day,1000,end,,,\n");
 }
 
+TEST(CsvTraceTest, TellsThatTheDaemonStandsStill) {
+  std::ostringstream out;
+  CsvTrace trace(out);
+  trace.begin(smallBoard("day"));
+  trace.standstill(700);
+  trace.end(1000, {});
+  EXPECT_EQ(out.str(), csv::header() + "day,700,standstill,,,\nday,1000,end,,,\n");
+}
+
 TEST(CsvTraceTest, QuotesNamesThatHoldACommaOrAQuote) {
   TraceDescription run = smallBoard("a,b");
   run.sensors[0].name = "the \"hot\" one";
@@ -138,6 +147,19 @@ TEST_F(EventTraceTest, StaysJsonWithNamesThatAreNoUtf8) {
   TraceDescription run = smallBoard("da\xff\"y");
   run.sensors[0].name = "\n\\";
   EXPECT_EQ(pick(played({run}), "C", {"name"})[1][0], "\n\\, degrees C");
+}
+
+TEST_F(EventTraceTest, HasGapsAsSlices) {
+  std::ostringstream out;
+  EventTrace trace(out);
+  trace.begin(smallBoard("day"));
+  trace.gap(1000, 2000, std::nullopt);
+  trace.gap(3000, 4500, 0);
+  trace.end(5000, {});
+  trace.finish();
+  EXPECT_EQ(pick(nlohmann::json::parse(out.str()), "X", {"ts", "dur", "tid", "name"}),
+            nlohmann::json::parse(R"([
+      [1000000, 1000000, 0, "gap"], [3000000, 1500000, 0, "no sample: gpu"]])"));
 }
 
 } // namespace

@@ -185,6 +185,10 @@ TEST_F(EngineTest, ASensorWorkerThatSleepsStopsEveryChange) {
   const Recording trace = runFor(4000);
   EXPECT_EQ(trace.samples("cpu").back(), 1000);
   EXPECT_EQ(trace.levels.back(), "0 gpu 1 (80)") << "the monitor keeps what it saw last";
+  EXPECT_EQ(trace.stoodStill, 1000);
+  EXPECT_EQ(trace.looks("die"),
+            (Times{0, 100, 200, 300, 400, 500, 600, 700, 800, 900, 1000, 2000, 3000}))
+      << "what the heat really is goes on to be seen";
   ASSERT_EQ(warnings.size(), 1U);
   EXPECT_EQ(warnings[0].find("1000 the daemon samples nothing any more"), 0U) << warnings[0];
 }
@@ -247,13 +251,42 @@ TEST_F(EngineTest, AWorkloadThatRepeatsStartsAgain) {
   EXPECT_EQ(warm, (Lines{"300", "400", "800", "900"}));
 }
 
+TEST_F(EngineTest, ANodeIsShownEverySecondAndWithEverySampleOfIt) {
+  files.environment += "\n[slow]\ntype real\nsampling 1500\nnode_path /nowhere/slow\n";
+  files.plant += "[sensor.slow]\nnode = \"pack\"\n[node.pack]\njoules_per_kelvin = 5\n"
+                 "[[resistance]]\nbetween = [\"pack\", \"ambient\"]\nkelvin_per_watt = 2\n";
+  files.environment.replace(files.environment.find("100\n"), 4, "400\n");
+  const Recording trace = runFor(3100);
+  EXPECT_EQ(trace.looks("die"), (Times{0, 400, 800, 1000, 1200, 1600, 2000, 2400, 2800, 3000}));
+  EXPECT_EQ(trace.looks("pack"), (Times{0, 1000, 1500, 2000, 3000}));
+}
+
+TEST_F(EngineTest, ANodeHasItsTrueTemperatureWhateverItsSensorShows) {
+  files.plant += "[source.gpu]\nnode = \"die\"\nwatts = 2\nload = 1\n";
+  files.workload = "time,fault cpu\n0.05,stuck\n";
+  const Recording trace = runFor(100'000);
+  EXPECT_EQ(trace.temperatures.back(), "99900 cpu 25000");
+  EXPECT_EQ(trace.nodes.back(), "99900 die 44865") << "25 and 20 times 1 - e^(-t / 20 s)";
+}
+
+TEST_F(EngineTest, ASensorThatIsStuckFromTheStartKeepsItsFirstReading) {
+  files.plant.insert(0, "ambient = 30\n");
+  files.workload = "time,ambient,fault cpu\n0,,stuck\n0.1,90,\n0.5,,none\n";
+  const Recording trace = runFor(600);
+  const Lines& seen = trace.temperatures;
+  ASSERT_EQ(seen.size(), 6U);
+  for (size_t i = 0; i < 5; ++i)
+    EXPECT_EQ(seen[i], std::to_string(100 * i) + " cpu 30000");
+  EXPECT_NE(seen[5], "500 cpu 30000");
+}
+
 TEST_F(EngineTest, ANodeOfThePlantThatNoSensorReadsIsShownEverySecond) {
   files.plant += "[node.case]\njoules_per_kelvin = 70\ncelsius = 33\n"
                  "[[resistance]]\nbetween = [\"case\", \"ambient\"]\nkelvin_per_watt = 1e9\n";
   const Recording trace = runFor(2500);
-  EXPECT_EQ(trace.samples("case"), (Times{0, 1000, 2000}));
-  ASSERT_EQ(trace.run.sensors.size(), 2U);
-  EXPECT_EQ(trace.run.sensors[1].kind, SensorTrack::Kind::kPlantNode);
+  EXPECT_EQ(trace.looks("case"), (Times{0, 1000, 2000}));
+  ASSERT_EQ(trace.run.sensors.size(), 3U);
+  EXPECT_EQ(trace.run.sensors[2].kind, SensorTrack::Kind::kPlantNode);
 }
 
 TEST_F(EngineTest, TheSameInputGivesTheSameTrace) {

@@ -21,7 +21,7 @@ protected:
   }
 
   void give(const char* word, double value = 0) {
-    feed.setFault({0, Change::Kind::kFault, 0, value, word, 1});
+    feed.setFault({0, Change::Kind::kFault, 0, value, word, {}});
   }
 
   LogSwitchedOff noLog;
@@ -56,6 +56,27 @@ TEST_F(NodeFeedTest, AFaultHoldsTheNodeUntilItIsTakenBack) {
   EXPECT_EQ(wordUnder(fault::kNonsense), "nonsense");
   EXPECT_EQ(wordUnder(fault::kUnreadable), "");
   EXPECT_EQ(wordUnder(fault::kNone), "25000");
+}
+
+TEST_F(NodeFeedTest, AReadingIsRoundedAndHeldToWhatTheDaemonKnows) {
+  std::streambuf* const node = feed.make("cpu");
+  const auto reading = [&](double celsius) {
+    give(fault::kValue, celsius);
+    return wordIn(node);
+  };
+  EXPECT_EQ(reading(64.0299), "64030");
+  EXPECT_EQ(reading(-0.0006), "-1");
+  EXPECT_EQ(reading(1.115), "1115");
+  EXPECT_EQ(reading(3e6), "2147483647");
+  EXPECT_EQ(reading(-3e6), "-2147483648");
+}
+
+TEST_F(NodeFeedTest, StuckBeforeTheFirstSampleKeepsWhatItWouldHaveRead) {
+  std::streambuf* const node = feed.make("cpu");
+  give(fault::kNone);
+  give(fault::kStuck);
+  feed.refresh(0);
+  EXPECT_EQ(wordIn(node), "25000");
 }
 
 TEST_F(NodeFeedTest, EveryWordOfAWorkloadIsAFaultThatANodeCanHaveAndNoOther) {

@@ -18,7 +18,8 @@ TEST(DurationTest, TakesNumbersWithAndWithoutUnits) {
 }
 
 TEST(DurationTest, RefusesWhatIsNoTime) {
-  for (const std::string text : {"", "h", "-1", "1x", "1h30", "1.2.3", "ten", "1 h", "400d", "."})
+  for (const std::string text : {"", "h", "-1", "1x", "1h30", "1.2.3", "ten", "1 h", "400d", ".",
+                                 "1s1h", "1h1h", "0.0001", "0.5ms", "0.123456h"})
     EXPECT_EQ(parseDuration(text), std::nullopt) << text;
 }
 
@@ -30,7 +31,9 @@ TEST(DurationTest, IsAYearAtTheMost) {
 TEST(NumberTest, IsAllOfATextAndFinite) {
   EXPECT_EQ(parseNumber("-40.5"), -40.5);
   EXPECT_EQ(parseNumber("1e3"), 1000);
-  for (const std::string text : {"", "x", "1x", "inf", "nan", "1e999"})
+  EXPECT_EQ(parseNumber("0.0"), 0);
+  for (const std::string text :
+       {"", "x", "1x", "inf", "nan", "1e999", "1e-320", "1e-999", "0x10", " 1", "0x1p3"})
     EXPECT_EQ(parseNumber(text), std::nullopt) << text;
 }
 

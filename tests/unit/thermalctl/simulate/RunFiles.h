@@ -51,7 +51,9 @@ public:
 
   std::string path(const std::string& name) const { return folder.node(name); }
 
-  std::vector<RunInput> read() {
+  std::vector<RunInput> read() { return readAll().runs; }
+
+  SimulationInputs readAll() {
     request.environment = folder.write("board.env", environment);
     request.plant = folder.write("plant.toml", plant);
     request.workload = folder.write(workloadName, workload);
@@ -62,6 +64,15 @@ public:
 
   // What is wrong with them, each on a line of its own, without the folder's path.
   std::string wrong() {
+    std::istringstream text(wrongInFull());
+    std::string heads;
+    for (std::string line; std::getline(text, line);)
+      if (line.find("error: ") != std::string::npos) heads += line + "\n";
+    return heads;
+  }
+
+  // With the lines of the files and the hints.
+  std::string wrongInFull() {
     read();
     std::ostringstream out;
     problems.print(out);

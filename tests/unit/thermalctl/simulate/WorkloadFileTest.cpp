@@ -44,6 +44,7 @@ TEST_F(WorkloadFileTest, AnEmptyCellChangesNothing) {
                                             {90'000, Kind::kFault, 0, "stuck"},
                                             {360'000, Kind::kFault, 0, "none"}}));
   EXPECT_TRUE(files.problems.none());
+  EXPECT_EQ(workload().shortRows, std::vector<int>{3});
 }
 
 TEST_F(WorkloadFileTest, TomlSaysTheSameAndMayRepeat) {
@@ -84,21 +85,59 @@ TEST_F(WorkloadFileTest, TellsEverythingThatIsWrongInATable) {
                    "40,,,,,,fishing,night.conf\n"
                    "50,,,,,,,,1\n";
   EXPECT_EQ(files.wrong(),
-            "workload.csv: error: no load for source 'cpu' at time 0, and the plant gives it none "
-            "of its own\n"
-            "workload.csv:1: error: the plant has no source 'modem'\n"
-            "workload.csv:1: error: the board has no real sensor 'skin'\n"
-            "workload.csv:2: error: 'warm' is no number\n"
-            "workload.csv:3: error: 'soon' is no time, such as 90 or 1m30s\n"
-            "workload.csv:4: error: the load of 'cpu' must lie from 0 to 1\n"
-            "workload.csv:5: error: the times must not go back\n"
-            "workload.csv:5: error: a fault is 'none', 'stuck', 'unreadable', 'nonsense' or a "
-            "reading in degrees, and 'often' is neither\n"
-            "workload.csv:6: error: a control file holds one word, and 'two words' is none\n"
-            "workload.csv:6: error: no configuration declares the scenario 'two words'\n"
-            "workload.csv:7: error: there is no configuration 'night.conf' beside first.conf\n"
-            "workload.csv:7: error: no configuration declares the scenario 'fishing'\n"
-            "workload.csv:8: error: more cells than columns\n");
+            "workload.csv: error: no load at time 0 for the source 'cpu', and the plant gives "
+            "none\n"
+            "workload.csv:1:18: error: the plant has no source 'modem'\n"
+            "workload.csv:1:24: error: the board has no real sensor 'skin'\n"
+            "workload.csv:2:3: error: 'warm' is no number\n"
+            "workload.csv:3:1: error: 'soon' is no time, such as 90 or 1m30s\n"
+            "workload.csv:4:5: error: the load of 'cpu' must lie from 0 to 1\n"
+            "workload.csv:5:1: error: the times must not go back\n"
+            "workload.csv:5:8: error: 'often' is no fault\n"
+            "workload.csv:6:9: error: a control file holds one word, and 'two words' is none\n"
+            "workload.csv:7:9: error: no configuration declares the scenario 'fishing'\n"
+            "workload.csv:7:17: error: there is no configuration 'night.conf' beside first.conf\n"
+            "workload.csv:8:11: error: more cells than columns\n");
+}
+
+TEST_F(WorkloadFileTest, MarksACellAndSaysWhatWasMeant) {
+  files.workload = "time, cqu, ambeint, fault cpu\n0, 0.5, 25,  stick\n";
+  EXPECT_EQ(files.wrongInFull(), "workload.csv:1:7: error: the plant has no source 'cqu'\n"
+                                 "    1 | time, cqu, ambeint, fault cpu\n"
+                                 "      |       ^~~\n"
+                                 "      hint: did you mean 'cpu'?\n"
+                                 "workload.csv:1:12: error: no column is called 'ambeint'\n"
+                                 "    1 | time, cqu, ambeint, fault cpu\n"
+                                 "      |            ^~~~~~~\n"
+                                 "      hint: did you mean 'ambient'?\n"
+                                 "workload.csv:2:14: error: 'stick' is no fault\n"
+                                 "    2 | 0, 0.5, 25,  stick\n"
+                                 "      |              ^~~~~\n"
+                                 "      hint: did you mean 'stuck'?\n");
+}
+
+TEST_F(WorkloadFileTest, ValuesMustBeSuchAsThereCanBe) {
+  files.workload = "time,cpu,ambient,fault cpu\n"
+                   "0,0,25000,45000\n"
+                   "1,,-273.2,-274.1\n"
+                   "2,,1000.1,1000.1\n"
+                   "3,,0x19,1e-320\n"
+                   "4,,-273.15,-274\n"
+                   "5,,1000,1000\n";
+  EXPECT_EQ(files.wrong(),
+            "workload.csv:2:5: error: the ambient must be degrees Celsius from -273.15 to 1000\n"
+            "workload.csv:2:11: error: a reading must be degrees Celsius from -274 to 1000\n"
+            "workload.csv:3:4: error: the ambient must be degrees Celsius from -273.15 to 1000\n"
+            "workload.csv:3:11: error: a reading must be degrees Celsius from -274 to 1000\n"
+            "workload.csv:4:4: error: the ambient must be degrees Celsius from -273.15 to 1000\n"
+            "workload.csv:4:11: error: a reading must be degrees Celsius from -274 to 1000\n"
+            "workload.csv:5:4: error: '0x19' is no number\n"
+            "workload.csv:5:9: error: '1e-320' is no fault\n");
+}
+
+TEST_F(WorkloadFileTest, AColumnStandsOnce) {
+  files.workload = "time,cpu,ambient,cpu\n0,0,25,1\n";
+  EXPECT_EQ(files.wrong(), "workload.csv:1:18: error: the column 'cpu' is there twice\n");
 }
 
 TEST_F(WorkloadFileTest, TellsEverythingThatIsWrongInToml) {
@@ -114,12 +153,12 @@ TEST_F(WorkloadFileTest, TellsEverythingThatIsWrongInToml) {
                    "fault = { skin = \"stuck\" }\n"
                    "ambient = 20\n";
   EXPECT_EQ(files.wrong(),
-            "workload.toml:2: error: 'time' is missing: when this begins\n"
-            "workload.toml:3: error: the plant has no source 'modem'\n"
-            "workload.toml:5: error: 'time' must be a time, such as 90 or \"1m30s\"\n"
-            "workload.toml:6: error: 'weather' is no key that is known here\n"
-            "workload.toml:9: error: the board has no real sensor 'skin'\n"
-            "workload.toml:10: error: is never reached: the workload starts again before\n");
+            "workload.toml:2:1: error: 'time' is missing: when this begins\n"
+            "workload.toml:3:19: error: the plant has no source 'modem'\n"
+            "workload.toml:5:8: error: 'time' must be a time, such as 90 or \"1m30s\"\n"
+            "workload.toml:6:1: error: 'weather' is no key that is known here\n"
+            "workload.toml:9:11: error: the board has no real sensor 'skin'\n"
+            "workload.toml:10:11: error: is never reached: the workload starts again before\n");
 }
 
 } // namespace

@@ -49,6 +49,20 @@ TEST_F(BoardStatusTest, ShowsTheScenarioAndThatNothingIsPending) {
   EXPECT_FALSE(seen.hasFault());
 }
 
+TEST_F(BoardStatusTest, ReadsTheNodesBelowARoot) {
+  write("temp", "45000");
+  write("limit", "1");
+  const std::string root = files.node("").substr(0, files.node("").size() - 1);
+  const Environment board = readEnvironment("board.env", "[cpu]\ntype real\nnode_path /temp\n\n"
+                                                         "[none]\ntype real\nsampling 1\n\n"
+                                                         "[gpu]\ntype gpufreq\nnode_path /limit\n"
+                                                         "level_table 0 1\n");
+  const BoardStatus seen = readStatus(ControlDirectory(files.node("")), board, root);
+  EXPECT_EQ(seen.sensors.at(0).value, "45.000 C");
+  EXPECT_EQ(seen.sensors.at(1).note, "no node_path");
+  EXPECT_EQ(seen.devices.at(0).level, "1 of 1");
+}
+
 TEST_F(BoardStatusTest, ShowsAPendingRequest) {
   write("talmor-thermal.dconf", "night.conf and more");
   const BoardStatus seen = status("");

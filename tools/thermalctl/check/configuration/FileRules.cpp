@@ -3,6 +3,7 @@
 #include "base/TextReader.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Ends.h"
+#include "check/rule/Dependents.h"
 #include "check/rule/FileRuleNames.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
@@ -29,11 +30,8 @@ std::pair<Message, Message> tellingOf(const TextKind& kind) {
     return {{"these are the cells of a spreadsheet, and the daemon takes '{}' for a part of a word",
              kind.at.text},
             "put blanks between the words, and blank lines between the blocks"};
-  case TextKind::kBinary:
-    return {"this is a binary file and no text", "name the file that was meant"};
   default:
-    return {"the file is empty: the daemon finds no sensor and no device here",
-            "write the board's sections, or name the file that was meant"};
+    return {"this is a binary file and no text", "name the file that was meant"};
   }
 }
 
@@ -56,16 +54,18 @@ void tellOfEnvironment(Context& context) {
                         other ? Message("the environment is {}", other->file) : Message(""));
   }
   const auto [message, hint] = tellingOf(environment.kind);
-  context.tell(environment.kind.at, message.text + context.subject.lost.dependents(1), hint);
+  context.tell(environment.kind.at,
+               {"{}{}", message.text, dependents(environment.kind.at, context)}, hint);
 }
 
 void tellOfConfiguration(const Configuration& configuration, Context& context) {
   if (!configuration.isForeign()) return;
-  const std::string end = configuration.fatal() ? ending(true) : "";
+  const Ending end = configuration.fatal() ? ending(true) : Ending();
   if (configuration.kind.kind == TextKind::kEnvironment) {
     // Swapped for each other the two are one mistake.
     if (context.subject.environment.kind.kind != TextKind::kConfiguration)
-      context.tell(configuration.kind.at, end + fmt::format(kSwapped, "an environment file"));
+      context.tell(configuration.kind.at,
+                   {"{}{}", end, fmt::format(kSwapped, "an environment file")});
     return;
   }
   const auto [message, hint] = tellingOf(configuration.kind);
@@ -93,12 +93,12 @@ bool isAscii(const std::string& text) {
 }
 
 // What counts on a section whose header it is, unless that is told of the same line.
-std::string dependents(const Word& word, const Context& context) {
+Ending lineDependents(const Word& word, const Context& context) {
   const Environment& environment = context.subject.environment;
   const bool told = std::any_of(
       environment.breaks.begin(), environment.breaks.end(),
       [&word](const EnvironmentBreak& each) { return each.word.at.line == word.at.line; });
-  return context.configuration || told ? "" : context.subject.lost.dependents(word.at.line);
+  return context.configuration || told ? Ending() : dependents(word, context);
 }
 
 // A word in another script is one as good as any, until nobody can see that it is.
@@ -110,13 +110,13 @@ void tellOfLookAlike(const Word& word, Context& context) {
   if (shows && !isAscii(read)) return;
   const Word place{word.text.substr(other->start, other->length),
                    {word.at.line, word.at.column + static_cast<int>(other->start)}};
-  context.tell(place,
-               {"'{}' holds {}, {}{}: to the daemon it is another word{}",
-                withCodePoints(word.text), codePoint(other->number), other->what,
-                shows ? " that looks like '" + other->meant + "'" : "", dependents(word, context)},
-               read.find_first_not_of(kWhiteSpace) == std::string::npos
-                   ? Message("take it out")
-                   : Message("write '{}'", read));
+  context.tell(
+      place,
+      {"'{}' holds {}, {}{}: to the daemon it is another word{}", withCodePoints(word.text),
+       codePoint(other->number), other->what,
+       shows ? " that looks like '" + other->meant + "'" : "", lineDependents(word, context)},
+      read.find_first_not_of(kWhiteSpace) == std::string::npos ? Message("take it out")
+                                                               : Message("write '{}'", read));
 }
 
 void tellOfLookAlikes(const std::vector<std::string>& lines, Context& context) {
@@ -134,7 +134,7 @@ void tellOfLookAlikes(const std::vector<std::string>& lines, Context& context) {
 const std::vector<Rule> kFileRules = {
     {kWrongKindOfFile, Severity::kError,
      "A file is not what it was named as: a configuration in place of the environment file or the "
-     "other way round, an empty environment file, a binary file, the export of a spreadsheet with "
+     "other way round, a binary file, the export of a spreadsheet with "
      "semicolons or commas between its cells, a text in UTF-16, with a byte order mark at its "
      "start, or with carriage returns for line ends. The daemon makes nothing of such a file, or "
      "something that nobody meant: it has no board, or ends with one of its messages and status 0. "

@@ -2,6 +2,7 @@
 #include <map>
 
 #include "check/environment/EnvironmentRules.h"
+#include "check/rule/Dependents.h"
 #include "check/rule/IgnoredWords.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
@@ -19,15 +20,10 @@ Check eachBreak(Look<EnvironmentBreak> look) {
   };
 }
 
-// What counts on the section that is lost by a mistake there.
-std::string dependents(const Word& mistake, const Context& context) {
-  return context.subject.lost.dependents(mistake.at.line);
-}
-
-std::string stopsReading(const EnvironmentBreak& each, const Context& context) {
-  if (&each != &context.subject.environment.breaks.front())
-    return "the daemon would stop reading the file here, too";
-  return "the daemon stops reading the file here, without a word" + dependents(each.word, context);
+const char* stopsReading(const EnvironmentBreak& each, const Context& context) {
+  return &each == &context.subject.environment.breaks.front()
+             ? "the daemon stops reading the file here, without a word"
+             : "the daemon would stop reading the file here, too";
 }
 
 bool hasUnknownKind(const Section& section) {
@@ -109,6 +105,26 @@ const std::string& unknownKindExplained() {
 } // namespace
 
 const std::vector<Rule> kSectionRules = {
+    {"empty-environment", Severity::kError,
+     "The environment file has no section of a sensor or a device. To the daemon that is no error: "
+     "it reads no temperature, drives nothing and says nothing, and every item of every "
+     "configuration ends it. Mostly it is the wrong file, or one that was cut short.",
+     [](Context& context) {
+       const Environment& board = context.subject.environment;
+       // What the daemon stops at or drops was to be a sensor or a device: that is told there.
+       const bool asWritten =
+           board.breaks.empty() &&
+           std::none_of(board.sections.begin(), board.sections.end(), [](const Section& section) {
+             return section.isSensor() || section.isDevice() ||
+                    section.kind == SectionKind::kUnknown;
+           });
+       const Word place{"", {1, 1}};
+       if (asWritten)
+         context.tell(place, {"{}the daemon finds no sensor and no device here{}",
+                              board.kind.kind == TextKind::kEmpty ? "the file is empty: " : "",
+                              dependents(place, context)});
+     }},
+
     {"junk-before-header", Severity::kError,
      "Where a section is expected, a line does not begin with \"[\". The daemon stops reading the "
      "environment at that line and says nothing: no sensor and no device below it exists. Mostly "
@@ -117,8 +133,8 @@ const std::vector<Rule> kSectionRules = {
      eachBreak([](const EnvironmentBreak& each, Context& context) {
        if (each.cause == EnvironmentBreak::kNoHeader)
          context.tell(each.word,
-                      {"'{}' stands where a header is expected: {}", each.word.text,
-                       stopsReading(each, context)},
+                      {"'{}' stands where a header is expected: {}{}", each.word.text,
+                       stopsReading(each, context), dependents(each.word, context)},
                       hintForJunk(each.word.text));
      })},
 
@@ -128,13 +144,14 @@ const std::vector<Rule> kSectionRules = {
      "neither this section nor any below it exists. Write the 'type' line as the first one of the "
      "section.",
      eachBreak([](const EnvironmentBreak& each, Context& context) {
-       const std::string stops = stopsReading(each, context);
+       const char* stops = stopsReading(each, context);
+       const Ending end = dependents(each.word, context);
        if (each.cause == EnvironmentBreak::kNothingBelow)
-         context.tell(each.word, {"no 'type' line directly below the header: {}", stops},
+         context.tell(each.word, {"no 'type' line directly below the header: {}{}", stops, end},
                       "put the 'type' line there, without a blank line between");
        if (each.cause == EnvironmentBreak::kNoTypeLine)
          context.tell(
-             each.word, {"'{}' stands where 'type' is expected: {}", each.word.text, stops},
+             each.word, {"'{}' stands where 'type' is expected: {}{}", each.word.text, stops, end},
              didYouMean(each.word.text, {"type"}, "put the 'type' line directly below the header"));
      })},
 

@@ -72,11 +72,32 @@ function stretchesOf(course, end) {
     from,
     to: i + 1 < course.times.length ? course.times[i + 1] : end,
     value: course.values[i],
-  }));
+  })).filter((stretch) => !Number.isNaN(stretch.value));
 }
 
-function namedStretches({ names, points }, end) {
-  return stretchesOf(decode(points), end).map((stretch) => ({ ...stretch, name: names[stretch.value] }));
+// The course with a point that is no number where each gap begins. What `holds` has its value up to
+// there and again where the gap ends, all else at its own points alone.
+function interrupted({ times, values }, gaps, holds) {
+  const course = { times: [], values: [] };
+  const add = (time, value) => {
+    course.times.push(time);
+    course.values.push(value);
+  };
+  let next = 0;
+  for (const [from, to] of gaps) {
+    while (next < times.length && times[next] <= from) add(times[next], values[next++]);
+    if (next === 0) continue;
+    // A line of steps ends at its last point.
+    if (holds && times[next - 1] !== from) add(from, values[next - 1]);
+    add(from + 1, NaN);
+    if (holds && times[next] !== to) add(to, values[next - 1]);
+  }
+  while (next < times.length) add(times[next], values[next++]);
+  return course;
+}
+
+function namedStretches({ names, points }, run) {
+  return stretchesOf(interrupted(decode(points), run.gaps, true), run.duration).map((stretch) => ({ ...stretch, name: names[stretch.value] }));
 }
 
 // Where two lists of stretches are both in force.
@@ -95,11 +116,12 @@ function common(some, others) {
 function readRun(run, index) {
   run.index = index;
   run.shown = true;
-  run.scenarios = namedStretches(run.scenarios, run.duration);
-  run.configurations = namedStretches(run.configurations, run.duration);
+  run.scenarios = namedStretches(run.scenarios, run);
+  run.configurations = namedStretches(run.configurations, run);
   for (const track of [...run.sensors, ...run.devices, ...run.algorithms]) {
     track.run = run;
-    track.course = decode(track.points);
+    const gaps = [...run.gaps, ...(track.gaps || [])].sort((a, b) => a[0] - b[0]);
+    track.course = interrupted(decode(track.points), gaps, !run.sensors.includes(track));
     delete track.points;
   }
   for (const algorithm of run.algorithms) {
@@ -321,7 +343,7 @@ class Lane {
 
   describeAt(track, time) {
     const value = valueAt(track.course, time);
-    return value === null ? '–' : this.textOf(track, value);
+    return value === null || Number.isNaN(value) ? '–' : this.textOf(track, value);
   }
 
   showValues() {
@@ -544,7 +566,8 @@ class NameLane extends StripLane {
   showValues() {
     const { cursor } = view;
     const texts = shownRuns().map((run) => {
-      const stretch = this.stretchesOfRun(run).filter((one) => cursor !== null && one.from <= cursor).pop();
+      const stretch = this.stretchesOfRun(run)
+        .filter((one) => cursor !== null && one.from <= cursor && cursor <= one.to).pop();
       const value = element('span', { className: 'value' });
       if (stretch && runs.length > 1) value.append(stroke(run));
       value.append(stretch ? stretch.name : '');
@@ -587,7 +610,7 @@ function setText(context, font, textAlign, textBaseline = 'bottom') {
 }
 
 function highest(values) {
-  return values.reduce((high, value) => Math.max(high, value), -Infinity);
+  return values.reduce((high, value) => (value > high ? value : high), -Infinity);
 }
 
 // 2600000 as 2.6M, so that it fits beside the axis.
@@ -613,6 +636,11 @@ function onScreen(stretches, area, graph) {
 function paintScenarios(context, area, graph) {
   let painted = 0;
   for (const run of shownRuns()) {
+    context.fillStyle = styleOf('--rule');
+    context.globalAlpha = 0.3;
+    for (const { left, width } of onScreen(run.gaps.map(([from, to]) => ({ from, to })), area, graph))
+      context.fillRect(left, area.y, width, area.h);
+    context.globalAlpha = 1;
     for (const { from, to, name } of run.scenarios) {
       const tint = tintOf(name, 0.13);
       if (!tint) continue;
@@ -825,9 +853,12 @@ document.addEventListener('keydown', (event) => {
 
 // ---- The page
 
+// A node is at a glance where it has a limit of its own, or that of a sensor which reads it.
+const isAtGlance = (sensor) => sensor.kind !== 'plant' || sensor.limit !== null;
+const labelOf = (sensor) => sensor.name + (sensor.kind === 'plant' ? ' (plant)' : '');
+
 function glanceTable() {
-  const sensors = [...new Set(runs.flatMap((run) => run.sensors)
-    .filter((sensor) => sensor.kind !== 'plant').map((sensor) => sensor.name))];
+  const sensors = [...new Set(runs.flatMap((run) => run.sensors).filter(isAtGlance).map(labelOf))];
   const sources = [...new Set(runs.flatMap((run) => run.performance)
     .filter((source) => source.demanded > 0).map((source) => source.source))];
   const heads = (names) => names.map((name, i) => element('th', { textContent: name, className: i ? '' : 'first' }));
@@ -838,7 +869,7 @@ function glanceTable() {
   const head = element('tr', {}, element('th', { textContent: 'Run' }), element('th', { textContent: 'Duration' }),
                        ...heads(sensors), ...heads(sources));
   const rows = runs.map((run) => {
-    const cells = [clock(run.duration), ...sensors.map((name) => peakCell(run, name)),
+    const cells = [durationCell(run), ...sensors.map((name) => peakCell(run, name)),
                    ...sources.map((name) => workOf(run, name))];
     return element('tr', {}, element('th', {}, stroke(run), run.name),
                    ...cells.map((cell) => cell instanceof Node ? cell : element('td', { textContent: cell })));
@@ -846,8 +877,14 @@ function glanceTable() {
   document.querySelector('.glance table').replaceChildren(element('thead', {}, above, head), element('tbody', {}, ...rows));
 }
 
-function peakCell(run, name) {
-  const sensor = run.sensors.find((one) => one.name === name && one.kind !== 'plant');
+function durationCell(run) {
+  if (run.standstill === null) return clock(run.duration);
+  return element('td', { textContent: `${clock(run.duration)}, stood still from ${clock(run.standstill)}`, className: 'passed',
+                         title: 'from then on the daemon samples and decides nothing' });
+}
+
+function peakCell(run, label) {
+  const sensor = run.sensors.find((one) => isAtGlance(one) && labelOf(one) === label);
   if (!sensor || !sensor.course.values.length) return '–';
   const peak = highest(sensor.course.values);
   const passed = sensor.limit !== null && peak > sensor.limit;

@@ -1,0 +1,211 @@
+"""What thermalctl simulate calls kept, and what it refuses to run: a verdict is earned, and nothing
+that check rejects is simulated."""
+
+import csv
+import re
+import shutil
+from pathlib import Path
+
+import pytest
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+PHONE = REPOSITORY / "boards" / "phone"
+CONFIGURATION = "talmor-thermal.conf"
+
+STUCK = """\
+time,scenario,little,big,gpu,panel,charger,modem,fault battery
+0,Default,0.30,0.20,0.15,1,1,0.4,
+5m,game,0.60,0.90,1.0,1,1,0.3,stuck
+"""
+
+
+@pytest.fixture
+def board(tmp_path):
+    """A copy of the phone board."""
+    return Path(shutil.copytree(PHONE, tmp_path / "board"))
+
+
+@pytest.fixture
+def simulate(thermalctl):
+    """Runs the command; `status` is what it must end with."""
+    def run(*arguments, status=0):
+        result = thermalctl("simulate", *arguments)
+        assert result.status == status, result.err
+        return result
+    return run
+
+
+def change(path, old, new):
+    text = path.read_text()
+    assert old in text
+    path.write_text(text.replace(old, new, 1))
+
+
+def rows(table):
+    """The cells behind each "limit", by the group in whose rows it stands."""
+    group, found = "", {}
+    for line in table.splitlines():
+        group = re.match(r"(\S.*?)(?:  |$)", line)[1] if line[:1].strip() else group
+        limit = re.search(r"\blimit (\S+) +(.+)", line)
+        if limit:
+            found[group] = (limit[1], limit[2].strip())
+    return found
+
+
+# What check rejects.
+
+REJECTED = {
+    "unknown-device": ("actions cpu_big+gpu", "actions cpu_bgi+gpu"),
+    "merged-items": ("\n\n[", "\n["),
+    "unordered-thresholds": ("thresholds 38000 40000 42000 44000",
+                             "thresholds 40000 38000 42000 44000"),
+    "level-past-its-table": ("action_info 2+1 4+2+1", "action_info 22+1 24+2+1"),
+    "spelling-of-the-kind": ("algo_type ss", "algo_type step"),
+    "no-set-point": ("set_point 68000\n", ""),
+    "bracket-at-the-end": (None, "\n]\n"),
+}
+
+
+def mistaken(board, old, new):
+    path = board / CONFIGURATION
+    text = path.read_text()
+    if old is None:
+        text += new
+    elif old == "\n\n[":
+        text = text.replace(old, new, 3)
+    else:
+        first = old if old in text else re.search(old.split()[0] + r" .*\n", text)[0]
+        text = text.replace(first, new + ("\n" if first.endswith("\n") and new else ""), 1)
+    path.write_text(text)
+
+
+@pytest.mark.parametrize("mistake", REJECTED)
+def test_what_check_rejects_is_not_run_and_told_with_the_same_text(thermalctl, simulate, board,
+                                                                   mistake):
+    mistaken(board, *REJECTED[mistake])
+    told = thermalctl("check", "--env", board / "talmor-thermal.env", "--conf",
+                      board / CONFIGURATION)
+    assert told.status == 1
+    done = simulate("--board", board, "--workload", "game", "--limit", "skin=90C", "--out",
+                    board / "out", status=2)
+    assert done.out == ""
+    for finding in re.findall(r"^\S+: error: .*\n(?: .*\n)*", told.out, re.M):
+        assert finding in done.err
+    assert ": warning: " not in done.err
+    assert not (board / "out").exists()
+
+
+def test_a_configuration_that_the_workload_asks_for_is_checked_too(simulate, board):
+    change(board / "talmor-thermal_night.conf", "algo_type ss", "algo_type SS")
+    mistaken_night = board / "talmor-thermal_night.conf"
+    change(mistaken_night, "algo_type monitor", "algo_type monitr")
+    (board / "swap.csv").write_text(
+        "time,little,big,gpu,panel,charger,modem,configuration\n"
+        "0,0.3,0.2,0.1,1,1,0.4,\n5m,,,,,,,talmor-thermal_night.conf\n")
+    simulate("--board", board, "--workload", "game")
+    done = simulate("--board", board, "--workload", board / "swap.csv", status=2)
+    line = mistaken_night.read_text().splitlines().index("algo_type monitr") + 1
+    assert f"{mistaken_night}:{line}:11: error: " in done.err
+
+
+def test_warnings_are_counted_in_one_line(thermalctl, simulate, board):
+    change(board / CONFIGURATION, "sampling 250", "sampling 10")
+    told = thermalctl("check", "--env", board / "talmor-thermal.env", "--conf",
+                      board / CONFIGURATION)
+    assert told.status == 0
+    count = re.search(r"(\d+) warnings?", told.out.splitlines()[-1])[0]
+    done = simulate("--board", board, "--workload", "game", "--duration", "1m")
+    assert done.err == (f"thermalctl: {count}, told by thermalctl check --env "
+                        f"{board}/talmor-thermal.env --conf {board}/talmor-thermal.conf\n")
+    assert done.out
+
+
+def test_correct_files_are_run_without_a_word(simulate):
+    assert simulate("--board", PHONE, "--workload", "game", "--duration", "1m").err == ""
+
+
+# Limits.
+
+def test_a_stuck_sensor_does_not_keep_the_limit_of_its_node(simulate, tmp_path):
+    (tmp_path / "stuck.csv").write_text(STUCK)
+    done = simulate("--board", PHONE, "--workload", tmp_path / "stuck.csv", "--limit",
+                    "battery=45C", "--out", tmp_path, status=1)
+    found = rows(done.out)
+    assert found["battery"] == ("45", "kept")
+    limit, verdict = found["battery (plant)"]
+    assert limit == "45" and verdict.startswith("passed for 0:")
+    peak = max(int(row["value"]) for row in csv.DictReader(open(tmp_path / "trace.csv"))
+               if (row["event"], row["name"]) == ("plant", "battery"))
+    assert 52_000 < peak < 53_500
+
+
+def test_a_node_has_limits_of_its_own(simulate, tmp_path):
+    (tmp_path / "stuck.csv").write_text(STUCK)
+    common = ("--board", PHONE, "--workload", tmp_path / "stuck.csv", "--limit")
+    done = simulate(*common, "node:battery=45000mC", status=1)
+    assert rows(done.out).keys() == {"battery (plant)"}
+    simulate(*common, "node:battery=60C")
+    simulate(*common, "node:case=60C", "--limit", "case=60C")
+
+
+def test_every_node_is_recorded_each_second_and_with_its_sensors_samples(simulate, tmp_path):
+    simulate("--board", PHONE, "--workload", "game", "--duration", "10s", "--out", tmp_path)
+    times = {}
+    for row in csv.DictReader(open(tmp_path / "trace.csv")):
+        if row["event"] == "plant":
+            times.setdefault(row["name"], []).append(int(row["time_ms"]))
+    second = list(range(0, 10_000, 1000))
+    quarter = list(range(0, 10_000, 250))
+    assert times == {"little": quarter, "big": quarter, "gpu": quarter, "battery": second,
+                     "case": second}
+
+
+def test_a_limit_that_no_sample_was_held_against_is_no_pass(simulate, board):
+    (board / "plant.toml").write_text(re.sub("celsius = .*", "celsius = 20.0",
+                                             (board / "plant.toml").read_text()))
+    done = simulate("--board", board, "--workload", "idle", "--duration", "1m", "--limit",
+                    "skin=43C", status=3)
+    assert rows(done.out)["skin"] == ("43", "no sample")
+    assert done.err == ("thermalctl: talmor-thermal.conf: skin never had a sample: nobody knows "
+                        "whether its limit was kept\n")
+
+
+def test_the_same_configuration_twice_is_one_run(simulate, tmp_path):
+    same = PHONE / ".." / "phone" / CONFIGURATION
+    done = simulate("--board", PHONE, "--workload", "idle", "--duration", "1m", "--conf",
+                    PHONE / CONFIGURATION, "--conf", PHONE / CONFIGURATION, "--conf", same)
+    assert done.out.splitlines()[0].split() == [CONFIGURATION]
+
+
+# The command line.
+
+@pytest.mark.parametrize("bare", ["43", "43000"])
+def test_a_temperature_without_a_unit_is_refused_with_both_spellings(simulate, bare):
+    done = simulate("--board", PHONE, "--workload", "game", "--limit", f"skin={bare}", status=2)
+    assert done.err == (f"--limit skin={bare}: error: '{bare}' has no unit\n"
+                        "      hint: write 43C or 43000mC\n")
+
+
+@pytest.mark.parametrize("arguments, told", [
+    (("--workload", "gmae"), "--workload gmae: error: is no file, and no workload of {board}\n"
+     "      hint: did you mean 'game'?\n"),
+    (("--workload", "xyzzy"), "--workload xyzzy: error: is no file, and no workload of {board}\n"
+     "      hint: there are 'benchmark', 'camera', 'game', 'idle' and 'navigation'\n"),
+    (("--workload", "game", "--limit", "sikn=43C"), "--limit sikn: error: the board has no sensor "
+     "and the plant no node 'sikn'\n      hint: did you mean 'skin'?\n"),
+    (("--workload", "game", "--limit", "node:skin=43C"), "--limit node:skin: error: the plant has "
+     "no node 'skin'\n      hint: there are 'little', 'big', 'gpu', 'battery' and 'case'\n"),
+    (("--workload", "game", "--limit", "skin=43000C"), "--limit skin=43000C: error: '43000C' lies "
+     "outside of -273.15 to 1000 degrees Celsius\n      hint: write 43C or 43000mC\n"),
+])
+def test_what_was_meant_is_offered(simulate, arguments, told):
+    assert simulate("--board", PHONE, *arguments, status=2).err == told.format(board=PHONE)
+
+
+def test_a_board_that_is_none_is_told_once(simulate, tmp_path):
+    done = simulate("--board", tmp_path / "none", "--workload", "game", status=2)
+    assert done.err.splitlines() == [
+        f"--board {tmp_path}/none: error: cannot be read: No such file or directory"]
+    (tmp_path / "file").write_text("")
+    done = simulate("--board", tmp_path / "file", "--workload", "game", status=2)
+    assert done.err == f"--board {tmp_path}/file: error: is no folder\n"

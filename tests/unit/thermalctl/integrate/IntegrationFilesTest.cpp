@@ -1,0 +1,116 @@
+#include "integrate/IntegrationFiles.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "board/Environment.h"
+
+namespace {
+
+std::vector<IntegrationFile> filesOf(const std::string& text, const std::string& blueprint = "") {
+  const Environment environment = readEnvironment("board.env", text);
+  return integrationFiles(nodesOf(environment).nodes, text, blueprint);
+}
+
+std::string content(const std::vector<IntegrationFile>& files, const std::string& name) {
+  for (const IntegrationFile& file : files)
+    if (file.name == name) return file.content;
+  return "no " + name;
+}
+
+bool has(const std::string& text, const std::string& line) {
+  return ("\n" + text).find("\n" + line + "\n") != std::string::npos;
+}
+
+std::string device(const std::string& kind, const std::string& path, const std::string& table) {
+  return "[knob]\ntype " + kind + "\nnode_path " + path + "\nlevel_table " + table + "\n\n";
+}
+
+const std::string kSensor = "[cpu]\ntype real\nnode_path /sys/devices/a/temp\n\n";
+
+} // namespace
+
+TEST(IntegrationFilesTest, LabelsWhatIsReadAndWhatIsWrittenInSys) {
+  const auto files = filesOf(kSensor + device("gpufreq", "/sys/devices/a.b/max", "8 7"));
+  const std::string labels = content(files, "sepolicy/genfs_contexts");
+  EXPECT_TRUE(
+      has(labels, "genfscon sysfs /devices/a/temp u:object_r:sysfs_talmor_thermal_sensor:s0"));
+  EXPECT_TRUE(
+      has(labels, "genfscon sysfs /devices/a.b/max u:object_r:sysfs_talmor_thermal_device:s0"));
+}
+
+TEST(IntegrationFilesTest, LabelsNodesOfDevByAnExpressionAndGivesThemToTheDaemonsUser) {
+  const auto files =
+      filesOf("[t]\ntype real\nnode_path /dev/temp.0\n\n" + device("charger", "/dev/fan", "8 7"));
+  const std::string labels = content(files, "sepolicy/file_contexts");
+  EXPECT_TRUE(has(labels, "/dev/temp\\.0 u:object_r:talmor_thermal_sensor_device:s0"));
+  EXPECT_TRUE(has(labels, "/dev/fan u:object_r:talmor_thermal_device:s0"));
+  const std::string lines = content(files, "talmor-thermal-ueventd.rc");
+  EXPECT_TRUE(has(lines, "/dev/temp.0 0440 system system"));
+  EXPECT_TRUE(has(lines, "/dev/fan 0660 system system"));
+  const std::string init = content(files, "talmor-thermal-board.rc");
+  EXPECT_EQ(init.find("chown"), std::string::npos);
+  EXPECT_TRUE(has(init, "    write /dev/fan 8"));
+}
+
+TEST(IntegrationFilesTest, SetsOwnersAndModesAtBoot) {
+  const std::string init = content(filesOf(kSensor + device("gpufreq", "/sys/devices/max", "8 7")),
+                                   "talmor-thermal-board.rc");
+  EXPECT_TRUE(has(init, "    chmod 0444 /sys/devices/a/temp"));
+  EXPECT_TRUE(
+      has(init, "    chown system system /sys/devices/max\n    chmod 0644 /sys/devices/max"));
+  EXPECT_EQ(init.find("chown system system /sys/devices/a/temp"), std::string::npos);
+}
+
+TEST(IntegrationFilesTest, ResetsTextByWriteAtBootAndAtRestart) {
+  const std::string init =
+      content(filesOf(device("gpufreq", "/sys/devices/max", "8 7")), "talmor-thermal-board.rc");
+  EXPECT_TRUE(has(init, "    write /sys/devices/max 8"));
+  EXPECT_TRUE(has(init, "    onrestart write /sys/devices/max 8"));
+}
+
+TEST(IntegrationFilesTest, ResetsBytesByACopyOfAFileThatTheBlueprintInstalls) {
+  const auto files = filesOf(device("cpufreq", "/sys/devices/max", "258 7"));
+  EXPECT_EQ(content(files, "talmor-thermal-knob.level0"), std::string("\2\1\0\0", 4));
+  const std::string init = content(files, "talmor-thermal-board.rc");
+  const std::string copy = "copy /vendor/etc/talmor-thermal-knob.level0 /sys/devices/max";
+  EXPECT_TRUE(has(init, "    " + copy));
+  EXPECT_TRUE(has(init, "    onrestart " + copy));
+  EXPECT_TRUE(has(content(files, "Android.bp"), "    src: \"talmor-thermal-knob.level0\","));
+}
+
+TEST(IntegrationFilesTest, WritesTextsThatInitWouldTakeApartAsOneWord) {
+  const auto reset = [](const std::string& table) {
+    const std::string init =
+        content(filesOf(device("gpufreq", "/sys/a", table)), "talmor-thermal-board.rc");
+    const size_t start = init.find("    write ") + 4;
+    return init.substr(start, init.find('\n', start) - start);
+  };
+  EXPECT_EQ(reset("\"no limit\""), "write /sys/a \"no limit\"");
+  EXPECT_EQ(reset("\"#1\""), "write /sys/a \"#1\"");
+  EXPECT_EQ(reset("\"5$\""), "write /sys/a 5$$");
+}
+
+TEST(IntegrationFilesTest, LeavesAFileOfTheDaemonsOwnToTheDaemon) {
+  const auto files = filesOf("[log]\ntype report\nnode_path /data/vendor/thermal/log\n\n" +
+                             device("gpufreq", "/data/vendor/thermal/max", "8 7"));
+  for (const char* name :
+       {"sepolicy/file_contexts", "sepolicy/genfs_contexts", "talmor-thermal-board.rc"})
+    EXPECT_EQ(content(files, name).find("/data/vendor"), std::string::npos) << name;
+}
+
+TEST(IntegrationFilesTest, KeepsWhatTheBlueprintSaysOfLicenses) {
+  const std::string package = "package {\n    default_applicable_licenses: [\"mine\"],\n}\n";
+  const std::string license = "license {\n    name: \"mine\",\n}\n";
+  const std::string before =
+      "// Mine.\n" + package + "\nphony {\n    name: \"other\",\n}\n" + license + "package {\n";
+  const std::string after = content(filesOf(kSensor, before), "Android.bp");
+  EXPECT_TRUE(has(after, "soong_namespace {\n}\n\n" + package + "\n" + license));
+  EXPECT_EQ(after.find("\"other\""), std::string::npos);
+  EXPECT_EQ(content(filesOf(kSensor, after), "Android.bp"), after);
+}
+
+TEST(IntegrationFilesTest, TakesTheEnvironmentAlongByteForByte) {
+  EXPECT_EQ(content(filesOf(kSensor), "talmor-thermal.env"), kSensor);
+}

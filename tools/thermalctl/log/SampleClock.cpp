@@ -1,0 +1,45 @@
+#include "log/SampleClock.h"
+
+#include <algorithm>
+#include <limits>
+
+int64_t SampleClock::at(const LogLine& line) {
+  if (line.kind == LogLine::Kind::kChange) beginChange();
+  if (line.kind != LogLine::Kind::kSample) return now;
+  const auto period = periods.find(line.name);
+  if (period == periods.end()) return now;
+  const auto changing = inChange.find(line.name);
+  if (changing != inChange.end()) {
+    inChange.erase(changing);
+    return now;
+  }
+  // Sensors of different periods count on their own, and each counts from 0: whoever is behind the
+  // others must not turn the time back.
+  const int64_t count = counts.try_emplace(period->first, 0).first->second++;
+  return now = std::max(now, base + count * period->second);
+}
+
+void SampleClock::beginChange() {
+  // The second change of a swap comes right behind the first one.
+  const bool hasGoneOn = now > base;
+  int64_t next = std::numeric_limits<int64_t>::max();
+  for (const auto& [sensor, count] : counts)
+    next = std::min(next, base + count * periods.find(sensor)->second);
+  if (hasGoneOn && next > now) now += (next - now) / 2;
+  base = now;
+  for (auto& [sensor, count] : counts) {
+    count = 0;
+    inChange.insert(sensor);
+  }
+}
+
+int64_t SampleClock::within(int64_t second, const LogLine& line) {
+  constexpr int64_t kLastOfSecond = 999;
+  now = std::max(now, second);
+  const auto period = periods.find(line.name);
+  if (line.kind != LogLine::Kind::kSample || period == periods.end()) return now;
+  const auto [sample, first] = latest.try_emplace(period->first, second);
+  if (!first)
+    sample->second = std::clamp(sample->second + period->second, second, second + kLastOfSecond);
+  return now = std::max(now, sample->second);
+}
