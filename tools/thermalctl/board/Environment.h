@@ -69,6 +69,9 @@ struct Section : Block, SectionFields<SectionValues> {
   std::optional<Word> typeWord;
   // The word behind it. Without one its text is empty and its place that of "type".
   Word kindWord;
+  // What a sensor's number counts, in thousandths of a degree. The file does not tell: whoever
+  // knows the node does.
+  int32_t unit = 1;
   // "integer", "hex", "bin" or "string": what decides how a device writes its entries.
   std::string valueType = "integer";
 

@@ -151,9 +151,14 @@ void LostNames::count(const Item& item) {
 std::string LostNames::dependents(int line) const {
   const auto found = dependentsByLine.find(all ? 0 : line);
   if (found == dependentsByLine.end()) return "";
-  const auto& [items, virtuals, endTheDaemon] = found->second;
+  const auto& [items, virtuals, ends] = found->second;
   const size_t number = items > 0 ? items : virtuals;
   return "; " + counted(number, items > 0 ? "item" : "virtual sensor") +
          (number == 1 ? " depends" : " depend") + " on it" +
-         (endTheDaemon || all ? ", and the daemon ends" : "");
+         (endsTheDaemon(line) ? ", and the daemon ends" : "");
+}
+
+bool LostNames::endsTheDaemon(int line) const {
+  const auto found = dependentsByLine.find(all ? 0 : line);
+  return found != dependentsByLine.end() && (all || found->second.endTheDaemon);
 }

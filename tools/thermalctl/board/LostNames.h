@@ -30,6 +30,8 @@ public:
   // "; 24 items depend on it" for a mistake in that line of the environment, with what that makes
   // of the daemon; nothing where none does. Line 0 is the whole file.
   std::string dependents(int line) const;
+  // Whether the daemon ends over one of them.
+  bool endsTheDaemon(int line) const;
 
 private:
   struct Dependents {

@@ -18,6 +18,22 @@ template <typename Predicate> void dropIf(std::vector<Finding>& findings, Predic
   findings.erase(std::remove_if(findings.begin(), findings.end(), predicate), findings.end());
 }
 
+// That the daemon ends is told by whatever stands for the finding that told it.
+void inherit(Finding& cause, const Finding& finding) {
+  cause.end = std::max(cause.end, finding.end);
+  if (cause.end != End::kNone) cause.severity = Severity::kError;
+}
+
+// What is told of the file's kind; of two files that were swapped for each other one stands for
+// both.
+Finding& kindOf(const std::string& file, std::vector<Finding>& findings) {
+  const auto tells = [](const Finding& finding) { return finding.rule == kWrongKindOfFile; };
+  const auto own = std::find_if(findings.begin(), findings.end(), [&](const Finding& finding) {
+    return tells(finding) && finding.file == file;
+  });
+  return own != findings.end() ? *own : *std::find_if(findings.begin(), findings.end(), tells);
+}
+
 std::set<std::string> foreignFiles(const Subject& subject) {
   std::set<std::string> files;
   if (subject.environment.isForeign()) files.insert(subject.environment.file);
@@ -31,9 +47,12 @@ void keepTheKindAlone(std::vector<Finding>& findings, const Subject& subject) {
   // Where that rule is left out nothing else says what is the matter.
   if (std::none_of(findings.begin(), findings.end(), tellsOfKind)) return;
   const std::set<std::string> foreign = foreignFiles(subject);
-  dropIf(findings, [&](const Finding& finding) {
+  const auto follows = [&](const Finding& finding) {
     return foreign.count(finding.file) > 0 && !tellsOfKind(finding);
-  });
+  };
+  for (const Finding& finding : findings)
+    if (follows(finding)) inherit(kindOf(finding.file, findings), finding);
+  dropIf(findings, follows);
 }
 
 // What the daemon makes of the line is told with the character that is at fault.
@@ -46,6 +65,7 @@ void joinWithLookAlikes(std::vector<Finding>& findings) {
     const auto cause = lookAlikes.find(placeOf(finding));
     if (cause == lookAlikes.end() || finding.rule == kLookAlikeCharacter) continue;
     if (told.insert(cause->first).second) cause->second->message += "; " + finding.message;
+    inherit(*cause->second, finding);
   }
   dropIf(findings, [&](const Finding& finding) {
     return finding.rule != kLookAlikeCharacter && lookAlikes.count(placeOf(finding)) > 0;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "check/Check.h"
+#include "check/Silencing.h"
 
 namespace {
 
@@ -57,7 +58,7 @@ const std::map<std::string, std::string> kMistakes = {
     {"clearing-thresholds-count/bad-more",
      ".conf:6:28: error: 77000: the daemon never looks at this: there is no level 3 (write a "
      "clearing threshold for each threshold, and no more)"},
-    {"degrees/bad", ".conf:6:11: warning: 60: the daemon takes this for 60 thousandths of a degree "
+    {"degrees/bad", ".conf:6:11: error: 60: the daemon takes this for 60 thousandths of a degree "
                     "(write 60000 for 60 °C)"},
     {"device-left-out/bad", ".conf:7:18: warning: fan: from level 1 to level 2 the daemon releases "
                             "'pump' (name in each row all devices of the row before)"},
@@ -65,6 +66,7 @@ const std::map<std::string, std::string> kMistakes = {
                                  "name now means this device, and nothing can drive that one"},
     {"device-twice-in-row/bad", ".conf:7:17: warning: fan: the row names 'fan' twice, and the "
                                 "daemon goes by the last (name each device of a row once)"},
+    {"empty-environment/bad", ".env:1:1: error: [: the daemon finds no sensor and no device here"},
     {"empty-configuration/bad",
      ".conf:1:1: error: $: the daemon finds no item here and never drives a device"},
     {"file-name-missing/bad",
@@ -144,11 +146,9 @@ const std::map<std::string, std::string> kMistakes = {
     {"item-name-twice/bad",
      ".conf:10:1: error: [cpu_fan]: at device 'fan' the daemon cannot tell this item from the one "
      "in line 2: each takes back what the other asks for (give it another name)"},
-    {"item-number-cut-short/bad", ".conf:5:18: warning: 70,000: the daemon reads '70,000' as 70 "
-                                  "(write digits alone: no point, no comma, no unit)"},
-    {"item-number-cut-short/bad-setpoint",
-     ".conf:6:11: warning: 0x60000: the daemon reads '0x60000' as 0, and ends because 'set_point' "
-     "is missing (write digits alone: no point, no comma, no unit)"},
+    {"item-number-cut-short/bad",
+     ".conf:5:18: warning: 70000mC: the daemon reads '70000mC' as 70000 (write digits alone: no "
+     "point, no comma, no unit)"},
     {"item-number-too-large/bad",
      ".conf:5:18: error: 4294967295: the daemon reads '4294967295' as -1, what is left of it in 32 "
      "bits (write a number from -2147483648 to 2147483647)"},
@@ -314,13 +314,6 @@ const std::map<std::string, std::string> kMistakes = {
      ".conf:1:1: warning: [cpu_fan]: the daemon starts in 'Default', but no line here makes that a "
      "name: it complains once a second, and no request leads back there (write 'SCEN Default' "
      "directly above the first item that shall run from the start)"},
-    {"no-default-scenario/bad-case",
-     ".conf:1:6: warning: default: the daemon starts in 'Default', but no line here makes that a "
-     "name: it complains once a second, and no request leads back there (did you mean 'Default'?)"},
-    {"no-default-scenario/bad-other",
-     ".conf:1:1: warning: SCEN: the daemon starts in 'Default', but no line here makes that a "
-     "name: it complains once a second, and no request leads back there (write 'SCEN Default' "
-     "directly above the first item that shall run from the start)"},
     {"no-item-line/bad", ".conf:1:1: error: #: the daemon ends: a comment stands where an item, "
                          "'SCEN' or ']' must begin (there are no comments: take the line out)"},
     {"no-item-line/bad-inside",
@@ -360,6 +353,22 @@ const std::map<std::string, std::string> kMistakes = {
     {"report-in-several-levels/bad",
      ".conf:7:17: warning: alarm: the daemon reports anew whenever the item moves from one level "
      "to another (give the report an item of its own with one threshold)"},
+    {"nothing-in-force/bad",
+     ".conf:1:6: error: default: the daemon starts in 'Default', to which no item belongs: none is "
+     "in force, and no device is driven (did you mean 'Default'?)"},
+    {"nothing-in-force/bad-other",
+     ".conf:1:1: error: SCEN: the daemon starts in 'Default', to which no item belongs: none is in "
+     "force, and no device is driven (write 'SCEN Default' directly above the first item that "
+     "shall run from the start)"},
+    {"temperature-cut-short/bad",
+     ".conf:5:18: error: 70,000: the daemon reads '70,000' as 70: the item is always on (write "
+     "thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
+    {"temperature-cut-short/bad-clearing",
+     ".conf:6:16: error: 57C: the daemon reads '57C' as 57: the item never lets go (write "
+     "thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
+    {"temperature-cut-short/bad-setpoint",
+     ".conf:6:11: error: 0x60000: the daemon reads '0x60000' as 0, and ends because 'set_point' is "
+     "missing (write thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
     {"report-level/bad", ".conf:16:13: error: 2: the daemon reports nothing at level 1 (write 1)"},
     {"report-level/bad-zero",
      ".conf:16:13: error: 0: the daemon reports that all is well at level 1 (write 1)"},
@@ -712,11 +721,15 @@ Lines saidAbout(const std::string& example) {
   return said;
 }
 
-// Those of the rules that need no nodes.
+// Those of the rules that need no nodes and no settings, but for the one about what the others have
+// no words for.
 std::set<std::string> rulesWithExamples() {
   std::set<std::string> names;
   for (const Rule& rule : allRules())
     if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0) names.insert(rule.name);
+  names.erase("ends-the-daemon");
+  for (const Rule& rule : kSettingsRules)
+    names.erase(rule.name);
   return names;
 }
 

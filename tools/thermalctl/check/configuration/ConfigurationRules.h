@@ -14,3 +14,5 @@ extern const std::vector<Rule> kNumberRules;
 extern const std::vector<Rule> kThresholdRules;
 extern const std::vector<Rule> kRowRules;
 extern const std::vector<Rule> kStepRules;
+// To be asked last: what ends the daemon and none of the others has told of.
+extern const std::vector<Rule> kUntoldEndRules;

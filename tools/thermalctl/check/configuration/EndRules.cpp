@@ -128,8 +128,9 @@ const std::vector<Rule> kEndRules = {
        const bool none = error.found == Error::kNoWord;
        const std::string& word = error.word.text;
        context.tell(error.word,
-                    ending(error, context) + (none ? "no kind of item stands behind 'algo_type'"
-                                                   : quoted(word) + " is no kind of item"),
+                    {"{}{}", ending(error, context),
+                     none ? "no kind of item stands behind 'algo_type'"
+                          : quoted(word) + " is no kind of item"},
                     didYouMean(none ? "" : word, {"monitor", "ss"},
                                "write 'algo_type monitor' or 'algo_type ss'"));
      })},
@@ -158,7 +159,24 @@ const std::vector<Rule> kEndRules = {
          // A word without digits is 0, too, but that is what another rule tells.
          if (!point->word.text.empty() && point->value == 0 && sound(*point))
            context.tell(point->word,
-                        "the daemon takes 0 for no value" + endForWantOf(key, item, context),
+                        {"the daemon takes 0 for no value{}", endForWantOf(key, item, context)},
                         "write 1: a thousandth of a degree more");
+     })},
+};
+
+const std::vector<Rule> kUntoldEndRules = {
+    {"ends-the-daemon", Severity::kError,
+     "The daemon ends on the configuration, and no other rule has a word for the reason. It logs "
+     "what it misses and exits with status 0, at start and in a live swap alike, and the phone has "
+     "no thermal protection. Compare the item that is marked with one that works.",
+     eachConfiguration([](const Configuration& configuration, Context& context) {
+       const ConfigurationError* fatal = configuration.fatal();
+       const std::vector<Finding>& told = context.told();
+       if (fatal && std::none_of(told.begin(), told.end(), [&](const Finding& finding) {
+             // What a mistake of the environment takes from an item is told there.
+             return finding.end == End::kNow && (finding.file == configuration.file ||
+                                                 finding.file == context.subject.environment.file);
+           }))
+         context.tell(fatal->word, {"{}it logs \"{}\"", ending(true), fatal->message});
      })},
 };

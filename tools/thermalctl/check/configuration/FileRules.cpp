@@ -3,6 +3,7 @@
 #include "base/TextReader.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Ends.h"
+#include "check/rule/Dependents.h"
 #include "check/rule/FileRuleNames.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
@@ -56,16 +57,17 @@ void tellOfEnvironment(Context& context) {
                         other ? Message("the environment is {}", other->file) : Message(""));
   }
   const auto [message, hint] = tellingOf(environment.kind);
-  context.tell(environment.kind.at, message.text + context.subject.lost.dependents(1), hint);
+  context.tell(environment.kind.at, {"{}{}", message.text, dependents(1, context)}, hint);
 }
 
 void tellOfConfiguration(const Configuration& configuration, Context& context) {
   if (!configuration.isForeign()) return;
-  const std::string end = configuration.fatal() ? ending(true) : "";
+  const Ending end = configuration.fatal() ? ending(true) : Ending();
   if (configuration.kind.kind == TextKind::kEnvironment) {
     // Swapped for each other the two are one mistake.
     if (context.subject.environment.kind.kind != TextKind::kConfiguration)
-      context.tell(configuration.kind.at, end + fmt::format(kSwapped, "an environment file"));
+      context.tell(configuration.kind.at,
+                   {"{}{}", end, fmt::format(kSwapped, "an environment file")});
     return;
   }
   const auto [message, hint] = tellingOf(configuration.kind);
@@ -93,12 +95,12 @@ bool isAscii(const std::string& text) {
 }
 
 // What counts on a section whose header it is, unless that is told of the same line.
-std::string dependents(const Word& word, const Context& context) {
+Ending dependentsOn(const Word& word, const Context& context) {
   const Environment& environment = context.subject.environment;
   const bool told = std::any_of(
       environment.breaks.begin(), environment.breaks.end(),
       [&word](const EnvironmentBreak& each) { return each.word.at.line == word.at.line; });
-  return context.configuration || told ? "" : context.subject.lost.dependents(word.at.line);
+  return context.configuration || told ? Ending() : dependents(word.at.line, context);
 }
 
 // A word in another script is one as good as any, until nobody can see that it is.
@@ -110,13 +112,13 @@ void tellOfLookAlike(const Word& word, Context& context) {
   if (shows && !isAscii(read)) return;
   const Word place{word.text.substr(other->start, other->length),
                    {word.at.line, word.at.column + static_cast<int>(other->start)}};
-  context.tell(place,
-               {"'{}' holds {}, {}{}: to the daemon it is another word{}",
-                withCodePoints(word.text), codePoint(other->number), other->what,
-                shows ? " that looks like '" + other->meant + "'" : "", dependents(word, context)},
-               read.find_first_not_of(kWhiteSpace) == std::string::npos
-                   ? Message("take it out")
-                   : Message("write '{}'", read));
+  context.tell(
+      place,
+      {"'{}' holds {}, {}{}: to the daemon it is another word{}", withCodePoints(word.text),
+       codePoint(other->number), other->what,
+       shows ? " that looks like '" + other->meant + "'" : "", dependentsOn(word, context)},
+      read.find_first_not_of(kWhiteSpace) == std::string::npos ? Message("take it out")
+                                                               : Message("write '{}'", read));
 }
 
 void tellOfLookAlikes(const std::vector<std::string>& lines, Context& context) {

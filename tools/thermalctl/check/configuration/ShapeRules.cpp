@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <set>
 
 #include "base/Names.h"
@@ -26,18 +27,18 @@ bool hasBracket(const Item& item) {
 }
 
 // Where each of the merged items has what it needs and the daemon still ends over them.
-std::string endByMerging(const Configuration& configuration, const Item& whole) {
+Ending endByMerging(const Configuration& configuration, const Item& whole) {
   const ConfigurationError* fatal = configuration.fatal();
-  if (!fatal || fatal->item != &whole || whole.missing.empty()) return "";
+  if (!fatal || fatal->item != &whole || whole.missing.empty()) return {};
   // Where one of them lacks the key by itself, that is what another rule tells.
   for (const std::string& key : whole.missing)
     for (const Item* item : configuration.meant)
-      if (endsForWantOf(configuration, *item, key)) return "";
-  return ", and ends because '" + whole.missing.front() + "' is missing";
+      if (endsForWantOf(configuration, *item, key)) return {};
+  return {", and ends because '" + whole.missing.front() + "' is missing", End::kNow};
 }
 
 void tellOfSwallowed(const Item& item, Context& context) {
-  const std::string end = endByMerging(*context.configuration, item);
+  const Ending end = endByMerging(*context.configuration, item);
   // A header right below a swallowed "SCEN" line has the same cause, and one finding tells of both.
   bool behindScenarioLine = false;
   for (const Property& property : item.properties) {
@@ -80,6 +81,21 @@ bool hidesDefault(const Configuration& configuration) {
       if (key.text == kScenarioKey && !words.empty() && words.front().text == kDefaultScenario)
         return true;
   return false;
+}
+
+bool runsFromTheStart(const Configuration& configuration) {
+  return std::any_of(configuration.meant.begin(), configuration.meant.end(),
+                     [](const Item* item) { return item->scenario == kDefaultScenario; });
+}
+
+// The configurations that lack the scenario "Default", and no other rule tells of that.
+Check eachWithoutDefault(Look<Configuration> look) {
+  return eachConfiguration(
+      [look = std::move(look)](const Configuration& configuration, Context& context) {
+        if (!configuration.items.empty() && configuration.scenarios.count(kDefaultScenario) == 0 &&
+            !hidesDefault(configuration))
+          look(configuration, context);
+      });
 }
 
 // The name that was to be "Default", or else where that line is due.
@@ -198,15 +214,29 @@ const std::vector<Rule> kShapeRules = {
        }
      })},
 
+    {"nothing-in-force", Severity::kError,
+     "The daemon starts in the scenario 'Default'. Where no item belongs to it none is in force: "
+     "the phone has no thermal protection, at start and after each restart, until another "
+     "component asks for a scenario by its name. Mostly 'Default' is misspelt; capitals count.",
+     eachWithoutDefault([](const Configuration& configuration, Context& context) {
+       if (runsFromTheStart(configuration)) return;
+       const Word& place = placeForDefault(configuration);
+       context.tell(
+           place,
+           "the daemon starts in 'Default', to which no item belongs: none is in force, and no "
+           "device is driven",
+           didYouMean(
+               place.text, {kDefaultScenario},
+               "write 'SCEN Default' directly above the first item that shall run from the start"));
+     })},
+
     {"no-default-scenario", Severity::kWarning,
      "The daemon starts in the scenario 'Default', and items above the first 'SCEN' line belong to "
      "it, but only a 'SCEN Default' line makes it a name that the daemon accepts. Without one it "
      "logs \"There is no scen name: Default\" and rewrites the scenario file once a second, and "
      "from another scenario there is no way back.",
-     eachConfiguration([](const Configuration& configuration, Context& context) {
-       if (configuration.items.empty() || configuration.scenarios.count(kDefaultScenario) > 0 ||
-           hidesDefault(configuration))
-         return;
+     eachWithoutDefault([](const Configuration& configuration, Context& context) {
+       if (!runsFromTheStart(configuration)) return;
        const Word& place = placeForDefault(configuration);
        context.tell(
            place,

@@ -30,7 +30,7 @@ const char* behind(const Item& item) {
 // The first entry that is not as urgent as the one before it, or not by so much more.
 const Number* firstOutOfOrder(const Item& item, const std::vector<Number>& list, int64_t step) {
   for (size_t i = 1; i < list.size(); ++i)
-    if (soundTemperature(list[i]) && soundTemperature(list[i - 1]) &&
+    if (soundTemperature(list[i], item) && soundTemperature(list[i - 1], item) &&
         urgency(item, list[i]) < urgency(item, list[i - 1]) + step)
       return &list[i];
   return nullptr;
@@ -94,7 +94,7 @@ const std::vector<Rule> kThresholdRules = {
          const Number& clearing = item.thresholdsClr[i];
          // That is what another rule tells.
          if (&threshold == outOfOrder) continue;
-         if (soundTemperature(threshold) && soundTemperature(clearing) &&
+         if (soundTemperature(threshold, item) && soundTemperature(clearing, item) &&
              urgency(item, clearing) >= urgency(item, threshold))
            context.tell(clearing.word,
                         {"the daemon enters level {} at {} and may leave it at once", i + 1,
@@ -135,8 +135,8 @@ const std::vector<Rule> kThresholdRules = {
        const Number& start = item.setPoint;
        const Number& stop = item.setPointClr;
        // 0 counts as missing, and ends the daemon before the order matters.
-       if (start.value == 0 || stop.value == 0 || !soundTemperature(start) ||
-           !soundTemperature(stop) || urgency(item, stop) <= urgency(item, start))
+       if (start.value == 0 || stop.value == 0 || !soundTemperature(start, item) ||
+           !soundTemperature(stop, item) || urgency(item, stop) <= urgency(item, start))
          return;
        context.tell(
            stop.word,

@@ -2,6 +2,7 @@
 #include <map>
 
 #include "check/environment/EnvironmentRules.h"
+#include "check/rule/Dependents.h"
 #include "check/rule/IgnoredWords.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
@@ -19,15 +20,15 @@ Check eachBreak(Look<EnvironmentBreak> look) {
   };
 }
 
-// What counts on the section that is lost by a mistake there.
-std::string dependents(const Word& mistake, const Context& context) {
-  return context.subject.lost.dependents(mistake.at.line);
+Ending dependents(const Word& mistake, const Context& context) {
+  return dependents(mistake.at.line, context);
 }
 
-std::string stopsReading(const EnvironmentBreak& each, const Context& context) {
+Ending stopsReading(const EnvironmentBreak& each, const Context& context) {
   if (&each != &context.subject.environment.breaks.front())
-    return "the daemon would stop reading the file here, too";
-  return "the daemon stops reading the file here, without a word" + dependents(each.word, context);
+    return {"the daemon would stop reading the file here, too"};
+  Ending lost = dependents(each.word, context);
+  return {"the daemon stops reading the file here, without a word" + lost.words, lost.end};
 }
 
 bool hasUnknownKind(const Section& section) {
@@ -109,6 +110,22 @@ const std::string& unknownKindExplained() {
 } // namespace
 
 const std::vector<Rule> kSectionRules = {
+    {"empty-environment", Severity::kError,
+     "The environment file has no section of a sensor or a device. To the daemon that is no error: "
+     "it reads no temperature, drives nothing and says nothing, and every item of every "
+     "configuration ends it. Mostly it is the wrong file, or one that was cut short.",
+     [](Context& context) {
+       const Environment& board = context.subject.environment;
+       // What the daemon stops at or drops was to be a sensor or a device: that is told there.
+       const bool asWritten =
+           board.breaks.empty() &&
+           std::none_of(board.sections.begin(), board.sections.end(), [](const Section& section) {
+             return section.isSensor() || section.isDevice() ||
+                    section.kind == SectionKind::kUnknown;
+           });
+       if (asWritten) context.tell({"", {1, 1}}, "the daemon finds no sensor and no device here");
+     }},
+
     {"junk-before-header", Severity::kError,
      "Where a section is expected, a line does not begin with \"[\". The daemon stops reading the "
      "environment at that line and says nothing: no sensor and no device below it exists. Mostly "
@@ -128,7 +145,7 @@ const std::vector<Rule> kSectionRules = {
      "neither this section nor any below it exists. Write the 'type' line as the first one of the "
      "section.",
      eachBreak([](const EnvironmentBreak& each, Context& context) {
-       const std::string stops = stopsReading(each, context);
+       const Ending stops = stopsReading(each, context);
        if (each.cause == EnvironmentBreak::kNothingBelow)
          context.tell(each.word, {"no 'type' line directly below the header: {}", stops},
                       "put the 'type' line there, without a blank line between");

@@ -57,6 +57,12 @@ bool keepsAwake(const Section& real, const Section& sensor) {
          (real.readByDaemon || !sensor.readByDaemon);
 }
 
+// Of the sensor that the set points are compared with.
+int32_t unitOfTrip(const Section& sensor) {
+  const Section* trip = switchOf(sensor);
+  return trip ? trip->unit : 1;
+}
+
 // A name that leads to no sensor, unless that is told of the section that was meant.
 bool isUndefined(const Reference& sensor, const Context& context) {
   return !sensor.section && !context.subject.lost.hasSensor(sensor.word.text);
@@ -83,7 +89,7 @@ std::vector<const Section*> switchedBy(const Section& trip, const Environment& e
 // Whether nothing else is to be said against the value, its default included.
 bool hasSound(const Section& section, const char* key, const Number& number) {
   if (!section.last(key)) return !misspelt(section, key);
-  return isNumber(number.word.text) && !looksLikeDegrees(number);
+  return isNumber(number.word.text) && !looksLikeDegrees(number, unitOfTrip(section));
 }
 
 } // namespace
@@ -280,9 +286,10 @@ const std::vector<Rule> kVirtualSensorRules = {
      "are thousandths of a degree, so that 45 degrees are 45000.",
      eachVirtual([](const Section& sensor, Context& context) {
        for (const Number* number : {&sensor.setPoint, &sensor.setPointClr})
-         if (looksLikeDegrees(*number))
-           context.tell(number->word, {"{0} is {0} thousandths of a degree", number->value},
-                        {"did you mean '{}'?", number->value * 1000});
+         if (const int32_t unit = unitOfTrip(sensor); looksLikeDegrees(*number, unit))
+           context.tell(number->word,
+                        {"{} is {} thousandths of a degree", number->value, number->value * unit},
+                        {"did you mean '{}'?", number->value * (1000 / unit)});
      })},
 
     {"trip-sensor-shared", Severity::kWarning,

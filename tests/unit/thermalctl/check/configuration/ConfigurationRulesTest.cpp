@@ -90,7 +90,7 @@ TEST(ConfigurationRulesTest, FindTwentyPlantedMistakesAndNoOther) {
                    "conf:37 row-lengths-differ",
                    "conf:45 report-level",
                    "conf:49 unknown-sensor",
-                   "conf:51 item-number-cut-short",
+                   "conf:51 temperature-cut-short",
                    "conf:60 lowactive-not-true",
                    "conf:68 unknown-type",
                    "conf:72 degrees",

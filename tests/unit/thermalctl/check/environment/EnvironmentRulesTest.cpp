@@ -100,7 +100,7 @@ TEST(EnvironmentRulesTest, LeaveAloneWhatDoesNoHarm) {
   EXPECT_EQ(rulesIn("[cpu]\ntype real\nnode_path /cpu\n"), Lines{});
   for (const char* line : {"# old", "; old", "//old", "#"})
     EXPECT_EQ(rulesIn(cpu("1000") + line + "\n"), Lines{}) << line;
-  EXPECT_EQ(rulesIn("[]\ntype conf_file\nfile_name board.conf\n"), Lines{});
+  EXPECT_EQ(rulesIn(kCpu + "[]\ntype conf_file\nfile_name board.conf\n"), Lines{});
 }
 
 TEST(EnvironmentRulesTest, ReportOfASectionThatIsDroppedNothingElse) {
