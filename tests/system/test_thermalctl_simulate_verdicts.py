@@ -178,6 +178,42 @@ def test_a_limit_that_no_sample_was_held_against_is_no_pass(simulate, board):
                         "whether its limit was kept\n")
 
 
+KNOWN = """\
+[[silenced]]
+rule = "virtual-period-alone"
+file = "talmor-thermal.env"
+reason = "to see what becomes of it"
+"""
+STILL = ("[cool]\ntype virtual\nsampling 700\ntrip_sensor battery\nset_point 90000\n"
+         "set_point_clr 80000\nsensors battery\nweights 2\n")
+
+
+@pytest.mark.parametrize("limits", [(), ("--limit", "battery=90C", "--limit", "node:case=90C")])
+def test_a_run_in_which_the_daemon_stands_still_is_no_pass(simulate, board, limits):
+    # By itself it is an error of the check.
+    (board / "talmor-thermal.env").write_text((board / "talmor-thermal.env").read_text().rstrip("\n")
+                                              + "\n\n" + STILL)
+    (board / "thermalctl.toml").write_text(KNOWN)
+    done = simulate("--board", board, "--workload", "game", "--duration", "10m", "--out",
+                    board / "out", *limits, status=3)
+    assert "kept" not in done.out.replace("kept by what samples", "")
+    assert "the daemon stood still from 0:05:0" in done.err
+    if limits:
+        assert rows(done.out) == {"battery": ("90", "not judged"),
+                                  "battery (plant)": ("90", "not judged"),
+                                  "case (plant)": ("90", "not judged")}
+    events = [row for row in csv.DictReader(open(board / "out" / "trace.csv"))]
+    still = next(int(row["time_ms"]) for row in events if row["event"] == "standstill")
+    assert {row["event"] for row in events if int(row["time_ms"]) > still} == {"plant", "end"}
+
+
+def test_a_sensor_in_tenths_is_not_simulated(simulate, board):
+    (board / "thermalctl.toml").write_text('[sensor.battery]\nunit = "tenths"\n')
+    done = simulate("--board", board, "--workload", "game", status=2)
+    assert done.out == ""
+    assert "nothing was run: " in done.err
+
+
 def test_the_same_configuration_twice_is_one_run(simulate, tmp_path):
     same = PHONE / ".." / "phone" / CONFIGURATION
     done = simulate("--board", PHONE, "--workload", "idle", "--duration", "1m", "--conf",
