@@ -389,8 +389,7 @@ def test_everything_that_is_wrong_with_the_files_is_told_at_once(simulate, tmp_p
     assert done.err.replace(f"{tmp_path}/", "") == """\
 plant.toml: error: the board's sensors 'battery', 'big', 'gpu' and 'little' have no node to read: \
 give each a section [sensor.NAME] with its 'node'
-plant.toml:1:1: error: node 'die' cannot cool: no [[resistance]] leads from it to the ambient, not \
-even by way of other nodes
+plant.toml:1:1: error: 'resistance' is missing: a node and "ambient", or two nodes: no node can cool
     1 | [node.die]
       | ^~~~~~~~~~
 plant.toml:2:21: error: 'joules_per_kelvin' must be a number from 1e-06 to 1000000000 J/K

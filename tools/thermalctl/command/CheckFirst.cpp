@@ -38,3 +38,10 @@ bool passesCheck(const std::string& environment, const std::vector<std::string>&
   countWarnings(all - findings.size(), environment, configurations);
   return findings.empty() && inspection.isWhole();
 }
+
+std::vector<std::string> sensorsInOtherUnits(const std::string& environment) {
+  std::vector<std::string> names;
+  for (const auto& [sensor, unit] : inspect({environment, {}, std::nullopt, {}}).settings.units)
+    if (unit != 1) names.push_back(sensor);
+  return names;
+}

@@ -190,6 +190,11 @@ ExitStatus runSimulation(const Options& options) {
   // What is wrong with the board's own files comes first: the rest may only follow from it.
   if (!inputs.configurations.empty() && !passesCheck(request.environment, inputs.configurations))
     return complain(kCouldNotRun, "nothing was run: the check has found errors");
+  const std::vector<std::string> others = sensorsInOtherUnits(request.environment);
+  if (!others.empty())
+    return complain(kCouldNotRun, "nothing was run: a plant's sensors count in millidegrees, and "
+                                  "by the board's settings not " +
+                                      listed(others));
   if (!problems.none()) {
     problems.print(std::cerr, colourFor(STDERR_FILENO));
     return kCouldNotRun;
