@@ -31,7 +31,7 @@ void Real::updateTemp() {
 // failed once reads 0 from then on.
 std::string Real::nextToken() {
   std::string token;
-  if (!node.is_open() || node.fail()) return token;
+  if (node.fail()) return token;
   // The buffer that the stream reads from, which need not be its own file's.
   std::streambuf& content = *static_cast<std::istream&>(node).rdbuf();
   const auto end = std::streambuf::traits_type::eof();

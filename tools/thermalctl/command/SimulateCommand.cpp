@@ -13,7 +13,6 @@
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/Verdict.h"
-#include "daemon/MemoryFile.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
@@ -177,8 +176,6 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
 }
 
 ExitStatus runSimulation(const Options& options) {
-  // Every sensor, configuration and control file of a run is an open file in memory.
-  raiseFileLimit();
   Problems problems;
   const SimulationRequest request = requestOf(options, problems);
   const SimulationInputs inputs =

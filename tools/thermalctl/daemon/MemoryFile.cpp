@@ -1,7 +1,6 @@
 #include "daemon/MemoryFile.h"
 
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,7 +16,7 @@ void require(bool done) {
 
 MemoryFile::MemoryFile(const std::string& text) : file(::memfd_create("node", MFD_CLOEXEC)) {
   require(file >= 0);
-  overwrite(text);
+  replace(text);
 }
 
 MemoryFile::~MemoryFile() {
@@ -30,16 +29,5 @@ std::string MemoryFile::path() const {
 
 void MemoryFile::replace(const std::string& text) {
   require(::ftruncate(file, 0) == 0);
-  overwrite(text);
-}
-
-void MemoryFile::overwrite(const std::string& text) {
   require(::pwrite(file, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
-}
-
-void raiseFileLimit() {
-  struct rlimit limit = {};
-  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-  limit.rlim_cur = limit.rlim_max;
-  ::setrlimit(RLIMIT_NOFILE, &limit);
 }

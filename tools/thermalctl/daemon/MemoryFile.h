@@ -7,8 +7,7 @@
 //
 // Shape:  `path` is good in this process alone, and as long as the object lives. Whoever opens it
 //         gets a position of its own.
-// Errors: std::system_error, when the system gives no file or no room. Each takes one of the
-//         process's open files, of which `raiseFileLimit` gets more.
+// Errors: std::system_error, when the system gives no file or no room.
 class MemoryFile {
 public:
   explicit MemoryFile(const std::string& text = "");
@@ -21,12 +20,6 @@ public:
   // Makes `text` the whole content.
   void replace(const std::string& text);
 
-  // Puts `text` at the start and leaves what lies behind it.
-  void overwrite(const std::string& text);
-
 private:
   int file;
 };
-
-// Lets the process have as many files open as the system allows it.
-void raiseFileLimit();

@@ -20,13 +20,17 @@ namespace {
 // Builds the board with none of the host's nodes.
 class Builder : public EnvParser {
 public:
-  Builder(std::istream& in_, Daemon& board_, const VirtualDaemon::NodePath& nodePath_,
+  Builder(std::istream& in_, Daemon& board_, const VirtualDaemon::NodeSource& nodes_,
           std::map<std::string, std::string>& kinds_)
-      : EnvParser(in_, board_), nodePath(nodePath_), kinds(kinds_) {}
+      : EnvParser(in_, board_), nodes(nodes_), kinds(kinds_) {}
 
 protected:
   Real* makeReal(const std::string& name, uint32_t sampling, const std::string& path) override {
-    return EnvParser::makeReal(name, sampling, path.empty() ? path : nodePath(name));
+    Real* sensor = EnvParser::makeReal(name, sampling, "");
+    std::streambuf* const node = path.empty() ? nullptr : nodes(name);
+    // The stream's failure to open anything goes with the buffer that it had.
+    if (node) static_cast<std::ios&>(sensor->node).rdbuf(node);
+    return sensor;
   }
 
   Device* makeDevice(const std::string& kind, const std::string& name, const std::string&,
@@ -39,7 +43,7 @@ protected:
   }
 
 private:
-  const VirtualDaemon::NodePath& nodePath;
+  const VirtualDaemon::NodeSource& nodes;
   std::map<std::string, std::string>& kinds;
 };
 
@@ -103,9 +107,9 @@ void describeDetails(const SS& ss, const TraceDescription& board, AlgorithmTrack
 
 } // namespace
 
-VirtualDaemon::VirtualDaemon(const std::string& environment, const NodePath& nodePath) {
+VirtualDaemon::VirtualDaemon(const std::string& environment, const NodeSource& nodes) {
   std::istringstream in(environment);
-  Builder(in, *this, nodePath, kinds).parse();
+  Builder(in, *this, nodes, kinds).parse();
 }
 
 // The base frees nothing: on a device its objects live as long as the process.

@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -15,20 +16,20 @@ class Algo;
 // is opened.
 //
 // Shape:   the daemon's own registries, by name, as its parsers fill them. Its objects belong to
-//          it.
+//          it, but for the nodes, which must outlive it.
 // Errors:  an environment is read as far as the daemon reads it, without a word. A configuration on
 //          which the daemon would end is told; what was read before that point stays.
 // Threads: the caller's alone: passes are called, thread bodies never.
 // Source:  the texts of an environment and of configurations. A device's node is nowhere, and so is
-//          a sensor's, unless the caller says where it is.
+//          a sensor's, unless the caller provides it.
 class VirtualDaemon : public Daemon {
 public:
-  // Where the node of a real sensor is. Asked for each one that has any, as it is made.
-  using NodePath = std::function<std::string(const std::string& sensor)>;
+  // The node of a real sensor, or null. Asked for each one that has any, as it is made.
+  using NodeSource = std::function<std::streambuf*(const std::string& sensor)>;
 
   explicit VirtualDaemon(
       const std::string& environment,
-      const NodePath& nodePath = [](const std::string&) { return ""; });
+      const NodeSource& nodes = [](const std::string&) { return nullptr; });
   ~VirtualDaemon() override;
   VirtualDaemon(const VirtualDaemon&) = delete;
   VirtualDaemon& operator=(const VirtualDaemon&) = delete;

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "file/OutputFiles.h"
 #include "report/CsvTrace.h"
 #include "report/EventTrace.h"
 #include "report/HtmlReport.h"
@@ -16,15 +16,16 @@
 // All that comes of comparing runs: the figures and, in a directory, the two traces and the page.
 //
 // Shape:  `writeTo`, if files are wanted, comes before the first run and `finish` behind the last.
-// Errors: told as "PATH: cannot be written", the first alone. A directory that cannot be written is
-//         found before the runs and not behind them; what fails meanwhile is found by `finish`. The
-//         files of a run that is broken off are left as they are.
+// Errors: told as "PATH: cannot be written: REASON", the first alone. A directory that cannot be
+//         written is found before the runs and not behind them; what fails meanwhile is found by
+//         `finish`. Until that has gone well, an earlier report is as it was; whatever ends a run
+//         before leaves nothing of it.
 class RunReport : public TraceSink {
 public:
-  // Makes the directory, if need be, and begins its files. Returns what stands in the way.
+  // Makes the directory, if need be, and begins the files. Returns what stands in the way.
   std::optional<std::string> writeTo(const std::filesystem::path& directory,
                                      const std::string& title);
-  // Ends the files. Returns what went wrong with them.
+  // Ends the files and puts them in their places. Returns what went wrong with them.
   std::optional<std::string> finish();
 
   // Tells that sink, too, which must outlive the report.
@@ -60,12 +61,10 @@ private:
   struct Files {
     Files(const std::filesystem::path& directory, const std::string& title);
 
-    std::filesystem::path directory;
-    std::ofstream csvFile;
-    std::ofstream eventFile;
-    std::ofstream pageFile;
+    OutputFiles outputs;
     CsvTrace csv;
     EventTrace events;
+    std::ostream& page;
     HtmlReport html;
   };
 
@@ -74,7 +73,6 @@ private:
     for (TraceSink* sink : sinks)
       (sink->*event)(arguments...);
   }
-  std::optional<std::string> firstFailure() const;
 
   Summary figures;
   std::unique_ptr<Files> files;

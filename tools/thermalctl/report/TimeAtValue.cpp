@@ -16,8 +16,8 @@ int64_t sum(Times::const_iterator first, Times::const_iterator last) {
 } // namespace
 
 void TimeAtValue::set(int64_t time, int32_t value) {
-  finish(time);
   if (current == value) return;
+  finish(time);
   if (current) ++changeCount;
   current = value;
   // A value that another replaces at the same time was still there: it may be the highest.

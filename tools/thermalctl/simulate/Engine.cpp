@@ -18,6 +18,22 @@ Engine::Control::Control(Engine& engine_) : engine(engine_) {
   dconfPath = requestFile.path();
 }
 
+void Engine::Control::writeScenario(const std::string& word) {
+  scenarioFile.replace(word);
+  written = true;
+}
+
+void Engine::Control::writeRequest(const std::string& word) {
+  requestFile.replace(word);
+  written = true;
+}
+
+// A cycle that makes a change reads nothing.
+void Engine::Control::takeCycle() {
+  written = changeIsDue();
+  cycle();
+}
+
 bool Engine::Control::changeIsDue() const {
   return currentScenName != requestedScenName || confState != kParsed;
 }
@@ -96,10 +112,10 @@ void Engine::take(const Change& change) {
   case Change::Kind::kLoad:
     return plant.setLoad(change.index, change.value);
   case Change::Kind::kScenario:
-    return control.scenarioFile.replace(change.word);
+    return control.writeScenario(change.word);
   case Change::Kind::kConfiguration:
     // The answer to the swap under way will overwrite it, unread.
-    if (now >= busyUntil) control.requestFile.replace(change.word);
+    if (now >= busyUntil) control.writeRequest(change.word);
     return;
   case Change::Kind::kFault:
     return feed.setFault(change);
@@ -114,11 +130,13 @@ template <typename Worker> void Engine::passOrSleep(Worker& worker) {
 }
 
 void Engine::takeScenarioCycle() {
+  schedule.scenarioDue = now + kControlPeriod.count();
+  if (!control.hasWork()) return;
   const auto& workers = schedule.sensorWorkers;
   const auto isAsleep = [](const auto& entry) { return !entry.second.isAwake(); };
   if (control.changeIsDue() && std::any_of(workers.begin(), workers.end(), isAsleep))
     return standStill();
-  control.cycle();
+  control.takeCycle();
   observer.forgetRetired(now);
   // The scenario thread joins the workers that it retires, and its next look comes that much later.
   busyUntil = now + schedule.gatherItemWorkers(now);

@@ -25,7 +25,7 @@
 //          its time: reading the nodes takes longer than deciding, so that the sensor workers fall
 //          a little behind with every pass.
 // Errors:  what is wrong with an input `readInputs` has told; std::system_error where the system
-//          has no file in memory left. The daemon's own messages go to its log, which the caller
+//          has no file in memory. The daemon's own messages go to its log, which the caller
 //          switches off.
 // Threads: the caller's alone. Of the daemon's workers the passes are called, and no body ever
 //          runs.
@@ -50,11 +50,15 @@ private:
   public:
     explicit Control(Engine& engine);
 
+    void writeScenario(const std::string& word);
+    void writeRequest(const std::string& word);
+
     // Whether the next cycle needs every sensor worker.
     bool changeIsDue() const;
-
-    MemoryFile scenarioFile{kDefaultScenario};
-    MemoryFile requestFile{kParsed};
+    // Whether a cycle would do anything: a look at files that nobody has written since the last one
+    // finds what is in force.
+    bool hasWork() const { return written || changeIsDue(); }
+    void takeCycle();
 
   protected:
     void park(SensorThread&) override {}
@@ -64,6 +68,9 @@ private:
 
   private:
     Engine& engine;
+    MemoryFile scenarioFile{kDefaultScenario};
+    MemoryFile requestFile{kParsed};
+    bool written = false; // and perhaps not yet read
   };
 
   void takeTurn();

@@ -1,44 +1,49 @@
 #include "simulate/Network.h"
 
-#include <unsupported/Eigen/MatrixFunctions>
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "simulate/ExpDifferences.h"
 
 namespace {
 
-// More than any run needs; a workload of odd times only costs the making of its solutions anew.
-constexpr size_t kSolutionsKept = 1024;
+// Of factors in all steps that are kept, half a megabyte; a workload of odd times only costs the
+// making of them anew.
+constexpr size_t kFactorsKept = 20'000;
 
-using Matrix = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+// How near a lag's rate may be to that of a mode, as a share of it, before their quotient cancels.
+constexpr double kResonance = 0.01;
 
 } // namespace
 
-Network::Network(size_t nodeCount_)
-    : nodeCount(nodeCount_), capacities(nodeCount, 1.0), conductances(nodeCount * nodeCount, 0.0),
-      toAmbient(nodeCount, 0.0), inputs(nodeCount + 1, 0.0) {}
+Network::Network(size_t nodeCount)
+    : numbers(nodeCount), powers(nodeCount, 0.0), powerSlopes(nodeCount, 0.0) {}
 
 void Network::setCapacity(size_t node, double joulesPerKelvin) {
-  capacities[node] = joulesPerKelvin;
+  numbers.capacities[node] = joulesPerKelvin;
 }
 
 void Network::connect(size_t a, size_t b, double kelvinPerWatt) {
   // Resistances between the same two ends stand side by side, and their conductances add up.
-  conductances[a * nodeCount + b] += 1 / kelvinPerWatt;
-  conductances[b * nodeCount + a] += 1 / kelvinPerWatt;
+  numbers.conductances[a * numbers.nodes + b] += 1 / kelvinPerWatt;
+  numbers.conductances[b * numbers.nodes + a] += 1 / kelvinPerWatt;
 }
 
 void Network::connectToAmbient(size_t node, double kelvinPerWatt) {
-  toAmbient[node] += 1 / kelvinPerWatt;
+  numbers.toAmbient[node] += 1 / kelvinPerWatt;
 }
 
 size_t Network::addObserver(size_t node, double lagSeconds) {
-  observers.push_back({node, lagSeconds});
-  return nodeCount + observers.size() - 1;
+  observers.push_back({node, lagSeconds, {}});
+  return numbers.nodes + observers.size() - 1;
 }
 
 std::vector<size_t> Network::nodesThatCannotCool() const {
-  std::vector<bool> cools(nodeCount);
+  std::vector<bool> cools(numbers.nodes);
   std::vector<size_t> reached;
-  for (size_t node = 0; node < nodeCount; ++node) {
-    cools[node] = toAmbient[node] > 0;
+  for (size_t node = 0; node < numbers.nodes; ++node) {
+    cools[node] = numbers.toAmbient[node] > 0;
     if (cools[node]) reached.push_back(node);
   }
   // From the nodes next to the ambient on, along the resistances: whoever is not reached keeps its
@@ -46,82 +51,173 @@ std::vector<size_t> Network::nodesThatCannotCool() const {
   while (!reached.empty()) {
     const size_t from = reached.back();
     reached.pop_back();
-    for (size_t node = 0; node < nodeCount; ++node) {
-      if (cools[node] || conductances[from * nodeCount + node] == 0) continue;
+    for (size_t node = 0; node < numbers.nodes; ++node) {
+      if (cools[node] || numbers.conductances[from * numbers.nodes + node] == 0) continue;
       cools[node] = true;
       reached.push_back(node);
     }
   }
   std::vector<size_t> stuck;
-  for (size_t node = 0; node < nodeCount; ++node) {
+  for (size_t node = 0; node < numbers.nodes; ++node) {
     if (!cools[node]) stuck.push_back(node);
   }
   return stuck;
 }
 
-void Network::start(const std::vector<double>& nodeTemperatures, double ambient) {
-  state = nodeTemperatures;
-  for (const Observer& observer : observers)
-    state.push_back(state[observer.node]);
-  next.resize(state.size());
-  setAmbient(ambient);
+void Network::start(const std::vector<double>& nodeTemperatures, double ambient_) {
+  ambient = ambient_;
+  Modes modes = modesOf(numbers);
+  rates = std::move(modes.rates);
+  rows = std::move(modes.shapes);
+  const size_t count = numbers.nodes;
+  state.assign(count, 0);
+  evenly.assign(count, 0);
+  drives.assign(count, 0);
+  driveSlopes.assign(count, 0);
+  for (size_t node = 0; node < count; ++node) {
+    for (size_t mode = 0; mode < count; ++mode) {
+      const double weight = row(node)[mode] * numbers.capacities[node];
+      evenly[mode] += weight;
+      state[mode] += weight * (nodeTemperatures[node] - ambient);
+    }
+  }
+  for (Observer& observer : observers)
+    addObserverRow(observer);
+}
+
+// With O the observer above the ambient, a mode z that decays with the rate r, and q z its share in
+// the node's temperature, the part O - q z / (1 - r lag) no longer depends on z.
+void Network::addObserverRow(Observer& observer) {
+  const std::vector<double> node(row(observer.node), row(observer.node) + numbers.nodes);
+  observer.part = aboveAmbient(observer.node);
+  for (size_t mode = 0; mode < numbers.nodes; ++mode) {
+    const double apart = 1 - rates[mode] * observer.lag;
+    const bool resonant = std::abs(apart) < kResonance;
+    if (resonant) observer.resonant.push_back(mode);
+    rows.push_back(resonant ? 0 : node[mode] / apart);
+    observer.part -= rows.back() * state[mode];
+  }
+}
+
+void Network::setAmbient(double celsius, double kelvinPerSecond) {
+  // The temperatures stay, so that what they are above the ambient changes.
+  const double change = celsius - ambient;
+  for (size_t mode = 0; mode < state.size(); ++mode)
+    state[mode] -= change * evenly[mode];
+  for (size_t i = 0; i < observers.size(); ++i) {
+    const double* shares = row(numbers.nodes + i);
+    const double held = std::inner_product(evenly.begin(), evenly.end(), shares, 0.0);
+    observers[i].part -= change * (1 - held);
+  }
+  ambient = celsius;
+  ambientSlope = kelvinPerSecond;
+  drivesAreOld = true;
+}
+
+void Network::setPower(size_t node, double watts, double wattsPerSecond) {
+  powers[node] = watts;
+  powerSlopes[node] = wattsPerSecond;
+  drivesAreOld = true;
+}
+
+void Network::addPower(size_t node, double watts, double wattsPerSecond) {
+  setPower(node, powers[node] + watts, powerSlopes[node] + wattsPerSecond);
+}
+
+// An ambient that rises takes from all that is above it.
+void Network::updateDrives() {
+  for (size_t mode = 0; mode < numbers.nodes; ++mode) {
+    drives[mode] = -ambientSlope * evenly[mode];
+    driveSlopes[mode] = 0;
+  }
+  for (size_t node = 0; node < numbers.nodes; ++node) {
+    if (powers[node] == 0 && powerSlopes[node] == 0) continue;
+    for (size_t mode = 0; mode < numbers.nodes; ++mode) {
+      drives[mode] += row(node)[mode] * powers[node];
+      driveSlopes[mode] += row(node)[mode] * powerSlopes[node];
+    }
+  }
+  for (size_t i = 0; i < observers.size(); ++i) {
+    const double* shares = row(numbers.nodes + i);
+    observers[i].drive =
+        -ambientSlope - std::inner_product(drives.begin(), drives.end(), shares, 0.0);
+    observers[i].driveSlope =
+        -std::inner_product(driveSlopes.begin(), driveSlopes.end(), shares, 0.0);
+  }
+  drivesAreOld = false;
 }
 
 void Network::advance(int64_t milliseconds) {
   if (milliseconds <= 0) return;
-  const double* factor = solutionFor(milliseconds).data();
-  for (double& value : next) {
-    value = 0;
-    for (const double old : state)
-      value += *factor++ * old;
-    for (const double input : inputs)
-      value += *factor++ * input;
-  }
-  state.swap(next);
-}
-
-// The rates of change, in kelvin a second, as factors of the states and inputs:
-//
-//   C dT/dt = sum over its neighbours of (T_other - T) / R  +  (T_ambient - T) / R_ambient  +  P
-//   dO/dt   = (T_node - O) / lag, for an observer
-//
-// Nothing of an observer stands in a node's row: it does not load what it follows.
-Network::Rows Network::equations() const {
-  Rows rows(state.size() * width(), 0.0);
-  const auto at = [&](size_t row, size_t column) -> double& {
-    return rows[row * width() + column];
+  if (drivesAreOld) updateDrives();
+  const Step& step = keptStep(milliseconds);
+  const auto after = [](const Factors& factors, double old, double drive, double slope) {
+    return factors.state * old + factors.constant * drive + factors.slope * slope;
   };
-  for (size_t node = 0; node < nodeCount; ++node) {
-    const double share = 1 / capacities[node];
-    for (size_t other = 0; other < nodeCount; ++other) {
-      const double flow = share * conductances[node * nodeCount + other];
-      at(node, other) += flow;
-      at(node, node) -= flow;
-    }
-    at(node, node) -= share * toAmbient[node];
-    at(node, state.size() + node) = share;
-    at(node, state.size() + nodeCount) = share * toAmbient[node];
-  }
+  const Factors* resonance = step.resonances.data();
   for (size_t i = 0; i < observers.size(); ++i) {
-    at(nodeCount + i, nodeCount + i) = -1 / observers[i].lag;
-    at(nodeCount + i, observers[i].node) = 1 / observers[i].lag;
+    Observer& observer = observers[i];
+    observer.part = after(step.observers[i], observer.part, observer.drive, observer.driveSlope);
+    for (const size_t mode : observer.resonant)
+      observer.part += after(*resonance++, state[mode], drives[mode], driveSlopes[mode]);
   }
-  return rows;
+  for (size_t mode = 0; mode < numbers.nodes; ++mode)
+    state[mode] = after(step.modes[mode], state[mode], drives[mode], driveSlopes[mode]);
+
+  goAlongSlopes(static_cast<double>(milliseconds) / 1000);
 }
 
-const Network::Rows& Network::solutionFor(int64_t milliseconds) {
-  const auto known = solutions.find(milliseconds);
-  if (known != solutions.end()) return known->second;
-  if (solutions.size() >= kSolutionsKept) solutions.clear();
+void Network::goAlongSlopes(double seconds) {
+  ambient += ambientSlope * seconds;
+  for (size_t node = 0; node < numbers.nodes; ++node)
+    powers[node] += powerSlopes[node] * seconds;
+  for (size_t mode = 0; mode < numbers.nodes; ++mode)
+    drives[mode] += driveSlopes[mode] * seconds;
+  for (Observer& observer : observers)
+    observer.drive += observer.driveSlope * seconds;
+}
 
-  // The inputs join the states as ones that never change, with rows of zeros: so one exponential
-  // gives both what becomes of the states and what the inputs add meanwhile, and no inverse is
-  // needed.
-  Rows rows = equations();
-  Eigen::Map<Matrix> states(rows.data(), static_cast<Eigen::Index>(state.size()),
-                            static_cast<Eigen::Index>(width()));
-  Matrix matrix = Matrix::Zero(states.cols(), states.cols());
-  matrix.topRows(states.rows()) = states * (static_cast<double>(milliseconds) / 1000);
-  states = Matrix(matrix.exp()).topRows(states.rows());
-  return solutions.emplace(milliseconds, std::move(rows)).first->second;
+double Network::temperature(size_t node) const {
+  const double own = node < numbers.nodes ? 0 : observers[node - numbers.nodes].part;
+  return ambient + own + aboveAmbient(node);
+}
+
+// But for the part of an observer that is its own.
+double Network::aboveAmbient(size_t node) const {
+  return std::inner_product(state.begin(), state.end(), row(node), 0.0);
+}
+
+// The solution of x' = -r x + drive + slope t, and for a mode of nearly an observer's rate that of
+// the chain of both.
+Network::Step Network::stepOf(double seconds) const {
+  const auto alone = [seconds](double rate) -> Factors {
+    const double decay = -rate * seconds;
+    return {std::exp(decay), seconds * expDifference({0, decay}),
+            seconds * seconds * expDifference({0, 0, decay})};
+  };
+  Step step;
+  for (const double rate : rates)
+    step.modes.push_back(alone(rate));
+  for (size_t i = 0; i < observers.size(); ++i) {
+    const Observer& observer = observers[i];
+    step.observers.push_back(alone(1 / observer.lag));
+    const double lagged = -seconds / observer.lag;
+    for (const size_t mode : observer.resonant) {
+      const double decay = -rates[mode] * seconds;
+      const double share = row(observer.node)[mode] * seconds / observer.lag;
+      step.resonances.push_back({share * expDifference({decay, lagged}),
+                                 share * seconds * expDifference({0, decay, lagged}),
+                                 share * seconds * seconds * expDifference({0, 0, decay, lagged})});
+    }
+  }
+  return step;
+}
+
+const Network::Step& Network::keptStep(int64_t milliseconds) {
+  const auto known = steps.find(milliseconds);
+  if (known != steps.end()) return known->second;
+  const size_t factors = numbers.nodes + observers.size();
+  if (steps.size() * factors > kFactorsKept) steps.clear();
+  return steps.emplace(milliseconds, stepOf(static_cast<double>(milliseconds) / 1000))
+      .first->second;
 }

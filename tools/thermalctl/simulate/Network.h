@@ -5,17 +5,19 @@
 #include <unordered_map>
 #include <vector>
 
+#include "simulate/Modes.h"
+
 // A thermal network: nodes that store heat, resistances between them and to the ambient, and lagged
 // observers that follow a node without loading it.
 //
 // Shape:  first it is built, then started, then it runs: what is set before `start` must not change
-//         behind it, because the solutions kept are those of one network.
-// Units:  J/K, K/W, W, degrees Celsius; milliseconds for time.
-// Exact:  while powers and ambient are constant the network is linear, and `advance` applies the
-//         solution of its equations, the matrix exponential. The length of a step adds no error but
-//         that of the arithmetic.
-// Errors: nothing is checked. Capacities and resistances must be above 0 and indices inside, as
-//         `readPlant` sees to.
+//         behind it, because the modes are those of one network.
+// Units:  J/K, K/W, W, degrees Celsius; milliseconds for time, seconds in slopes.
+// Exact:  while powers and ambient are constant, or go along straight lines, `advance` applies the
+//         solution of the network's equations. The length of a step adds no error but that of the
+//         arithmetic, and neither do time constants that are far apart.
+// Errors: nothing is checked. Capacities, resistances and lags must be above 0, indices inside, and
+//         every node must be able to cool, as `readPlant` sees to.
 class Network {
 public:
   explicit Network(size_t nodeCount);
@@ -32,37 +34,62 @@ public:
   // To be called once all of the above is set; observers start at their node's temperature.
   void start(const std::vector<double>& nodeTemperatures, double ambient);
 
-  void setAmbient(double celsius) { inputs[nodeCount] = celsius; }
-  void setPower(size_t node, double watts) { inputs[node] = watts; }
+  // What holds from the present time on. A slope holds until it is set anew.
+  void setAmbient(double celsius, double kelvinPerSecond = 0);
+  void setPower(size_t node, double watts, double wattsPerSecond = 0);
+  void addPower(size_t node, double watts, double wattsPerSecond = 0);
 
-  void addPower(size_t node, double watts) { inputs[node] += watts; }
-
-  // Powers and ambient hold through the whole step. The first step of a length costs as many matrix
-  // products as its solution takes, each further one a single product with a vector.
+  // In proportion to the number of nodes and observers for a length of step that has come before;
+  // the first one of a length costs an exponential for each of them, and the first one after new
+  // powers a product of a matrix with a vector.
   void advance(int64_t milliseconds);
 
-  double temperature(size_t node) const { return state[node]; }
+  // In proportion to the number of nodes.
+  double temperature(size_t node) const;
 
 private:
+  // What follows a node, as the part of it that no mode holds: it goes by itself, but for the modes
+  // that are nearly as slow as the lag. Of those it takes its share step by step.
+  //
+  // Units: the part in K; `drive` in K/s, its slope in K/s^2.
   struct Observer {
     size_t node;
     double lag;
+    std::vector<size_t> resonant; // modes
+    double part = 0;
+    double drive = 0;
+    double driveSlope = 0;
   };
-  // Row by row, one row per state: the factors of the states, then those of the inputs.
-  using Rows = std::vector<double>;
+  // What a step of one length makes of a state, of a constant input and of one that grows.
+  struct Factors {
+    double state, constant, slope;
+  };
+  struct Step {
+    std::vector<Factors> modes;
+    std::vector<Factors> observers;
+    std::vector<Factors> resonances; // by observer and its resonant modes
+  };
 
-  size_t width() const { return state.size() + inputs.size(); }
-  Rows equations() const;
-  const Rows& solutionFor(int64_t milliseconds);
+  const double* row(size_t node) const { return rows.data() + node * numbers.nodes; }
+  double aboveAmbient(size_t node) const;
+  void addObserverRow(Observer& observer);
+  void updateDrives();
+  void goAlongSlopes(double seconds);
+  Step stepOf(double seconds) const;
+  const Step& keptStep(int64_t milliseconds);
 
-  size_t nodeCount;
-  std::vector<double> capacities;
-  std::vector<double> conductances; // between nodes, a square matrix
-  std::vector<double> toAmbient;
+  NetworkNumbers numbers;
   std::vector<Observer> observers;
-  std::vector<double> state;  // of the nodes, then of the observers
-  std::vector<double> inputs; // the nodes' powers, then the ambient
-  std::vector<double> next;
-  // Of every length of step so far; a run has few.
-  std::unordered_map<int64_t, Rows> solutions;
+  std::vector<double> rates; // of the modes
+  // Of the nodes and then of the observers, by mode: what leads from the modes to kelvin.
+  std::vector<double> rows;
+  std::vector<double> evenly; // the modes at one kelvin above the ambient everywhere
+
+  double ambient = 0;
+  double ambientSlope = 0;
+  std::vector<double> powers, powerSlopes; // by node
+  std::vector<double> state;               // of the modes
+  std::vector<double> drives, driveSlopes; // by mode
+  bool drivesAreOld = true;
+  std::unordered_map<int64_t, Step> steps;
 };

@@ -1,26 +1,18 @@
 #include "simulate/NodeFeed.h"
 
 #include <stdexcept>
-
-namespace {
-
-// A node's text always has this length, as a driver's has for all that the daemon reads of it: a
-// file that is overwritten keeps what lies behind a shorter text. The longest number has 11
-// characters.
-constexpr size_t kNodeWidth = 12;
-
-} // namespace
+#include <utility>
 
 NodeFeed::NodeFeed(const RunInput& input_, Plant& plant_)
     : input(input_), plant(plant_), nodes(input.plant.probes.size()) {}
 
-std::string NodeFeed::make(const std::string& sensor) {
+std::streambuf* NodeFeed::make(const std::string& sensor) {
   for (size_t i = 0; i < nodes.size(); ++i) {
     if (input.description.sensors[input.plant.probes[i].sensor].name != sensor) continue;
     nodes[i] = std::make_unique<Node>();
-    return nodes[i]->file.path();
+    return &nodes[i]->text;
   }
-  return "";
+  return nullptr;
 }
 
 void NodeFeed::refresh(size_t probe) {
@@ -28,8 +20,9 @@ void NodeFeed::refresh(size_t probe) {
   if (!node || node->faulty) return;
   const int32_t reading = plant.reading(probe);
   if (reading == node->shown) return;
-  show(*node, std::to_string(reading));
+  node->text.show(reading);
   node->shown = reading;
+  node->begun = true;
 }
 
 void NodeFeed::setFault(const Change& change) {
@@ -38,23 +31,16 @@ void NodeFeed::setFault(const Change& change) {
   node->faulty = change.word != fault::kNone;
   // The reading behind the fault may be the one before it, and must be written all the same.
   node->shown.reset();
+  if (change.word == fault::kNone) return;
   // A stuck node keeps its text. One that has none yet sticks at what would have been its first
   // reading.
-  if (change.word == fault::kStuck && node->empty)
-    return show(*node, std::to_string(plant.reading(change.index)));
+  const bool isNew = !std::exchange(node->begun, true);
+  if (change.word == fault::kStuck && isNew) return node->text.show(plant.reading(change.index));
+  if (change.word == fault::kStuck) return;
   // A stream that finds nothing fails, and the daemon clears no failure: such a sensor reads 0 to
   // the end of the run, whatever its node holds later.
-  if (change.word == fault::kNone || change.word == fault::kStuck) return;
-  if (change.word == fault::kUnreadable) return node->file.replace("");
-  if (change.word == fault::kNonsense) return show(*node, "nonsense");
-  if (change.word == fault::kValue)
-    return show(*node, std::to_string(millidegreesOf(change.value)));
+  if (change.word == fault::kUnreadable) return node->text.show("");
+  if (change.word == fault::kNonsense) return node->text.show("nonsense");
+  if (change.word == fault::kValue) return node->text.show(millidegreesOf(change.value));
   throw std::logic_error("a fault that no node can have: " + change.word);
-}
-
-void NodeFeed::show(Node& node, std::string text) {
-  text.resize(kNodeWidth - 1, ' ');
-  text += '\n';
-  node.file.overwrite(text);
-  node.empty = false;
 }

@@ -17,8 +17,8 @@ namespace {
 
 constexpr char kAmbient[] = "ambient";
 
-// What numbers can be. Beyond it they come of a slip, such as one of the unit, and the network
-// would no longer calculate well.
+// What numbers can be. Beyond it they come of a slip, such as one of the unit, and calculating with
+// them may end in no number at all.
 constexpr TomlSection::Bounds kTemperature = {kColdest, kHottest, "degrees Celsius"};
 constexpr TomlSection::Bounds kCapacity = {1e-6, 1e9, "J/K"};
 constexpr TomlSection::Bounds kResistance = {1e-9, 1e9, "K/W"};
@@ -28,8 +28,6 @@ constexpr TomlSection::Bounds kLag = {1e-6, 1e6, "seconds", true};
 // Finer than a millidegree no reading is.
 constexpr TomlSection::Bounds kStep = {0.001, 1000, "degrees", true};
 constexpr TomlSection::Bounds kShare = {0, 1};
-// Of what a node makes up for in a second.
-constexpr double kFastest = 1e9;
 
 std::vector<std::string> keysOf(const std::map<std::string, size_t>& numbers) {
   std::vector<std::string> keys;
@@ -99,7 +97,6 @@ private:
   void readResistances() {
     // Only to be asked which nodes cannot cool.
     Network network(plant.nodes.size());
-    std::vector<double> conductances(plant.nodes.size());
     for (TomlSection& section : root.list("resistance")) {
       const std::vector<std::string> ends = section.texts("between");
       const std::optional<double> value = section.number("kelvin_per_watt", kResistance);
@@ -122,8 +119,6 @@ private:
       if (nodes.size() != (toAmbient ? 1U : 2U)) continue;
       resistance.from = nodes[0];
       resistance.value = value.value_or(1);
-      for (const size_t node : nodes)
-        conductances[node] += 1 / resistance.value;
       if (toAmbient) {
         network.connectToAmbient(nodes[0], resistance.value);
       } else {
@@ -138,18 +133,6 @@ private:
       root.problem(nodePlaces[node], "node '" + plant.nodes[node].name +
                                          "' cannot cool: no [[resistance]] leads from it to the "
                                          "ambient, not even by way of other nodes");
-    }
-    refuseTooFast(conductances);
-  }
-
-  // Next to one that is so much faster than a run's steps, the digits of the others are lost.
-  void refuseTooFast(const std::vector<double>& conductances) {
-    for (size_t i = 0; i < plant.nodes.size(); ++i) {
-      if (conductances[i] / plant.nodes[i].capacity <= kFastest) continue;
-      root.problem(nodePlaces[i],
-                   "node '" + plant.nodes[i].name +
-                       "' follows what is next to it within a nanosecond",
-                   "give it more 'joules_per_kelvin', or its resistances more 'kelvin_per_watt'");
     }
   }
 

@@ -1,5 +1,6 @@
 #include "daemon/VirtualDaemon.h"
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -49,12 +50,12 @@ TEST_F(VirtualDaemonTest, ACameraKeepsItsLevelsAndItsNameButNotItsOtherNode) {
 }
 
 TEST_F(VirtualDaemonTest, ASensorReadsTheNodeThatItIsGiven) {
-  const std::string node = host.write("temp", "45123\n");
+  std::stringbuf node("45123\n");
   std::vector<std::string> asked;
   const VirtualDaemon daemon("[cpu]\ntype real\nnode_path /nowhere/temp\n\n[gone]\ntype real\n",
                              [&](const std::string& sensor) {
                                asked.push_back(sensor);
-                               return node;
+                               return &node;
                              });
   EXPECT_EQ(asked, std::vector<std::string>{"cpu"}) << "a section without a node gets none";
   daemon.sensors.at("cpu")->updateTemp();

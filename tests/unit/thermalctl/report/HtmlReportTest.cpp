@@ -50,7 +50,7 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   report.end(1000, {{"cores", 2, 1}});
 
   EXPECT_EQ(data()["runs"], nlohmann::json::parse(R"([{
-      "name": "day", "duration": 1000, "standstill": 800,
+      "name": "day", "duration": 1000, "standstill": 800, "gaps": [],
       "sensors": [{"name": "skin", "kind": "virtual", "period": 1000, "limit": 43000,
                    "points": "0Pe", "thinned": false}],
       "devices": [{"name": "gpu", "kind": "gpufreq", "levels": ["850", "760"],

@@ -158,6 +158,154 @@ TEST_F(NetworkTest, AStiffNetworkOverALongStepSettles) {
   EXPECT_NEAR(network.temperature(0), kAmbient + 6.3, 1e-6);
 }
 
+// Two nodes, the second one cooled, long after the fast one has followed: only the slow mode is
+// left. Its numbers are found without a difference of near ones.
+struct SlowMode {
+  using Real = long double;
+
+  SlowMode(double c1, double c2, double g, double ambientG) {
+    const Real sum = Real(g) / c1 + (Real(g) + ambientG) / c2;
+    const Real product = Real(g) * ambientG / (Real(c1) * c2);
+    rate = product / ((sum + std::sqrt(sum * sum - 4 * product)) / 2);
+    lead = Real(g) / c1 / (Real(g) / c1 - rate);
+    weight1 = c1 * lead;
+    weight2 = c2;
+  }
+
+  // The second node's temperature above what it settles at, the first one's is `lead` times it.
+  Real left(Real above1, Real above2, Real seconds) const {
+    return (weight1 * above1 + weight2 * above2) / (weight1 * lead + weight2) *
+           std::exp(-rate * seconds);
+  }
+
+  Real rate, lead, weight1, weight2;
+};
+
+void expectTheSlowMode(double c1, double c2, double between, double toAmbient) {
+  constexpr double kWatts = 2;
+  Network network(2);
+  network.setCapacity(0, c1);
+  network.setCapacity(1, c2);
+  network.connect(0, 1, between);
+  network.connectToAmbient(1, toAmbient);
+  network.start({90, 70}, kAmbient);
+  network.setPower(0, kWatts);
+  const SlowMode slow(c1, c2, 1 / between, 1 / toAmbient);
+  const long double settled2 = kAmbient + static_cast<long double>(kWatts) * toAmbient;
+  const long double settled1 = settled2 + static_cast<long double>(kWatts) * between;
+  int64_t time = 0;
+  for (const int64_t step : {1'000, 333'333, 3'600'000, 36'000'000}) {
+    network.advance(step);
+    time += step;
+    const long double left =
+        slow.left(90 - settled1, 70 - settled2, static_cast<long double>(time) / 1000);
+    const auto wanted1 = static_cast<double>(settled1 + slow.lead * left);
+    const auto wanted2 = static_cast<double>(settled2 + left);
+    EXPECT_NEAR(network.temperature(0), wanted1, 1e-9 * wanted1) << "after " << time << " ms";
+    EXPECT_NEAR(network.temperature(1), wanted2, 1e-9 * wanted2) << "after " << time << " ms";
+  }
+}
+
+TEST_F(NetworkTest, MicrosecondsBesideTenHoursLoseNothing) {
+  expectTheSlowMode(1e-6, 3'600, 1, 10); // 1 us, 10 h
+  expectTheSlowMode(1e-3, 3'600, 1e-3, 10);
+}
+
+TEST_F(NetworkTest, NanosecondsBesideTenHoursLoseNothing) {
+  expectTheSlowMode(1e-9, 3'600, 1, 10); // 1 ns, 10 h
+  expectTheSlowMode(1e-3, 3'600, 1e-6, 10);
+}
+
+TEST_F(NetworkTest, AContactWithoutResistanceLosesNothing) {
+  expectTheSlowMode(40, 70, 1e-9, 4);
+  expectTheSlowMode(1, 3'600, 1e-9, 10);
+}
+
+// A chain from a die of microseconds to a room of days, in unsorted order: every node settles at
+// what the resistances on its way drop.
+TEST_F(NetworkTest, AChainOverManyScalesSettlesAtItsDrops) {
+  const std::array<double, 6> capacities = {40, 1e-7, 3e4, 1e-3, 2, 7e5};
+  const std::array<size_t, 6> way = {1, 3, 4, 0, 2, 5}; // from the die to the room
+  const std::array<double, 6> resistances = {0.1, 0.5, 4, 1e-8, 2, 0.3};
+  Network network(6);
+  for (size_t i = 0; i < 6; ++i) {
+    network.setCapacity(i, capacities[i]);
+    if (i < 5) network.connect(way[i], way[i + 1], resistances[i]);
+  }
+  network.connectToAmbient(way[5], resistances[5]);
+  network.start({20, 20, 20, 20, 20, 20}, kAmbient);
+  network.setPower(way[0], 5);
+  for (int day = 0; day < 400; ++day)
+    network.advance(86'400'000);
+  double settled = kAmbient;
+  for (size_t i = 6; i-- > 0;) {
+    settled += 5 * resistances[i];
+    EXPECT_NEAR(network.temperature(way[i]), settled, 1e-9 * settled) << "node " << way[i];
+  }
+}
+
+TEST_F(NetworkTest, AnAmbientThatRisesIsFollowedAlongItsLine) {
+  // Long after the start the node is behind by the slope times its time constant.
+  Network network(1);
+  network.setCapacity(0, 5);
+  network.connectToAmbient(0, 6);
+  const size_t observer = network.addObserver(0, 12);
+  network.start({kAmbient}, kAmbient);
+  network.setAmbient(kAmbient, 0.01);
+  network.advance(400'000);
+  const double passed = 1 - std::exp(-400.0 / 30);
+  EXPECT_NEAR(network.temperature(0), kAmbient + 4 - 0.3 * passed, 1e-9);
+  network.advance(600'000);
+  EXPECT_NEAR(network.temperature(0), kAmbient + 10 - 0.3, 1e-9);
+  EXPECT_NEAR(network.temperature(observer), kAmbient + 10 - 0.3 - 0.12, 1e-9);
+  network.setAmbient(kAmbient + 10);
+  network.advance(3'600'000);
+  EXPECT_NEAR(network.temperature(observer), kAmbient + 10, 1e-9);
+}
+
+TEST_F(NetworkTest, APowerThatGrowsIsFollowedAlongItsLine) {
+  Network network(1);
+  network.setCapacity(0, 5);
+  network.connectToAmbient(0, 6);
+  network.start({kAmbient}, kAmbient);
+  network.setPower(0, 1, 0.002);
+  network.advance(100'000);
+  // C T' = P + s t - T / R, from T = 0.
+  const double tau = 30;
+  const double decay = std::exp(-100 / tau);
+  EXPECT_NEAR(network.temperature(0),
+              kAmbient + 6 * (1 - decay) + 0.002 * 6 * (100 - tau * (1 - decay)), 1e-9);
+}
+
+// A lag as slow as a mode is the limit of lags near it, and a step can be cut anywhere.
+TEST_F(NetworkTest, ALagMayBeAsSlowAsTheNodeItself) {
+  for (const double lag : {29.0, 29.71, 29.9999, 30.0, 30.000001, 30.29, 31.0}) {
+    Network network(1);
+    network.setCapacity(0, 5);
+    network.connectToAmbient(0, 6); // 30 s
+    const size_t observer = network.addObserver(0, lag);
+    network.start({60}, kAmbient);
+    network.setAmbient(kAmbient);
+    Network cut = network;
+    for (Network* each : {&network, &cut})
+      each->setPower(0, 2, 0.001);
+    network.advance(60'000);
+    for (const int64_t step : {1, 999, 7'000, 52'000})
+      cut.advance(step);
+    EXPECT_NEAR(network.temperature(observer), cut.temperature(observer), 1e-9) << lag;
+  }
+}
+
+TEST_F(NetworkTest, ALagAsSlowAsTheNodeFollowsTheClosedSolution) {
+  Network network(1);
+  network.setCapacity(0, 5);
+  network.connectToAmbient(0, 6); // 30 s
+  const size_t observer = network.addObserver(0, 30);
+  network.start({60}, kAmbient);
+  network.advance(45'000);
+  EXPECT_NEAR(network.temperature(observer), kAmbient + 40 * (1 + 1.5) * std::exp(-1.5), 1e-9);
+}
+
 TEST_F(NetworkTest, AnObserverLagsBehindItsNodeAndDoesNotLoadIt) {
   constexpr double kLag = 3;
   Network network(1);

@@ -1,10 +1,11 @@
 #include "simulate/NodeFeed.h"
 
+#include <istream>
+#include <iterator>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
 
-#include "base/TextReader.h"
 #include "support/LogSwitchedOff.h"
 #include "thermalctl/simulate/RunFiles.h"
 
@@ -13,9 +14,10 @@ namespace {
 // The feed of a board with the sensor "cpu" alone, at 25 degrees.
 class NodeFeedTest : public testing::Test {
 protected:
-  static std::string wordIn(const std::string& path) {
-    const std::string text = readFile(path).value_or("gone");
-    return text.substr(0, text.find_first_of(kWhiteSpace));
+  static std::string wordIn(std::streambuf* node) {
+    std::istream in(node);
+    in.seekg(0);
+    return {std::istreambuf_iterator<char>(in), {}};
   }
 
   void give(const char* word, double value = 0) {
@@ -30,19 +32,19 @@ protected:
 };
 
 TEST_F(NodeFeedTest, ANodeShowsWhatItsProbeReads) {
-  const std::string node = feed.make("cpu");
+  std::streambuf* const node = feed.make("cpu");
   feed.refresh(0);
   EXPECT_EQ(wordIn(node), "25000");
 }
 
 TEST_F(NodeFeedTest, ASensorThatThePlantDoesNotFeedHasNoNode) {
-  EXPECT_EQ(feed.make("other"), "");
+  EXPECT_EQ(feed.make("other"), nullptr);
   feed.refresh(0);
   give(fault::kStuck);
 }
 
 TEST_F(NodeFeedTest, AFaultHoldsTheNodeUntilItIsTakenBack) {
-  const std::string node = feed.make("cpu");
+  std::streambuf* const node = feed.make("cpu");
   feed.refresh(0);
   const auto wordUnder = [&](const char* word, double value = 0) {
     give(word, value);
@@ -57,7 +59,7 @@ TEST_F(NodeFeedTest, AFaultHoldsTheNodeUntilItIsTakenBack) {
 }
 
 TEST_F(NodeFeedTest, AReadingIsRoundedAndHeldToWhatTheDaemonKnows) {
-  const std::string node = feed.make("cpu");
+  std::streambuf* const node = feed.make("cpu");
   const auto reading = [&](double celsius) {
     give(fault::kValue, celsius);
     return wordIn(node);
@@ -70,7 +72,8 @@ TEST_F(NodeFeedTest, AReadingIsRoundedAndHeldToWhatTheDaemonKnows) {
 }
 
 TEST_F(NodeFeedTest, StuckBeforeTheFirstSampleKeepsWhatItWouldHaveRead) {
-  const std::string node = feed.make("cpu");
+  std::streambuf* const node = feed.make("cpu");
+  give(fault::kNone);
   give(fault::kStuck);
   feed.refresh(0);
   EXPECT_EQ(wordIn(node), "25000");

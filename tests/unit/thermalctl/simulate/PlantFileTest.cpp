@@ -253,18 +253,6 @@ TEST_F(PlantFileTest, TemperaturesMustBeSuchAsThereCanBe) {
       "plant.toml:4:11: error: 'celsius' must be a number from -273.15 to 1000 degrees Celsius\n");
 }
 
-TEST_F(PlantFileTest, ANodeMustNotBeTooFastToBeCalculatedWith) {
-  files.plant.replace(files.plant.find("kelvin_per_watt = 10"), 20, "kelvin_per_watt = 1e-9");
-  EXPECT_EQ(files.wrong(), "") << "two joules behind a resistance of a billionth";
-  files.plant.replace(files.plant.find("joules_per_kelvin = 2"), 21, "joules_per_kelvin = 0.9");
-  EXPECT_EQ(files.wrongInFull(),
-            "plant.toml:1:1: error: node 'die' follows what is next to it within a nanosecond\n"
-            "    1 | [node.die]\n"
-            "      | ^~~~~~~~~~\n"
-            "      hint: give it more 'joules_per_kelvin', or its resistances more "
-            "'kelvin_per_watt'\n");
-}
-
 TEST_F(PlantFileTest, ANodeThatBearsTheNameOfASensorIsReadByIt) {
   const std::string between = "[[resistance]]\nbetween = [\"cpu\", \"die\"]\n"
                               "kelvin_per_watt = 1\n";
