@@ -364,12 +364,13 @@ def test_a_stretch_is_shown_with_what_was_in_force_at_its_beginning(plot, tmp_pa
     (("--to", "-5s"), "--to -5s: is no time since the start of the run, such as 90s, 15m, 1h30m or "
                       "0:15:00"),
     (("--from", "20m", "--to", "10m"), "--from 20m --to 10m: nothing lies between them"),
+    (("--from", "30s"), "LOG: ends at 0:00:29, before the stretch that is to be shown"),
 ])
 def test_a_stretch_that_cannot_be_is_refused(options, message, plot, tmp_path):
     log = write(tmp_path / "phone.log", a_hot_gpu())
     done = plot(log, "--out", tmp_path / "out", *(f"{options[i]}={options[i + 1]}"
                                                  for i in range(0, len(options), 2)), status=2)
-    assert done.err == f"thermalctl: {message}\n"
+    assert done.err.endswith(f"thermalctl: {message.replace('LOG', str(log))}\n")
     assert not (tmp_path / "out").exists()
 
 
@@ -388,6 +389,14 @@ def test_a_limits_verdict_decides_the_exit_status(limit, status, verdict, plot, 
                            if row.startswith("limit ")]
     # Where the gpu is cool again.
     plot(log, "--limit", limit, "--from", "21s")
+
+
+def test_a_limit_is_judged_in_every_run(plot, tmp_path):
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    other = write(tmp_path / "other.log", [(at, text) for at, text in a_hot_gpu()
+                                           if "gpu" not in text])
+    done = plot(log, other, "--limit", "gpu=70C", status=3)
+    assert "other.log: gpu never had a sample" in done.err
 
 
 def test_a_limit_of_a_sensor_without_a_sample_has_no_verdict(plot, tmp_path):
@@ -435,7 +444,7 @@ def simulated(build_dir, tmp_path_factory):
 def test_a_device_is_compared_with_its_model(shift, plot, simulated, tmp_path):
     live = [(at + round(1000 * shift), f"Sensor [{name}], Scen [Default] temp({int(value) + 500})")
             for at, _, name, value in events(simulated, "temperature") if name in ("big", "battery")]
-    log = write(tmp_path / "phone.log", [(0, "Sensor [gpu], Scen [Default] temp(0)")] * (shift > 0) +
+    log = write(tmp_path / "phone.log", [(0, "Using Env Config!")] * (shift > 0) +
                 [(at, text) for at, text in live if at >= 0])
     done = plot(log, simulated / "trace.csv", "--board", BOARD)
     told = re.search(r"trace.csv: \S+ compared with phone.log\ntime offset: (-?[\d.]+) s, (.*)\n",
@@ -558,7 +567,7 @@ def assert_moves(out, moves, first):
     for name, written in moves.items():
         assert [level for _, level in shown[name]] == [0, *(level for _, level in written)], name
         for (at, _), (when, _) in zip(shown[name][1:], written):
-            assert at == pytest.approx(1000 * (when - first), abs=250), name
+            assert at == pytest.approx(1000 * (when - first), abs=1000), name
 
 
 def test_what_three_live_swaps_do_is_shown_move_by_move(phone, plot, tmp_path):
@@ -584,7 +593,7 @@ def test_what_three_live_swaps_do_is_shown_move_by_move(phone, plot, tmp_path):
     assert [name for _, _, name, _ in shown] == [DAY, NIGHT, DAY, NIGHT]
     begun = [event.time for event in log if event.text.endswith("Start to apply new CONF file")]
     assert [at for at, *_ in shown[1:]] == pytest.approx(
-        [1000 * (when - log[0].time) for when in begun], abs=250)
+        [1000 * (when - log[0].time) for when in begun], abs=1000)
     assert [name for _, _, name, _ in events(tmp_path, "scenario")] == ["Default", "game", "Default"]
 
 
@@ -667,7 +676,8 @@ def test_it_reads_what_the_daemon_itself_writes_on_a_host(build_dir, plot, tmp_p
     assert end_of(tmp_path) / 1000 == pytest.approx(lasted, abs=1.5)
     assert [name for _, _, name, _ in events(tmp_path, "scenario")] == ["Default", "game"]
     levels = {name: int(level) for _, _, name, level in events(tmp_path, "level")}
-    assert {name: board.devices[name].table[levels[name]] for name in limits} == limits
+    for name, text in limits.items():  # of a file a shorter text leaves the end of a longer one
+        assert text.startswith(board.devices[name].table[levels[name]]), name
     assert any(levels[name] > 0 for name in limits)
     # Spread over their seconds, which is all that the log tells.
     at = [when for when, _, name, _ in events(tmp_path, "temperature") if name == "big"]

@@ -71,7 +71,7 @@ def courses(out):
     found = defaultdict(list)
     with open(out / "trace.csv", newline="") as trace:
         for row in csv.DictReader(trace):
-            kind = {"plant": "temperature"}.get(row["event"], row["event"])
+            kind = row["event"]
             scenario = row["detail"] if kind == "algorithm" else ""
             value = -1 if row["value"] == "" else int(row["value"])
             found[row["run"], kind, row["name"], scenario].append([int(row["time_ms"]), value])
@@ -83,7 +83,7 @@ PAGE_COURSES = """
     const add = (run, kind, track, scenario) => found.push([[run.name, kind, track.name, scenario],
         track.course.times.map((time, i) => [time, track.course.values[i]])]);
     for (const run of runs) {
-      for (const sensor of run.sensors) add(run, 'temperature', sensor, '');
+      for (const sensor of run.sensors) add(run, sensor.kind === 'plant' ? 'plant' : 'temperature', sensor, '');
       for (const device of run.devices) add(run, 'level', device, '');
       for (const algorithm of run.algorithms) add(run, 'algorithm', algorithm, algorithm.scenario);
     }
@@ -158,7 +158,7 @@ def test_the_page_opens_alone_and_without_an_error(page, game):
 
 def test_the_series_hold_the_values_of_the_csv(page, game):
     written = {key: points for key, points in courses(game).items()
-               if key[1] in ("temperature", "level", "algorithm")}
+               if key[1] in ("temperature", "plant", "level", "algorithm")}
     assert len(written) > 30
     assert page_courses(page) == written
 
@@ -510,6 +510,39 @@ def test_plot_without_a_board_shows_what_the_log_alone_tells(browser, tool, tmp_
     assert browser.run("return lanes.filter((lane) => lane.visible())"
                        ".map((lane) => lane.section.dataset.lane)") == [
         "names:Scenario", "temperature:gpu", "temperature:skin", "algorithm:day_gpu", "time:time"]
+
+
+def test_a_gap_has_no_line_in_any_chart(browser, tool, tmp_path):
+    log = tmp_path / "phone.log"
+    log.write_text("".join(
+        f"{(time if time < 6000 else time + 600000) / 1000:.3f}  1234  5678 V echo-service: {text}\n"
+        for time, text in messages()))
+    tool("plot", log, "--board", BOARD, "--out", tmp_path)
+    browser.open(tmp_path / "report.html")
+    settle(browser)
+    assert browser.console() == []
+    drawn = dict(browser.run("""
+        const {graph} = lanes.find((one) => one.section.dataset.lane === 'temperature:gpu');
+        const points = [];
+        for (let row = 0; row < graph.numRows(); ++row) {
+          const value = graph.getValue(row, 1);
+          points.push([graph.getValue(row, 0), Number.isNaN(value) ? 'none' : value]);
+        }
+        return points;"""))
+    [broken] = [time for time, value in drawn.items() if value == "none"]
+    assert 5750 < broken < 606000
+    # All that holds a value holds none in the gap, and holds it again behind.
+    shown = """
+        setCursor(arguments[0]);
+        return ['temperature:gpu', 'device:gpu', 'algorithm:day_gpu', 'names:Scenario'].map((name) =>
+          document.querySelector(`section[data-lane="${name}"] .value`).textContent);"""
+    none, level = "–", "level 1 · 760000"
+    assert browser.run(shown, 300000) == [none, none, none, ""]
+    before, behind = browser.run(shown, 5900), browser.run(shown, 606100)
+    assert before[1:] == behind[1:] == [level, "level 1", "Default"]
+    # The grey of the gap.
+    assert browser.run(COLOUR_AT.replace("temperature:little", "temperature:gpu"), 300000)[3] > 20
+    assert browser.run(COLOUR_AT.replace("temperature:little", "temperature:gpu"), 3000)[3] == 0
 
 
 def test_plot_lays_logs_and_simulated_runs_over_each_other(browser, tool, tmp_path, game):

@@ -91,9 +91,8 @@ public:
     // All of them, even behind one that cannot be used: so one look shows all that is wrong.
     const auto usable = std::count_if(all.begin(), all.end(), tell);
     tellDamage();
-    return good = usable == static_cast<ptrdiff_t>(all.size());
+    return usable == static_cast<ptrdiff_t>(all.size());
   }
-  bool areRead() const { return good; }
 
   // What a limit may be of.
   std::set<std::string> names() const {
@@ -173,7 +172,6 @@ private:
 
   const Options& options;
   const BoardFolder* board;
-  bool good = false;
   std::deque<LineFile> files;
   std::vector<JoinedLog::Part> traces;
   std::vector<std::vector<JoinedLog::Part>> records;
@@ -234,6 +232,17 @@ void setLimits(const std::vector<Limit>& limits, const Sources& sources, Problem
     source.recording->setLimits(limits);
 }
 
+// Whether each has something of the stretch, and its verdict is about something.
+bool reach(const Sources& sources, const Window::Times& times) {
+  bool all = true;
+  for (const Source& source : sources.all) {
+    if (source.recording->duration() <= times.from && times.from > 0)
+      all = fail(source.name + ": ends at " + clockTime(source.recording->duration() / 1000) +
+                 ", before the stretch that is to be shown");
+  }
+  return all;
+}
+
 // Nothing, and the reasons told, if it cannot be relied on.
 std::optional<BoardFolder> readBoard(const std::string& folder) {
   std::vector<std::string> problems;
@@ -256,9 +265,6 @@ void play(const Sources& sources, const Window::Times& times, RunReport& report,
   for (const Source& source : sources.all) {
     comparison.nextAre(source.origin);
     source.recording->play(isWhole ? static_cast<TraceSink&>(report) : window);
-    if (!isWhole && window.endOfRun() < times.from)
-      std::cerr << visible(source.name) << ": ends at " << clockTime(window.endOfRun() / 1000)
-                << ", before what is to be shown begins\n";
   }
 }
 
@@ -270,9 +276,10 @@ ExitStatus runPlot(const Options& options) {
   const std::vector<Limit> limits = readLimits(options.limits, problems);
   Sources sources(options, board ? &*board : nullptr);
   const bool usable = (board || options.board.empty()) && times && problems.none();
-  if (usable && sources.read()) setLimits(limits, sources, problems);
+  const bool isRead = usable && sources.read() && reach(sources, *times);
+  if (isRead) setLimits(limits, sources, problems);
   problems.print(std::cerr, colourFor(STDERR_FILENO));
-  if (!usable || !sources.areRead() || !problems.none()) return kCouldNotRun;
+  if (!isRead || !problems.none()) return kCouldNotRun;
 
   RunReport report;
   if (!options.out.empty()) {

@@ -1,5 +1,6 @@
 #include "log/CsvRecording.h"
 
+#include <algorithm>
 #include <charconv>
 #include <map>
 #include <optional>
@@ -48,7 +49,10 @@ public:
     return true;
   }
 
-  void end() { sink.end(now, {}); }
+  int64_t end() {
+    sink.end(now, {});
+    return now;
+  }
 
 private:
   bool takeValue(const std::string& event, const csv::Fields& fields) {
@@ -151,7 +155,7 @@ void CsvRecording::go(const std::function<TraceSink&(Cast&)>& begin) {
     ++count;
     if (csv::takeFields(line, fields)) {
       if (!run || fields[csv::kRun] != name) {
-        if (run) run->end();
+        if (run) longest = std::max(longest, run->end());
         name = fields[csv::kRun];
         if (isFirst) casts.emplace_back(name, board);
         Cast& cast = casts[next++];
@@ -161,7 +165,7 @@ void CsvRecording::go(const std::function<TraceSink&(Cast&)>& begin) {
     }
     if (torn++ == 0) firstTorn = count + 1;
   }
-  if (run) run->end();
+  if (run) longest = std::max(longest, run->end());
 }
 
 std::set<std::string> CsvRecording::names() const {

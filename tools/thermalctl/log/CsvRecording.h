@@ -29,6 +29,7 @@ public:
   std::optional<std::string> problem() const override;
   std::vector<std::string> remarks() const override;
   void play(TraceSink& sink) override;
+  int64_t duration() const override { return longest; }
   std::set<std::string> names() const override;
 
 private:
@@ -40,6 +41,7 @@ private:
   const std::string prefix;
   const BoardFolder* board;
   std::deque<Cast> casts; // of each run
+  int64_t longest = 0;    // milliseconds
   size_t count = 0;       // lines, without the one that names the columns
   size_t torn = 0;        // not of the shape that this tool writes
   size_t firstTorn = 0;   // its number, from 1

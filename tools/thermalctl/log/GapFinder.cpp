@@ -39,6 +39,15 @@ std::vector<LogGap> GapFinder::take(int64_t time, int64_t uncertainty, const Log
   return gaps;
 }
 
+std::vector<LogGap> GapFinder::finish(int64_t time, int64_t uncertainty) const {
+  std::vector<LogGap> gaps;
+  for (const auto& [sensor, last] : lastSample) {
+    const int64_t period = periods.find(sensor)->second;
+    if (time - last > longest(period, uncertainty)) gaps.push_back({last + period, time, sensor});
+  }
+  return gaps;
+}
+
 void PeriodsSeen::take(int64_t time, const LogLine& sample) {
   constexpr int64_t kRounding = 10;
   constexpr size_t kMostLengths = 1024;

@@ -33,6 +33,8 @@ public:
 
   // The gaps that end with this message. `uncertainty` is how far its time may be off.
   std::vector<LogGap> take(int64_t time, int64_t uncertainty, const LogLine& line);
+  // Those in which the log ends.
+  std::vector<LogGap> finish(int64_t time, int64_t uncertainty) const;
 
 private:
   int64_t longest(int64_t period, int64_t uncertainty) const;

@@ -29,6 +29,10 @@ struct LogSpan {
 //         the one ahead of it ends, what that one has is left out.
 class JoinedLog : public LineSource {
 public:
+  // One of the files.
+  //
+  // Shape:  `name` is as the user gives it. `file` must outlive the log.
+  // Source: `span` is found by `partsOfLogs`.
   struct Part {
     std::string name;
     LineFile* file = nullptr;

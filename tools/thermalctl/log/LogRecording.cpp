@@ -80,15 +80,19 @@ template <typename Gap, typename Take> LogReader::Counts LogRecording::go(Gap ga
   LogReader reader(log, periods);
   GapFinder finder(periods);
   found.clear();
-  while (const auto line = reader.next()) {
-    if (const auto uncertainty = reader.uncertainty()) {
-      for (const LogGap& each : finder.take(reader.time(), *uncertainty, *line)) {
-        gap(each);
-        found.push_back(each);
-      }
+  const auto tell = [&](const std::vector<LogGap>& gaps) {
+    for (const LogGap& each : gaps) {
+      gap(each);
+      found.push_back(each);
     }
+  };
+  std::optional<int64_t> uncertainty;
+  while (const auto line = reader.next()) {
+    uncertainty = reader.uncertainty();
+    if (uncertainty) tell(finder.take(reader.time(), *uncertainty, *line));
     take(reader, *line);
   }
+  if (uncertainty) tell(finder.finish(reader.time(), *uncertainty));
   end = reader.time();
   return reader.counts();
 }

@@ -22,6 +22,7 @@ public:
   std::optional<std::string> problem() const override;
   std::vector<std::string> remarks() const override;
   void play(TraceSink& sink) override;
+  int64_t duration() const override { return end; }
   std::set<std::string> names() const override;
 
   const LogReader::Counts& counts() const { return seen; }

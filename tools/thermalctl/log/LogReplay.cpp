@@ -149,6 +149,8 @@ void LogReplay::wake(const LogLine& line) {
   // It has slept meanwhile, of which the log does not tell.
   endIf([&](const Awake& one) { return one.algorithm == woken && one.retired == retired; });
   wakeUp(woken, retired);
+  // Where its predecessor in a swap is the same to a reader of the files, that one's level stays.
+  if (levelShown(woken) == TraceSink::kAsleep) show(woken, 0);
 }
 
 LogReplay::Awake& LogReplay::wakeUp(size_t algorithm, bool retired) {
@@ -167,7 +169,6 @@ LogReplay::Awake& LogReplay::wakeUp(size_t algorithm, bool retired) {
   one->retired = retired;
   one->lastHeard = now;
   awake.push_back(std::move(one));
-  show(algorithm, 0);
   return *awake.back();
 }
 
@@ -287,9 +288,13 @@ bool LogReplay::isMonitor(const Awake& one) const {
   return cast.description().algorithms[one.algorithm].kind == AlgorithmTrack::Kind::kMonitor;
 }
 
-void LogReplay::show(size_t algorithm, int32_t level) {
+int32_t& LogReplay::levelShown(size_t algorithm) {
   if (algorithm >= levels.size()) levels.resize(algorithm + 1, TraceSink::kAsleep);
-  if (levels[algorithm] == level) return;
+  return levels[algorithm];
+}
+
+void LogReplay::show(size_t algorithm, int32_t level) {
+  if (levelShown(algorithm) == level) return;
   levels[algorithm] = level;
   sink.algorithm(now, algorithm, level);
 }

@@ -90,6 +90,7 @@ private:
   void end(const Awake& one);
   const std::string& scenarioOf(const Awake& one) const;
   bool isMonitor(const Awake& one) const;
+  int32_t& levelShown(size_t algorithm);
   void show(size_t algorithm, int32_t level);
   void postMonitor(Awake& one, int32_t level);
   void postStep(const Awake& one, int32_t level);

@@ -22,6 +22,9 @@
 //         false.
 class LogSurvey {
 public:
+  // What is in force in one.
+  //
+  // Shape: `configuration` is the board's; null without any.
   struct Stretch {
     const BoardFolder::ConfigurationTracks* configuration = nullptr;
     bool isTold = true;

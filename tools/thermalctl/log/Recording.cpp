@@ -1,5 +1,7 @@
 #include "log/Recording.h"
 
+#include <algorithm>
+
 namespace {
 
 bool isNode(const SensorTrack& sensor) {
@@ -9,11 +11,17 @@ bool isNode(const SensorTrack& sensor) {
 } // namespace
 
 void Recording::setLimits(TraceDescription& run) const {
-  for (SensorTrack& sensor : run.sensors) {
-    for (const Limit& limit : limits) {
-      if (limit.name == sensor.name && (!limit.ofNode || isNode(sensor)))
-        sensor.limit = limit.millidegrees;
+  const bool hasPlant = std::any_of(run.sensors.begin(), run.sensors.end(), isNode);
+  for (const Limit& limit : limits) {
+    bool isThere = limit.ofNode && !hasPlant;
+    for (SensorTrack& sensor : run.sensors) {
+      if (limit.name != sensor.name || (limit.ofNode && !isNode(sensor))) continue;
+      sensor.limit = limit.millidegrees;
+      isThere |= limit.ofNode || !isNode(sensor);
     }
+    // One that never had a sample.
+    const auto kind = limit.ofNode ? SensorTrack::Kind::kPlantNode : SensorTrack::Kind::kReal;
+    if (!isThere) run.sensors.push_back({limit.name, kind, std::nullopt, limit.millidegrees});
   }
 }
 

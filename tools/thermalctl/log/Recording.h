@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <set>
 #include <string>
@@ -23,6 +24,8 @@ public:
   virtual std::optional<std::string> problem() const = 0;
   virtual std::vector<std::string> remarks() const = 0;
   virtual void play(TraceSink& sink) = 0;
+  // Of its longest run, in milliseconds.
+  virtual int64_t duration() const = 0;
   // The names that a limit may have: of sensors, and with "node:" in front of nodes of a plant.
   virtual std::set<std::string> names() const = 0;
 

@@ -72,7 +72,6 @@ void Window::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
 }
 
 void Window::end(int64_t time, const std::vector<Performance>& performance) {
-  last = time;
   if (!isOpen) open();
   const bool isWhole = times.from == 0 && time <= times.to;
   // What a window has of the work is not known.

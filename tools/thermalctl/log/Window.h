@@ -16,6 +16,9 @@
 // Units: milliseconds since the start of the run.
 class Window : public TraceSink {
 public:
+  // The stretch that is shown, its ends included.
+  //
+  // Units: milliseconds since the start of the run.
   struct Times {
     int64_t from = 0;
     int64_t to = std::numeric_limits<int64_t>::max();
@@ -23,9 +26,6 @@ public:
 
   // The sink must outlive the window.
   Window(const Times& times_, TraceSink& sink_) : times(times_), sink(sink_) {}
-
-  // Where the last run has ended, which may be ahead of the window.
-  int64_t endOfRun() const { return last; }
 
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
@@ -50,7 +50,6 @@ private:
   const Times times;
   TraceSink& sink;
   bool isOpen = false;
-  int64_t last = 0;
   // What is in force before the window, by its index.
   std::map<size_t, int32_t> temperatures;
   std::map<size_t, Level> levels;

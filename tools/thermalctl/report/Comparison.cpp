@@ -21,7 +21,7 @@ struct Differences {
     ++count;
     sum += difference;
     squares += difference * difference;
-    if (std::abs(difference) < std::abs(largest)) return;
+    if (count > 1 && std::abs(difference) <= std::abs(largest)) return;
     largest = difference;
     largestAt = time;
   }
@@ -60,18 +60,20 @@ struct Comparison::Pair {
   }
 
   // Whether there is any shape to go by: a kelvin is more than noise.
+  static bool moves(const Sensor& sensor) {
+    constexpr int32_t kKelvin = 1000;
+    return sensor.live->range() >= kKelvin && sensor.simulated->range() >= kKelvin;
+  }
   bool moves() const {
-    return std::any_of(sensors.begin(), sensors.end(), [](const Sensor& sensor) {
-      constexpr int32_t kKelvin = 1000;
-      return sensor.live->range() >= kKelvin && sensor.simulated->range() >= kKelvin;
-    });
+    return std::any_of(sensors.begin(), sensors.end(),
+                       [](const Sensor& sensor) { return moves(sensor); });
   }
 
   // With the simulated run begun at `offset` in the live one.
   Differences differences(const Sensor& sensor, int64_t offset, int64_t step) const {
     Differences all;
     const int64_t end = std::min(live.duration, simulated.duration + offset);
-    for (int64_t time = std::max<int64_t>(0, offset); time <= end; time += step) {
+    for (int64_t time = std::max<int64_t>(0, offset); time < end; time += step) {
       const auto there = sensor.live->at(time);
       const auto here = sensor.simulated->at(time - offset);
       if (there && here) all.add(time, (*here - *there) / 1000.0);
@@ -85,6 +87,7 @@ struct Comparison::Pair {
     constexpr double kOfConstant = 0.01;
     double total = 0;
     for (const Sensor& sensor : sensors) {
+      if (!moves(sensor)) continue;
       const Differences all = differences(sensor, offset, step);
       if (all.count < 2) return HUGE_VAL;
       const double constant = all.mean() * all.mean();

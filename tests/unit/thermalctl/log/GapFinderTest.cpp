@@ -76,6 +76,14 @@ TEST_F(GapFinderTest, AllowsForTimesOfWholeSeconds) {
   EXPECT_EQ(sample(4001, "big", 1000), Lines{"2250-4001 "});
 }
 
+TEST_F(GapFinderTest, FindsTheSilenceOfASensorInWhichTheLogEnds) {
+  sample(0, "battery");
+  for (int64_t time = 0; time <= 5000; time += 250)
+    sample(time, "big");
+  EXPECT_EQ(told(finder.finish(2500, 0)), Lines());
+  EXPECT_EQ(told(finder.finish(5000, 0)), Lines{"1000-5000 battery"});
+}
+
 TEST_F(GapFinderTest, FindsNothingWithoutAnyPeriod) {
   const Periods none;
   GapFinder blind(none);

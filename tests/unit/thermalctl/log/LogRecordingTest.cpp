@@ -274,8 +274,10 @@ TEST_F(LogRecordingTest, ShowsTheNewConfigurationAndItsLevelsBehindASwapOfNamesa
 }
 
 TEST_F(LogRecordingTest, KnowsAConfigurationByWhatItDoesNotWake) {
-  write("night.conf", "SCEN Default\n[cap]\nalgo_type monitor\nsensor big\nthresholds 90000\n"
-                      "actions gpu\naction_info 2\n\n");
+  write(
+      "night.conf",
+      "SCEN Default\n[cap]\nalgo_type monitor\nsensor big\nthresholds 90000\nthresholds_clr 85000\n"
+      "actions gpu\naction_info 2\n\n");
   readBoard();
   log("Using Env Config!");
   log(BIG("Default", "56000"));

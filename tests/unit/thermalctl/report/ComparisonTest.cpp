@@ -53,7 +53,7 @@ TEST_F(ComparisonTest, FindsThatTheSimulatedRunBeganLater) {
   EXPECT_EQ(text(), "\ngame compared with phone.log\n"
                     "time offset: 37.0 s, the simulated run begins 37.0 s into phone.log\n"
                     "sensor  RMS, K  largest, K       at  mean, K  compared over\n"
-                    "skin      0.00        0.00  0:10:00     0.00        0:09:23\n");
+                    "skin      0.00        0.00  0:00:37     0.00        0:09:23\n");
 }
 
 TEST_F(ComparisonTest, FindsThatTheSimulatedRunBeganEarlier) {
