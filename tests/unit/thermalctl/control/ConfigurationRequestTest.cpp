@@ -132,6 +132,40 @@ TEST_F(ConfigurationRequestTest, TellsThatTheAnswerLiesOverAWordThatNobodyCouldR
   EXPECT_EQ(ask().outcome, Outcome::kSwallowed);
 }
 
+// A daemon in the middle of a swap, which falls back to another scenario at its end.
+class FallingBackTest : public ConfigurationRequestTest {
+protected:
+  FallingBackTest() {
+    PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "game");
+    daemon.at(700ms, [this] { daemon.isRunning = false; });
+    daemon.at(1600ms, [this] {
+      PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "Default");
+      PacedDaemon::writeInPlace(daemon.directory.requestFile, "PARSED");
+    });
+  }
+  void askElsewhereForScenario(const std::string& name, std::chrono::milliseconds when) {
+    daemon.at(when,
+              [this, name] { PacedDaemon::writeInPlace(daemon.directory.scenarioFile, name); });
+  }
+  std::string scenario() { return daemon.board.files.read("wanted.scen"); }
+};
+
+TEST_F(FallingBackTest, LeavesWhatTheDaemonFallsBackTo) {
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
+  EXPECT_EQ(scenario(), "Default");
+}
+
+TEST_F(FallingBackTest, PutsBackTheScenarioThatAnotherHasAskedForMeanwhile) {
+  askElsewhereForScenario("idle", 1200ms);
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
+  EXPECT_EQ(scenario(), "idle");
+}
+
+TEST_F(FallingBackTest, TellsThatAScenarioMayBeLostThatNobodyCouldRead) {
+  askElsewhereForScenario("idle", 1560ms);
+  EXPECT_EQ(ask().outcome, Outcome::kSwallowed);
+}
+
 TEST_F(ConfigurationRequestTest, TellsADaemonThatWasStartedAgainFromASwap) {
   daemon.at(700ms, [this] { daemon.isRunning = false; });
   daemon.at(900ms, [this] {
