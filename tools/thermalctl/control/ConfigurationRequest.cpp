@@ -18,7 +18,7 @@ public:
 
   void begin() {
     noteLook();
-    isOther = file.word() != kDefaultScenario;
+    isOther = !isDefault();
   }
   void noteWriting() { ++writes; }
   // What stands there now the daemon knows.
@@ -32,9 +32,11 @@ public:
     if (!word.empty() && word != kDefaultScenario) asked = word;
   }
 
+  bool isDefault() { return file.word() == kDefaultScenario; }
+
   // Behind a swap: whether nothing is lost.
   bool isKept() {
-    const bool isOverwritten = writes > 0 && file.word() == kDefaultScenario;
+    const bool isOverwritten = writes > 0 && isDefault();
     if (!isOverwritten) return true;
     // Where it was in force before without being declared, the daemon writes it twice.
     return asked.empty() ? writes == 1 || !isOther : !file.ask(asked);
@@ -144,7 +146,7 @@ private:
   bool isRestarted() {
     waiting.pause(kMoment);
     look();
-    return scenarioIsWritten;
+    return scenarioIsWritten && scenario.isDefault();
   }
 
   void look() {

@@ -175,6 +175,12 @@ TEST_F(ConfigurationRequestTest, TellsADaemonThatWasStartedAgainFromASwap) {
   EXPECT_EQ(ask().outcome, Outcome::kRestarted);
 }
 
+TEST_F(ConfigurationRequestTest, DoesNotTakeAnotherWritersScenarioForAStart) {
+  for (auto when = 1500ms; when <= 1650ms; when += 50ms)
+    daemon.at(when, [this] { PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "game"); });
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
+}
+
 TEST_F(ConfigurationRequestTest, DoesNotWithdrawWhatAnotherHasAskedFor) {
   daemon.isRunning = false;
   daemon.at(3950ms, [this] { askElsewhere("day.conf"); });
