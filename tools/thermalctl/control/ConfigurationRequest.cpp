@@ -81,9 +81,9 @@ public:
 private:
   Answer follow(OpenWatch& opening) {
     waiting.stage("asking for " + name);
-    within([&] { return isAnswered() || isOvertaken() || opening.isOpened(); });
+    within([&] { return isAnswered() || isOvertaken() || opening.times() > 0; });
     // In this order: the daemon opens the file before it answers.
-    if (opening.isOpened()) return awaitAnswer();
+    if (opening.times() > 0) return awaitAnswer(opening);
     if (!others.empty()) return giveWay();
     if (!isAnswered()) return withdraw();
     if (isRestarted()) return {Outcome::kRestarted};
@@ -91,14 +91,17 @@ private:
   }
 
   // The daemon's answer goes over whatever others have asked for meanwhile.
-  Answer awaitAnswer() {
+  Answer awaitAnswer(OpenWatch& opening) {
     waiting.stage("waiting for " + name + " to be in force");
     if (!within([this] { return isAnswered() || othersIsRead(); })) return {Outcome::kNotFinished};
     if (!isAnswered()) return {Outcome::kOvertaken, others};
     if (isRestarted()) return {Outcome::kRestarted};
+    // To see whether it can, and to read it. Once, it was someone else.
+    const bool isRead = opening.times() > 1;
     const bool isKept = scenario.isKept();
     if (!others.empty()) return giveWay();
-    return writes > 1 || !isKept ? Answer{Outcome::kSwallowed} : Answer{Outcome::kInForce};
+    if (writes > 1 || !isKept) return {Outcome::kSwallowed};
+    return {isRead ? Outcome::kInForce : Outcome::kRefused};
   }
 
   // Has the other's word stand in the file, where the daemon will find it.

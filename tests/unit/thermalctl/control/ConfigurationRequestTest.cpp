@@ -46,6 +46,12 @@ TEST_F(ConfigurationRequestTest, TellsARejection) {
   EXPECT_EQ(word(), "PARSED");
 }
 
+TEST_F(ConfigurationRequestTest, TellsARejectionThoughSomeoneElseHasLookedIntoTheFile) {
+  daemon.board.main().confDir = daemon.board.files.node("elsewhere/");
+  daemon.at(100ms, [this] { daemon.board.files.read("config/night.conf"); });
+  EXPECT_EQ(ask().outcome, Outcome::kRefused);
+}
+
 TEST_F(ConfigurationRequestTest, TellsARejectionThatIsLate) {
   daemon.period = 4s;
   daemon.pause(600ms);
@@ -139,6 +145,7 @@ protected:
     PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "game");
     daemon.at(700ms, [this] { daemon.isRunning = false; });
     daemon.at(1600ms, [this] {
+      daemon.board.files.read("config/night.conf");
       PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "Default");
       PacedDaemon::writeInPlace(daemon.directory.requestFile, "PARSED");
     });
