@@ -187,7 +187,7 @@ def test_another_writer_who_asks_for_another_scenario_is_told(running, thermalct
 
 def test_no_word_of_another_writer_is_lost_and_no_success_is_false(build_dir):
     """At random moments; the program of that name takes as many as one likes."""
-    endings = rivals.run_all(rivals.trials(6, seed=1), build_dir, side_by_side=12)
+    endings = rivals.run_all(rivals.trials(5, seed=1), build_dir, side_by_side=12)
     assert [end for end in endings if end.is_lost or end.is_false] == []
     assert {end.said.partition(" ")[0] for end in endings} > {"thermalctl:"}
 
@@ -210,6 +210,17 @@ def readers():
     for process in processes:
         process.kill()
         process.wait()
+
+
+def test_one_who_polls_the_files_keeps_nobody_from_being_told(running, thermalctl, readers):
+    readers(f"cat {SCENARIO_FILE}; sleep 0.05", running.box.data_dir)
+    where = ("--dir", running.box.data_dir, *PATIENT)
+    assert thermalctl("scenario", "game", *where).status == 0
+    asking = thermalctl.start("scenario", "Default", *where)
+    running.wait(lambda: running.scenario_file() == "Default", "the request")
+    rivals.write_in_place(running.box.data_dir / SCENARIO_FILE, "game")
+    assert asking.communicate()[1] == "thermalctl: another writer has asked for game meanwhile\n"
+    assert thermalctl("scenario", "arcade", *where).status == 1
 
 
 @pytest.mark.parametrize("script", [

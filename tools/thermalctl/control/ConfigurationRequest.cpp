@@ -10,12 +10,53 @@ namespace {
 // A daemon that starts writes both of its files in a moment.
 constexpr std::chrono::milliseconds kMoment = kControlPeriod / 20;
 
+// Sees to it that a scenario that another writer asks for is not lost under the one to which a swap
+// falls back.
+class OthersScenario {
+public:
+  explicit OthersScenario(const std::string& path) : file(path) {}
+
+  void begin() {
+    noteLook();
+    isOther = !isDefault();
+  }
+  void noteWriting() { ++writes; }
+  // What stands there now the daemon knows.
+  void noteLook() {
+    writes = 0;
+    asked.clear();
+  }
+  void look() {
+    if (writes == 0) return;
+    const std::string word = file.word().value_or("");
+    if (!word.empty() && word != kDefaultScenario) asked = word;
+  }
+
+  bool isDefault() { return file.word() == kDefaultScenario; }
+
+  // Behind a swap: whether nothing is lost.
+  bool isKept() {
+    const bool isOverwritten = writes > 0 && isDefault();
+    if (!isOverwritten) return true;
+    // Where it was in force before without being declared, the daemon writes it twice.
+    return asked.empty() ? writes == 1 || !isOther : !file.ask(asked);
+  }
+
+private:
+  ControlFile file;
+  // Whether another scenario was asked for when the request was made.
+  bool isOther = false;
+  // Since the daemon has looked at it.
+  int writes = 0;
+  std::string asked;
+};
+
 class ConfigurationRequest {
 public:
   ConfigurationRequest(const ControlDirectory& directory_, const std::string& name_,
                        std::chrono::milliseconds timeout_, Waiting& waiting_)
-      : directory(directory_), request(directory.requestFile), name(name_),
-        copy(directory.configurations + name), timeout(timeout_), waiting(waiting_),
+      : directory(directory_), request(directory.requestFile), scenario(directory.scenarioFile),
+        name(name_), copy(directory.configurations + name), timeout(timeout_), waiting(waiting_),
         watch(directory.path), looks(directory) {}
 
   Answer run(const std::string& content) {
@@ -32,6 +73,7 @@ public:
     // Again, since the copying may have taken its time.
     if (!within([this] { return nothingIsPending(); })) return {Outcome::kPending, word};
     others.clear();
+    scenario.begin();
     if (const auto error = ask(name)) return {Outcome::kNotWritten, request.path, error};
     return follow(opening);
   }
@@ -39,9 +81,9 @@ public:
 private:
   Answer follow(OpenWatch& opening) {
     waiting.stage("asking for " + name);
-    within([&] { return isAnswered() || isOvertaken() || opening.isOpened(); });
+    within([&] { return isAnswered() || isOvertaken() || opening.times() > 0; });
     // In this order: the daemon opens the file before it answers.
-    if (opening.isOpened()) return awaitAnswer();
+    if (opening.times() > 0) return awaitAnswer(opening);
     if (!others.empty()) return giveWay();
     if (!isAnswered()) return withdraw();
     if (isRestarted()) return {Outcome::kRestarted};
@@ -49,13 +91,17 @@ private:
   }
 
   // The daemon's answer goes over whatever others have asked for meanwhile.
-  Answer awaitAnswer() {
+  Answer awaitAnswer(OpenWatch& opening) {
     waiting.stage("waiting for " + name + " to be in force");
     if (!within([this] { return isAnswered() || othersIsRead(); })) return {Outcome::kNotFinished};
     if (!isAnswered()) return {Outcome::kOvertaken, others};
     if (isRestarted()) return {Outcome::kRestarted};
+    // To see whether it can, and to read it. Once, it was someone else.
+    const bool isRead = opening.times() > 1;
+    const bool isKept = scenario.isKept();
     if (!others.empty()) return giveWay();
-    return writes > 1 ? Answer{Outcome::kSwallowed} : Answer{Outcome::kInForce};
+    if (writes > 1 || !isKept) return {Outcome::kSwallowed};
+    return {isRead ? Outcome::kInForce : Outcome::kRefused};
   }
 
   // Has the other's word stand in the file, where the daemon will find it.
@@ -103,12 +149,13 @@ private:
   bool isRestarted() {
     waiting.pause(kMoment);
     look();
-    return scenarioIsWritten;
+    return scenarioIsWritten && scenario.isDefault();
   }
 
   void look() {
     for (const FileEvent& event : watch.take())
       note(event);
+    scenario.look();
     word = request.word().value_or(kNoFile);
     const bool isOthers = !word.empty() && word != name && word != kParsed && word != kNoFile;
     if (isOthers) others = word;
@@ -116,9 +163,14 @@ private:
   }
 
   void note(const FileEvent& event) {
-    if (looks.after(event, waiting.now()) == DaemonLooks::kRead) isUnread = false;
+    const auto cycle = looks.after(event, waiting.now());
+    if (cycle == DaemonLooks::kRead) isUnread = false;
+    if (cycle == DaemonLooks::kRead || cycle == DaemonLooks::kAnswer) scenario.noteLook();
     if (event.kind == FileEvent::kRead) return;
-    if (event.concerns(directory.scenarioFile)) scenarioIsWritten = true;
+    if (event.concerns(directory.scenarioFile)) {
+      scenarioIsWritten = true;
+      scenario.noteWriting();
+    }
     if (!event.concerns(request.path)) return;
     ++writes;
     isUnread = true;
@@ -131,6 +183,7 @@ private:
 
   const ControlDirectory& directory;
   ControlFile request;
+  OthersScenario scenario;
   const std::string& name;
   const std::string copy;
   const std::chrono::milliseconds timeout;

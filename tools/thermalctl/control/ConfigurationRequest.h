@@ -12,8 +12,9 @@
 // under way, the take-over, the answer.
 //
 // The request file alone does not tell a rejection from a swap, the answer to both is the same. But
-// the daemon takes over what it could open, so the file is watched for that. At the end of a swap
-// it writes its answer over what another writer may have put there meanwhile: that is put back.
+// the daemon opens what it takes over, and once more to read it, so the file is watched for that.
+// At the end of a swap it writes its answer over what another writer may have put there meanwhile:
+// that is put back.
 //
 // Errors:  told by the outcome. The file stays beside the others even if the daemon rejects it; a
 //          request that nobody looked at is taken back.

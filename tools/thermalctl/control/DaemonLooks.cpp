@@ -23,7 +23,7 @@ std::optional<DaemonLooks::Cycle> DaemonLooks::after(const FileEvent& event, Wai
 }
 
 bool DaemonLooks::mayBeAnswering(Waiting::Time now) const {
-  return isRead && writes > 0 && now - readAt <= kWithAnswer;
+  return isRead && now - readAt <= kWithAnswer;
 }
 
 void DaemonLooks::noteScenario(FileEvent::Kind kind, Waiting::Time now) {
@@ -38,7 +38,7 @@ void DaemonLooks::noteScenario(FileEvent::Kind kind, Waiting::Time now) {
 
 std::optional<DaemonLooks::Cycle> DaemonLooks::ending(FileEvent::Kind kind, Waiting::Time now) {
   // A swap ends with a word in the request file.
-  if (mayBeAnswering(now)) return writes == 1 ? kAnswer : kLateAnswer;
+  if (writes > 0 && mayBeAnswering(now)) return writes == 1 ? kAnswer : kLateAnswer;
   if (kind != FileEvent::kRead) return std::nullopt;
   if (!isRead || now - readAt > kHeldUp) return kSwitch;
   return now - readAt <= kAtOnce ? kRead : kReadOrSwitch;

@@ -30,8 +30,8 @@ public:
   // What comes to its end with this event.
   std::optional<Cycle> after(const FileEvent& event, Waiting::Time now);
 
-  // Whether the scenario file has been read and written over by one and the same, who may go on to
-  // the request file in a moment.
+  // Whether the scenario file was read just now by someone who has not gone on to the request file:
+  // another word in it may be the daemon's.
   bool mayBeAnswering(Waiting::Time now) const;
 
 private:

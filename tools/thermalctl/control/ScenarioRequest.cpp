@@ -70,9 +70,22 @@ private:
       if (cycle == DaemonLooks::kAnswer) return answer();
       if (cycle) advance(*cycle);
     }
-    if (const auto overtaken = wordOfAnother()) return overtaken;
-    if (stage == kSeenAgain) return Answer{Outcome::kInForce, name};
+    const auto word = file.word();
+    if (word && !word->empty() && word != kNoFile && word != name) return answerOrOvertaken(*word);
+    if (const auto displaced = file.displacedWord(); displaced && displaced != name)
+      return putBack(*displaced);
+    if (stage == kSeenAgain && word == name) return Answer{Outcome::kInForce, name};
     return std::nullopt;
+  }
+
+  std::optional<Answer> answerOrOvertaken(const std::string& word) {
+    if (looks.mayBeAnswering(waiting.now())) return std::nullopt;
+    return Answer{Outcome::kOvertaken, word};
+  }
+
+  Answer putBack(const std::string& word) {
+    if (const auto error = ask(word)) return {Outcome::kNotWritten, file.path, error};
+    return {Outcome::kOvertaken, word};
   }
 
   // The daemon has written the scenario in force over the name, or the name itself: it need not be
@@ -94,20 +107,6 @@ private:
     } else if (stage == kSwitched && mayHaveRead && waiting.now() >= nextLook) {
       stage = kSeenAgain;
     }
-  }
-
-  // What stands in the file instead of the name, or should.
-  std::optional<Answer> wordOfAnother() {
-    const auto word = file.word();
-    if (word && !word->empty() && word != kNoFile && word != name) {
-      if (looks.mayBeAnswering(waiting.now())) return std::nullopt;
-      return Answer{Outcome::kOvertaken, *word};
-    }
-    const auto displaced = file.displacedWord();
-    if (!displaced || displaced == name) return std::nullopt;
-    const auto error = ask(*displaced);
-    if (error) return Answer{Outcome::kNotWritten, file.path, error};
-    return Answer{Outcome::kOvertaken, *displaced};
   }
 
   const ControlDirectory& directory;

@@ -21,8 +21,9 @@ FileEvent::Kind kindOf(uint32_t mask) {
 
 DirectoryWatch::DirectoryWatch(const std::string& path)
     : events(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-  // A file that has lost its name to another keeps it for its events, unless told not to.
-  constexpr uint32_t kHow = IN_ONLYDIR | IN_EXCL_UNLINK;
+  // Two that are alike and follow one another come as one: the openings keep them apart. And a file
+  // that has lost its name to another keeps it for its events, unless told not to.
+  constexpr uint32_t kHow = IN_OPEN | IN_ONLYDIR | IN_EXCL_UNLINK;
   if (!events || ::inotify_add_watch(events.get(), path.c_str(), kAll | kHow) < 0)
     failure = {errno, std::generic_category()};
 }

@@ -5,18 +5,26 @@
 #include <array>
 #include <cerrno>
 
+namespace {
+
+// Openings that follow one another come as one: what closes the file keeps them apart.
+constexpr uint32_t kKinds = IN_OPEN | IN_CLOSE;
+
+} // namespace
+
 OpenWatch::OpenWatch(const std::string& path) : events(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-  if (!events || ::inotify_add_watch(events.get(), path.c_str(), IN_OPEN) < 0)
+  if (!events || ::inotify_add_watch(events.get(), path.c_str(), kKinds) < 0)
     failure = {errno, std::generic_category()};
 }
 
-bool OpenWatch::isOpened() {
+int OpenWatch::times() {
   alignas(inotify_event) std::array<char, 4096> buffer;
-  // A single kind of event is asked for, so that there is nothing to tell apart in it. Should the
-  // file go away, one of another kind comes.
-  while (!opened) {
-    if (::read(events.get(), buffer.data(), buffer.size()) <= 0) break;
-    opened = (reinterpret_cast<const inotify_event*>(buffer.data())->mask & IN_OPEN) != 0;
+  ssize_t got = 0;
+  while ((got = ::read(events.get(), buffer.data(), buffer.size())) > 0) {
+    // Of a file itself, events have no name, and all of them one size.
+    for (size_t at = 0; at < static_cast<size_t>(got); at += sizeof(inotify_event))
+      if ((reinterpret_cast<const inotify_event*>(buffer.data() + at)->mask & IN_OPEN) != 0)
+        ++opened;
   }
   return opened;
 }

@@ -5,13 +5,12 @@
 
 #include "file/FileHandle.h"
 
-// Notices when a file is opened, by whomever, this process included.
+// Counts how often a file is opened, by whomever, this process included.
 //
 // Shape:   it is the file that is watched and not its name: one put in its place later goes
 //          unnoticed.
-// Errors:  a path that cannot be watched leaves the reason in `error`, and `isOpened` false for
-//          ever.
-// Threads: one; `isOpened` never blocks.
+// Errors:  a path that cannot be watched leaves the reason in `error`, and `times` 0 for ever.
+// Threads: one; `times` never blocks.
 class OpenWatch {
 public:
   explicit OpenWatch(const std::string& path);
@@ -19,11 +18,11 @@ public:
   // Why it notices nothing.
   std::error_code error() const { return failure; }
 
-  // Whether the file has been opened since the watch began.
-  bool isOpened();
+  // How often the file has been opened since the watch began.
+  int times();
 
 private:
   FileHandle events;
   std::error_code failure;
-  bool opened = false;
+  int opened = 0;
 };

@@ -46,6 +46,12 @@ TEST_F(ConfigurationRequestTest, TellsARejection) {
   EXPECT_EQ(word(), "PARSED");
 }
 
+TEST_F(ConfigurationRequestTest, TellsARejectionThoughSomeoneElseHasLookedIntoTheFile) {
+  daemon.board.main().confDir = daemon.board.files.node("elsewhere/");
+  daemon.at(100ms, [this] { daemon.board.files.read("config/night.conf"); });
+  EXPECT_EQ(ask().outcome, Outcome::kRefused);
+}
+
 TEST_F(ConfigurationRequestTest, TellsARejectionThatIsLate) {
   daemon.period = 4s;
   daemon.pause(600ms);
@@ -132,6 +138,41 @@ TEST_F(ConfigurationRequestTest, TellsThatTheAnswerLiesOverAWordThatNobodyCouldR
   EXPECT_EQ(ask().outcome, Outcome::kSwallowed);
 }
 
+// A daemon in the middle of a swap, which falls back to another scenario at its end.
+class FallingBackTest : public ConfigurationRequestTest {
+protected:
+  FallingBackTest() {
+    PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "game");
+    daemon.at(700ms, [this] { daemon.isRunning = false; });
+    daemon.at(1600ms, [this] {
+      daemon.board.files.read("config/night.conf");
+      PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "Default");
+      PacedDaemon::writeInPlace(daemon.directory.requestFile, "PARSED");
+    });
+  }
+  void askElsewhereForScenario(const std::string& name, std::chrono::milliseconds when) {
+    daemon.at(when,
+              [this, name] { PacedDaemon::writeInPlace(daemon.directory.scenarioFile, name); });
+  }
+  std::string scenario() { return daemon.board.files.read("wanted.scen"); }
+};
+
+TEST_F(FallingBackTest, LeavesWhatTheDaemonFallsBackTo) {
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
+  EXPECT_EQ(scenario(), "Default");
+}
+
+TEST_F(FallingBackTest, PutsBackTheScenarioThatAnotherHasAskedForMeanwhile) {
+  askElsewhereForScenario("idle", 1200ms);
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
+  EXPECT_EQ(scenario(), "idle");
+}
+
+TEST_F(FallingBackTest, TellsThatAScenarioMayBeLostThatNobodyCouldRead) {
+  askElsewhereForScenario("idle", 1560ms);
+  EXPECT_EQ(ask().outcome, Outcome::kSwallowed);
+}
+
 TEST_F(ConfigurationRequestTest, TellsADaemonThatWasStartedAgainFromASwap) {
   daemon.at(700ms, [this] { daemon.isRunning = false; });
   daemon.at(900ms, [this] {
@@ -139,6 +180,12 @@ TEST_F(ConfigurationRequestTest, TellsADaemonThatWasStartedAgainFromASwap) {
     PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "Default");
   });
   EXPECT_EQ(ask().outcome, Outcome::kRestarted);
+}
+
+TEST_F(ConfigurationRequestTest, DoesNotTakeAnotherWritersScenarioForAStart) {
+  for (auto when = 1500ms; when <= 1650ms; when += 50ms)
+    daemon.at(when, [this] { PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "game"); });
+  EXPECT_EQ(ask().outcome, Outcome::kInForce);
 }
 
 TEST_F(ConfigurationRequestTest, DoesNotWithdrawWhatAnotherHasAskedFor) {

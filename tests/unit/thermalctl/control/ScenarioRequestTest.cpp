@@ -149,6 +149,17 @@ TEST_F(ScenarioRequestTest, PutsBackTheWordOfOneWhoHadTheFileOpenStill) {
   EXPECT_EQ(word(), "Default");
 }
 
+TEST_F(ScenarioRequestTest, TellsThatTheAnswerLiesOverAnotherWritersWord) {
+  daemon.isRunning = false;
+  daemon.at(500ms, [this] {
+    ControlFile(daemon.directory.scenarioFile).word();
+    PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "night");
+    PacedDaemon::writeInPlace(daemon.directory.scenarioFile, "Default");
+    ControlFile(daemon.directory.requestFile).word();
+  });
+  EXPECT_EQ(ask("arcade").outcome, Outcome::kSwallowed);
+}
+
 TEST_F(ScenarioRequestTest, IsNotFooledByOthersWhoReadTheFiles) {
   // In the daemon's order and more often than it does.
   for (auto when = 0ms; when < 8s; when += 300ms)

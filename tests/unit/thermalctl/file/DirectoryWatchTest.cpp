@@ -1,5 +1,6 @@
 #include "file/DirectoryWatch.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -33,6 +34,13 @@ TEST_F(DirectoryWatchTest, TellsReadersFromWriters) {
   directory.write("word", "game");
   EXPECT_EQ(doneTo("word"), Kinds{FileEvent::kWritten});
   EXPECT_EQ(doneTo("word"), Kinds{});
+}
+
+TEST_F(DirectoryWatchTest, CountsWhatIsDoneTwice) {
+  directory.write("word", "Default");
+  directory.write("word", "game");
+  const Kinds kinds = doneTo("word");
+  EXPECT_EQ(std::count(kinds.begin(), kinds.end(), FileEvent::kWritten), 2);
 }
 
 TEST_F(DirectoryWatchTest, NoticesAFileThatIsPutInThePlaceOfAnother) {

@@ -10,17 +10,27 @@ TEST(OpenWatchTest, NoticesThatAFileIsOpened) {
   const SysfsDir directory;
   OpenWatch watch(directory.write("file", "text"));
   EXPECT_FALSE(watch.error());
-  EXPECT_FALSE(watch.isOpened());
+  EXPECT_EQ(watch.times(), 0);
   directory.read("file");
-  EXPECT_TRUE(watch.isOpened());
-  EXPECT_TRUE(watch.isOpened());
+  EXPECT_EQ(watch.times(), 1);
+  EXPECT_EQ(watch.times(), 1);
+}
+
+TEST(OpenWatchTest, CountsHowOften) {
+  const SysfsDir directory;
+  OpenWatch watch(directory.write("file", "text"));
+  for (int i = 0; i < 100; ++i)
+    directory.read("file");
+  EXPECT_EQ(watch.times(), 100);
+  directory.read("file");
+  EXPECT_EQ(watch.times(), 101);
 }
 
 TEST(OpenWatchTest, NoticesAnEmptyFileToo) {
   const SysfsDir directory;
   OpenWatch watch(directory.write("file", ""));
   directory.read("file");
-  EXPECT_TRUE(watch.isOpened());
+  EXPECT_EQ(watch.times(), 1);
 }
 
 TEST(OpenWatchTest, DoesNotCareForAnotherFileThatTakesItsPlace) {
@@ -28,7 +38,7 @@ TEST(OpenWatchTest, DoesNotCareForAnotherFileThatTakesItsPlace) {
   OpenWatch watch(directory.write("file", "text"));
   std::filesystem::rename(directory.write("new", ""), directory.node("file"));
   directory.read("file");
-  EXPECT_FALSE(watch.isOpened());
+  EXPECT_EQ(watch.times(), 0);
 }
 
 TEST(OpenWatchTest, SaysWhyItCannotWatch) {
