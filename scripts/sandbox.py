@@ -138,11 +138,16 @@ class Sandbox:
 
     def run(self, command):
         """Runs a command in the running daemon's network; returns its output."""
-        enter = ["nsenter", "--target", str(self.process.pid), "--net"]
+        return subprocess.run(self.entering("--net") + list(command), check=True,
+                              stdout=subprocess.PIPE, text=True).stdout
+
+    def entering(self, *options):
+        """What stands before a command that is to run in namespaces of the running daemon; the options are
+        nsenter's."""
+        enter = ["nsenter", "--target", str(self.process.pid), *options]
         if self._has_own_user_namespace():
             enter += ["--user", "--preserve-credentials"]
-        return subprocess.run(enter + list(command), check=True, stdout=subprocess.PIPE,
-                              text=True).stdout
+        return enter
 
     def running(self):
         return self.process is not None and self.process.poll() is None

@@ -138,7 +138,7 @@ TEST_F(ReportDeviceTest, FollowsTheTimeZoneWhenItChanges) {
   report.statusApply();
   timeZone.set("<EAST>-9:00");
   report.deviceControl("A", 0);
-  constexpr time_t kAhead = 9 * 3600;
+  constexpr time_t kAhead = time_t{9} * 3600;
   const std::string before = stampNow(kAhead);
   report.statusApply();
   const std::string after = stampNow(kAhead);

@@ -249,4 +249,18 @@ TEST_F(ConfigurationTest, ReadsOnBehindThePlaceWhereTheDaemonEnds) {
                                          Error::kNoType, Error::kMissingProperty}));
 }
 
+TEST_F(ConfigurationTest, AWholeItemIsMeantAsItStandsAndAMergedOneInItsParts) {
+  const Configuration whole = read("SCEN Default\n" + kSS);
+  ASSERT_EQ(whole.items.size(), 1u);
+  EXPECT_EQ(whole.meant, std::vector<const Item*>{&whole.items[0]});
+  EXPECT_TRUE(whole.parts.empty());
+
+  const Configuration merged = read("SCEN Default\n" + kSS + "[t" + kSS.substr(2));
+  ASSERT_EQ(merged.items.size(), 1u);
+  ASSERT_EQ(merged.parts.size(), 2u);
+  EXPECT_EQ(merged.meant, (std::vector<const Item*>{&merged.parts[0], &merged.parts[1]}));
+  EXPECT_EQ(merged.parts[0].name, "s");
+  EXPECT_EQ(merged.parts[1].name, "t");
+}
+
 } // namespace

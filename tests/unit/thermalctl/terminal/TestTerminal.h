@@ -38,6 +38,11 @@ public:
     return text;
   }
 
+  // Presses keys.
+  void type(const std::string& keys) const {
+    static_cast<void>(!::write(user, keys.data(), keys.size()));
+  }
+
 private:
   int user;
   int shown = -1;
