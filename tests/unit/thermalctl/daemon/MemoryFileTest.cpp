@@ -51,14 +51,6 @@ TEST(MemoryFileTest, ReplacingLeavesNothingOfALongerText) {
   EXPECT_EQ(contentOf(file.path()), "short");
 }
 
-TEST(MemoryFileTest, OverwritingLeavesWhatLiesBehind) {
-  MemoryFile file("a longer text");
-  file.overwrite("A LONG");
-  EXPECT_EQ(contentOf(file.path()), "A LONGer text");
-  file.overwrite("a longer text and more");
-  EXPECT_EQ(contentOf(file.path()), "a longer text and more");
-}
-
 TEST(MemoryFileTest, EachReaderHasAPositionOfItsOwn) {
   MemoryFile file("one two");
   std::ifstream first(file.path());
@@ -89,13 +81,6 @@ TEST(MemoryFileTest, TellsWhenTheProcessHasTooManyFilesOpen) {
     EXPECT_EQ(error.code(), std::errc::too_many_files_open);
     EXPECT_NE(std::string(error.what()).find("a file in memory"), std::string::npos);
   }
-}
-
-TEST(MemoryFileTest, TheLimitOfOpenFilesGoesUpToWhatTheSystemAllows) {
-  const FileLimit few(32);
-  ASSERT_EQ(FileLimit::inForce(), 32u);
-  raiseFileLimit();
-  EXPECT_EQ(FileLimit::inForce(), few.most());
 }
 
 } // namespace
