@@ -71,7 +71,7 @@ def courses(out):
     found = defaultdict(list)
     with open(out / "trace.csv", newline="") as trace:
         for row in csv.DictReader(trace):
-            kind = {"plant": "temperature"}.get(row["event"], row["event"])
+            kind = row["event"]
             scenario = row["detail"] if kind == "algorithm" else ""
             value = -1 if row["value"] == "" else int(row["value"])
             found[row["run"], kind, row["name"], scenario].append([int(row["time_ms"]), value])
@@ -83,7 +83,7 @@ PAGE_COURSES = """
     const add = (run, kind, track, scenario) => found.push([[run.name, kind, track.name, scenario],
         track.course.times.map((time, i) => [time, track.course.values[i]])]);
     for (const run of runs) {
-      for (const sensor of run.sensors) add(run, 'temperature', sensor, '');
+      for (const sensor of run.sensors) add(run, sensor.kind === 'plant' ? 'plant' : 'temperature', sensor, '');
       for (const device of run.devices) add(run, 'level', device, '');
       for (const algorithm of run.algorithms) add(run, 'algorithm', algorithm, algorithm.scenario);
     }
@@ -158,7 +158,7 @@ def test_the_page_opens_alone_and_without_an_error(page, game):
 
 def test_the_series_hold_the_values_of_the_csv(page, game):
     written = {key: points for key, points in courses(game).items()
-               if key[1] in ("temperature", "level", "algorithm")}
+               if key[1] in ("temperature", "plant", "level", "algorithm")}
     assert len(written) > 30
     assert page_courses(page) == written
 
