@@ -207,12 +207,12 @@ def test_a_configuration_that_is_in_its_place_already_is_taken_from_there(runnin
     assert (running.box.config_dir / "night.conf").read_text() == NIGHT
 
 
-def test_a_configuration_with_errors_is_not_asked_for(running, reload, profile):
+def test_a_configuration_that_ends_the_daemon_is_not_asked_for(running, reload, profile):
     result = reload(profile(ENDS_THE_DAEMON))
     assert result.status == 1
     assert errors_in(result) != []
-    assert result.err == ("thermalctl: night.conf has errors, so it was not asked for (--force asks"
-                          " for it all the same)\n")
+    assert result.err == ("thermalctl: night.conf ends the daemon, so it was not asked for (--force"
+                          " asks for it all the same)\n")
     running.wait_polls(2)
     assert running.logs("[TalmorThermal] Start to apply new CONF") == []
     assert "night.conf" not in files_in(running.box.config_dir)

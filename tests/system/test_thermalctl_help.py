@@ -150,7 +150,8 @@ def test_bash_completes_every_option_of_a_command(thermalctl, complete_in_bash, 
 def test_bash_completes_the_rules(thermalctl, complete_in_bash):
     rules = thermalctl("check", "--list-rules").out.split()
     assert rules
-    assert sorted(complete_in_bash("check", "--disable", "")) == sorted(rules)
+    for option in ("--disable", "--error", "--warn"):
+        assert sorted(complete_in_bash("check", option, "")) == sorted(rules)
     assert sorted(complete_in_bash("check", "--explain", "")) == sorted([*rules, "all"])
 
 
@@ -204,8 +205,11 @@ def test_zsh_completes_every_option_of_a_command(thermalctl, offered_to_zsh, com
 
 @pytest.mark.parametrize("command, spec", [
     ("check", "*--conf[A configuration for it; any number]:FILE:_files"),
-    ("check", "--format[Of the results: text, json or sarif; for --explain all also markdown]"
-              ":TEXT:(text json sarif markdown)"),
+    ("check", "--format[Of the results: text, json, sarif or github; of an explanation: text or "
+              "json, of all of them also markdown]:TEXT:(text json sarif github markdown)"),
+    ("check", "*--error[Have a rule find errors; any number]:RULE:{_thermalctl_rules}"),
+    ("check", "*--warn[Have a rule find warnings, but for what ends the daemon; any number]"
+              ":RULE:{_thermalctl_rules}"),
     ("check", "--nodes[Also look for every node, below ROOT (by itself: below /)]::ROOT:_files -/"),
     ("check", "*--disable[Leave a rule out; any number]:RULE:{_thermalctl_rules}"),
     ("check", "--explain[Print what a rule, or each of them (all), is about]"

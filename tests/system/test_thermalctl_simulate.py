@@ -348,8 +348,22 @@ def test_another_seed_gives_other_noise(simulate, tmp_path):
 
 @pytest.mark.parametrize("workload", WORKLOADS)
 def test_the_last_threshold_holds_the_skin_in_every_ready_workload(simulate, workload):
-    simulate("--board", BOARD, "--workload", workload, "--limit", "skin=44.5C",
-             "--limit", "case=44500mC")
+    done = simulate("--board", BOARD, "--workload", workload, "--conf",
+                    BOARD / "talmor-thermal.conf", "--conf", BOARD / NIGHT, "--limit",
+                    "skin=44.5C", "--limit", "node:case=44500mC", "--limit", "battery=45C")
+    assert len(re.findall(r"limit \S+ +kept +kept$", done.out, re.M)) == 4
+
+
+def test_a_film_keeps_its_frames_as_long_as_the_boards_page_says(simulate, tmp_path):
+    simulate("--board", BOARD, "--workload", "camera", "--conf", BOARD / "talmor-thermal.conf",
+             "--out", tmp_path / "day")
+    simulate("--board", BOARD, "--workload", "camera", "--conf", BOARD / NIGHT,
+             "--out", tmp_path / "night")
+    film = 60  # seconds, from which on it runs
+    drops = {name: next(at for at, device, level in events(tmp_path / name, "level")
+                        if device == "camera" and level == "1") for name in ("day", "night")}
+    assert 15 * 60 <= drops["day"] - film < 16 * 60
+    assert 9 * 60 <= drops["night"] - film < 10 * 60
 
 
 def test_a_limit_that_is_passed_makes_the_status_1(simulate):
@@ -375,8 +389,7 @@ def test_everything_that_is_wrong_with_the_files_is_told_at_once(simulate, tmp_p
     assert done.err.replace(f"{tmp_path}/", "") == """\
 plant.toml: error: the board's sensors 'battery', 'big', 'gpu' and 'little' have no node to read: \
 give each a section [sensor.NAME] with its 'node'
-plant.toml:1:1: error: node 'die' cannot cool: no [[resistance]] leads from it to the ambient, not \
-even by way of other nodes
+plant.toml:1:1: error: 'resistance' is missing: a node and "ambient", or two nodes: no node can cool
     1 | [node.die]
       | ^~~~~~~~~~
 plant.toml:2:21: error: 'joules_per_kelvin' must be a number from 1e-06 to 1000000000 J/K

@@ -2,6 +2,7 @@
 that check rejects is simulated."""
 
 import csv
+import os
 import re
 import shutil
 from pathlib import Path
@@ -124,6 +125,13 @@ def test_correct_files_are_run_without_a_word(simulate):
     assert simulate("--board", PHONE, "--workload", "game", "--duration", "1m").err == ""
 
 
+def test_a_configuration_from_a_pipe_is_refused(simulate, tmp_path):
+    os.mkfifo(tmp_path / "pipe")
+    done = simulate("--board", PHONE, "--workload", "game", "--conf", tmp_path / "pipe", status=2)
+    assert done.err == (f"{tmp_path}/pipe: error: is no regular file\n"
+                        "      hint: write the text to one: it is read more than once\n")
+
+
 # Limits.
 
 def test_a_stuck_sensor_does_not_keep_the_limit_of_its_node(simulate, tmp_path):
@@ -209,3 +217,58 @@ def test_a_board_that_is_none_is_told_once(simulate, tmp_path):
     (tmp_path / "file").write_text("")
     done = simulate("--board", tmp_path / "file", "--workload", "game", status=2)
     assert done.err == f"--board {tmp_path}/file: error: is no folder\n"
+
+
+# Files of the wrong kind, told once.
+
+KINDS = {
+    "configuration-as-plant": ("--plant", lambda board: (board / CONFIGURATION).read_bytes(),
+                               "this is a configuration; did you swap --conf and --plant?"),
+    "environment-as-workload": ("--workload",
+                                lambda board: (board / "talmor-thermal.env").read_bytes(),
+                                "this is an environment file; did you swap --env and --workload?"),
+    "plant-as-environment": ("--env", lambda board: (board / "plant.toml").read_bytes(),
+                             "this is a plant; did you swap --plant and --env?"),
+    "workload-as-configuration": ("--conf",
+                                  lambda board: (board / "workloads" / "game.csv").read_bytes(),
+                                  "this is a workload; did you swap --workload and --conf?"),
+    "plant-as-workload": ("--workload", lambda board: (board / "plant.toml").read_bytes(),
+                          "this is a plant; did you swap --plant and --workload?"),
+    "semicolons": ("--workload", lambda board: (board / "workloads" / "game.csv").read_bytes()
+                   .replace(b",", b";"), "the cells are separated by semicolons"),
+    "mark": ("--workload", lambda board: b"\xef\xbb\xbf"
+             + (board / "workloads" / "game.csv").read_bytes(),
+             "the file begins with U+FEFF, a byte order mark"),
+    "utf-16": ("--plant", lambda board: (board / "plant.toml").read_text().encode("utf-16"),
+               "this is UTF-16, with two bytes for each character"),
+    "returns": ("--workload", lambda board: (board / "workloads" / "game.csv").read_bytes()
+                .replace(b"\n", b"\r"), "the lines end with carriage returns alone"),
+    "binary": ("--plant", lambda board: Path("/bin/true").read_bytes(),
+               "this is a binary file and no text"),
+    "empty": ("--workload", lambda board: b"", "the file is empty"),
+}
+
+
+@pytest.mark.parametrize("kind", KINDS)
+def test_a_file_of_the_wrong_kind_is_told_once(simulate, board, tmp_path, kind):
+    option, content, told = KINDS[kind]
+    wrong = tmp_path / "wrong"
+    wrong.write_bytes(content(board))
+    arguments = {"--board": board, "--workload": "game", option: wrong}
+    done = simulate(*(each for pair in arguments.items() for each in pair), status=2)
+    assert re.findall(r"error: .*", done.err) == [f"error: {told}"]
+    assert done.err.startswith(f"{wrong}:")
+
+
+def test_a_swap_of_the_boards_own_two_is_told_once(simulate, board):
+    done = simulate("--board", board, "--env", board / CONFIGURATION, "--conf",
+                    board / "talmor-thermal.env", "--workload", "game", status=2)
+    assert len(re.findall(r": error: ", done.err)) == 1
+    assert "did you swap --env and --conf?" in done.err
+
+
+def test_a_word_of_megabytes_is_cut(simulate, board, tmp_path):
+    change(board / "workloads" / "game.csv", "5m,game", "5m," + "x" * 5_000_000)
+    done = simulate("--board", board, "--workload", "game", status=2)
+    assert "no configuration declares the scenario 'xxx" in done.err
+    assert len(done.err) < 1000

@@ -30,6 +30,9 @@ struct Block {
   std::string name;
   // In the file's order, the unknown keys included.
   std::vector<Property> properties;
+  // The first words of the lines that a blank one has cut off from it; none unless the first of
+  // them is a key of such a block. The daemon stops there, or ends.
+  std::vector<std::string> cutOff;
   // False behind the place where the daemon stops reading, and for a section that it stops at: no
   // one but this tool makes anything of the block.
   bool readByDaemon = true;

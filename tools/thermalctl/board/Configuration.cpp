@@ -1,5 +1,7 @@
 #include "board/Configuration.h"
 
+#include <algorithm>
+
 #include "base/Names.h"
 #include "base/TextReader.h"
 #include "board/MeantItems.h"
@@ -182,7 +184,7 @@ private:
     switch (failure) {
     case Error::kNoItem:
       fail(failure, expected, lineFound(), text.placedWord());
-      return skipParagraph();
+      return skipParagraph(blockCutOff());
     case Error::kNoType:
       fail(failure, Error::kTypeLine, lineFound(), text.placedWord());
       if (text.lineFound() || text.findBelow(kItemTypeKey)) readOn();
@@ -194,6 +196,13 @@ private:
     case Error::kMissingProperty:
       return resumeBehind(failure);
     }
+  }
+
+  // The item above, if the key in hand was one of its own.
+  Item* blockCutOff() const {
+    if (expected != Error::kHeader || !item || item->end != ItemEnd::kBlankLine) return nullptr;
+    const std::vector<std::string> keys = itemKeys(item->kind);
+    return std::find(keys.begin(), keys.end(), text.word()) == keys.end() ? nullptr : item;
   }
 
   // Behind an item's last line.
@@ -212,9 +221,11 @@ private:
   }
 
   // From the line in hand to the next blank line, or to one that begins a block.
-  void skipParagraph() {
-    for (; text.lineFound(); text.advance())
+  void skipParagraph(Item* cut) {
+    for (; text.lineFound(); text.advance()) {
       if (beginsBlock()) return text.readLineAgain();
+      if (cut) cut->cutOff.push_back(text.word());
+    }
   }
 
   // The lines up to the item's end are what it was meant to hold, and one of them may be its type
@@ -278,6 +289,7 @@ Configuration readConfiguration(std::string file, const std::string& content,
                                 const Environment& environment) {
   Configuration configuration;
   configuration.file = std::move(file);
+  configuration.kind = textKindOf(content);
   Reader(configuration, environment, content).read();
   listMeantItems(configuration, environment);
   return configuration;

@@ -154,6 +154,7 @@ struct Configuration {
   Configuration& operator=(Configuration&&) = default;
 
   std::string file;
+  TextKind kind;
   // As they stand in the file, without their line feeds.
   std::vector<std::string> lines;
   std::deque<Item> items;
@@ -167,6 +168,10 @@ struct Configuration {
   // The scenarios that can be put in force, those that the daemon does not come to included.
   std::set<std::string> scenarios;
 
+  // Whether the file is not what a configuration is.
+  bool isForeign() const {
+    return kind.kind == TextKind::kEnvironment || isUnreadable(kind.kind);
+  }
   const ConfigurationError* fatal() const { return errors.empty() ? nullptr : &errors.front(); }
 };
 

@@ -52,6 +52,7 @@ public:
       : environment(environment_), text(content) {}
 
   void read() {
+    environment.lines = text.allLines();
     while (!text.ended()) {
       section = nullptr;
       if (text.advance() && !readSection(text, *this)) resume();
@@ -91,7 +92,7 @@ private:
   void resume() {
     if (!section) {
       environment.breaks.push_back({EnvironmentBreak::kNoHeader, text.placedWord(), nullptr});
-      return skipParagraph();
+      return skipParagraph(sectionCutOff());
     }
     if (text.lineFound()) {
       environment.breaks.push_back({EnvironmentBreak::kNoTypeLine, text.placedWord(), section});
@@ -103,10 +104,20 @@ private:
     endSection();
   }
 
+  // The section above, if the key in hand was one of its own.
+  Section* sectionCutOff() {
+    if (environment.sections.empty()) return nullptr;
+    Section& last = environment.sections.back();
+    const std::vector<std::string> keys = sectionKeys(last.kind);
+    return std::find(keys.begin(), keys.end(), text.word()) == keys.end() ? nullptr : &last;
+  }
+
   // To the next blank line or header.
-  void skipParagraph() {
-    while (text.advance())
+  void skipParagraph(Section* cut) {
+    do {
       if (beginsSection()) return text.readLineAgain();
+      if (cut) cut->cutOff.push_back(text.word());
+    } while (text.advance());
   }
 
   void readOn() {
@@ -185,12 +196,22 @@ int32_t Section::weightSum() const {
   return sum;
 }
 
+bool Section::merged() const {
+  return std::any_of(properties.begin(), properties.end(),
+                     [](const Property& property) { return property.key.text[0] == '['; });
+}
+
 const Section* Environment::sensor(const std::string& name) const {
   return entryOf(sensors, name);
 }
 
 const Section* Environment::device(const std::string& name) const {
   return entryOf(devices, name);
+}
+
+bool Environment::isForeign() const {
+  return kind.kind == TextKind::kEmpty || kind.kind == TextKind::kConfiguration ||
+         isUnreadable(kind.kind);
 }
 
 const Section* Environment::named(const std::string& name) const {
@@ -202,6 +223,7 @@ const Section* Environment::named(const std::string& name) const {
 Environment readEnvironment(std::string file, const std::string& content) {
   Environment environment;
   environment.file = std::move(file);
+  environment.kind = textKindOf(content);
   Reader(environment, content).read();
   return environment;
 }

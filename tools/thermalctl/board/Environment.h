@@ -9,6 +9,7 @@
 
 #include "base/Names.h"
 #include "board/Block.h"
+#include "board/TextKind.h"
 #include "config/EnvParser.h"
 
 struct Section;
@@ -68,9 +69,14 @@ struct Section : Block, SectionFields<SectionValues> {
   std::optional<Word> typeWord;
   // The word behind it. Without one its text is empty and its place that of "type".
   Word kindWord;
+  // What a sensor's number counts, in thousandths of a degree. The file does not tell: whoever
+  // knows the node does.
+  int32_t unit = 1;
   // "integer", "hex", "bin" or "string": what decides how a device writes its entries.
   std::string valueType = "integer";
 
+  // Whether another section's header is among its lines, for want of a blank one above it.
+  bool merged() const;
   bool isSensor() const { return kind == SectionKind::kReal || kind == SectionKind::kVirtual; }
   bool isDevice() const { return kind == SectionKind::kDevice; }
   // Wraps around like the daemon's.
@@ -111,6 +117,9 @@ struct Environment {
   Environment& operator=(Environment&&) = default;
 
   std::string file;
+  TextKind kind;
+  // As they stand in the file, without their line feeds.
+  std::vector<std::string> lines;
   std::deque<Section> sections;
   // The first is where the daemon stops; the others are what it would meet next. Empty for a file
   // that is read to its end.
@@ -124,6 +133,9 @@ struct Environment {
   // The sensor or device that the daemon knows under that name, or null.
   const Section* sensor(const std::string& name) const;
   const Section* device(const std::string& name) const;
+  // Whether the file is not what an environment is, so that the daemon knows nothing of the board.
+  bool isForeign() const;
+
   // The last section of that name, one that the daemon drops or never reads included; or null.
   const Section* named(const std::string& name) const;
 };

@@ -58,5 +58,6 @@ std::deque<Item> meantItems(const Item& whole, const Environment& environment) {
   }
   for (Item& item : items)
     interpret(item, environment);
+  items.back().cutOff = whole.cutOff;
   return items;
 }

@@ -4,6 +4,8 @@
 #include <map>
 #include <tuple>
 
+#include "check/Causes.h"
+#include "check/Silencing.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/environment/EnvironmentRules.h"
 
@@ -21,11 +23,27 @@ void sortByPlace(std::vector<Finding>& findings, const Subject& subject) {
   // In the user's order and not by name, the board first: it is what the others are judged by.
   for (const Configuration& configuration : subject.configurations)
     ranks.emplace(configuration.file, ranks.size());
+  ranks.emplace(subject.settings.file, ranks.size());
   const auto place = [&ranks](const Finding& finding) {
     return std::make_tuple(ranks[finding.file], finding.at.line, finding.at.column);
   };
   std::stable_sort(findings.begin(), findings.end(),
                    [&](const Finding& a, const Finding& b) { return place(a) < place(b); });
+}
+
+void leaveOut(const std::set<std::string>& rules, std::vector<Finding>& findings) {
+  const auto isLeftOut = [&rules](const Finding& finding) {
+    return finding.end == End::kNone && rules.count(finding.rule) > 0;
+  };
+  findings.erase(std::remove_if(findings.begin(), findings.end(), isLeftOut), findings.end());
+}
+
+void setSeverities(const RuleChoice& choice, std::vector<Finding>& findings) {
+  for (Finding& finding : findings) {
+    if (finding.end != End::kNone) continue;
+    if (choice.errors.count(finding.rule) > 0) finding.severity = Severity::kError;
+    if (choice.warnings.count(finding.rule) > 0) finding.severity = Severity::kWarning;
+  }
 }
 
 } // namespace
@@ -38,23 +56,32 @@ const std::vector<Rule>& environmentRules() {
 
 const std::vector<Rule>& configurationRules() {
   static const std::vector<Rule> rules =
-      joined({kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
-              kRowRules, kStepRules});
+      joined({kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules,
+              kThresholdRules, kRowRules, kStepRules, kUntoldEndRules});
   return rules;
 }
 
 const std::vector<Rule>& allRules() {
-  static const std::vector<Rule> rules = joined({environmentRules(), configurationRules()});
+  static const std::vector<Rule> rules =
+      joined({environmentRules(), configurationRules(), kSettingsRules});
   return rules;
 }
 
-std::vector<Finding> check(const Subject& subject, const std::set<std::string>& disabled) {
+std::vector<Finding> check(const Subject& subject, const RuleChoice& choice) {
+  return check(allRules(), subject, choice);
+}
+
+std::vector<Finding> check(const std::vector<Rule>& rules, const Subject& subject,
+                           const RuleChoice& choice) {
   std::vector<Finding> findings;
-  for (const Rule& rule : allRules()) {
-    if (disabled.count(rule.name) > 0) continue;
+  // The disabled ones, too: what ends the daemon is told by whatever rule finds it.
+  for (const Rule& rule : rules) {
     Context context(rule, subject, findings);
     rule.check(context);
   }
+  leaveOut(choice.disabled, findings);
   sortByPlace(findings, subject);
+  findings = withoutWhatFollows(std::move(findings), subject);
+  setSeverities(choice, findings);
   return findings;
 }

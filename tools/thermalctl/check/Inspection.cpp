@@ -1,11 +1,13 @@
 #include "check/Inspection.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <map>
+#include <set>
 #include <system_error>
 
 #include "base/TextReader.h"
-#include "check/Check.h"
+#include "check/Silencing.h"
 
 namespace {
 
@@ -41,6 +43,41 @@ void assumeNames(Environment& board, const Configuration& configuration) {
   }
 }
 
+KnownNames knownNames(const Inspection& inspection) {
+  KnownNames known;
+  for (const Rule& rule : allRules())
+    known.rules.emplace_back(rule.name);
+  if (!inspection.hasBoard) return known;
+  known.sensors.emplace();
+  for (const Section& section : inspection.environment.sections)
+    if (section.isSensor()) known.sensors->push_back(section.name);
+  return known;
+}
+
+void readSettings(Inspection& inspection, const std::string& environment) {
+  const std::string name = settingsFileBeside(environment);
+  std::error_code error;
+  if (!std::filesystem::exists(name, error)) return;
+  const std::string* content = readInto(inspection, name);
+  if (!content) return;
+  inspection.settings = readSettings(name, *content, knownNames(inspection), inspection.problems);
+  for (Section& section : inspection.environment.sections)
+    if (const auto unit = inspection.settings.units.find(section.name);
+        section.isSensor() && unit != inspection.settings.units.end())
+      section.unit = unit->second;
+}
+
+// Takes those out that the settings silence.
+void silence(Inspection& inspection, const Subject& subject) {
+  std::vector<Finding> left;
+  for (Finding& finding : inspection.findings)
+    if (const Silenced* silencer = silencerOf(finding, subject))
+      inspection.silenced.push_back({std::move(finding), silencer->reason});
+    else
+      left.push_back(std::move(finding));
+  inspection.findings = std::move(left);
+}
+
 void readConfigurations(Inspection& inspection, const std::vector<std::string>& names) {
   std::set<std::string> done;
   for (const std::string& name : names) {
@@ -65,14 +102,22 @@ Inspection inspect(const InspectionOrder& order) {
   const std::string* board = readInto(inspection, order.environment);
   inspection.hasBoard = board != nullptr;
   inspection.environment = readEnvironment(order.environment, board ? *board : "");
+  if (!board) inspection.environment.kind = {};
+  readSettings(inspection, order.environment);
   readConfigurations(inspection, order.configurations);
 
-  std::set<std::string> disabled = order.disabledRules;
+  RuleChoice rules = order.rules;
   // Of a file that could not be read nothing can be said; an empty one has findings of its own.
-  if (!inspection.hasBoard)
+  if (!inspection.hasBoard) {
     for (const Rule& rule : environmentRules())
-      disabled.insert(rule.name);
-  inspection.findings =
-      check({inspection.environment, inspection.configurations, order.nodesRoot}, disabled);
+      rules.disabled.insert(rule.name);
+    rules.disabled.insert(kSettingsRules.front().name);
+  }
+  // What could not be read may use whatever the others do not.
+  if (!inspection.unread.empty()) rules.disabled.insert({"unused-sensor", "unused-device"});
+  const Subject subject{inspection.environment, inspection.configurations, order.nodesRoot,
+                        inspection.settings};
+  inspection.findings = check(subject, rules);
+  silence(inspection, subject);
   return inspection;
 }

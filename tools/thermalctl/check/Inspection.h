@@ -1,14 +1,16 @@
 #pragma once
 
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "board/Configuration.h"
 #include "board/Environment.h"
+#include "check/Check.h"
 #include "check/rule/Finding.h"
+#include "settings/Settings.h"
 #include "text/Source.h"
+#include "toml/Problems.h"
 
 // What to look at, and for what.
 //
@@ -20,7 +22,7 @@ struct InspectionOrder {
   std::string environment;
   std::vector<std::string> configurations;
   std::optional<std::string> nodesRoot;
-  std::set<std::string> disabledRules;
+  RuleChoice rules{};
 };
 
 // A file that could not be read, and the system's reason.
@@ -32,12 +34,19 @@ struct UnreadFile {
   std::string reason;
 };
 
+// A finding of which the settings say that nobody wants to hear, and why.
+struct SilencedFinding {
+  Finding finding;
+  std::string reason;
+};
+
 // What one run has seen of its files, each read once.
 //
 // Shape:  `configurations` are those that could be read, in the user's order; their items point
 //         into `environment`, so that an Inspection is moved as a whole. Without a board
 //         `environment` is a board that has whatever the configurations name.
-// Errors: `unread`. What is wrong inside of a file is a finding.
+// Errors: `unread`, and `problems` of the settings file: with either, this is no answer to what was
+//         asked. What is wrong inside of the other files is a finding.
 struct Inspection {
   Sources sources;
   std::vector<UnreadFile> unread;
@@ -45,11 +54,20 @@ struct Inspection {
   bool hasBoard = false;
   Environment environment;
   std::vector<Configuration> configurations;
+  Settings settings;
+  Problems problems;
   std::vector<Finding> findings;
+  std::vector<SilencedFinding> silenced;
+
+  // Whether all files could be read and the settings be understood.
+  bool isWhole() const { return unread.empty() && problems.none(); }
+  // The environment file and the configurations that were read; the settings are not checked.
+  size_t checkedFiles() const { return sources.size() - sources.count(settings.file); }
 };
 
 // "cannot read NAME: REASON".
 std::string describe(const UnreadFile& file);
 
-// Without the environment file a configuration is judged for a board that has what it names.
+// Without the environment file a configuration is judged for a board that has what it names. The
+// settings are those beside the environment file, if there are any.
 Inspection inspect(const InspectionOrder& order);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include "check/Check.h"
 #include "check/Inspection.h"
+#include "check/output/Annotations.h"
 #include "check/output/Explanation.h"
 #include "check/output/Json.h"
 #include "check/output/PlainText.h"
@@ -24,6 +26,8 @@ struct Options {
   std::string format = "text";
   bool werror = false;
   std::vector<std::string> disabledRules;
+  std::vector<std::string> errorRules;
+  std::vector<std::string> warningRules;
   std::optional<std::string> nodesRoot;
   std::string explainedRule;
   bool listsRules = false;
@@ -36,10 +40,14 @@ constexpr char kExamples[] =
     "  thermalctl check --env board.env --nodes             on the device itself\n"
     "  thermalctl check --env board.env --nodes /mnt/image  below a mounted image\n"
     "  thermalctl check --env board.env --format sarif > findings.sarif\n"
+    "  thermalctl check --env board.env --conf day.conf --error unused-device --warn degrees\n"
     "  thermalctl check --explain RULE\n"
     "\n"
+    "thermalctl.toml beside the environment file silences findings, each with a reason, and says\n"
+    "what a sensor's node counts in.\n"
+    "\n"
     "Exit status: 0 no errors (with --werror: no warnings either), 1 problems found,\n"
-    "2 a file could not be read or the command line is wrong.";
+    "2 a file could not be read, or the settings or the command line are wrong.";
 
 std::vector<std::string> ruleNames() {
   std::vector<std::string> names;
@@ -65,34 +73,55 @@ void explain(const Options& options) {
   const std::string& name = options.explainedRule;
   if (name != "all") requireRule("--explain", name);
   if (options.format == "markdown" && name == "all") return printRulesPage(std::cout);
-  if (options.format != "text")
+  if (options.format != "text" && options.format != "json")
     throw UsageError("--explain: cannot explain " + name + " as " + options.format);
   std::vector<Rule> rules;
   for (const Rule& rule : allRules())
     if (name == "all" || name == rule.name) rules.push_back(rule);
-  printExplanations(std::cout, rules);
+  if (options.format == "text")
+    printExplanations(std::cout, rules);
+  else if (name == "all")
+    printExplanationsAsJson(std::cout, rules);
+  else
+    printExplanationAsJson(std::cout, rules.front());
+}
+
+// The rules behind an option, none of which another option has as well.
+std::set<std::string> chosen(const std::string& option, const std::vector<std::string>& rules,
+                             std::map<std::string, std::string>& choices) {
+  for (const std::string& rule : rules) {
+    requireRule(option, rule);
+    const std::string& other = choices.emplace(rule, option).first->second;
+    if (other != option) throw UsageError(option + ": " + rule + " is given to " + other + ", too");
+  }
+  return {rules.begin(), rules.end()};
+}
+
+RuleChoice choiceOf(const Options& options) {
+  std::map<std::string, std::string> choices;
+  RuleChoice choice;
+  choice.disabled = chosen("--disable", options.disabledRules, choices);
+  choice.errors = chosen("--error", options.errorRules, choices);
+  choice.warnings = chosen("--warn", options.warningRules, choices);
+  return choice;
 }
 
 InspectionOrder orderOf(const Options& options) {
   if (options.environment.empty()) throw UsageError("--env is required");
   if (options.format == "markdown") throw UsageError("--format: markdown is for --explain all");
-  for (const std::string& rule : options.disabledRules)
-    requireRule("--disable", rule);
-  return {options.environment,
-          options.configurations,
-          options.nodesRoot,
-          {options.disabledRules.begin(), options.disabledRules.end()}};
+  return {options.environment, options.configurations, options.nodesRoot, choiceOf(options)};
 }
 
 void print(const Inspection& inspection, const std::string& format) {
   if (format == "json") return printJson(std::cout, inspection);
   if (format == "sarif") return printSarif(std::cout, inspection);
-  printText(std::cout, inspection.findings, inspection.sources, colourFor(STDOUT_FILENO));
+  if (format == "github") return printAnnotations(std::cout, inspection);
+  printText(std::cout, inspection, colourFor(STDOUT_FILENO));
 }
 
 ExitStatus statusOf(const Inspection& inspection, bool werror) {
   // Even if all that was read is fine: it is no answer to what was asked.
-  if (!inspection.unread.empty()) return kCouldNotRun;
+  if (!inspection.isWhole()) return kCouldNotRun;
   const size_t problems = werror ? inspection.findings.size() : errorsIn(inspection.findings);
   return problems > 0 ? kProblems : kFine;
 }
@@ -101,6 +130,7 @@ ExitStatus checkFiles(const Options& options) {
   const Inspection inspection = inspect(orderOf(options));
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
+  inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
   print(inspection, options.format);
   return statusOf(inspection, options.werror);
 }
@@ -120,11 +150,16 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--conf", &options.configurations, "A configuration for it; any number")
       .takes("FILE");
   line.option("--format", &options.format,
-              "Of the results: text, json or sarif; for --explain all also markdown")
-      .isOneOf({"text", "json", "sarif", "markdown"})
+              "Of the results: text, json, sarif or github; of an explanation: text or json, of "
+              "all of them also markdown")
+      .isOneOf({"text", "json", "sarif", "github", "markdown"})
       .showsDefault();
   line.flag("--werror", &options.werror, "Exit with status 1 on warnings, too");
   line.option("--disable", &options.disabledRules, "Leave a rule out; any number").takes("RULE");
+  line.option("--error", &options.errorRules, "Have a rule find errors; any number").takes("RULE");
+  line.option("--warn", &options.warningRules,
+              "Have a rule find warnings, but for what ends the daemon; any number")
+      .takes("RULE");
   line.option("--nodes", &options.nodesRoot,
               "Also look for every node, below ROOT (by itself: below /)")
       .takes("[ROOT]")

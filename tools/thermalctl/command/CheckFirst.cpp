@@ -27,14 +27,14 @@ bool passesCheck(const std::string& environment, const std::vector<std::string>&
   Inspection inspection = inspect({environment, configurations, std::nullopt, {}});
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
+  inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
   std::vector<Finding>& findings = inspection.findings;
   const size_t all = findings.size();
   findings.erase(
       std::remove_if(findings.begin(), findings.end(),
                      [](const Finding& finding) { return finding.severity != Severity::kError; }),
       findings.end());
-  if (!findings.empty())
-    printText(std::cerr, findings, inspection.sources, colourFor(STDERR_FILENO));
+  if (!findings.empty()) printText(std::cerr, inspection, colourFor(STDERR_FILENO));
   countWarnings(all - findings.size(), environment, configurations);
-  return findings.empty() && inspection.unread.empty();
+  return findings.empty() && inspection.isWhole();
 }

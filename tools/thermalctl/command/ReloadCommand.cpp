@@ -31,20 +31,32 @@ constexpr char kExamples[] =
     "  thermalctl reload boards/phone/talmor-thermal_night.conf --timeout 60\n"
     "  thermalctl reload night.conf --env board.env --dir /tmp/board/data/vendor/thermal\n"
     "\n"
-    "The file is checked, copied into DIR/config/ under its own name, and asked for. With an "
-    "error\n"
-    "in it the daemon would end, so it is refused; --force asks for it all the same.\n"
+    "The file is checked, copied into DIR/config/ under its own name, and asked for. One that "
+    "ends\n"
+    "the daemon, or leaves no item in force, is refused; --force asks for it all the same.\n"
     "\n"
-    "Exit status: 0 the configuration is in force, 1 the check has found errors, the daemon has\n"
-    "rejected the file, or another writer has asked for another one meanwhile, 2 no answer, or a\n"
-    "file could not be read or written.";
+    "Exit status: 0 the configuration is in force, 1 the file would end the daemon or leave it\n"
+    "idle, the daemon has rejected it, or another writer has asked for another one meanwhile, 2 "
+    "no\n"
+    "answer, or a file could not be read or written.";
 
-// Of the file itself: the environment is the running daemon's, whatever is in it.
+// Of the file itself: the environment is the running daemon's, whatever is in it, but for what ends
+// the daemon over this file.
 std::vector<Finding> findingsOf(const Inspection& inspection, const std::string& file) {
   std::vector<Finding> findings;
   std::copy_if(inspection.findings.begin(), inspection.findings.end(), std::back_inserter(findings),
-               [&file](const Finding& finding) { return finding.file == file; });
+               [&file](const Finding& finding) {
+                 return finding.file == file || finding.end != End::kNone;
+               });
   return findings;
+}
+
+// Those that the findings are in, so that the last line counts them alone.
+Sources sourcesOf(const std::vector<Finding>& findings, const Inspection& inspection) {
+  Sources sources;
+  for (const Finding& finding : findings)
+    sources.emplace(finding.file, inspection.sources.at(finding.file));
+  return sources;
 }
 
 // Whoever has asked for the scenario that was in force would like to know.
@@ -81,10 +93,24 @@ ExitStatus explain(const Options& options, const Answer& answer) {
   }
 }
 
+std::string scenarioIn(const Options& options) {
+  return ControlFile(ControlDirectory(options.directory).scenarioFile).word().value_or("");
+}
+
+// What the daemon would do with the file that nobody can want; an empty text if it would not.
+std::string harmOf(const Configuration& configuration, const std::string& scenario) {
+  if (configuration.fatal()) return "ends the daemon";
+  const std::string after =
+      configuration.scenarios.count(scenario) > 0 ? scenario : kDefaultScenario;
+  const bool inForce =
+      std::any_of(configuration.items.begin(), configuration.items.end(),
+                  [&after](const Item& item) { return item.created && item.scenario == after; });
+  return inForce ? "" : "leaves no item in force";
+}
+
 ExitStatus reload(const Options& options, const std::string& content, bool endsTheDaemon) {
   const ControlDirectory directory(options.directory);
-  const ControlFile scenario(directory.scenarioFile);
-  const std::string before = scenario.word().value_or("");
+  const std::string before = scenarioIn(options);
   const Answer answer = askInTurn(options, [&](Waiting& waiting) {
     return requestConfiguration(directory, options.name(), content, options.timeoutTime(), waiting);
   });
@@ -94,7 +120,7 @@ ExitStatus reload(const Options& options, const std::string& content, bool endsT
     return complain(kCouldNotRun, "the daemon must have ended on " + options.name() +
                                       " and been started again, without it; or " +
                                       options.environment + " is not its environment");
-  return tellInForce(options, before, scenario.word().value_or(""));
+  return tellInForce(options, before, scenarioIn(options));
 }
 
 ExitStatus run(const Options& options) {
@@ -105,18 +131,20 @@ ExitStatus run(const Options& options) {
   for (const UnreadFile& unread : inspection.unread)
     complain(kCouldNotRun, describe(unread));
   if (!inspection.unread.empty()) return kCouldNotRun;
+  inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
 
-  const Source& file = inspection.sources.at(options.file);
   const std::vector<Finding> findings = findingsOf(inspection, options.file);
-  // With this file alone, so that it is the one that the last line counts.
   if (!findings.empty())
-    printText(std::cout, findings, {{options.file, file}}, colourFor(STDOUT_FILENO));
-  if (errorsIn(findings) > 0 && !options.force)
-    return complain(kProblems, options.name() + " has errors, so it was not asked for (--force asks"
-                                                " for it all the same)");
+    printText(std::cout, findings, sourcesOf(findings, inspection), colourFor(STDOUT_FILENO));
   // The findings stand above whatever the request has to tell on standard error.
   std::cout << std::flush;
-  return reload(options, file.text(), inspection.configurations.front().fatal() != nullptr);
+  const Configuration& configuration = inspection.configurations.front();
+  const std::string harm = harmOf(configuration, scenarioIn(options));
+  if (!harm.empty() && !options.force)
+    return complain(kProblems, options.name() + " " + harm +
+                                   ", so it was not asked for (--force asks for it all the same)");
+  return reload(options, inspection.sources.at(options.file).text(),
+                configuration.fatal() != nullptr);
 }
 
 void addOptions(CommandLine& line, Options& options) {
@@ -125,8 +153,7 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--env", &options.environment, "The environment file of the running daemon")
       .takes("FILE")
       .showsDefault();
-  line.flag("--force", &options.force,
-            "Ask for the file in spite of errors; they may end the daemon");
+  line.flag("--force", &options.force, "Ask for the file even if it ends the daemon");
   addTimeoutOption(line, options, "How long to wait for each step");
 }
 

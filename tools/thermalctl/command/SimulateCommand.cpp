@@ -161,6 +161,13 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   return request;
 }
 
+void tellShortRows(const std::string& file, const std::vector<int>& rows) {
+  if (rows.empty()) return;
+  complain(kFine, file + ": " + counted(rows.size(), "row") +
+                      " with fewer cells than columns, the first in line " +
+                      std::to_string(rows.front()) + ": what is missing counts as empty");
+}
+
 void simulate(const std::vector<RunInput>& runs, RunReport& report) {
   for (size_t i = 0; i < runs.size(); ++i) {
     Progress progress(runs[i], i + 1, runs.size());
@@ -188,6 +195,7 @@ ExitStatus runSimulation(const Options& options) {
     return kCouldNotRun;
   }
 
+  tellShortRows(request.workload, inputs.runs.front().workload.shortRows);
   RunReport report;
   if (!options.out.empty()) {
     const std::string title = fs::path(request.workload).stem().string() + " on " +

@@ -9,6 +9,7 @@
 #include "base/TextReader.h"
 #include "daemon/VirtualDaemon.h"
 #include "file/Names.h"
+#include "simulate/InputKind.h"
 #include "text/Nearest.h"
 #include "text/Phrases.h"
 
@@ -27,17 +28,34 @@ std::string readOrReport(const std::string& path, Problems& problems) {
   return text.value_or("");
 }
 
+// For files that the check reads as well: a pipe gives its text once.
+std::string readBoardsOwn(const std::string& path, Problems& problems) {
+  std::error_code ignored;
+  const fs::file_status status = fs::status(path, ignored);
+  if (!fs::exists(status) || fs::is_directory(status) || fs::is_regular_file(status))
+    return readOrReport(path, problems);
+  problems.add(
+      {path, {}, "is no regular file", "write the text to one: it is read more than once"});
+  return "";
+}
+
 class InputReader {
 public:
   InputReader(const SimulationRequest& request_, Problems& problems_)
       : request(request_), problems(problems_) {}
 
   SimulationInputs read() {
-    const std::string environment = readOrReport(request.environment, problems);
+    const std::string environment = readBoardsOwn(request.environment, problems);
     const std::string plantText = readOrReport(request.plant, problems);
     const std::string workloadText = readOrReport(request.workload, problems);
     for (const std::string& path : request.configurations)
       addFile(path);
+    if (!problems.none()) return {};
+    tellIfForeign(environment, request.environment, InputKind::kEnvironment, problems);
+    for (const std::string& path : files)
+      tellIfForeign(texts[path], path, InputKind::kConfiguration, problems);
+    tellIfForeign(plantText, request.plant, InputKind::kPlant, problems);
+    tellIfForeign(workloadText, request.workload, InputKind::kWorkload, problems);
     if (!problems.none()) return {};
 
     base.environment = environment;
@@ -76,7 +94,7 @@ private:
       return;
     }
     files.push_back(path);
-    texts[path] = readOrReport(path, problems);
+    texts[path] = readBoardsOwn(path, problems);
   }
 
   void readBoard() {
@@ -154,16 +172,30 @@ private:
         addConfiguration(run, change.word, *asked);
       else
         problems.add({request.workload, change.at,
-                      "there is no configuration '" + change.word + "' beside " + path});
+                      "there is no configuration '" + change.word + "' beside " + path,
+                      didYouMean(change.word, configurationsBeside(path))});
     }
     return run;
   }
 
+  // Beside the run's own configuration first: runs that are compared may each have a variant there.
+  std::vector<fs::path> foldersBeside(const std::string& path) const {
+    return {fs::path(path).parent_path(), fs::path(request.configurationFolder)};
+  }
+
+  std::vector<std::string> configurationsBeside(const std::string& path) const {
+    std::vector<std::string> names;
+    for (const fs::path& folder : foldersBeside(path)) {
+      std::error_code ignored;
+      for (const auto& entry : fs::directory_iterator(folder, ignored))
+        if (entry.path().extension() == ".conf") names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
   std::optional<std::string> pathOf(const std::string& word, const std::string& beside) const {
-    // Beside the run's own configuration first: runs that are compared may each have a variant
-    // there.
-    for (const fs::path& folder :
-         {fs::path(beside).parent_path(), fs::path(request.configurationFolder)}) {
+    for (const fs::path& folder : foldersBeside(beside)) {
       std::error_code ignored;
       const fs::path path = folder / word;
       if (fs::is_regular_file(path, ignored)) return path.string();

@@ -54,7 +54,8 @@ struct RunInput {
 // The runs that a request makes.
 //
 // Shape:  a run for each configuration. `configurations` are the paths of all that the daemon may
-//         come to read, in any run; none where a file could not be read.
+//         come to read, in any run; none where a file could not be read, or is another than it was
+//         named as.
 // Errors: the runs are promised only if `readInputs` has told no problem and the board's files pass
 //         the check: a configuration on which the daemon would end has no items here.
 struct SimulationInputs {

@@ -95,37 +95,47 @@ private:
   }
 
   void readResistances() {
-    // Only to be asked which nodes cannot cool.
-    Network network(plant.nodes.size());
+    bool whole = true;
     for (TomlSection& section : root.list("resistance")) {
-      const std::vector<std::string> ends = section.texts("between");
-      const std::optional<double> value = section.number("kelvin_per_watt", kResistance);
-      section.missing("between", "the two nodes, or a node and \"ambient\"");
-      section.missing("kelvin_per_watt", "how many degrees drive one watt through it");
-      section.refuseOtherKeys();
-      if (ends.empty()) continue;
-      if (ends.size() != 2 || ends[0] == ends[1]) {
-        section.problem(section.at("between"), "'between' must name two different ends");
-        continue;
-      }
-      PlantDescription::Resistance resistance;
-      std::vector<size_t> nodes;
-      for (size_t i = 0; i < ends.size(); ++i) {
-        if (ends[i] == kAmbient) continue;
-        if (const auto node = nodeNamed(section, section.at("between", i), ends[i]))
-          nodes.push_back(*node);
-      }
-      const bool toAmbient = ends[0] == kAmbient || ends[1] == kAmbient;
-      if (nodes.size() != (toAmbient ? 1U : 2U)) continue;
-      resistance.from = nodes[0];
-      resistance.value = value.value_or(1);
-      if (toAmbient) {
-        network.connectToAmbient(nodes[0], resistance.value);
-      } else {
-        resistance.to = nodes[1];
-        network.connect(nodes[0], nodes[1], resistance.value);
-      }
-      plant.resistances.push_back(resistance);
+      const auto resistance = readResistance(section);
+      if (resistance) plant.resistances.push_back(*resistance);
+      whole &= resistance.has_value();
+    }
+    root.missing("resistance", "a node and \"ambient\", or two nodes: no node can cool");
+    if (whole && root.has("resistance")) refuseUncooled();
+  }
+
+  std::optional<PlantDescription::Resistance> readResistance(TomlSection& section) const {
+    const std::vector<std::string> ends = section.texts("between");
+    const std::optional<double> value = section.number("kelvin_per_watt", kResistance);
+    section.missing("between", "the two nodes, or a node and \"ambient\"");
+    section.missing("kelvin_per_watt", "how many degrees drive one watt through it");
+    section.refuseOtherKeys();
+    if (ends.empty()) return std::nullopt;
+    if (ends.size() != 2 || ends[0] == ends[1]) {
+      section.problem(section.at("between"), "'between' must name two different ends");
+      return std::nullopt;
+    }
+    std::vector<size_t> nodes;
+    for (size_t i = 0; i < ends.size(); ++i) {
+      if (ends[i] == kAmbient) continue;
+      if (const auto node = nodeNamed(section, section.at("between", i), ends[i]))
+        nodes.push_back(*node);
+    }
+    const bool toAmbient = ends[0] == kAmbient || ends[1] == kAmbient;
+    if (nodes.size() != (toAmbient ? 1U : 2U)) return std::nullopt;
+    const auto to = toAmbient ? std::nullopt : std::optional(nodes[1]);
+    return PlantDescription::Resistance{nodes[0], to, value.value_or(1)};
+  }
+
+  // Behind a resistance that could not be read this would only follow from it.
+  void refuseUncooled() const {
+    Network network(plant.nodes.size());
+    for (const PlantDescription::Resistance& resistance : plant.resistances) {
+      if (resistance.to)
+        network.connect(resistance.from, *resistance.to, resistance.value);
+      else
+        network.connectToAmbient(resistance.from, resistance.value);
     }
     for (const size_t node : network.nodesThatCannotCool()) {
       // Its name has been told.

@@ -266,6 +266,7 @@ private:
     }
     if (*time < before) maker.problem(spanOf(cells[0]), "the times must not go back");
     before = *time;
+    if (cells.size() < columns.size()) maker.workload.shortRows.push_back(cells[0].at.line);
     if (cells.size() > columns.size())
       maker.problem(spanOf(cells[columns.size()]), "more cells than columns");
     for (size_t i = 1; i < std::min(cells.size(), columns.size()); ++i) {

@@ -43,13 +43,15 @@ constexpr std::array<const char*, 4> kWords = {kNone, kStuck, kUnreadable, kNons
 // What happens on the device in the course of a run.
 //
 // Shape:  in the order of the times, and at one time in that of the file. Every source has a load
-//         from time 0 on, from here or from the plant.
+//         from time 0 on, from here or from the plant. A cell that a short row lacks is an empty
+//         one, or the row has lost a comma: whoever shows the run tells so.
 // Units:  milliseconds; `repeat` lies behind every change.
 // Errors: promised only if `readWorkload` has told no problem.
 // Source: a file of the board's workloads, or one of the user's.
 struct Workload {
   std::vector<Change> changes;   // in the order of their times
   std::optional<int64_t> repeat; // starts again after this time
+  std::vector<int> shortRows;    // lines with fewer cells than there are columns
 };
 
 // Reads a workload for the sources and probes of `plant`: TOML if the file's name ends in ".toml",

@@ -5,9 +5,16 @@
 
 #include <utf8.h>
 
+#include "text/LookAlikes.h"
+
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
+
+// Of a word in a message, in characters.
+constexpr size_t kLongestWord = 100;
+constexpr size_t kShownFirst = 60;
+constexpr size_t kShownLast = 20;
 
 bool beginsCharacter(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
@@ -21,10 +28,21 @@ char32_t signOf(char32_t character) {
   // Control characters of ASCII have pictures.
   if (character < 0x20) return 0x2400 + character;
   if (character == 0x7F) return 0x2421;
-  // Other control characters, and those that change the direction of writing.
-  const bool misleads = isBetween(0x80, 0x9F) || isBetween(0x200E, 0x200F) ||
-                        isBetween(0x202A, 0x202E) || isBetween(0x2066, 0x2069);
-  return misleads ? kReplacement : character;
+  // Other control characters, and those that do not show or change the direction of writing.
+  if (isBetween(0x80, 0x9F) || isInvisible(character)) return kReplacement;
+  return character;
+}
+
+std::string lastCharacters(const std::string& text, size_t count) {
+  const auto begin = std::find_if(text.rbegin(), text.rend(), [&count](char byte) {
+    return beginsCharacter(byte) && --count == 0;
+  });
+  return {begin == text.rend() ? text.begin() : begin.base() - 1, text.end()};
+}
+
+std::string shortWord(const std::string& word) {
+  if (charactersIn(word) <= kLongestWord) return word;
+  return firstCharacters(word, kShownFirst) + "..." + lastCharacters(word, kShownLast);
 }
 
 } // namespace
@@ -51,6 +69,17 @@ std::string firstCharacters(const std::string& text, size_t count) {
     return beginsCharacter(byte) && count-- == 0;
   });
   return {text.begin(), end};
+}
+
+std::string withShortWords(const std::string& text) {
+  std::string result;
+  for (size_t start = 0; start < text.size();) {
+    const size_t end = std::min(text.find(' ', start), text.size());
+    result += shortWord(text.substr(start, end - start));
+    if (end < text.size()) result += ' ';
+    start = end + 1;
+  }
+  return result;
 }
 
 char lowerCase(char letter) {

@@ -14,10 +14,14 @@ void eachCharacter(std::string_view text,
 size_t charactersIn(std::string_view text);
 std::string firstCharacters(const std::string& text, size_t count);
 
+// `text` for a message: of a word of more than 100 characters the first and the last ones alone.
+std::string withShortWords(const std::string& text);
+
 // Of the letters A to Z alone, whatever the locale.
 char lowerCase(char letter);
 std::string lowerCase(std::string text);
 
 // `text` on one line of a terminal: a sign stands for each control character, byte that is not
-// UTF-8, and character that changes the direction of writing. The number of characters is kept.
+// UTF-8, and character that does not show or changes the direction of writing. The number of
+// characters is kept.
 std::string visible(std::string_view text);

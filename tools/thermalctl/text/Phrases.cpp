@@ -28,6 +28,17 @@ std::string counted(size_t number, const std::string& what) {
   return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
 }
 
+std::string listedBriefly(std::vector<std::string> texts) {
+  constexpr size_t kMost = 10;
+  if (texts.size() <= kMost) return listed(std::move(texts));
+  const size_t more = texts.size() - kMost;
+  texts.resize(kMost);
+  for (std::string& text : texts)
+    text = quoted(text);
+  texts.push_back(std::to_string(more) + " more");
+  return enumerated(texts);
+}
+
 std::string degreesInFull(int32_t millidegrees) {
   const int64_t amount = std::abs(static_cast<int64_t>(millidegrees));
   return fmt::format("{}{}.{:03}", millidegrees < 0 ? "-" : "", amount / 1000, amount % 1000);

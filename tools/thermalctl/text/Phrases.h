@@ -10,6 +10,8 @@ std::string quoted(const std::string& text);
 std::string enumerated(const std::vector<std::string>& texts);
 // 'a', 'b' and 'c'
 std::string listed(std::vector<std::string> texts);
+// 'a', 'b' and 8 more, where there are more than a reader takes in.
+std::string listedBriefly(std::vector<std::string> texts);
 
 // "1 file", "2 files".
 std::string counted(size_t number, const std::string& what);

@@ -13,9 +13,6 @@ namespace {
 
 // Whoever has more of them to mend has one cause for most.
 constexpr size_t kMost = 100;
-// Of a word of the file that is told; one of megabytes would hide what is said about it.
-constexpr size_t kLongestWord = 100;
-constexpr char kCut[] = "...";
 
 constexpr char kBold[] = "1";
 constexpr char kRed[] = "1;31";
@@ -25,20 +22,8 @@ auto orderOf(const Problem& problem) {
   return std::tie(problem.file, problem.span.at.line, problem.span.at.column);
 }
 
-std::string withoutLongWords(const std::string& text) {
-  std::string result;
-  for (size_t at = 0; at < text.size();) {
-    const size_t end = std::min(text.find(' ', at), text.size());
-    const std::string word = text.substr(at, end - at);
-    result += word.size() > kLongestWord ? firstCharacters(word, kLongestWord / 2) + kCut : word;
-    if (end < text.size()) result += ' ';
-    at = end + 1;
-  }
-  return result;
-}
-
 std::string shown(const std::string& text) {
-  return visible(withoutLongWords(text));
+  return visible(withShortWords(text));
 }
 
 } // namespace

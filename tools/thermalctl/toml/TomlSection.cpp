@@ -217,8 +217,13 @@ Span TomlSection::spanOf(const toml::source_region& region) const {
 }
 
 void TomlSection::missing(const std::string& key, const std::string& what) const {
-  // A value that is there and wrong has been told already.
-  if (!has(key)) problem(at(), "'" + key + "' is missing: " + what);
+  // A value that is there and wrong has been told already, and a slip in the key will be.
+  if (has(key)) return;
+  for (const auto& [other, node] : *table) {
+    const std::string name(other.str());
+    if (asked.count(name) == 0 && nearest(name, {key}) == key) return;
+  }
+  problem(at(), "'" + key + "' is missing: " + what);
 }
 
 void TomlSection::refuseOtherKeys() const {

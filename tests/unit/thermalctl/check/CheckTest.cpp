@@ -5,26 +5,37 @@
 
 #include <gtest/gtest.h>
 
+#include "check/configuration/ConfigurationRules.h"
+
 namespace {
 
-// A board with a misspelt key and without a period, and two configurations for it whose items are
-// of no kind.
+// A board with a misspelt key and a short period, and two configurations for it whose items are
+// of no kind and have a period in seconds.
 class CheckTest : public testing::Test {
 protected:
   using Place = std::tuple<std::string, int, int>;
 
   CheckTest() {
     environment =
-        readEnvironment("z.env", "[cpu]\ntype real\nnode_path /cpu\n\n"
+        readEnvironment("z.env", "[cpu]\ntype real\nsampling 10\nnode_path /cpu\n\n"
                                  "[gpu]\ntype gpufreq\nnode_path /gpu\nlevel_tabel 1 0\n");
     for (const char* file : {"m.conf", "a.conf"})
       configurations.push_back(readConfiguration(
-          file, "SCEN Default\n[hot]\nalgo_type Monitor\nsensor cpu\nthresholds 2000\n",
+          file,
+          "SCEN Default\n[hot]\nalgo_type Monitor\nsensor cpu\nsampling 1s\nthresholds 2000\n",
           environment));
   }
 
-  std::vector<Finding> findings(const std::set<std::string>& disabled = {}) const {
-    return check({environment, configurations, std::nullopt}, disabled);
+  std::vector<Finding> findings(const RuleChoice& choice = {}) const {
+    return check({environment, configurations, std::nullopt}, choice);
+  }
+
+  // Those of one rule.
+  std::vector<Severity> severities(const char* rule, const RuleChoice& choice) const {
+    std::vector<Severity> found;
+    for (const Finding& finding : findings(choice))
+      if (finding.rule == rule) found.push_back(finding.severity);
+    return found;
   }
 
   static bool has(const std::vector<Finding>& findings, const char* rule) {
@@ -60,12 +71,40 @@ TEST_F(CheckTest, FindsTheSameInEachFile) {
 
 TEST_F(CheckTest, LeavesOutTheDisabledRulesAlone) {
   const std::vector<Finding> all = findings();
-  const std::vector<Finding> some = findings({"unknown-type", "sampling-missing"});
-  EXPECT_TRUE(has(all, "unknown-type"));
-  EXPECT_TRUE(has(all, "sampling-missing"));
-  EXPECT_FALSE(has(some, "unknown-type"));
-  EXPECT_FALSE(has(some, "sampling-missing"));
+  const std::vector<Finding> some = findings({{"item-number-cut-short", "sampling-too-short"}});
+  EXPECT_TRUE(has(all, "item-number-cut-short"));
+  EXPECT_TRUE(has(all, "sampling-too-short"));
+  EXPECT_FALSE(has(some, "item-number-cut-short"));
+  EXPECT_FALSE(has(some, "sampling-too-short"));
   EXPECT_EQ(some.size(), all.size() - 3);
+}
+
+TEST_F(CheckTest, HasARuleFindErrorsOrWarningsAsAsked) {
+  const std::vector<Severity> warnings(2, Severity::kWarning);
+  const std::vector<Severity> errors(2, Severity::kError);
+  EXPECT_EQ(severities("item-number-cut-short", {}), warnings);
+  EXPECT_EQ(severities("item-number-cut-short", {{}, {"item-number-cut-short"}, {}}), errors);
+  EXPECT_EQ(severities("section-key-misspelt", {}), std::vector<Severity>{Severity::kError});
+  EXPECT_EQ(severities("section-key-misspelt", {{}, {}, {"section-key-misspelt"}}),
+            std::vector<Severity>{Severity::kWarning});
+}
+
+TEST_F(CheckTest, NeitherLeavesOutNorLowersWhatEndsTheDaemon) {
+  const std::vector<Severity> errors(2, Severity::kError);
+  EXPECT_EQ(severities("unknown-type", {{"unknown-type"}, {}, {}}), errors);
+  EXPECT_EQ(severities("unknown-type", {{}, {}, {"unknown-type"}}), errors);
+}
+
+TEST_F(CheckTest, TellsOfAnEndThatNoOtherRuleTellsOf) {
+  const std::vector<Finding> found =
+      check(kUntoldEndRules, {environment, configurations, std::nullopt}, {});
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(found[0].file, "m.conf");
+  EXPECT_EQ(found[0].at.line, 3);
+  EXPECT_EQ(found[0].severity, Severity::kError);
+  EXPECT_EQ(found[0].message, "the daemon ends: it logs \"Algo type should be 'monitor' or 'SS'\"");
+  EXPECT_EQ(found[0].end, End::kNow);
+  EXPECT_FALSE(has(findings(), "ends-the-daemon"));
 }
 
 TEST(RulesTest, HaveNamesOfTheirOwnWithoutCapitals) {

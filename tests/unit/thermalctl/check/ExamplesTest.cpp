@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "check/Check.h"
+#include "check/Silencing.h"
 
 namespace {
 
@@ -57,7 +58,7 @@ const std::map<std::string, std::string> kMistakes = {
     {"clearing-thresholds-count/bad-more",
      ".conf:6:28: error: 77000: the daemon never looks at this: there is no level 3 (write a "
      "clearing threshold for each threshold, and no more)"},
-    {"degrees/bad", ".conf:6:11: warning: 60: the daemon takes this for 60 thousandths of a degree "
+    {"degrees/bad", ".conf:6:11: error: 60: the daemon takes this for 60 thousandths of a degree "
                     "(write 60000 for 60 °C)"},
     {"device-left-out/bad", ".conf:7:18: warning: fan: from level 1 to level 2 the daemon releases "
                             "'pump' (name in each row all devices of the row before)"},
@@ -65,6 +66,7 @@ const std::map<std::string, std::string> kMistakes = {
                                  "name now means this device, and nothing can drive that one"},
     {"device-twice-in-row/bad", ".conf:7:17: warning: fan: the row names 'fan' twice, and the "
                                 "daemon goes by the last (name each device of a row once)"},
+    {"empty-environment/bad", ".env:1:1: error: [: the daemon finds no sensor and no device here"},
     {"empty-configuration/bad",
      ".conf:1:1: error: $: the daemon finds no item here and never drives a device"},
     {"file-name-missing/bad",
@@ -85,6 +87,10 @@ const std::map<std::string, std::string> kMistakes = {
      ".env:6:1: error: [battery: the header's first word does not end with \"]\": the daemon drops "
      "its last character all the same and takes 'batter' for the name (write the name in brackets "
      "and without white space)"},
+    {"header-without-bracket/bad-with-items",
+     ".env:6:1: error: [fan: the header's first word does not end with \"]\": the daemon drops its "
+     "last character all the same and takes 'fa' for the name; 2 items depend on it (write the "
+     "name in brackets and without white space)"},
     {"header-without-name/bad", ".env:6:1: warning: []: the section has an empty name that no "
                                 "other line can name (write a name between the brackets)"},
     {"item-header-without-bracket/bad",
@@ -140,11 +146,9 @@ const std::map<std::string, std::string> kMistakes = {
     {"item-name-twice/bad",
      ".conf:10:1: error: [cpu_fan]: at device 'fan' the daemon cannot tell this item from the one "
      "in line 2: each takes back what the other asks for (give it another name)"},
-    {"item-number-cut-short/bad", ".conf:5:18: warning: 70,000: the daemon reads '70,000' as 70 "
-                                  "(write digits alone: no point, no comma, no unit)"},
-    {"item-number-cut-short/bad-setpoint",
-     ".conf:6:11: warning: 0x60000: the daemon reads '0x60000' as 0, and ends because 'set_point' "
-     "is missing (write digits alone: no point, no comma, no unit)"},
+    {"item-number-cut-short/bad",
+     ".conf:5:18: warning: 70000mC: the daemon reads '70000mC' as 70000 (write digits alone: no "
+     "point, no comma, no unit)"},
     {"item-number-too-large/bad",
      ".conf:5:18: error: 4294967295: the daemon reads '4294967295' as -1, what is left of it in 32 "
      "bits (write a number from -2147483648 to 2147483647)"},
@@ -177,13 +181,24 @@ const std::map<std::string, std::string> kMistakes = {
     {"junk-before-header/bad-bracket",
      ".env:6:1: error: battery]: 'battery]' stands where a header is expected: the daemon stops "
      "reading the file here, without a word (did you mean '[battery]'?)"},
-    {"junk-before-header/bad-byte-order-mark",
-     ".env:1:1: error: \xEF\xBB\xBF[cpu]: '﻿[cpu]' stands where a header is expected: the daemon "
-     "stops reading the file here, without a word (save the file without a byte order mark)"},
+    {"junk-before-header/bad-inside",
+     ".env:10:1: error: level_table: 'level_table' stands where a header is expected: the daemon "
+     "stops reading the file here, without a word (take out the blank line above: it ended the "
+     "section)"},
+    {"junk-before-header/bad-with-items",
+     ".env:1:1: error: #: '#' stands where a header is expected: the daemon stops reading the file "
+     "here, without a word; 2 items depend on it, and the daemon ends (there are no comments "
+     "outside of a section; take the line out)"},
+    {"junk-before-header/bad-without-header",
+     ".env:6:1: error: type: 'type' stands where a header is expected: the daemon stops reading "
+     "the file here, without a word; 2 items depend on it (write the section's name in brackets "
+     "above this line)"},
     {"level-falls/bad", ".conf:8:15: warning: 1: from level 1 to level 2 the daemon lowers 'fan' "
                         "from 2 to 1 (ask for at least what the row before asks for)"},
     {"level-past-table/bad",
      ".conf:8:15: error: 5: the daemon takes level 4 instead, the last in the table of 'fan'"},
+    {"level-past-table/bad-twice", ".conf:8:15: error: 5: the daemon takes level 4 instead, the "
+                                   "last in the table of 'fan'; so in 1 further place"},
     {"level-table-binary/bad",
      ".env:9:23: error: 0b01: a table in \"0b\" notation: the daemon never writes it, at any level "
      "(write the entries as \"0x\" or decimal numbers)"},
@@ -193,6 +208,10 @@ const std::map<std::string, std::string> kMistakes = {
     {"level-table-direction/bad",
      ".env:9:23: warning: 2000: the table falls up to here and turns: at level 2 the daemon lets "
      "go where it should hold back more (sort the entries from level 0, without a limit, to the "
+     "tightest one)"},
+    {"level-table-direction/bad-no-limit",
+     ".env:9:21: warning: 17: the table falls up to here and turns: at level 3 the daemon lets go "
+     "where it should hold back more (sort the entries from level 0, without a limit, to the "
      "tightest one)"},
     {"level-table-direction/bad-rising",
      ".env:9:25: warning: 0x1: the table rises up to here and turns: at level 3 the daemon lets go "
@@ -209,6 +228,14 @@ const std::map<std::string, std::string> kMistakes = {
     {"level-table-entry-not-a-number/bad-cpufreq",
      ".env:9:13: error: 0x30: '0x30' is no whole number: the daemon writes 0 for it (write a "
      "decimal number)"},
+    {"level-table-entry-too-large/bad",
+     ".env:9:13: error: 2850000000: '2850000000' is over 2147483647: the daemon writes -1444967296 "
+     "for it, what is left of it in 32 bits (write each entry of the table in quotes, and it is "
+     "written as it stands: \"2850000000\")"},
+    {"level-table-entry-too-large/bad-cpufreq",
+     ".env:9:13: error: 2850000000: '2850000000' is over 2147483647: the daemon writes -1444967296 "
+     "for it, what is left of it in 32 bits (write the table in the unit of the driver, such as "
+     "kHz: four bytes hold no more)"},
     {"level-table-hex-entry/bad",
      ".env:9:18: error: 20: not in \"0x\" form in a table of such numbers: the daemon drops the "
      "first two characters and reads '' as a hexadecimal number (write all entries of a table in "
@@ -243,6 +270,35 @@ const std::map<std::string, std::string> kMistakes = {
     {"level-without-row/bad-info",
      ".conf:5:18: error: 70000: at this temperature the daemon releases every device: "
      "'action_info' has no row for level 2 (write a row for each threshold)"},
+    {"look-alike-character/bad",
+     ".conf:4:2: error: \xD0\xB5: 's\xD0\xB5nsor' holds U+0435, a Cyrillic letter that looks like "
+     "'e': to the daemon it is another word; the daemon ignores 's\xD0\xB5nsor', and ends because "
+     "'sensor' is missing (write 'sensor')"},
+    {"look-alike-character/bad-dash", ".conf:9:10: error: \xE2\x80\x93: '\xE2\x80\x93"
+                                      "1000' holds U+2013, a dash that looks like '-': to the "
+                                      "daemon it is another word; the daemon reads '\xE2\x80\x93"
+                                      "1000' as 0 (write '-1000')"},
+    {"look-alike-character/bad-digits",
+     ".conf:6:16: error: \xEF\xBC\x95: "
+     "'\xEF\xBC\x95\xEF\xBC\x97\xEF\xBC\x90\xEF\xBC\x90\xEF\xBC\x90' holds U+FF15, a full-width "
+     "character that looks like '5': to the daemon it is another word; the daemon reads "
+     "'\xEF\xBC\x95\xEF\xBC\x97\xEF\xBC\x90\xEF\xBC\x90\xEF\xBC\x90' as 0 (write '57000')"},
+    {"look-alike-character/bad-header",
+     ".env:6:3: error: \xD0\xB0: '[b\xD0\xB0ttery]' holds U+0430, a Cyrillic letter that looks "
+     "like 'a': to the daemon it is another word (write '[battery]')"},
+    {"look-alike-character/bad-no-break-space",
+     ".conf:5:11: error: \xC2\xA0: 'thresholds<U+00A0>60000' holds U+00A0, a space that separates "
+     "no words: to the daemon it is another word; the daemon ignores 'thresholds\xC2\xA0"
+     "60000', and ends because 'thresholds' is missing (write 'thresholds 60000')"},
+    {"look-alike-character/bad-quotes",
+     ".env:9:13: error: \xE2\x80\x9C: '\xE2\x80\x9C"
+     "20\xE2\x80\x9D' holds U+201C, a sign that looks like '\"': to the daemon it is another word; "
+     "'\xE2\x80\x9C"
+     "20\xE2\x80\x9D' is no whole number: the daemon writes 0 for it (write '\"20\"')"},
+    {"look-alike-character/bad-zero-width-space",
+     ".conf:4:9: error: \xE2\x80\x8B: 'c<U+200B>pu' holds U+200B, an invisible character: to the "
+     "daemon it is another word; the daemon finds no sensor 'c\xE2\x80\x8Bpu' on the board, and "
+     "ends because 'sensor' is missing (write 'cpu')"},
     {"lowactive-not-true/bad",
      ".conf:9:11: error: True: the daemon takes 'True' for false, and the item acts on heat (write "
      "'lowactive true', or take the line out)"},
@@ -258,23 +314,16 @@ const std::map<std::string, std::string> kMistakes = {
      ".conf:1:1: warning: [cpu_fan]: the daemon starts in 'Default', but no line here makes that a "
      "name: it complains once a second, and no request leads back there (write 'SCEN Default' "
      "directly above the first item that shall run from the start)"},
-    {"no-default-scenario/bad-case",
-     ".conf:1:6: warning: default: the daemon starts in 'Default', but no line here makes that a "
-     "name: it complains once a second, and no request leads back there (did you mean 'Default'?)"},
-    {"no-default-scenario/bad-other",
-     ".conf:1:1: warning: SCEN: the daemon starts in 'Default', but no line here makes that a "
-     "name: it complains once a second, and no request leads back there (write 'SCEN Default' "
-     "directly above the first item that shall run from the start)"},
     {"no-item-line/bad", ".conf:1:1: error: #: the daemon ends: a comment stands where an item, "
                          "'SCEN' or ']' must begin (there are no comments: take the line out)"},
+    {"no-item-line/bad-inside",
+     ".conf:8:1: error: actions: the daemon ends: 'actions' stands outside of any item, behind the "
+     "blank line or the ']' that ended the last one (take out the blank line or the ']' above)"},
     {"no-item-line/bad-junk", ".conf:1:1: error: fan: the daemon ends: 'fan' stands where an item, "
                               "'SCEN' or ']' must begin (write an item's name in brackets: [fan])"},
     {"no-item-line/bad-key", ".conf:10:1: error: sampling: the daemon ends: 'sampling' stands "
                              "outside of any item, behind the blank line or the ']' that ended the "
                              "last one (take out the blank line or the ']' above)"},
-    {"no-item-line/bad-mark",
-     ".conf:1:1: error: \xEF\xBB\xBFSCEN: the daemon ends: the file begins with a byte order mark "
-     "and not with '[' or 'SCEN' (save the file without a byte order mark)"},
     {"no-item-line/bad-scen", ".conf:1:1: error: Scen: the daemon ends: 'Scen' stands where an "
                               "item, 'SCEN' or ']' must begin (did you mean 'SCEN'?)"},
     {"no-type-line/bad",
@@ -298,11 +347,28 @@ const std::map<std::string, std::string> kMistakes = {
     {"node-path-relative/bad",
      ".env:4:11: warning: sys/devices/platform/tmu/cpu: a path without \"/\" at its beginning: the "
      "daemon looks for the node wherever it was started (write the whole path)"},
-    {"period-below-sensors/bad", ".conf:9:10: warning: 500: the daemon decides every 500 ms on a "
-                                 "temperature that is read every 1000 ms (write 'sampling 1000')"},
+    {"period-below-sensors/bad",
+     ".conf:9:10: warning: 500: the daemon decides every 500 ms on the temperature of 'cpu', which "
+     "is read every 1000 ms (write 'sampling 1000')"},
     {"report-in-several-levels/bad",
      ".conf:7:17: warning: alarm: the daemon reports anew whenever the item moves from one level "
      "to another (give the report an item of its own with one threshold)"},
+    {"nothing-in-force/bad",
+     ".conf:1:6: error: default: the daemon starts in 'Default', to which no item belongs: none is "
+     "in force, and no device is driven (did you mean 'Default'?)"},
+    {"nothing-in-force/bad-other",
+     ".conf:1:1: error: SCEN: the daemon starts in 'Default', to which no item belongs: none is in "
+     "force, and no device is driven (write 'SCEN Default' directly above the first item that "
+     "shall run from the start)"},
+    {"temperature-cut-short/bad",
+     ".conf:5:18: error: 70,000: the daemon reads '70,000' as 70: the item is always on (write "
+     "thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
+    {"temperature-cut-short/bad-clearing",
+     ".conf:6:16: error: 57C: the daemon reads '57C' as 57: the item never lets go (write "
+     "thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
+    {"temperature-cut-short/bad-setpoint",
+     ".conf:6:11: error: 0x60000: the daemon reads '0x60000' as 0, and ends because 'set_point' is "
+     "missing (write thousandths of a degree in digits alone, such as 42000 for 42 °C)"},
     {"report-level/bad", ".conf:16:13: error: 2: the daemon reports nothing at level 1 (write 1)"},
     {"report-level/bad-zero",
      ".conf:16:13: error: 0: the daemon reports that all is well at level 1 (write 1)"},
@@ -319,8 +385,6 @@ const std::map<std::string, std::string> kMistakes = {
                               "threshold leads to level 3 (write a threshold for each row)"},
     {"row-without-level/bad-info", ".conf:8:17: warning: 3: the daemon never comes to this row: no "
                                    "threshold leads to level 3 (write a threshold for each row)"},
-    {"sampling-missing/bad", ".env:6:1: warning: [battery]: no 'sampling': the daemon samples the "
-                             "sensor every 1000 ms (write 'sampling 1000' if that is meant)"},
     {"sampling-not-a-number/bad",
      ".env:3:10: warning: 250ms: '250ms' is no whole number: the daemon reads 250 (write the "
      "period in milliseconds, in digits alone)"},
@@ -381,6 +445,9 @@ const std::map<std::string, std::string> kMistakes = {
     {"section-kind-wrong-case/bad",
      ".env:7:6: error: Real: the daemon knows the kind 'real' in small letters alone and drops the "
      "section without a word (did you mean 'real'?)"},
+    {"section-kind-wrong-case/bad-with-items",
+     ".env:2:6: error: Real: the daemon knows the kind 'real' in small letters alone and drops the "
+     "section without a word; 2 items depend on it, and the daemon ends (did you mean 'real'?)"},
     {"section-value-not-a-number/bad",
      ".env:15:11: warning: 30.5k: '30.5k' is no whole number: the daemon reads 30"},
     {"section-value-not-a-number/bad-alone",
@@ -389,12 +456,20 @@ const std::map<std::string, std::string> kMistakes = {
      ".env:18:9: warning: 70.5: '70.5' is no whole number: the daemon reads 70"},
     {"section-words-ignored/bad", ".env:3:14: warning: ms: the daemon takes one word behind "
                                   "'sampling' and ignores the rest of the line"},
+    {"section-words-ignored/bad-header",
+     ".env:6:11: warning: pack: the daemon ignores what stands behind '[battery]' (take it out)"},
+    {"section-words-ignored/bad-kind",
+     ".env:7:11: warning: #: the daemon ignores what stands behind 'real' (take it out)"},
     {"section-words-ignored/bad-path",
      ".env:9:36: warning: battery/temp: the daemon takes one word behind 'node_path' and ignores "
      "the rest of the line (a path cannot hold white space)"},
     {"sections-merged/bad",
      ".env:5:1: error: [battery]: no blank line above this header: the daemon takes it for an "
      "unknown key and the lines below it for those of 'cpu' (put a blank line above it)"},
+    {"sections-merged/bad-with-items",
+     ".env:5:1: error: [fan]: no blank line above this header: the daemon takes it for an unknown "
+     "key and the lines below it for those of 'cpu'; 2 items depend on it (put a blank line above "
+     "it)"},
     {"sensor-name-repeated/bad",
      ".env:6:1: error: [cpu]: 'cpu' is defined in line 1, too: the daemon goes on sampling that "
      "sensor, but the name now means this one"},
@@ -446,9 +521,10 @@ const std::map<std::string, std::string> kMistakes = {
      ".env:23:13: error: skin: 'skin' is no real sensor, and only those switch others: the daemon "
      "never switches this one on (name a real sensor)"},
     {"trip-sensor-shared/bad",
-     ".env:23:13: warning: battery: 'battery' switches 'skin', too: once it has switched all of "
-     "its sensors on, the daemon never switches any of them off again (give each virtual sensor a "
-     "trip sensor of its own)"},
+     ".env:23:13: warning: battery: 'battery' switches 'skin', too, at 30000 and not at 32000: "
+     "while only some of its sensors are on the daemon switches them off again, and one that is "
+     "off keeps its last temperature, with all that watches it (write 'set_point 30000' for all of "
+     "them: they go on together and stay on)"},
     {"trip-sensor-undefined/bad",
      ".env:14:13: error: batery: no section above defines the sensor 'batery': the daemon never "
      "switches this one on (did you mean 'battery'?)"},
@@ -480,6 +556,9 @@ const std::map<std::string, std::string> kMistakes = {
     {"unknown-sensor/bad-device",
      ".conf:4:8: error: fan: the daemon finds no sensor 'fan' on the board, and ends because "
      "'sensor' is missing ('fan' is no sensor)"},
+    {"unknown-sensor/bad-twice",
+     ".conf:4:8: error: cpu0: the daemon finds no sensor 'cpu0' on the board, and ends because "
+     "'sensor' is missing; 2 items depend on it (did you mean 'cpu'?)"},
     {"unknown-type/bad",
      ".conf:3:11: error: SS: the daemon ends: 'SS' is no kind of item (did you mean 'ss'?)"},
     {"unknown-type/bad-none",
@@ -490,9 +569,13 @@ const std::map<std::string, std::string> kMistakes = {
     {"unknown-type/bad-slip", ".conf:3:11: error: montior: the daemon ends: 'montior' is no kind "
                               "of item (did you mean 'monitor'?)"},
     {"unused-device/bad",
-     ".env:11:1: warning: [pump]: the daemon never drives this device: no item names it"},
+     ".env:11:1: warning: [pump]: the daemon never drives 'pump': no item names it"},
+    {"unused-device/bad-several", ".env:11:1: warning: [pump]: the daemon never drives 'pump', "
+                                  "'valve' and 'belt': no item names them"},
     {"unused-sensor/bad",
-     ".env:11:1: warning: [gpu]: the daemon samples this sensor for nothing: no item watches it"},
+     ".env:11:1: warning: [gpu]: the daemon samples 'gpu' for nothing: no item watches it"},
+    {"unused-sensor/bad-several", ".env:11:1: warning: [gpu]: the daemon samples 'gpu' and 'npu' "
+                                  "for nothing: no item watches them"},
     {"virtual-math-ignored/bad",
      ".env:19:6: warning: 1: there is one formula only: the daemon does not look at 'math'"},
     {"virtual-period-alone/bad",
@@ -502,13 +585,17 @@ const std::map<std::string, std::string> kMistakes = {
     {"virtual-set-point-in-degrees/bad",
      ".env:16:15: warning: 28: 28 is 28 thousandths of a degree (did you mean '28000'?)"},
     {"virtual-set-points-reversed/bad",
+     ".env:16:15: warning: 30001: 'set_point_clr' 30001 lies above 'set_point' 30000: once the "
+     "daemon has switched the sensor on it stays on, and 'set_point_clr' is never looked at "
+     "('set_point_clr' belongs a few degrees below 'set_point')"},
+    {"virtual-set-points-reversed/bad-shared",
      ".env:16:15: warning: 30001: 'set_point_clr' 30001 lies above 'set_point' 30000: between the "
-     "two the daemon switches the sensor on and off with each sample ('set_point_clr' belongs a "
-     "few degrees below 'set_point')"},
+     "two the daemon switches the sensor on and off with each sample, as long as another of the "
+     "same trip sensor is off ('set_point_clr' belongs a few degrees below 'set_point')"},
     {"virtual-set-points-reversed/bad-without-set-point",
-     ".env:15:15: warning: 28000: 'set_point_clr' 28000 lies above 'set_point' 0: between the two "
-     "the daemon switches the sensor on and off with each sample ('set_point_clr' belongs a few "
-     "degrees below 'set_point')"},
+     ".env:15:15: warning: 28000: 'set_point_clr' 28000 lies above 'set_point' 0: once the daemon "
+     "has switched the sensor on it stays on, and 'set_point_clr' is never looked at "
+     "('set_point_clr' belongs a few degrees below 'set_point')"},
     {"virtual-source-missing/bad", ".env:11:1: error: [skin]: no sources: the sensor never tells a "
                                    "temperature (write 'sensors' and their names)"},
     {"virtual-source-missing/bad-alone", ".env:17:1: error: sensors: no sources: the sensor never "
@@ -559,6 +646,50 @@ const std::map<std::string, std::string> kMistakes = {
      ".conf:10:11: warning: mode: the daemon ignores what stands behind 'game' (take it out)"},
     {"words-ignored/bad-type",
      ".conf:3:19: warning: #: the daemon ignores what stands behind 'monitor' (take it out)"},
+    {"wrong-kind-of-file/bad",
+     ".env:1:1: error: SCEN: this is a configuration; did you swap --env and --conf?"},
+    {"wrong-kind-of-file/bad-binary",
+     ".env:1:5: error: \x02: this is a binary file and no text (name the file that was meant)"},
+    {"wrong-kind-of-file/bad-byte-order-mark",
+     ".env:1:1: error: \xEF\xBB\xBF: the file begins with U+FEFF, a byte order mark, which the "
+     "daemon takes for a part of the first word (save the file as UTF-8 without a byte order "
+     "mark)"},
+    {"wrong-kind-of-file/bad-byte-order-mark-conf",
+     ".conf:1:1: error: \xEF\xBB\xBF: the daemon ends: the file begins with U+FEFF, a byte order "
+     "mark, which the daemon takes for a part of the first word (save the file as UTF-8 without a "
+     "byte order mark)"},
+    {"wrong-kind-of-file/bad-carriage-returns",
+     ".env:1:6: error: \x0D: the lines end with carriage returns alone, and to the daemon all of "
+     "them are one line (save the file with line feeds at the ends of its lines)"},
+    {"wrong-kind-of-file/bad-carriage-returns-conf",
+     ".conf:1:13: error: \x0D: the daemon ends: the lines end with carriage returns alone, and to "
+     "the daemon all of them are one line (save the file with line feeds at the ends of its "
+     "lines)"},
+    {"wrong-kind-of-file/bad-commas-conf",
+     ".conf:1:5: error: ,: the daemon ends: these are the cells of a spreadsheet, and the daemon "
+     "takes ',' for a part of a word (put blanks between the words, and blank lines between the "
+     "blocks)"},
+    {"wrong-kind-of-file/bad-conf", ".conf:2:1: error: type: the daemon ends: this is an "
+                                    "environment file; did you swap --env and --conf?"},
+    {"wrong-kind-of-file/bad-empty",
+     ".env:1:1: error: $: the file is empty: the daemon finds no sensor and no device here (write "
+     "the board's sections, or name the file that was meant)"},
+    {"wrong-kind-of-file/bad-semicolons",
+     ".env:1:6: error: ;: these are the cells of a spreadsheet, and the daemon takes ';' for a "
+     "part of a word (put blanks between the words, and blank lines between the blocks)"},
+    {"wrong-kind-of-file/bad-semicolons-conf",
+     ".conf:1:5: error: ;: the daemon ends: these are the cells of a spreadsheet, and the daemon "
+     "takes ';' for a part of a word (put blanks between the words, and blank lines between the "
+     "blocks)"},
+    {"wrong-kind-of-file/bad-utf16",
+     ".env:1:1: error: \xFF: this is UTF-16, with two bytes for each character, and the daemon "
+     "takes each byte for one (save the file as UTF-8)"},
+    {"wrong-kind-of-file/bad-utf16-big-endian",
+     ".env:1:1: error: \xFE: this is UTF-16, with two bytes for each character, and the daemon "
+     "takes each byte for one (save the file as UTF-8)"},
+    {"wrong-kind-of-file/bad-utf16-conf",
+     ".conf:1:1: error: \xFF: the daemon ends: this is UTF-16, with two bytes for each character, "
+     "and the daemon takes each byte for one (save the file as UTF-8)"},
 };
 
 std::string ruleOf(const std::string& example) {
@@ -590,11 +721,15 @@ Lines saidAbout(const std::string& example) {
   return said;
 }
 
-// Those of the rules that need no nodes.
+// Those of the rules that need no nodes and no settings, but for the one about what the others have
+// no words for.
 std::set<std::string> rulesWithExamples() {
   std::set<std::string> names;
   for (const Rule& rule : allRules())
     if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0) names.insert(rule.name);
+  names.erase("ends-the-daemon");
+  for (const Rule& rule : kSettingsRules)
+    names.erase(rule.name);
   return names;
 }
 

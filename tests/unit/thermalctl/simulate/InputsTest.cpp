@@ -46,6 +46,21 @@ TEST_F(InputsTest, NamesEveryConfigurationThatTheDaemonMayRead) {
             (std::vector<std::string>{files.path("first.conf"), files.path("night.conf")}));
 }
 
+TEST_F(InputsTest, AScenarioOrAConfigurationWithASlipIsToldWithWhatWasMeant) {
+  files.configuration = "SCEN Default\n" + files.configuration;
+  files.add("night.conf", files.configuration);
+  files.workload = "time,scenario,configuration\n0,Defualt,nihgt.conf\n";
+  EXPECT_EQ(files.wrongInFull(),
+            "workload.csv:2:3: error: no configuration declares the scenario 'Defualt'\n"
+            "    2 | 0,Defualt,nihgt.conf\n"
+            "      |   ^~~~~~~\n"
+            "      hint: did you mean 'Default'?\n"
+            "workload.csv:2:11: error: there is no configuration 'nihgt.conf' beside first.conf\n"
+            "    2 | 0,Defualt,nihgt.conf\n"
+            "      |           ^~~~~~~~~~\n"
+            "      hint: did you mean 'night.conf'?\n");
+}
+
 // The board's sensor "cpu" reads the node "die"; no sensor reads "case".
 class LimitsTest : public InputsTest {
 protected:

@@ -87,8 +87,6 @@ TEST_F(PlantFileTest, TellsEverythingThatIsWrongAtOnceWithItsLine) {
       "plant.toml:4:21: error: 'joules_per_kelvin' must be a number from 1e-06 to 1000000000 J/K\n"
       "plant.toml:6:1: error: 'joules_per_kelvin' is missing: how much heat warms the node by one "
       "degree\n"
-      "plant.toml:6:1: error: node 'pack' cannot cool: no [[resistance]] leads from it to the "
-      "ambient, not even by way of other nodes\n"
       "plant.toml:11:19: error: 'kelvin_per_watt' must be a number from 1e-09 to 1000000000 K/W\n"
       "plant.toml:14:19: error: no node is called 'battery'\n"
       "plant.toml:20:9: error: 'watts' has 2 numbers, and device 'gpu' has 4 levels\n"
@@ -101,6 +99,22 @@ TEST_F(PlantFileTest, TellsEverythingThatIsWrongAtOnceWithItsLine) {
       "plant.toml:29:1: error: the board has no real sensor 'skin'\n"
       "plant.toml:31:7: error: 'lag' must be 0 or a number from 1e-06 to 1000000 seconds\n"
       "workload.csv: error: no load at time 0 for the source 'panel', and the plant gives none\n");
+}
+
+TEST_F(PlantFileTest, ANodeWithoutAWayToTheAmbientCannotCool) {
+  EXPECT_EQ((files.plant += "[node.pack]\njoules_per_kelvin = 1\n", files.wrong()),
+            "plant.toml:10:1: error: node 'pack' cannot cool: no [[resistance]] leads from it to "
+            "the ambient, not even by way of other nodes\n");
+}
+
+TEST_F(PlantFileTest, ThatNoNodeCanCoolIsToldOnce) {
+  const size_t header = files.plant.find("[[resistance]]");
+  RunFiles slip;
+  slip.plant.replace(header, 14, "[[resitsance]]");
+  EXPECT_EQ(slip.wrong(), "plant.toml:4:3: error: 'resitsance' is no key that is known here\n");
+  files.plant.erase(header, files.plant.find("[sensor.cpu]") - header);
+  EXPECT_EQ(files.wrong(), "plant.toml:1:1: error: 'resistance' is missing: a node and "
+                           "\"ambient\", or two nodes: no node can cool\n");
 }
 
 TEST_F(PlantFileTest, ASlipInTheNotationIsTheOnlyThingThatIsTold) {
@@ -287,21 +301,20 @@ TEST_F(PlantFileTest, ASourceMustNotBearTheNameOfAnotherColumn) {
 }
 
 TEST_F(PlantFileTest, ASlipInANameIsToldOnceWithWhatWasMeant) {
-  files.plant = "[node.pack]\njoules_per_kelvin = 2\n[[resistance]]\n"
-                "between = [\"pakc\", \"ambient\"]\nkelvin_per_watt = 1\n[[resistance]]\n"
-                "between = [\"pack\", \"ambient\"]\nkelvin_per_watt = 1\n[sensor.cpuu]\n"
+  files.plant = "[node.pack]\njoules_per_kelvin = 2\n\n[[resistance]]\n"
+                "between = [\"pakc\", \"ambient\"]\nkelvin_per_watt = 1\n[sensor.cpuu]\n"
                 "node = \"pack\"\n[source.sun]\nnode = \"pack\"\nwatts = [1, 1, 1, 1]\n"
                 "device = \"gqu\"\nload = 0\n";
-  EXPECT_EQ(files.wrongInFull(), "plant.toml:4:12: error: no node is called 'pakc'\n"
-                                 "    4 | between = [\"pakc\", \"ambient\"]\n"
+  EXPECT_EQ(files.wrongInFull(), "plant.toml:5:12: error: no node is called 'pakc'\n"
+                                 "    5 | between = [\"pakc\", \"ambient\"]\n"
                                  "      |            ^~~~~~\n"
                                  "      hint: did you mean 'pack'?\n"
-                                 "plant.toml:9:1: error: the board has no real sensor 'cpuu'\n"
-                                 "    9 | [sensor.cpuu]\n"
+                                 "plant.toml:7:1: error: the board has no real sensor 'cpuu'\n"
+                                 "    7 | [sensor.cpuu]\n"
                                  "      | ^~~~~~~~~~~~~\n"
                                  "      hint: did you mean 'cpu'?\n"
-                                 "plant.toml:14:10: error: the board has no device 'gqu'\n"
-                                 "   14 | device = \"gqu\"\n"
+                                 "plant.toml:12:10: error: the board has no device 'gqu'\n"
+                                 "   12 | device = \"gqu\"\n"
                                  "      |          ^~~~~\n"
                                  "      hint: did you mean 'gpu'?\n");
 }

@@ -44,6 +44,7 @@ TEST_F(WorkloadFileTest, AnEmptyCellChangesNothing) {
                                             {90'000, Kind::kFault, 0, "stuck"},
                                             {360'000, Kind::kFault, 0, "none"}}));
   EXPECT_TRUE(files.problems.none());
+  EXPECT_EQ(workload().shortRows, std::vector<int>{3});
 }
 
 TEST_F(WorkloadFileTest, TomlSaysTheSameAndMayRepeat) {

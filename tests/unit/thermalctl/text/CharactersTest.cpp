@@ -16,10 +16,10 @@ TEST(CharactersTest, PutsASignForEachControlCharacter) {
 
 TEST(CharactersTest, PutsASignForWhatIsNotUtf8OrWouldTurnTheLineAround) {
   constexpr char kReplacement[] = "\xEF\xBF\xBD";
-  for (const char* text :
-       {"\xFF", "\xC2\x85", "\xC2\x9F", "\xE2\x80\x8F", "\xE2\x80\xAE", "\xE2\x81\xA6"})
+  for (const char* text : {"\xFF", "\xC2\x85", "\xC2\x9F", "\xE2\x80\x8B", "\xE2\x80\x8F",
+                           "\xE2\x80\xAE", "\xE2\x81\xA6", "\xEF\xBB\xBF"})
     EXPECT_EQ(visible(text), kReplacement) << text;
-  for (const char* text : {"\xC2\xA0", "\xE2\x80\x90", "\xE2\x80\xAF", "\xE2\x81\xAA"})
+  for (const char* text : {"\xC2\xA0", "\xE2\x80\x90", "\xE2\x80\xAF", "\xE2\x81\xB0"})
     EXPECT_EQ(visible(text), text);
 }
 
@@ -51,6 +51,21 @@ TEST(CharactersTest, CutsBetweenCharacters) {
   EXPECT_EQ(firstCharacters("s\xC3\xA4x", 2), "s\xC3\xA4");
   EXPECT_EQ(firstCharacters("s\xC3\xA4x", 0), "");
   EXPECT_EQ(firstCharacters("sx", 9), "sx");
+}
+
+TEST(CharactersTest, CutsTheLongWordsOfAMessage) {
+  EXPECT_EQ(withShortWords(""), "");
+  EXPECT_EQ(withShortWords(" a  b "), " a  b ");
+  const std::string longest(100, 'x');
+  EXPECT_EQ(withShortWords("'" + longest.substr(2) + "' is"), "'" + longest.substr(2) + "' is");
+  const std::string first(59, 'x');
+  const std::string last(19, 'x');
+  EXPECT_EQ(withShortWords("no '" + std::string(5'000'000, 'x') + "' is here"),
+            "no '" + first + "..." + last + "' is here");
+  std::string wide;
+  for (int i = 0; i < 101; ++i)
+    wide += "\xC3\xA4";
+  EXPECT_EQ(withShortWords(wide), wide.substr(0, 120) + "..." + wide.substr(0, 40));
 }
 
 TEST(CharactersTest, MakesSmallLettersOfThoseOfAsciiAlone) {

@@ -53,4 +53,11 @@ TEST(PhrasesTest, WrapsAtTheWidthAndNotBefore) {
   EXPECT_EQ(wrapped(" ", 5), "");
 }
 
+TEST(PhrasesTest, NamesTenOfALongList) {
+  std::vector<std::string> texts(10, "a");
+  EXPECT_EQ(listedBriefly(texts), listed(texts));
+  texts.resize(12, "b");
+  EXPECT_EQ(listedBriefly(texts), "'a', 'a', 'a', 'a', 'a', 'a', 'a', 'a', 'a', 'a' and 2 more");
+}
+
 } // namespace

@@ -83,8 +83,8 @@ TEST(ProblemsTest, KeepControlCharactersFromTheTerminal) {
 TEST(ProblemsTest, CutAWordThatWouldHideWhatIsSaidAboutIt) {
   Problems problems;
   problems.add({"a", {}, "'" + std::string(5'000'000, 'x') + "' is no number", "as here"});
-  EXPECT_EQ(printed(problems),
-            "a: error: '" + std::string(49, 'x') + "... is no number\n      hint: as here\n");
+  EXPECT_EQ(printed(problems), "a: error: '" + std::string(59, 'x') + "..." + std::string(19, 'x') +
+                                   "' is no number\n      hint: as here\n");
 }
 
 TEST(ProblemsTest, AreAHundredAtTheMost) {

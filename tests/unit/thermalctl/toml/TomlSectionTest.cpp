@@ -190,6 +190,16 @@ TEST_F(TomlSectionTest, ASlipInAKeyIsToldWithTheKeyThatWasMeant) {
                       "      hint: known are 'joules'\n");
 }
 
+TEST_F(TomlSectionTest, ASlipInAKeyThatIsNeededIsToldOnce) {
+  TomlSection section = sectionOf("jules = 1\n");
+  section.number("joules");
+  section.missing("joules", "how much");
+  section.missing("kelvin", "how hot");
+  section.refuseOtherKeys();
+  EXPECT_EQ(told(), "f:1:1: error: 'kelvin' is missing: how hot\n"
+                    "f:1:1: error: 'jules' is no key that is known here\n");
+}
+
 TEST_F(TomlSectionTest, TellsWhereTheNotationIsWrong) {
   EXPECT_FALSE(parseToml("a = 1\nb = = 2\n", file, problems));
   EXPECT_EQ(inFull(), "f:2:5: error: Error while parsing value: could not determine value type\n"

@@ -2,9 +2,10 @@
 
 #include "check/rule/Rule.h"
 
-// The rules of the configurations by theme: whatever ends the daemon; where items and scenarios
+// The rules of the configurations by theme: what either file is, and of what characters; whatever ends the daemon; where items and scenarios
 // begin and end; sensors, devices and items by their names; how a number is read, and whether it
 // can be meant; "actions" and "action_info"; the numbers of an SS item.
+extern const std::vector<Rule> kFileRules;
 extern const std::vector<Rule> kEndRules;
 extern const std::vector<Rule> kShapeRules;
 extern const std::vector<Rule> kKeyRules;
@@ -13,3 +14,5 @@ extern const std::vector<Rule> kNumberRules;
 extern const std::vector<Rule> kThresholdRules;
 extern const std::vector<Rule> kRowRules;
 extern const std::vector<Rule> kStepRules;
+// To be asked last: what ends the daemon and none of the others has told of.
+extern const std::vector<Rule> kUntoldEndRules;

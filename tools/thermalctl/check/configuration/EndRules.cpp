@@ -27,6 +27,13 @@ std::string whatStands(const Error& error) {
   return quoted(error.word.text);
 }
 
+// Whether the daemon ends there, or for want of what stands there: the item above was cut off.
+bool endsThere(const Error& error, const Configuration& configuration) {
+  const Error* fatal = configuration.fatal();
+  if (fatal == &error) return true;
+  return fatal->item && !fatal->item->cutOff.empty() && &error == fatal + 1;
+}
+
 bool isKey(const std::string& word) {
   return word == "algo_type" || contains(itemKeys(ItemKind::kMonitor), word) ||
          contains(itemKeys(ItemKind::kSS), word);
@@ -34,10 +41,6 @@ bool isKey(const std::string& word) {
 
 // And what to write instead.
 std::pair<Message, Message> whyNoItem(const std::string& word) {
-  // First, for what follows the mark is a part of the same word.
-  if (hasByteOrderMark(word))
-    return {"the file begins with a byte order mark and not with '[' or 'SCEN'",
-            "save the file without a byte order mark"};
   if (isComment(word))
     return {"a comment stands where an item, 'SCEN' or ']' must begin",
             "there are no comments: take the line out"};
@@ -69,13 +72,14 @@ std::vector<std::string> keysWithoutLine(const Item& item) {
 const std::vector<Rule> kEndRules = {
     {"no-item-line", Severity::kError,
      "Between two items the daemon accepts a header in brackets, a 'SCEN' line or a ']'. Anything "
-     "else, such as a comment, a key behind a blank line too many, or a byte order mark at the "
-     "start of the file, ends it: it logs \"Each item should be started with 'SCEN' or embraced "
+     "else, such as a comment or a key behind a blank line too many, ends it: it logs \"Each item "
+     "should be started with 'SCEN' or embraced "
      "with [name]\" and exits with status 0, at start and in a live swap alike, and the phone has "
      "no thermal protection. There are no comments, and a blank line always ends an item.",
      eachError<Error::kHeader>([](const Error& error, Context& context) {
        const auto [message, hint] = whyNoItem(error.word.text);
-       context.tell(error.word, ending(error, context) + message.text, hint);
+       const bool ends = endsThere(error, *context.configuration);
+       context.tell(error.word, {"{}{}", ending(ends), message.text}, hint);
      })},
 
     {"scenario-without-item", Severity::kError,
@@ -124,8 +128,9 @@ const std::vector<Rule> kEndRules = {
        const bool none = error.found == Error::kNoWord;
        const std::string& word = error.word.text;
        context.tell(error.word,
-                    ending(error, context) + (none ? "no kind of item stands behind 'algo_type'"
-                                                   : quoted(word) + " is no kind of item"),
+                    {"{}{}", ending(error, context),
+                     none ? "no kind of item stands behind 'algo_type'"
+                          : quoted(word) + " is no kind of item"},
                     didYouMean(none ? "" : word, {"monitor", "ss"},
                                "write 'algo_type monitor' or 'algo_type ss'"));
      })},
@@ -154,7 +159,24 @@ const std::vector<Rule> kEndRules = {
          // A word without digits is 0, too, but that is what another rule tells.
          if (!point->word.text.empty() && point->value == 0 && sound(*point))
            context.tell(point->word,
-                        "the daemon takes 0 for no value" + endForWantOf(key, item, context),
+                        {"the daemon takes 0 for no value{}", endForWantOf(key, item, context)},
                         "write 1: a thousandth of a degree more");
+     })},
+};
+
+const std::vector<Rule> kUntoldEndRules = {
+    {"ends-the-daemon", Severity::kError,
+     "The daemon ends on the configuration, and no other rule has a word for the reason. It logs "
+     "what it misses and exits with status 0, at start and in a live swap alike, and the phone has "
+     "no thermal protection. Compare the item that is marked with one that works.",
+     eachConfiguration([](const Configuration& configuration, Context& context) {
+       const ConfigurationError* fatal = configuration.fatal();
+       const std::vector<Finding>& told = context.told();
+       if (fatal && std::none_of(told.begin(), told.end(), [&](const Finding& finding) {
+             // What a mistake of the environment takes from an item is told there.
+             return finding.end == End::kNow && (finding.file == configuration.file ||
+                                                 finding.file == context.subject.environment.file);
+           }))
+         context.tell(fatal->word, {"{}it logs \"{}\"", ending(true), fatal->message});
      })},
 };

@@ -4,11 +4,12 @@
 
 #include "check/rule/Keys.h"
 
-std::string ending(bool first) {
-  return first ? "the daemon ends: " : "the daemon would end here too: ";
+Ending ending(bool first) {
+  if (first) return {"the daemon ends: ", End::kNow};
+  return {"the daemon would end here too: ", End::kLater};
 }
 
-std::string ending(const ConfigurationError& error, const Context& context) {
+Ending ending(const ConfigurationError& error, const Context& context) {
   return ending(context.configuration->fatal() == &error);
 }
 
@@ -25,8 +26,10 @@ bool endsForWantOf(const Configuration& configuration, const Item& item, const s
   return guilty != configuration.meant.end() && *guilty == &item;
 }
 
-std::string endForWantOf(const std::string& key, const Item& item, const Context& context) {
-  if (!contains(item.missing, key)) return "";
+Ending endForWantOf(const std::string& key, const Item& item, const Context& context) {
+  if (!contains(item.missing, key)) return {};
   const bool ends = endsForWantOf(*context.configuration, item, key);
-  return fmt::format(", and {} because '{}' is missing", ends ? "ends" : "would end here too", key);
+  return {
+      fmt::format(", and {} because '{}' is missing", ends ? "ends" : "would end here too", key),
+      ends ? End::kNow : End::kLater};
 }

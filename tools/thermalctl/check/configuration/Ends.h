@@ -5,11 +5,11 @@
 #include "check/rule/Rule.h"
 
 // How a sentence on an error begins: the first one ends the daemon, the others would.
-std::string ending(bool first);
-std::string ending(const ConfigurationError& error, const Context& context);
+Ending ending(bool first);
+Ending ending(const ConfigurationError& error, const Context& context);
 
 // Whether it is for want of `key` in this item that the daemon ends.
 bool endsForWantOf(const Configuration& configuration, const Item& item, const std::string& key);
 
 // ", and ends because 'KEY' is missing" where the item is rejected for want of `key`, else nothing.
-std::string endForWantOf(const std::string& key, const Item& item, const Context& context);
+Ending endForWantOf(const std::string& key, const Item& item, const Context& context);

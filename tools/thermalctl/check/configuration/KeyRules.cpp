@@ -50,7 +50,7 @@ const std::vector<Rule> kKeyRules = {
        const std::string key = meantKey(item, property);
        if (key.empty()) return;
        // A slip beside the right key costs nothing but itself.
-       const std::string end = item.last(key) ? "" : endForWantOf(key, item, context);
+       const Ending end = item.last(key) ? Ending() : endForWantOf(key, item, context);
        context.tell(property.key, {"the daemon ignores '{}'{}", property.key.text, end},
                     {"did you mean '{}'?", key});
      })},
@@ -100,8 +100,9 @@ const std::vector<Rule> kKeyRules = {
        const std::string& key = property.key.text;
        if (!property.known || !property.words.empty()) return;
        // The daemon goes by the last line of a key.
-       const std::string end = item.last(key) == &property ? endForWantOf(key, item, context) : "";
-       context.tell(property.key, effectOfStandingAlone(key) + end,
+       const bool counts = item.last(key) == &property;
+       const Ending end = counts ? endForWantOf(key, item, context) : Ending();
+       context.tell(property.key, {"{}{}", effectOfStandingAlone(key), end},
                     {"write a value behind '{}', or take the line out", key});
      })},
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <map>
 #include <set>
 #include <tuple>
@@ -8,6 +9,7 @@
 #include "check/configuration/Ends.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
+#include "text/LookAlikes.h"
 #include "text/Nearest.h"
 #include "text/Phrases.h"
 
@@ -31,26 +33,126 @@ Names namesOf(const Sections& sections) {
   return names;
 }
 
+bool endsWithSeparator(const std::string& name) {
+  return name.back() == ',' || name.back() == ';';
+}
+
 // What to write instead of a name that the daemon finds no sensor or device by.
 Message hintForName(const std::string& kind, const std::string& name, const Environment& board) {
   const bool isSensor = kind == "sensor";
+  if (endsWithSeparator(name)) return "put blanks between the words and no other sign";
   const Section* section = board.named(name);
   if (!section) return didYouMean(name, namesOf(isSensor ? board.sensors : board.devices));
-  if (section->kind != SectionKind::kUnknown && section->isSensor() != isSensor)
-    return {"'{}' is no {}", name, kind};
-  if (!section->readByDaemon) return {"the daemon never reads the section of '{}'", name};
-  return {"the daemon drops the section of '{}', whose type is unknown", name};
+  return {"'{}' is no {}", name, kind};
 }
 
-// Tells of the name behind `key` if the board has no such sensor or device.
-void tellOfUnknown(const std::string& key, const Item& item,
-                   const std::optional<Reference>& reference, Context& context) {
-  if (!reference || reference->section || standsAlone(item, key)) return;
-  const Word& word = reference->word;
-  context.tell(word,
-               {"the daemon finds no {} '{}' on the board{}", key, word.text,
-                endForWantOf(key, item, context)},
-               hintForName(key, word.text, context.subject.environment));
+// An unknown name where the daemon ends for it, failing that where it is first met, and how many
+// items have it.
+struct Unknown {
+  const Configuration* configuration;
+  const Item* item;
+  Word word;
+  // By which an item names one thing, or "actions".
+  std::string key;
+  bool endsTheDaemon = false;
+  size_t items = 0;
+};
+
+// What the rule of one kind of names goes by.
+struct NamesOfKind {
+  const char* kind;
+  const std::optional<Reference>& (*single)(const Item&);
+  bool inRows;
+};
+
+// All that items name and the board does not have, each name once: whatever makes it unknown, it is
+// one mistake.
+class UnknownNames {
+public:
+  UnknownNames(const Context& context_, const NamesOfKind& names_)
+      : context(context_), names(names_) {}
+
+  std::vector<Unknown> collect() {
+    for (const Configuration& configuration : context.subject.configurations)
+      for (const Item* item : configuration.meant)
+        take(configuration, *item);
+    return std::move(found);
+  }
+
+private:
+  void take(const Configuration& configuration, const Item& item) {
+    std::set<std::string> counted;
+    const auto take = [&](const Reference& name, const std::string& key) {
+      if (name.section || isToldElsewhere(name.word.text)) return;
+      // Whoever puts commas between the words of a line does so everywhere on it.
+      if (endsWithSeparator(name.word.text) &&
+          !separated.insert({&configuration, name.word.at.line}).second)
+        return;
+      const auto [place, isFirst] = places.emplace(name.word.text, found.size());
+      const bool ends = endsForWantOf(configuration, item, key);
+      if (isFirst) found.push_back({&configuration, &item, name.word, key, ends});
+      Unknown& unknown = found[place->second];
+      if (ends && !unknown.endsTheDaemon)
+        unknown = {&configuration, &item, name.word, key, ends, unknown.items};
+      if (counted.insert(name.word.text).second) ++unknown.items;
+    };
+    const std::optional<Reference>& single = names.single(item);
+    if (single && !standsAlone(item, names.kind)) take(*single, names.kind);
+    if (!names.inRows) return;
+    for (const DeviceRow& row : item.actions)
+      for (const Reference& device : row.pieces)
+        take(device, "actions");
+  }
+
+  // Of the section that was meant, or of a virtual sensor that names it, too.
+  bool isToldElsewhere(const std::string& name) const {
+    const Subject& subject = context.subject;
+    if (names.inRows) return subject.lost.hasDevice(name);
+    if (subject.lost.hasSensor(name)) return true;
+    const auto& sections = subject.environment.sections;
+    return std::any_of(sections.begin(), sections.end(), [&name](const Section& section) {
+      const auto isName = [&name](const Reference& each) { return each.word.text == name; };
+      return (section.trip && isName(*section.trip)) ||
+             std::any_of(section.sources.begin(), section.sources.end(), isName);
+    });
+  }
+
+  const Context& context;
+  const NamesOfKind& names;
+  std::vector<Unknown> found;
+  std::map<std::string, size_t> places;
+  std::set<std::pair<const Configuration*, int>> separated;
+};
+
+// Whoever mends it mends all of them.
+std::string dependents(const Unknown& unknown) {
+  return unknown.items > 1 ? fmt::format("; {} items depend on it", unknown.items) : "";
+}
+
+const std::optional<Reference>& sensorOf(const Item& item) {
+  return item.sensor;
+}
+const std::optional<Reference>& deviceOf(const Item& item) {
+  return item.device;
+}
+
+void tellOfUnknown(const NamesOfKind& names, Context& context) {
+  for (const Unknown& unknown : UnknownNames(context, names).collect()) {
+    context.configuration = unknown.configuration;
+    const std::string& name = unknown.word.text;
+    const Message hint = hintForName(names.kind, name, context.subject.environment);
+    if (unknown.key == "actions")
+      context.tell(unknown.word,
+                   {"the daemon finds no device '{}' on the board and drives nothing in its "
+                    "place{}",
+                    name, dependents(unknown)},
+                   hint);
+    else
+      context.tell(unknown.word,
+                   {"the daemon finds no {} '{}' on the board{}{}", names.kind, name,
+                    endForWantOf(unknown.key, *unknown.item, context), dependents(unknown)},
+                   hint);
+  }
 }
 
 References sensorsOf(const Item& item) {
@@ -76,23 +178,39 @@ void addWords(const Item& item, std::set<std::string>& words) {
     }
 }
 
-// Tells of those sections that no item refers to, by `used` or otherwise.
+// Tells of those sections that no item refers to, by `used` or otherwise: one item that was
+// forgotten, or one configuration, leaves several of them.
 void tellOfUnused(const Sections& sections, References (*referencesOf)(const Item&),
                   std::set<std::string> used, const char* message, Context& context) {
   const Names names = namesOf(sections);
   bool anyItem = false;
-  for (const Configuration& configuration : context.subject.configurations)
+  for (const Configuration& configuration : context.subject.configurations) {
+    // Of one that is none nobody can say what it uses.
+    if (configuration.isForeign()) return;
     for (const Item* item : configuration.meant) {
       anyItem = true;
+      // What stands behind the blank line may name any of them.
+      if (!item->cutOff.empty()) return;
       addWords(*item, used);
       // A name that was probably meant, where a slip for it stands, counts as used.
       for (const Reference& reference : referencesOf(*item))
-        if (!reference.section) used.insert(nearest(reference.word.text, names));
+        if (!reference.section) {
+          const std::string read = asRead(reference.word.text);
+          used.insert({read, nearest(read, names)});
+        }
     }
+  }
   // Where no configuration has an item everything is unused, and that is told of the configuration.
   if (!anyItem) return;
+  std::map<int, const Section*> unused; // by line
   for (const auto& [name, section] : sections)
-    if (section && used.count(name) == 0) context.tell(section->header, message);
+    if (section && used.count(name) == 0) unused.emplace(section->header.at.line, section);
+  if (unused.empty()) return;
+  Names left;
+  for (const auto& [line, section] : unused)
+    left.push_back(section->name);
+  context.tell(unused.begin()->second->header,
+               {message, listedBriefly(left), left.size() == 1 ? "it" : "them"});
 }
 
 // What the items of one scenario watch.
@@ -121,25 +239,17 @@ const std::vector<Rule> kNameRules = {
      "An item whose 'sensor' is not the name of a sensor of the environment file counts as one "
      "without: the daemon ends with \"There is some missing property for\" and the item's name, "
      "and status 0. A sensor whose section the daemon drops or never reads is not there either.",
-     eachItem([](const Item& item, Context& context) {
-       tellOfUnknown("sensor", item, item.sensor, context);
-     })},
+     [](Context& context) {
+       tellOfUnknown({"sensor", sensorOf, false}, context);
+     }},
 
     {"unknown-device", Severity::kError,
      "An ss item whose 'device' is not the name of a device of the environment file ends the "
      "daemon with \"There is some missing property for\" and the item's name, and status 0. In the "
      "rows of a monitor nothing is reported at all: the device is just never driven.",
-     eachItem([](const Item& item, Context& context) {
-       for (const DeviceRow& row : item.actions)
-         for (const auto& [name, section] : row.pieces)
-           if (!section)
-             context.tell(
-                 name,
-                 {"the daemon finds no device '{}' on the board and drives nothing in its place",
-                  name.text},
-                 hintForName("device", name.text, context.subject.environment));
-       tellOfUnknown("device", item, item.device, context);
-     })},
+     [](Context& context) {
+       tellOfUnknown({"device", deviceOf, true}, context);
+     }},
 
     {"unused-sensor", Severity::kWarning,
      "The daemon reads the node of every real sensor once per period, whether an item watches it "
@@ -155,7 +265,7 @@ const std::vector<Rule> kNameRules = {
          if (section.trip) used.insert(section.trip->word.text);
        }
        tellOfUnused(board.sensors, sensorsOf, used,
-                    "the daemon samples this sensor for nothing: no item watches it", context);
+                    "the daemon samples {} for nothing: no item watches {}", context);
      }},
 
     {"unused-device", Severity::kWarning,
@@ -164,7 +274,7 @@ const std::vector<Rule> kNameRules = {
      "driven; more often an item was forgotten.",
      [](Context& context) {
        tellOfUnused(context.subject.environment.devices, devicesOf, {},
-                    "the daemon never drives this device: no item names it", context);
+                    "the daemon never drives {}: no item names {}", context);
      }},
 
     // A device keeps its requests by the names of those who ask: only two items of one name and
@@ -215,7 +325,7 @@ const std::vector<Rule> kNameRules = {
            if (scenario->second.sensors.count(sensor) == 0) missing.push_back(sensor);
          if (!missing.empty() && told.insert(name).second)
            context.tell(line.name,
-                        {"while '{}' is in force no item watches {}", name, listed(missing)},
+                        {"while '{}' is in force no item watches {}", name, listedBriefly(missing)},
                         "scenarios share nothing: repeat the item of 'Default' under another name");
        }
      })},

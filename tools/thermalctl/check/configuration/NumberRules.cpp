@@ -49,14 +49,37 @@ Numbers numbersOf(const Item& item) {
   return numbers;
 }
 
+// Whether the daemon reads so little of a temperature that the item is on, or off, for good.
+bool cutToNothing(const std::string& key, const Number& number, const Item& item) {
+  return contains({"thresholds", "thresholds_clr", "set_point", "set_point_clr"}, key) &&
+         readingOf(number.word.text) == Reading::kCutShort && outOfUse(number, item);
+}
+
+// What becomes of an item whose temperature is next to nothing.
+const char* effectOfNothing(const std::string& key, const Item& item) {
+  if (item.lowactive) return "";
+  return key == "thresholds" || key == "set_point" ? ": the item is always on"
+                                                   : ": the item never lets go";
+}
+
+// Whether the sensor's period is the one that was meant for it, for all that can be seen.
+bool hasItsPeriod(const Section& sensor) {
+  return sound(sensor.sampling) && !sensor.merged() && !misspelt(sensor, "sampling");
+}
+
+// Two periods that a tenth or less keeps apart are meant to be one.
+bool isMuchBelow(int32_t period, int32_t other) {
+  return static_cast<int64_t>(period) * 10 < static_cast<int64_t>(other) * 9;
+}
+
 // Tells of each number that is read in this way what it is read as.
 Check eachNumberRead(Reading reading, const char* how, const char* hint) {
   return eachItem([=](const Item& item, Context& context) {
     // The rest of a line behind a word that is no number is seldom better.
     std::set<int> lines;
     for (const auto& [key, number] : numbersOf(item)) {
-      if (readingOf(number.word.text) != reading) continue;
-      if (reading == Reading::kNoDigits && !lines.insert(number.word.at.line).second) continue;
+      if (readingOf(number.word.text) != reading || cutToNothing(key, number, item)) continue;
+      if (!lines.insert(number.word.at.line).second) continue;
       context.tell(number.word,
                    {"the daemon reads '{}' as {}{}{}", number.word.text, number.value, how,
                     endForWantOf(key, item, context)},
@@ -74,9 +97,27 @@ const std::vector<Rule> kNumberRules = {
      "0, and at 70000 the monitor jumps to a level that has no row.",
      eachNumberRead(Reading::kNoDigits, "", "write a number; there are no comments")},
 
+    {"temperature-cut-short", Severity::kError,
+     "A number ends at its first character that is no digit, and the rest of the word is ignored "
+     "without a message. Of '38C' the daemon reads 38, of '42,000' 42 and of '4e4' 4, thousandths "
+     "of a degree: a phone in use is always above that, so that the item is always on, or never "
+     "lets go of its devices. Of '0x11170' it reads 0, which for a set point counts as none and "
+     "ends the daemon. Write thousandths of a degree in digits alone.",
+     eachItem([](const Item& item, Context& context) {
+       for (const auto& [key, number] : numbersOf(item)) {
+         if (!cutToNothing(key, number, item)) continue;
+         const Ending end = endForWantOf(key, item, context);
+         context.tell(number.word,
+                      {"the daemon reads '{}' as {}{}{}", number.word.text, number.value,
+                       end.end == End::kNone ? effectOfNothing(key, item) : "", end},
+                      {"write {} in digits alone, such as {} for 42 °C", nameOfUnit(unitOf(item)),
+                       42000 / unitOf(item)});
+       }
+     })},
+
     {"item-number-cut-short", Severity::kWarning,
      "A number ends at its first character that is no digit, and the rest of the word is ignored "
-     "without a message: '60,000' and '60.5' are 60, '1s' is 1 and '0x10' is 0.",
+     "without a message: '60000mC' is 60000, '1s' is 1 and '0x10' is 0.",
      eachNumberRead(Reading::kCutShort, "", "write digits alone: no point, no comma, no unit")},
 
     {"item-number-too-large", Severity::kError,
@@ -85,18 +126,21 @@ const std::vector<Rule> kNumberRules = {
      eachNumberRead(Reading::kTooLarge, ", what is left of it in 32 bits",
                     "write a number from -2147483648 to 2147483647")},
 
-    {"degrees", Severity::kWarning,
+    {"degrees", Severity::kError,
      "Temperatures are thousandths of a degree Celsius, as the kernel reports them: 60 °C is "
-     "60000. A threshold of 60 is reached in a freezer. Every temperature from -200 to 200 counts "
-     "as meant in degrees, but for -1, 0 and 1.",
+     "60000. A threshold of 60 is reached in a freezer, so that the item is always on. Every "
+     "temperature from -200 to 200 counts as meant in degrees, but for -1, 0 and 1. Where a node "
+     "counts in degrees or in tenths of them, say so in the settings file: the temperatures of its "
+     "items are then taken as such.",
      eachItem([](const Item& item, Context& context) {
        // Whoever writes degrees does so for a whole line.
        std::set<int> lines;
        for (const auto& [key, number] : temperaturesOf(item))
-         if (looksLikeDegrees(number) && lines.insert(number.word.at.line).second)
+         if (looksLikeDegrees(number, unitOf(item)) && lines.insert(number.word.at.line).second)
            context.tell(number.word,
-                        {"the daemon takes this for {} thousandths of a degree", number.value},
-                        {"write {0}000 for {0} °C", number.value});
+                        {"the daemon takes this for {} thousandths of a degree",
+                         number.value * unitOf(item)},
+                        {"write {} for {} °C", number.value * (1000 / unitOf(item)), number.value});
      })},
 
     {"beyond-any-sensor", Severity::kWarning,
@@ -105,9 +149,11 @@ const std::vector<Rule> kNumberRules = {
      "stops.",
      eachItem([](const Item& item, Context& context) {
        for (const auto& [key, number] : temperaturesOf(item))
-         if (beyondAnySensor(number))
-           context.tell(number.word, {"no sensor of a phone reads {} °C", number.value / 1000},
-                        "write thousandths of a degree");
+         if (beyondAnySensor(number, unitOf(item)))
+           context.tell(number.word,
+                        {"no sensor of a phone reads {} °C",
+                         static_cast<int64_t>(number.value) * unitOf(item) / 1000},
+                        {"write {}", nameOfUnit(unitOf(item))});
      })},
 
     {"item-sampling-below-1", Severity::kError,
@@ -124,18 +170,20 @@ const std::vector<Rule> kNumberRules = {
     {"period-below-sensors", Severity::kWarning,
      "An item decides once per period on what its sensor read last. With a period below the "
      "sensor's it wakes the processor only to decide on the same number again, and "
-     "'time_tick_trigger' counts decisions in which nothing can have changed. Without 'sampling' "
-     "an item's period is 1000 ms.",
+     "'time_tick_trigger' counts decisions in which nothing can have changed. A tenth less is no "
+     "harm. Without 'sampling' an item's period is 1000 ms.",
      eachItem([](const Item& item, Context& context) {
        if (!item.sensor || !item.sensor->section || item.sampling.value < 1 ||
            !sound(item.sampling) || misspelt(item, "sampling"))
          return;
        // A decision between two samples sees the temperature of the last one.
-       const int32_t sensorPeriod = item.sensor->section->sampling.value;
-       if (item.sampling.value < sensorPeriod)
+       const Section& sensor = *item.sensor->section;
+       const int32_t sensorPeriod = sensor.sampling.value;
+       if (isMuchBelow(item.sampling.value, sensorPeriod) && hasItsPeriod(sensor))
          context.tell(item.place("sampling"),
-                      {"the daemon decides every {} ms on a temperature that is read every {} ms",
-                       item.sampling.value, sensorPeriod},
+                      {"the daemon decides every {} ms on the temperature of '{}', which is read "
+                       "every {} ms",
+                       item.sampling.value, sensor.name, sensorPeriod},
                       {"write 'sampling {}'", sensorPeriod});
      })},
 

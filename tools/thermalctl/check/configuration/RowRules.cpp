@@ -104,12 +104,13 @@ const std::vector<Rule> kRowRules = {
      eachItemLine([](const ItemLine& line, Context& context) {
        const auto& [key, words, known] = line.property;
        if (!known || (key.text != "actions" && key.text != "action_info")) return;
-       for (const Word& word : words)
-         if (hasStrayPlus(word))
-           context.tell(word,
-                        "the daemon takes this word for the row of one level, with nothing on one "
-                        "side of '+'",
-                        "write the names of a row without a space: a+b");
+       // Whoever writes one so writes all so.
+       const auto stray = std::find_if(words.begin(), words.end(), hasStrayPlus);
+       if (stray != words.end())
+         context.tell(*stray,
+                      "the daemon takes this word for the row of one level, with nothing on one "
+                      "side of '+'",
+                      "write the names of a row without a space: a+b");
      })},
 
     {"level-without-row", Severity::kError,
@@ -164,7 +165,8 @@ const std::vector<Rule> kRowRules = {
      "something.",
      eachCell([](const Cell& cell, Context& context) {
        const Section* device = cell.device.section;
-       if (!device || isOfKind(device, "report") || device->levels.empty() || !sound(cell.level))
+       if (!device || isOfKind(device, "report") || device->levels.empty() || device->merged() ||
+           !sound(cell.level))
          return;
        const auto last = static_cast<int64_t>(device->levels.size()) - 1;
        if (cell.level.value > last)

@@ -1,10 +1,11 @@
+#include <algorithm>
 #include <set>
 
 #include "base/Names.h"
-#include "base/TextReader.h"
 #include "board/MeantItems.h"
 #include "check/configuration/ConfigurationRules.h"
 #include "check/configuration/Ends.h"
+#include "check/rule/IgnoredWords.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
 #include "config/ConfGrammar.h"
@@ -26,18 +27,18 @@ bool hasBracket(const Item& item) {
 }
 
 // Where each of the merged items has what it needs and the daemon still ends over them.
-std::string endByMerging(const Configuration& configuration, const Item& whole) {
+Ending endByMerging(const Configuration& configuration, const Item& whole) {
   const ConfigurationError* fatal = configuration.fatal();
-  if (!fatal || fatal->item != &whole || whole.missing.empty()) return "";
+  if (!fatal || fatal->item != &whole || whole.missing.empty()) return {};
   // Where one of them lacks the key by itself, that is what another rule tells.
   for (const std::string& key : whole.missing)
     for (const Item* item : configuration.meant)
-      if (endsForWantOf(configuration, *item, key)) return "";
-  return ", and ends because '" + whole.missing.front() + "' is missing";
+      if (endsForWantOf(configuration, *item, key)) return {};
+  return {", and ends because '" + whole.missing.front() + "' is missing", End::kNow};
 }
 
 void tellOfSwallowed(const Item& item, Context& context) {
-  const std::string end = endByMerging(*context.configuration, item);
+  const Ending end = endByMerging(*context.configuration, item);
   // A header right below a swallowed "SCEN" line has the same cause, and one finding tells of both.
   bool behindScenarioLine = false;
   for (const Property& property : item.properties) {
@@ -53,23 +54,8 @@ void tellOfSwallowed(const Item& item, Context& context) {
   }
 }
 
-// The word behind `word` on its line, unless the line below is blank: then the daemon works on with
-// what is left of this one.
-std::optional<Word> ignoredBehind(const Configuration& configuration, const Word& word) {
-  const auto index = static_cast<size_t>(word.at.line) - 1;
-  std::string below = index + 1 < configuration.lines.size() ? configuration.lines[index + 1] : "";
-  trim(below);
-  if (below.empty()) return std::nullopt;
-  const std::string& line = configuration.lines[index];
-  const size_t behind = static_cast<size_t>(word.at.column) - 1 + word.text.size();
-  const size_t start = line.find_first_not_of(kWhiteSpace, behind);
-  if (start == std::string::npos) return std::nullopt;
-  const size_t end = line.find_first_of(kWhiteSpace, start);
-  return Word{line.substr(start, end - start), {word.at.line, static_cast<int>(start) + 1}};
-}
-
 void tellOfIgnoredBehind(const Word& word, Context& context) {
-  if (const std::optional<Word> ignored = ignoredBehind(*context.configuration, word))
+  if (const std::optional<Word> ignored = ignoredBehind(context.configuration->lines, word))
     context.tell(*ignored, {"the daemon ignores what stands behind '{}'", word.text},
                  "take it out");
 }
@@ -88,11 +74,28 @@ void tellOfIgnored(const Item& item, Context& context) {
 bool hidesDefault(const Configuration& configuration) {
   for (const ConfigurationError& error : configuration.errors)
     if (error.failure == ConfigurationError::kNoItem) return true;
+  for (const ScenarioLine& line : configuration.scenarioLines)
+    if (!line.closes() && !line.named()) return true;
   for (const Item& item : configuration.items)
     for (const auto& [key, words, known] : item.properties)
       if (key.text == kScenarioKey && !words.empty() && words.front().text == kDefaultScenario)
         return true;
   return false;
+}
+
+bool runsFromTheStart(const Configuration& configuration) {
+  return std::any_of(configuration.meant.begin(), configuration.meant.end(),
+                     [](const Item* item) { return item->scenario == kDefaultScenario; });
+}
+
+// The configurations that lack the scenario "Default", and no other rule tells of that.
+Check eachWithoutDefault(Look<Configuration> look) {
+  return eachConfiguration(
+      [look = std::move(look)](const Configuration& configuration, Context& context) {
+        if (!configuration.items.empty() && configuration.scenarios.count(kDefaultScenario) == 0 &&
+            !hidesDefault(configuration))
+          look(configuration, context);
+      });
 }
 
 // The name that was to be "Default", or else where that line is due.
@@ -211,15 +214,29 @@ const std::vector<Rule> kShapeRules = {
        }
      })},
 
+    {"nothing-in-force", Severity::kError,
+     "The daemon starts in the scenario 'Default'. Where no item belongs to it none is in force: "
+     "the phone has no thermal protection, at start and after each restart, until another "
+     "component asks for a scenario by its name. Mostly 'Default' is misspelt; capitals count.",
+     eachWithoutDefault([](const Configuration& configuration, Context& context) {
+       if (runsFromTheStart(configuration)) return;
+       const Word& place = placeForDefault(configuration);
+       context.tell(
+           place,
+           "the daemon starts in 'Default', to which no item belongs: none is in force, and no "
+           "device is driven",
+           didYouMean(
+               place.text, {kDefaultScenario},
+               "write 'SCEN Default' directly above the first item that shall run from the start"));
+     })},
+
     {"no-default-scenario", Severity::kWarning,
      "The daemon starts in the scenario 'Default', and items above the first 'SCEN' line belong to "
      "it, but only a 'SCEN Default' line makes it a name that the daemon accepts. Without one it "
      "logs \"There is no scen name: Default\" and rewrites the scenario file once a second, and "
      "from another scenario there is no way back.",
-     eachConfiguration([](const Configuration& configuration, Context& context) {
-       if (configuration.items.empty() || configuration.scenarios.count(kDefaultScenario) > 0 ||
-           hidesDefault(configuration))
-         return;
+     eachWithoutDefault([](const Configuration& configuration, Context& context) {
+       if (!runsFromTheStart(configuration)) return;
        const Word& place = placeForDefault(configuration);
        context.tell(
            place,

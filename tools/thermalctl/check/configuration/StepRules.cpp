@@ -22,7 +22,7 @@ Check eachWithTable(Look<Steps> look) {
   return eachSS([look = std::move(look)](const Item& item, Context& context) {
     if (!item.device || !item.device->section || drivesReport(item)) return;
     const Section& device = *item.device->section;
-    if (!device.levels.empty())
+    if (!device.levels.empty() && !device.merged())
       look({item, device.name, static_cast<int64_t>(device.levels.size()) - 1}, context);
   });
 }

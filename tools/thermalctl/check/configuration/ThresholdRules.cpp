@@ -30,7 +30,7 @@ const char* behind(const Item& item) {
 // The first entry that is not as urgent as the one before it, or not by so much more.
 const Number* firstOutOfOrder(const Item& item, const std::vector<Number>& list, int64_t step) {
   for (size_t i = 1; i < list.size(); ++i)
-    if (soundTemperature(list[i]) && soundTemperature(list[i - 1]) &&
+    if (soundTemperature(list[i], item) && soundTemperature(list[i - 1], item) &&
         urgency(item, list[i]) < urgency(item, list[i - 1]) + step)
       return &list[i];
   return nullptr;
@@ -41,9 +41,13 @@ bool allDescending(const std::vector<Number>& list) {
                         [](const Number& a, const Number& b) { return a.value < b.value; });
 }
 
+bool runDown(const Item& item) {
+  return allDescending(item.thresholds) && allDescending(item.thresholdsClr);
+}
+
 const char* orderFor(const Item& item) {
   if (meantLowactive(item)) return "write the list descending: the item acts on cold";
-  if (allDescending(item.thresholds) && allDescending(item.thresholdsClr))
+  if (runDown(item))
     return "write the list ascending, or 'lowactive true' if the item is to act on cold";
   return "write the list ascending";
 }
@@ -82,10 +86,15 @@ const std::vector<Rule> kThresholdRules = {
      "device swings. With 'lowactive true' the clearing threshold must lie above.",
      eachMonitor([](const Item& item, Context& context) {
        const size_t pairs = std::min(item.thresholds.size(), item.thresholdsClr.size());
+       const Number* outOfOrder = firstOutOfOrder(item, item.thresholds, 1);
+       // Lists that were written for cold: their order is the finding.
+       if (outOfOrder && runDown(item)) return;
        for (size_t i = 0; i < pairs; ++i) {
          const Number& threshold = item.thresholds[i];
          const Number& clearing = item.thresholdsClr[i];
-         if (soundTemperature(threshold) && soundTemperature(clearing) &&
+         // That is what another rule tells.
+         if (&threshold == outOfOrder) continue;
+         if (soundTemperature(threshold, item) && soundTemperature(clearing, item) &&
              urgency(item, clearing) >= urgency(item, threshold))
            context.tell(clearing.word,
                         {"the daemon enters level {} at {} and may leave it at once", i + 1,
@@ -126,8 +135,8 @@ const std::vector<Rule> kThresholdRules = {
        const Number& start = item.setPoint;
        const Number& stop = item.setPointClr;
        // 0 counts as missing, and ends the daemon before the order matters.
-       if (start.value == 0 || stop.value == 0 || !soundTemperature(start) ||
-           !soundTemperature(stop) || urgency(item, stop) <= urgency(item, start))
+       if (start.value == 0 || stop.value == 0 || !soundTemperature(start, item) ||
+           !soundTemperature(stop, item) || urgency(item, stop) <= urgency(item, start))
          return;
        context.tell(
            stop.word,

@@ -30,7 +30,9 @@ struct Entry {
 // The devices that look at their level table.
 Check eachTable(Look<Section> look) {
   return eachSection([look = std::move(look)](const Section& section, Context& context) {
-    if (section.isDevice() && formOf(section) != Form::kNone) look(section, context);
+    // Of merged sections the table is nothing that anyone wrote.
+    if (section.isDevice() && formOf(section) != Form::kNone && !section.merged())
+      look(section, context);
   });
 }
 
@@ -41,11 +43,45 @@ Check eachEntry(Look<Entry> look) {
   });
 }
 
+// The first entry of each table that is wrong in that way: whoever writes one so writes all so.
+Check eachFirstEntry(bool (*isWrong)(const Entry&), Look<Entry> look) {
+  return eachTable([isWrong, look = std::move(look)](const Section& device, Context& context) {
+    const auto wrong =
+        std::find_if(device.levels.begin(), device.levels.end(), [&](const Level& level) {
+          return isWrong({device, level});
+        });
+    if (wrong != device.levels.end()) look({device, *wrong}, context);
+  });
+}
+
 bool isHex(const std::string& entry) {
   // Sixteen digits at most, which is what 64 bits hold.
   return entry.size() > 2 && entry.size() <= 18 && entry[0] == '0' &&
          (entry[1] == 'x' || entry[1] == 'X') &&
          entry.find_first_not_of("0123456789abcdefABCDEF", 2) == std::string::npos;
+}
+
+bool isTooLarge(const Entry& entry) {
+  return formOf(entry.device) == Form::kDecimal &&
+         readingOf(entry.level.text) == Reading::kTooLarge;
+}
+
+bool isNoNumber(const Entry& entry) {
+  return formOf(entry.device) == Form::kDecimal && !isNumber(entry.level.text) &&
+         !isTooLarge(entry);
+}
+
+// The entry of a table of hexadecimal numbers that is none: the one that makes such a table of it
+// by an "0x" inside of it, else the first.
+std::vector<Level>::const_iterator wrongInHex(const Section& device) {
+  const auto begin = device.levels.begin();
+  const auto end = device.levels.end();
+  if (formOf(device) != Form::kHex) return end;
+  const auto isWrong = [](const Level& level) { return !level.quoted && !isHex(level.text); };
+  const auto misleading = std::find_if(begin, end, [&](const Level& level) {
+    return isWrong(level) && level.text.find("0x") != std::string::npos;
+  });
+  return misleading != end ? misleading : std::find_if(begin, end, isWrong);
 }
 
 bool isLoneQuote(const Level& level) {
@@ -96,13 +132,13 @@ const std::vector<Rule> kLevelTableRules = {
      "One entry with \"0x\" makes the whole table hexadecimal. Of each entry the daemon then drops "
      "the first two characters, whatever they are, and reads the rest as a hexadecimal number: of "
      "\"20\" nothing is left, and 0 is written. Write all entries of a table in the same form.",
-     eachEntry([](const Entry& entry, Context& context) {
-       const auto& [device, level] = entry;
-       if (formOf(device) != Form::kHex || level.quoted || isHex(level.text)) return;
-       context.tell(level.word,
+     eachTable([](const Section& device, Context& context) {
+       const auto wrong = wrongInHex(device);
+       if (wrong == device.levels.end()) return;
+       context.tell(wrong->word,
                     {"not in \"0x\" form in a table of such numbers: the daemon drops the first "
                      "two characters and reads '{}' as a hexadecimal number",
-                     level.text.substr(std::min<size_t>(2, level.text.size()))},
+                     wrong->text.substr(std::min<size_t>(2, wrong->text.size()))},
                     "write all entries of a table in the same form");
      })},
 
@@ -110,14 +146,37 @@ const std::vector<Rule> kLevelTableRules = {
      "An entry of a decimal table, or of any table of kind 'cpufreq', is no whole number. The "
      "daemon writes the digits at its front, or 0: \"1.8GHz\" is written as 1 and \"0x10\" as 0. "
      "Write decimal numbers; texts go between quotes, but not for 'cpufreq'.",
-     eachEntry([](const Entry& entry, Context& context) {
-       const auto& [device, level] = entry;
-       if (formOf(device) == Form::kDecimal && !isNumber(level.text))
-         context.tell(level.word,
-                      {"'{}' is no whole number: the daemon writes {} for it", level.text,
-                       parseInt32(level.text)},
-                      "write a decimal number");
-     })},
+     eachFirstEntry(isNoNumber,
+                    [](const Entry& entry, Context& context) {
+                      const std::string& text = entry.level.text;
+                      context.tell(entry.level.word,
+                                   {"'{}' is no whole number: the daemon writes {} for it", text,
+                                    parseInt32(text)},
+                                   "write a decimal number");
+                    })},
+
+    {"level-table-entry-too-large", Severity::kError,
+     "An entry of a decimal table, or of any table of kind 'cpufreq', does not fit into 32 bits "
+     "with a sign. The daemon keeps the lowest 32 bits: of 2850000000 it makes -1444967296. An "
+     "entry in quotes is written as it stands, if all entries of the table are in quotes; a "
+     "'cpufreq' node gets four bytes whatever stands there, so that its table needs a smaller "
+     "unit.",
+     eachFirstEntry(
+         isTooLarge,
+         [](const Entry& entry, Context& context) {
+           const auto& [device, level] = entry;
+           const bool bytes = device.kindWord.text == "cpufreq";
+           context.tell(
+               level.word,
+               {"'{}' is over {}: the daemon writes {} for it, what is left of it in 32 bits",
+                level.text, level.text[0] == '-' ? "-2147483648" : "2147483647",
+                parseInt32(level.text)},
+               bytes ? Message("write the table in the unit of the driver, such as kHz: four "
+                               "bytes hold no more")
+                     : Message("write each entry of the table in quotes, and it is written as "
+                               "it stands: \"{}\"",
+                               level.text));
+         })},
 
     {"level-table-mixed", Severity::kWarning,
      "Some entries of a level table are in quotes and some are not. One form is used for the whole "
@@ -176,12 +235,15 @@ const std::vector<Rule> kLevelTableRules = {
 
     {"level-table-direction", Severity::kWarning,
      "The numbers of a level table do not run in one direction. A higher level is taken to hold "
-     "the device back more; where the table turns, more heat means less protection. Sort the "
-     "entries from level 0 to the tightest one.",
+     "the device back more; where the table turns, more heat means less protection. An entry 0 for "
+     "level 0 may stand for no limit at all, and is left out of that. Sort the entries from level "
+     "0 "
+     "to the tightest one.",
      eachTable([](const Section& device, Context& context) {
        const std::vector<uint64_t> numbers = numbersOf(device);
+       const bool noLimit = !numbers.empty() && numbers.front() == 0;
        int direction = 0;
-       for (size_t i = 1; i < numbers.size(); ++i) {
+       for (size_t i = noLimit ? 2 : 1; i < numbers.size(); ++i) {
          const int step = (numbers[i] > numbers[i - 1]) - (numbers[i] < numbers[i - 1]);
          if (direction == 0) direction = step;
          if (step * direction >= 0) continue;

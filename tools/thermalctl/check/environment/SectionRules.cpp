@@ -2,8 +2,11 @@
 #include <map>
 
 #include "check/environment/EnvironmentRules.h"
+#include "check/rule/Dependents.h"
+#include "check/rule/IgnoredWords.h"
 #include "check/rule/Keys.h"
 #include "check/rule/Visits.h"
+#include "config/EnvGrammar.h"
 #include "text/Characters.h"
 #include "text/Nearest.h"
 #include "text/Phrases.h"
@@ -17,17 +20,15 @@ Check eachBreak(Look<EnvironmentBreak> look) {
   };
 }
 
-const char* stopsReading(const EnvironmentBreak& each, const Context& context) {
-  return &each == &context.subject.environment.breaks.front()
-             ? "the daemon stops reading the file here, without a word"
-             : "the daemon would stop reading the file here, too";
+Ending dependents(const Word& mistake, const Context& context) {
+  return dependents(mistake.at.line, context);
 }
 
-std::string hintForJunk(const std::string& word) {
-  if (hasByteOrderMark(word)) return "save the file without a byte order mark";
-  if (isComment(word)) return "there are no comments outside of a section; take the line out";
-  if (word.back() == ']') return "did you mean '[" + word + "'?";
-  return "a section begins with its name in brackets; a blank line ends it";
+Ending stopsReading(const EnvironmentBreak& each, const Context& context) {
+  if (&each != &context.subject.environment.breaks.front())
+    return {"the daemon would stop reading the file here, too"};
+  Ending lost = dependents(each.word, context);
+  return {"the daemon stops reading the file here, without a word" + lost.words, lost.end};
 }
 
 bool hasUnknownKind(const Section& section) {
@@ -44,6 +45,14 @@ bool isKeyOfAnyKind(const std::string& key) {
   return std::any_of(kinds.begin(), kinds.end(), [&key](const std::string& kind) {
     return contains(sectionKeys(sectionKind(kind)), key);
   });
+}
+
+std::string hintForJunk(const std::string& word) {
+  if (isKeyOfAnyKind(word)) return "take out the blank line above: it ended the section";
+  if (word == kSectionTypeKey) return "write the section's name in brackets above this line";
+  if (isComment(word)) return "there are no comments outside of a section; take the line out";
+  if (word.back() == ']') return "did you mean '[" + word + "'?";
+  return "a section begins with its name in brackets; a blank line ends it";
 }
 
 // The keys that the daemon passes over in the sections that it keeps.
@@ -71,10 +80,23 @@ Check repeatedNames(bool (Section::*wanted)() const, const char* loss) {
 
 // A name, or a slip that is another rule's.
 bool triesToNameFile(const Section& section) {
-  return std::any_of(
-      section.properties.begin(), section.properties.end(), [&section](const Property& property) {
-        return property.known ? !property.words.empty() : !meantKey(section, property).empty();
-      });
+  return !section.cutOff.empty() ||
+         std::any_of(section.properties.begin(), section.properties.end(),
+                     [&section](const Property& property) {
+                       return property.known ? !property.words.empty()
+                                             : !meantKey(section, property).empty();
+                     });
+}
+
+void tellOfWordsBehindHeader(const Section& section, Context& context) {
+  const std::vector<std::string>& lines = context.subject.environment.lines;
+  const auto tell = [&context](const std::optional<Word>& ignored, const Word& word) {
+    if (ignored)
+      context.tell(*ignored, {"the daemon ignores what stands behind '{}'", word.text},
+                   "take it out");
+  };
+  if (section.header.text.back() == ']') tell(ignoredBehind(lines, section.header), section.header);
+  if (!section.kindWord.text.empty()) tell(wordBehind(lines, section.kindWord), section.kindWord);
 }
 
 const std::string& unknownKindExplained() {
@@ -88,11 +110,27 @@ const std::string& unknownKindExplained() {
 } // namespace
 
 const std::vector<Rule> kSectionRules = {
+    {"empty-environment", Severity::kError,
+     "The environment file has no section of a sensor or a device. To the daemon that is no error: "
+     "it reads no temperature, drives nothing and says nothing, and every item of every "
+     "configuration ends it. Mostly it is the wrong file, or one that was cut short.",
+     [](Context& context) {
+       const Environment& board = context.subject.environment;
+       // What the daemon stops at or drops was to be a sensor or a device: that is told there.
+       const bool asWritten =
+           board.breaks.empty() &&
+           std::none_of(board.sections.begin(), board.sections.end(), [](const Section& section) {
+             return section.isSensor() || section.isDevice() ||
+                    section.kind == SectionKind::kUnknown;
+           });
+       if (asWritten) context.tell({"", {1, 1}}, "the daemon finds no sensor and no device here");
+     }},
+
     {"junk-before-header", Severity::kError,
      "Where a section is expected, a line does not begin with \"[\". The daemon stops reading the "
      "environment at that line and says nothing: no sensor and no device below it exists. Mostly "
      "it is a comment, which the file cannot hold between its sections, a blank line in the middle "
-     "of a section, a header that lacks its opening bracket, or a byte order mark.",
+     "of a section, or a header that lacks its opening bracket.",
      eachBreak([](const EnvironmentBreak& each, Context& context) {
        if (each.cause == EnvironmentBreak::kNoHeader)
          context.tell(each.word,
@@ -107,7 +145,7 @@ const std::vector<Rule> kSectionRules = {
      "neither this section nor any below it exists. Write the 'type' line as the first one of the "
      "section.",
      eachBreak([](const EnvironmentBreak& each, Context& context) {
-       const char* stops = stopsReading(each, context);
+       const Ending stops = stopsReading(each, context);
        if (each.cause == EnvironmentBreak::kNothingBelow)
          context.tell(each.word, {"no 'type' line directly below the header: {}", stops},
                       "put the 'type' line there, without a blank line between");
@@ -127,8 +165,8 @@ const std::vector<Rule> kSectionRules = {
        if (header.size() > 1 && header.back() == ']') return;
        context.tell(section.header,
                     {"the header's first word does not end with \"]\": the daemon drops its last "
-                     "character all the same and takes '{}' for the name",
-                     section.name},
+                     "character all the same and takes '{}' for the name{}",
+                     section.name, dependents(section.header, context)},
                     "write the name in brackets and without white space");
      })},
 
@@ -148,7 +186,8 @@ const std::vector<Rule> kSectionRules = {
      eachSection([](const Section& section, Context& context) {
        if (section.typeWord && section.kindWord.text.empty())
          context.tell(*section.typeWord,
-                      "no kind behind 'type': the daemon drops the section without a word",
+                      {"no kind behind 'type': the daemon drops the section without a word{}",
+                       dependents(*section.typeWord, context)},
                       "the kinds are " + listed(sectionKindWords()));
      })},
 
@@ -160,8 +199,8 @@ const std::vector<Rule> kSectionRules = {
        const std::string kind = lowerCase(section.kindWord.text);
        context.tell(section.kindWord,
                     {"the daemon knows the kind '{}' in small letters alone and drops the section "
-                     "without a word",
-                     kind},
+                     "without a word{}",
+                     kind, dependents(section.kindWord, context)},
                     {"did you mean '{}'?", kind});
      })},
 
@@ -170,7 +209,8 @@ const std::vector<Rule> kSectionRules = {
        const std::string& kind = section.kindWord.text;
        if (hasUnknownKind(section) && !isKindInWrongCase(section))
          context.tell(section.kindWord,
-                      {"unknown kind '{}': the daemon drops the section without a word", kind},
+                      {"unknown kind '{}': the daemon drops the section without a word{}", kind,
+                       dependents(section.kindWord, context)},
                       didYouMean(kind, sectionKindWords()));
      })},
 
@@ -183,8 +223,8 @@ const std::vector<Rule> kSectionRules = {
          if (property.key.text[0] == '[')
            context.tell(property.key,
                         {"no blank line above this header: the daemon takes it for an unknown key "
-                         "and the lines below it for those of '{}'",
-                         section.name},
+                         "and the lines below it for those of '{}'{}",
+                         section.name, dependents(property.key, context)},
                         "put a blank line above it");
      })},
 
@@ -236,16 +276,20 @@ const std::vector<Rule> kSectionRules = {
      })},
 
     {"section-words-ignored", Severity::kWarning,
-     "More words than the key takes. The daemon reads the first and ignores the rest of the line; "
-     "a path with a blank in it is cut there.",
-     eachSectionLine([](const SectionLine& line, Context& context) {
-       const auto& [key, words, known] = line.property;
-       if (known && words.size() > 1 && !takesAList(key.text))
-         context.tell(
-             words[1],
-             {"the daemon takes one word behind '{}' and ignores the rest of the line", key.text},
-             key.text == "node_path" ? "a path cannot hold white space" : "");
-     })},
+     "More words than the key takes, or further ones behind a header or a kind. The daemon reads "
+     "the "
+     "first and ignores the rest of the line; a path with a blank in it is cut there.",
+     [](Context& context) {
+       eachSection(tellOfWordsBehindHeader)(context);
+       eachSectionLine([](const SectionLine& line, Context& of) {
+         const auto& [key, words, known] = line.property;
+         if (known && words.size() > 1 && !takesAList(key.text))
+           of.tell(
+               words[1],
+               {"the daemon takes one word behind '{}' and ignores the rest of the line", key.text},
+               key.text == "node_path" ? "a path cannot hold white space" : "");
+       })(context);
+     }},
 
     {"sensor-name-repeated", Severity::kError,
      "Two sensors have one name. Both are sampled, but the name means the later one alone from its "

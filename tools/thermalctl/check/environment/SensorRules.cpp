@@ -26,15 +26,6 @@ Message readAs(const std::string& key, const Number& number) {
 } // namespace
 
 const std::vector<Rule> kSensorRules = {
-    {"sampling-missing", Severity::kWarning,
-     "A sensor has no 'sampling' line. The daemon then samples it every 1000 milliseconds, which "
-     "may be too slow for a hot spot. Write the period that is meant.",
-     eachSensor([](const Section& sensor, Context& context) {
-       if (!sensor.last("sampling") && !misspelt(sensor, "sampling"))
-         context.tell(sensor.header, "no 'sampling': the daemon samples the sensor every 1000 ms",
-                      "write 'sampling 1000' if that is meant");
-     })},
-
     {"sampling-not-a-number", Severity::kWarning,
      "The period of a sensor is not a whole number. The daemon takes the digits at the front of "
      "the word and 0 if there are none: \"500ms\" is 500, 'fast' is 0, and 0 samples every "

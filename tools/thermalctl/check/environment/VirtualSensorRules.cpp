@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
-#include <map>
+#include <vector>
 
 #include "base/Int32.h"
 #include "check/environment/EnvironmentRules.h"
@@ -44,17 +44,52 @@ const Section* switchOf(const Section& sensor) {
   return trip && trip->kind == SectionKind::kReal ? trip : nullptr;
 }
 
+// Of a period that is no number the finding is that.
+bool hasSoundPeriod(const Section& sensor) {
+  return sound(sensor.sampling) && !standsAlone(sensor, "sampling");
+}
+
 // Whether `real` keeps the worker of `sensor` awake: a section that the daemon does not read never
 // does so for one that it reads.
 bool keepsAwake(const Section& real, const Section& sensor) {
-  return real.kind == SectionKind::kReal && real.sampling.value == sensor.sampling.value &&
+  return real.kind == SectionKind::kReal &&
+         (real.sampling.value == sensor.sampling.value || !hasSoundPeriod(real)) &&
          (real.readByDaemon || !sensor.readByDaemon);
+}
+
+// Of the sensor that the set points are compared with.
+int32_t unitOfTrip(const Section& sensor) {
+  const Section* trip = switchOf(sensor);
+  return trip ? trip->unit : 1;
+}
+
+// A name that leads to no sensor, unless that is told of the section that was meant.
+bool isUndefined(const Reference& sensor, const Context& context) {
+  return !sensor.section && !context.subject.lost.hasSensor(sensor.word.text);
+}
+
+// A name that is nowhere is told of where it is first met, and of a trip sensor rather than of a
+// source: without the one nothing else matters.
+bool isTripSensor(const std::string& name, const Environment& environment) {
+  return std::any_of(
+      environment.sections.begin(), environment.sections.end(), [&name](const Section& section) {
+        return section.trip && !section.trip->section && section.trip->word.text == name;
+      });
+}
+
+// The virtual sensors that the same real one switches, this one included.
+std::vector<const Section*> switchedBy(const Section& trip, const Environment& environment) {
+  std::vector<const Section*> sensors;
+  for (const Section& sensor : environment.sections)
+    if (sensor.kind == SectionKind::kVirtual && switchOf(sensor) == &trip)
+      sensors.push_back(&sensor);
+  return sensors;
 }
 
 // Whether nothing else is to be said against the value, its default included.
 bool hasSound(const Section& section, const char* key, const Number& number) {
   if (!section.last(key)) return !misspelt(section, key);
-  return isNumber(number.word.text) && !looksLikeDegrees(number);
+  return isNumber(number.word.text) && !looksLikeDegrees(number, unitOfTrip(section));
 }
 
 } // namespace
@@ -67,7 +102,8 @@ const std::vector<Rule> kVirtualSensorRules = {
      "source's section up.",
      eachVirtual([](const Section& sensor, Context& context) {
        for (const Reference& source : sensor.sources)
-         if (!source.section)
+         if (isUndefined(source, context) &&
+             !isTripSensor(source.word.text, context.subject.environment))
            context.tell(source.word,
                         {"no section above defines the sensor '{}': the daemon leaves this source "
                          "out of the sum but keeps its weight",
@@ -111,7 +147,7 @@ const std::vector<Rule> kVirtualSensorRules = {
      "the name up while it reads the line and says nothing when it is not there: the virtual "
      "sensor is never switched on and reads 0 forever.",
      eachVirtual([](const Section& sensor, Context& context) {
-       if (!sensor.trip || sensor.trip->section) return;
+       if (!sensor.trip || !isUndefined(*sensor.trip, context)) return;
        const std::string& name = sensor.trip->word.text;
        if (name.empty())
          context.tell(sensor.place("trip_sensor"),
@@ -206,6 +242,8 @@ const std::vector<Rule> kVirtualSensorRules = {
      "the period of a real sensor.",
      eachVirtual([](const Section& sensor, Context& context) {
        const std::deque<Section>& sections = context.subject.environment.sections;
+       // One that is dropped, or whose period is no number, has a finding of its own.
+       if (context.subject.lost.hasPeriod(sensor.sampling.value) || !hasSoundPeriod(sensor)) return;
        if (std::any_of(sections.begin(), sections.end(),
                        [&](const Section& other) { return keepsAwake(other, sensor); }))
          return;
@@ -219,17 +257,27 @@ const std::vector<Rule> kVirtualSensorRules = {
 
     {"virtual-set-points-reversed", Severity::kWarning,
      "The 'set_point' of a virtual sensor lies below its 'set_point_clr'. The trip sensor switches "
-     "it on above the one and off below the other: between the two that happens in turn, with each "
-     "sample. A missing 'set_point' counts as 0.",
+     "it on above the one. Where it switches several, it switches this one off below the other, as "
+     "long as not all of them are on: between the two that happens in turn, with each sample. "
+     "Where "
+     "it switches this one alone, the sensor stays on for good, and 'set_point_clr' is never "
+     "looked "
+     "at. A missing 'set_point' counts as 0.",
      eachVirtual([](const Section& sensor, Context& context) {
        if (sensor.setPoint.value >= sensor.setPointClr.value ||
            !hasSound(sensor, "set_point", sensor.setPoint) ||
            !hasSound(sensor, "set_point_clr", sensor.setPointClr))
          return;
+       const Section* trip = switchOf(sensor);
+       if (!trip) return;
+       const bool alone = switchedBy(*trip, context.subject.environment).size() == 1;
        context.tell(sensor.place("set_point_clr"),
-                    {"'set_point_clr' {} lies above 'set_point' {}: between the two the daemon "
-                     "switches the sensor on and off with each sample",
-                     sensor.setPointClr.value, sensor.setPoint.value},
+                    {"'set_point_clr' {} lies above 'set_point' {}: {}", sensor.setPointClr.value,
+                     sensor.setPoint.value,
+                     alone ? "once the daemon has switched the sensor on it stays on, and "
+                             "'set_point_clr' is never looked at"
+                           : "between the two the daemon switches the sensor on and off with each "
+                             "sample, as long as another of the same trip sensor is off"},
                     "'set_point_clr' belongs a few degrees below 'set_point'");
      })},
 
@@ -238,28 +286,37 @@ const std::vector<Rule> kVirtualSensorRules = {
      "are thousandths of a degree, so that 45 degrees are 45000.",
      eachVirtual([](const Section& sensor, Context& context) {
        for (const Number* number : {&sensor.setPoint, &sensor.setPointClr})
-         if (looksLikeDegrees(*number))
-           context.tell(number->word, {"{0} is {0} thousandths of a degree", number->value},
-                        {"did you mean '{}'?", number->value * 1000});
+         if (const int32_t unit = unitOfTrip(sensor); looksLikeDegrees(*number, unit))
+           context.tell(number->word,
+                        {"{} is {} thousandths of a degree", number->value, number->value * unit},
+                        {"did you mean '{}'?", number->value * (1000 / unit)});
      })},
 
     {"trip-sensor-shared", Severity::kWarning,
-     "Several virtual sensors have one trip sensor. As soon as it has switched on all of them the "
-     "daemon no longer looks whether to switch any off: they are never switched off again. Give "
-     "each a trip sensor of its own.",
-     [](Context& context) {
-       std::map<const Section*, const Section*> firsts;
-       for (const Section& sensor : context.subject.environment.sections) {
-         if (sensor.kind != SectionKind::kVirtual || !switchOf(sensor)) continue;
-         const auto [first, isFirst] = firsts.emplace(switchOf(sensor), &sensor);
-         if (!isFirst)
-           context.tell(sensor.trip->word,
-                        {"'{}' switches '{}', too: once it has switched all of its sensors on, the "
-                         "daemon never switches any of them off again",
-                         sensor.trip->word.text, first->second->name},
-                        "give each virtual sensor a trip sensor of its own");
-       }
-     }},
+     "Several virtual sensors with different set points have one trip sensor. Once all of them are "
+     "on they stay on, as one that is alone does. While only some of them are, the daemon switches "
+     "those off again below their 'set_point_clr', and a sensor that is off stands still: it keeps "
+     "its last temperature, and each item that watches it keeps its level, whatever the phone "
+     "does. "
+     "A trip sensor of its own lets none be switched off, either. Give all of them the same "
+     "'set_point', low enough for a phone in use, so that they go on together and stay on.",
+     eachVirtual([](const Section& sensor, Context& context) {
+       const Section* trip = switchOf(sensor);
+       if (!trip) return;
+       const Section& first = *switchedBy(*trip, context.subject.environment).front();
+       if (&first == &sensor || first.setPoint.value == sensor.setPoint.value ||
+           !hasSound(first, "set_point", first.setPoint) ||
+           !hasSound(sensor, "set_point", sensor.setPoint))
+         return;
+       context.tell(
+           sensor.trip->word,
+           {"'{}' switches '{}', too, at {} and not at {}: while only some of its sensors "
+            "are on the daemon switches them off again, and one that is off keeps its last "
+            "temperature, with all that watches it",
+            sensor.trip->word.text, first.name, first.setPoint.value, sensor.setPoint.value},
+           {"write 'set_point {}' for all of them: they go on together and stay on",
+            std::min(first.setPoint.value, sensor.setPoint.value)});
+     })},
 
     {"virtual-math-ignored", Severity::kWarning,
      "A virtual sensor has a 'math' line with another value than 0. The daemon keeps it and does "

@@ -20,6 +20,15 @@ Json toJson(const Finding& finding, const Sources& sources) {
           {"message", finding.message}, {"hint", finding.hint}};
 }
 
+Json silencedOf(const Inspection& inspection) {
+  Json silenced = Json::array();
+  for (const auto& [finding, reason] : inspection.silenced) {
+    silenced.push_back(toJson(finding, inspection.sources));
+    silenced.back()["reason"] = reason;
+  }
+  return silenced;
+}
+
 Json toJson(const UnreadFile& file) {
   return {{"file", file.name}, {"reason", file.reason}};
 }
@@ -28,7 +37,7 @@ Json countsOf(const Inspection& inspection) {
   const size_t errors = errorsIn(inspection.findings);
   return {{"errors", errors},
           {"warnings", inspection.findings.size() - errors},
-          {"files", inspection.sources.size()}};
+          {"files", inspection.checkedFiles()}};
 }
 
 Json sensorModel(const std::string& name, const Section& sensor) {
@@ -102,11 +111,13 @@ void printJson(std::ostream& out, const Inspection& inspection) {
   Json unread = Json::array();
   for (const UnreadFile& file : inspection.unread)
     unread.push_back(toJson(file));
-  const Json result = {{"version", kFormatVersion},
-                       {"findings", findings},
-                       {"counts", countsOf(inspection)},
-                       {"unread", unread},
-                       {"model", modelOf(inspection)}};
+  Json result = {{"version", kFormatVersion},
+                 {"findings", findings},
+                 {"counts", countsOf(inspection)},
+                 {"unread", unread},
+                 {"model", modelOf(inspection)}};
+  // Of a board without settings nothing is silenced.
+  if (!inspection.settings.file.empty()) result["silenced"] = silencedOf(inspection);
   // A file may hold any bytes; what is not UTF-8 must not stop the output.
   out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include "check/output/Mark.h"
+#include "check/output/Overview.h"
 #include "terminal/MarkedLine.h"
 #include "text/Characters.h"
 #include "text/Phrases.h"
@@ -29,21 +30,25 @@ void printFinding(std::ostream& out, const Finding& finding, const Sources& sour
     out << fmt::format("      {} {}\n", painted(colour, kCyan, "hint:"), visible(finding.hint));
 }
 
-std::string summary(const std::vector<Finding>& findings, size_t files) {
-  const size_t errors = errorsIn(findings);
-  const size_t warnings = findings.size() - errors;
-  std::string problems;
-  if (errors > 0) problems = counted(errors, "error");
-  if (errors > 0 && warnings > 0) problems += " and ";
-  if (warnings > 0) problems += counted(warnings, "warning");
-  return (findings.empty() ? "no problems" : problems) + " in " + counted(files, "file");
+void printFindings(std::ostream& out, const std::vector<Finding>& findings, const Sources& sources,
+                   Colour colour) {
+  const std::vector<const Finding*> shown = mostImportant(findings);
+  for (const Finding* finding : shown)
+    printFinding(out, *finding, sources, colour);
+  if (shown.size() < findings.size())
+    out << "and " << counted(findings.size() - shown.size(), "more finding")
+        << ", which --format json shows\n";
 }
 
 } // namespace
 
 void printText(std::ostream& out, const std::vector<Finding>& findings, const Sources& sources,
                Colour colour) {
-  for (const Finding& finding : findings)
-    printFinding(out, finding, sources, colour);
-  out << summary(findings, sources.size()) << '\n';
+  printFindings(out, findings, sources, colour);
+  out << countOf(findings, sources.size()) << '\n';
+}
+
+void printText(std::ostream& out, const Inspection& inspection, Colour colour) {
+  printFindings(out, inspection.findings, inspection.sources, colour);
+  out << countOf(inspection) << '\n';
 }

@@ -9,7 +9,9 @@
 
 #include "check/Check.h"
 #include "check/output/Explanation.h"
+#include "check/output/Fingerprints.h"
 #include "check/output/Mark.h"
+#include "check/output/Sentence.h"
 
 namespace {
 
@@ -28,15 +30,11 @@ std::string uriOf(const std::string& path) {
   return uri;
 }
 
-std::string sentence(const std::string& text) {
-  const bool ends = !text.empty() && std::string_view(".?!").find(text.back()) != std::string::npos;
-  return ends ? text : text + ".";
-}
-
 Json ruleDescriptor(const Rule& rule) {
   return {{"id", rule.name},
           {"shortDescription", {{"text", summaryOf(rule)}}},
           {"fullDescription", {{"text", rule.explanation}}},
+          {"help", {{"text", rule.explanation}, {"markdown", markdownOf(rule)}}},
           {"defaultConfiguration", {{"level", nameOf(rule.severity)}}}};
 }
 
@@ -48,42 +46,75 @@ Json locationOf(const Finding& finding, const Sources& sources) {
   return {{"physicalLocation", {{"artifactLocation", artifact}, {"region", region}}}};
 }
 
-Json resultOf(const Finding& finding, size_t ruleIndex, const Sources& sources) {
-  const std::string hint = finding.hint.empty() ? "" : " Hint: " + sentence(finding.hint);
-  return {{"ruleId", finding.rule},
-          {"ruleIndex", ruleIndex},
-          {"level", nameOf(finding.severity)},
-          {"message", {{"text", sentence(finding.message) + hint}}},
-          {"locations", Json::array({locationOf(finding, sources)})}};
+// The results of a run, each with the index of its rule and a fingerprint of its own.
+class Results {
+public:
+  explicit Results(const Inspection& inspection_) : inspection(inspection_) {
+    for (const Rule& rule : allRules())
+      ruleIndices.emplace(rule.name, ruleIndices.size());
+  }
+
+  Json all() {
+    Json results = Json::array();
+    for (const Finding& finding : inspection.findings)
+      results.push_back(resultOf(finding));
+    for (const auto& [finding, reason] : inspection.silenced) {
+      Json result = resultOf(finding);
+      result["suppressions"] = Json::array({{{"kind", "external"}, {"justification", reason}}});
+      results.push_back(std::move(result));
+    }
+    return results;
+  }
+
+private:
+  Json resultOf(const Finding& finding) {
+    return {{"ruleId", finding.rule},
+            {"ruleIndex", ruleIndices[finding.rule]},
+            {"level", nameOf(finding.severity)},
+            {"message", {{"text", sentencesOf(finding)}}},
+            {"locations", Json::array({locationOf(finding, inspection.sources)})},
+            {"partialFingerprints", {{"finding/v1", fingerprints.of(finding)}}}};
+  }
+
+  const Inspection& inspection;
+  std::map<std::string, size_t> ruleIndices;
+  Fingerprints fingerprints{inspection};
+};
+
+Json notification(const std::string& text) {
+  return {{"level", "error"}, {"message", {{"text", sentence(text)}}}};
 }
 
 Json invocationOf(const Inspection& inspection) {
   Json notifications = Json::array();
   for (const UnreadFile& file : inspection.unread)
-    notifications.push_back(
-        {{"level", "error"}, {"message", {{"text", sentence(describe(file))}}}});
-  return {{"executionSuccessful", inspection.unread.empty()},
+    notifications.push_back(notification(describe(file)));
+  if (!inspection.problems.none())
+    notifications.push_back(notification("there are errors in " + inspection.settings.file));
+  return {{"executionSuccessful", inspection.isWhole()},
           {"toolExecutionNotifications", notifications}};
+}
+
+Json toolOf() {
+  Json rules = Json::array();
+  for (const Rule& rule : allRules())
+    rules.push_back(ruleDescriptor(rule));
+  return {{"driver",
+           {{"name", "thermalctl"},
+            {"version", THERMALCTL_VERSION},
+            // The manual page, installed with the tool.
+            {"informationUri", "man:thermalctl(1)"},
+            {"rules", rules}}}};
 }
 
 } // namespace
 
 void printSarif(std::ostream& out, const Inspection& inspection) {
-  Json rules = Json::array();
-  std::map<std::string, size_t> ruleIndices;
-  for (const Rule& rule : allRules()) {
-    ruleIndices[rule.name] = rules.size();
-    rules.push_back(ruleDescriptor(rule));
-  }
-  Json results = Json::array();
-  for (const Finding& finding : inspection.findings)
-    results.push_back(resultOf(finding, ruleIndices[finding.rule], inspection.sources));
-
-  const Json run = {{"tool", {{"driver", {{"name", "thermalctl"}, {"rules", rules}}}}},
+  const Json run = {{"tool", toolOf()},
                     // As marks count, and not in the units of UTF-16 that SARIF knows as well.
                     {"columnKind", "unicodeCodePoints"},
                     {"invocations", Json::array({invocationOf(inspection)})},
-                    {"results", results}};
+                    {"results", Results(inspection).all()}};
   const Json log = {{"$schema",
                      "https://docs.oasis-open.org/sarif/sarif/v2.1.0/errata01/os/schemas/"
                      "sarif-schema-2.1.0.json"},

@@ -10,11 +10,16 @@
 // that.
 enum class Severity { kWarning, kError };
 
+// Whether a finding tells of the daemon's end: not at all, of one that is due once the mistakes
+// above it are put right, or of the end itself.
+enum class End { kNone, kLater, kNow };
+
 // What a rule found at one place of one file.
 //
 // Shape:  one line of text each; `message` and `hint` have no full stop at their ends.
 // Units:  `at` as in Position; `length` in bytes of the line, at least 1.
-// Source: Findings::add, which gives it the rule's name and severity.
+// Errors: what ends the daemon is an error whatever its rule's severity is, and nothing hides it.
+// Source: Context::tell, which gives it the rule's name and severity.
 struct Finding {
   std::string rule;
   Severity severity = Severity::kWarning;
@@ -27,6 +32,7 @@ struct Finding {
   std::string message;
   // What to write instead; empty when there is nothing better to say than the message.
   std::string hint;
+  End end = End::kNone;
 };
 
 // "error" or "warning".

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "text/LookAlikes.h"
 #include "text/Nearest.h"
 
 namespace {
@@ -14,8 +15,17 @@ template <> constexpr Shape kShape<std::vector<Number>> = Shape::kNumbers;
 template <> constexpr Shape kShape<std::vector<DeviceRow>> = Shape::kRows;
 template <> constexpr Shape kShape<std::vector<LevelRow>> = Shape::kRows;
 
+// The key that an unknown one is a slip for: with a look-alike in it, another word right behind it,
+// or letters that are wrong.
+std::string slipFor(const std::string& key, const std::vector<std::string>& keys) {
+  const std::string read = asRead(key);
+  const std::string first = read.substr(0, read.find_first_of(" =:;,"));
+  return contains(keys, first) ? first : nearest(first, keys);
+}
+
 template <typename Of> bool hasSlipFor(const Of& block, const std::string& key) {
-  return std::any_of(block.properties.begin(), block.properties.end(),
+  return contains(block.cutOff, key) ||
+         std::any_of(block.properties.begin(), block.properties.end(),
                      [&](const Property& property) { return meantKey(block, property) == key; });
 }
 
@@ -61,12 +71,14 @@ bool standsAlone(const Block& block, const std::string& key) {
 }
 
 std::string meantKey(const Section& section, const Property& property) {
-  return property.known ? "" : nearest(property.key.text, sectionKeys(section.kind));
+  // A line that was taken out with a comment sign was meant to be gone.
+  const bool isSlip = !property.known && !isComment(property.key.text);
+  return isSlip ? slipFor(property.key.text, sectionKeys(section.kind)) : "";
 }
 
 std::string meantKey(const Item& item, const Property& property) {
   if (property.known || item.kind == ItemKind::kNone || isKeyOfOtherKind(item, property)) return "";
-  return nearest(property.key.text, itemKeys(item.kind));
+  return slipFor(property.key.text, itemKeys(item.kind));
 }
 
 bool isKeyOfOtherKind(const Item& item, const Property& property) {
@@ -88,8 +100,4 @@ bool hasSlipAlone(const Section& section, const std::string& key) {
 
 bool isComment(const std::string& word) {
   return word[0] == '#' || word[0] == ';' || word.rfind("//", 0) == 0;
-}
-
-bool hasByteOrderMark(const std::string& word) {
-  return word.rfind("\xEF\xBB\xBF", 0) == 0;
 }

@@ -33,7 +33,8 @@ bool isKeyOfOtherKind(const Item& item, const Property& property);
 std::string meantKey(const Section& section, const Property& property);
 std::string meantKey(const Item& item, const Property& property);
 
-// Whether a line has a slip for `key` in its place.
+// Whether a line has a slip for `key` in its place, or stands behind a blank line that has cut the
+// block off.
 bool misspelt(const Section& section, const std::string& key);
 bool misspelt(const Item& item, const std::string& key);
 
@@ -42,5 +43,3 @@ bool hasSlipAlone(const Section& section, const std::string& key);
 
 // Whether a word begins what is a comment elsewhere. The daemon knows none.
 bool isComment(const std::string& word);
-// Whether a word begins with the mark that some editors put in front of a text.
-bool hasByteOrderMark(const std::string& word);

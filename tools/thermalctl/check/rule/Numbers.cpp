@@ -11,6 +11,12 @@ namespace {
 constexpr int32_t kLeastDegrees = 2;
 constexpr int32_t kMostDegrees = 200;
 constexpr int32_t kMostMillidegrees = 200000;
+// A phone in use is warmer than that.
+constexpr int32_t kColdPhone = 10000; // millidegrees
+
+int64_t millidegreesOf(const Number& temperature, int32_t unit) {
+  return static_cast<int64_t>(temperature.value) * unit;
+}
 
 } // namespace
 
@@ -33,20 +39,36 @@ bool haveDigits(const std::vector<Number>& list) {
   });
 }
 
-bool looksLikeDegrees(const Number& temperature) {
-  const int64_t size = std::abs(static_cast<int64_t>(temperature.value));
+int32_t unitOf(const Item& item) {
+  return item.sensor && item.sensor->section ? item.sensor->section->unit : 1;
+}
+
+const char* nameOfUnit(int32_t unit) {
+  if (unit == 1) return "thousandths of a degree";
+  return unit == 100 ? "tenths of a degree" : "degrees";
+}
+
+bool looksLikeDegrees(const Number& temperature, int32_t unit) {
+  const int64_t size = std::abs(millidegreesOf(temperature, unit));
   return isNumber(temperature.word.text) && size >= kLeastDegrees && size <= kMostDegrees;
 }
 
-bool beyondAnySensor(const Number& temperature) {
+bool beyondAnySensor(const Number& temperature, int32_t unit) {
   return isNumber(temperature.word.text) &&
-         (temperature.value < -kMostMillidegrees || temperature.value > kMostMillidegrees);
+         std::abs(millidegreesOf(temperature, unit)) > kMostMillidegrees;
+}
+
+bool outOfUse(const Number& temperature, const Item& item) {
+  const int64_t millidegrees = millidegreesOf(temperature, unitOf(item));
+  return item.lowactive ? std::abs(millidegrees) <= kMostDegrees : millidegrees < kColdPhone;
 }
 
 bool sound(const Number& number) {
   return number.word.text.empty() || isNumber(number.word.text);
 }
 
-bool soundTemperature(const Number& temperature) {
-  return sound(temperature) && !looksLikeDegrees(temperature) && !beyondAnySensor(temperature);
+bool soundTemperature(const Number& temperature, const Item& item) {
+  const int32_t unit = unitOf(item);
+  return sound(temperature) && !looksLikeDegrees(temperature, unit) &&
+         !beyondAnySensor(temperature, unit);
 }

@@ -2,10 +2,20 @@
 
 #include <algorithm>
 
+#include "text/Characters.h"
+
 void Context::tell(const Word& word, Message message, Message hint) {
-  const std::string& file = configuration ? configuration->file : subject.environment.file;
+  tellIn(configuration ? configuration->file : subject.environment.file, word, std::move(message),
+         std::move(hint));
+}
+
+void Context::tellInSettings(const Word& word, Message message, Message hint) {
+  tellIn(subject.settings.file, word, std::move(message), std::move(hint));
+}
+
+void Context::tellIn(const std::string& file, const Word& word, Message message, Message hint) {
   if (!marked.emplace(file, word.at.line, word.at.column).second) return;
-  findings.push_back({rule.name, rule.severity, file, word.at,
-                      std::max<size_t>(1, word.text.size()), std::move(message.text),
-                      std::move(hint.text)});
+  const Severity severity = message.end == End::kNone ? rule.severity : Severity::kError;
+  findings.push_back({rule.name, severity, file, word.at, std::max<size_t>(1, word.text.size()),
+                      withShortWords(message.text), withShortWords(hint.text), message.end});
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <set>
@@ -11,7 +12,9 @@
 
 #include "board/Configuration.h"
 #include "board/Environment.h"
+#include "board/LostNames.h"
 #include "check/rule/Finding.h"
+#include "settings/Settings.h"
 
 // All that one run looks at: the board, and each configuration meant for it.
 //
@@ -23,6 +26,9 @@ struct Subject {
   const std::vector<Configuration>& configurations;
   // Where the board's nodes are looked for; without it no node is.
   std::optional<std::string> nodesRoot;
+  Settings settings{};
+  // What a mistake of the environment takes from all of them.
+  LostNames lost{environment, configurations};
 };
 
 class Context;
@@ -47,17 +53,33 @@ struct Rule {
   Check check;
 };
 
+// The words of a sentence that tell of the daemon's end, such as "the daemon ends: "; without an
+// end none. Whatever sentence they stand in tells of what no user may leave out.
+struct Ending {
+  std::string words;
+  End end = End::kNone;
+};
+
 // A sentence, with what belongs into its gaps: {"the daemon ignores '{}'", key}.
 //
+// Shape:  `end` is that of the Ending in one of the gaps.
 // Errors: only a text that comes with something to put into it is looked through for gaps.
 struct Message {
   Message(const char* text_) : text(text_) {}
   Message(std::string text_) : text(std::move(text_)) {}
   template <typename First, typename... More>
   Message(const char* text_, const First& first, const More&... more)
-      : text(fmt::vformat(text_, fmt::make_format_args(first, more...))) {}
+      : text(fmt::vformat(text_, fmt::make_format_args(shown(first), shown(more)...))),
+        end(std::max({endIn(first), endIn(more)...})) {}
 
   std::string text;
+  End end = End::kNone;
+
+private:
+  template <typename Other> static const Other& shown(const Other& piece) { return piece; }
+  static const std::string& shown(const Ending& ending) { return ending.words; }
+  template <typename Other> static End endIn(const Other&) { return End::kNone; }
+  static End endIn(const Ending& ending) { return ending.end; }
 };
 
 // Where a rule stands, and where what it finds goes, in any order.
@@ -72,12 +94,19 @@ public:
 
   // Marks `word` in the file in hand, the first time that the rule comes to this place.
   void tell(const Word& word, Message message, Message hint = "");
+  // The same in the settings file.
+  void tellInSettings(const Word& word, Message message, Message hint);
+
+  // What this rule and those before it have found.
+  const std::vector<Finding>& told() const { return findings; }
 
   const Subject& subject;
-  // The file in hand; while that is the environment file, null.
+  // The file in hand; while that is another than a configuration, null.
   const Configuration* configuration = nullptr;
 
 private:
+  void tellIn(const std::string& file, const Word& word, Message message, Message hint);
+
   const Rule& rule;
   std::vector<Finding>& findings;
   // File, line and column of each.

@@ -90,7 +90,7 @@ TEST(ConfigurationRulesTest, FindTwentyPlantedMistakesAndNoOther) {
                    "conf:37 row-lengths-differ",
                    "conf:45 report-level",
                    "conf:49 unknown-sensor",
-                   "conf:51 item-number-cut-short",
+                   "conf:51 temperature-cut-short",
                    "conf:60 lowactive-not-true",
                    "conf:68 unknown-type",
                    "conf:72 degrees",
@@ -112,11 +112,11 @@ TEST(ConfigurationRulesTest, FindNothingWrongWithThePhone) {
 
 TEST(ConfigurationRulesTest, LookAtEachOfTheItemsThatTheDaemonMerges) {
   const std::string second = with(with(kSteps, "set_point", "60"), "start_level", "0");
-  EXPECT_EQ(placesIn(with(kMonitor, "action_info", "2 1") + second + "sampling 1000\n" +
-                     with(kMonitor, "thresholds", "70000 60000")),
-            (Lines{"a:8 level-falls", "a:9 items-merged", "a:13 degrees",
-                   "a:15 start-level-below-1", "a:17 items-merged", "a:17 item-name-twice",
-                   "a:20 thresholds-order", "a:21 clearing-not-below-threshold"}));
+  EXPECT_EQ(
+      placesIn(with(kMonitor, "action_info", "2 1") + second + "sampling 1000\n" +
+               with(kMonitor, "thresholds", "70000 60000")),
+      (Lines{"a:8 level-falls", "a:9 items-merged", "a:13 degrees", "a:15 start-level-below-1",
+             "a:17 items-merged", "a:17 item-name-twice", "a:20 thresholds-order"}));
 }
 
 TEST(ConfigurationRulesTest, KeepTheScenarioThatAMergedLineWasToOpen) {
@@ -165,22 +165,76 @@ TEST(ConfigurationRulesTest, CountANameAsUsedWhereASlipForItStands) {
 }
 
 TEST(ConfigurationRulesTest, TellWhyASectionOfThatNameIsNotWhatTheItemNeeds) {
-  const std::string kind = "[cpu]\ntype Real\nsampling 1000\nnode_path /cpu\n\n";
+  const std::string fan = "[fan]\ntype charger\nnode_path /fan\nlevel_table 0 1 2 3 4\n";
+  const std::vector<Finding> findings =
+      findingsIn("[cpu]\ntype charger\nnode_path /cpu\nlevel_table 0 1\n\n" + fan,
+                 {"SCEN Default\n" + kMonitor});
+  const auto found = std::find_if(findings.begin(), findings.end(), [](const Finding& finding) {
+    return finding.rule == "unknown-sensor";
+  });
+  ASSERT_NE(found, findings.end());
+  EXPECT_EQ(found->hint, "'cpu' is no sensor");
+}
+
+TEST(ConfigurationRulesTest, LeaveWhatFollowsFromAMistakeOfTheBoardToThat) {
+  const std::string cpu = "[cpu]\ntype real\nsampling 1000\nnode_path /cpu\n";
   const std::string fan = "[fan]\ntype charger\nnode_path /fan\nlevel_table 0 1 2 3 4\n";
   const std::vector<std::pair<std::string, std::string>> boards = {
-      {kind + fan, "the daemon drops the section of 'cpu', whose type is unknown"},
-      {fan + "\nboard\n\n[cpu]\ntype real\nsampling 1000\nnode_path /cpu\n",
-       "the daemon never reads the section of 'cpu'"},
-      {"[cpu]\ntype charger\nnode_path /cpu\nlevel_table 0 1\n\n" + fan, "'cpu' is no sensor"},
+      {with(cpu, "type", "Real") + "\n" + fan, "env:2 section-kind-wrong-case"},
+      {with(cpu, "type", "thermometer") + "\n" + fan, "env:2 section-kind-unknown"},
+      {fan + "\nboard\n\n" + cpu, "env:6 junk-before-header"},
+      {fan + "\n" + cpu.substr(cpu.find('\n') + 1), "env:6 junk-before-header"},
+      {fan + "\ncpu]" + cpu.substr(cpu.find('\n')), "env:6 junk-before-header"},
+      {fan + cpu, "env:5 sections-merged"},
+      {fan + "\n[cpu" + cpu.substr(cpu.find('\n')), "env:6 header-without-bracket"},
   };
-  for (const auto& [board, hint] : boards) {
-    const std::vector<Finding> findings = findingsIn(board, {"SCEN Default\n" + kMonitor});
-    const auto found = std::find_if(findings.begin(), findings.end(), [](const Finding& finding) {
-      return finding.rule == "unknown-sensor";
-    });
-    ASSERT_NE(found, findings.end()) << hint;
-    EXPECT_EQ(found->hint, hint);
+  for (const auto& [board, place] : boards) {
+    const std::string items = "SCEN Default\n" + kMonitor + "\n" + kSteps;
+    EXPECT_EQ(placesOf(findingsIn(board, {items, items})), Lines{place}) << board;
   }
+}
+
+TEST(ConfigurationRulesTest, TellOfAnUnknownNameOnceForAllThatHaveIt) {
+  const std::string rows = with(kMonitor, "actions", "fun fun");
+  const std::string steps = with(kSteps, "device", "fun");
+  const std::vector<Finding> findings = findingsIn(
+      kBoard, {"SCEN Default\n" + rows + "\n" + steps, "SCEN Default\n" + steps + "\n" + rows});
+  EXPECT_EQ(placesOf(findings), Lines{"a:13 unknown-device"});
+  EXPECT_EQ(findings[0].message, "the daemon finds no device 'fun' on the board, and ends because "
+                                 "'device' is missing; 4 items depend on it");
+}
+
+TEST(ConfigurationRulesTest, TellOnceOfWhatATableOrAPeriodMakesOfManyItems) {
+  const std::string past = with(kMonitor, "action_info", "5 5");
+  const std::string day = "SCEN Default\n" + past + "\n" + with(kSteps, "sensor", "cpu");
+  const std::vector<Finding> findings = findingsIn(kBoard, {day, day});
+  EXPECT_EQ(placesOf(findings), Lines{"a:8 level-past-table"});
+  EXPECT_EQ(findings[0].message,
+            "the daemon takes level 4 instead, the last in the table of 'fan'; so in 3 further "
+            "places");
+}
+
+TEST(ConfigurationRulesTest, TellOfABlankLineInsideOfAnItemAlone) {
+  for (const char* key : {"sensor", "device", "set_point", "start_level"}) {
+    std::string cut = kSteps;
+    cut.insert(cut.find("\n" + std::string(key)) + 1, "\n");
+    const std::vector<Finding> findings = findingsIn(kBoard, {"SCEN Default\n" + cut});
+    if (std::string(key) == "sensor") {
+      // Directly below the type it ends nothing.
+      EXPECT_EQ(findings.size(), 1U) << key;
+      continue;
+    }
+    ASSERT_EQ(findings.size(), 1U) << key;
+    EXPECT_EQ(findings[0].rule, "no-item-line") << key;
+    EXPECT_EQ(findings[0].message.rfind("the daemon ends: '" + std::string(key), 0), 0U);
+  }
+}
+
+TEST(ConfigurationRulesTest, SayOfAListInWhichEveryWordIsWrongThatTheFirstIs) {
+  EXPECT_EQ(placesIn(with(kMonitor, "thresholds", "60000, 70000,")),
+            Lines{"a:5 item-number-cut-short"});
+  EXPECT_EQ(placesIn(with(kMonitor, "actions", "fan + fan")), Lines{"a:7 stray-plus"});
+  EXPECT_EQ(placesIn(with(kMonitor, "actions", "fan, belt,")), Lines{"a:7 unknown-device"});
 }
 
 TEST(ConfigurationRulesTest, DrawTheLineBetweenAMistakeAndNone) {
@@ -201,7 +255,8 @@ TEST(ConfigurationRulesTest, DrawTheLineBetweenAMistakeAndNone) {
       {kSteps + "time_tick_trigger -2147483649\n", {"a:9 item-number-too-large"}},
       {kSteps + "sampling 0\n", {"a:9 item-sampling-below-1"}},
       {kSteps + "sampling 1\n", {"a:9 period-below-sensors"}},
-      {kSteps + "sampling 999\n", {"a:9 period-below-sensors"}},
+      {kSteps + "sampling 899\n", {"a:9 period-below-sensors"}},
+      {kSteps + "sampling 900\n", {}},
       {kSteps + "sampling 1000\n", {}},
       {with(kSteps, "set_point_clr", "60000"), {}},
       {with(kSteps, "set_point_clr", "60001"), {"a:7 set-point-order"}},
@@ -336,7 +391,7 @@ TEST(ConfigurationRulesTest, TellOfAListInDegreesOnceALine) {
 }
 
 TEST(ConfigurationRulesTest, TellOfTheDefaultPeriodWhereTheSensorsIsLonger) {
-  const std::string slow = "[cpu]\ntype real\nsampling 1001\nnode_path /cpu\n\n"
+  const std::string slow = "[cpu]\ntype real\nsampling 1112\nnode_path /cpu\n\n"
                            "[fan]\ntype charger\nnode_path /fan\nlevel_table 0 1 2 3 4\n";
   const Lines below = {"a:2 period-below-sensors"};
   EXPECT_EQ(placesIn(kMonitor, slow), below);

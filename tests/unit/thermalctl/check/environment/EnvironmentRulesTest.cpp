@@ -97,9 +97,10 @@ TEST(EnvironmentRulesTest, DrawTheLineBetweenAMistakeAndNone) {
 }
 
 TEST(EnvironmentRulesTest, LeaveAloneWhatDoesNoHarm) {
+  EXPECT_EQ(rulesIn("[cpu]\ntype real\nnode_path /cpu\n"), Lines{});
   for (const char* line : {"# old", "; old", "//old", "#"})
     EXPECT_EQ(rulesIn(cpu("1000") + line + "\n"), Lines{}) << line;
-  EXPECT_EQ(rulesIn("[]\ntype conf_file\nfile_name board.conf\n"), Lines{});
+  EXPECT_EQ(rulesIn(kCpu + "[]\ntype conf_file\nfile_name board.conf\n"), Lines{});
 }
 
 TEST(EnvironmentRulesTest, ReportOfASectionThatIsDroppedNothingElse) {
@@ -107,10 +108,9 @@ TEST(EnvironmentRulesTest, ReportOfASectionThatIsDroppedNothingElse) {
             Lines{"section-kind-unknown"});
 }
 
-TEST(EnvironmentRulesTest, CountNoSensorThatTheDaemonNeverReadsForOneThatItReads) {
+TEST(EnvironmentRulesTest, LeaveWhatIsMissedOfASensorThatTheDaemonNeverReadsToThat) {
   const std::string gpu = "\njunk\n\n[gpu]\ntype real\nsampling 500\nnode_path /gpu\n";
-  EXPECT_EQ(rulesIn(skin({{"sampling", "500"}}) + gpu),
-            (Lines{"virtual-period-alone", "junk-before-header"}));
+  EXPECT_EQ(rulesIn(skin({{"sampling", "500"}}) + gpu), Lines{"junk-before-header"});
   EXPECT_EQ(rulesIn("junk\n\n" + skin({})), Lines{"junk-before-header"});
 }
 

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "check/Check.h"
 
@@ -30,6 +31,17 @@ TEST(ExplanationTest, SeparatesRulesByABlankLine) {
   std::ostringstream out;
   printExplanations(out, {ruleSaying("One."), ruleSaying("Two.")});
   EXPECT_EQ(out.str(), "some-rule (warning)\n\nOne.\n\nsome-rule (warning)\n\nTwo.\n");
+}
+
+TEST(ExplanationTest, GivesARuleAsAnObjectAndSeveralAsAList) {
+  std::ostringstream one;
+  printExplanationAsJson(one, ruleSaying("One. And \"more\"."));
+  const auto expected = nlohmann::json::parse(R"({"rule": "some-rule", "severity": "warning",
+      "summary": "One.", "explanation": "One. And \"more\"."})");
+  EXPECT_EQ(nlohmann::json::parse(one.str()), expected);
+  std::ostringstream list;
+  printExplanationsAsJson(list, {ruleSaying("One. And \"more\".")});
+  EXPECT_EQ(nlohmann::json::parse(list.str()), nlohmann::json::array({expected}));
 }
 
 TEST(ExplanationTest, HasAChapterOfThePageForEachRule) {

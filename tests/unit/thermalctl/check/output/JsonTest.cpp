@@ -80,6 +80,21 @@ TEST(JsonTest, CountsErrorsAndWarningsApart) {
             Json::parse(R"({"errors": 1, "warnings": 2, "files": 0})"));
 }
 
+TEST(JsonTest, GivesWhatTheSettingsSilenceWithTheReason) {
+  Inspection inspection = board("[cpu]\n", "");
+  EXPECT_FALSE(resultOf(inspection).contains("silenced"));
+  inspection.settings.file = "thermalctl.toml";
+  inspection.sources.emplace("thermalctl.toml", Source(""));
+  EXPECT_EQ(resultOf(inspection).at("silenced"), Json::array());
+  EXPECT_EQ(resultOf(inspection).at("counts").at("files"), 2);
+  Finding finding;
+  finding.rule = "some-rule";
+  inspection.silenced = {{finding, "known"}};
+  const Json silenced = resultOf(inspection).at("silenced").at(0);
+  EXPECT_EQ(silenced.at("rule"), "some-rule");
+  EXPECT_EQ(silenced.at("reason"), "known");
+}
+
 TEST(JsonTest, NamesTheFilesThatCouldNotBeRead) {
   Inspection inspection;
   inspection.unread = {{"board.env", "Is a directory"}};

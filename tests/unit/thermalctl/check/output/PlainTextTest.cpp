@@ -74,6 +74,16 @@ TEST(TextTest, CountsErrorsWarningsAndFiles) {
   EXPECT_EQ(lastLine({error, error, warning}), "2 errors and 1 warning in 2 files\n");
 }
 
+TEST(TextTest, ShowsAHundredFindingsAndTheNumberOfTheRest) {
+  const std::string text = printed(std::vector<Finding>(102, finding({1, 1}, 1)), "x\n");
+  EXPECT_NE(text.find("\nand 2 more findings, which --format json shows\n102 errors in 1 file\n"),
+            std::string::npos);
+  size_t shown = 0;
+  for (size_t at = 0; (at = text.find("board.env:1:1: ", at)) != std::string::npos; ++at)
+    ++shown;
+  EXPECT_EQ(shown, 100U);
+}
+
 TEST(TextTest, PutsTheCaretUnderAWordBehindTabsAndOtherSigns) {
   EXPECT_EQ(excerpt({1, 4}, 3, "\t\x01 key\xFF value\r\n"),
             "\xE2\x90\x89\xE2\x90\x81 key\xEF\xBF\xBD value\n"

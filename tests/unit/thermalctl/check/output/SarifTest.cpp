@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include "check/Check.h"
+#include "check/output/Explanation.h"
+#include "check/output/Fingerprints.h"
 
 namespace {
 
@@ -58,12 +60,16 @@ TEST(SarifTest, SaysItsVersionAndHowItCountsColumns) {
 TEST(SarifTest, DescribesEveryRule) {
   const Json driver = runOf({}).at("tool").at("driver");
   EXPECT_EQ(driver.at("name"), "thermalctl");
+  EXPECT_EQ(driver.at("informationUri"), "man:thermalctl(1)");
+  EXPECT_NE(driver.at("version"), "");
   ASSERT_EQ(driver.at("rules").size(), allRules().size());
   for (size_t i = 0; i < allRules().size(); ++i) {
     const Rule& rule = allRules()[i];
     const Json& descriptor = driver.at("rules").at(i);
     EXPECT_EQ(descriptor.at("id"), rule.name);
     EXPECT_EQ(descriptor.at("fullDescription").at("text"), rule.explanation);
+    EXPECT_EQ(descriptor.at("help").at("text"), rule.explanation);
+    EXPECT_EQ(descriptor.at("help").at("markdown"), markdownOf(rule));
     EXPECT_EQ(descriptor.at("defaultConfiguration").at("level"), nameOf(rule.severity));
   }
 }
@@ -90,6 +96,34 @@ TEST(SarifTest, AddsTheHintToTheMessage) {
   EXPECT_EQ(message(), "the daemon does not know 'kee'. Hint: did you mean 'key'?");
   inspection.findings[0].hint = "write 'key'";
   EXPECT_EQ(message(), "the daemon does not know 'kee'. Hint: write 'key'.");
+}
+
+TEST(SarifTest, GivesEachResultAFingerprintOfItsOwn) {
+  Inspection inspection = oneFinding("board.env", "kee\n", {1, 1});
+  inspection.findings.push_back(inspection.findings[0]);
+  const Json results = runOf(inspection).at("results");
+  const Json first = results.at(0).at("partialFingerprints");
+  EXPECT_EQ(first.at("finding/v1"), Fingerprints(inspection).of(inspection.findings[0]));
+  EXPECT_NE(first, results.at(1).at("partialFingerprints"));
+}
+
+TEST(SarifTest, GivesWhatIsSilencedAsSuppressed) {
+  Inspection inspection = oneFinding("board.env", "kee\n", {1, 1});
+  EXPECT_FALSE(runOf(inspection).at("results").at(0).contains("suppressions"));
+  inspection.silenced = {{inspection.findings[0], "known"}};
+  inspection.findings.clear();
+  const Json result = runOf(inspection).at("results").at(0);
+  EXPECT_EQ(result.at("suppressions"),
+            Json::parse(R"([{"kind": "external", "justification": "known"}])"));
+}
+
+TEST(SarifTest, SaysThatTheSettingsAreWrong) {
+  Inspection inspection;
+  inspection.settings = readSettings("thermalctl.toml", "a = 1\n", {}, inspection.problems);
+  const Json invocation = runOf(inspection).at("invocations").at(0);
+  EXPECT_EQ(invocation.at("executionSuccessful"), false);
+  EXPECT_EQ(invocation.at("toolExecutionNotifications").at(0).at("message").at("text"),
+            "there are errors in thermalctl.toml.");
 }
 
 TEST(SarifTest, WritesPathsAsUris) {

@@ -28,6 +28,23 @@ TEST_F(ContextTest, GivesEachFindingTheNameAndSeverityOfItsRule) {
   EXPECT_EQ(findings[0].hint, "write key");
 }
 
+TEST_F(ContextTest, MakesAnErrorOfWhatEndsTheDaemonWhateverTheRuleIs) {
+  const Rule mild{"mild-rule", Severity::kWarning, "The paragraph.", nullptr};
+  Context mildly{mild, subject, findings};
+  mildly.tell({"a", {1, 1}}, {"it is odd{}", Ending{", and ends", End::kNow}});
+  mildly.tell({"a", {2, 1}}, {"it is odd{}", Ending{", and would end", End::kLater}});
+  mildly.tell({"a", {3, 1}}, {"it is odd{}", Ending()});
+  ASSERT_EQ(findings.size(), 3U);
+  EXPECT_EQ(findings[0].message, "it is odd, and ends");
+  EXPECT_EQ(findings[0].severity, Severity::kError);
+  EXPECT_EQ(findings[0].end, End::kNow);
+  EXPECT_EQ(findings[1].severity, Severity::kError);
+  EXPECT_EQ(findings[1].end, End::kLater);
+  EXPECT_EQ(findings[2].message, "it is odd");
+  EXPECT_EQ(findings[2].severity, Severity::kWarning);
+  EXPECT_EQ(findings[2].end, End::kNone);
+}
+
 TEST_F(ContextTest, MarksOneByteForAWordThatIsNotThere) {
   context.tell({"", {1, 1}}, "nothing there");
   EXPECT_EQ(findings.at(0).length, 1U);

@@ -1,0 +1,31 @@
+"""What the page of a simulated run says of its limits."""
+
+from contextlib import closing
+from pathlib import Path
+
+from browser import Browser
+
+PHONE = Path(__file__).resolve().parents[2] / "boards" / "phone"
+STUCK = """\
+time,scenario,little,big,gpu,panel,charger,modem,fault battery
+0,Default,0.30,0.20,0.15,1,1,0.4,
+5m,game,0.60,0.90,1.0,1,1,0.3,stuck
+"""
+
+
+def test_the_page_tells_which_of_a_sensor_and_its_node_has_passed(thermalctl, tmp_path):
+    (tmp_path / "stuck.csv").write_text(STUCK)
+    done = thermalctl("simulate", "--board", PHONE, "--workload", tmp_path / "stuck.csv",
+                      "--limit", "battery=45C", "--out", tmp_path)
+    assert done.status == 1, done.err
+    with closing(Browser()) as browser:
+        browser.open(tmp_path / "report.html")
+        glance = browser.run("""
+            const rows = [...document.querySelectorAll('.glance tr')].slice(1)
+                .map((row) => [...row.cells].map((cell) => [cell.textContent, cell.className]));
+            return rows;""")
+    heads, cells = ([cell[0] for cell in glance[0]], glance[1])
+    sensor, node = heads.index("battery"), heads.index("battery (plant)")
+    assert cells[sensor][1] != "passed"
+    assert cells[node] == ["52.7 °C !", "passed"]
+    assert "case (plant)" not in heads

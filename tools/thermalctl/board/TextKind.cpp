@@ -1,0 +1,164 @@
+#include "board/TextKind.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include "base/TextReader.h"
+#include "board/Configuration.h"
+#include "board/Environment.h"
+#include "config/ConfGrammar.h"
+#include "config/EnvGrammar.h"
+#include "text/Characters.h"
+
+namespace {
+
+using Kind = TextKind::Kind;
+
+constexpr char kMark[] = "\xEF\xBB\xBF";
+constexpr char kCellEnds[] = ";,";
+
+bool beginsWith(const std::string& content, const std::string& start) {
+  return content.compare(0, start.size(), start) == 0;
+}
+
+bool contains(const std::vector<std::string>& words, const std::string& word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// The place of a byte, and as much as is to be marked there.
+TextKind found(Kind kind, const std::string& content, size_t at, size_t length = 1) {
+  const std::string before = content.substr(0, at);
+  const auto line = static_cast<int>(std::count(before.begin(), before.end(), '\n')) + 1;
+  const size_t lineStart = before.rfind('\n') + 1;
+  return {kind, {content.substr(at, length), {line, static_cast<int>(at - lineStart) + 1}}};
+}
+
+// Two bytes for each character, one of them 0 in a text of Latin letters: which, the byte order
+// says.
+bool isUtf16(const std::string& content) {
+  if (beginsWith(content, "\xFF\xFE") || beginsWith(content, "\xFE\xFF")) return true;
+  size_t zeros[2] = {0, 0};
+  for (size_t i = 0; i < content.size(); ++i)
+    if (content[i] == '\0') ++zeros[i % 2];
+  const size_t half = content.size() / 2;
+  return half > 1 && std::max(zeros[0], zeros[1]) * 10 >= half * 9 &&
+         std::min(zeros[0], zeros[1]) * 10 <= half;
+}
+
+// An escape is one of a terminal's, which a text may hold.
+bool isControl(char byte) {
+  return static_cast<unsigned char>(byte) < 0x20 && byte != '\x1B' &&
+         std::string_view(kWhiteSpace).find(byte) == std::string_view::npos;
+}
+
+// The first byte that no text has, if there are a NUL or many others.
+size_t binaryByte(const std::string& content) {
+  const auto controls =
+      static_cast<size_t>(std::count_if(content.begin(), content.end(), isControl));
+  if (content.find('\0') == std::string::npos && controls * 10 <= content.size())
+    return std::string::npos;
+  return static_cast<size_t>(std::find_if(content.begin(), content.end(), isControl) -
+                             content.begin());
+}
+
+// The first carriage return that another text follows on its line, if most line ends are such.
+size_t loneReturn(const std::string& content) {
+  size_t first = std::string::npos;
+  size_t lone = 0;
+  for (size_t at = content.find('\r'); at != std::string::npos; at = content.find('\r', at + 1)) {
+    const size_t next = content.find_first_not_of("\r", at);
+    if (next == std::string::npos || content[next] == '\n') continue;
+    if (lone++ == 0) first = at;
+  }
+  const auto feeds = static_cast<size_t>(std::count(content.begin(), content.end(), '\n'));
+  return lone > 1 && lone > feeds ? first : std::string::npos;
+}
+
+struct LineWords {
+  size_t start; // in the content
+  std::string text;
+  std::vector<std::string> words;
+};
+
+std::vector<LineWords> linesOf(const std::string& content) {
+  std::vector<LineWords> lines;
+  for (size_t start = 0; start < content.size();) {
+    const size_t end = std::min(content.find('\n', start), content.size());
+    LineWords line{start, content.substr(start, end - start), {}};
+    stringTokenizer(line.text, line.words, kWhiteSpace);
+    if (!line.words.empty()) lines.push_back(std::move(line));
+    start = end + 1;
+  }
+  return lines;
+}
+
+bool isKnownKey(const std::string& word) {
+  if (word == kSectionTypeKey || word == kItemTypeKey || word == kScenarioKey) return true;
+  for (const ItemKind kind : {ItemKind::kMonitor, ItemKind::kSS})
+    if (contains(itemKeys(kind), word)) return true;
+  const std::vector<std::string> kinds = sectionKindWords();
+  return std::any_of(kinds.begin(), kinds.end(), [&word](const std::string& kind) {
+    return contains(sectionKeys(sectionKind(kind)), word);
+  });
+}
+
+// Where the first cell of a line ends, if a spreadsheet made it: a header, a key or nothing stands
+// in it, and the values in the next ones.
+size_t cellEnd(const LineWords& line) {
+  const size_t end = line.text.find_first_of(kCellEnds);
+  if (end == std::string::npos) return end;
+  std::string cell = line.text.substr(0, end);
+  cell.erase(std::remove(cell.begin(), cell.end(), '"'), cell.end());
+  trim(cell);
+  const bool isCell = cell.empty() || cell.front() == '[' || isKnownKey(cell);
+  return isCell ? end : std::string::npos;
+}
+
+TextKind separated(const std::string& content, const std::vector<LineWords>& lines) {
+  size_t cells = 0;
+  TextKind kind;
+  for (const LineWords& line : lines) {
+    const size_t end = cellEnd(line);
+    if (end != std::string::npos && cells++ == 0)
+      kind = found(Kind::kSeparators, content, line.start + end);
+  }
+  return cells > 1 && cells * 2 > lines.size() ? kind : TextKind();
+}
+
+// By the lines that only one of the two has, and has in every block.
+TextKind kindByKeys(const std::string& content, const std::vector<LineWords>& lines) {
+  const LineWords* section = nullptr;
+  const LineWords* item = nullptr;
+  for (const LineWords& line : lines) {
+    const std::string& word = line.words.front();
+    const std::string second = line.words.size() > 1 ? lowerCase(line.words[1]) : "";
+    if (word == kSectionTypeKey && sectionKind(second) != SectionKind::kUnknown && !section)
+      section = &line;
+    if ((word == kItemTypeKey || word == kScenarioKey) && !item) item = &line;
+  }
+  if (!section == !item) return {};
+  const LineWords& line = section ? *section : *item;
+  const size_t at = line.start + line.text.find(line.words.front());
+  return found(section ? Kind::kEnvironment : Kind::kConfiguration, content, at,
+               line.words.front().size());
+}
+
+} // namespace
+
+TextKind textKindOf(const std::string& content) {
+  if (isUtf16(content)) return found(Kind::kUtf16, content, 0);
+  if (beginsWith(content, kMark)) return found(Kind::kByteOrderMark, content, 0, sizeof kMark - 1);
+  const size_t binary = binaryByte(content);
+  if (binary != std::string::npos) return found(Kind::kBinary, content, binary);
+  const size_t lone = loneReturn(content);
+  if (lone != std::string::npos) return found(Kind::kCarriageReturns, content, lone);
+  const std::vector<LineWords> lines = linesOf(content);
+  if (lines.empty()) return {Kind::kEmpty, {}};
+  const TextKind cells = separated(content, lines);
+  return cells.kind == Kind::kText ? kindByKeys(content, lines) : cells;
+}
+
+bool isUnreadable(TextKind::Kind kind) {
+  return kind >= Kind::kByteOrderMark;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+#include "text/Word.h"
+
+// What a file is that was named as one of a board's two, by its look alone.
+//
+// Shape:  `at` is the first place that shows it, and the text there.
+// Errors: a text of neither kind is `kText`: it may be either of them, badly written.
+// Source: the whole content of a file.
+struct TextKind {
+  enum Kind {
+    kText,
+    kEmpty, // white space at most
+    kEnvironment,
+    kConfiguration,
+    // What the daemon reads nothing of, though its author sees one of the two.
+    kByteOrderMark,
+    kUtf16,
+    kCarriageReturns, // with no other line ends
+    kSeparators,      // the cells of a spreadsheet
+    kBinary,
+  };
+  Kind kind = kText;
+  Word at;
+};
+
+TextKind textKindOf(const std::string& content);
+
+// Whether nothing of such a file is what its author meant.
+bool isUnreadable(TextKind::Kind kind);
