@@ -343,6 +343,19 @@ def test_a_trace_with_gaps_is_read_again(plot, tmp_path):
     assert (tmp_path / "again/trace.csv").read_bytes() == (tmp_path / "trace.csv").read_bytes()
 
 
+def test_a_log_of_whole_seconds_has_its_gaps_too(plot, tmp_path):
+    log = tmp_path / "daemon.log"
+    log.write_text("".join(
+        f"echo-service V 01-30 {clock(at)}  1234  1234 [TalmorThermal] {text}\n\n"
+        for at, text in behind(a_hot_gpu(), 15000, 600000)))
+    for board in ((), ("--board", BOARD)):
+        done = plot(log, *board, "--out", tmp_path)
+        assert "a gap of 0:10:0" in done.err or "a gap of 0:09:59" in done.err
+        # No sample is moved out of its second.
+        assert {at // 1000 for at, *_ in events(tmp_path, "temperature")} == {
+            *range(15), *range(615, 630)}
+
+
 # A stretch of a log.
 
 def test_a_stretch_is_shown_with_what_was_in_force_at_its_beginning(plot, tmp_path):

@@ -49,7 +49,8 @@ void tellGaps(std::vector<LogGap> gaps, std::vector<std::string>& remarks) {
 } // namespace
 
 LogRecording::LogRecording(LineSource& log_, const std::string& name, const BoardFolder* board_)
-    : log(log_), board(board_), periods(periodsOf(board)), survey(board), cast(name, board) {
+    : log(log_), board(board_), known(periodsOf(board)), periods(known), survey(board),
+      cast(name, board) {
   PeriodsSeen periodsSeen;
   seen = go([this](const LogGap& gap) { survey.gap(gap); },
             [&](const LogReader& reader, const LogLine& line) {
@@ -58,10 +59,9 @@ LogRecording::LogRecording(LineSource& log_, const std::string& name, const Boar
                 periodsSeen.take(reader.time(), line);
               shown += line.kind != LogLine::Kind::kOther && line.kind != LogLine::Kind::kStart;
             });
-  const size_t known = periods.size();
   periodsSeen.addTo(periods);
   // With other periods, other gaps.
-  if (periods.size() != known) {
+  if (periods.size() != known.size()) {
     survey = LogSurvey(board);
     go([this](const LogGap& gap) { survey.gap(gap); },
        [this](const LogReader&, const LogLine& line) { survey.take(line); });
@@ -77,7 +77,7 @@ LogRecording::LogRecording(LineSource& log_, const std::string& name, const Boar
 }
 
 template <typename Gap, typename Take> LogReader::Counts LogRecording::go(Gap gap, Take take) {
-  LogReader reader(log, periods);
+  LogReader reader(log, known);
   GapFinder finder(periods);
   found.clear();
   const auto tell = [&](const std::vector<LogGap>& gaps) {

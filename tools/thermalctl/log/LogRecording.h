@@ -35,7 +35,8 @@ private:
 
   LineSource& log;
   const BoardFolder* board;
-  Periods periods;
+  const Periods known; // of the board
+  Periods periods;     // and of what else is in the log
   LogSurvey survey;
   Cast cast;
   LogReader::Counts seen;

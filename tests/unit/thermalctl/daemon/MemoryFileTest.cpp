@@ -29,13 +29,6 @@ public:
   FileLimit(const FileLimit&) = delete;
   FileLimit& operator=(const FileLimit&) = delete;
 
-  static rlim_t inForce() {
-    struct rlimit limit = {};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    return limit.rlim_cur;
-  }
-  rlim_t most() const { return before.rlim_max; }
-
 private:
   struct rlimit before = {};
 };
