@@ -122,13 +122,15 @@ def ending(trial, chance, daemon, thermalctl, night):
     time.sleep(moment)
     chance.choice(WRITERS[trial.kind])(daemon.box.data_dir / asked.file, asked.word)
     out, err = process.communicate()
-    # What has reached the node by now was in force, or still is.
-    before_end = [event.data.decode() for event in daemon.write_events("gpu")]
+    # What is in force reaches the node in one more period; what is asked for now, not for a second.
+    soon = time.monotonic() + 0.5
     settle(daemon)
-    after = [event.data.decode() for event in daemon.write_events("gpu")]
+    writes = daemon.write_events("gpu")
+    after = [event.data.decode() for event in writes]
+    at_end = [event.data.decode() for event in writes if event.time < soon][-1]
     told = process.returncode == 1 and "another writer has asked" in err
     is_lost = not asked.theirs & {*after} and not (told and "has to ask again" in err)
-    is_false = process.returncode == 0 and before_end[-1] not in asked.ours
+    is_false = process.returncode == 0 and at_end not in asked.ours
     said = (out + err).strip().splitlines()[-1]
     return Ending(trial, is_lost, is_false, said, f"at {moment:.3f} s: {after}\n{daemon.story()}")
 
