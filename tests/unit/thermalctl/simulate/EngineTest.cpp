@@ -18,7 +18,7 @@ using Times = std::vector<int64_t>;
 // sensor is sampled every 100 ms, the monitor "hot" decides every 300 ms.
 class EngineTest : public testing::Test {
 protected:
-  Recording run() {
+  SeenRun run() {
     RecordedTrace trace;
     const std::vector<RunInput> runs = files.read();
     std::ostringstream problems;
@@ -34,7 +34,7 @@ protected:
     return trace.made;
   }
 
-  Recording runFor(int64_t duration) {
+  SeenRun runFor(int64_t duration) {
     files.request.duration = duration;
     return run();
   }
@@ -56,7 +56,7 @@ protected:
 TEST_F(EngineTest, ASensorIsSampledAtOnceAndThenEveryPeriod) {
   files.environment += "\n[slow]\ntype real\nsampling 400\nnode_path /nowhere/slow\n";
   files.plant += "[sensor.slow]\nnode = \"die\"\n";
-  const Recording trace = runFor(850);
+  const SeenRun trace = runFor(850);
   EXPECT_EQ(trace.samples("cpu"), (Times{0, 100, 200, 300, 400, 500, 600, 700, 800}));
   EXPECT_EQ(trace.samples("slow"), (Times{0, 400, 800}));
   EXPECT_EQ(trace.ended, 850);
@@ -64,20 +64,20 @@ TEST_F(EngineTest, ASensorIsSampledAtOnceAndThenEveryPeriod) {
 
 TEST_F(EngineTest, AnItemDecidesAtTheSampleThatWakesItAndThenEveryPeriodOfItsOwn) {
   readings("0,20\n0.25,60\n0.35,80\n");
-  const Recording trace = runFor(1000);
+  const SeenRun trace = runFor(1000);
   EXPECT_EQ(trace.levels, (Lines{"0 gpu 0 (100)", "300 gpu 1 (80)", "600 gpu 2 (60)"}));
   EXPECT_EQ(trace.items, (Lines{"300 hot 0", "300 hot 1", "600 hot 2"}));
 }
 
 TEST_F(EngineTest, AnItemThatIsWokenInTheMiddleOfItsWorkersPeriodDecidesAtThePeriodsEnd) {
   readings("0,60\n0.15,20\n0.35,60\n");
-  const Recording trace = runFor(1000);
+  const SeenRun trace = runFor(1000);
   EXPECT_EQ(trace.items, (Lines{"0 hot 0", "0 hot 1", "300 hot -1", "400 hot 0", "600 hot 1"}));
 }
 
 TEST_F(EngineTest, AWorkerThatSleepsLongerThanItsPeriodIsThereAtOnce) {
   readings("0,60\n0.15,20\n0.75,60\n");
-  const Recording trace = runFor(1000);
+  const SeenRun trace = runFor(1000);
   EXPECT_EQ(trace.items, (Lines{"0 hot 0", "0 hot 1", "300 hot -1", "800 hot 0", "800 hot 1"}));
 }
 
@@ -97,7 +97,7 @@ TEST_F(EngineTest, TheDevicesLevelChangesTheHeat) {
   files.plant += "[source.gpu]\nnode = \"die\"\ndevice = \"gpu\"\nwatts = [10, 4, 1, 0]\n"
                  "load = 1\n";
   files.request.duration = 600'000;
-  const Recording trace = run();
+  const SeenRun trace = run();
   // 10 W would make it 125 degrees, 4 W hold it at 65, where the monitor rests at level 1.
   EXPECT_EQ(trace.levels.size(), 2U);
   EXPECT_EQ(trace.temperatures.back(), "599900 cpu 65000");
@@ -107,7 +107,7 @@ TEST_F(EngineTest, AScenarioComesInForceInTheCycleAfterTheOneThatReadsIt) {
   files.configuration =
       "SCEN Default\n" + monitor("day", "300", "1") + "SCEN game\n" + monitor("play", "300", "2");
   files.workload = "time,fault cpu,scenario\n0,60,\n0.5,,game\n";
-  const Recording trace = runFor(3000);
+  const SeenRun trace = runFor(3000);
   EXPECT_EQ(trace.controls, (Lines{"0 configuration talmor-thermal_default.conf",
                                    "0 scenario Default", "2000 scenario game"}));
   EXPECT_EQ(trace.items,
@@ -131,7 +131,7 @@ TEST_F(EngineTest, AConfigurationReplacesTheItemsAndKeepsTheScenario) {
   files.add("night.conf", "SCEN Default\n" + monitor("rest", "300", "3") + "SCEN game\n" +
                               monitor("late", "300", "1"));
   files.workload = "time,fault cpu,scenario,configuration\n0,60,game,\n2.5,,,night.conf\n";
-  const Recording trace = runFor(6000);
+  const SeenRun trace = runFor(6000);
   EXPECT_EQ(trace.controls,
             (Lines{"0 configuration talmor-thermal_default.conf", "0 scenario Default",
                    "1000 scenario game", "4000 configuration night.conf"}));
@@ -146,7 +146,7 @@ TEST_F(EngineTest, AConfigurationMayBeAskedForAgain) {
   files.add("night.conf", monitor("rest", "300", "3"));
   files.workload =
       "time,fault cpu,configuration\n0,60,\n0.5,,night.conf\n3.5,,day.conf\n6.5,,night.conf\n";
-  const Recording trace = run();
+  const SeenRun trace = run();
   EXPECT_EQ(trace.controls, (Lines{"0 configuration day.conf", "0 scenario Default",
                                    "2000 configuration night.conf", "5000 configuration day.conf",
                                    "8000 configuration night.conf"}));
@@ -159,7 +159,7 @@ TEST_F(EngineTest, AScenarioThatTheNewConfigurationLacksFallsBackToDefault) {
       "SCEN Default\n" + monitor("day", "300", "1") + "SCEN game\n" + monitor("play", "300", "2");
   files.add("night.conf", "SCEN Default\n" + monitor("rest", "300", "3"));
   files.workload = "time,fault cpu,scenario,configuration\n0,60,game,night.conf\n";
-  const Recording trace = runFor(4000);
+  const SeenRun trace = runFor(4000);
   EXPECT_EQ(trace.controls, (Lines{"0 configuration talmor-thermal_default.conf",
                                    "0 scenario Default", "1000 scenario game",
                                    "1000 configuration night.conf", "1000 scenario Default"}));
@@ -182,7 +182,7 @@ TEST_F(EngineTest, ASensorWorkerThatSleepsStopsEveryChange) {
   files.configuration =
       "SCEN Default\n" + monitor("day", "300", "1") + "SCEN game\n" + monitor("play", "300", "2");
   files.workload = "time,fault cpu,scenario\n0,60,game\n2,20,\n";
-  const Recording trace = runFor(4000);
+  const SeenRun trace = runFor(4000);
   EXPECT_EQ(trace.samples("cpu").back(), 1000);
   EXPECT_EQ(trace.levels.back(), "0 gpu 1 (80)") << "the monitor keeps what it saw last";
   EXPECT_EQ(trace.stoodStill, 1000);
@@ -199,7 +199,7 @@ TEST_F(EngineTest, AVirtualSensorShowsNothingUntilItIsSwitchedOn) {
   files.environment += "\n[other]\ntype virtual\nsampling 250\ntrip_sensor cpu\nset_point 99000\n"
                        "set_point_clr 40000\nsensors cpu\nweights 2\noffsets 0\n";
   readings("0,20\n0.15,60\n0.35,20\n");
-  const Recording trace = runFor(600);
+  const SeenRun trace = runFor(600);
   EXPECT_EQ(trace.samples("skin"), (Times{200, 300}));
   EXPECT_EQ(trace.samples("other"), Times{});
   EXPECT_EQ(trace.temperatures[3], "200 skin 60000");
@@ -215,7 +215,7 @@ TEST_F(EngineTest, AFaultLastsUntilItIsTakenBack) {
                    "0.45,,none\n"
                    "0.55,,-12.5\n"
                    "0.65,,none\n";
-  const Recording trace = runFor(800);
+  const SeenRun trace = runFor(800);
   const Lines& seen = trace.temperatures;
   ASSERT_EQ(seen.size(), 8U);
   EXPECT_EQ(seen[0], "0 cpu 30000");
@@ -243,7 +243,7 @@ TEST_F(EngineTest, AWorkloadThatRepeatsStartsAgain) {
   files.workloadName = "workload.toml";
   files.workload = "repeat = 0.5\n[[at]]\ntime = 0\nfault = { cpu = 20 }\n"
                    "[[at]]\ntime = 0.25\nfault = { cpu = 60 }\n";
-  const Recording trace = runFor(1100);
+  const SeenRun trace = runFor(1100);
   Lines warm;
   for (const std::string& line : trace.temperatures) {
     if (line.find("60000") != std::string::npos) warm.push_back(line.substr(0, line.find(' ')));
@@ -256,7 +256,7 @@ TEST_F(EngineTest, ANodeIsShownEverySecondAndWithEverySampleOfIt) {
   files.plant += "[sensor.slow]\nnode = \"pack\"\n[node.pack]\njoules_per_kelvin = 5\n"
                  "[[resistance]]\nbetween = [\"pack\", \"ambient\"]\nkelvin_per_watt = 2\n";
   files.environment.replace(files.environment.find("100\n"), 4, "400\n");
-  const Recording trace = runFor(3100);
+  const SeenRun trace = runFor(3100);
   EXPECT_EQ(trace.looks("die"), (Times{0, 400, 800, 1000, 1200, 1600, 2000, 2400, 2800, 3000}));
   EXPECT_EQ(trace.looks("pack"), (Times{0, 1000, 1500, 2000, 3000}));
 }
@@ -264,7 +264,7 @@ TEST_F(EngineTest, ANodeIsShownEverySecondAndWithEverySampleOfIt) {
 TEST_F(EngineTest, ANodeHasItsTrueTemperatureWhateverItsSensorShows) {
   files.plant += "[source.gpu]\nnode = \"die\"\nwatts = 2\nload = 1\n";
   files.workload = "time,fault cpu\n0.05,stuck\n";
-  const Recording trace = runFor(100'000);
+  const SeenRun trace = runFor(100'000);
   EXPECT_EQ(trace.temperatures.back(), "99900 cpu 25000");
   EXPECT_EQ(trace.nodes.back(), "99900 die 44865") << "25 and 20 times 1 - e^(-t / 20 s)";
 }
@@ -272,7 +272,7 @@ TEST_F(EngineTest, ANodeHasItsTrueTemperatureWhateverItsSensorShows) {
 TEST_F(EngineTest, ASensorThatIsStuckFromTheStartKeepsItsFirstReading) {
   files.plant.insert(0, "ambient = 30\n");
   files.workload = "time,ambient,fault cpu\n0,,stuck\n0.1,90,\n0.5,,none\n";
-  const Recording trace = runFor(600);
+  const SeenRun trace = runFor(600);
   const Lines& seen = trace.temperatures;
   ASSERT_EQ(seen.size(), 6U);
   for (size_t i = 0; i < 5; ++i)
@@ -283,7 +283,7 @@ TEST_F(EngineTest, ASensorThatIsStuckFromTheStartKeepsItsFirstReading) {
 TEST_F(EngineTest, ANodeOfThePlantThatNoSensorReadsIsShownEverySecond) {
   files.plant += "[node.case]\njoules_per_kelvin = 70\ncelsius = 33\n"
                  "[[resistance]]\nbetween = [\"case\", \"ambient\"]\nkelvin_per_watt = 1e9\n";
-  const Recording trace = runFor(2500);
+  const SeenRun trace = runFor(2500);
   EXPECT_EQ(trace.looks("case"), (Times{0, 1000, 2000}));
   ASSERT_EQ(trace.run.sensors.size(), 3U);
   EXPECT_EQ(trace.run.sensors[2].kind, SensorTrack::Kind::kPlantNode);
@@ -291,8 +291,8 @@ TEST_F(EngineTest, ANodeOfThePlantThatNoSensorReadsIsShownEverySecond) {
 
 TEST_F(EngineTest, TheSameInputGivesTheSameTrace) {
   files.plant += "noise = 3\n";
-  const Recording first = run();
-  const Recording second = run();
+  const SeenRun first = run();
+  const SeenRun second = run();
   EXPECT_EQ(first.temperatures, second.temperatures);
   EXPECT_EQ(first.levels, second.levels);
   files.request.seed = 5;

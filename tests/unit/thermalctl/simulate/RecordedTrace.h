@@ -7,7 +7,7 @@
 #include "trace/Trace.h"
 
 // A trace as lines of text such as "300 gpu 1".
-struct Recording {
+struct SeenRun {
   // The times at which a sensor was sampled.
   std::vector<int64_t> samples(const std::string& sensor) const {
     return timesIn(temperatures, sensor);
@@ -58,7 +58,7 @@ public:
   void standstill(int64_t time) override { made.stoodStill = time; }
   void end(int64_t time, const std::vector<Performance>&) override { made.ended = time; }
 
-  Recording made;
+  SeenRun made;
 
 private:
   static std::string line(int64_t time, const std::string& name, int32_t value) {
