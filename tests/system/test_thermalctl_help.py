@@ -83,8 +83,8 @@ def test_it_has_a_version(thermalctl):
     (("scenario",), "NAME is required"),
     (("reload",), "FILE is required"),
     (("simulat",), "there is no command 'simulat'; did you mean 'simulate'?"),
-    (("night",), "there is no command 'night'; there are check, scenario, reload, status, simulate and"
-                 " plot"),
+    (("night",), "there is no command 'night'; there are check, scenario, reload, status, simulate,"
+                 " plot and integrate"),
     (("scenario", "game", "more"), "The following argument was not expected: more"),
     (("status", "--wach"), "there is no option '--wach'; did you mean '--watch'?"),
     (("status", "--wach=5"), "there is no option '--wach'; did you mean '--watch'?"),
@@ -92,7 +92,7 @@ def test_it_has_a_version(thermalctl):
     # And not that --workload is missing.
     (("simulate", "--worklaod", "game"), "there is no option '--worklaod'; did you mean '--workload'?"),
     (("check", "--format", "jsno"),
-     "--format: jsno not in {text,json,sarif,markdown}; did you mean 'json'?"),
+     "--format: jsno not in {text,json,sarif,github,markdown}; did you mean 'json'?"),
     (("scenario", "game", "--timeout", "soon"),
      "--timeout: Value soon not in range 0.100000 to 86400.000000"),
     (("reload", "x.conf", "--timeout", "0"),

@@ -263,7 +263,9 @@ def test_an_environment_with_errors_is_refused(integrate, board, tmp_path):
 def test_an_environment_without_a_node_is_refused(integrate, board, tmp_path):
     board.write_text("")
     assert integrate("--out", tmp_path / "out")[0] == 1
-    board.write_text("[configuration]\ntype conf_file\nfile_name day.conf\n")
+    board.write_text("[cpu]\ntype real\n")
+    (tmp_path / "thermalctl.toml").write_text(
+        '[[silenced]]\nrule = "node-path-missing"\nfile = "board.env"\nreason = "none yet"\n')
     assert integrate("--out", tmp_path / "out") == (
         1, "", f"thermalctl: {board} has no sensor and no device with a node: there is nothing to "
                "integrate\n")
