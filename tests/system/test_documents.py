@@ -31,14 +31,19 @@ NOT_RUN = {
         "they take minutes, and the second would run itself",
     "export ANDROID_NDK_HOME=/path/to/the/ndk": "there is no NDK; scripts/size does it with what stands in for one",
     "adb logcat -s echo-service:V": "reads the log until it is stopped",
+    "#!/vendor/bin/sh": "the script of a device, linking its zones; tests/android/test_document.py runs it with zones",
 }
 # Commands of the tool that end with another status than 0, by what stands in them.
 STATUS = {
     ("README.md", "check --env board.env --conf day.conf"): 1,
+    ("docs/android.md", "--verify edited"): 1,
     ("docs/check.md", "check --env board.env --conf day.conf"): 1,
     ("docs/check.md", "--nodes /mnt/image"): 1,
     ("docs/simulation.md", "--conf late.conf"): 1,
+    ("docs/simulation.md", "--plant cold.toml"): 2,
+    ("docs/thermalctl.md", "status --wach"): 2,
     ("docs/thermalctl.md", "scenario arcade"): 1,
+    ("docs/thermalctl.md", "scenario gmae"): 1,
     ("docs/thermalctl.md", "scenario game --timeout 4"): 2,
     ("docs/thermalctl.md", "reload bad.conf"): 1,
 }
@@ -168,6 +173,12 @@ exit $status""")
     return tmp_path
 
 
+def copy_device(box, image):
+    """The device's files as they are, below a folder."""
+    for folder in ("/vendor", "/data", "/sys/devices/platform"):
+        shutil.copytree(box.host_path(folder), f"{image}{folder}")
+
+
 def write_program(path, body):
     path.write_text(f"#!/bin/bash\n{body}\n")
     path.chmod(0o755)
@@ -176,6 +187,7 @@ def write_program(path, body):
 @pytest.fixture
 def run(workplace, device):
     """Runs a script on the device, and returns all that it prints and what the tool's runs ended with."""
+    copy_device(device.box, workplace / "image")
     enter = device.box.entering("--mount", "--root", f"--wdns={workplace}")
 
     def run_script(script):
