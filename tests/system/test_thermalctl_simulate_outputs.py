@@ -36,13 +36,17 @@ def earlier(thermalctl, tmp_path):
 def interrupted(thermalctl, folder, number):
     """Ends a run in its middle, once it has written something; its exit status."""
     run = thermalctl.start(*COMMON, "--duration", "300d", "--out", folder)
-    deadline = time.monotonic() + LIMIT
-    while not any(path.stat().st_size for path in folder.glob(".trace.csv*")):
-        assert run.poll() is None and time.monotonic() < deadline
-        time.sleep(0.01)
-    run.send_signal(number)
-    run.communicate(timeout=LIMIT)
-    return run.returncode
+    try:
+        deadline = time.monotonic() + LIMIT
+        while not any(path.stat().st_size for path in folder.glob(".trace.csv*")):
+            assert run.poll() is None and time.monotonic() < deadline
+            time.sleep(0.01)
+        run.send_signal(number)
+        run.communicate(timeout=LIMIT)
+        return run.returncode
+    finally:
+        # Left alone it would fill the disk.
+        run.kill()
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])

@@ -35,10 +35,10 @@ class Thermalctl:
         return Result(run.returncode, run.stdout, run.stderr)
 
     def start(self, *args):
-        """Leaves it running, with its output in pipes."""
+        """Leaves it running, with its output in pipes, so that it can be interrupted."""
         return subprocess.Popen(self._command(args), stdin=subprocess.DEVNULL,
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-                                env=environment())
+                                env=environment(), preexec_fn=_heed_signals)
 
     def on_terminal(self, *args, env=None, **options):
         return Terminal(self._command(args), environment(env), **options)
@@ -114,5 +114,10 @@ def _own_this_terminal():
     os.setsid()
     fcntl.ioctl(0, termios.TIOCSCTTY, 0)
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # SIGQUIT asks for one
+    _heed_signals()
+
+
+def _heed_signals():
+    """What ignores some, as nohup and a shell's background do, is passed on to every child."""
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
         signal.signal(number, signal.SIG_DFL)
