@@ -67,7 +67,7 @@ size_t loneReturn(const std::string& content) {
   size_t first = std::string::npos;
   size_t lone = 0;
   for (size_t at = content.find('\r'); at != std::string::npos; at = content.find('\r', at + 1)) {
-    const size_t next = content.find_first_not_of("\r", at);
+    const size_t next = content.find_first_not_of('\r', at);
     if (next == std::string::npos || content[next] == '\n') continue;
     if (lone++ == 0) first = at;
   }

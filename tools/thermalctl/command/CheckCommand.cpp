@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <fmt/core.h>
+
 #include "check/Check.h"
 #include "check/Inspection.h"
 #include "check/output/Annotations.h"
@@ -92,7 +94,8 @@ std::set<std::string> chosen(const std::string& option, const std::vector<std::s
   for (const std::string& rule : rules) {
     requireRule(option, rule);
     const std::string& other = choices.emplace(rule, option).first->second;
-    if (other != option) throw UsageError(option + ": " + rule + " is given to " + other + ", too");
+    if (other != option)
+      throw UsageError(fmt::format("{}: {} is given to {}, too", option, rule, other));
   }
   return {rules.begin(), rules.end()};
 }

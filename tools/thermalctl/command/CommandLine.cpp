@@ -34,9 +34,9 @@ std::string withHint(const std::string& what, const std::string& word,
 }
 
 std::string noSuchCommand(const std::string& word, const std::vector<Command>& commands) {
-  std::vector<std::string> names;
-  for (const Command& command : commands)
-    names.emplace_back(command.name);
+  std::vector<std::string> names(commands.size());
+  std::transform(commands.begin(), commands.end(), names.begin(),
+                 [](const Command& command) { return command.name; });
   const std::string what = "there is no command '" + word + "'";
   return what + "; " + didYouMean(word, names, "there are " + enumerated(names));
 }

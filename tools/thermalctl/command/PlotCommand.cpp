@@ -144,9 +144,10 @@ private:
   }
 
   void addLog(std::vector<JoinedLog::Part> parts) {
-    std::vector<std::string> names;
-    for (const JoinedLog::Part& part : parts)
-      names.push_back(part.name == "-" ? "standard input" : part.name);
+    std::vector<std::string> names(parts.size());
+    std::transform(parts.begin(), parts.end(), names.begin(), [](const JoinedLog::Part& part) {
+      return part.name == "-" ? "standard input" : part.name;
+    });
     const std::string run =
         parts.front().name == "-" ? names.front() : shortName(parts.back().name, options.logs);
     Source source{enumerated(names), std::make_unique<JoinedLog>(std::move(parts)), nullptr,

@@ -43,7 +43,7 @@ void blockSignals(int how) {
   ::sigemptyset(&set);
   for (const int number : kSignals)
     ::sigaddset(&set, number);
-  ::sigprocmask(how, &set, nullptr);
+  ::pthread_sigmask(how, &set, nullptr);
 }
 
 } // namespace

@@ -100,9 +100,9 @@ struct Comparison::Pair {
     int64_t found = first;
     double least = HUGE_VAL;
     for (int64_t offset = first; offset <= last; offset += step) {
-      const double misfit_ = misfit(offset, looks);
-      if (misfit_ >= least) continue;
-      least = misfit_;
+      const double here = misfit(offset, looks);
+      if (here >= least) continue;
+      least = here;
       found = offset;
     }
     return found;
@@ -129,7 +129,7 @@ struct Comparison::Pair {
 
 void Comparison::begin(const TraceDescription& description) {
   Run run;
-  run.origin = origin_;
+  run.origin = next;
   run.name = description.name;
   for (const SensorTrack& sensor : description.sensors)
     run.names.push_back(sensor.kind == SensorTrack::Kind::kPlantNode ? "" : sensor.name);

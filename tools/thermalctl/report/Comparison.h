@@ -23,7 +23,7 @@ class Comparison : public TraceSink {
 public:
   enum class Origin { kLive, kSimulated };
   // Of the runs that come from now on.
-  void nextAre(Origin origin) { origin_ = origin; }
+  void nextAre(Origin origin) { next = origin; }
 
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
@@ -45,6 +45,6 @@ private:
 
   static void print(const Pair& pair, std::ostream& out);
 
-  Origin origin_ = Origin::kLive;
+  Origin next = Origin::kLive;
   std::deque<Run> runs;
 };

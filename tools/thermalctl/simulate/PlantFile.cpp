@@ -314,12 +314,14 @@ private:
       const std::string& name = plant.nodes[i].name;
       for (size_t sensor = 0; sensor < board.sensors.size(); ++sensor) {
         if (board.sensors[sensor].name != name || reads(sensor, i)) continue;
-        root.problem(nodePlaces[i],
-                     "node '" + name + "' bears the name of the board's sensor '" + name +
-                         "', which does not read it",
-                     "give the node another name" + (isReal(board.sensors[sensor])
-                                                         ? ", or let [sensor." + name + "] read it"
-                                                         : std::string()));
+        root.problem(
+            nodePlaces[i],
+            fmt::format("node '{0}' bears the name of the board's sensor '{0}', which does "
+                        "not read it",
+                        name),
+            "give the node another name" + (isReal(board.sensors[sensor])
+                                                ? ", or let [sensor." + name + "] read it"
+                                                : std::string()));
       }
     }
   }

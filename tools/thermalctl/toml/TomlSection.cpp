@@ -119,7 +119,7 @@ std::optional<std::vector<double>> TomlSection::numbers(const std::string& key,
   for (size_t i = 0; i < values->size(); ++i) {
     const std::string fault = faultOf((*values)[i], bounds);
     if (fault.empty()) continue;
-    problem(at(key, i), "'" + key + "' " + fault);
+    problem(at(key, i), fmt::format("'{}' {}", key, fault));
     good = false;
   }
   return good ? values : std::nullopt;

@@ -11,7 +11,7 @@ TextKind::Kind kindOf(const std::string& content) {
   return textKindOf(content).kind;
 }
 
-std::string with(std::string content, char sign, const std::string& other) {
+std::string with(const std::string& content, char sign, const std::string& other) {
   std::string result;
   for (const char each : content)
     result += each == sign ? other : std::string(1, each);

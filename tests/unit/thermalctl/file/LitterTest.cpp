@@ -16,7 +16,7 @@ namespace {
 class LitterTest : public testing::Test {
 protected:
   std::string folder(const std::string& name) const {
-    const std::string path = dir.node(name);
+    std::string path = dir.node(name);
     std::filesystem::create_directory(path);
     return path;
   }

@@ -29,7 +29,7 @@ protected:
   }
 
   std::string writeCompressed(const std::string& content) {
-    const std::string path = folder / "log.gz";
+    std::string path = folder / "log.gz";
     const gzFile file = ::gzopen(path.c_str(), "wb");
     ::gzwrite(file, content.data(), static_cast<unsigned>(content.size()));
     ::gzclose(file);

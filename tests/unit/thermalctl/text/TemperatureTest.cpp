@@ -54,11 +54,8 @@ TEST(TemperatureTest, MustBeOneThatThereCanBe) {
 }
 
 TEST(TemperatureTest, OfAnyOtherTextIsNone) {
-  for (const std::string text :
-       {"", "C", "mC", "-C", "43F", "43c", "43 C", "4 3C", "4e1C", "0x2BC", "43CC",
-        "43\xC2\xB0"
-        "C",
-        "4..3C", ".C", "warm"}) {
+  for (const std::string text : {"", "C", "mC", "-C", "43F", "43c", "43 C", "4 3C", "4e1C", "0x2BC",
+                                 "43CC", "43\u00B0C", "4..3C", ".C", "warm"}) {
     const TemperatureText read = readTemperature(text);
     EXPECT_EQ(read.millidegrees, std::nullopt) << text;
     EXPECT_EQ(read.wrong, "is no temperature") << text;

@@ -40,7 +40,7 @@ std::string countOf(const std::vector<Finding>& findings, size_t files) {
 }
 
 std::string countOf(const Inspection& inspection) {
-  const std::string count = countOf(inspection.findings, inspection.checkedFiles());
+  std::string count = countOf(inspection.findings, inspection.checkedFiles());
   const size_t silenced = inspection.silenced.size();
   if (silenced == 0) return count;
   return count + "; " + visible(inspection.settings.file) + " silences " +

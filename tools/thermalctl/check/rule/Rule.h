@@ -93,9 +93,9 @@ public:
       : subject(subject_), rule(rule_), findings(findings_) {}
 
   // Marks `word` in the file in hand, the first time that the rule comes to this place.
-  void tell(const Word& word, Message message, Message hint = "");
+  void tell(const Word& word, const Message& message, const Message& hint = "");
   // The same in the settings file.
-  void tellInSettings(const Word& word, Message message, Message hint);
+  void tellInSettings(const Word& word, const Message& message, const Message& hint);
 
   // What this rule and those before it have found.
   const std::vector<Finding>& told() const { return findings; }
@@ -105,7 +105,8 @@ public:
   const Configuration* configuration = nullptr;
 
 private:
-  void tellIn(const std::string& file, const Word& word, Message message, Message hint);
+  void tellIn(const std::string& file, const Word& word, const Message& message,
+              const Message& hint);
 
   const Rule& rule;
   std::vector<Finding>& findings;

@@ -188,8 +188,8 @@ TEST(ConfigurationRulesTest, LeaveWhatFollowsFromAMistakeOfTheBoardToThat) {
       {fan + cpu, "env:5 sections-merged"},
       {fan + "\n[cpu" + cpu.substr(cpu.find('\n')), "env:6 header-without-bracket"},
   };
+  const std::string items = "SCEN Default\n" + kMonitor + "\n" + kSteps;
   for (const auto& [board, place] : boards) {
-    const std::string items = "SCEN Default\n" + kMonitor + "\n" + kSteps;
     EXPECT_EQ(placesOf(findingsIn(board, {items, items})), Lines{place}) << board;
   }
 }
