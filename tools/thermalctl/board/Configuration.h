@@ -169,9 +169,7 @@ struct Configuration {
   std::set<std::string> scenarios;
 
   // Whether the file is not what a configuration is.
-  bool isForeign() const {
-    return kind.kind == TextKind::kEnvironment || isUnreadable(kind.kind);
-  }
+  bool isForeign() const { return kind.kind == TextKind::kEnvironment || isUnreadable(kind.kind); }
   const ConfigurationError* fatal() const { return errors.empty() ? nullptr : &errors.front(); }
 };
 

@@ -1,5 +1,5 @@
-// Stands in front of the host's header of this name: from here on the C library's functions are declared as bionic
-// declares them, without a word on exceptions.
+// Stands in front of the host's header of this name: from here on the C library's functions are
+// declared as bionic declares them, without a word on exceptions.
 #include_next <sys/cdefs.h>
 #undef __THROW
 #define __THROW
