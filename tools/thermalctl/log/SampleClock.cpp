@@ -36,10 +36,26 @@ void SampleClock::beginChange() {
 int64_t SampleClock::within(int64_t second, const LogLine& line) {
   constexpr int64_t kLastOfSecond = 999;
   now = std::max(now, second);
+  wakeBeats(line);
   const auto period = periods.find(line.name);
   if (line.kind != LogLine::Kind::kSample || period == periods.end()) return now;
-  const auto [sample, first] = latest.try_emplace(period->first, second);
-  if (!first)
-    sample->second = std::clamp(sample->second + period->second, second, second + kLastOfSecond);
-  return now = std::max(now, sample->second);
+  const auto [entry, first] = beats.try_emplace(period->first, Beat{second, 0});
+  Beat& beat = entry->second;
+  if (beat.woken > 0) {
+    --beat.woken;
+    beat.latest = now;
+  } else if (!first) {
+    beat.latest = std::clamp(beat.latest + period->second, second, second + kLastOfSecond);
+  }
+  return now = std::max(now, beat.latest);
+}
+
+// A beat that ran ahead would never fall back: it would drag all lines behind it, in each second,
+// to that second's end.
+void SampleClock::wakeBeats(const LogLine& line) {
+  constexpr uint32_t kSamplesOfChange = 2;
+  if (line.kind == LogLine::Kind::kStart) beats.clear();
+  if (line.kind != LogLine::Kind::kChange) return;
+  for (auto& [sensor, beat] : beats)
+    beat.woken = kSamplesOfChange;
 }

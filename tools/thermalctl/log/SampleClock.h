@@ -28,12 +28,19 @@ public:
   int64_t within(int64_t second, const LogLine& line);
 
 private:
+  // Within whole seconds: a sensor's latest sample, and how many of a change are still to come.
+  struct Beat {
+    int64_t latest;
+    uint32_t woken;
+  };
+
   void beginChange();
+  void wakeBeats(const LogLine& line);
 
   const Periods& periods;
   int64_t now = 0;
   int64_t base = 0;                                   // from which on the samples count
   std::map<std::string, int64_t, std::less<>> counts; // of each sensor's samples since
   std::set<std::string, std::less<>> inChange;        // whose next sample is that of the change
-  std::map<std::string, int64_t, std::less<>> latest; // each sensor's sample, in whole seconds
+  std::map<std::string, Beat, std::less<>> beats;     // of each sensor
 };

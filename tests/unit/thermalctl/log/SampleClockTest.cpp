@@ -15,6 +15,9 @@ protected:
     return line;
   }
   int64_t sample(const char* sensor) { return clock.at(lineOf(LogLine::Kind::kSample, sensor)); }
+  int64_t within(int64_t second, const char* sensor) {
+    return clock.within(second, lineOf(LogLine::Kind::kSample, sensor));
+  }
   int64_t change() { return clock.at(lineOf(LogLine::Kind::kChange, "game")); }
 
   // As all threads do in a change: each samples for it, and then begins a new period.
@@ -78,21 +81,43 @@ TEST_F(SampleClockTest, StaysWithinAPeriodOfATimeWithManyChanges) {
 }
 
 TEST_F(SampleClockTest, SpreadsSamplesOverTheSecondInWhichTheyWereWritten) {
-  const auto at = [this](int64_t second, const char* sensor) {
-    return clock.within(second, lineOf(LogLine::Kind::kSample, sensor));
-  };
-  EXPECT_EQ(at(0, "big"), 0);
-  EXPECT_EQ(at(0, "big"), 250);
-  EXPECT_EQ(at(0, "battery"), 250);
-  EXPECT_EQ(at(0, "big"), 500);
-  EXPECT_EQ(at(1000, "big"), 1000);
-  EXPECT_EQ(at(1000, "battery"), 1000);
+  EXPECT_EQ(within(0, "big"), 0);
+  EXPECT_EQ(within(0, "big"), 250);
+  EXPECT_EQ(within(0, "battery"), 250);
+  EXPECT_EQ(within(0, "big"), 500);
+  EXPECT_EQ(within(1000, "big"), 1000);
+  EXPECT_EQ(within(1000, "battery"), 1000);
   // Never out of the second, however many there are.
-  EXPECT_EQ(at(1000, "big"), 1250);
+  EXPECT_EQ(within(1000, "big"), 1250);
   for (int i = 0; i < 5; ++i)
-    at(1000, "big");
-  EXPECT_EQ(at(1000, "big"), 1999);
-  EXPECT_EQ(at(5000, "big"), 5000);
+    within(1000, "big");
+  EXPECT_EQ(within(1000, "big"), 1999);
+  EXPECT_EQ(within(5000, "big"), 5000);
+}
+
+// A quarter of a second each, of which the battery's sample is the first line of its second.
+TEST_F(SampleClockTest, SpreadsThemBehindAChangeAsBefore) {
+  within(0, "battery");
+  within(0, "big");
+  clock.within(0, lineOf(LogLine::Kind::kChange, "game"));
+  for (int i = 0; i < 2; ++i) {
+    within(0, "big");
+    within(0, "battery");
+  }
+  EXPECT_EQ(within(0, "big"), 250);
+  for (const int64_t second : {1000, 2000}) {
+    EXPECT_EQ(within(second, "battery"), second);
+    EXPECT_EQ(within(second, "big"), second);
+    EXPECT_EQ(within(second, "big"), second + 250);
+  }
+}
+
+TEST_F(SampleClockTest, BeginsAnewWithTheDaemon) {
+  within(0, "battery");
+  clock.within(0, lineOf(LogLine::Kind::kStart, ""));
+  EXPECT_EQ(within(0, "battery"), 0);
+  EXPECT_EQ(within(0, "big"), 0);
+  EXPECT_EQ(within(1000, "battery"), 1000);
 }
 
 } // namespace
