@@ -23,10 +23,12 @@ bool isReached(const Algo& item, int32_t temperature) {
   return (item.lowactive ? wrapNegate(temperature) : temperature) >= item.startTemp;
 }
 
-// Whether the item would have decided so.
+// Whether the item would have decided so. A namesake of another configuration may have had more
+// levels.
 bool decidesSo(const Algo& item, const LogLine& line) {
   if (const auto* monitor = dynamic_cast<const Monitor*>(&item)) {
     return line.kind == Kind::kLevel && line.before >= 0 &&
+           static_cast<size_t>(line.before) <= monitor->thresholds.size() &&
            monitor->nextLevel(line.temperature, static_cast<uint32_t>(line.before)) ==
                static_cast<uint32_t>(line.value);
   }
