@@ -59,7 +59,7 @@ def test_a_declaration_that_bionic_does_not_have_would_be_found():
     wrong = "#include <cstdlib>\nextern \"C\" void _Exit(int) noexcept;\n"
     bionic = ("-isystem", Path(__file__).parent / "bionic")
     assert clang("-x", "c++", "-", stdin=wrong).returncode == 0
-    assert "exception specification" in clang(*bionic, "-x", "c++", "-", stdin=wrong).stdout
+    assert "does not match previous declaration" in clang(*bionic, "-x", "c++", "-", stdin=wrong).stdout
 
 
 def test_an_extension_would_be_found():
