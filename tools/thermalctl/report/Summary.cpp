@@ -112,6 +112,10 @@ void Summary::level(int64_t time, size_t device, int32_t level, const std::strin
   runs.back().levels[device].set(time, level);
 }
 
+void Summary::power(int64_t time, size_t source, int64_t microwatts) {
+  runs.back().heats[source].set(time, microwatts);
+}
+
 void Summary::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   Run& run = runs.back();
   if (sensor) return run.temperatures[*sensor].skip(from, to);
@@ -130,6 +134,10 @@ void Summary::end(int64_t time, const std::vector<Performance>& performance) {
   Run& run = runs.back();
   run.duration = time;
   run.performance = performance;
+  for (size_t i = 0; performance.empty() && i < run.heats.size(); ++i) {
+    run.heats[i].set(time, 0);
+    run.performance.push_back({run.description.sources[i], 0, 0, run.heats[i].joules});
+  }
   for (std::vector<TimeAtValue>* records : {&run.temperatures, &run.levels}) {
     for (TimeAtValue& record : *records)
       record.finish(time);
@@ -176,9 +184,8 @@ void Summary::print(std::ostream& out) const {
     hasGaps |= run.inGaps > 0;
     collect(run.description.sensors, sensors);
     collect(run.description.devices, devices);
-    for (const Performance& performance : run.performance) {
-      if (performance.demanded != 0) collect({performance.source}, sources);
-    }
+    for (const Performance& performance : run.performance)
+      collect({performance.source}, sources);
   }
   if (hasGaps)
     addRow("run", "of it in gaps", rows, [](const Run& run) { return clock(run.inGaps); });
@@ -284,10 +291,17 @@ void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {
 }
 
 void Summary::addPerformance(const std::string& source, Rows& rows) const {
-  addRow(source, "work done of that asked for", rows, [&](const Run& run) -> std::string {
-    for (const Performance& performance : run.performance) {
-      if (performance.source == source) return percent(performance.delivered, performance.demanded);
-    }
-    return kNothing;
+  const auto of = [&source](const Run& run) -> const Performance* {
+    for (const Performance& performance : run.performance)
+      if (performance.source == source) return &performance;
+    return nullptr;
+  };
+  const auto works = [&of](const Run& run) { return of(run) && of(run)->demanded != 0; };
+  if (std::any_of(runs.begin(), runs.end(), works))
+    addRow(source, "work done of that asked for", rows, [&](const Run& run) -> std::string {
+      return of(run) ? percent(of(run)->delivered, of(run)->demanded) : kNothing;
+    });
+  addRow(source, "energy, J", rows, [&](const Run& run) -> std::string {
+    return of(run) ? rounded(of(run)->joules, 1) : kNothing;
   });
 }

@@ -82,8 +82,12 @@ Engine::Engine(const RunInput& input_, TraceSink& sink, Listener listener_)
 void Engine::run() {
   observer.begin(control.currentScenName);
   int64_t nextProgress = kProgressPeriod;
-  for (now = schedule.earliest(); now < input.duration; now = schedule.earliest()) {
+  while (now < input.duration) {
     takeTurn();
+    const int64_t next = schedule.earliest();
+    if (next == now) continue;
+    observer.powers(now);
+    now = next;
     if (now < nextProgress) continue;
     listener.progress(now);
     nextProgress = now + kProgressPeriod;

@@ -68,6 +68,7 @@ void Plant::advanceTo(int64_t time) {
   network.advance(time - now);
   const double seconds = static_cast<double>(time - now) / 1000;
   for (size_t i = 0; i < sources.size(); ++i) {
+    sources[i].joules += sources[i].watts * seconds;
     if (!plant.sources[i].work) continue;
     sources[i].demanded += sources[i].load * seconds;
     sources[i].delivered += sources[i].rate * seconds;
@@ -86,10 +87,9 @@ int32_t Plant::reading(size_t probe) {
 
 std::vector<Performance> Plant::performance() const {
   std::vector<Performance> all;
-  for (size_t i = 0; i < sources.size(); ++i) {
-    if (plant.sources[i].work)
-      all.push_back({plant.sources[i].name, sources[i].demanded, sources[i].delivered});
-  }
+  for (size_t i = 0; i < sources.size(); ++i)
+    all.push_back(
+        {plant.sources[i].name, sources[i].demanded, sources[i].delivered, sources[i].joules});
   return all;
 }
 
@@ -109,6 +109,7 @@ void Plant::update(size_t index) {
   }
   state.watts = source.idle + busy * share * source.watts[state.level];
   powersChanged = true;
+  ++changes;
 }
 
 void Plant::updatePowers() {

@@ -39,7 +39,11 @@ public:
   // What the probe's sensor reads now, in millidegrees. Every reading has noise of its own.
   int32_t reading(size_t probe);
 
-  // Of every source that works, up to the present time.
+  // What a source gives off from now on, and how often that of any has been set anew.
+  double watts(size_t source) const { return sources[source].watts; }
+  uint64_t powerChanges() const { return changes; }
+
+  // Of every source, up to the present time.
   std::vector<Performance> performance() const;
 
 private:
@@ -49,7 +53,8 @@ private:
     size_t cores = 0;
     double demanded = 0;
     double delivered = 0;
-    // What the three above and the description make of it.
+    double joules = 0;
+    // What load, level and cores and the description make of it.
     double rate = 0;
     double watts = 0;
   };
@@ -65,5 +70,6 @@ private:
   std::vector<Random> noise; // by probe
   std::vector<Source> sources;
   bool powersChanged = true;
+  uint64_t changes = 0;
   int64_t now = 0;
 };

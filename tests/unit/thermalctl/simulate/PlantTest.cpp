@@ -184,9 +184,20 @@ TEST_F(PlantTest, PerformanceIsTheWorkDoneOfThatAskedFor) {
   EXPECT_NEAR(performance[0].delivered, 13, kTolerance);
 }
 
-TEST_F(PlantTest, ASourceThatDoesNoWorkHasNoPerformance) {
-  addSource().load = 1;
-  EXPECT_TRUE(Plant(description, 1).performance().empty());
+TEST_F(PlantTest, PerformanceIsTheHeatOfEverySource) {
+  addSource().load = 0.5;
+  description.sources[0].idle = 0.25;
+  description.sources[0].device = 0;
+  description.sources[0].watts = {4, 1};
+  Plant plant(description, 1);
+  plant.advanceTo(10'000);
+  plant.setLevel(0, 1);
+  plant.advanceTo(12'500);
+  const std::vector<Performance> performance = plant.performance();
+  ASSERT_EQ(performance.size(), 1U);
+  EXPECT_EQ(performance[0].demanded, 0) << "it does no work";
+  EXPECT_NEAR(performance[0].joules, 10 * 2.25 + 2.5 * 0.75, kTolerance);
+  EXPECT_NEAR((plant.temperature(0) - 40.1234) * kCapacity, performance[0].joules, kTolerance);
 }
 
 TEST_F(PlantTest, HeatIsSharedAmongNodes) {
