@@ -112,9 +112,11 @@ void Engine::take(const Change& change) {
   plant.advanceTo(now);
   switch (change.kind) {
   case Change::Kind::kAmbient:
-    return plant.setAmbient(change.value);
+    return plant.setAmbient(change.value, change.slope);
   case Change::Kind::kLoad:
-    return plant.setLoad(change.index, change.value);
+    return plant.setLoad(change.index, change.value, change.slope);
+  case Change::Kind::kWatts:
+    return plant.setWatts(change.index, change.value, change.slope);
   case Change::Kind::kScenario:
     return control.writeScenario(change.word);
   case Change::Kind::kConfiguration:

@@ -75,6 +75,7 @@ void Observer::temperatures(int64_t now, const SensorWorker& worker) {
 void Observer::nodes(int64_t now) {
   for (size_t node = 0; node < shownAt.size(); ++node)
     showNode(now, node);
+  rampsAreDue = plant.ramps();
 }
 
 void Observer::showNode(int64_t now, size_t node) {
@@ -84,8 +85,9 @@ void Observer::showNode(int64_t now, size_t node) {
 }
 
 void Observer::powers(int64_t now) {
-  if (plant.powerChanges() == shownChanges) return;
+  if (plant.powerChanges() == shownChanges && !rampsAreDue) return;
   shownChanges = plant.powerChanges();
+  rampsAreDue = false;
   for (size_t source = 0; source < shownPowers.size(); ++source) {
     const auto microwatts = static_cast<int64_t>(std::llround(plant.watts(source) * 1e6));
     if (microwatts == shownPowers[source]) continue;

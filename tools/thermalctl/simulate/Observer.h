@@ -34,7 +34,8 @@ public:
   void temperatures(int64_t now, const SensorWorker& worker);
   // What the plant's nodes have.
   void nodes(int64_t now);
-  // What the sources give off once all that happens at that time has happened.
+  // What the sources give off once all that happens at that time has happened. Along a ramp that is
+  // told as often as the nodes are.
   void powers(int64_t now);
   // The daemon samples nothing any more.
   void standstill(int64_t now);
@@ -63,5 +64,6 @@ private:
   std::vector<int64_t> shownAt;     // when a node was shown last
   std::vector<int64_t> shownPowers; // of the sources, in microwatts
   uint64_t shownChanges = 0;        // of the powers, which are looked at only behind one
+  bool rampsAreDue = false;
   size_t retired = 0; // how many of the items are those of a configuration that is being replaced
 };

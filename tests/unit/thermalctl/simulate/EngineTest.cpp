@@ -115,6 +115,15 @@ TEST_F(EngineTest, ASourcesPowerIsToldWhenItChanges) {
   EXPECT_NEAR(trace.performance[1].joules, 5, 1e-9);
 }
 
+TEST_F(EngineTest, APowerThatRampsIsToldEachSecond) {
+  files.plant += "[source.radio]\nnode = \"die\"\nwatts = 2\n";
+  files.workload = "time,ramp watts radio\n0,1\n2.5,2\n";
+  const SeenRun trace = runFor(5000);
+  EXPECT_EQ(trace.powers, (Lines{"0 radio 1000000", "1000 radio 1400000", "2000 radio 1800000",
+                                 "2500 radio 2000000"}));
+  EXPECT_NEAR(trace.performance[0].joules, 2.5 * 1.5 + 2.5 * 2, 1e-9);
+}
+
 TEST_F(EngineTest, AScenarioComesInForceInTheCycleAfterTheOneThatReadsIt) {
   files.configuration =
       "SCEN Default\n" + monitor("day", "300", "1") + "SCEN game\n" + monitor("play", "300", "2");
