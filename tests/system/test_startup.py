@@ -286,3 +286,13 @@ def wake_ups(pid):
             if line.startswith("voluntary_ctxt_switches:"):
                 count += int(line.split()[1])
     return count
+
+
+def test_on_a_host_liblog_prints_every_line_to_standard_error(daemon):
+    one_monitor_board(daemon)
+    daemon.preloads.clear()  # nothing stands between the daemon and its liblog
+    daemon.start()
+    daemon.wait(lambda: AFTER_CONFIGURATION[-1] in daemon.box.stderr(), "the end of start-up")
+    daemon.box.stop()
+    assert all(line.startswith("echo-service V ") for line in daemon.box.stderr().splitlines() if line)
+    daemon.box.stderr_file.write_text("")  # as quiet as a recorded one
