@@ -20,7 +20,7 @@ std::string rawBytes(int32_t value) {
   return {bytes, sizeof bytes};
 }
 
-std::string writtenFor(const std::string& type, const std::string& entry) {
+std::string writtenByCpu(const std::string& type, const std::string& entry) {
   const SysfsDir sysfs;
   CPUFreqDevice cpu("cpu", sysfs.node("max_freq"), type, {"unused", entry});
   cpu.deviceControl("A", 1);
@@ -30,7 +30,7 @@ std::string writtenFor(const std::string& type, const std::string& entry) {
 }
 
 TEST(CPUFreqDeviceTest, WritesTheNumberAsFourBytesTheLowestFirst) {
-  EXPECT_EQ(writtenFor("integer", "1950000"), std::string("\x30\xC1\x1D\x00", 4));
+  EXPECT_EQ(writtenByCpu("integer", "1950000"), std::string("\x30\xC1\x1D\x00", 4));
 }
 
 TEST(CPUFreqDeviceTest, ReadsItsEntryAsADecimalNumber) {
@@ -49,13 +49,13 @@ TEST(CPUFreqDeviceTest, ReadsItsEntryAsADecimalNumber) {
       {"2147483648", INT32_MIN, "cut to 32 bits"},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(writtenFor("integer", c.entry), rawBytes(c.expected))
+    EXPECT_EQ(writtenByCpu("integer", c.entry), rawBytes(c.expected))
         << '"' << c.entry << "\": " << c.why;
 }
 
 TEST(CPUFreqDeviceTest, WritesTheSameBytesWhateverTheTypeOfItsTable) {
   for (const char* type : {"integer", "hex", "bin", "string", "any"})
-    EXPECT_EQ(writtenFor(type, "1000"), rawBytes(1000)) << type;
+    EXPECT_EQ(writtenByCpu(type, "1000"), rawBytes(1000)) << type;
 }
 
 TEST(CPUFreqDeviceTest, WritesOnlyWhenTheMergedLevelChanged) {

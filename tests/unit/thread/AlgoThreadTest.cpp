@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/AnHour.h"
 #include "support/FixedSensor.h"
 #include "support/Gate.h"
 #include "support/JournalDevice.h"
@@ -16,8 +17,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-constexpr int kAnHour = 3'600'000;
-constexpr int32_t kHot = 50000;
+constexpr int32_t kAwake = 50000;
 
 // An item that also tells when it decides and when it is deleted.
 template <typename Item> class Traced : public Item {
@@ -38,13 +38,13 @@ public:
 
 Traced<Monitor>* newItem(const std::string& name, Sensor& sensor, MonitorThread& worker,
                          Device& device) {
-  return new Traced<Monitor>(name, 1000u, kHot, kHot, "Default", false, &sensor, &worker,
+  return new Traced<Monitor>(name, 1000u, kAwake, kAwake, "Default", false, &sensor, &worker,
                              Monitor::DeviceRows{{&device}}, Monitor::LevelRows{{1}},
-                             std::vector<int32_t>{kHot}, std::vector<int32_t>{kHot});
+                             std::vector<int32_t>{kAwake}, std::vector<int32_t>{kAwake});
 }
 Traced<SS>* newItem(const std::string& name, Sensor& sensor, SSThread& worker, Device& device) {
-  return new Traced<SS>(name, 1000u, kHot, kHot, 1, "Default", false, &sensor, &worker, &device, 9,
-                        0u);
+  return new Traced<SS>(name, 1000u, kAwake, kAwake, 1, "Default", false, &sensor, &worker, &device,
+                        9, 0u);
 }
 
 template <typename Worker> class AlgoThreadTest : public ::testing::Test {
@@ -52,7 +52,7 @@ protected:
   using Item = std::remove_pointer_t<decltype(newItem(
       std::string(), std::declval<Sensor&>(), std::declval<Worker&>(), std::declval<Device&>()))>;
 
-  AlgoThreadTest() { sensor.temperature = kHot; }
+  AlgoThreadTest() { sensor.temperature = kAwake; }
   ~AlgoThreadTest() override {
     for (auto* item : worker.items)
       delete item;
@@ -114,7 +114,7 @@ TYPED_TEST(AlgoThreadTest, LeavesNoRequestOfAnItemThatIsPutToSleepAsItBeginsToDe
   // As the sensor's thread may do in a scenario change, behind the worker's look at `active`.
   item.onDecision = [&item] { item.deactivate(); };
   item.status = 1;
-  this->sensor.temperature = 2 * kHot;
+  this->sensor.temperature = 2 * kAwake;
   this->worker.decisionPass();
   EXPECT_EQ(item.status, 0u);
   EXPECT_EQ(this->device.requests["a"], 0);

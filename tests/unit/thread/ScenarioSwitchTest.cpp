@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/AnHour.h"
 #include "support/Gate.h"
 #include "support/LiveBoard.h"
 #include "support/LogSwitchedOff.h"
@@ -15,8 +16,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 using Periods = std::vector<int>;
-
-constexpr int kAnHour = 3'600'000;
 
 std::string nameOf(int period) {
   return "s" + std::to_string(period);

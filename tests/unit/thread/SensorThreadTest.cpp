@@ -7,6 +7,7 @@
 
 #include "sensor/Real.h"
 #include "sensor/Virtual.h"
+#include "support/AnHour.h"
 #include "support/CountingThread.h"
 #include "support/LogSwitchedOff.h"
 #include "support/PlainAlgo.h"
@@ -18,8 +19,6 @@
 namespace {
 
 using Lines = std::vector<std::string>;
-
-constexpr int kAnHour = 3'600'000;
 
 // A sensor that tells when it is sampled.
 class TracedSensor : public Sensor {

@@ -90,9 +90,10 @@ private:
 };
 
 // Reads the file the daemon's way, and on behind the places where the daemon would not.
-class Reader {
+class ConfigurationReader {
 public:
-  Reader(Configuration& configuration_, const Environment& environment_, const std::string& content)
+  ConfigurationReader(Configuration& configuration_, const Environment& environment_,
+                      const std::string& content)
       : configuration(configuration_), environment(environment_), text(content) {}
 
   void read() {
@@ -290,7 +291,7 @@ Configuration readConfiguration(std::string file, const std::string& content,
   Configuration configuration;
   configuration.file = std::move(file);
   configuration.kind = textKindOf(content);
-  Reader(configuration, environment, content).read();
+  ConfigurationReader(configuration, environment, content).read();
   listMeantItems(configuration, environment);
   return configuration;
 }

@@ -46,9 +46,9 @@ Level bareLevel(const Word& word) {
 }
 
 // Reads the file the daemon's way, and on behind the places where the daemon would not.
-class Reader {
+class EnvironmentReader {
 public:
-  Reader(Environment& environment_, const std::string& content)
+  EnvironmentReader(Environment& environment_, const std::string& content)
       : environment(environment_), text(content) {}
 
   void read() {
@@ -224,6 +224,6 @@ Environment readEnvironment(std::string file, const std::string& content) {
   Environment environment;
   environment.file = std::move(file);
   environment.kind = textKindOf(content);
-  Reader(environment, content).read();
+  EnvironmentReader(environment, content).read();
   return environment;
 }

@@ -9,6 +9,7 @@
 #include "board/Environment.h"
 #include "config/ConfGrammar.h"
 #include "config/EnvGrammar.h"
+#include "text/Affixes.h"
 #include "text/Characters.h"
 
 namespace {
@@ -17,10 +18,6 @@ using Kind = TextKind::Kind;
 
 constexpr char kMark[] = "\xEF\xBB\xBF";
 constexpr char kCellEnds[] = ";,";
-
-bool beginsWith(const std::string& content, const std::string& start) {
-  return content.compare(0, start.size(), start) == 0;
-}
 
 bool contains(const std::vector<std::string>& words, const std::string& word) {
   return std::find(words.begin(), words.end(), word) != words.end();
@@ -37,7 +34,7 @@ TextKind found(Kind kind, const std::string& content, size_t at, size_t length =
 // Two bytes for each character, one of them 0 in a text of Latin letters: which, the byte order
 // says.
 bool isUtf16(const std::string& content) {
-  if (beginsWith(content, "\xFF\xFE") || beginsWith(content, "\xFE\xFF")) return true;
+  if (startsWith(content, "\xFF\xFE") || startsWith(content, "\xFE\xFF")) return true;
   size_t zeros[2] = {0, 0};
   for (size_t i = 0; i < content.size(); ++i)
     if (content[i] == '\0') ++zeros[i % 2];
@@ -148,7 +145,7 @@ TextKind kindByKeys(const std::string& content, const std::vector<LineWords>& li
 
 TextKind textKindOf(const std::string& content) {
   if (isUtf16(content)) return found(Kind::kUtf16, content, 0);
-  if (beginsWith(content, kMark)) return found(Kind::kByteOrderMark, content, 0, sizeof kMark - 1);
+  if (startsWith(content, kMark)) return found(Kind::kByteOrderMark, content, 0, sizeof kMark - 1);
   const size_t binary = binaryByte(content);
   if (binary != std::string::npos) return found(Kind::kBinary, content, binary);
   const size_t lone = loneReturn(content);

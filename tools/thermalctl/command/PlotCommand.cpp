@@ -5,7 +5,6 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -24,6 +23,7 @@
 #include "text/Characters.h"
 #include "text/Nearest.h"
 #include "text/Numbers.h"
+#include "text/Pattern.h"
 #include "text/Phrases.h"
 #include "toml/Problems.h"
 #include "trace/Budget.h"
@@ -181,10 +181,10 @@ private:
 
 // As a duration, or as the report shows a time.
 std::optional<int64_t> parseTimeOfRun(const std::string& text) {
-  static const std::regex kClock(R"((\d{1,6}):([0-5]\d):([0-5]\d(?:\.\d{1,3})?))");
-  std::smatch parts;
-  if (!std::regex_match(text, parts, kClock)) return parseDuration(text);
-  return parseDuration(parts[1].str() + "h" + parts[2].str() + "m" + parts[3].str() + "s");
+  static const Pattern kClock(R"(^([0-9]{1,6}):([0-5][0-9]):([0-5][0-9](\.[0-9]{1,3})?)$)");
+  const auto parts = kClock.find(text);
+  if (!parts) return parseDuration(text);
+  return parseDuration((*parts)[1] + "h" + (*parts)[2] + "m" + (*parts)[3] + "s");
 }
 
 // The stretch that is asked for; nothing if it cannot be.

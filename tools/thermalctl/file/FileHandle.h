@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,6 +30,14 @@ public:
 private:
   int fd;
 };
+
+// What a file's mode says of rights.
+constexpr mode_t kModeBits = 07777;
+
+// What a call of the system says that is negative on failure.
+inline std::error_code outcome(int result) {
+  return result < 0 ? std::error_code(errno, std::generic_category()) : std::error_code();
+}
 
 // Writes all of it, in as many parts as the system takes.
 inline std::error_code writeAll(int fd, std::string_view content) {

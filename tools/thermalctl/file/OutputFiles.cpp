@@ -16,14 +16,9 @@ namespace {
 
 constexpr mode_t kNewFile = 0666; // less the umask
 constexpr mode_t kNewFolder = 0777;
-constexpr mode_t kModeBits = 07777;
 
 std::error_code lastError() {
   return {errno, std::generic_category()};
-}
-
-std::error_code outcome(int result) {
-  return result < 0 ? lastError() : std::error_code();
 }
 
 // Nobody else's, as long as this process lives.

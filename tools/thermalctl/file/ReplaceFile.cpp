@@ -15,11 +15,6 @@ namespace {
 // For a file that replaces none. The one that mkostemp makes is its owner's alone, and the daemon
 // may run as another user.
 constexpr mode_t kNewMode = 0644;
-constexpr mode_t kModeBits = 07777;
-
-std::error_code outcome(int result) {
-  return result == 0 ? std::error_code() : std::error_code(errno, std::generic_category());
-}
 
 std::error_code writeToDisk(int fd, const std::string& content) {
   if (const auto error = writeAll(fd, content)) return error;

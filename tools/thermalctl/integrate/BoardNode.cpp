@@ -4,7 +4,6 @@
 #include <cctype>
 #include <filesystem>
 #include <memory>
-#include <regex>
 #include <set>
 
 #include "base/Names.h"
@@ -12,12 +11,10 @@
 #include "device/CPUFreqDevice.h"
 #include "device/CameraDevice.h"
 #include "device/ReportDevice.h"
+#include "text/Affixes.h"
+#include "text/Pattern.h"
 
 namespace {
-
-bool startsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
 
 // Of which neither init nor the policy's language has a meaning of its own.
 bool isPlain(const std::string& path) {
@@ -69,12 +66,12 @@ std::optional<Trouble> troubleWith(const std::string& path) {
 
 // Why the label may not be the node's in the end.
 std::optional<Trouble> doubtAbout(const std::string& path) {
-  static const std::regex link("/sys/(block|bus|class|dev|module/[^/]+/drivers)/.*");
-  if (std::regex_match(path, link))
+  static const Pattern link("^/sys/(block|bus|class|dev|module/[^/]+/drivers)/");
+  if (link.isIn(path))
     return Trouble{"this path leads through a symbolic link, and a label holds for the real one",
                    "write what 'adb shell realpath' prints for it"};
-  static const std::regex counted(".*/(thermal_zone|cooling_device|hwmon|iio:device)[0-9]+(/.*)?");
-  if (std::regex_match(path, counted))
+  static const Pattern counted("/(thermal_zone|cooling_device|hwmon|iio:device)[0-9]+(/|$)");
+  if (counted.isIn(path))
     return Trouble{"the number in this path is given as drivers come up, and may be another one "
                    "with the next kernel",
                    "see 'Unstable zone numbers' in docs/android.md"};

@@ -1,8 +1,10 @@
 #include "log/JoinedLog.h"
 
 #include <algorithm>
-#include <regex>
+#include <string>
 #include <utility>
+
+#include "text/Pattern.h"
 
 namespace {
 
@@ -21,10 +23,9 @@ struct RotatedName {
 };
 
 RotatedName rotated(const std::string& path) {
-  static const std::regex kForm(R"(([\s\S]*?)(?:\.(\d{1,3}))?(?:\.gz)?)");
-  std::smatch parts;
-  std::regex_match(path, parts, kForm);
-  return {parts[1], parts[2].matched ? std::stoi(parts[2]) : 0};
+  static const Pattern kEnd(R"((\.([0-9]{1,3}))?(\.gz)?$)");
+  const std::vector<std::string> end = *kEnd.find(path);
+  return {path.substr(0, path.size() - end[0].size()), end[2].empty() ? 0 : std::stoi(end[2])};
 }
 
 bool goesOn(const LogSpan& later, const LogSpan& earlier) {

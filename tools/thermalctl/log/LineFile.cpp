@@ -14,6 +14,7 @@
 #include <zlib.h>
 
 #include "file/FileHandle.h"
+#include "text/Affixes.h"
 
 namespace {
 
@@ -21,10 +22,6 @@ constexpr size_t kBlock = 1 << 16;
 constexpr size_t kLongestLine = 1 << 20;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr char kEscape = '\x1b';
-
-bool beginsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
 
 std::string reason(int error) {
   return "cannot be read: " + std::generic_category().message(error);
@@ -65,7 +62,7 @@ std::string keep(int from, int to) {
   std::array<char, kBlock> bytes;
   ssize_t got = ::read(from, bytes.data(), bytes.size());
   const bool compressed =
-      got >= 2 && beginsWith({bytes.data(), static_cast<size_t>(got)}, "\x1f\x8b");
+      got >= 2 && startsWith({bytes.data(), static_cast<size_t>(got)}, "\x1f\x8b");
   const gzFile out = ::gzdopen(::dup(to), compressed ? "wbT" : "wb1");
   std::string problem;
   for (; got > 0 && problem.empty(); got = ::read(from, bytes.data(), bytes.size())) {
@@ -137,20 +134,20 @@ void LineFile::recognise() {
   if (got < 0) return noteDamage();
   std::string_view start(bytes.data(), static_cast<size_t>(got));
   for (const OtherKind& kind : kOtherKinds) {
-    if (beginsWith(start, kind.start)) whyNot = kind.advice;
+    if (startsWith(start, kind.start)) whyNot = kind.advice;
   }
   // What Windows' shell writes has a mark in front; without one, every second byte of a log in
   // UTF-16 is zero.
   const bool twoBytes = start.size() >= 2;
-  if (beginsWith(start, kUtf8Mark)) {
+  if (startsWith(start, kUtf8Mark)) {
     start.remove_prefix(kUtf8Mark.size());
-  } else if (beginsWith(start, "\xFF\xFE") || (twoBytes && start[0] != 0 && start[1] == 0)) {
+  } else if (startsWith(start, "\xFF\xFE") || (twoBytes && start[0] != 0 && start[1] == 0)) {
     encoding = Encoding::kUtf16Little;
-  } else if (beginsWith(start, "\xFE\xFF") || (twoBytes && start[0] == 0 && start[1] != 0)) {
+  } else if (startsWith(start, "\xFE\xFF") || (twoBytes && start[0] == 0 && start[1] != 0)) {
     encoding = Encoding::kUtf16Big;
   }
   append(start);
-  if (encoding != Encoding::kUtf8 && beginsWith(block, kUtf8Mark)) at = kUtf8Mark.size();
+  if (encoding != Encoding::kUtf8 && startsWith(block, kUtf8Mark)) at = kUtf8Mark.size();
 }
 
 bool LineFile::next(std::string_view& line) {

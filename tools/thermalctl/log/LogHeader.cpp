@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/Log.h"
+#include "text/Affixes.h"
 
 namespace {
 
@@ -12,14 +13,6 @@ constexpr std::string_view kTag = kLogTag;
 constexpr std::string_view kMessageStart = message::kStart;
 constexpr std::string_view kDigits = "0123456789";
 constexpr size_t kNowhere = std::string_view::npos;
-
-bool beginsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
-bool endsWith(std::string_view text, std::string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
 
 void skipSpaces(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
@@ -52,7 +45,7 @@ int32_t pidAtEnd(std::string_view text, size_t wanted) {
 // it. `rest` is what comes behind the tag.
 std::optional<LogHeader> hostHeader(std::string_view rest) {
   constexpr std::string_view kPriority = " V ";
-  if (!beginsWith(rest, kPriority)) return std::nullopt;
+  if (!startsWith(rest, kPriority)) return std::nullopt;
   rest.remove_prefix(kPriority.size());
   const auto time = parseWholeSeconds(rest);
   if (!time) return std::nullopt;
@@ -74,7 +67,7 @@ std::optional<LogHeader> hostHeader(std::string_view rest) {
 // Where the message begins behind a tag: "( 1234): ", "(root: 1234): ", ": " or "     : ".
 // Elsewhere for somebody's whose tag only begins with the daemon's.
 size_t afterTag(std::string_view rest) {
-  if (beginsWith(rest, "(")) {
+  if (startsWith(rest, "(")) {
     const size_t end = rest.find(')');
     if (end == kNowhere) return rest.size();
     return std::min(end + std::string_view("): ").size(), rest.size());
@@ -95,7 +88,7 @@ std::optional<LogHeader> taggedHeader(std::string_view line, size_t tag) {
   LogHeader header;
   header.message = rest.substr(start);
   if (const auto time = parseTime(line)) header.time = WrittenTime{*time};
-  if (beginsWith(rest, "("))
+  if (startsWith(rest, "("))
     header.pid = pidAtEnd(rest.substr(1, std::max<size_t>(rest.find(')'), 1) - 1), 1);
   else if (priority == "V ")
     header.pid = pidAtEnd(line.substr(0, tag - 2), 2);
@@ -106,7 +99,7 @@ std::optional<LogHeader> taggedHeader(std::string_view line, size_t tag) {
 // names no tag.
 std::optional<LogHeader> processHeader(std::string_view line) {
   const size_t end = line.find(") ");
-  if (!beginsWith(line, "V(") || end == kNowhere) return std::nullopt;
+  if (!startsWith(line, "V(") || end == kNowhere) return std::nullopt;
   LogHeader header;
   header.message = line.substr(end + 2);
   const std::string_view ids = line.substr(2, end - 2);
@@ -122,11 +115,11 @@ std::optional<LogHeader> processHeader(std::string_view line) {
 } // namespace
 
 bool beginsMessage(std::string_view text) {
-  return beginsWith(kMessageStart, text.substr(0, kMessageStart.size()));
+  return startsWith(kMessageStart, text.substr(0, kMessageStart.size()));
 }
 
 std::optional<LogHeader> parseHeader(std::string_view line) {
-  if (beginsWith(line, kMessageStart)) return LogHeader{line, std::nullopt, 0};
+  if (startsWith(line, kMessageStart)) return LogHeader{line, std::nullopt, 0};
   if (const auto header = processHeader(line)) return header;
   const size_t tag = line.find(kTag);
   if (tag == kNowhere) return std::nullopt;
@@ -137,12 +130,12 @@ std::optional<LogHeader> parseHeader(std::string_view line) {
 }
 
 std::optional<LongHeader> parseLongHeader(std::string_view line) {
-  if (!beginsWith(line, "[ ") || !endsWith(line, " ]")) return std::nullopt;
+  if (!startsWith(line, "[ ") || !endsWith(line, " ]")) return std::nullopt;
   const auto time = parseTime(line);
   if (!time) return std::nullopt;
   const size_t tag = line.find(kTag);
   const bool isOurs = tag != kNowhere && tag >= 2 && line.substr(tag - 2, 2) == "V/" &&
-                      beginsWith(line.substr(tag + kTag.size()), " ");
+                      startsWith(line.substr(tag + kTag.size()), " ");
   const int32_t pid = isOurs ? pidAtEnd(line.substr(0, tag - 2), 2) : 0;
   return LongHeader{WrittenTime{*time}, isOurs, pid};
 }

@@ -15,7 +15,7 @@ struct Place {
   int32_t LogLine::*number = nullptr;
 };
 
-constexpr Place kNowhere;
+constexpr Place kNoPlace;
 constexpr Place kName{&LogLine::name};
 constexpr Place kSensor{&LogLine::sensor};
 constexpr Place kScenario{&LogLine::scenario};
@@ -39,8 +39,8 @@ constexpr Meaning kMeanings[] = {
     {message::kMonitorDecision, Kind::kLevel, {kName, kTemperature, kBefore, kValue}},
     // Two of one beginning: a request gives the level asked for, the release behind it the number
     // of steps that it ends.
-    {message::kStepRequest, Kind::kRequest, {kName, kNowhere, kTemperature, kValue}},
-    {message::kStepRelease, Kind::kReleased, {kName, kNowhere, kTemperature, kBefore}},
+    {message::kStepRequest, Kind::kRequest, {kName, kNoPlace, kTemperature, kValue}},
+    {message::kStepRelease, Kind::kReleased, {kName, kNoPlace, kTemperature, kBefore}},
     {message::kWoken, Kind::kWoken, {kSensor, kName, kScenario}},
     {message::kPutToSleep, Kind::kPutToSleep, {kSensor, kName, kScenario}},
     {message::kChangeBegins, Kind::kChange, {kScenario, kName}},

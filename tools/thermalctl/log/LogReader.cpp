@@ -42,7 +42,6 @@ std::optional<LogLine> LogReader::torn() {
 }
 
 void LogReader::setTime(const std::optional<WrittenTime>& written, const LogLine& line) {
-  constexpr int64_t kSecond = 1000;
   precision.reset();
   if (!written) {
     ++seen.withoutTime;

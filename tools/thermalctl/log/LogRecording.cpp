@@ -3,11 +3,10 @@
 #include <algorithm>
 
 #include "log/Cast.h"
+#include "log/LogTime.h"
 #include "text/Phrases.h"
 
 namespace {
-
-constexpr int64_t kSecond = 1000;
 
 Periods periodsOf(const BoardFolder* board) {
   Periods periods;

@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr int64_t kSecond = 1000; // milliseconds
 constexpr int64_t kDay = 86400 * kSecond;
 // A common one, since a year that is not written is taken for one.
 constexpr int64_t kYear = 365 * kDay;

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string_view>
 
+constexpr int64_t kSecond = 1000; // milliseconds
+
 // A moment as a log has it.
 //
 // Units: milliseconds since some moment that all lines of one log share.

@@ -6,15 +6,12 @@
 
 #include "base/TextReader.h"
 #include "board/TextKind.h"
+#include "text/Affixes.h"
 #include "trace/CsvFormat.h"
 
 namespace {
 
-constexpr char kTime[] = "time";
-
-bool startsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
+constexpr char kTimeColumn[] = "time";
 
 bool startsWithAny(const std::string& text, std::initializer_list<const char*> starts) {
   return std::any_of(starts.begin(), starts.end(),
@@ -113,8 +110,8 @@ std::optional<Foreign> foreignCells(const std::string& text) {
   for (std::string line; std::getline(lines, line);) {
     ++number;
     if (line.empty() || line[0] == '#') continue;
-    const size_t end = sizeof kTime - 1;
-    if (!startsWith(line, kTime) || line.size() == end) return std::nullopt;
+    const size_t end = sizeof kTimeColumn - 1;
+    if (!startsWith(line, kTimeColumn) || line.size() == end) return std::nullopt;
     if (line[end] != ';' && line[end] != '\t') return std::nullopt;
     return Foreign{std::string("the cells are separated by ") +
                        (line[end] == ';' ? "semicolons" : "tabs"),

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr char kAmbient[] = "ambient";
+constexpr char kAmbientNode[] = "ambient";
 
 // What numbers can be. Beyond it they come of a slip, such as one of the unit, and calculating with
 // them may end in no number at all.
@@ -56,7 +56,7 @@ std::vector<std::string> realSensors(const TraceDescription& board) {
 // The columns of a workload that are not sources' loads.
 bool isColumn(const std::string& name) {
   const auto begins = [&name](const char* word) { return name.rfind(word, 0) == 0; };
-  return name == "time" || name == kAmbient || name == "scenario" || name == "configuration" ||
+  return name == "time" || name == kAmbientNode || name == "scenario" || name == "configuration" ||
          begins("fault ") || begins("watts ") || begins("ramp ");
 }
 
@@ -66,7 +66,7 @@ public:
       : root(std::move(root_)), board(board_) {}
 
   PlantDescription read() {
-    plant.ambient = root.number(kAmbient, kTemperature).value_or(plant.ambient);
+    plant.ambient = root.number(kAmbientNode, kTemperature).value_or(plant.ambient);
     readNodes();
     readResistances();
     for (auto& [name, section] : root.named("source"))
@@ -86,7 +86,7 @@ private:
       section.missing("joules_per_kelvin", "how much heat warms the node by one degree");
       node.initial = section.number("celsius", kTemperature).value_or(plant.ambient);
       section.refuseOtherKeys();
-      if (name == kAmbient) section.problem(section.at(), "a node cannot be called 'ambient'");
+      if (name == kAmbientNode) section.problem(section.at(), "a node cannot be called 'ambient'");
       nodeNumber[name] = plant.nodes.size();
       nodePlaces.push_back(section.at());
       plant.nodes.push_back(std::move(node));
@@ -118,11 +118,11 @@ private:
     }
     std::vector<size_t> nodes;
     for (size_t i = 0; i < ends.size(); ++i) {
-      if (ends[i] == kAmbient) continue;
+      if (ends[i] == kAmbientNode) continue;
       if (const auto node = nodeNamed(section, section.at("between", i), ends[i]))
         nodes.push_back(*node);
     }
-    const bool toAmbient = ends[0] == kAmbient || ends[1] == kAmbient;
+    const bool toAmbient = ends[0] == kAmbientNode || ends[1] == kAmbientNode;
     if (nodes.size() != (toAmbient ? 1U : 2U)) return std::nullopt;
     const auto to = toAmbient ? std::nullopt : std::optional(nodes[1]);
     return PlantDescription::Resistance{nodes[0], to, value.value_or(1)};
@@ -139,7 +139,7 @@ private:
     }
     for (const size_t node : network.nodesThatCannotCool()) {
       // Its name has been told.
-      if (plant.nodes[node].name == kAmbient) continue;
+      if (plant.nodes[node].name == kAmbientNode) continue;
       root.problem(nodePlaces[node], "node '" + plant.nodes[node].name +
                                          "' cannot cool: no [[resistance]] leads from it to the "
                                          "ambient, not even by way of other nodes");

@@ -2,16 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "thermalctl/support/PlaceOf.h"
+
 namespace {
 
 using Error = ConfigurationError;
 using Numbers = std::vector<int32_t>;
-using Place = std::pair<int, int>;
 using Texts = std::vector<std::string>;
-
-Place placeOf(const Word& word) {
-  return {word.at.line, word.at.column};
-}
 
 Numbers valuesOf(const std::vector<Number>& numbers) {
   Numbers values;

@@ -2,17 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "thermalctl/support/PlaceOf.h"
+
 namespace {
 
 using Texts = std::vector<std::string>;
-using Place = std::pair<int, int>;
 
 Environment read(const std::string& content) {
   return readEnvironment("board.env", content);
-}
-
-Place placeOf(const Word& word) {
-  return {word.at.line, word.at.column};
 }
 
 Texts namesOf(const Environment& environment) {

@@ -6,14 +6,14 @@
 
 namespace {
 
-Environment read(const std::string& section) {
+Environment readKnob(const std::string& section) {
   return readEnvironment("board.env", "[knob]\n" + section);
 }
 
 } // namespace
 
 TEST(SectionDeviceTest, IsOfTheSectionsKindAndHasItsTable) {
-  const Environment board = read("type cpufreq\nlevel_table 20 10\n");
+  const Environment board = readKnob("type cpufreq\nlevel_table 20 10\n");
   const auto device = deviceOf(board.sections.front());
   EXPECT_NE(dynamic_cast<CPUFreqDevice*>(device.get()), nullptr);
   EXPECT_EQ(device->name, "knob");
@@ -22,7 +22,7 @@ TEST(SectionDeviceTest, IsOfTheSectionsKindAndHasItsTable) {
 
 TEST(SectionDeviceTest, WritesItsEntriesAsTheDaemonDoes) {
   const auto output = [](const std::string& table) {
-    const Environment board = read("type gpufreq\nlevel_table " + table + "\n");
+    const Environment board = readKnob("type gpufreq\nlevel_table " + table + "\n");
     return deviceOf(board.sections.front())->output(0);
   };
   EXPECT_EQ(output("7x 1"), "7");
@@ -32,6 +32,6 @@ TEST(SectionDeviceTest, WritesItsEntriesAsTheDaemonDoes) {
 }
 
 TEST(SectionDeviceTest, OpensNoNode) {
-  const Environment board = read("type gpufreq\nnode_path /dev/null\nlevel_table 2 1\n");
+  const Environment board = readKnob("type gpufreq\nnode_path /dev/null\nlevel_table 2 1\n");
   EXPECT_FALSE(deviceOf(board.sections.front())->node.is_open());
 }

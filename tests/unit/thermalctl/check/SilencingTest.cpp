@@ -10,10 +10,10 @@ namespace {
 using Lines = std::vector<std::string>;
 
 // Two sensors of which nobody watches the second, a device and one that nobody drives.
-constexpr char kEnvironment[] = "[cpu]\ntype real\nsampling 1000\nnode_path /cpu\n\n"
-                                "[skin]\ntype real\nsampling 1000\nnode_path /skin\n\n"
-                                "[gpu]\ntype gpufreq\nnode_path /gpu\nlevel_table 2 1 0\n\n"
-                                "[fan]\ntype gpufreq\nnode_path /fan\nlevel_table 2 1 0\n";
+constexpr char kTwoOfEach[] = "[cpu]\ntype real\nsampling 1000\nnode_path /cpu\n\n"
+                              "[skin]\ntype real\nsampling 1000\nnode_path /skin\n\n"
+                              "[gpu]\ntype gpufreq\nnode_path /gpu\nlevel_table 2 1 0\n\n"
+                              "[fan]\ntype gpufreq\nnode_path /fan\nlevel_table 2 1 0\n";
 
 std::string item(const std::string& name, const std::string& point) {
   return "[" + name + "]\nalgo_type ss\nsensor cpu\ndevice gpu\nset_point " + point +
@@ -53,7 +53,7 @@ protected:
 
   SysfsDir files;
   RuleChoice choice;
-  const std::string board = files.write("board.env", kEnvironment);
+  const std::string board = files.write("board.env", kTwoOfEach);
   const std::string day =
       files.write("day.conf", "SCEN Default\n" + item("a", "60") + item("b", "60") + "SCEN game\n" +
                                   item("a", "60"));

@@ -4,17 +4,17 @@
 
 namespace {
 
-constexpr char kEnvironment[] = "[cpu]\ntype real\n\n[gpu]\ntype gpufreq\nnode_path /g\n";
+constexpr char kSections[] = "[cpu]\ntype real\n\n[gpu]\ntype gpufreq\nnode_path /g\n";
 // Two items that the daemon merges, and one in a scenario.
-constexpr char kConfiguration[] = "[a]\nalgo_type ss\nsensor cpu\n[b]\nalgo_type ss\nsensor cpu\n"
-                                  "\n"
-                                  "SCEN game\n[c]\nalgo_type ss\nsensor cpu\n\n"
-                                  "SCEN idle\n[d]\nalgo_type ss\n";
+constexpr char kItems[] = "[a]\nalgo_type ss\nsensor cpu\n[b]\nalgo_type ss\nsensor cpu\n"
+                          "\n"
+                          "SCEN game\n[c]\nalgo_type ss\nsensor cpu\n\n"
+                          "SCEN idle\n[d]\nalgo_type ss\n";
 
 class WhereaboutsTest : public testing::Test {
 protected:
   WhereaboutsTest() {
-    configurations.push_back(readConfiguration("day.conf", kConfiguration, environment));
+    configurations.push_back(readConfiguration("day.conf", kItems, environment));
   }
 
   // "SCENARIO/BLOCK".
@@ -26,7 +26,7 @@ protected:
     return where.scenario + "/" + where.block;
   }
 
-  Environment environment = readEnvironment("board.env", kEnvironment);
+  Environment environment = readEnvironment("board.env", kSections);
   std::vector<Configuration> configurations;
 };
 

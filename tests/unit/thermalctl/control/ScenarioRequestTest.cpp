@@ -93,7 +93,7 @@ TEST_F(ScenarioRequestTest, FindsADaemonThatComesBack) {
 }
 
 // At each moment from before its own word to behind its end.
-void overtakeAtEachMoment(void (*write)(const std::string&, const std::string&)) {
+void overtakeScenarioAtEachMoment(void (*write)(const std::string&, const std::string&)) {
   for (auto when = 50ms; when < 2800ms; when += 150ms) {
     PacedDaemon daemon;
     daemon.at(when, [&] { write(daemon.directory.scenarioFile, "Default"); });
@@ -112,11 +112,11 @@ void overtakeAtEachMoment(void (*write)(const std::string&, const std::string&))
 }
 
 TEST_F(ScenarioRequestTest, NeverLosesTheWordOfOneWhoRenames) {
-  overtakeAtEachMoment(PacedDaemon::writeElsewhere);
+  overtakeScenarioAtEachMoment(PacedDaemon::writeElsewhere);
 }
 
 TEST_F(ScenarioRequestTest, NeverLosesTheWordOfOneWhoWritesInPlace) {
-  overtakeAtEachMoment(PacedDaemon::writeInPlace);
+  overtakeScenarioAtEachMoment(PacedDaemon::writeInPlace);
 }
 
 TEST_F(ScenarioRequestTest, WritesNothingButTheName) {

@@ -23,7 +23,7 @@ bool has(const std::string& text, const std::string& line) {
   return ("\n" + text).find("\n" + line + "\n") != std::string::npos;
 }
 
-std::string device(const std::string& kind, const std::string& path, const std::string& table) {
+std::string knob(const std::string& kind, const std::string& path, const std::string& table) {
   return "[knob]\ntype " + kind + "\nnode_path " + path + "\nlevel_table " + table + "\n\n";
 }
 
@@ -32,7 +32,7 @@ const std::string kSensor = "[cpu]\ntype real\nnode_path /sys/devices/a/temp\n\n
 } // namespace
 
 TEST(IntegrationFilesTest, LabelsWhatIsReadAndWhatIsWrittenInSys) {
-  const auto files = filesOf(kSensor + device("gpufreq", "/sys/devices/a.b/max", "8 7"));
+  const auto files = filesOf(kSensor + knob("gpufreq", "/sys/devices/a.b/max", "8 7"));
   const std::string labels = content(files, "sepolicy/genfs_contexts");
   EXPECT_TRUE(
       has(labels, "genfscon sysfs /devices/a/temp u:object_r:sysfs_talmor_thermal_sensor:s0"));
@@ -42,7 +42,7 @@ TEST(IntegrationFilesTest, LabelsWhatIsReadAndWhatIsWrittenInSys) {
 
 TEST(IntegrationFilesTest, LabelsNodesOfDevByAnExpressionAndGivesThemToTheDaemonsUser) {
   const auto files =
-      filesOf("[t]\ntype real\nnode_path /dev/temp.0\n\n" + device("charger", "/dev/fan", "8 7"));
+      filesOf("[t]\ntype real\nnode_path /dev/temp.0\n\n" + knob("charger", "/dev/fan", "8 7"));
   const std::string labels = content(files, "sepolicy/file_contexts");
   EXPECT_TRUE(has(labels, "/dev/temp\\.0 u:object_r:talmor_thermal_sensor_device:s0"));
   EXPECT_TRUE(has(labels, "/dev/fan u:object_r:talmor_thermal_device:s0"));
@@ -55,7 +55,7 @@ TEST(IntegrationFilesTest, LabelsNodesOfDevByAnExpressionAndGivesThemToTheDaemon
 }
 
 TEST(IntegrationFilesTest, SetsOwnersAndModesAtBoot) {
-  const std::string init = content(filesOf(kSensor + device("gpufreq", "/sys/devices/max", "8 7")),
+  const std::string init = content(filesOf(kSensor + knob("gpufreq", "/sys/devices/max", "8 7")),
                                    "talmor-thermal-board.rc");
   EXPECT_TRUE(has(init, "    chmod 0444 /sys/devices/a/temp"));
   EXPECT_TRUE(
@@ -65,13 +65,13 @@ TEST(IntegrationFilesTest, SetsOwnersAndModesAtBoot) {
 
 TEST(IntegrationFilesTest, ResetsTextByWriteAtBootAndAtRestart) {
   const std::string init =
-      content(filesOf(device("gpufreq", "/sys/devices/max", "8 7")), "talmor-thermal-board.rc");
+      content(filesOf(knob("gpufreq", "/sys/devices/max", "8 7")), "talmor-thermal-board.rc");
   EXPECT_TRUE(has(init, "    write /sys/devices/max 8"));
   EXPECT_TRUE(has(init, "    onrestart write /sys/devices/max 8"));
 }
 
 TEST(IntegrationFilesTest, ResetsBytesByACopyOfAFileThatTheBlueprintInstalls) {
-  const auto files = filesOf(device("cpufreq", "/sys/devices/max", "258 7"));
+  const auto files = filesOf(knob("cpufreq", "/sys/devices/max", "258 7"));
   EXPECT_EQ(content(files, "talmor-thermal-knob.level0"), std::string("\2\1\0\0", 4));
   const std::string init = content(files, "talmor-thermal-board.rc");
   const std::string copy = "copy /vendor/etc/talmor-thermal-knob.level0 /sys/devices/max";
@@ -83,7 +83,7 @@ TEST(IntegrationFilesTest, ResetsBytesByACopyOfAFileThatTheBlueprintInstalls) {
 TEST(IntegrationFilesTest, WritesTextsThatInitWouldTakeApartAsOneWord) {
   const auto reset = [](const std::string& table) {
     const std::string init =
-        content(filesOf(device("gpufreq", "/sys/a", table)), "talmor-thermal-board.rc");
+        content(filesOf(knob("gpufreq", "/sys/a", table)), "talmor-thermal-board.rc");
     const size_t start = init.find("    write ") + 4;
     return init.substr(start, init.find('\n', start) - start);
   };
@@ -94,7 +94,7 @@ TEST(IntegrationFilesTest, WritesTextsThatInitWouldTakeApartAsOneWord) {
 
 TEST(IntegrationFilesTest, LeavesAFileOfTheDaemonsOwnToTheDaemon) {
   const auto files = filesOf("[log]\ntype report\nnode_path /data/vendor/thermal/log\n\n" +
-                             device("gpufreq", "/data/vendor/thermal/max", "8 7"));
+                             knob("gpufreq", "/data/vendor/thermal/max", "8 7"));
   for (const char* name :
        {"sepolicy/file_contexts", "sepolicy/genfs_contexts", "talmor-thermal-board.rc"})
     EXPECT_EQ(content(files, name).find("/data/vendor"), std::string::npos) << name;

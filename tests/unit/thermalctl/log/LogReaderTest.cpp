@@ -51,13 +51,13 @@ TEST_P(LogReaderFormatTest, IsReadWithItsTimes) {
   EXPECT_EQ(countsOf(GetParam().text).withoutTime, GetParam().hasTime ? 0u : 2u);
 }
 
-#define BIG "[TalmorThermal] Sensor [big], Scen [Default] temp(30000)\n"
+#define BIG_LINE "[TalmorThermal] Sensor [big], Scen [Default] temp(30000)\n"
 #define SKIN "[TalmorThermal] Sensor[skin] temp(29000)\n"
 
 INSTANTIATE_TEST_SUITE_P(
     Logcat, LogReaderFormatTest,
     ::testing::Values(
-        Format{"Brief", "V/echo-service( 1234): " BIG "V/echo-service( 1234): " SKIN, false},
+        Format{"Brief", "V/echo-service( 1234): " BIG_LINE "V/echo-service( 1234): " SKIN, false},
         Format{"Process",
                "V( 1234) [TalmorThermal] Sensor [big], Scen [Default] temp(30000)  "
                "(echo-service)\n"
@@ -69,41 +69,41 @@ INSTANTIATE_TEST_SUITE_P(
                "V(10123: 1234) [TalmorThermal] Sensor[skin] temp(29000)  "
                "(echo-service)\n",
                false},
-        Format{"Thread", "V( 1234: 5678) " BIG "V( 1234: 5678) " SKIN, false},
+        Format{"Thread", "V( 1234: 5678) " BIG_LINE "V( 1234: 5678) " SKIN, false},
         Format{"BriefWithUser",
-               "V/echo-service(root: 1234): " BIG "V/echo-service( 1000: 1234): " SKIN, false},
+               "V/echo-service(root: 1234): " BIG_LINE "V/echo-service( 1000: 1234): " SKIN, false},
         Format{"Host",
-               "echo-service V 01-30 14:03:22  1234  5678 " BIG "\n"
+               "echo-service V 01-30 14:03:22  1234  5678 " BIG_LINE "\n"
                "echo-service V 01-30 14:03:23  1234  5678 " SKIN "\n",
                true},
         Format{"Monotonic",
-               "   82.123  1234  5678 V echo-service: " BIG
+               "   82.123  1234  5678 V echo-service: " BIG_LINE
                "   83.125  1234  5678 V echo-service: " SKIN,
                true},
-        Format{"Tag", "V/echo-service: " BIG "V/echo-service: " SKIN, false},
-        Format{"Raw", BIG SKIN, false},
+        Format{"Tag", "V/echo-service: " BIG_LINE "V/echo-service: " SKIN, false},
+        Format{"Raw", BIG_LINE SKIN, false},
         Format{"Time",
-               "01-30 14:03:22.123 V/echo-service( 1234): " BIG
+               "01-30 14:03:22.123 V/echo-service( 1234): " BIG_LINE
                "01-30 14:03:23.125 V/echo-service( 1234): " SKIN,
                true},
         Format{"Threadtime",
-               "01-30 14:03:22.123  1234  5678 V echo-service: " BIG
+               "01-30 14:03:22.123  1234  5678 V echo-service: " BIG_LINE
                "01-30 14:03:23.125  1234  5678 V echo-service: " SKIN,
                true},
         Format{"ThreadtimeWithYearZoneAndMicroseconds",
-               "2024-01-30 14:03:22.123456 +0100  1234  5678 V echo-service: " BIG
+               "2024-01-30 14:03:22.123456 +0100  1234  5678 V echo-service: " BIG_LINE
                "2024-01-30 14:03:23.125456 +0100  1234  5678 V echo-service: " SKIN,
                true},
         Format{"ThreadtimeWithUser",
-               "01-30 14:03:22.123  root  1234  5678 V echo-service: " BIG
+               "01-30 14:03:22.123  root  1234  5678 V echo-service: " BIG_LINE
                "01-30 14:03:23.125  root  1234  5678 V echo-service: " SKIN,
                true},
         Format{"Epoch",
-               "         1706623402.123  1234  5678 V echo-service: " BIG
+               "         1706623402.123  1234  5678 V echo-service: " BIG_LINE
                "         1706623403.125  1234  5678 V echo-service: " SKIN,
                true},
         Format{"Long",
-               "[ 01-30 14:03:22.123  1234: 5678 V/echo-service ]\n" BIG "\n\n"
+               "[ 01-30 14:03:22.123  1234: 5678 V/echo-service ]\n" BIG_LINE "\n\n"
                "[ 01-30 14:03:23.125  1234: 5678 V/echo-service ]\n" SKIN "\n\n",
                true}),
     [](const auto& format) { return format.param.name; });
@@ -112,7 +112,7 @@ TEST(LogReaderTest, PassesOverTheLinesOfOthers) {
   const LogReader::Counts counts =
       countsOf("--------- beginning of main\n"
                "01-30 14:03:22.123   700   700 I ActivityManager: Start proc\n"
-               "01-30 14:03:22.124  1234  5678 V echo-service: " BIG
+               "01-30 14:03:22.124  1234  5678 V echo-service: " BIG_LINE
                "01-30 14:03:22.125   700   700 W echo-service: somebody else's echo\n"
                "01-30 14:03:22.126   700   700 I watchdog: saw [TalmorThermal] No scen file\n"
                "01-30 14:03:22.127     1     1 I init: starting service 'echo-service'...\n");
@@ -122,12 +122,12 @@ TEST(LogReaderTest, PassesOverTheLinesOfOthers) {
 }
 
 TEST(LogReaderTest, PassesOverWhatOthersWroteInTheLongFormat) {
-  EXPECT_EQ(countsOf("[ 01-30 14:03:22.123   700:  700 I/watchdog ]\n" BIG "\n").ours, 0u);
+  EXPECT_EQ(countsOf("[ 01-30 14:03:22.123   700:  700 I/watchdog ]\n" BIG_LINE "\n").ours, 0u);
 }
 
 TEST(LogReaderTest, CountsTornLinesAndNamesTheFirst) {
   const LogReader::Counts counts =
-      countsOf("01-30 14:03:22.123  1234  5678 V echo-service: " BIG
+      countsOf("01-30 14:03:22.123  1234  5678 V echo-service: " BIG_LINE
                "01-30 14:03:22.373  1234  5678 V echo-service: [TalmorThermal] Sensor [big], Sc\n"
                "01-30 14:03:22.623  1234  5678 V echo-service: [TalmorTh\n"
                "01-30 14:03:22.873  1234  5678 V echo-service: [TalmorThermal] Sensor [big], Scen "
@@ -147,7 +147,7 @@ TEST(LogReaderTest, LetsTheSamplesOfTheRealSensorsTellTheTimeWhereTheLogDoesNot)
   const Periods periods = {{"big", 250}, {"battery", 1000}};
   std::string text;
   for (int i = 0; i < 5; ++i)
-    text += "V/echo-service( 1234): " BIG;
+    text += "V/echo-service( 1234): " BIG_LINE;
   text += "V/echo-service( 1234): [TalmorThermal] Sensor [battery], Scen [Default] temp(1)\n";
   text += "V/echo-service( 1234): [TalmorThermal] Sensor [battery], Scen [Default] temp(2)\n";
   text += "V/echo-service( 1234): [TalmorThermal] Sensor [battery], Scen [Default] temp(3)\n";

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int64_t kDay = 86400000;
+constexpr int64_t kOneDay = 86400000;
 
 int64_t between(const char* earlier, const char* later) {
   const auto from = parseTime(earlier);
@@ -17,15 +17,15 @@ TEST(LogTimeTest, ReadsDateAndTimeToTheMillisecond) {
   EXPECT_EQ(between("01-30 14:03:22.123  1234  5678 V tag: x", "01-30 14:03:23.125 V/tag( 1): x"),
             1002);
   EXPECT_EQ(between("01-30 23:59:59.999 ", "01-31 00:00:00.000 "), 1);
-  EXPECT_EQ(between("01-31 00:00:00.000 ", "02-01 00:00:00.000 "), kDay);
-  EXPECT_EQ(between("02-28 00:00:00.000 ", "03-01 00:00:00.000 "), kDay);
+  EXPECT_EQ(between("01-31 00:00:00.000 ", "02-01 00:00:00.000 "), kOneDay);
+  EXPECT_EQ(between("02-28 00:00:00.000 ", "03-01 00:00:00.000 "), kOneDay);
 }
 
 TEST(LogTimeTest, CountsTheDaysOfAYearThatIsWritten) {
-  EXPECT_EQ(between("2023-12-31 00:00:00.000 ", "2024-01-01 00:00:00.000 "), kDay);
-  EXPECT_EQ(between("2024-02-28 00:00:00.000 ", "2024-03-01 00:00:00.000 "), 2 * kDay);
-  EXPECT_EQ(between("2023-02-28 00:00:00.000 ", "2023-03-01 00:00:00.000 "), kDay);
-  EXPECT_EQ(between("2100-02-28 00:00:00.000 ", "2100-03-01 00:00:00.000 "), kDay);
+  EXPECT_EQ(between("2023-12-31 00:00:00.000 ", "2024-01-01 00:00:00.000 "), kOneDay);
+  EXPECT_EQ(between("2024-02-28 00:00:00.000 ", "2024-03-01 00:00:00.000 "), 2 * kOneDay);
+  EXPECT_EQ(between("2023-02-28 00:00:00.000 ", "2023-03-01 00:00:00.000 "), kOneDay);
+  EXPECT_EQ(between("2100-02-28 00:00:00.000 ", "2100-03-01 00:00:00.000 "), kOneDay);
 }
 
 TEST(LogTimeTest, ReadsSecondsSinceTheEpochOrTheBoot) {

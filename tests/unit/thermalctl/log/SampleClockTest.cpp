@@ -4,7 +4,7 @@
 
 namespace {
 
-const Periods kPeriods = {{"big", 250}, {"battery", 1000}};
+const Periods kSamplings = {{"big", 250}, {"battery", 1000}};
 
 class SampleClockTest : public ::testing::Test {
 protected:
@@ -37,7 +37,7 @@ protected:
     }
   }
 
-  SampleClock clock{kPeriods};
+  SampleClock clock{kSamplings};
 };
 
 TEST_F(SampleClockTest, CountsThePeriodsOfTheSensorThatIsAheadOfTheOthers) {
