@@ -12,6 +12,7 @@
 #include "command/BudgetOptions.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/OutputOptions.h"
 #include "command/Verdict.h"
 #include "file/Names.h"
 #include "log/BoardFolder.h"
@@ -49,7 +50,7 @@ constexpr char kExamples[] =
 struct Options {
   std::vector<std::string> logs;
   std::string board;
-  std::string out;
+  OutputOptions outputs;
   BudgetOptions budgets;
   std::string from;
   std::string to;
@@ -250,15 +251,32 @@ std::optional<BoardFolder> readBoard(const std::string& folder) {
   return problems.empty() ? std::move(board) : std::nullopt;
 }
 
-void play(const Sources& sources, const Window::Times& times, RunReport& report,
+void play(const Sources& sources, const Window::Times& times, RunReport::Part& part,
           Comparison& comparison) {
-  report.alsoTo(comparison);
-  Window window(times, report);
+  part.alsoTo(comparison);
+  Window window(times, part);
   const bool isWhole = times.from == 0 && times.to == Window::Times().to;
   for (const Source& source : sources.all) {
     comparison.nextAre(source.origin);
-    source.recording->play(isWhole ? static_cast<TraceSink&>(report) : window);
+    source.recording->play(isWhole ? static_cast<TraceSink&>(part) : window);
   }
+}
+
+ExitStatus report(const Options& options, const Sources& sources, const Window::Times& times,
+                  const Outputs& outputs) {
+  RunReport report;
+  if (!options.outputs.out.empty()) {
+    if (const auto error = report.writeTo(options.outputs.out, sources.title(), outputs))
+      return complain(kCouldNotRun, *error);
+  }
+  Comparison comparison;
+  const auto part = report.part(0, true);
+  play(sources, times, *part, comparison);
+  report.take(*part, true);
+  if (const auto error = report.finish()) return complain(kCouldNotRun, *error);
+  printReport(options.outputs, report, sources.title(), std::cout);
+  if (!options.outputs.asJunit()) comparison.print(std::cout);
+  return verdictOf(report.results());
 }
 
 ExitStatus runPlot(const Options& options) {
@@ -267,24 +285,14 @@ ExitStatus runPlot(const Options& options) {
   const std::optional<Window::Times> times = timesOf(options);
   Problems problems;
   const std::vector<AskedBudget> budgets = readBudgets(options.budgets, problems);
+  const Outputs outputs = readOutputs(options.outputs, problems);
   Sources sources(options, board ? &*board : nullptr);
   const bool usable = (board || options.board.empty()) && times && problems.none();
   const bool isRead = usable && sources.read() && reach(sources, *times);
   if (isRead) setBudgets(budgets, sources, problems);
   problems.print(std::cerr, colourFor(STDERR_FILENO));
   if (!isRead || !problems.none()) return kCouldNotRun;
-
-  RunReport report;
-  if (!options.out.empty()) {
-    if (const auto error = report.writeTo(options.out, sources.title()))
-      return complain(kCouldNotRun, *error);
-  }
-  Comparison comparison;
-  play(sources, *times, report, comparison);
-  if (const auto error = report.finish()) return complain(kCouldNotRun, *error);
-  report.summary().print(std::cout);
-  comparison.print(std::cout);
-  return verdictOf(report.summary());
+  return report(options, sources, *times, outputs);
 }
 
 void addOptions(CommandLine& line, Options& options) {
@@ -295,8 +303,7 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--board", &options.board,
               "Folder with the board's *.env and *.conf files, for thresholds and levels")
       .takes("DIR");
-  line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
-      .takes("DIR");
+  addOutputOptions(line, options.outputs);
   addBudgetOptions(line, options.budgets,
                    "a sensor, or with node: a node of a simulated run's plant");
   line.option("--from", &options.from,

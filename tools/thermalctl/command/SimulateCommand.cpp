@@ -1,183 +1,115 @@
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "base/Log.h"
-#include "base/Names.h"
-#include "command/BudgetOptions.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/OutputOptions.h"
+#include "command/SimulateOptions.h"
 #include "command/Verdict.h"
 #include "report/RunReport.h"
-#include "simulate/Engine.h"
-#include "simulate/Inputs.h"
+#include "study/Baseline.h"
+#include "study/Study.h"
+#include "study/StudyRun.h"
 #include "terminal/Colour.h"
-#include "terminal/ProgressLine.h"
-#include "text/Characters.h"
-#include "text/Nearest.h"
-#include "text/Numbers.h"
 #include "text/Phrases.h"
+#include "toml/Problems.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Options {
-  std::string board;
-  std::string environment;
-  std::vector<std::string> configurations;
-  std::string plant;
-  std::string workload;
-  std::string duration = "1h";
-  std::string out;
-  BudgetOptions budgets;
-  uint64_t seed = 1;
-};
+// A day has some hundred megabytes of traces.
+constexpr int64_t kMostTraced = 86'400'000; // milliseconds
 
 constexpr char kExamples[] =
     "Examples:\n"
     "  thermalctl simulate --board boards/phone --workload game --out report\n"
     "  thermalctl simulate --board boards/phone --workload game --conf old.conf --conf new.conf\n"
-    "  thermalctl simulate --board boards/phone --workload camera --limit skin=43C\n"
+    "  thermalctl simulate --board boards/phone --workload camera --limit skin=43C:60s\n"
+    "  thermalctl simulate --board boards/phone --workload game --seed 1..20 --out sweep\n"
+    "  thermalctl simulate --board boards/phone --against yesterday/results.json\n"
     "\n"
-    "The daemon's own code runs in virtual time, an hour in less than a second. A table goes to\n"
-    "standard output; --out adds trace.csv, trace.json for the Perfetto UI, and report.html.\n"
+    "The daemon's own code runs in virtual time, an hour in less than a second: each "
+    "configuration\n"
+    "under each workload with each seed. Without --workload the board's study.toml tells what is\n"
+    "run, and what it is held to. A table goes to standard output; --out adds results for "
+    "machines,\n"
+    "report.html, trace.csv, and trace.json for the Perfetto UI.\n"
     "\n"
-    "Exit status: 0 every limit was kept, 1 a sensor or its node has passed its limit, 2 a file "
-    "is\n"
-    "wrong or could not be read or written, 3 no verdict: the daemon stood still, or a sensor "
-    "with\n"
-    "a limit never had a sample.";
+    "Exit status: 0 every limit was kept and every requirement met, 1 one was not, or --against\n"
+    "finds a verdict that is worse, 2 a file is wrong or could not be read or written, 3 no\n"
+    "verdict: the daemon stood still, or a sensor with a limit never had a sample.";
 
-// Tells on standard error how far a run is.
-class Progress {
-public:
-  Progress(const RunInput& run, size_t number, size_t count)
-      : label(visible(run.description.name) + " (" + std::to_string(number) + " of " +
-              std::to_string(count) + "): "),
-        duration(run.duration) {}
-
-  void show(int64_t time) {
-    const Clock::time_point wallClock = Clock::now();
-    if (wallClock < next) return;
-    next = wallClock + std::chrono::milliseconds(100);
-    line.show(label + std::to_string(100 * time / duration) + " %");
+void tellShortRows(const StudyRequest& request, const Study& study) {
+  const size_t configurations = study.inputs.size() / request.workloads.size();
+  for (size_t i = 0; i < request.workloads.size(); ++i) {
+    const std::vector<int>& rows = study.inputs[i * configurations].workload.shortRows;
+    if (rows.empty()) continue;
+    complain(kFine, request.workloads[i].path + ": " + counted(rows.size(), "row") +
+                        " with fewer cells than columns, the first in line " +
+                        std::to_string(rows.front()) + ": what is missing counts as empty");
   }
+}
 
-  void clear() { line.clear(); }
+// A page of very many runs shows none, and a year of traces fills a disk.
+Outputs usualOutputs(const Study& study) {
+  Outputs outputs;
+  const int64_t duration = study.inputs.front().duration;
+  const auto runs = static_cast<int64_t>(study.cells.size());
+  outputs.page = study.cells.size() <= kOnPage;
+  outputs.csv = outputs.events = duration <= kMostTraced / runs;
+  if (!outputs.page)
+    complain(kFine, "report.html is left out: it shows " + std::to_string(kOnPage) +
+                        " runs at most by itself; --only html writes it");
+  if (!outputs.csv)
+    complain(kFine, "trace.csv and trace.json are left out: the runs are longer than a day in all; "
+                    "--only csv,json writes them");
+  return outputs;
+}
 
-private:
-  using Clock = std::chrono::steady_clock;
-
-  const std::string label;
-  const int64_t duration; // milliseconds
-  ProgressLine line{STDERR_FILENO};
-  // A run that is over before it would be read shows nothing.
-  Clock::time_point next = Clock::now() + std::chrono::milliseconds(300);
-};
-
-// The names of the board's own.
-std::vector<std::string> workloadNames(const fs::path& folder) {
+std::string titleOf(const StudyRequest& request) {
   std::vector<std::string> names;
-  std::error_code ignored;
-  for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-    const fs::path& path = entry.path();
-    if (path.extension() == ".csv" || path.extension() == ".toml") names.push_back(path.stem());
+  for (const NamedWorkload& workload : request.workloads)
+    names.push_back(fs::path(workload.path).stem().string());
+  return enumerated(names) + " on " +
+         fs::absolute(request.environment).parent_path().filename().string();
+}
+
+ExitStatus run(const SimulateOptions& options, const StudyRequest& request, const Study& study,
+               const Outputs& asked, const std::optional<Baseline>& baseline,
+               const Tolerances& tolerances) {
+  tellShortRows(request, study);
+  const std::string title = titleOf(request);
+  RunReport report;
+  if (!options.outputs.out.empty()) {
+    const Outputs outputs = options.outputs.chooses() ? asked : usualOutputs(study);
+    if (const auto error = report.writeTo(options.outputs.out, title, outputs))
+      return complain(kCouldNotRun, *error);
   }
-  std::sort(names.begin(), names.end());
-  return names;
+  runStudy(study, options.jobs, report, std::cerr);
+  if (const auto error = report.finish()) return complain(kCouldNotRun, *error);
+  printReport(options.outputs, report, title, std::cout);
+  // Behind a form for machines there is nothing else.
+  std::ostream& remarks = options.outputs.asJunit() ? std::cerr : std::cout;
+  const bool worse = baseline && baseline->compare(report.results(), tolerances, remarks);
+  const ExitStatus verdict = verdictOf(report.results());
+  return worse && verdict == kFine ? kProblems : verdict;
 }
 
-// A name of the board's own goes before a file of that name where the user stands.
-std::string workloadPath(const Options& options, Problems& problems) {
-  if (options.board.empty()) return options.workload;
-  std::error_code ignored;
-  const fs::path folder = fs::path(options.board) / "workloads";
-  for (const char* ending : {".csv", ".toml"}) {
-    const fs::path path = folder / (options.workload + ending);
-    if (fs::is_regular_file(path, ignored)) return path;
-  }
-  // What looks like a path is one: that it cannot be read is told where it is read.
-  const bool isName = fs::path(options.workload).filename() == options.workload;
-  const std::vector<std::string> names = workloadNames(folder);
-  if (isName && !names.empty() && !fs::exists(options.workload, ignored))
-    problems.add({"--workload " + options.workload,
-                  {},
-                  "is no file, and no workload of " + options.board,
-                  didYouMean(options.workload, names, "there are " + listed(names))});
-  return options.workload;
-}
-
-void requireBoard(const std::string& board, Problems& problems) {
-  std::error_code error;
-  if (board.empty() || fs::is_directory(board, error)) return;
-  problems.add(
-      {"--board " + board, {}, error ? "cannot be read: " + error.message() : "is no folder"});
-}
-
-// The files that the user names, and for the rest those of the board, which are called as on a
-// device.
-SimulationRequest requestOf(const Options& options, Problems& problems) {
-  const auto fromBoard = [&](const std::string& named, const char* option, const char* path) {
-    if (!named.empty()) return named;
-    if (options.board.empty())
-      problems.add({option, {}, "is missing, and there is no --board to take it from"});
-    return (fs::path(options.board) / fs::path(path).filename()).string();
-  };
-  SimulationRequest request;
-  requireBoard(options.board, problems);
-  request.environment = fromBoard(options.environment, "--env", kEnvironmentFile);
-  request.configurations = options.configurations;
-  if (request.configurations.empty())
-    request.configurations.push_back(fromBoard("", "--conf", kFactoryConfiguration));
-  request.plant = fromBoard(options.plant, "--plant", "plant.toml");
-  request.workload = workloadPath(options, problems);
-  request.configurationFolder = options.board;
-  request.seed = options.seed;
-  request.budgets = readBudgets(options.budgets, problems);
-  const std::optional<int64_t> duration = parseDuration(options.duration);
-  if (duration && *duration > 0)
-    request.duration = *duration;
-  else
-    problems.add(
-        {"--duration " + options.duration, {}, "must be a time above 0, such as 90s or 1h"});
-  return request;
-}
-
-void tellShortRows(const std::string& file, const std::vector<int>& rows) {
-  if (rows.empty()) return;
-  complain(kFine, file + ": " + counted(rows.size(), "row") +
-                      " with fewer cells than columns, the first in line " +
-                      std::to_string(rows.front()) + ": what is missing counts as empty");
-}
-
-void simulate(const std::vector<RunInput>& runs, RunReport& report) {
-  for (size_t i = 0; i < runs.size(); ++i) {
-    Progress progress(runs[i], i + 1, runs.size());
-    const Engine::Listener listener = {[&progress](int64_t time) { progress.show(time); },
-                                       [&](int64_t time, const std::string& what) {
-                                         progress.clear();
-                                         std::cerr << visible(runs[i].description.name)
-                                                   << ": warning: at " << clockTime(time / 1000)
-                                                   << " " << what << "\n";
-                                       }};
-    Engine(runs[i], report, listener).run();
-  }
-}
-
-ExitStatus runSimulation(const Options& options) {
+ExitStatus runSimulation(const SimulateOptions& options) {
   Problems problems;
-  const SimulationRequest request = requestOf(options, problems);
-  const SimulationInputs inputs =
-      problems.none() ? readInputs(request, problems) : SimulationInputs();
+  const auto [request, tolerances] = readAskedStudy(options, problems);
+  const Outputs outputs = readOutputs(options.outputs, problems);
+  std::optional<Baseline> baseline;
+  if (!options.against.empty()) baseline = Baseline::read(options.against, problems);
+  const Study study = problems.none() ? readStudy(request, problems) : Study();
   // What is wrong with the board's own files comes first: the rest may only follow from it.
-  if (!inputs.configurations.empty() && !passesCheck(request.environment, inputs.configurations))
+  if (!study.configurations.empty() && !passesCheck(request.environment, study.configurations))
     return complain(kCouldNotRun, "nothing was run: the check has found errors");
   const std::vector<std::string> others = sensorsInOtherUnits(request.environment);
   if (!others.empty())
@@ -188,44 +120,7 @@ ExitStatus runSimulation(const Options& options) {
     problems.print(std::cerr, colourFor(STDERR_FILENO));
     return kCouldNotRun;
   }
-
-  tellShortRows(request.workload, inputs.runs.front().workload.shortRows);
-  RunReport report;
-  if (!options.out.empty()) {
-    const std::string title = fs::path(request.workload).stem().string() + " on " +
-                              fs::absolute(request.environment).parent_path().filename().string();
-    if (const auto error = report.writeTo(options.out, title))
-      return complain(kCouldNotRun, *error);
-  }
-  simulate(inputs.runs, report);
-  if (const auto error = report.finish()) return complain(kCouldNotRun, *error);
-  report.summary().print(std::cout);
-  return verdictOf(report.summary());
-}
-
-void addOptions(CommandLine& line, Options& options) {
-  line.option("--board", &options.board,
-              "Folder with talmor-thermal.env, talmor-thermal.conf, plant.toml and "
-              "workloads/, for what is not named otherwise")
-      .takes("DIR");
-  line.option("--env", &options.environment, "Environment file").takes("FILE");
-  line.option("--conf", &options.configurations,
-              "Configuration file; several are run one after the other and compared")
-      .takes("FILE")
-      .takesAll();
-  line.option("--plant", &options.plant, "Thermal model of the device").takes("FILE");
-  line.option("--workload", &options.workload,
-              "What the device does: a file, or the name of one in the board's workloads/")
-      .takes("FILE")
-      .isRequired();
-  line.option("--duration", &options.duration, "Time to run, such as 90s, 15m or 1h")
-      .showsDefault()
-      .takes("TIME");
-  line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
-      .takes("DIR");
-  addBudgetOptions(line, options.budgets,
-                   "a sensor and the node it reads, or with node: a node of the plant");
-  line.option("--seed", &options.seed, "Of the sensors' noise").showsDefault();
+  return run(options, request, study, outputs, baseline, tolerances);
 }
 
 } // namespace
@@ -233,5 +128,5 @@ void addOptions(CommandLine& line, Options& options) {
 Command simulateCommand() {
   return commandOf("simulate",
                    "Run configurations against a thermal model of the device, in virtual time",
-                   kExamples, addOptions, runSimulation);
+                   kExamples, addSimulateOptions, runSimulation);
 }

@@ -82,6 +82,7 @@ _thermalctl() {
         mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -W "$(_thermalctl_workloads)" -- "$word")
         ;;
       CONFIGURATION) _thermalctl_configurations "$word" ;;
+      OUTPUTS*) _thermalctl_words 'html csv json results' "$word" ;;
       *FILE*) _thermalctl_paths -f "$word" ;;
       DIR* | '[ROOT]'*) _thermalctl_paths -d "$word" ;;
       TEXT:*) _thermalctl_words "$(sed -E 's/.*\{(.*)\}.*/\1/; s/,/ /g' <<<"$value")" "$word" ;;

@@ -5,6 +5,11 @@
 
 namespace fs = std::filesystem;
 
+bool isSameFile(const std::string& a, const std::string& b) {
+  std::error_code ignored;
+  return a == b || fs::equivalent(a, b, ignored);
+}
+
 std::string shortName(const std::string& path, const std::vector<std::string>& all) {
   const std::string name = fs::path(path).filename().string();
   const auto namesakes = std::count_if(all.begin(), all.end(), [&name](const std::string& other) {

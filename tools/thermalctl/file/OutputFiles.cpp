@@ -104,6 +104,11 @@ std::ostream& OutputFiles::add(const std::string& name) {
   return file.stream;
 }
 
+void OutputFiles::fail(const std::ostream& stream, std::error_code error) {
+  for (const File& file : files)
+    if (&file.stream == &stream) note(file.place, error);
+}
+
 std::optional<std::string> OutputFiles::failure() const {
   return firstFailure.empty() ? std::nullopt : std::optional(firstFailure);
 }

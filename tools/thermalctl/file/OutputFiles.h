@@ -47,6 +47,9 @@ public:
   // The stream is good as long as this.
   std::ostream& add(const std::string& name);
 
+  // The stream, one of these, could not be given all.
+  void fail(const std::ostream& stream, std::error_code error);
+
   std::optional<std::string> failure() const;
   std::optional<std::string> putInPlace();
 

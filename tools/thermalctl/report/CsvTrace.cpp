@@ -1,7 +1,7 @@
 #include "report/CsvTrace.h"
 
-CsvTrace::CsvTrace(std::ostream& out) : writer(out) {
-  writer << csv::header();
+CsvTrace::CsvTrace(std::ostream& out, size_t runsBefore) : writer(out) {
+  if (runsBefore == 0) writer << csv::header();
 }
 
 void CsvTrace::begin(const TraceDescription& description) {

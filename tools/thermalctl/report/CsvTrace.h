@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,12 +11,13 @@
 
 // Writes a trace.csv (see csv::header).
 //
-// Shape:  the columns' names once, then any number of runs one after the other.
+// Shape:  the columns' names once, then any number of runs one after the other. Behind other runs
+//         it goes on with the lines alone.
 // Errors: left in the stream, which must outlive this. What is written reaches it at the end of
 //         each run, and in between in large pieces.
 class CsvTrace : public TraceSink {
 public:
-  explicit CsvTrace(std::ostream& out);
+  explicit CsvTrace(std::ostream& out, size_t runsBefore = 0);
 
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;

@@ -10,8 +10,9 @@ constexpr int64_t kMicroseconds = 1000; // in a millisecond
 
 } // namespace
 
-EventTrace::EventTrace(std::ostream& out) : writer(out) {
-  writer << R"({"displayTimeUnit":"ms","traceEvents":[)";
+EventTrace::EventTrace(std::ostream& out, size_t runsBefore)
+    : writer(out), first(runsBefore == 0), process(static_cast<int64_t>(runsBefore)) {
+  if (first) writer << R"({"displayTimeUnit":"ms","traceEvents":[)";
 }
 
 void EventTrace::finish() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,12 +12,13 @@
 // and powers as counters, the scenario, the configuration, each algorithm and the gaps as threads
 // of slices.
 //
-// Shape:  one JSON object, whole only after `finish`.
-// Units:  times in microseconds, as the format has them; counters in degrees Celsius, levels and watts.
+// Shape:  one JSON object, whole only after `finish`. Behind other runs it goes on where they end.
+// Units:  times in microseconds, as the format has them; counters in degrees Celsius, levels and
+//         watts.
 // Errors: left in the stream, which must outlive this.
 class EventTrace : public TraceSink {
 public:
-  explicit EventTrace(std::ostream& out);
+  explicit EventTrace(std::ostream& out, size_t runsBefore = 0);
   // The last line, without which the file is no JSON.
   void finish();
 
@@ -45,8 +48,8 @@ private:
   void endSlice(int64_t time, int64_t thread);
 
   Writer writer;
-  bool first = true;
-  int64_t process = 0;
+  bool first;
+  int64_t process;
   std::vector<std::string> names;   // of the sensors
   std::vector<std::string> sensors; // ready for JSON, like the devices
   std::vector<std::string> devices;

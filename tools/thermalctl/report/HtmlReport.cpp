@@ -1,6 +1,7 @@
 #include "report/HtmlReport.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
@@ -135,6 +136,11 @@ void HtmlReport::standstill(int64_t time) {
 void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {
   runs.back().duration = time;
   runs.back().performance = performance;
+}
+
+void HtmlReport::take(HtmlReport& other) {
+  std::move(other.runs.begin(), other.runs.end(), std::back_inserter(runs));
+  other.runs.clear();
 }
 
 std::string HtmlReport::asJson(const Run& run) {

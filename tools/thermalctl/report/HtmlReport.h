@@ -30,6 +30,8 @@ public:
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
+  // All of the other's runs, behind its own.
+  void take(HtmlReport& other);
   // What came of the budgets of the run that ended last.
   void judged(const std::vector<Verdict>& verdicts) { runs.back().verdicts = verdicts; }
 

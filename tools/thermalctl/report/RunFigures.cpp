@@ -93,11 +93,6 @@ const Verdict* RunFigures::verdictOn(const Budget& budget) const {
   return found == verdicts.end() ? nullptr : &*found;
 }
 
-bool RunFigures::passedABudget() const {
-  return std::any_of(verdicts.begin(), verdicts.end(),
-                     [](const Verdict& verdict) { return verdict.is == Verdict::Is::kPassed; });
-}
-
 std::vector<std::string> RunFigures::unjudged() const {
   std::vector<std::string> sentences;
   if (stoodStill)

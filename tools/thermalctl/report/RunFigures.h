@@ -33,7 +33,6 @@ public:
   const Performance* workOf(const std::string& source) const;
   // Nothing where no time is known.
   std::optional<double> changesAMinute(const TimeAtValue& levels_) const;
-  bool passedABudget() const;
   // Why it cannot be said that all budgets were kept, a sentence each: the daemon stood still, or
   // what a budget is of was never seen.
   std::vector<std::string> unjudged() const;

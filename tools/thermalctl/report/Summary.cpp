@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -125,18 +126,9 @@ void Summary::end(int64_t time, const std::vector<Performance>& performance) {
   runs.back()->end(time, performance);
 }
 
-bool Summary::passedALimit() const {
-  return std::any_of(runs.begin(), runs.end(),
-                     [](const auto& run) { return run->passedABudget(); });
-}
-
-std::vector<std::string> Summary::unjudged() const {
-  std::vector<std::string> sentences;
-  for (const auto& run : runs) {
-    for (std::string& sentence : run->unjudged())
-      sentences.push_back(std::move(sentence));
-  }
-  return sentences;
+void Summary::take(Summary& other) {
+  std::move(other.runs.begin(), other.runs.end(), std::back_inserter(runs));
+  other.runs.clear();
 }
 
 void Summary::print(std::ostream& out) const {

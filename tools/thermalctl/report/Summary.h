@@ -26,12 +26,11 @@ public:
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
-  // Of the run that ended last.
+  size_t size() const { return runs.size(); }
+  // The run that began last.
   const RunFigures& last() const { return *runs.back(); }
-  // Whether any run has passed a limit or missed a requirement.
-  bool passedALimit() const;
-  // Why of a run it cannot be said that all were kept, a sentence each (see RunFigures).
-  std::vector<std::string> unjudged() const;
+  // All of the other's runs, behind its own.
+  void take(Summary& other);
 
   // A column for each run. Per sensor the peak, the mean, the time at or past each threshold that
   // any of the configurations has for it, and whether its limits were kept; per device the mean

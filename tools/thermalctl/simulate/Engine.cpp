@@ -108,6 +108,12 @@ void Engine::takeTurn() {
   takeNodes();
 }
 
+// Threads that are due at one moment wake the processor once.
+void Engine::countWakeup() {
+  wakeupCount += wokenAt == now ? 0 : 1;
+  wokenAt = now;
+}
+
 void Engine::take(const Change& change) {
   plant.advanceTo(now);
   switch (change.kind) {
@@ -129,14 +135,17 @@ void Engine::take(const Change& change) {
 }
 
 template <typename Worker> void Engine::passOrSleep(Worker& worker) {
-  if (worker.isAwake())
-    pass(worker);
-  else
+  if (!worker.isAwake()) {
     worker.due = Schedule::kNever;
+    return;
+  }
+  countWakeup();
+  pass(worker);
 }
 
 void Engine::takeScenarioCycle() {
   schedule.scenarioDue = now + kControlPeriod.count();
+  countWakeup();
   if (!control.hasWork()) return;
   const auto& workers = schedule.sensorWorkers;
   const auto isAsleep = [](const auto& entry) { return !entry.second.isAwake(); };

@@ -43,6 +43,9 @@ public:
 
   void run();
 
+  // The moments up to now at which any of the daemon's threads was woken by its time.
+  uint64_t wakeups() const { return wakeupCount; }
+
 private:
   // The daemon's scenario thread without a thread: what the sensor threads do behind a barrier is
   // done at once.
@@ -74,6 +77,7 @@ private:
   };
 
   void takeTurn();
+  void countWakeup();
   void take(const Change& change);
   template <typename Worker> void passOrSleep(Worker& worker);
   void takeScenarioCycle();
@@ -93,6 +97,8 @@ private:
   Schedule schedule;
   Observer observer;
   int64_t now = 0;
+  int64_t wokenAt = -1;
+  uint64_t wakeupCount = 0;
   // Until then the scenario thread waits for workers that it retires, and then it overwrites what
   // the request file holds.
   int64_t busyUntil = 0;

@@ -70,7 +70,6 @@ public:
         readWorkload(workloadText, request.workload, base.plant, base.description, problems);
     // Behind both, whose indices are those of the board's own sensors.
     addNodesAndSources();
-    addBudgets();
     base.description.duration = request.duration;
 
     std::vector<RunInput> runs;
@@ -84,10 +83,7 @@ public:
 private:
   // Several runs may ask for one file, and by several names.
   void addFile(const std::string& path) {
-    const auto known = [&path](const std::string& other) {
-      std::error_code ignored;
-      return path == other || fs::equivalent(path, other, ignored);
-    };
+    const auto known = [&path](const std::string& other) { return isSameFile(path, other); };
     const auto found = std::find_if(files.begin(), files.end(), known);
     if (found != files.end()) {
       texts[path] = texts[*found];
@@ -112,23 +108,30 @@ private:
       base.description.sources.push_back(source.name);
   }
 
-  void addBudgets() {
+  // What the run of that configuration is held to.
+  void addBudgets(const std::string& path, TraceDescription& run) {
     for (const AskedBudget& asked : request.budgets) {
-      const Budget& budget = asked.budget;
-      if (budget.of == Budget::Of::kWork)
-        addRequirement(asked, workingSources(), "the plant has no source that does work called ");
-      else if (budget.of == Budget::Of::kChanges)
-        addRequirement(asked, devicesWithLevels(), "the board has no device with levels called ");
+      const auto& paths = asked.configurations;
+      const bool isMeant = std::any_of(paths.begin(), paths.end(), [&](const std::string& other) {
+        return isSameFile(path, other);
+      });
+      if (!paths.empty() && !isMeant) continue;
+      if (asked.budget.of == Budget::Of::kWork)
+        addRequirement(asked, workingSources(), "the plant has no source that does work called ",
+                       run);
+      else if (asked.budget.of == Budget::Of::kChanges)
+        addRequirement(asked, devicesWithLevels(), "the board has no device with levels called ",
+                       run);
       else
-        addLimit(asked);
+        addLimit(asked, run);
     }
   }
 
   void addRequirement(const AskedBudget& asked, const std::vector<std::string>& names,
-                      const std::string& noSuch) {
+                      const std::string& noSuch, TraceDescription& run) {
     const std::string& name = asked.budget.name;
     if (std::find(names.begin(), names.end(), name) != names.end())
-      base.description.hold(asked.budget);
+      run.hold(asked.budget);
     else
       problems.add({asked.file, asked.span, noSuch + quoted(name),
                     didYouMean(name, names, names.empty() ? "" : "there are " + listed(names))});
@@ -148,25 +151,26 @@ private:
     return names;
   }
 
-  void addLimit(const AskedBudget& asked) {
+  void addLimit(const AskedBudget& asked, TraceDescription& run) {
     const Budget& limit = asked.budget;
-    SensorTrack* const sensor = limit.ofNode ? nullptr : trackNamed(limit.name, Of::kSensor);
-    SensorTrack* const node = trackNamed(limit.name, Of::kNode);
+    SensorTrack* const sensor = limit.ofNode ? nullptr : trackNamed(limit.name, Of::kSensor, run);
+    SensorTrack* const node = trackNamed(limit.name, Of::kNode, run);
     if (sensor) {
-      base.description.hold(*sensor, limit);
-      limitWhatItReads(*sensor, limit);
+      run.hold(*sensor, limit);
+      limitWhatItReads(*sensor, limit, run);
     } else if (node) {
-      base.description.hold(*node, limit);
+      run.hold(*node, limit);
     } else {
       tellNoSuch(asked);
     }
   }
 
   // A sensor that is stuck or slow would keep its limit in any heat.
-  void limitWhatItReads(const SensorTrack& sensor, const Budget& limit) {
+  void limitWhatItReads(const SensorTrack& sensor, const Budget& limit,
+                        TraceDescription& run) const {
     for (const PlantDescription::Probe& probe : base.plant.probes) {
-      if (&base.description.sensors[probe.sensor] == &sensor)
-        base.description.hold(base.description.sensors[base.firstNode() + probe.node], limit);
+      if (&run.sensors[probe.sensor] == &sensor)
+        run.hold(run.sensors[base.firstNode() + probe.node], limit);
     }
   }
 
@@ -182,8 +186,8 @@ private:
   }
 
   enum class Of { kSensor, kNode };
-  SensorTrack* trackNamed(const std::string& name, Of kind) {
-    for (SensorTrack& track : base.description.sensors) {
+  static SensorTrack* trackNamed(const std::string& name, Of kind, TraceDescription& run) {
+    for (SensorTrack& track : run.sensors) {
       if (track.name == name && track.isNode() == (kind == Of::kNode)) return &track;
     }
     return nullptr;
@@ -192,6 +196,7 @@ private:
   RunInput runOf(const std::string& path, const std::vector<std::string>& starts) {
     RunInput run = base;
     run.description.name = shortName(path, starts);
+    addBudgets(path, run.description);
     addConfiguration(run, initialWord, path);
     for (const Change& change : run.workload.changes) {
       if (change.kind != Change::Kind::kConfiguration || run.configurations.count(change.word) > 0)

@@ -13,11 +13,13 @@
 
 // A budget that is asked for, and where.
 //
-// Shape: `file` and `span` as of a Problem.
+// Shape: `file` and `span` as of a Problem. `configurations` are the paths of those that are held to
+//        it; all are, if there is none.
 struct AskedBudget {
   Budget budget;
   std::string file;
   Span span{};
+  std::vector<std::string> configurations{};
 };
 
 // What a user asks for.

@@ -2,10 +2,6 @@
 
 namespace csv {
 
-namespace {
-
-// Quoted as RFC 4180 has it, but only where a sign of the format is in the text: the usual file has
-// no quote at all.
 std::string field(const std::string& text) {
   if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
   std::string quoted = "\"";
@@ -15,6 +11,8 @@ std::string field(const std::string& text) {
   }
   return quoted + '"';
 }
+
+namespace {
 
 // The columns from `first` up to `end`, with a comma at each side that has a neighbour.
 template <typename Texts> std::string joined(const Texts& texts, size_t first, size_t end) {

@@ -59,6 +59,10 @@ inline Fields lineOf(const std::string& run, const AlgorithmTrack& algorithm) {
   return lineOf(run, kAlgorithm, algorithm.name, algorithm.scenario);
 }
 
+// A field as RFC 4180 has it, quoted only where a sign of the format is in the text: the usual file
+// has no quote at all.
+std::string field(const std::string& text);
+
 // What stands around the time and the value of a line, quoted where it must be.
 //
 // Shape: `end` has the line feed.

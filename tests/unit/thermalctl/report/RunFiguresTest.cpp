@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "report/Judgement.h"
+#include "report/Results.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ protected:
     }
     if (standsStill) figures.standstill(590'000);
     figures.end(600'000, {{"gpu", 200, 150}, {"npu", 0, 0}});
-    passed = figures.passedABudget();
+    passed = resultOf(figures).passedABudget();
     unjudged = figures.unjudged();
     return figures.verdicts.front();
   }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "report/Results.h"
+
 namespace {
 
 // A sensor with a monitor on it and a device of three levels.
@@ -144,19 +146,19 @@ protected:
 
 TEST_F(SummaryLimitTest, IsKeptByATemperatureBelowIt) {
   playAt(41001);
-  EXPECT_FALSE(summary.passedALimit());
+  EXPECT_FALSE(resultOf(summary.last()).passedABudget());
   EXPECT_NE(tableOf(summary).find("limit 41.001                    kept\n"), std::string::npos)
       << tableOf(summary);
 }
 
 TEST_F(SummaryLimitTest, IsKeptByATemperatureOnIt) {
   playAt(41000);
-  EXPECT_FALSE(summary.passedALimit());
+  EXPECT_FALSE(resultOf(summary.last()).passedABudget());
 }
 
 TEST_F(SummaryLimitTest, IsPassedByATemperatureAboveIt) {
   playAt(40999);
-  EXPECT_TRUE(summary.passedALimit());
+  EXPECT_TRUE(resultOf(summary.last()).passedABudget());
   EXPECT_NE(tableOf(summary).find("passed for 0:03:00\n"), std::string::npos) << tableOf(summary);
 }
 
@@ -196,7 +198,7 @@ TEST_F(SummaryLimitTest, IsToldOfTheSensorAndOfItsNodeApart) {
   summary.temperature(0, 0, 30000);
   summary.temperature(0, 1, 52700);
   summary.end(60000, {});
-  EXPECT_TRUE(summary.passedALimit());
+  EXPECT_TRUE(resultOf(summary.last()).passedABudget());
   EXPECT_EQ(tableOf(summary), "                                                   day\n"
                               "run              duration, h:mm:ss             0:01:00\n"
                               "battery          peak, degrees C                  30.0\n"
@@ -212,10 +214,10 @@ TEST_F(SummaryLimitTest, IsNotKeptByASensorWithoutASample) {
   run.hold(run.sensors[0], limitOf(45000));
   summary.begin(run);
   summary.end(1000, {});
-  EXPECT_FALSE(summary.passedALimit());
+  EXPECT_FALSE(resultOf(summary.last()).passedABudget());
   EXPECT_NE(tableOf(summary).find("limit 45           no sample\n"), std::string::npos)
       << tableOf(summary);
-  EXPECT_EQ(summary.unjudged(),
+  EXPECT_EQ(summary.last().unjudged(),
             std::vector<std::string>{"day: skin never had a sample: nobody knows whether its limit "
                                      "was kept"});
 }
@@ -229,14 +231,14 @@ TEST_F(SummaryLimitTest, IsNotKeptWhereTheDaemonStoodStill) {
   summary.end(10000, {});
   EXPECT_NE(tableOf(summary).find("limit 45           not judged\n"), std::string::npos)
       << tableOf(summary);
-  EXPECT_EQ(summary.unjudged(),
+  EXPECT_EQ(summary.last().unjudged(),
             std::vector<std::string>{"day: the daemon stood still from 0:00:02 on: no limit is "
                                      "kept by what samples and decides nothing"});
 }
 
 TEST_F(SummaryLimitTest, NothingIsLeftUnjudgedInAnOrdinaryRun) {
   playAt(40999);
-  EXPECT_TRUE(summary.unjudged().empty());
+  EXPECT_TRUE(summary.last().unjudged().empty());
 }
 
 TEST(SummaryTest, HasARowForEachBudgetBelowWhatItIsOf) {
@@ -247,7 +249,7 @@ TEST(SummaryTest, HasARowForEachBudgetBelowWhatItIsOf) {
   for (const char* text : {"changes:cpu<=0.1/min", "work:cores=70%", "work:camera=50%"})
     run.hold(*readRequirement(text).budget);
   play(summary, run);
-  EXPECT_TRUE(summary.passedALimit());
+  EXPECT_TRUE(resultOf(summary.last()).passedABudget());
   EXPECT_EQ(tableOf(summary), "                                                          day\n"
                               "run     duration, h:mm:ss                             0:10:00\n"
                               "skin    peak, degrees C                                  41.0\n"

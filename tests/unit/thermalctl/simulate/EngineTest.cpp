@@ -320,4 +320,20 @@ TEST_F(EngineTest, TheSameInputGivesTheSameTrace) {
   EXPECT_NE(run().temperatures, first.temperatures);
 }
 
+TEST_F(EngineTest, CountsTheMomentsAtWhichTheDaemonWakes) {
+  const auto wakeups = [this] {
+    RecordedTrace trace;
+    const std::vector<RunInput> runs = files.read();
+    Engine engine(runs.at(0), trace, {[](int64_t) {}, [](int64_t, const std::string&) {}});
+    engine.run();
+    return engine.wakeups();
+  };
+  files.request.duration = 9000;
+  // Whoever else is due is so on the sensor's moments.
+  EXPECT_EQ(wakeups(), 90U);
+  // The sensor's 30 and the scenario thread's 9, of which three are the same.
+  files.environment.replace(files.environment.find("100"), 3, "300");
+  EXPECT_EQ(wakeups(), 36U);
+}
+
 } // namespace

@@ -1,0 +1,133 @@
+#include "study/Baseline.h"
+
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/SysfsDir.h"
+
+namespace {
+
+class BaselineTest : public testing::Test {
+protected:
+  // A run with a peak and a limit.
+  static RunResult runOf(double peak, const std::string& verdict, uint64_t seed = 1) {
+    RunResult result;
+    result.name = "seed " + std::to_string(seed);
+    result.identity = {
+        {"run", result.name}, {"configuration", "day.conf"}, {"workload", "game"}, {"seed", seed}};
+    result.figures = {{"seconds", 3600.0},
+                      {"temperatures", {{"skin", {{"peak", peak}}}}},
+                      {"budgets", RunResult::Json::object()}};
+    if (!verdict.empty())
+      result.figures["budgets"]["skin=44.5C"] = {{"verdict", verdict}, {"above_s", 0.0}};
+    return result;
+  }
+
+  std::string fileOf(const std::vector<RunResult>& results) {
+    std::ostringstream out;
+    writeResults(results, out);
+    return folder.write("results.json", out.str());
+  }
+
+  // Compares, and keeps what is printed without the file's path.
+  bool isWorse(const std::vector<RunResult>& before, const std::vector<RunResult>& now) {
+    const std::string path = fileOf(before);
+    const auto baseline = Baseline::read(path, problems);
+    EXPECT_TRUE(baseline);
+    std::ostringstream out;
+    const bool worse = baseline && baseline->compare(now, usualTolerances(), out);
+    text = out.str();
+    const size_t at = text.find(path);
+    if (at != std::string::npos) text.replace(at, path.size(), "FILE");
+    return worse;
+  }
+
+  std::string wrong(const std::string& content) {
+    problems = Problems();
+    const std::string path = folder.write("results.json", content);
+    EXPECT_FALSE(Baseline::read(path, problems)) << content;
+    std::ostringstream out;
+    problems.print(out);
+    return out.str().substr(path.size());
+  }
+
+  SysfsDir folder;
+  Problems problems;
+  std::string text;
+};
+
+TEST_F(BaselineTest, SaysThatNothingHasChanged) {
+  EXPECT_FALSE(isWorse({runOf(42, "kept")}, {runOf(42.04, "kept")}));
+  EXPECT_EQ(text, "\nnothing has changed against FILE\n");
+}
+
+TEST_F(BaselineTest, ShowsWhatHasChangedByMoreThanItsTolerance) {
+  EXPECT_FALSE(isWorse({runOf(42, "kept"), runOf(41, "kept", 2)},
+                       {runOf(42.5, "kept"), runOf(41, "kept", 2)}));
+  EXPECT_EQ(text, "\nchanged against FILE\n"
+                  "run     figure                  before   now  difference\n"
+                  "seed 1  temperatures.skin.peak      42  42.5        +0.5\n");
+}
+
+TEST_F(BaselineTest, AVerdictIsWorseWhereSomethingIsNotKeptAnyMore) {
+  EXPECT_TRUE(isWorse({runOf(44, "kept")}, {runOf(45, "passed")}));
+  EXPECT_EQ(text, "\nchanged against FILE\n"
+                  "run     figure                  before     now  difference\n"
+                  "seed 1  temperatures.skin.peak      44      45          +1\n"
+                  "        skin=44.5C                kept  passed       worse\n");
+  EXPECT_TRUE(isWorse({runOf(44, "kept")}, {runOf(44, "unjudged")}));
+  EXPECT_TRUE(isWorse({runOf(44, "unjudged")}, {runOf(44, "passed")}));
+  EXPECT_TRUE(isWorse({runOf(44, "kept")}, {runOf(44, "")}));
+  EXPECT_NE(text.find("skin=44.5C    kept  not asked for       worse\n"), std::string::npos)
+      << text;
+}
+
+TEST_F(BaselineTest, AVerdictIsNotWorseWhereItIsBetterOrNew) {
+  EXPECT_FALSE(isWorse({runOf(44, "passed")}, {runOf(44, "kept")}));
+  EXPECT_NE(text.find("skin=44.5C  passed  kept\n"), std::string::npos) << text;
+  EXPECT_FALSE(isWorse({runOf(44, "passed")}, {runOf(44, "passed")}));
+  EXPECT_FALSE(isWorse({runOf(44, "")}, {runOf(44, "passed")}));
+}
+
+TEST_F(BaselineTest, CountsTheRunsThatOnlyOneOfThemHas) {
+  EXPECT_FALSE(isWorse({runOf(44, "kept", 1), runOf(44, "kept", 2), runOf(44, "kept", 3)},
+                       {runOf(44, "kept", 3), runOf(44, "passed", 4)}));
+  EXPECT_EQ(text, "\nnothing has changed against FILE\n"
+                  "not in it: 1 run\n"
+                  "only in it: 2 runs\n");
+}
+
+TEST_F(BaselineTest, ATornFileIsToldWhereItEnds) {
+  const std::string whole = R"({"format": "thermalctl results", "version": 1, "runs": [)"
+                            "\n{\"run\": \"day";
+  EXPECT_EQ(wrong(whole), ":2:13: error: is no whole JSON from here on\n"
+                          "    2 | {\"run\": \"day\n"
+                          "      |             ^\n"
+                          "      hint: --against takes a results.json of thermalctl simulate; this "
+                          "one is torn, or another file\n");
+  EXPECT_NE(wrong("").find("is no whole JSON"), std::string::npos);
+  EXPECT_NE(wrong("run,verdict\n").find(":1:1: error: is no whole JSON"), std::string::npos);
+}
+
+TEST_F(BaselineTest, AForeignFileIsNone) {
+  for (const char* content : {"{}", "[]", "3", R"({"format": "other", "version": 1, "runs": []})",
+                              R"({"displayTimeUnit":"ms","traceEvents":[]})"})
+    EXPECT_NE(wrong(content).find("holds no results of thermalctl"), std::string::npos) << content;
+  EXPECT_NE(wrong(R"({"format": "thermalctl results", "runs": []})").find("does not say which"),
+            std::string::npos);
+  EXPECT_NE(wrong(R"({"format": "thermalctl results", "version": 1})").find("no list 'runs'"),
+            std::string::npos);
+  EXPECT_NE(wrong(R"({"format": "thermalctl results", "version": 1, "runs": [{"run": "log"}]})")
+                .find("run 1 of 1 has no configuration, workload and seed"),
+            std::string::npos);
+}
+
+TEST_F(BaselineTest, ANewerVersionIsRefused) {
+  EXPECT_EQ(wrong(R"({"format": "thermalctl results", "version": 2, "runs": []})"),
+            ": error: holds results of version 2, and this thermalctl knows them up to 1\n"
+            "      hint: take the thermalctl that wrote it, or a newer one\n");
+}
+
+} // namespace

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "command/BudgetOptions.h"
+#include "command/CommandLine.h"
+#include "command/OutputOptions.h"
+#include "study/Study.h"
+#include "study/Tolerances.h"
+#include "toml/Problems.h"
+
+// What the user of "simulate" gives.
+struct SimulateOptions {
+  std::string board;
+  std::string study;
+  std::string environment;
+  std::vector<std::string> configurations;
+  std::string plant;
+  std::vector<std::string> workloads;
+  std::string duration;
+  std::vector<std::string> seeds;
+  uint64_t jobs = std::max(1U, std::thread::hardware_concurrency());
+  BudgetOptions budgets;
+  OutputOptions outputs;
+  std::string against;
+  std::vector<std::string> tolerances;
+};
+
+// What it comes to, with the study's file and the board's folder for the rest.
+//
+// Errors: as far as it can be read; the rest is told.
+struct AskedStudy {
+  StudyRequest request;
+  Tolerances tolerances;
+};
+
+void addSimulateOptions(CommandLine& line, SimulateOptions& options);
+AskedStudy readAskedStudy(const SimulateOptions& options, Problems& problems);

@@ -1,0 +1,219 @@
+#include "study/Baseline.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <set>
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "base/TextReader.h"
+#include "text/Characters.h"
+#include "text/Columns.h"
+#include "text/Phrases.h"
+
+namespace {
+
+using Json = RunResult::Json;
+
+constexpr std::array<const char*, 3> kIdentity = {"configuration", "workload", "seed"};
+constexpr char kBudgets[] = "budgets.";
+constexpr char kVerdict[] = ".verdict";
+constexpr char kNotAsked[] = "not asked for";
+
+std::string shown(const Json& value) {
+  if (value.is_null()) return "-";
+  if (value.is_string()) return value.get<std::string>();
+  return value.is_number() ? fmt::format("{:g}", value.get<double>()) : value.dump();
+}
+
+// Which of the earlier runs it is.
+std::string keyOf(const Json& row) {
+  std::string key;
+  for (const char* part : kIdentity)
+    key += (key.empty() ? "" : ", ") +
+           (row.at(part).is_string() ? row.at(part).get<std::string>() : row.at(part).dump());
+  return key;
+}
+
+bool hasIdentity(const Json& row) {
+  return row.is_object() && row.contains("configuration") && row.at("configuration").is_string() &&
+         row.contains("workload") && row.at("workload").is_string() && row.contains("seed") &&
+         row.at("seed").is_number_unsigned();
+}
+
+bool isVerdict(const std::string& figure) {
+  return figure.rfind(kBudgets, 0) == 0 && figure.size() > std::size(kVerdict) &&
+         figure.compare(figure.size() - std::size(kVerdict) + 1, std::string::npos, kVerdict) == 0;
+}
+
+// The worse, the higher.
+int rankOf(const std::string& verdict) {
+  if (verdict == "kept") return 0;
+  return verdict == "unjudged" || verdict == kNotAsked ? 1 : 2;
+}
+
+// The last word of a figure's name; a budget has points of its own.
+std::string leafOf(const std::string& figure) {
+  return figure.substr(figure.rfind('.') + 1);
+}
+
+Position positionOf(const std::string& text, size_t byte) {
+  const std::string before = text.substr(0, std::min(byte, text.size()));
+  const auto lines = std::count(before.begin(), before.end(), '\n');
+  const size_t start = before.rfind('\n') + 1; // 0 where there is none
+  return {static_cast<int>(lines) + 1, static_cast<int>(before.size() - start) + 1};
+}
+
+// What is wrong with a whole JSON text; nothing if it is one that this program reads.
+std::optional<Problem> problemOf(const Json& json, const std::string& path) {
+  const std::string hint = "--against takes a results.json of thermalctl simulate";
+  if (!json.is_object() || !json.contains("format") || json.at("format") != kResultsFormat)
+    return Problem{path, {}, "holds no results of thermalctl", hint};
+  if (!json.contains("version") || !json.at("version").is_number_integer())
+    return Problem{path, {}, "does not say which version of results it holds", hint};
+  const int version = json.at("version").get<int>();
+  if (version > kResultsVersion)
+    return Problem{path,
+                   {},
+                   fmt::format("holds results of version {}, and this thermalctl knows them up to "
+                               "{}",
+                               version, kResultsVersion),
+                   "take the thermalctl that wrote it, or a newer one"};
+  if (!json.contains("runs") || !json.at("runs").is_array())
+    return Problem{path, {}, "has no list 'runs'", hint};
+  const Json& runs = json.at("runs");
+  for (size_t i = 0; i < runs.size(); ++i) {
+    if (!hasIdentity(runs[i]))
+      return Problem{
+          path,
+          {},
+          fmt::format("run {} of {} has no configuration, workload and seed", i + 1, runs.size()),
+          "it comes of thermalctl plot, or it has been edited: run simulate again"};
+  }
+  return std::nullopt;
+}
+
+class Comparer {
+public:
+  Comparer(const Tolerances& tolerances_, std::vector<std::vector<std::string>>& rows_)
+      : tolerances(tolerances_), rows(rows_) {}
+
+  void compare(const std::string& run_, const std::map<std::string, Json>& before,
+               const FlatRow& now) {
+    run = run_;
+    std::set<std::string> seen;
+    for (const auto& [figure, value] : now) {
+      seen.insert(figure);
+      const auto earlier = before.find(figure);
+      if (isVerdict(figure))
+        compareVerdicts(figure, earlier == before.end() ? kNotAsked : shown(earlier->second),
+                        shown(value));
+      else if (earlier != before.end())
+        compareFigures(figure, earlier->second, value);
+    }
+    for (const auto& [figure, value] : before) {
+      if (isVerdict(figure) && seen.count(figure) == 0)
+        compareVerdicts(figure, shown(value), kNotAsked);
+    }
+  }
+
+  bool worse = false;
+
+private:
+  void compareVerdicts(const std::string& figure, const std::string& before,
+                       const std::string& now) {
+    if (before == now) return;
+    const bool isWorse = before != kNotAsked && rankOf(now) > rankOf(before);
+    worse |= isWorse;
+    const size_t start = std::size(kBudgets) - 1;
+    const std::string budget =
+        figure.substr(start, figure.size() - start - std::size(kVerdict) + 1);
+    add(budget, before, now, isWorse ? "worse" : "");
+  }
+
+  void compareFigures(const std::string& figure, const Json& before, const Json& now) {
+    const auto tolerance = tolerances.find(leafOf(figure));
+    if (tolerance == tolerances.end() || before == now) return;
+    const bool areNumbers = before.is_number() && now.is_number();
+    const double a = areNumbers ? before.get<double>() : 0;
+    const double b = areNumbers ? now.get<double>() : 0;
+    if (areNumbers && tolerance->second.allows(a, b)) return;
+    add(figure, shown(before), shown(now), areNumbers ? fmt::format("{:+g}", b - a) : "");
+  }
+
+  void add(const std::string& figure, const std::string& before, const std::string& now,
+           const std::string& difference) {
+    rows.push_back({run, figure, before, now, difference});
+    run.clear(); // stands in its first row alone
+  }
+
+  const Tolerances& tolerances;
+  std::vector<std::vector<std::string>>& rows;
+  std::string run;
+};
+
+} // namespace
+
+std::optional<Baseline> Baseline::read(const std::string& path, Problems& problems) {
+  errno = 0;
+  const std::optional<std::string> text = readFile(path);
+  if (!text) {
+    problems.add({path, {}, "cannot be read: " + std::generic_category().message(errno)});
+    return std::nullopt;
+  }
+  problems.read(path, *text);
+  Json json;
+  try {
+    json = Json::parse(*text);
+  } catch (const Json::parse_error& error) {
+    const Position at = positionOf(*text, error.byte > 0 ? error.byte - 1 : 0);
+    problems.add({path,
+                  {at, 1},
+                  "is no whole JSON from here on",
+                  "--against takes a results.json of thermalctl simulate; this one is torn, or "
+                  "another file"});
+    return std::nullopt;
+  }
+  if (const auto problem = problemOf(json, path)) {
+    problems.add(*problem);
+    return std::nullopt;
+  }
+  Baseline baseline;
+  baseline.path = path;
+  for (const Json& row : json.at("runs")) {
+    const FlatRow flat = flattened(row);
+    baseline.runs.push_back({keyOf(row), {flat.begin(), flat.end()}});
+  }
+  return baseline;
+}
+
+bool Baseline::compare(const std::vector<RunResult>& results, const Tolerances& tolerances,
+                       std::ostream& out) const {
+  std::vector<std::vector<std::string>> rows = {{"run", "figure", "before", "now", "difference"}};
+  Comparer comparer(tolerances, rows);
+  size_t unknown = 0;
+  for (const RunResult& result : results) {
+    const std::string key = keyOf(result.identity);
+    const auto is = [&key](const Run& run) { return run.key == key; };
+    const auto earlier = std::find_if(runs.begin(), runs.end(), is);
+    if (earlier == runs.end())
+      ++unknown;
+    else
+      comparer.compare(result.name, earlier->figures, flattened(result.row()));
+  }
+  out << '\n';
+  if (rows.size() == 1)
+    out << "nothing has changed against " << visible(path) << '\n';
+  else
+    out << "changed against " << visible(path) << '\n';
+  if (rows.size() > 1) {
+    for (const std::string& line : inColumns(rows, 2))
+      out << line << '\n';
+  }
+  if (unknown > 0) out << "not in it: " << counted(unknown, "run") << '\n';
+  const size_t known = results.size() - unknown;
+  if (runs.size() > known) out << "only in it: " << counted(runs.size() - known, "run") << '\n';
+  return comparer.worse;
+}
