@@ -12,6 +12,7 @@
 #include "base/Names.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/PageOrigin.h"
 #include "command/Verdict.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
@@ -205,7 +206,11 @@ ExitStatus runSimulation(const Options& options) {
   if (!options.out.empty()) {
     const std::string title = fs::path(request.workload).stem().string() + " on " +
                               fs::absolute(request.environment).parent_path().filename().string();
-    if (const auto error = report.writeTo(options.out, title))
+    std::vector<std::string> files = inputs.configurations;
+    files.insert(files.begin(), request.environment);
+    files.insert(files.end(), {request.plant, request.workload});
+    const Provenance origin = originOf(files, std::to_string(request.seed));
+    if (const auto error = report.writeTo(options.out, title, origin))
       return complain(kCouldNotRun, *error);
   }
   simulate(inputs.runs, report);

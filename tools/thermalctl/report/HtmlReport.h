@@ -2,22 +2,30 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "report/Envelope.h"
+#include "report/Provenance.h"
 #include "report/Series.h"
+#include "report/TimeAtValue.h"
 #include "trace/Trace.h"
 
 // The runs laid over each other in one page that needs nothing else: no network, no other file.
 //
 // Shape:  nothing is written before `write`.
-// Memory: bounded, however long the runs are (see Series).
+// Memory: bounded, however long the runs are, and however many: all temperatures share one room.
+// Size:   kPageBytes at most, but for what lists of thousands of names take.
 // Errors: left in the stream. Bytes that are not UTF-8 are replaced.
 class HtmlReport : public TraceSink {
 public:
-  explicit HtmlReport(std::string title_) : title(std::move(title_)) {}
+  static constexpr size_t kPageBytes = 4'900'000;
+
+  HtmlReport(std::string title_, Provenance origin_)
+      : title(std::move(title_)), origin(std::move(origin_)) {}
 
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
@@ -29,7 +37,8 @@ public:
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
-  void write(std::ostream& out) const;
+  // What does not fit into the page is thinned for it.
+  void write(std::ostream& out);
 
 private:
   // The course of a name, as the index of the name in force.
@@ -39,19 +48,25 @@ private:
     std::vector<std::string> names;
     Series indices;
   };
+  // How a temperature keeps to its limit.
+  struct Watch {
+    TimeAtValue record;
+    std::optional<int64_t> firstAbove; // in milliseconds
+  };
   using Gaps = std::vector<std::pair<int64_t, int64_t>>; // from, to; in milliseconds
   struct Run {
-    explicit Run(const TraceDescription& description_)
-        : description(description_), temperatures(description_.sensors.size()),
+    Run(const TraceDescription& description_, size_t samples)
+        : description(description_), temperatures(description_.sensors.size(), Envelope(samples)),
           levels(description_.devices.size()), algorithms(description_.algorithms.size()),
           sensorGaps(description_.sensors.size()) {}
 
     TraceDescription description;
-    std::vector<Series> temperatures; // of each sensor
-    std::vector<Series> levels;       // of each device
-    std::vector<Series> algorithms;   // of each algorithm
-    std::vector<Gaps> sensorGaps;     // of each sensor alone
-    Gaps gaps;                        // of everything
+    std::vector<Envelope> temperatures; // of each sensor
+    std::vector<Series> levels;         // of each device
+    std::vector<Series> algorithms;     // of each algorithm
+    std::map<size_t, Watch> limited;    // of each sensor with a limit
+    std::vector<Gaps> sensorGaps;       // of each sensor alone
+    Gaps gaps;                          // of everything
     NameSeries scenarios;
     NameSeries configurations;
     std::vector<Performance> performance;
@@ -60,7 +75,11 @@ private:
   };
 
   static std::string asJson(const Run& run);
+  template <typename Visit> void forEachCourse(Visit visit);
+  // Each run as text, all of them within the room that the page has.
+  std::vector<std::string> fitting();
 
   std::string title;
+  Provenance origin;
   std::deque<Run> runs;
 };

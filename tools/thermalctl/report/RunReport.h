@@ -24,7 +24,7 @@ class RunReport : public TraceSink {
 public:
   // Makes the directory, if need be, and begins the files. Returns what stands in the way.
   std::optional<std::string> writeTo(const std::filesystem::path& directory,
-                                     const std::string& title);
+                                     const std::string& title, const Provenance& origin);
   // Ends the files and puts them in their places. Returns what went wrong with them.
   std::optional<std::string> finish();
 
@@ -59,7 +59,8 @@ public:
 
 private:
   struct Files {
-    Files(const std::filesystem::path& directory, const std::string& title);
+    Files(const std::filesystem::path& directory, const std::string& title,
+          const Provenance& origin);
 
     OutputFiles outputs;
     CsvTrace csv;

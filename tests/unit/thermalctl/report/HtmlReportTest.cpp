@@ -1,6 +1,9 @@
 #include "report/HtmlReport.h"
 
+#include <set>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -9,21 +12,39 @@ namespace {
 
 class HtmlReportTest : public ::testing::Test {
 protected:
-  std::string page() const {
+  std::string page() {
     std::ostringstream out;
     report.write(out);
     return out.str();
   }
 
-  nlohmann::json data() const {
+  nlohmann::json data() {
     const std::string html = page();
     const std::string start = "id=\"data\">";
     const size_t from = html.find(start) + start.size();
     return nlohmann::json::parse(html.substr(from, html.find("</script>", from) - from));
   }
 
-  HtmlReport report{"a <b> & c"};
+  HtmlReport report{
+      "a <b> & c", {"thermalctl plot 'a b'", "1.0", "2024-01-30T14:03:20Z", "", {{"a b", "0a1b"}}}};
 };
+
+// A run of a day with that many sensors, each with a noise of a degree, which one may be alone in.
+void playNoisyDay(HtmlReport& report, size_t sensors, int64_t period) {
+  TraceDescription run;
+  for (size_t i = 0; i < sensors; ++i)
+    run.sensors.push_back({"s" + std::to_string(i), SensorTrack::Kind::kReal, {}, {}});
+  report.begin(run);
+  constexpr int64_t kDay = 24 * 3600 * 1000;
+  uint32_t noise = 1;
+  for (int64_t time = 0; time < kDay; time += period) {
+    for (size_t i = 0; i < sensors; ++i) {
+      noise = noise * 1664525 + 1013904223;
+      report.temperature(time, i, 40000 + static_cast<int32_t>(noise >> 22));
+    }
+  }
+  report.end(kDay, {});
+}
 
 TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   TraceDescription run;
@@ -52,7 +73,7 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   EXPECT_EQ(data()["runs"], nlohmann::json::parse(R"([{
       "name": "day", "duration": 1000, "standstill": 800, "gaps": [],
       "sensors": [{"name": "skin", "kind": "virtual", "period": 1000, "limit": 43000,
-                   "points": "0Pe", "thinned": false}],
+                   "points": "0Pe", "stretch": 1, "peak": 15, "above": 0, "firstAbove": null}],
       "devices": [{"name": "gpu", "kind": "gpufreq", "levels": ["850", "760"],
                    "points": "0PC", "thinned": false}],
       "algorithms": [{"name": "cap", "configuration": "day.conf", "scenario": "Default",
@@ -105,17 +126,84 @@ TEST_F(HtmlReportTest, NeedsNothingFromElsewhere) {
     EXPECT_EQ(html.find(reference), std::string::npos) << reference;
 }
 
-TEST_F(HtmlReportTest, DoesNotGrowWithTheLengthOfARun) {
+TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverLongARunIs) {
   TraceDescription run;
   run.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, {}});
   report.begin(run);
-  for (int64_t i = 0; i < 500000; ++i)
-    report.temperature(i * 250, 0, static_cast<int32_t>(i * 7919 % 60000));
-  report.end(int64_t{500000} * 250, {});
-  const nlohmann::json sensor = data()["runs"][0]["sensors"][0];
-  EXPECT_TRUE(sensor["thinned"]);
-  // Two numbers a point, of at most seven digits.
-  EXPECT_LT(sensor["points"].get<std::string>().size(), Series::kCapacity * 14);
+  // As wild as can be, so that each number is long.
+  for (int64_t i = 0; i < 2000000; ++i)
+    report.temperature(i * 250, 0, static_cast<int32_t>(i * 7919 % 60000) * 30000);
+  report.end(int64_t{2000000} * 250, {});
+  EXPECT_LT(page().size(), 5'000'000u);
+  EXPECT_GT(page().size(), 1'000'000u);
+  EXPECT_GT(data()["runs"][0]["sensors"][0]["stretch"], 1);
+}
+
+TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverManySensorsAndRunsThereAre) {
+  for (int i = 0; i < 5; ++i)
+    playNoisyDay(report, 512, 60000);
+  EXPECT_LT(page().size(), 5'000'000u);
+  // All runs have the same share.
+  std::set<int64_t> stretches;
+  const nlohmann::json written = data();
+  for (const auto& run : written["runs"]) {
+    for (const auto& sensor : run["sensors"])
+      stretches.insert(sensor["stretch"].get<int64_t>());
+  }
+  EXPECT_EQ(stretches.size(), 1u);
+  EXPECT_LE(*stretches.rbegin(), 20 * 60000);
+}
+
+TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverOftenLevelsChange) {
+  TraceDescription run;
+  run.devices.resize(300);
+  report.begin(run);
+  for (int64_t i = 0; i < 16000; ++i) {
+    for (size_t device = 0; device < run.devices.size(); ++device)
+      report.level(i * 250, device, static_cast<int32_t>(i * i % 31), "");
+  }
+  report.end(int64_t{16000} * 250, {});
+  EXPECT_LT(page().size(), 5'000'000u);
+  EXPECT_TRUE(data()["runs"][0]["devices"][0]["thinned"]);
+}
+
+TEST_F(HtmlReportTest, HasADayOfAPhoneToTheSecond) {
+  playNoisyDay(report, 10, 250);
+  EXPECT_LE(data()["runs"][0]["sensors"][0]["stretch"], 2048);
+  EXPECT_LT(page().size(), 5'000'000u);
+}
+
+TEST_F(HtmlReportTest, TellsHowALimitWasKeptBeforeAnythingIsThinned) {
+  TraceDescription run;
+  run.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, 43000});
+  run.sensors.push_back({"case", SensorTrack::Kind::kPlantNode, {}, 43000});
+  report.begin(run);
+  for (const auto& [time, value] : std::vector<std::pair<int64_t, int32_t>>{
+           {0, 42000}, {1000, 43001}, {2000, 44500}, {3500, 43000}})
+    report.temperature(time, 0, value);
+  report.end(5000, {});
+  const nlohmann::json sensors = data()["runs"][0]["sensors"];
+  EXPECT_EQ(sensors[0]["peak"], 44500);
+  EXPECT_EQ(sensors[0]["above"], 2500);
+  EXPECT_EQ(sensors[0]["firstAbove"], 1000);
+  EXPECT_FALSE(sensors[1].contains("peak"));
+}
+
+TEST_F(HtmlReportTest, CountsNoGapAsTimeAboveALimit) {
+  TraceDescription run;
+  run.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, 43000});
+  report.begin(run);
+  report.temperature(0, 0, 44000);
+  report.gap(1000, 9000, std::nullopt);
+  report.end(10000, {});
+  EXPECT_EQ(data()["runs"][0]["sensors"][0]["above"], 2000);
+}
+
+TEST_F(HtmlReportTest, TellsWhereItComesFrom) {
+  EXPECT_EQ(data()["origin"],
+            nlohmann::json::parse(R"({"command": "thermalctl plot 'a b'", "version": "1.0",
+                "date": "2024-01-30T14:03:20Z", "seed": "",
+                "inputs": [{"path": "a b", "sha256": "0a1b"}]})"));
 }
 
 TEST_F(HtmlReportTest, HasTheGapsOfARunAndThoseOfOneSensor) {

@@ -73,6 +73,20 @@ TEST(SeriesTest, KeepsTheLastOfManyChangesAtOneTime) {
   EXPECT_LE(series.points().size(), 8u);
 }
 
+TEST(SeriesTest, KeepsAnOutlineOfWhatItHadWhenItsRoomShrinks) {
+  Series series(64);
+  for (int32_t i = 0; i < 60; ++i)
+    series.add(i * 1000, i == 17 ? 99 : i % 2);
+  series.limitTo(100);
+  EXPECT_EQ(series.size(), 60u);
+  series.limitTo(20);
+  EXPECT_LE(series.size(), 20u);
+  EXPECT_TRUE(series.thinned());
+  EXPECT_EQ(series.points().back().time, 59000);
+  const auto kept = pairsOf(series.points());
+  EXPECT_EQ(std::count(kept.begin(), kept.end(), std::pair<int64_t, int32_t>{17000, 99}), 1);
+}
+
 TEST(SeriesTest, IsEncodedAsDifferencesWhoseLowestBitIsTheSign) {
   struct Case {
     Points points;
