@@ -38,8 +38,11 @@ function pan(share, [from, to] = view.window) {
 }
 
 let redrawAsked = false;
+let isLayoutStale = true;
+let isTableStale = true;
 function redraw() {
   for (const lane of lanes) lane.isStale = true;
+  isLayoutStale = isTableStale = true;
   askToDraw();
 }
 
@@ -54,18 +57,20 @@ function askToDraw() {
 
 // What is far from the window of the browser is drawn when it comes near.
 function drawAll() {
-  for (const lane of lanes) lane.layOut();
+  if (isLayoutStale) for (const lane of lanes) lane.layOut();
+  isLayoutStale = false;
   for (const lane of lanes) {
     if (lane.isStale && (lane.isNear || view.onPaper)) lane.draw();
   }
   showCursor();
+  if (isTableStale) showValuesTable();
 }
 
 const laneOf = new Map();
 const nearness = new IntersectionObserver((entries) => {
   for (const { target, isIntersecting } of entries) laneOf.get(target).isNear = isIntersecting;
   askToDraw();
-}, { rootMargin: '300px 0px' });
+}, { rootMargin: '200px 0px' });
 
 // ---- Charts
 
@@ -88,6 +93,7 @@ class Lane {
     this.section = element('section', { className: `lane ${kind}` }, this.header, this.frame);
     this.section.dataset.lane = `${kind}:${name}`;
     this.plot.setAttribute('role', 'img');
+    this.plot.setAttribute('aria-label', name); // until it is drawn
     laneOf.set(this.section, this);
   }
 
@@ -386,8 +392,8 @@ class TemperatureLane extends Lane {
     context.globalAlpha = 0.8;
     for (const { run, reached, stretches } of thresholds) {
       // Runs with one level at one time take turns along their line.
-      const sharing = [...new Set(thresholds.filter((one) => one.reached === reached && common(one.stretches, stretches).length)
-        .map((one) => one.run))];
+      const sharing = [...new Set(thresholds.filter((one) => one.reached === reached &&
+        2 * lengthOf(common(one.stretches, stretches)) > lengthOf(stretches)).map((one) => one.run))];
       context.setLineDash(sharing.length > 1 ? [5, 5 * (sharing.length - 1)] : [4, 3]);
       context.lineDashOffset = -5 * sharing.indexOf(run);
       context.strokeStyle = colourOf(run);
@@ -655,11 +661,14 @@ function setText(context, font, textAlign, textBaseline = 'bottom') {
   Object.assign(context, { font: `${font} ${styleOf('--font')}`, textAlign, textBaseline });
 }
 
+const sharedLayer = element('canvas').getContext('2d');
+
 // Paints what may overlap so that at no place more than one of it shows: the first.
 function paintApart(context, area, alpha, painters) {
   const { canvas } = context;
   const ratio = canvas.width / (canvas.clientWidth || canvas.width);
-  const layer = element('canvas', { width: canvas.width, height: canvas.height }).getContext('2d');
+  const layer = sharedLayer;
+  Object.assign(layer.canvas, { width: canvas.width, height: canvas.height }); // which empties it
   layer.scale(ratio, ratio);
   layer.beginPath();
   layer.rect(area.x, area.y, area.w, area.h);

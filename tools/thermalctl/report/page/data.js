@@ -133,6 +133,8 @@ function common(some, others) {
   return both;
 }
 
+const lengthOf = (stretches) => stretches.reduce((sum, { from, to }) => sum + to - from, 0);
+
 function extremeOf(values, isBetter, start) {
   return values.reduce((best, value) => (isBetter(value, best) ? value : best), start);
 }

@@ -7,7 +7,7 @@ const closer = document.querySelector('.closer');
 
 // The part of the page, from left to right, in which all charts draw.
 function plotArea() {
-  const { graph } = lanes.find((lane) => lane.kind === 'time');
+  const { graph } = lanes[lanes.length - 1]; // the axis
   const area = graph.getArea();
   return { left: area.x, width: area.w };
 }
@@ -43,10 +43,11 @@ function spokenValues() {
   return element('span', { className: 'unseen', textContent: `. ${texts.join('; ')}` });
 }
 
+const coarsest = Math.max(1, ...runs.flatMap((run) => run.sensors.map((sensor) => sensor.stretch)));
+
 // Where the page holds less than the browser could show.
 function showHowToLookCloser() {
   const [from, to] = view.window;
-  const coarsest = Math.max(...runs.flatMap((run) => run.sensors.map((sensor) => sensor.stretch)));
   const pixel = (to - from) / plotArea().width;
   closer.hidden = coarsest < 4 * pixel;
   if (closer.hidden) return;

@@ -85,12 +85,13 @@ function showVerdict() {
 
 // The price of the cool skin.
 function showWork() {
-  document.querySelector('.work').replaceChildren(...runs.map((run) => {
+  const items = runs.map((run) => {
     const sources = run.performance.filter((source) => source.demanded > 0).sort((a, b) => byNature(a.source, b.source));
     const done = sources.map((source) => element('span', {}, `${source.source} `, element('b', { textContent: workOf(source) })));
-    return element('li', {}, stroke(run), element('b', { textContent: run.name }),
-                   ` ran ${clock(run.duration)}`, ...(done.length ? ['; work done of that asked for: ', ...done] : []));
-  }));
+    return done.length ? element('li', {}, stroke(run), ...(runs.length > 1 ? [element('span', { textContent: run.name })] : []), ...done) : '';
+  }).filter((item) => item);
+  document.querySelector('.work').hidden = !items.length;
+  document.querySelector('.work ul').replaceChildren(...items);
 }
 
 const workOf = (source) => `${((100 * source.delivered) / source.demanded).toFixed(1)} %`;
@@ -140,6 +141,7 @@ const valuesTable = document.querySelector('.at-times');
 
 function showValuesTable() {
   if (!valuesTable.open) return;
+  isTableStale = false;
   const times = timeTicks();
   const rows = lanes.filter((lane) => lane.visible() && lane.tracks.length).flatMap((lane) => lane.shownTracks().map((track) =>
     element('tr', {}, element('th', { scope: 'row', textContent: lane.name + (runs.length > 1 ? `, ${track.run.name}` : '') }),
@@ -196,11 +198,10 @@ function aboutAlgorithm({ run, kind, sensor, devices, scenario }) {
 
 function addGroup(heading, made) {
   if (!made.length) return;
-  charts.append(element('div', { className: 'group' }, ...(heading ? [element('h2', { textContent: heading })] : []),
-                        ...made.map((lane) => lane.section)));
+  charts.append(element('div', { className: 'group' }, element('h2', { textContent: heading }), ...made.map((lane) => lane.section)));
   lanes.push(...made);
   for (const lane of made) nearness.observe(lane.section);
-  addChoices(heading || 'All the time', made);
+  addChoices(heading, made);
 }
 
 function addChoices(heading, made) {
@@ -221,7 +222,7 @@ function buildLanes() {
   if (runs.some((run) => run.scenarios.length)) names.push(new NameLane('Scenario', (run) => run.scenarios));
   if (runs.some((run) => run.configurations.length > 1))
     names.push(new NameLane('Configuration', (run) => run.configurations));
-  addGroup('', names);
+  addGroup('In force', names);
 
   const sensors = runs.flatMap((run) => run.sensors);
   const isNode = (sensor) => sensor.kind === 'plant';
