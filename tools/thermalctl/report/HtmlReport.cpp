@@ -51,7 +51,7 @@ Json describe(const AlgorithmTrack& algorithm) {
 
 void addCourse(Json& track, const Series& course) {
   track["points"] = encoded(course.points());
-  track["thinned"] = course.thinned();
+  track["stretch"] = course.stretch();
 }
 
 void addCourse(Json& track, const Envelope& course) {

@@ -50,12 +50,12 @@ void Series::limitTo(size_t most) {
 }
 
 void Series::thin(size_t most) {
-  Points outline = outlineOf(kept, stretch);
+  Points outline = outlineOf(kept, length);
   while (outline.size() > most) {
     // Stretches begin at multiples of their length, so that a longer one is made of whole shorter
     // ones, and the outline of an outline is that of the points themselves.
-    stretch *= 2;
-    outline = outlineOf(outline, stretch);
+    length *= 2;
+    outline = outlineOf(outline, length);
   }
   kept = std::move(outline);
 }

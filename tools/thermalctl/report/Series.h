@@ -33,13 +33,14 @@ public:
 
   size_t size() const { return kept.size(); }
   const std::vector<Point>& points() const { return kept; }
-  bool thinned() const { return stretch > 1; }
+  // How long each is, in milliseconds; 1 as long as every point is kept.
+  int64_t stretch() const { return length; }
 
 private:
   void thin(size_t most);
 
   size_t capacity;
-  int64_t stretch = 1; // milliseconds
+  int64_t length = 1; // milliseconds
   std::vector<Point> kept;
 };
 

@@ -75,11 +75,11 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
       "sensors": [{"name": "skin", "kind": "virtual", "period": 1000, "limit": 43000,
                    "points": "0Pe", "stretch": 1, "peak": 15, "above": 0, "firstAbove": null}],
       "devices": [{"name": "gpu", "kind": "gpufreq", "levels": ["850", "760"],
-                   "points": "0PC", "thinned": false}],
+                   "points": "0PC", "stretch": 1}],
       "algorithms": [{"name": "cap", "configuration": "day.conf", "scenario": "Default",
                       "kind": "monitor", "sensor": 0, "devices": [0],
                       "thresholds": [[40000, 39000]], "lowactive": false,
-                      "points": "0PC", "thinned": false}],
+                      "points": "0PC", "stretch": 1}],
       "scenarios": {"names": ["Default", "game"], "points": "AA0PCAD"},
       "configurations": {"names": ["day.conf"], "points": "AA"},
       "performance": [{"source": "cores", "demanded": 2.0, "delivered": 1.0}]}])"));
@@ -164,7 +164,7 @@ TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverOftenLevelsChange) {
   }
   report.end(int64_t{16000} * 250, {});
   EXPECT_LT(page().size(), 5'000'000u);
-  EXPECT_TRUE(data()["runs"][0]["devices"][0]["thinned"]);
+  EXPECT_GT(data()["runs"][0]["devices"][0]["stretch"], 1);
 }
 
 TEST_F(HtmlReportTest, HasADayOfAPhoneToTheSecond) {

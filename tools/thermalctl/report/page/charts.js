@@ -440,9 +440,12 @@ class TemperatureLane extends Lane {
     const alarm = styleOf('--alarm');
     const yOf = (temperature) => graph.toDomYCoord(temperature / 1000);
     const area = graph.getArea();
-    // A limit is told even where it is above the chart.
-    const labels = this.limits.map((limit) => ({ text: `limit ${exactDegrees(limit)} °C${yOf(limit) < area.y ? ' ↑' : ''}`,
-                                                 y: Math.max(area.y, yOf(limit)), colours: [], colour: alarm, strong: true }));
+    // A limit is told even where it is above or below the chart.
+    const labels = this.limits.map((limit) => {
+      const y = Math.min(Math.max(area.y, yOf(limit)), area.y + area.h);
+      const arrow = yOf(limit) < y ? ' ↑' : yOf(limit) > y ? ' ↓' : '';
+      return { text: `limit ${exactDegrees(limit)} °C${arrow}`, y, colours: [], colour: alarm, strong: true };
+    });
     const most = Math.floor((sizeOf('--marks') - 16) / 5.8);
     const known = new Map();
     for (const { run, scenario, reached, level, count, stretches } of view.thresholds ? this.thresholdsInForce() : []) {

@@ -43,7 +43,8 @@ function spokenValues() {
   return element('span', { className: 'unseen', textContent: `. ${texts.join('; ')}` });
 }
 
-const coarsest = Math.max(1, ...runs.flatMap((run) => run.sensors.map((sensor) => sensor.stretch)));
+const coarsest = Math.max(1, ...runs.flatMap((run) =>
+  [...run.sensors, ...run.devices, ...run.algorithms].map((track) => track.stretch)));
 
 // Where the page holds less than the browser could show.
 function showHowToLookCloser() {

@@ -198,14 +198,14 @@ function aboutAlgorithm({ run, kind, sensor, devices, scenario }) {
 
 function addGroup(heading, made) {
   if (!made.length) return;
-  charts.append(element('div', { className: 'group' }, element('h2', { textContent: heading }), ...made.map((lane) => lane.section)));
+  charts.append(element('div', { className: 'group' }, element('h2', { textContent: heading, className: heading === 'In force' ? 'unseen' : '' }), ...made.map((lane) => lane.section)));
   lanes.push(...made);
   for (const lane of made) nearness.observe(lane.section);
   addChoices(heading, made);
 }
 
 function addChoices(heading, made) {
-  document.querySelector('.choices').append(element('h2', { textContent: heading }), ...made.map((lane) => {
+  document.querySelector('.choices').append(element('h2', { textContent: heading, className: heading === 'In force' ? 'unseen' : '' }), ...made.map((lane) => {
     const box = element('input', { type: 'checkbox', checked: true });
     box.dataset.lane = lane.section.dataset.lane;
     box.addEventListener('change', () => {
