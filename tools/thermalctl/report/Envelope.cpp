@@ -6,32 +6,28 @@
 
 namespace {
 
-using Stretches = std::vector<Envelope::Stretch>;
-
-// Adds it to the last one, if both lie in one stretch of that length.
-void append(Stretches& stretches, const Envelope::Stretch& added, int64_t length) {
-  if (stretches.empty() || length == 1 || stretches.back().time / length != added.time / length) {
-    stretches.push_back(added);
-    return;
-  }
-  Envelope::Stretch& last = stretches.back();
-  last.sum += added.sum;
-  last.count += added.count;
-  last.low = std::min(last.low, added.low);
-  last.high = std::max(last.high, added.high);
+void join(Envelope::Stretch& stretch, const Envelope::Stretch& added) {
+  stretch.sum += added.sum;
+  stretch.count += added.count;
+  stretch.low = std::min(stretch.low, added.low);
+  stretch.high = std::max(stretch.high, added.high);
 }
 
 } // namespace
 
 int64_t Envelope::Stretch::mean() const {
-  const int64_t half = sum < 0 ? -count / 2 : count / 2;
-  return (sum + half) / count;
+  const int64_t number = count;
+  return (sum + (sum < 0 ? -number : number) / 2) / number;
 }
 
 void Envelope::add(int64_t time, int32_t value) {
-  append(kept, {time, value, 1, value, value}, length);
-  // Down to a half, so that what it costs is spread over as many samples to come.
-  if (kept.size() > capacity) thin(capacity / 2);
+  const Stretch sample{time, value, 1, value, value};
+  if (length > 1 && !kept.empty() && kept.back().time / length == time / length)
+    return join(kept.back(), sample);
+  kept.push_back(sample);
+  // By so much that what it costs is spread over many samples to come, but that stretches of twice
+  // the length are enough.
+  if (kept.size() > capacity) thin(2 * capacity / 3);
 }
 
 void Envelope::limitTo(size_t most) {
@@ -43,10 +39,14 @@ void Envelope::thin(size_t most) {
   while (kept.size() > most) {
     // A longer stretch is made of whole shorter ones.
     length *= 2;
-    Stretches merged;
-    for (const Stretch& stretch : kept)
-      append(merged, stretch, length);
-    kept = std::move(merged);
+    size_t count = 0;
+    for (const Stretch& stretch : kept) {
+      if (count > 0 && kept[count - 1].time / length == stretch.time / length)
+        join(kept[count - 1], stretch);
+      else
+        kept[count++] = stretch;
+    }
+    kept.resize(count);
   }
 }
 

@@ -12,7 +12,7 @@
 //         the mean. The stretches begin at multiples of their length, which grows with the run.
 // Units:  milliseconds since the start of the run, none below 0; the value in the unit of what it
 //         is the course of.
-// Memory: 40 bytes a stretch, and `capacity` stretches at most.
+// Memory: 32 bytes a stretch, and `capacity` stretches at most.
 class Envelope {
 public:
   struct Stretch {
@@ -20,7 +20,7 @@ public:
 
     int64_t time = 0; // of the first sample, in milliseconds
     int64_t sum = 0;
-    int64_t count = 0;
+    uint32_t count = 0;
     int32_t low = 0;
     int32_t high = 0;
   };

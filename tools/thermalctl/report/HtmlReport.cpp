@@ -1,10 +1,12 @@
 #include "report/HtmlReport.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
 
+#include "report/Judgement.h"
 #include "report/Page.h"
 
 NLOHMANN_JSON_SERIALIZE_ENUM(SensorTrack::Kind, {{SensorTrack::Kind::kReal, "real"},
@@ -13,9 +15,9 @@ NLOHMANN_JSON_SERIALIZE_ENUM(SensorTrack::Kind, {{SensorTrack::Kind::kReal, "rea
 
 namespace {
 
-// Of all temperatures of all runs.
-constexpr size_t kSamples = 1 << 19;
-constexpr size_t kFewestSamples = 64;
+// Of all temperatures of all runs; and of one, however many there are.
+constexpr size_t kSamples = 1 << 18;
+constexpr size_t kFewestSamples = 256;
 
 // Keeps the order in which members are added.
 using Json = nlohmann::ordered_json;
@@ -57,6 +59,21 @@ void addCourse(Json& track, const Series& course) {
 void addCourse(Json& track, const Envelope& course) {
   track["points"] = course.encoded();
   track["stretch"] = course.stretch();
+}
+
+Json describe(const std::string& source) {
+  return {{"name", source}};
+}
+
+// Which budget, of what, and all that came of it.
+Json describe(const Verdict& verdict) {
+  Json json = {{"budget", textOf(verdict.budget)},
+               {"label", labelOf(verdict.budget)},
+               {"cell", cellOf(verdict)},
+               {"name", verdict.budget.name},
+               {"plant", verdict.budget.ofNode}};
+  json.update(asJson(verdict));
+  return json;
 }
 
 template <typename Track, typename Course>
@@ -121,20 +138,10 @@ void HtmlReport::begin(const TraceDescription& run) {
       course.limitTo(share);
   }
   runs.emplace_back(run, share);
-  for (size_t i = 0; i < run.sensors.size(); ++i) {
-    if (run.sensors[i].limit) runs.back().limited[i];
-  }
 }
 
 void HtmlReport::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  Run& run = runs.back();
-  run.temperatures[sensor].add(time, millidegrees);
-  const auto limited = run.limited.find(sensor);
-  if (limited == run.limited.end()) return;
-  Watch& watch = limited->second;
-  watch.record.set(time, millidegrees);
-  if (!watch.firstAbove && millidegrees > *run.description.sensors[sensor].limit)
-    watch.firstAbove = time;
+  runs.back().temperatures[sensor].add(time, millidegrees);
 }
 
 void HtmlReport::level(int64_t time, size_t device, int32_t level, const std::string&) {
@@ -143,6 +150,11 @@ void HtmlReport::level(int64_t time, size_t device, int32_t level, const std::st
 
 void HtmlReport::algorithm(int64_t time, size_t algorithm, int32_t level) {
   runs.back().algorithms[algorithm].add(time, level);
+}
+
+void HtmlReport::power(int64_t time, size_t source, int64_t microwatts) {
+  runs.back().powers[source].add(
+      time, static_cast<int32_t>(std::lround(static_cast<double>(microwatts) / 1e3)));
 }
 
 void HtmlReport::scenario(int64_t time, const std::string& name) {
@@ -156,21 +168,19 @@ void HtmlReport::configuration(int64_t time, const std::string& name) {
 void HtmlReport::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   Run& run = runs.back();
   (sensor ? run.sensorGaps[*sensor] : run.gaps).emplace_back(from, to);
-  for (auto& [index, watch] : run.limited) {
-    if (!sensor || index == *sensor) watch.record.skip(from, to);
-  }
 }
 
 void HtmlReport::standstill(int64_t time) {
   runs.back().standstill = time;
 }
 
-void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {
-  Run& run = runs.back();
-  run.duration = time;
-  run.performance = performance;
-  for (auto& [index, watch] : run.limited)
-    watch.record.finish(time);
+void HtmlReport::end(int64_t time, const std::vector<Performance>&) {
+  runs.back().duration = time;
+}
+
+void HtmlReport::figured(const RunFigures& figures) {
+  runs.back().performance = figures.performance;
+  runs.back().verdicts = figures.verdicts;
 }
 
 std::string HtmlReport::asJson(const Run& run) {
@@ -181,18 +191,15 @@ std::string HtmlReport::asJson(const Run& run) {
   for (size_t i = 0; i < sensors.size(); ++i) {
     if (!run.sensorGaps[i].empty()) sensors[i]["gaps"] = run.sensorGaps[i];
   }
-  for (const auto& [index, watch] : run.limited) {
-    if (watch.record.empty()) continue;
-    const int32_t limit = *run.description.sensors[index].limit;
-    sensors[index]["peak"] = watch.record.highest();
-    sensors[index]["above"] = watch.record.total() - watch.record.atMost(limit);
-    sensors[index]["firstAbove"] = orNull(watch.firstAbove);
-  }
   Json performance = Json::array();
   for (const Performance& source : run.performance)
     performance.push_back({{"source", source.source},
                            {"demanded", source.demanded},
-                           {"delivered", source.delivered}});
+                           {"delivered", source.delivered},
+                           {"joules", source.joules}});
+  Json verdicts = Json::array();
+  for (const Verdict& verdict : run.verdicts)
+    verdicts.push_back(describe(verdict));
   return dumped({{"name", run.description.name},
                  {"duration", run.duration},
                  {"standstill", orNull(run.standstill)},
@@ -200,9 +207,11 @@ std::string HtmlReport::asJson(const Run& run) {
                  {"sensors", sensors},
                  {"devices", describeAll(run.description.devices, run.levels)},
                  {"algorithms", describeAll(run.description.algorithms, run.algorithms)},
+                 {"sources", describeAll(run.description.sources, run.powers)},
                  {"scenarios", course(run.scenarios)},
                  {"configurations", course(run.configurations)},
-                 {"performance", performance}});
+                 {"performance", performance},
+                 {"verdicts", verdicts}});
 }
 
 template <typename Visit> void HtmlReport::forEachCourse(Visit visit) {
@@ -210,6 +219,7 @@ template <typename Visit> void HtmlReport::forEachCourse(Visit visit) {
     std::for_each(run.temperatures.begin(), run.temperatures.end(), visit);
     std::for_each(run.levels.begin(), run.levels.end(), visit);
     std::for_each(run.algorithms.begin(), run.algorithms.end(), visit);
+    std::for_each(run.powers.begin(), run.powers.end(), visit);
   }
 }
 
@@ -225,7 +235,7 @@ std::vector<std::string> HtmlReport::fitting() {
     size_t size = 0;
     for (const Run& run : runs)
       size += texts.emplace_back(asJson(run)).size();
-    if (size <= room || longest <= kFewestSamples) return texts;
+    if (size <= room || longest < kFewestSamples / 8) return texts;
   }
 }
 

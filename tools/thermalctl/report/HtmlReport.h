@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -10,8 +9,9 @@
 
 #include "report/Envelope.h"
 #include "report/Provenance.h"
+#include "report/RunFigures.h"
 #include "report/Series.h"
-#include "report/TimeAtValue.h"
+#include "trace/Budget.h"
 #include "trace/Trace.h"
 
 // The runs laid over each other in one page that needs nothing else: no network, no other file.
@@ -31,11 +31,15 @@ public:
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
+
+  // What the run that ended last has done, and what came of its budgets.
+  void figured(const RunFigures& figures);
 
   // What does not fit into the page is thinned for it.
   void write(std::ostream& out);
@@ -48,28 +52,24 @@ private:
     std::vector<std::string> names;
     Series indices;
   };
-  // How a temperature keeps to its limit.
-  struct Watch {
-    TimeAtValue record;
-    std::optional<int64_t> firstAbove; // in milliseconds
-  };
   using Gaps = std::vector<std::pair<int64_t, int64_t>>; // from, to; in milliseconds
   struct Run {
     Run(const TraceDescription& description_, size_t samples)
         : description(description_), temperatures(description_.sensors.size(), Envelope(samples)),
           levels(description_.devices.size()), algorithms(description_.algorithms.size()),
-          sensorGaps(description_.sensors.size()) {}
+          powers(description_.sources.size()), sensorGaps(description_.sensors.size()) {}
 
     TraceDescription description;
     std::vector<Envelope> temperatures; // of each sensor
     std::vector<Series> levels;         // of each device
     std::vector<Series> algorithms;     // of each algorithm
-    std::map<size_t, Watch> limited;    // of each sensor with a limit
+    std::vector<Series> powers;         // of each source, in milliwatts
     std::vector<Gaps> sensorGaps;       // of each sensor alone
     Gaps gaps;                          // of everything
     NameSeries scenarios;
     NameSeries configurations;
     std::vector<Performance> performance;
+    std::vector<Verdict> verdicts;
     std::optional<int64_t> standstill; // since when, in milliseconds
     int64_t duration = 0;              // milliseconds
   };

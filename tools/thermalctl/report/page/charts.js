@@ -92,6 +92,13 @@ class Lane {
     this.frame = element('div', { className: 'frame' }, this.plot, this.marks);
     this.section = element('section', { className: `lane ${kind}` }, this.header, this.frame);
     this.section.dataset.lane = `${kind}:${name}`;
+    this.verdicts = tracks.flatMap((track) => track.run.verdicts.filter((verdict) => verdict.track === track)).sort(byUrgency);
+    [this.worst] = this.verdicts;
+    if (this.worst && this.worst.state === 'passed') {
+      const { isTemperature, kind } = this.worst;
+      const what = isTemperature ? '' : { work: 'work ', changes: 'changes ' }[kind];
+      this.header.insertBefore(element('span', { className: 'badge', textContent: what + againstBound(this.worst) }), this.values);
+    }
     this.plot.setAttribute('role', 'img');
     this.plot.setAttribute('aria-label', name); // until it is drawn
     laneOf.set(this.section, this);
@@ -101,8 +108,13 @@ class Lane {
   height() { return LANE_HEIGHT[this.kind]; }
   visible() { return this.shown && (this.tracks.length === 0 || this.shownTracks().length > 0); }
 
-  // Of the charts that stand first: 0 is the most urgent, null the place of its kind.
-  urgency() { return null; }
+  // Of the charts that stand first: 0 is the most urgent, null that it stands with its kind.
+  urgency() {
+    if (this.worst) return this.worst.state === 'passed' ? 0 : 1;
+    return this.isThrottled() ? 2 : null;
+  }
+
+  isThrottled() { return false; }
 
   // One line instead of a chart, which a button brings back.
   fold() {
@@ -281,22 +293,14 @@ class TemperatureLane extends Lane {
       const sensor = track.run.sensors.indexOf(track);
       return track.run.algorithms.filter((algorithm) => algorithm.sensor === sensor);
     });
-    this.limits = [...new Set(tracks.map((track) => track.limit).filter((limit) => limit !== null))];
-    this.marksOfAll = [...this.limits, ...this.algorithms.flatMap((algorithm) => algorithm.thresholds.flat())];
-    const passing = tracks.flatMap((track) => track.run.verdicts.filter((one) => one.track === track && one.state === 'passed'));
-    this.excess = Math.max(-Infinity, ...passing.map((one) => one.margin));
-    if (passing.length) {
-      this.header.insertBefore(element('span', { className: 'badge', textContent:
-        `${inDegrees(this.excess)} K above ${exactDegrees(passing[0].track.limit)} °C` }), this.values);
-    }
+    const limits = this.verdicts.map(({ kind, bound, allowed_s: allowed }) => [1000 * bound, kind === 'peak' ? `limit ${bound} °C`
+      : kind === 'time' ? `${bound} °C, ${inSeconds(allowed)}` : `${kind} ${bound} °C`]);
+    this.limits = [...new Map(limits.map(([limit, text]) => [text, limit]))];
+    this.marksOfAll = [...this.limits.map(([, limit]) => limit), ...this.algorithms.flatMap((algorithm) => algorithm.thresholds.flat())];
     if (this.urgency() === null && tracks.every(isFlatCourse)) this.fold();
   }
 
-  urgency() {
-    if (this.excess > -Infinity) return 0;
-    if (this.limits.length) return 1;
-    return this.algorithms.some((algorithm) => algorithm.highest > 0) ? 2 : null;
-  }
+  isThrottled() { return this.algorithms.some((algorithm) => algorithm.highest > 0); }
 
   // Each of its labels has a row.
   height() {
@@ -353,7 +357,7 @@ class TemperatureLane extends Lane {
   paint(context, area, graph) {
     super.paint(context, area, graph);
     if (view.thresholds) this.paintThresholds(context, area, graph);
-    for (const limit of this.limits) this.paintLimit(context, area, graph, limit);
+    for (const [, limit] of this.limits) this.paintLimit(context, area, graph, limit);
     this.paintNoise(context, area, graph);
   }
 
@@ -441,10 +445,10 @@ class TemperatureLane extends Lane {
     const yOf = (temperature) => graph.toDomYCoord(temperature / 1000);
     const area = graph.getArea();
     // A limit is told even where it is above or below the chart.
-    const labels = this.limits.map((limit) => {
+    const labels = this.limits.map(([text, limit]) => {
       const y = Math.min(Math.max(area.y, yOf(limit)), area.y + area.h);
       const arrow = yOf(limit) < y ? ' ↑' : yOf(limit) > y ? ' ↓' : '';
-      return { text: `limit ${exactDegrees(limit)} °C${arrow}`, y, colours: [], colour: alarm, strong: true };
+      return { text: text + arrow, y, colours: [], colour: alarm, strong: true };
     });
     const most = Math.floor((sizeOf('--marks') - 16) / 5.8);
     const known = new Map();
@@ -524,7 +528,7 @@ class DeviceLane extends StepLane {
     if (levels.size <= 1) this.fold();
   }
 
-  urgency() { return this.tracks.some((track) => track.highest > 0) ? 3 : null; }
+  urgency() { return super.urgency() ?? (this.tracks.some((track) => track.highest > 0) ? 3 : null); }
   height() { return Math.max(super.height(), Math.min(420, (this.top + 1) * LEVEL_ROW + 10)); }
   // Downwards, as what the device gives goes down with each level.
   scaled(value) { return -value; }
@@ -545,6 +549,23 @@ class DeviceLane extends StepLane {
       ticks.push({ v: -level, label: entry !== undefined && sizeOf('--gutter') > 60 ? `${level} · ${text}` : text });
     }
     return ticks;
+  }
+}
+
+// The watts of a source of heat.
+class PowerLane extends StepLane {
+  constructor(tracks) {
+    super('power', tracks[0].name, 'source of heat', tracks);
+    this.top = Math.max(0.001, ...tracks.map((track) => track.highest / 1000));
+    if (this.urgency() === null && new Set(tracks.flatMap((track) => [track.lowest, track.highest])).size <= 1) this.fold();
+  }
+
+  scaled(value) { return value / 1000; }
+  range() { return [-0.05 * this.top, 1.08 * this.top]; }
+  ticks() { return roundTicks(0, 1.08 * this.top, ' W'); }
+  textOf(track, value) { return `${+(value / 1000).toFixed(3)} W`; }
+  resting(track) {
+    return `${this.isFlat ? `${this.textOf(track, track.highest)}, ` : ''}${track.work ? `${track.work.joules.toFixed(1)} J` : ''}`;
   }
 }
 

@@ -163,6 +163,12 @@ function readRun(run, index) {
     track.highest = highest(track.course.values);
     track.lowest = lowest(track.course.values);
   }
+  for (const source of run.sources) {
+    readTrack(source, run, true, ({ points }) => decodePoints(points));
+    source.highest = highest(source.course.values);
+    source.lowest = lowest(source.course.values);
+    source.work = run.performance.find((one) => one.source === source.name);
+  }
   for (const algorithm of run.algorithms) {
     const whole = [{ from: 0, to: run.duration }];
     const inScenario = run.scenarios.filter((stretch) => stretch.name === algorithm.scenario);
@@ -170,7 +176,23 @@ function readRun(run, index) {
     algorithm.inForce = common(run.scenarios.length ? inScenario : whole,
                                run.configurations.length ? inConfiguration : whole);
   }
+  run.verdicts = run.verdicts.map((verdict) => readVerdict(run, verdict));
   return run;
+}
+
+// Which of its limits and requirements: what it is of, and how much that is beyond it, so that the
+// worst of all kinds can stand first.
+function readVerdict(run, verdict) {
+  const { budget, name, plant, bound, beyond, allowed_s: allowed, above_s: above } = verdict;
+  const kind = allowed !== undefined ? 'time' : (/^(work|changes|p[\d.]+):/.exec(budget) || ['', 'peak'])[1];
+  const among = { work: run.sources, changes: run.devices }[kind] || run.sensors.filter((one) => (one.kind === 'plant') === plant);
+  const isTemperature = among !== run.sources && among !== run.devices;
+  return {
+    ...verdict, run, kind, isTemperature,
+    state: { kept: 'kept', unjudged: 'unjudged' }[verdict.verdict] || 'passed',
+    track: among.find((one) => one.name === name),
+    excess: kind === 'time' ? (above - allowed) / 60 : isTemperature ? beyond : (10 * beyond) / (bound || 1),
+  };
 }
 
 const SHORTEST_WINDOW = 1000; // milliseconds

@@ -44,7 +44,7 @@ function spokenValues() {
 }
 
 const coarsest = Math.max(1, ...runs.flatMap((run) =>
-  [...run.sensors, ...run.devices, ...run.algorithms].map((track) => track.stretch)));
+  [...run.sensors, ...run.devices, ...run.sources, ...run.algorithms].map((track) => track.stretch)));
 
 // Where the page holds less than the browser could show.
 function showHowToLookCloser() {

@@ -6,37 +6,47 @@ const WORDS = { passed: 'passed', unjudged: 'no verdict', kept: 'kept' };
 
 // ---- The verdict
 
-// A limit of a run: `margin` is how far above it the peak is, in millidegrees.
-function verdictOf(run, track) {
-  const { limit, peak, above, firstAbove } = track;
-  if (peak === undefined) return { run, track, state: 'unjudged', margin: -Infinity, why: 'no sample' };
-  const margin = peak - limit;
-  if (margin > 0) return { run, track, state: 'passed', margin, above, firstAbove };
-  if (run.standstill !== null) return { run, track, state: 'unjudged', margin, why: `stood still from ${clock(run.standstill)}` };
-  return { run, track, state: 'kept', margin };
+const STATES = Object.keys(SIGNS);
+const subjectOf = ({ name, plant }) => name + (plant ? ' (plant)' : '');
+const byUrgency = (a, b) => STATES.indexOf(a.state) - STATES.indexOf(b.state) || b.excess - a.excess ||
+  byNature(subjectOf(a), subjectOf(b)) || a.run.index - b.run.index;
+
+// Small differences in full, so that none reads as none at all.
+const difference = (number) => (Math.abs(number) < 0.1 ? String(+Math.abs(number).toFixed(3)) : Math.abs(number).toFixed(1));
+
+const inSeconds = (seconds) => span(1000 * seconds);
+
+function measuredText({ kind, isTemperature, measured }) {
+  if (measured === null) return '–';
+  if (isTemperature) return `${/^p\d/.test(kind) ? `${kind} ` : ''}${inDegrees(1000 * measured)} °C`;
+  return kind === 'work' ? `${measured.toFixed(1)} %` : `${+measured.toFixed(2)} a minute`;
 }
 
-const STATES = Object.keys(SIGNS);
-const byUrgency = (a, b) => STATES.indexOf(a.state) - STATES.indexOf(b.state) || b.margin - a.margin ||
-  byNature(labelOf(a.track), labelOf(b.track)) || a.run.index - b.run.index;
-
-function againstLimit({ track, state, margin, why }) {
-  const limit = `${exactDegrees(track.limit)} °C`;
-  if (state === 'unjudged') return `${limit}: ${why}`;
-  if (margin === 0) return `at ${limit}`;
-  return `${inDegrees(Math.abs(margin))} K ${margin > 0 ? 'above' : 'below'} ${limit}`;
+function againstBound(verdict) {
+  const { run, kind, state, isTemperature, bound, beyond, cell, above_s: above, allowed_s: allowed } = verdict;
+  const unit = isTemperature ? ' °C' : kind === 'work' ? ' %' : ' a minute';
+  if (state === 'unjudged')
+    return `${bound}${unit}: ${run.standstill === null ? cell : `stood still from ${clock(run.standstill)}`}`;
+  if (kind === 'time') {
+    const left = above - allowed;
+    return `${inSeconds(Math.abs(left))} ${left > 0 ? 'more' : 'less'} than ${inSeconds(allowed)} above ${bound} °C`;
+  }
+  if (beyond === 0) return `at ${bound}${unit}`;
+  const isAbove = (beyond > 0) === (kind !== 'work');
+  return `${difference(beyond)}${isTemperature ? ' K' : kind === 'work' ? ' %' : ''} ${isAbove ? 'above' : 'below'} ${bound}${unit}`;
 }
 
 function verdictRow(verdict) {
-  const { run, track, state, above, firstAbove } = verdict;
+  const { run, state, kind, above_s: above, first_above_s: firstAbove } = verdict;
   const cell = (className, ...content) => element('td', { className }, ...content);
+  const isSeen = above > 0 && firstAbove !== null;
   const row = element('tr', { className: state },
-    cell('state', element('span', { textContent: SIGNS[state] }), ` ${WORDS[state]}`),
-    element('th', { scope: 'row', textContent: labelOf(track) }),
-    cell('peak', track.peak === undefined ? '–' : `${inDegrees(track.peak)} °C`),
-    cell('against', againstLimit(verdict)),
-    cell('above', state === 'passed' ? `for ${span(above)}` : ''),
-    cell('first', state === 'passed' ? `first at ${clock(firstAbove)}` : ''));
+    cell('state', element('span', { textContent: SIGNS[state] }), ` ${verdict.verdict === 'missed' ? 'missed' : WORDS[state]}`),
+    element('th', { scope: 'row', textContent: subjectOf(verdict) + ({ work: ', work done', changes: ', changes' }[kind] || '') }),
+    cell('peak', measuredText(verdict)),
+    cell('against', againstBound(verdict)),
+    cell('above', isSeen ? `for ${inSeconds(above)}` : ''),
+    cell('first', isSeen ? `first at ${clock(1000 * firstAbove)}` : ''));
   if (runs.length > 1) row.append(cell('run', stroke(run), run.name));
   return row;
 }
@@ -66,7 +76,7 @@ function showVerdict() {
   const [state, text] = verdictSum(verdicts);
   place.querySelector('.sum').classList.add(state);
   place.querySelector('.sum').replaceChildren(element('span', { textContent: SIGNS[state] }), ` ${text}`);
-  const heads = ['Verdict', 'Limit of', 'Peak', 'Against the limit', 'Time above', 'First', ...(runs.length > 1 ? ['Run'] : [])];
+  const heads = ['Verdict', 'Limit of', 'Measured', 'Against the limit', 'Time above', 'First', ...(runs.length > 1 ? ['Run'] : [])];
   const tableOf = (some) => element('table', {}, element('caption', { className: 'unseen', textContent: 'Limits' }),
     element('thead', {}, element('tr', {}, ...heads.map((head) => element('th', { scope: 'col', textContent: head })))),
     element('tbody', {}, ...some.map(verdictRow)));
@@ -77,7 +87,7 @@ function showVerdict() {
   place.querySelector('.limits').replaceChildren(tableOf(some));
   if (rest.length) {
     place.querySelector('.limits').append(element('details', {},
-      element('summary', { textContent: `${rest.length} more, kept by ${inDegrees(-rest[0].margin)} K and more` }), tableOf(rest)));
+      element('summary', { textContent: `${rest.length} more, all kept` }), tableOf(rest)));
   }
 }
 
@@ -101,7 +111,7 @@ const workOf = (source) => `${((100 * source.delivered) / source.demanded).toFix
 // Rows of a name, what it is, and a text for each run.
 function figures() {
   const rows = [];
-  const sensors = runs.flatMap((run) => run.sensors.filter((sensor) => sensor.kind !== 'plant' || sensor.limit !== null));
+  const sensors = runs.flatMap((run) => run.sensors.filter((sensor) => sensor.kind !== 'plant' || run.verdicts.some((one) => one.track === sensor)));
   for (const tracks of grouped(sensors, labelOf).sort((a, b) => byNature(labelOf(a[0]), labelOf(b[0])))) {
     rows.push([labelOf(tracks[0]), 'peak', (run) => {
       const track = tracks.find((one) => one.run === run);
@@ -113,6 +123,12 @@ function figures() {
     rows.push([name, 'work done of that asked for', (run) => {
       const source = run.performance.find((one) => one.source === name && one.demanded > 0);
       return source ? workOf(source) : '–';
+    }]);
+  }
+  for (const name of [...new Set(runs.flatMap((run) => run.performance.map((one) => one.source)))].sort(byNature)) {
+    rows.push([name, 'energy', (run) => {
+      const source = run.performance.find((one) => one.source === name);
+      return source ? `${source.joules.toFixed(1)} J` : '–';
     }]);
   }
   return rows;
@@ -237,14 +253,18 @@ function buildLanes() {
                              (algorithm) => `${algorithm.name} ${algorithm.scenario}`)
     .map((one) => new AlgorithmLane(one));
 
-  const urgent = [...temperatures, ...nodes, ...devices].filter((lane) => lane.urgency() !== null)
-    .sort((a, b) => a.urgency() - b.urgency() || (a.urgency() === 0 ? b.excess - a.excess : 0));
+  const powers = inOrder(grouped(runs.flatMap((run) => run.sources).filter((source) => source.course.times.length), byName)
+    .map((one) => new PowerLane(one)));
+
+  const urgent = [...temperatures, ...nodes, ...devices, ...powers].filter((lane) => lane.urgency() !== null)
+    .sort((a, b) => a.urgency() - b.urgency() || (a.urgency() === 0 ? b.worst.excess - a.worst.excess : 0));
   const others = (made) => made.filter((lane) => lane.urgency() === null);
   const other = urgent.length ? 'Other ' : '';
   const headed = (text) => (other ? other + text : text[0].toUpperCase() + text.slice(1));
   addGroup('Limits and throttling', urgent);
   addGroup(headed('temperatures'), others(temperatures));
   addGroup(headed('devices'), others(devices));
+  addGroup(headed('sources of heat'), others(powers));
   addGroup('Algorithms', algorithms);
   addGroup('Nodes of the plant', others(nodes));
 
@@ -284,8 +304,6 @@ function setTheme(name) {
 }
 
 document.title = document.querySelector('h1').textContent = title;
-for (const run of runs)
-  run.verdicts = run.sensors.filter((sensor) => sensor.limit !== null).map((sensor) => verdictOf(run, sensor));
 buildLanes();
 showOrigin();
 if (lanes.some((lane) => lane.marksOfAll && lane.marksOfAll.length)) root.classList.add('marked');
