@@ -13,6 +13,7 @@
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/OutputOptions.h"
+#include "command/PageOrigin.h"
 #include "command/Verdict.h"
 #include "file/Names.h"
 #include "log/BoardFolder.h"
@@ -109,6 +110,22 @@ public:
     for (const Source& source : all)
       title += (title.empty() ? "" : ", ") + source.name;
     return title;
+  }
+
+  Provenance origin() const {
+    std::vector<std::string> paths = options.logs;
+    if (board) {
+      const auto& [environment, configurations] = board->files();
+      paths.push_back(environment);
+      paths.insert(paths.end(), configurations.begin(), configurations.end());
+    }
+    Provenance origin = originOf(paths, "");
+    for (size_t i = 0; i < files.size(); ++i) {
+      for (Provenance::Input& input : origin.inputs) {
+        if (input.path == options.logs[i] && input.sha256.empty()) input.sha256 = files[i].sha256();
+      }
+    }
+    return origin;
   }
 
   std::deque<Source> all;
@@ -266,7 +283,8 @@ ExitStatus report(const Options& options, const Sources& sources, const Window::
                   const Outputs& outputs) {
   RunReport report;
   if (!options.outputs.out.empty()) {
-    if (const auto error = report.writeTo(options.outputs.out, sources.title(), outputs))
+    if (const auto error =
+            report.writeTo(options.outputs.out, sources.title(), sources.origin(), outputs))
       return complain(kCouldNotRun, *error);
   }
   Comparison comparison;

@@ -9,6 +9,7 @@
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/OutputOptions.h"
+#include "command/PageOrigin.h"
 #include "command/SimulateOptions.h"
 #include "command/Verdict.h"
 #include "report/RunReport.h"
@@ -80,6 +81,18 @@ std::string titleOf(const StudyRequest& request) {
          fs::absolute(request.environment).parent_path().filename().string();
 }
 
+Provenance provenanceOf(const StudyRequest& request, const Study& study) {
+  std::vector<std::string> files{request.environment};
+  files.insert(files.end(), study.configurations.begin(), study.configurations.end());
+  files.push_back(request.plant);
+  for (const NamedWorkload& workload : request.workloads)
+    files.push_back(workload.path);
+  std::vector<std::string> seeds;
+  for (const uint64_t seed : request.seeds)
+    seeds.push_back(std::to_string(seed));
+  return originOf(files, listed(seeds));
+}
+
 ExitStatus run(const SimulateOptions& options, const StudyRequest& request, const Study& study,
                const Outputs& asked, const std::optional<Baseline>& baseline,
                const Tolerances& tolerances) {
@@ -88,7 +101,8 @@ ExitStatus run(const SimulateOptions& options, const StudyRequest& request, cons
   RunReport report;
   if (!options.outputs.out.empty()) {
     const Outputs outputs = options.outputs.chooses() ? asked : usualOutputs(study);
-    if (const auto error = report.writeTo(options.outputs.out, title, outputs))
+    if (const auto error =
+            report.writeTo(options.outputs.out, title, provenanceOf(request, study), outputs))
       return complain(kCouldNotRun, *error);
   }
   runStudy(study, options.jobs, report, std::cerr);

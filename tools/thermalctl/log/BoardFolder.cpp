@@ -39,7 +39,7 @@ std::optional<BoardFolder::Files> BoardFolder::find(const std::string& folder,
   return Files{environments[0], {configurations.begin(), configurations.end()}};
 }
 
-BoardFolder::BoardFolder(const Files& files, std::vector<std::string>& problems) {
+BoardFolder::BoardFolder(const Files& files, std::vector<std::string>& problems) : paths(files) {
   const std::optional<std::string> environment = readFile(files.environment);
   if (!environment) {
     problems.push_back(files.environment + ": cannot be read");

@@ -41,6 +41,8 @@ public:
   // Reads them. What stands in the way is added to `problems`.
   BoardFolder(const Files& files, std::vector<std::string>& problems);
 
+  const Files& files() const { return paths; }
+
   // Sensors and devices, without algorithms.
   const TraceDescription& description() const { return parts; }
   const std::deque<ConfigurationTracks>& configurations() const { return all; }
@@ -54,6 +56,7 @@ private:
   void addConfiguration(const std::string& path, const std::string& environment,
                         std::vector<std::string>& problems);
 
+  Files paths;
   TraceDescription parts;
   std::deque<std::unique_ptr<VirtualDaemon>> daemons; // one holds each one's items
   std::deque<ConfigurationTracks> all;

@@ -14,6 +14,7 @@
 #include <zlib.h>
 
 #include "file/FileHandle.h"
+#include "file/Sha256.h"
 #include "text/Affixes.h"
 
 namespace {
@@ -58,7 +59,7 @@ std::string notKept() {
 }
 
 // Copies all of `from` to `to`: compressed, unless it is so already. Returns what went wrong.
-std::string keep(int from, int to) {
+std::string keep(int from, int to, Sha256& sum) {
   std::array<char, kBlock> bytes;
   ssize_t got = ::read(from, bytes.data(), bytes.size());
   const bool compressed =
@@ -66,6 +67,7 @@ std::string keep(int from, int to) {
   const gzFile out = ::gzdopen(::dup(to), compressed ? "wbT" : "wb1");
   std::string problem;
   for (; got > 0 && problem.empty(); got = ::read(from, bytes.data(), bytes.size())) {
+    sum.add({bytes.data(), static_cast<size_t>(got)});
     if (::gzwrite(out, bytes.data(), static_cast<unsigned>(got)) == 0) problem = notKept();
   }
   if (got < 0) problem = reason(errno);
@@ -106,7 +108,9 @@ LineFile::LineFile(const std::string& path) {
     open(given.get());
   } else {
     const FileHandle kept = temporaryFile();
-    whyNot = kept ? keep(given.get(), kept.get()) : notKept();
+    Sha256 bytes;
+    whyNot = kept ? keep(given.get(), kept.get(), bytes) : notKept();
+    sum = bytes.digest();
     if (whyNot.empty()) open(kept.get());
   }
 }

@@ -23,6 +23,8 @@ public:
 
   const std::string& problem() const { return whyNot; }
   const std::string& damage() const { return whatIsDamaged; }
+  // Of the bytes of what can be read only once; empty for a file.
+  const std::string& sha256() const { return sum; }
 
   bool next(std::string_view& line) override;
   void rewind() override;
@@ -45,6 +47,7 @@ private:
   std::unique_ptr<gzFile_s, Close> file;
   std::string whyNot;
   std::string whatIsDamaged;
+  std::string sum;
   Encoding encoding = Encoding::kUtf8;
   std::string block;
   size_t at = 0;     // where the next line begins in the block

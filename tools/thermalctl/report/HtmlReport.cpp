@@ -1,6 +1,7 @@
 #include "report/HtmlReport.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <string_view>
 
@@ -14,6 +15,10 @@ NLOHMANN_JSON_SERIALIZE_ENUM(SensorTrack::Kind, {{SensorTrack::Kind::kReal, "rea
                                                  {SensorTrack::Kind::kPlantNode, "plant"}})
 
 namespace {
+
+// Of all temperatures of all runs; and of one, however many there are.
+constexpr size_t kSamples = 1 << 18;
+constexpr size_t kFewestSamples = 256;
 
 // Keeps the order in which members are added.
 using Json = nlohmann::ordered_json;
@@ -47,6 +52,20 @@ Json describe(const AlgorithmTrack& algorithm) {
           {"lowactive", algorithm.lowactive}};
 }
 
+void addCourse(Json& track, const Series& course) {
+  track["points"] = encoded(course.points());
+  track["stretch"] = course.stretch();
+}
+
+void addCourse(Json& track, const Envelope& course) {
+  track["points"] = course.encoded();
+  track["stretch"] = course.stretch();
+}
+
+Json describe(const std::string& source) {
+  return {{"name", source}};
+}
+
 // Which budget, of what, and all that came of it.
 Json describe(const Verdict& verdict) {
   Json json = {{"budget", textOf(verdict.budget)},
@@ -58,16 +77,26 @@ Json describe(const Verdict& verdict) {
   return json;
 }
 
-template <typename Track>
-Json describeAll(const std::vector<Track>& tracks, const std::vector<Series>& courses) {
+template <typename Track, typename Course>
+Json describeAll(const std::vector<Track>& tracks, const std::vector<Course>& courses) {
   Json all = Json::array();
   for (size_t i = 0; i < tracks.size(); ++i) {
     Json track = describe(tracks[i]);
-    track["points"] = encoded(courses[i].points());
-    track["thinned"] = courses[i].thinned();
+    addCourse(track, courses[i]);
     all.push_back(std::move(track));
   }
   return all;
+}
+
+Json describe(const Provenance& origin) {
+  Json inputs = Json::array();
+  for (const Provenance::Input& input : origin.inputs)
+    inputs.push_back({{"path", input.path}, {"sha256", input.sha256}});
+  return {{"command", origin.command},
+          {"version", origin.version},
+          {"date", origin.date},
+          {"seed", origin.seed},
+          {"inputs", inputs}};
 }
 
 std::string replaced(const std::string& text, char character, const char* sign) {
@@ -101,7 +130,15 @@ void HtmlReport::NameSeries::add(int64_t time, const std::string& name) {
 }
 
 void HtmlReport::begin(const TraceDescription& run) {
-  runs.emplace_back(run);
+  size_t courses = run.sensors.size();
+  for (const Run& earlier : runs)
+    courses += earlier.temperatures.size();
+  const size_t share = std::max(kFewestSamples, kSamples / std::max<size_t>(1, courses));
+  for (Run& earlier : runs) {
+    for (Envelope& course : earlier.temperatures)
+      course.limitTo(share);
+  }
+  runs.emplace_back(run, share);
 }
 
 void HtmlReport::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
@@ -114,6 +151,11 @@ void HtmlReport::level(int64_t time, size_t device, int32_t level, const std::st
 
 void HtmlReport::algorithm(int64_t time, size_t algorithm, int32_t level) {
   runs.back().algorithms[algorithm].add(time, level);
+}
+
+void HtmlReport::power(int64_t time, size_t source, int64_t microwatts) {
+  runs.back().powers[source].add(
+      time, static_cast<int32_t>(std::lround(static_cast<double>(microwatts) / 1e3)));
 }
 
 void HtmlReport::scenario(int64_t time, const std::string& name) {
@@ -133,9 +175,13 @@ void HtmlReport::standstill(int64_t time) {
   runs.back().standstill = time;
 }
 
-void HtmlReport::end(int64_t time, const std::vector<Performance>& performance) {
+void HtmlReport::end(int64_t time, const std::vector<Performance>&) {
   runs.back().duration = time;
-  runs.back().performance = performance;
+}
+
+void HtmlReport::figured(const RunFigures& figures) {
+  runs.back().performance = figures.performance;
+  runs.back().verdicts = figures.verdicts;
 }
 
 void HtmlReport::take(HtmlReport& other) {
@@ -155,7 +201,8 @@ std::string HtmlReport::asJson(const Run& run) {
   for (const Performance& source : run.performance)
     performance.push_back({{"source", source.source},
                            {"demanded", source.demanded},
-                           {"delivered", source.delivered}});
+                           {"delivered", source.delivered},
+                           {"joules", source.joules}});
   Json verdicts = Json::array();
   for (const Verdict& verdict : run.verdicts)
     verdicts.push_back(describe(verdict));
@@ -166,23 +213,49 @@ std::string HtmlReport::asJson(const Run& run) {
                  {"sensors", sensors},
                  {"devices", describeAll(run.description.devices, run.levels)},
                  {"algorithms", describeAll(run.description.algorithms, run.algorithms)},
+                 {"sources", describeAll(run.description.sources, run.powers)},
                  {"scenarios", course(run.scenarios)},
                  {"configurations", course(run.configurations)},
                  {"performance", performance},
                  {"verdicts", verdicts}});
 }
 
-void HtmlReport::write(std::ostream& out) const {
+template <typename Visit> void HtmlReport::forEachCourse(Visit visit) {
+  for (Run& run : runs) {
+    std::for_each(run.temperatures.begin(), run.temperatures.end(), visit);
+    std::for_each(run.levels.begin(), run.levels.end(), visit);
+    std::for_each(run.algorithms.begin(), run.algorithms.end(), visit);
+    std::for_each(run.powers.begin(), run.powers.end(), visit);
+  }
+}
+
+std::vector<std::string> HtmlReport::fitting() {
+  size_t room = kPageBytes;
+  for (const std::string_view part : {page::kStyle, page::kBody, page::kDygraphs, page::kScript})
+    room -= part.size();
+  size_t longest = 0;
+  forEachCourse([&](const auto& course) { longest = std::max(longest, course.size()); });
+  for (;; longest /= 2) {
+    forEachCourse([&](auto& course) { course.limitTo(longest); });
+    std::vector<std::string> texts;
+    size_t size = 0;
+    for (const Run& run : runs)
+      size += texts.emplace_back(asJson(run)).size();
+    if (size <= room || longest < kFewestSamples / 8) return texts;
+  }
+}
+
+void HtmlReport::write(std::ostream& out) {
   // The data stand in front of the scripts, which find them whole when they are run.
   out << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>"
       << escapedForHtml(title) << "</title>\n<style>\n"
       << page::kStyle << "</style>\n</head>\n"
       << page::kBody << "<script type=\"application/json\" id=\"data\">{\"title\":" << dumped(title)
-      << ",\"runs\":[";
+      << ",\"origin\":" << dumped(describe(origin)) << ",\"runs\":[";
   const char* separator = "\n";
-  for (const Run& run : runs) {
-    out << separator << asJson(run);
+  for (const std::string& run : fitting()) {
+    out << separator << run;
     separator = ",\n";
   }
   out << "\n]}</script>\n<script>\n"

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "report/Envelope.h"
+#include "report/Provenance.h"
+#include "report/RunFigures.h"
 #include "report/Series.h"
 #include "trace/Budget.h"
 #include "trace/Trace.h"
@@ -14,16 +17,21 @@
 // The runs laid over each other in one page that needs nothing else: no network, no other file.
 //
 // Shape:  nothing is written before `write`.
-// Memory: bounded, however long the runs are (see Series).
+// Memory: bounded, however long the runs are, and however many: all temperatures share one room.
+// Size:   kPageBytes at most, but for what lists of thousands of names take.
 // Errors: left in the stream. Bytes that are not UTF-8 are replaced.
 class HtmlReport : public TraceSink {
 public:
-  explicit HtmlReport(std::string title_) : title(std::move(title_)) {}
+  static constexpr size_t kPageBytes = 4'900'000;
+
+  HtmlReport(std::string title_, Provenance origin_)
+      : title(std::move(title_)), origin(std::move(origin_)) {}
 
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
@@ -32,10 +40,11 @@ public:
 
   // All of the other's runs, behind its own.
   void take(HtmlReport& other);
-  // What came of the budgets of the run that ended last.
-  void judged(const std::vector<Verdict>& verdicts) { runs.back().verdicts = verdicts; }
+  // What the run that ended last has done, and what came of its budgets.
+  void figured(const RunFigures& figures);
 
-  void write(std::ostream& out) const;
+  // What does not fit into the page is thinned for it.
+  void write(std::ostream& out);
 
 private:
   // The course of a name, as the index of the name in force.
@@ -47,17 +56,18 @@ private:
   };
   using Gaps = std::vector<std::pair<int64_t, int64_t>>; // from, to; in milliseconds
   struct Run {
-    explicit Run(const TraceDescription& description_)
-        : description(description_), temperatures(description_.sensors.size()),
+    Run(const TraceDescription& description_, size_t samples)
+        : description(description_), temperatures(description_.sensors.size(), Envelope(samples)),
           levels(description_.devices.size()), algorithms(description_.algorithms.size()),
-          sensorGaps(description_.sensors.size()) {}
+          powers(description_.sources.size()), sensorGaps(description_.sensors.size()) {}
 
     TraceDescription description;
-    std::vector<Series> temperatures; // of each sensor
-    std::vector<Series> levels;       // of each device
-    std::vector<Series> algorithms;   // of each algorithm
-    std::vector<Gaps> sensorGaps;     // of each sensor alone
-    Gaps gaps;                        // of everything
+    std::vector<Envelope> temperatures; // of each sensor
+    std::vector<Series> levels;         // of each device
+    std::vector<Series> algorithms;     // of each algorithm
+    std::vector<Series> powers;         // of each source, in milliwatts
+    std::vector<Gaps> sensorGaps;       // of each sensor alone
+    Gaps gaps;                          // of everything
     NameSeries scenarios;
     NameSeries configurations;
     std::vector<Performance> performance;
@@ -67,7 +77,11 @@ private:
   };
 
   static std::string asJson(const Run& run);
+  template <typename Visit> void forEachCourse(Visit visit);
+  // Each run as text, all of them within the room that the page has.
+  std::vector<std::string> fitting();
 
   std::string title;
+  Provenance origin;
   std::deque<Run> runs;
 };

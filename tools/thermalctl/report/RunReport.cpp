@@ -15,12 +15,12 @@ constexpr char kResultsCsv[] = "results.csv";
 void RunReport::Part::end(int64_t time, const std::vector<Performance>& performance) {
   pass(&TraceSink::end, time, performance);
   results.push_back(resultOf(figures.last()));
-  if (page) page->judged(figures.last().verdicts);
+  if (page) page->figured(figures.last());
 }
 
 RunReport::Files::Files(const std::filesystem::path& directory, const std::string& title,
-                        const Outputs& which)
-    : folder(directory), outputs(directory), html(title) {
+                        const Provenance& origin, const Outputs& which)
+    : folder(directory), outputs(directory), html(title, origin) {
   const auto add = [this](bool wanted, const char* name) {
     return wanted ? &outputs.add(name) : nullptr;
   };
@@ -32,8 +32,9 @@ RunReport::Files::Files(const std::filesystem::path& directory, const std::strin
 }
 
 std::optional<std::string> RunReport::writeTo(const std::filesystem::path& directory,
-                                              const std::string& title, const Outputs& outputs) {
-  files = std::make_unique<Files>(directory, title, outputs);
+                                              const std::string& title, const Provenance& origin,
+                                              const Outputs& outputs) {
+  files = std::make_unique<Files>(directory, title, origin, outputs);
   return files->outputs.failure();
 }
 
@@ -54,7 +55,7 @@ std::unique_ptr<RunReport::Part> RunReport::part(size_t before, bool inOrder) co
     part->alsoTo(*part->events);
   }
   if (files->page) {
-    part->page = std::make_unique<HtmlReport>("");
+    part->page = std::make_unique<HtmlReport>("", Provenance());
     part->alsoTo(*part->page);
   }
   return part;

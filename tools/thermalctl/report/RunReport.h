@@ -94,7 +94,8 @@ public:
 
   // Makes the directory, if need be, and begins the files. Returns what stands in the way.
   std::optional<std::string> writeTo(const std::filesystem::path& directory,
-                                     const std::string& title, const Outputs& outputs);
+                                     const std::string& title, const Provenance& origin,
+                                     const Outputs& outputs);
 
   // For the runs behind the first `before` ones. One that is `inOrder` writes its traces at once
   // into the files: all that are before it have been taken by then.
@@ -112,7 +113,8 @@ public:
 
 private:
   struct Files {
-    Files(const std::filesystem::path& directory, const std::string& title, const Outputs& which);
+    Files(const std::filesystem::path& directory, const std::string& title,
+          const Provenance& origin, const Outputs& which);
 
     std::filesystem::path folder;
     OutputFiles outputs;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "report/Encoding.h"
+
 namespace {
 
 using Point = Series::Point;
@@ -34,30 +36,26 @@ Points outlineOf(const Points& points, int64_t stretch) {
   return outline;
 }
 
-void appendNumber(std::string& text, int64_t number) {
-  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  uint64_t rest =
-      number < 0 ? (static_cast<uint64_t>(-number) << 1 | 1) : static_cast<uint64_t>(number) << 1;
-  for (; rest > 31; rest >>= 5)
-    text += kDigits[32 | (rest & 31)];
-  text += kDigits[rest];
-}
-
 } // namespace
 
 void Series::add(int64_t time, int32_t value) {
-  if (kept.size() >= capacity) thin();
+  // Down to a half, so that what it costs is spread over as many points to come.
+  if (kept.size() >= capacity) thin(capacity / 2);
   kept.push_back({time, value});
 }
 
-void Series::thin() {
-  // Down to a half, so that what it costs is spread over as many points to come.
-  Points outline = outlineOf(kept, stretch);
-  while (outline.size() > capacity / 2) {
+void Series::limitTo(size_t most) {
+  capacity = std::min(capacity, most);
+  if (kept.size() > capacity) thin(capacity);
+}
+
+void Series::thin(size_t most) {
+  Points outline = outlineOf(kept, length);
+  while (outline.size() > most) {
     // Stretches begin at multiples of their length, so that a longer one is made of whole shorter
     // ones, and the outline of an outline is that of the points themselves.
-    stretch *= 2;
-    outline = outlineOf(outline, stretch);
+    length *= 2;
+    outline = outlineOf(outline, length);
   }
   kept = std::move(outline);
 }

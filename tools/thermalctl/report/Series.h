@@ -21,7 +21,6 @@ public:
     int32_t value = 0;
   };
 
-  // An hour of samples every quarter of a second fits whole.
   static constexpr size_t kCapacity = 16384;
 
   explicit Series(size_t capacity_ = kCapacity) : capacity(capacity_) {}
@@ -29,18 +28,21 @@ public:
   // Times never fall.
   void add(int64_t time, int32_t value);
 
+  // From now on it keeps no more points than that, of which there must be a few.
+  void limitTo(size_t most);
+
+  size_t size() const { return kept.size(); }
   const std::vector<Point>& points() const { return kept; }
-  bool thinned() const { return stretch > 1; }
+  // How long each is, in milliseconds; 1 as long as every point is kept.
+  int64_t stretch() const { return length; }
 
 private:
-  void thin();
+  void thin(size_t most);
 
   size_t capacity;
-  int64_t stretch = 1; // milliseconds
+  int64_t length = 1; // milliseconds
   std::vector<Point> kept;
 };
 
-// The points as text: for each the second difference of the time and the difference of the value,
-// in base 64 digits of five bits and a sign to go on, the sign of the number in its lowest bit. A
-// sample that comes on time and moves by less than half a degree takes three characters.
+// The points as text: for each the second difference of the time and the difference of the value.
 std::string encoded(const std::vector<Series::Point>& points);

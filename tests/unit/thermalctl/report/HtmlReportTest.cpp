@@ -1,6 +1,9 @@
 #include "report/HtmlReport.h"
 
+#include <set>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -9,21 +12,39 @@ namespace {
 
 class HtmlReportTest : public ::testing::Test {
 protected:
-  std::string page() const {
+  std::string page() {
     std::ostringstream out;
     report.write(out);
     return out.str();
   }
 
-  nlohmann::json data() const {
+  nlohmann::json data() {
     const std::string html = page();
     const std::string start = "id=\"data\">";
     const size_t from = html.find(start) + start.size();
     return nlohmann::json::parse(html.substr(from, html.find("</script>", from) - from));
   }
 
-  HtmlReport report{"a <b> & c"};
+  HtmlReport report{
+      "a <b> & c", {"thermalctl plot 'a b'", "1.0", "2024-01-30T14:03:20Z", "", {{"a b", "0a1b"}}}};
 };
+
+// A run of a day with that many sensors, each with a noise of a degree, which one may be alone in.
+void playNoisyDay(HtmlReport& report, size_t sensors, int64_t period) {
+  TraceDescription run;
+  for (size_t i = 0; i < sensors; ++i)
+    run.sensors.push_back({"s" + std::to_string(i), SensorTrack::Kind::kReal, {}, {}});
+  report.begin(run);
+  constexpr int64_t kDay = 24 * 3600 * 1000;
+  uint32_t noise = 1;
+  for (int64_t time = 0; time < kDay; time += period) {
+    for (size_t i = 0; i < sensors; ++i) {
+      noise = noise * 1664525 + 1013904223;
+      report.temperature(time, i, 40000 + static_cast<int32_t>(noise >> 22));
+    }
+  }
+  report.end(kDay, {});
+}
 
 TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   TraceDescription run;
@@ -38,7 +59,9 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   algorithm.devices = {0};
   algorithm.thresholds = {{40000, 39000}};
   run.algorithms.push_back(algorithm);
+  run.sources = {"cores"};
   report.begin(run);
+  report.power(250, 0, 15400);
   report.configuration(0, "day.conf");
   report.scenario(0, "Default");
   report.temperature(250, 0, 15);
@@ -47,21 +70,25 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   report.scenario(250, "game");
   report.scenario(500, "Default");
   report.standstill(800);
-  report.end(1000, {{"cores", 2, 1}});
+  report.end(1000, {});
+  RunFigures figures;
+  figures.performance = {{"cores", 2, 1, 12.5}};
+  report.figured(figures);
 
   EXPECT_EQ(data()["runs"], nlohmann::json::parse(R"([{
       "name": "day", "duration": 1000, "standstill": 800, "gaps": [],
       "sensors": [{"name": "skin", "kind": "virtual", "period": 1000, "limit": 43000,
-                   "points": "0Pe", "thinned": false}],
+                   "points": "0Pe", "stretch": 1}],
       "devices": [{"name": "gpu", "kind": "gpufreq", "levels": ["850", "760"],
-                   "points": "0PC", "thinned": false}],
+                   "points": "0PC", "stretch": 1}],
       "algorithms": [{"name": "cap", "configuration": "day.conf", "scenario": "Default",
                       "kind": "monitor", "sensor": 0, "devices": [0],
                       "thresholds": [[40000, 39000]], "lowactive": false,
-                      "points": "0PC", "thinned": false}],
+                      "points": "0PC", "stretch": 1}],
+      "sources": [{"name": "cores", "points": "0Pe", "stretch": 1}],
       "scenarios": {"names": ["Default", "game"], "points": "AA0PCAD"},
       "configurations": {"names": ["day.conf"], "points": "AA"},
-      "performance": [{"source": "cores", "demanded": 2.0, "delivered": 1.0}],
+      "performance": [{"source": "cores", "demanded": 2.0, "delivered": 1.0, "joules": 12.5}],
       "verdicts": []}])"));
 }
 
@@ -72,7 +99,9 @@ TEST_F(HtmlReportTest, HoldsWhatCameOfEachBudget) {
   verdict.measured = 44100;
   verdict.above = 90000;
   verdict.firstAbove = 5500;
-  report.judged({verdict});
+  RunFigures figures;
+  figures.verdicts = {verdict};
+  report.figured(figures);
   EXPECT_EQ(data()["runs"][0]["verdicts"], nlohmann::json::parse(R"([{
       "budget": "node:case=43C:60s", "label": "limit 43 for 0:01:00 in all",
       "cell": "passed: 0:01:30", "name": "case", "plant": true, "verdict": "passed",
@@ -121,17 +150,58 @@ TEST_F(HtmlReportTest, NeedsNothingFromElsewhere) {
     EXPECT_EQ(html.find(reference), std::string::npos) << reference;
 }
 
-TEST_F(HtmlReportTest, DoesNotGrowWithTheLengthOfARun) {
+TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverLongARunIs) {
   TraceDescription run;
   run.sensors.push_back({"skin", SensorTrack::Kind::kReal, {}, {}});
   report.begin(run);
-  for (int64_t i = 0; i < 500000; ++i)
-    report.temperature(i * 250, 0, static_cast<int32_t>(i * 7919 % 60000));
-  report.end(int64_t{500000} * 250, {});
-  const nlohmann::json sensor = data()["runs"][0]["sensors"][0];
-  EXPECT_TRUE(sensor["thinned"]);
-  // Two numbers a point, of at most seven digits.
-  EXPECT_LT(sensor["points"].get<std::string>().size(), Series::kCapacity * 14);
+  // As wild as can be, so that each number is long.
+  for (int64_t i = 0; i < 2000000; ++i)
+    report.temperature(i * 250, 0, static_cast<int32_t>(i * 7919 % 60000) * 30000);
+  report.end(int64_t{2000000} * 250, {});
+  EXPECT_LT(page().size(), 5'000'000u);
+  EXPECT_GT(page().size(), 1'000'000u);
+  EXPECT_GT(data()["runs"][0]["sensors"][0]["stretch"], 1);
+}
+
+TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverManySensorsAndRunsThereAre) {
+  for (int i = 0; i < 5; ++i)
+    playNoisyDay(report, 512, 60000);
+  EXPECT_LT(page().size(), 5'000'000u);
+  // All runs have the same share.
+  std::set<int64_t> stretches;
+  const nlohmann::json written = data();
+  for (const auto& run : written["runs"]) {
+    for (const auto& sensor : run["sensors"])
+      stretches.insert(sensor["stretch"].get<int64_t>());
+  }
+  EXPECT_EQ(stretches.size(), 1u);
+  EXPECT_LE(*stretches.rbegin(), 20 * 60000);
+}
+
+TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverOftenLevelsChange) {
+  TraceDescription run;
+  run.devices.resize(300);
+  report.begin(run);
+  for (int64_t i = 0; i < 16000; ++i) {
+    for (size_t device = 0; device < run.devices.size(); ++device)
+      report.level(i * 250, device, static_cast<int32_t>(i * i % 31), "");
+  }
+  report.end(int64_t{16000} * 250, {});
+  EXPECT_LT(page().size(), 5'000'000u);
+  EXPECT_GT(data()["runs"][0]["devices"][0]["stretch"], 1);
+}
+
+TEST_F(HtmlReportTest, HasADayOfAPhoneToAFewSeconds) {
+  playNoisyDay(report, 10, 250);
+  EXPECT_LE(data()["runs"][0]["sensors"][0]["stretch"], 4096);
+  EXPECT_LT(page().size(), 5'000'000u);
+}
+
+TEST_F(HtmlReportTest, TellsWhereItComesFrom) {
+  EXPECT_EQ(data()["origin"],
+            nlohmann::json::parse(R"({"command": "thermalctl plot 'a b'", "version": "1.0",
+                "date": "2024-01-30T14:03:20Z", "seed": "",
+                "inputs": [{"path": "a b", "sha256": "0a1b"}]})"));
 }
 
 TEST_F(HtmlReportTest, HasTheGapsOfARunAndThoseOfOneSensor) {

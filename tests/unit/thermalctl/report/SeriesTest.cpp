@@ -22,7 +22,7 @@ TEST(SeriesTest, KeepsEveryPointAsLongAsTheyFit) {
     series.add(time * 1000, static_cast<int32_t>(time) * 10);
   EXPECT_EQ(pairsOf(series.points()),
             (std::vector<std::pair<int64_t, int32_t>>{{0, 0}, {1000, 10}, {2000, 20}, {3000, 30}}));
-  EXPECT_FALSE(series.thinned());
+  EXPECT_EQ(series.stretch(), 1);
 }
 
 TEST(SeriesTest, NeverKeepsMorePointsThanItsCapacity) {
@@ -31,7 +31,7 @@ TEST(SeriesTest, NeverKeepsMorePointsThanItsCapacity) {
     series.add(time * 250, static_cast<int32_t>(time % 977));
     ASSERT_LE(series.points().size(), 64u);
   }
-  EXPECT_TRUE(series.thinned());
+  EXPECT_GT(series.stretch(), 1);
 }
 
 TEST(SeriesTest, LosesNeitherTheHighestNorTheLowestPointNorTheEnds) {
@@ -71,6 +71,20 @@ TEST(SeriesTest, KeepsTheLastOfManyChangesAtOneTime) {
   EXPECT_EQ(series.points().front().value, 0);
   EXPECT_EQ(series.points().back().value, 99);
   EXPECT_LE(series.points().size(), 8u);
+}
+
+TEST(SeriesTest, KeepsAnOutlineOfWhatItHadWhenItsRoomShrinks) {
+  Series series(64);
+  for (int32_t i = 0; i < 60; ++i)
+    series.add(i * 1000, i == 17 ? 99 : i % 2);
+  series.limitTo(100);
+  EXPECT_EQ(series.size(), 60u);
+  series.limitTo(20);
+  EXPECT_LE(series.size(), 20u);
+  EXPECT_GT(series.stretch(), 1);
+  EXPECT_EQ(series.points().back().time, 59000);
+  const auto kept = pairsOf(series.points());
+  EXPECT_EQ(std::count(kept.begin(), kept.end(), std::pair<int64_t, int32_t>{17000, 99}), 1);
 }
 
 TEST(SeriesTest, IsEncodedAsDifferencesWhoseLowestBitIsTheSign) {

@@ -1,0 +1,97 @@
+#include "report/Envelope.h"
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Stretches = std::vector<Envelope::Stretch>;
+
+TEST(EnvelopeTest, KeepsEverySampleAsLongAsTheyFit) {
+  Envelope envelope(3);
+  for (int32_t i = 0; i < 3; ++i)
+    envelope.add(i * 250, 10 * i);
+  ASSERT_EQ(envelope.size(), 3u);
+  EXPECT_EQ(envelope.stretch(), 1);
+  for (int32_t i = 0; i < 3; ++i) {
+    const Envelope::Stretch& sample = envelope.stretches()[static_cast<size_t>(i)];
+    EXPECT_EQ(sample.time, i * 250);
+    EXPECT_EQ(sample.mean(), 10 * i);
+    EXPECT_EQ(sample.low, 10 * i);
+    EXPECT_EQ(sample.high, 10 * i);
+  }
+}
+
+TEST(EnvelopeTest, KeepsSamplesOfOneTimeApartUntilTheyDoNotFit) {
+  Envelope envelope(4);
+  for (int32_t i = 0; i < 4; ++i)
+    envelope.add(500, i);
+  EXPECT_EQ(envelope.size(), 4u);
+}
+
+TEST(EnvelopeTest, KeepsTheLowestMeanAndHighestOfEachStretch) {
+  Envelope envelope(8);
+  std::vector<int32_t> values;
+  for (int32_t i = 0; i < 4096; ++i) {
+    values.push_back(i * 7919 % 1009 - 500);
+    envelope.add(i, values.back());
+  }
+  ASSERT_EQ(envelope.stretch(), 512);
+  ASSERT_EQ(envelope.size(), 8u);
+  for (size_t i = 0; i < 8; ++i) {
+    const Envelope::Stretch& stretch = envelope.stretches()[i];
+    const auto first = values.begin() + static_cast<ptrdiff_t>(512 * i);
+    EXPECT_EQ(stretch.time, static_cast<int64_t>(512 * i));
+    EXPECT_EQ(stretch.low, *std::min_element(first, first + 512));
+    EXPECT_EQ(stretch.high, *std::max_element(first, first + 512));
+    EXPECT_NEAR(static_cast<double>(stretch.mean()),
+                std::accumulate(first, first + 512, 0.0) / 512, 0.5);
+  }
+}
+
+TEST(EnvelopeTest, WeighsEverySampleTheSameInTheMean) {
+  Envelope envelope(2);
+  envelope.add(0, 100);
+  envelope.add(1, 0);
+  envelope.add(2, 0);
+  envelope.add(3, 0);
+  envelope.limitTo(1);
+  ASSERT_EQ(envelope.size(), 1u);
+  EXPECT_EQ(envelope.stretches()[0].mean(), 25);
+}
+
+TEST(EnvelopeTest, NeverKeepsMoreThanItsCapacity) {
+  Envelope envelope(64);
+  for (int64_t i = 0; i < 100000; ++i) {
+    envelope.add(i * 250, static_cast<int32_t>(i % 977));
+    ASSERT_LE(envelope.size(), 64u);
+  }
+  envelope.limitTo(10);
+  EXPECT_LE(envelope.size(), 10u);
+  EXPECT_GE(envelope.size(), 5u);
+}
+
+TEST(EnvelopeTest, HasNothingWhereNothingWasSampled) {
+  Envelope envelope(8);
+  for (int64_t i = 0; i < 100; ++i)
+    envelope.add(i < 50 ? i : i + 100000, 1);
+  for (const Envelope::Stretch& stretch : envelope.stretches())
+    EXPECT_TRUE(stretch.time < 50 || stretch.time >= 100050) << stretch.time;
+}
+
+TEST(EnvelopeTest, IsEncodedAsSamplesAndThenAsStretches) {
+  Envelope envelope(4);
+  for (int64_t i = 1; i <= 3; ++i)
+    envelope.add(250 * i, 15);
+  EXPECT_EQ(envelope.encoded(), "0PeAAAA");
+  // Stretches of 1024 ms: 5 to 15 with a mean of 12.5, and 15.
+  envelope.add(1000, 5);
+  envelope.add(1250, 15);
+  ASSERT_EQ(envelope.stretch(), 1024);
+  EXPECT_EQ(envelope.encoded(), "AaQECEAA");
+}
+
+} // namespace

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The course of a noisy value, such as a temperature, in bounded memory.
+//
+// Shape:  every sample as long as they fit. From then on the lowest, mean and highest of each
+//         stretch of time that has samples: no extreme is lost, and what the noise hides shows in
+//         the mean. The stretches begin at multiples of their length, which grows with the run.
+// Units:  milliseconds since the start of the run, none below 0; the value in the unit of what it
+//         is the course of.
+// Memory: 32 bytes a stretch, and `capacity` stretches at most.
+class Envelope {
+public:
+  struct Stretch {
+    int64_t mean() const;
+
+    int64_t time = 0; // of the first sample, in milliseconds
+    int64_t sum = 0;
+    uint32_t count = 0;
+    int32_t low = 0;
+    int32_t high = 0;
+  };
+
+  explicit Envelope(size_t capacity_) : capacity(capacity_) {}
+
+  // Times never fall.
+  void add(int64_t time, int32_t value);
+  // From now on it keeps no more stretches than that, of which there must be a few.
+  void limitTo(size_t most);
+
+  size_t size() const { return kept.size(); }
+  const std::vector<Stretch>& stretches() const { return kept; }
+  // How long each is, in milliseconds; 1 as long as every sample is kept.
+  int64_t stretch() const { return length; }
+
+  // As text: for each sample the second difference of the time and the difference of the value; for
+  // each stretch the second difference of its number, the difference of the mean, and how far below
+  // and above it the lowest and the highest are.
+  std::string encoded() const;
+
+private:
+  void thin(size_t most);
+
+  size_t capacity;
+  int64_t length = 1; // milliseconds
+  std::vector<Stretch> kept;
+};
