@@ -11,6 +11,11 @@
 // Errors: `lowest`, `highest` and `mean` ask for a record that is not empty.
 class TimeAtValue {
 public:
+  TimeAtValue() = default;
+  // The value in force is found by its place.
+  TimeAtValue(TimeAtValue&&) = default;
+  TimeAtValue& operator=(TimeAtValue&&) = default;
+
   // Times never fall. The first value begins the record.
   void set(int64_t time, int32_t value);
   // The last value held until then.
@@ -34,8 +39,12 @@ public:
   double mean() const;
 
 private:
-  std::map<int32_t, int64_t> times;
-  std::optional<int32_t> current;
+  using Times = std::map<int32_t, int64_t>;
+
+  Times::iterator placeOf(int32_t value);
+
+  Times times;
+  std::optional<Times::iterator> current; // of the value in force
   int64_t since = 0;
   uint32_t changeCount = 0;
 };

@@ -8,8 +8,8 @@
 
 namespace {
 
-// Of factors in all steps that are kept, half a megabyte; a workload of odd times only costs the
-// making of them anew.
+// Of factors in all steps that are kept, half a megabyte: a step takes the place of one that shares
+// its remainder. A workload of odd times only costs the making of them anew.
 constexpr size_t kFactorsKept = 20'000;
 
 // How near a lag's rate may be to that of a mode, as a share of it, before their quotient cancels.
@@ -83,6 +83,7 @@ void Network::start(const std::vector<double>& nodeTemperatures, double ambient_
   }
   for (Observer& observer : observers)
     addObserverRow(observer);
+  steps.resize(kFactorsKept / (count + observers.size()) + 1);
 }
 
 // With O the observer above the ambient, a mode z that decays with the rate r, and q z its share in
@@ -231,9 +232,9 @@ Network::Step Network::stepOf(double seconds) const {
 }
 
 const Network::Step& Network::keptStep(int64_t length) {
-  const auto known = steps.find(length);
-  if (known != steps.end()) return known->second;
-  const size_t factors = numbers.nodes + observers.size();
-  if (steps.size() * factors > kFactorsKept) steps.clear();
-  return steps.emplace(length, stepOf(static_cast<double>(length) / 1000)).first->second;
+  Step& step = steps[static_cast<size_t>(length) % steps.size()];
+  if (step.length == length) return step;
+  step = stepOf(static_cast<double>(length) / 1000);
+  step.length = length;
+  return step;
 }

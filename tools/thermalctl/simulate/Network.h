@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 #include "simulate/Modes.h"
@@ -67,6 +66,7 @@ private:
     double state, constant, slope;
   };
   struct Step {
+    int64_t length = 0; // milliseconds
     std::vector<Factors> modes;
     std::vector<Factors> observers;
     std::vector<Factors> resonances; // by observer and its resonant modes
@@ -102,5 +102,5 @@ private:
   bool sloped = false;
 
   std::vector<double> state; // of the modes
-  std::unordered_map<int64_t, Step> steps;
+  std::vector<Step> steps;
 };
