@@ -42,17 +42,16 @@ TimeAtValue::Times::iterator TimeAtValue::placeOf(int32_t value) {
 }
 
 void TimeAtValue::finish(int64_t time) {
-  if (current) (*current)->second += time - since;
+  if (current) {
+    (*current)->second += time - since;
+    whole += time - since;
+  }
   since = time;
 }
 
 void TimeAtValue::skip(int64_t from, int64_t to) {
   finish(std::max(from, since));
   since = std::max(to, since);
-}
-
-int64_t TimeAtValue::total() const {
-  return sum(times.begin(), times.end());
 }
 
 int64_t TimeAtValue::at(int32_t value) const {
@@ -69,7 +68,6 @@ int64_t TimeAtValue::atMost(int32_t value) const {
 }
 
 double TimeAtValue::mean() const {
-  const int64_t whole = total();
   if (whole == 0) return (*current)->first;
   double weighted = 0;
   for (const auto& [value, time] : times)

@@ -25,7 +25,7 @@ public:
 
   bool empty() const { return times.empty(); }
   uint32_t changes() const { return changeCount; }
-  int64_t total() const;
+  int64_t total() const { return whole; }
   int64_t at(int32_t value) const;
   int64_t atLeast(int32_t value) const;
   int64_t atMost(int32_t value) const;
@@ -46,5 +46,6 @@ private:
   Times times;
   std::optional<Times::iterator> current; // of the value in force
   int64_t since = 0;
+  int64_t whole = 0; // the sum of all times
   uint32_t changeCount = 0;
 };

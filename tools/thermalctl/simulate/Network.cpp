@@ -166,17 +166,18 @@ void Network::updateDrives() {
 
 void Network::advance(int64_t length) {
   if (length <= 0) return;
+  if (drivesAreOld) updateDrives();
   apply(keptStep(length));
   milliseconds += length;
 }
 
 void Network::advanceBy(double seconds) {
+  if (drivesAreOld) updateDrives();
   apply(stepOf(seconds));
   beyond += seconds;
 }
 
 void Network::apply(const Step& step) {
-  if (drivesAreOld) updateDrives();
   const double passed = sinceSet();
   const auto after = [this, passed](const Factors& factors, double old, double drive,
                                     double slope) {
@@ -208,12 +209,13 @@ double Network::aboveAmbient(size_t node) const {
 // The solution of x' = -r x + drive + slope t, and for a mode of nearly an observer's rate that of
 // the chain of both.
 Network::Step Network::stepOf(double seconds) const {
-  const auto alone = [seconds](double rate) -> Factors {
+  const auto alone = [this, seconds](double rate) -> Factors {
     const double decay = -rate * seconds;
     return {std::exp(decay), seconds * expDifference({0, decay}),
-            seconds * seconds * expDifference({0, 0, decay})};
+            sloped ? seconds * seconds * expDifference({0, 0, decay}) : 0};
   };
   Step step;
+  step.hasSlopes = sloped;
   for (const double rate : rates)
     step.modes.push_back(alone(rate));
   for (size_t i = 0; i < observers.size(); ++i) {
@@ -233,7 +235,7 @@ Network::Step Network::stepOf(double seconds) const {
 
 const Network::Step& Network::keptStep(int64_t length) {
   Step& step = steps[static_cast<size_t>(length) % steps.size()];
-  if (step.length == length) return step;
+  if (step.length == length && (step.hasSlopes || !sloped)) return step;
   step = stepOf(static_cast<double>(length) / 1000);
   step.length = length;
   return step;

@@ -67,6 +67,7 @@ private:
   };
   struct Step {
     int64_t length = 0; // milliseconds
+    bool hasSlopes = false;
     std::vector<Factors> modes;
     std::vector<Factors> observers;
     std::vector<Factors> resonances; // by observer and its resonant modes
@@ -80,6 +81,7 @@ private:
   void setFromNowOn();
   void updateDrives();
   void apply(const Step& step);
+  // What a slope makes of a step is left out where there is none.
   Step stepOf(double seconds) const;
   const Step& keptStep(int64_t length);
 
