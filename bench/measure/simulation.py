@@ -1,39 +1,85 @@
-"""Speed and memory of the simulator: the phone board through a game, with all that it can write."""
+"""Speed and memory of the simulator: the phone board through a game, a board of many sensors, and one of many nodes
+under a workload of odd times."""
 
+import os
+import random
+import re
 import subprocess
 import time
+from pathlib import Path
+from typing import NamedTuple
 
 from . import boards
-from .ground import Program
 
-GLANCE = 0.002
-
-
-def seconds_of(ground, hours, output):
-    """Of wall clock, for a run of so many hours on one core."""
-    begin = time.monotonic()
-    subprocess.run(_command(ground, hours, output), check=True, stdout=subprocess.DEVNULL)
-    return time.monotonic() - begin
+GLANCE = 0.005
 
 
-def peak_of(ground, hours):
-    """The most bytes of resident memory that were seen of a run."""
-    peak = 0
-    process = subprocess.Popen(_command(ground, hours, True), stdout=subprocess.DEVNULL)
-    with Program(process) as program:
-        while process.poll() is None:
-            try:
-                peak = max(peak, program.resident_bytes())
-            except RuntimeError:
-                break  # it has ended since, and holds nothing any more
-            time.sleep(GLANCE)
-        process.wait()
+class Run(NamedTuple):
+    seconds: float  # of processor time, the start of the process included
+    peak: int  # bytes of resident memory, those of the last milliseconds aside
+
+
+def of_phone(ground, duration, output=False):
+    return _run(ground, ["--board", boards.PHONE, "--workload", "game"], duration, output)
+
+
+def of_sensors(ground, count):
+    """An hour of so many sensors at a second, each with noise and a monitor that never wakes."""
+    board = _folder(ground, "sensors")
+    nodes = [f"/nowhere/{i}" for i in range(count)]
+    (board / "talmor-thermal.env").write_text(boards.environment(nodes, 1000, ["/nowhere/device"]))
+    (board / "talmor-thermal.conf").write_text(boards.sleepers(count))
+    (board / "plant.toml").write_text(
+        '[node.case]\njoules_per_kelvin = 70.0\n[[resistance]]\nbetween = ["case", "ambient"]\n'
+        'kelvin_per_watt = 8.0\n[source.load]\nnode = "case"\nwatts = 3.0\n'
+        + "".join(f'[sensor.sensor{i}]\nnode = "case"\nnoise = 0.05\nstep = 0.1\n'
+                  for i in range(count)))
+    (board / "work.csv").write_text("time,load\n0,0.2\n5m,1\n20m,0.3\n")
+    return _run(ground, ["--board", board, "--workload", board / "work.csv"], "1h")
+
+
+def of_odd_times(ground, nodes):
+    """An hour of a chain of so many nodes whose load changes at random milliseconds, twice a second."""
+    board = _folder(ground, "nodes")
+    (board / "talmor-thermal.env").write_text(boards.environment(["/nowhere/0"], 1000, ["/nowhere/device"]))
+    (board / "talmor-thermal.conf").write_text(boards.sleepers(1))
+    chain = [f"n{i}" for i in range(nodes)] + ["ambient"]
+    (board / "plant.toml").write_text(
+        "".join(f"[node.{name}]\njoules_per_kelvin = {1 + i % 7}.0\n" for i, name in enumerate(chain[:-1]))
+        + "".join(f'[[resistance]]\nbetween = ["{a}", "{b}"]\nkelvin_per_watt = 0.{1 + i % 9}\n'
+                  for i, (a, b) in enumerate(zip(chain, chain[1:])))
+        + '[source.load]\nnode = "n0"\nwatts = 3.0\n[sensor.sensor0]\nnode = "n0"\n')
+    rng = random.Random(1)
+    times = sorted({0, *rng.sample(range(1, 3_600_000), 7200)})
+    (board / "work.csv").write_text(
+        "time,load\n" + "".join(f"{time}ms,{rng.randrange(101) / 100}\n" for time in times))
+    return _run(ground, ["--board", board, "--workload", board / "work.csv"], "1h")
+
+
+def _folder(ground, name):
+    board = ground.box.base / name
+    board.mkdir(exist_ok=True)
+    return board
+
+
+def _run(ground, inputs, duration, output=False):
+    command = ["taskset", "--cpu-list", "0", ground.thermalctl, "simulate", *inputs, "--duration", duration]
+    if output:
+        command += ["--out", ground.box.base / "simulation"]
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    peak = ended = 0
+    while not ended:
+        time.sleep(GLANCE)
+        peak = _peak_so_far(process.pid) or peak
+        # What the kernel has counted of this one child.
+        ended, status, used = os.wait4(process.pid, os.WNOHANG)
+    process.returncode = os.waitstatus_to_exitcode(status)
     if process.returncode:
         raise RuntimeError(f"the simulation ended: {process.returncode}")
-    return peak
+    return Run(used.ru_utime + used.ru_stime, peak)
 
 
-def _command(ground, hours, output):
-    command = ["taskset", "--cpu-list", "0", ground.thermalctl, "simulate",
-               "--board", boards.PHONE, "--workload", "game", "--duration", f"{hours}h"]
-    return command + ["--out", ground.box.base / "simulation"] if output else command
+def _peak_so_far(pid):
+    """Nothing of a process that has ended and is only waited for."""
+    peak = re.search(r"^VmHWM:\s+(\d+) kB", Path(f"/proc/{pid}/status").read_text(), re.MULTILINE)
+    return int(peak[1]) * 1024 if peak else 0

@@ -1,12 +1,30 @@
 #include "sensor/Real.h"
 
-#include <cctype>
+#include <atomic>
+#include <charconv>
 #include <exception>
+#include <system_error>
 
 #include "base/Int32.h"
 #include "base/Log.h"
 #include "base/ThermalThread.h"
 #include "sensor/Virtual.h"
+
+namespace {
+
+// Of the C locale, which is the daemon's.
+bool isSpace(int character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+// The digits of a sample without the way through a locale; whatever else there is, as ever.
+int32_t readingOf(const std::string& token) {
+  long number = 0;
+  const auto read = std::from_chars(token.data(), token.data() + token.size(), number);
+  return read.ec == std::errc() ? static_cast<int32_t>(number) : parseInt32(token);
+}
+
+} // namespace
 
 Real::Real(const std::string& name_, uint32_t sampling_, const std::string& nodePath_)
     : Sensor(name_, sampling_, nullptr), nodePath(nodePath_) {
@@ -20,8 +38,9 @@ Real::Real(const std::string& name_, uint32_t sampling_, const std::string& node
 }
 
 void Real::updateTemp() {
-  const int32_t value = parseInt32(nextToken());
-  temperature = value;
+  const int32_t value = readingOf(nextToken());
+  // Whoever this sample wakes sees it by the wake-up; whoever is awake may see it a moment later.
+  temperature.store(value, std::memory_order_release);
   LOG_LINE(message::kSample, name.c_str(), scenario.c_str(), value);
 }
 
@@ -38,7 +57,7 @@ std::string Real::nextToken() {
   try {
     if (content.pubseekpos(0, std::ios::in) != std::streampos(-1)) {
       for (auto c = content.sgetc(); c != end; c = content.snextc()) {
-        if (!std::isspace(c))
+        if (!isSpace(c))
           token.push_back(static_cast<char>(c));
         else if (!token.empty())
           return token;

@@ -48,7 +48,8 @@ void EventTrace::begin(const TraceDescription& run) {
 
 void EventTrace::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
   event("C") << R"(,"ts":)" << time * kMicroseconds << R"(,"name":)" << sensors[sensor]
-             << R"(,"args":{"value":)" << degrees(millidegrees) << "}}";
+             << R"(,"args":{"value":)";
+  writer.decimal(millidegrees) << "}}";
 }
 
 void EventTrace::level(int64_t time, size_t device, int32_t level, const std::string&) {

@@ -1,41 +1,57 @@
 #include "report/TimeAtValue.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 
 namespace {
 
-using Times = std::map<int32_t, int64_t>;
-
-int64_t sum(Times::const_iterator first, Times::const_iterator last) {
-  return std::accumulate(first, last, int64_t{0}, [](int64_t total, const Times::value_type& held) {
-    return total + held.second;
-  });
+template <typename Iterator> int64_t sum(Iterator first, Iterator last) {
+  return std::accumulate(first, last, int64_t{0},
+                         [](int64_t total, const auto& held) { return total + held.second; });
 }
 
 } // namespace
 
 void TimeAtValue::set(int64_t time, int32_t value) {
-  if (current == value) return;
+  if (!current) {
+    since = time;
+    current = times.try_emplace(value, 0).first;
+    return;
+  }
+  if ((*current)->first == value) return;
   finish(time);
-  if (current) ++changeCount;
-  current = value;
+  ++changeCount;
   // A value that another replaces at the same time was still there: it may be the highest.
-  times.try_emplace(value, 0);
+  current = times.try_emplace(placeOf(value), value, 0);
+}
+
+// What a value is put in front of. A temperature that moves goes to one of its neighbours, mostly.
+TimeAtValue::Times::iterator TimeAtValue::placeOf(int32_t value) {
+  constexpr int kNeighbours = 3;
+  auto place = *current;
+  for (int i = 0; i < kNeighbours; ++i) {
+    if (place->first < value) {
+      if (++place == times.end() || place->first >= value) return place;
+    } else {
+      if (place == times.begin() || std::prev(place)->first < value) return place;
+      --place;
+    }
+  }
+  return times.lower_bound(value);
 }
 
 void TimeAtValue::finish(int64_t time) {
-  if (current) times[*current] += time - since;
+  if (current) {
+    (*current)->second += time - since;
+    whole += time - since;
+  }
   since = time;
 }
 
 void TimeAtValue::skip(int64_t from, int64_t to) {
   finish(std::max(from, since));
   since = std::max(to, since);
-}
-
-int64_t TimeAtValue::total() const {
-  return sum(times.begin(), times.end());
 }
 
 int64_t TimeAtValue::at(int32_t value) const {
@@ -52,8 +68,7 @@ int64_t TimeAtValue::atMost(int32_t value) const {
 }
 
 double TimeAtValue::mean() const {
-  const int64_t whole = total();
-  if (whole == 0) return *current;
+  if (whole == 0) return (*current)->first;
   double weighted = 0;
   for (const auto& [value, time] : times)
     weighted += static_cast<double>(value) * static_cast<double>(time);

@@ -11,6 +11,11 @@
 // Errors: `lowest`, `highest`, `mean` and `percentile` ask for a record that is not empty.
 class TimeAtValue {
 public:
+  TimeAtValue() = default;
+  // The value in force is found by its place.
+  TimeAtValue(TimeAtValue&&) = default;
+  TimeAtValue& operator=(TimeAtValue&&) = default;
+
   // Times never fall. The first value begins the record.
   void set(int64_t time, int32_t value);
   // The last value held until then.
@@ -20,7 +25,7 @@ public:
 
   bool empty() const { return times.empty(); }
   uint32_t changes() const { return changeCount; }
-  int64_t total() const;
+  int64_t total() const { return whole; }
   int64_t at(int32_t value) const;
   int64_t atLeast(int32_t value) const;
   int64_t atMost(int32_t value) const;
@@ -37,8 +42,13 @@ public:
   int32_t percentile(double percent) const;
 
 private:
-  std::map<int32_t, int64_t> times;
-  std::optional<int32_t> current;
+  using Times = std::map<int32_t, int64_t>;
+
+  Times::iterator placeOf(int32_t value);
+
+  Times times;
+  std::optional<Times::iterator> current; // of the value in force
   int64_t since = 0;
+  int64_t whole = 0; // the sum of all times
   uint32_t changeCount = 0;
 };

@@ -1,20 +1,46 @@
 #include "report/Writer.h"
 
-#include <array>
 #include <charconv>
 #include <cstdlib>
 
 #include <nlohmann/json.hpp>
 
+namespace {
+
+// Of the longest number, its sign, point and thousandths included.
+constexpr size_t kLongest = 32;
+
+} // namespace
+
+char* Writer::roomForNumber() {
+  if (kBlock - used < kLongest) flush();
+  return block.data() + used;
+}
+
 Writer& Writer::operator<<(int64_t number) {
-  std::array<char, 24> digits;
-  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-  return *this << std::string_view(digits.data(), static_cast<size_t>(written.ptr - digits.data()));
+  char* const first = roomForNumber();
+  used += static_cast<size_t>(std::to_chars(first, first + kLongest, number).ptr - first);
+  return *this;
+}
+
+Writer& Writer::decimal(int64_t thousandths) {
+  if (thousandths < 0) *this << "-";
+  const uint64_t size =
+      thousandths < 0 ? 0 - static_cast<uint64_t>(thousandths) : static_cast<uint64_t>(thousandths);
+  char* const first = roomForNumber();
+  char* end = std::to_chars(first, first + kLongest, size / 1000).ptr;
+  if (const uint64_t rest = size % 1000) {
+    *end++ = '.';
+    for (uint64_t left = rest, digit = 100; left > 0; left %= digit, digit /= 10)
+      *end++ = static_cast<char>('0' + left / digit);
+  }
+  used += static_cast<size_t>(end - first);
+  return *this;
 }
 
 void Writer::flush() {
-  out.write(block.data(), static_cast<std::streamsize>(block.size()));
-  block.clear();
+  out.write(block.data(), static_cast<std::streamsize>(used));
+  used = 0;
 }
 
 std::string jsonString(const std::string& text) {

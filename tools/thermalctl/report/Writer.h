@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -13,25 +15,36 @@
 // Errors: left in the stream, which must outlive this.
 class Writer {
 public:
-  explicit Writer(std::ostream& out_) : out(out_) {}
+  explicit Writer(std::ostream& out_) : out(out_), block(kBlock, '\0') {}
   ~Writer() { flush(); }
   Writer(const Writer&) = delete;
   Writer& operator=(const Writer&) = delete;
 
   Writer& operator<<(std::string_view text) {
-    block.append(text);
-    if (block.size() >= kBlock) flush();
+    if (text.size() > kBlock - used) flush();
+    if (text.size() > kBlock) {
+      out.write(text.data(), static_cast<std::streamsize>(text.size()));
+      return *this;
+    }
+    std::memcpy(block.data() + used, text.data(), text.size());
+    used += text.size();
     return *this;
   }
   Writer& operator<<(int64_t number);
+  // Of thousandths, without zeros at the end: -500 is -0.5.
+  Writer& decimal(int64_t thousandths);
   void flush();
 
 private:
   // Bytes.
   static constexpr size_t kBlock = 1 << 16;
 
+  // Where a number may be written.
+  char* roomForNumber();
+
   std::ostream& out;
   std::string block;
+  size_t used = 0; // of it
 };
 
 // `text` as a JSON string, quotes included. Bytes that are not UTF-8 are replaced.

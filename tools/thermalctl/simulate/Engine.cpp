@@ -44,7 +44,7 @@ void Engine::Control::handOverName(SensorThread& thread, bool newConf) {
   else
     engine.observer.inForce(engine.now, owner->confFileName, requestedScenName);
   prepareName(thread, newConf);
-  engine.sample(engine.schedule.sensorWorkers.at(thread.period), &SensorThread::takeOverScenario);
+  engine.sample(engine.schedule.workerOf(thread), &SensorThread::takeOverScenario);
 }
 
 // A worker that slept until now makes a whole pass, one in its period lets the woken items decide
@@ -66,7 +66,7 @@ void Engine::Control::letWokenItemsDecide() {
 void Engine::Control::release(SensorThread& thread) {
   thread.leaveOldScenario();
   engine.observer.itemsAndDevices(engine.now);
-  engine.pass(engine.schedule.sensorWorkers.at(thread.period));
+  engine.pass(engine.schedule.workerOf(thread));
 }
 
 Engine::Engine(const RunInput& input_, TraceSink& sink, Listener listener_)
@@ -82,30 +82,32 @@ Engine::Engine(const RunInput& input_, TraceSink& sink, Listener listener_)
 void Engine::run() {
   observer.begin(control.currentScenName);
   int64_t nextProgress = kProgressPeriod;
-  while (now < input.duration) {
-    takeTurn();
-    const int64_t next = schedule.earliest();
-    if (next == now) continue;
-    observer.powers(now);
-    now = next;
+  for (Schedule::Turn turn = schedule.next(); turn.time < input.duration; turn = schedule.next()) {
+    if (turn.time > now) observer.powers(now);
+    now = turn.time;
+    take(turn);
     if (now < nextProgress) continue;
     listener.progress(now);
     nextProgress = now + kProgressPeriod;
   }
+  observer.powers(now);
   observer.end(input.duration);
 }
 
-// The one that comes first of what is due now. It may be that another one before it is due then.
-void Engine::takeTurn() {
-  if (schedule.changeDue() == now) return take(schedule.takeChange());
-  for (ItemWorker& worker : schedule.itemWorkers) {
-    if (worker.due == now) return passOrSleep(worker);
+// Behind it another one may be due now, and come before those that were.
+void Engine::take(const Schedule::Turn& turn) {
+  switch (turn.kind) {
+  case Schedule::Turn::Kind::kChange:
+    return take(schedule.takeChange());
+  case Schedule::Turn::Kind::kItems:
+    return passOrSleep(*turn.items);
+  case Schedule::Turn::Kind::kSensors:
+    return passOrSleep(*turn.sensors);
+  case Schedule::Turn::Kind::kScenario:
+    return takeScenarioCycle();
+  case Schedule::Turn::Kind::kNodes:
+    return takeNodes();
   }
-  for (auto& [period, worker] : schedule.sensorWorkers) {
-    if (worker.due == now) return passOrSleep(worker);
-  }
-  if (schedule.scenarioDue == now) return takeScenarioCycle();
-  takeNodes();
 }
 
 // Threads that are due at one moment wake the processor once.
@@ -148,7 +150,7 @@ void Engine::takeScenarioCycle() {
   countWakeup();
   if (!control.hasWork()) return;
   const auto& workers = schedule.sensorWorkers;
-  const auto isAsleep = [](const auto& entry) { return !entry.second.isAwake(); };
+  const auto isAsleep = [](const SensorWorker& worker) { return !worker.isAwake(); };
   if (control.changeIsDue() && std::any_of(workers.begin(), workers.end(), isAsleep))
     return standStill();
   control.takeCycle();
@@ -162,7 +164,7 @@ void Engine::takeScenarioCycle() {
 // A change waits until every sensor worker takes part, and those that take part sample nothing
 // meanwhile. So the trip sensor of one that sleeps can never wake it.
 void Engine::standStill() {
-  for (auto& [period, worker] : schedule.sensorWorkers)
+  for (SensorWorker& worker : schedule.sensorWorkers)
     worker.due = Schedule::kNever;
   schedule.scenarioDue = Schedule::kNever;
   observer.standstill(now);

@@ -76,7 +76,7 @@ private:
     bool written = false; // and perhaps not yet read
   };
 
-  void takeTurn();
+  void take(const Schedule::Turn& turn);
   void countWakeup();
   void take(const Change& change);
   template <typename Worker> void passOrSleep(Worker& worker);

@@ -8,8 +8,8 @@
 
 namespace {
 
-// Of factors in all steps that are kept, half a megabyte; a workload of odd times only costs the
-// making of them anew.
+// Of factors in all steps that are kept, half a megabyte: a step takes the place of one that shares
+// its remainder. A workload of odd times only costs the making of them anew.
 constexpr size_t kFactorsKept = 20'000;
 
 // How near a lag's rate may be to that of a mode, as a share of it, before their quotient cancels.
@@ -83,6 +83,7 @@ void Network::start(const std::vector<double>& nodeTemperatures, double ambient_
   }
   for (Observer& observer : observers)
     addObserverRow(observer);
+  steps.resize(kFactorsKept / (count + observers.size()) + 1);
 }
 
 // With O the observer above the ambient, a mode z that decays with the rate r, and q z its share in
@@ -165,17 +166,18 @@ void Network::updateDrives() {
 
 void Network::advance(int64_t length) {
   if (length <= 0) return;
+  if (drivesAreOld) updateDrives();
   apply(keptStep(length));
   milliseconds += length;
 }
 
 void Network::advanceBy(double seconds) {
+  if (drivesAreOld) updateDrives();
   apply(stepOf(seconds));
   beyond += seconds;
 }
 
 void Network::apply(const Step& step) {
-  if (drivesAreOld) updateDrives();
   const double passed = sinceSet();
   const auto after = [this, passed](const Factors& factors, double old, double drive,
                                     double slope) {
@@ -207,12 +209,13 @@ double Network::aboveAmbient(size_t node) const {
 // The solution of x' = -r x + drive + slope t, and for a mode of nearly an observer's rate that of
 // the chain of both.
 Network::Step Network::stepOf(double seconds) const {
-  const auto alone = [seconds](double rate) -> Factors {
+  const auto alone = [this, seconds](double rate) -> Factors {
     const double decay = -rate * seconds;
     return {std::exp(decay), seconds * expDifference({0, decay}),
-            seconds * seconds * expDifference({0, 0, decay})};
+            sloped ? seconds * seconds * expDifference({0, 0, decay}) : 0};
   };
   Step step;
+  step.hasSlopes = sloped;
   for (const double rate : rates)
     step.modes.push_back(alone(rate));
   for (size_t i = 0; i < observers.size(); ++i) {
@@ -231,9 +234,9 @@ Network::Step Network::stepOf(double seconds) const {
 }
 
 const Network::Step& Network::keptStep(int64_t length) {
-  const auto known = steps.find(length);
-  if (known != steps.end()) return known->second;
-  const size_t factors = numbers.nodes + observers.size();
-  if (steps.size() * factors > kFactorsKept) steps.clear();
-  return steps.emplace(length, stepOf(static_cast<double>(length) / 1000)).first->second;
+  Step& step = steps[static_cast<size_t>(length) % steps.size()];
+  if (step.length == length && (step.hasSlopes || !sloped)) return step;
+  step = stepOf(static_cast<double>(length) / 1000);
+  step.length = length;
+  return step;
 }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 #include "simulate/Modes.h"
@@ -67,6 +66,8 @@ private:
     double state, constant, slope;
   };
   struct Step {
+    int64_t length = 0; // milliseconds
+    bool hasSlopes = false;
     std::vector<Factors> modes;
     std::vector<Factors> observers;
     std::vector<Factors> resonances; // by observer and its resonant modes
@@ -80,6 +81,7 @@ private:
   void setFromNowOn();
   void updateDrives();
   void apply(const Step& step);
+  // What a slope makes of a step is left out where there is none.
   Step stepOf(double seconds) const;
   const Step& keptStep(int64_t length);
 
@@ -102,5 +104,5 @@ private:
   bool sloped = false;
 
   std::vector<double> state; // of the modes
-  std::unordered_map<int64_t, Step> steps;
+  std::vector<Step> steps;
 };

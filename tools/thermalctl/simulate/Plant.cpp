@@ -13,12 +13,25 @@ double secondsOf(int64_t milliseconds) {
   return static_cast<double>(milliseconds) / 1000;
 }
 
+// As std::round has it, which is a call into a library where the processor need not have it. Of
+// numbers below 1e15, whose fractions are exact.
+int64_t nearest(double number) {
+  const auto whole = static_cast<int64_t>(number);
+  const double rest = number - static_cast<double>(whole);
+  return whole + static_cast<int64_t>(rest >= 0.5) - static_cast<int64_t>(rest <= -0.5);
+}
+
+bool isLarge(double number) {
+  return !(std::abs(number) < 1e15);
+}
+
 } // namespace
 
 int32_t millidegreesOf(double celsius) {
-  return static_cast<int32_t>(std::clamp<double>(std::round(celsius * 1000),
-                                                 std::numeric_limits<int32_t>::min(),
-                                                 std::numeric_limits<int32_t>::max()));
+  using Limits = std::numeric_limits<int32_t>;
+  const double exact = celsius * 1000;
+  if (isLarge(exact)) return exact > 0 ? Limits::max() : Limits::min();
+  return static_cast<int32_t>(std::clamp<int64_t>(nearest(exact), Limits::min(), Limits::max()));
 }
 
 Plant::Plant(const PlantDescription& description, uint64_t seed)
@@ -29,6 +42,7 @@ Plant::Plant(const PlantDescription& description, uint64_t seed)
   for (size_t i = 0; i < plant.probes.size(); ++i)
     noise.emplace_back(seeds.next());
   for (size_t i = 0; i < sources.size(); ++i) {
+    sources[i].sum.source = plant.sources[i].name;
     setLoad(i, plant.sources[i].load.value_or(0));
   }
 }
@@ -88,7 +102,6 @@ void Plant::advanceTo(int64_t time) {
   updatePowers();
   for (double bend = nextBend(); beyond + bend < length; bend = nextBend()) {
     network.advanceBy(bend);
-    addUp(bend);
     beyond += bend;
     followRamps();
     updatePowers();
@@ -97,7 +110,6 @@ void Plant::advanceTo(int64_t time) {
     network.advance(time - now);
   else
     network.advanceBy(length - beyond);
-  addUp(length - beyond);
   now = time;
   beyond = 0;
   followRamps();
@@ -111,12 +123,14 @@ double Plant::nextBend() const {
   return next;
 }
 
-void Plant::addUp(double seconds) {
-  for (Source& source : sources) {
-    source.joules += source.watts.over(seconds);
-    source.demanded += source.load.over(seconds);
-    source.delivered += source.rate.over(seconds);
-  }
+// What it has given off and done along its lines since they were looked at last.
+Performance Plant::upToNow(const Source& source) const {
+  const double seconds = secondsOf(now - source.since) + beyond - source.sinceBeyond;
+  Performance sum = source.sum;
+  sum.joules += source.watts.over(seconds);
+  sum.demanded += source.load.over(seconds);
+  sum.delivered += source.rate.over(seconds);
+  return sum;
 }
 
 // The network goes along the slopes by itself, until one changes.
@@ -135,15 +149,17 @@ int32_t Plant::reading(size_t probe) {
   double celsius = network.temperature(observed[probe]) + sensor.offset;
   // As in a sensor: what it has of the heat, noise included, is what it turns into steps.
   if (sensor.noise > 0) celsius += sensor.noise * noise[probe].normal();
-  if (sensor.step > 0) celsius = std::round(celsius / sensor.step) * sensor.step;
+  if (sensor.step > 0) {
+    const double steps = celsius / sensor.step;
+    celsius = (isLarge(steps) ? steps : static_cast<double>(nearest(steps))) * sensor.step;
+  }
   return millidegreesOf(celsius);
 }
 
 std::vector<Performance> Plant::performance() const {
   std::vector<Performance> all;
-  for (size_t i = 0; i < sources.size(); ++i)
-    all.push_back(
-        {plant.sources[i].name, sources[i].demanded, sources[i].delivered, sources[i].joules});
+  for (const Source& source : sources)
+    all.push_back(upToNow(source));
   return all;
 }
 
@@ -158,6 +174,9 @@ void Plant::change(size_t source) {
 void Plant::update(size_t index) {
   const PlantDescription::Source& source = plant.sources[index];
   Source& state = sources[index];
+  state.sum = upToNow(state);
+  state.since = now;
+  state.sinceBeyond = beyond;
   const Line& line = state.given.line;
   const double passed = secondsOf(now - state.given.since) + beyond;
   const Line present = {line.value + line.slope * passed, line.slope};

@@ -75,11 +75,11 @@ private:
     Given given;
     size_t level = 0;
     size_t cores = 0;
-    double demanded = 0;
-    double delivered = 0;
-    double joules = 0;
-    // What the three above and the description make of it, at present.
+    // What they and the description make of it, at the time when they were looked at last.
     Line load, rate, watts;
+    int64_t since = 0;
+    double sinceBeyond = 0;
+    Performance sum;                                       // up to then
     double bend = std::numeric_limits<double>::infinity(); // seconds until its slopes change
   };
 
@@ -90,7 +90,7 @@ private:
   static Line work(Source& source, double speed);
   void followRamps();
   double nextBend() const;
-  void addUp(double seconds);
+  Performance upToNow(const Source& source) const;
   void updatePowers();
 
   const PlantDescription& plant;

@@ -14,10 +14,10 @@ int64_t waitOf(int32_t period) {
 Schedule::Schedule(const RunInput& input_, const VirtualDaemon& daemon_)
     : input(input_), daemon(daemon_) {
   for (const auto& [period, thread] : daemon.sensorThreads)
-    sensorWorkers.emplace(period, workerOf(thread));
+    sensorWorkers.push_back(made(thread));
 }
 
-SensorWorker Schedule::workerOf(SensorThread* thread) const {
+SensorWorker Schedule::made(SensorThread* thread) const {
   SensorWorker worker{thread, waitOf(thread->period), {}, {}};
   const std::vector<SensorTrack>& tracks = input.description.sensors;
   for (const Sensor* sensor : thread->items) {
@@ -35,12 +35,20 @@ SensorWorker Schedule::workerOf(SensorThread* thread) const {
   return worker;
 }
 
-int64_t Schedule::earliest() const {
-  int64_t first = std::min({changeDue(), scenarioDue, nodesDue});
-  for (const auto& [period, worker] : sensorWorkers)
-    first = std::min(first, worker.due);
-  for (const ItemWorker& worker : itemWorkers)
-    first = std::min(first, worker.due);
+SensorWorker& Schedule::workerOf(const SensorThread& thread) {
+  return *std::find_if(sensorWorkers.begin(), sensorWorkers.end(),
+                       [&thread](const SensorWorker& worker) { return worker.thread == &thread; });
+}
+
+// In the order in which they come at one time.
+Schedule::Turn Schedule::next() {
+  Turn first{changeDue(), Turn::Kind::kChange};
+  for (ItemWorker& worker : itemWorkers)
+    if (worker.due < first.time) first = {worker.due, Turn::Kind::kItems, &worker};
+  for (SensorWorker& worker : sensorWorkers)
+    if (worker.due < first.time) first = {worker.due, Turn::Kind::kSensors, nullptr, &worker};
+  if (scenarioDue < first.time) first = {scenarioDue, Turn::Kind::kScenario};
+  if (nodesDue < first.time) first = {nodesDue, Turn::Kind::kNodes};
   return first;
 }
 
@@ -63,8 +71,7 @@ void Schedule::wake(int64_t now) {
   const auto wakeUp = [now](auto& worker) {
     if (worker.due == kNever && worker.isAwake()) worker.due = now;
   };
-  for (auto& [period, worker] : sensorWorkers)
-    wakeUp(worker);
+  std::for_each(sensorWorkers.begin(), sensorWorkers.end(), wakeUp);
   std::for_each(itemWorkers.begin(), itemWorkers.end(), wakeUp);
 }
 

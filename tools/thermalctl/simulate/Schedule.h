@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <limits>
-#include <map>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -54,26 +53,37 @@ public:
 
   Schedule(const RunInput& input, const VirtualDaemon& daemon);
 
-  int64_t earliest() const;
+  // What comes next: the first of what is due first.
+  //
+  // Shape: with neither of the two workers it is what `kind` says.
+  struct Turn {
+    enum class Kind { kChange, kItems, kSensors, kScenario, kNodes };
+    int64_t time;
+    Kind kind;
+    ItemWorker* items = nullptr;
+    SensorWorker* sensors = nullptr;
+  };
+  Turn next();
 
-  // The workload's next change, and when it is due.
-  int64_t changeDue() const;
   const Change& takeChange();
 
   // Lets whoever slept and is awake by now have a pass at once.
   void wake(int64_t now);
 
+  SensorWorker& workerOf(const SensorThread& thread);
+
   // Looks through the daemon's workers of items, which a swap may have changed. Returns how long
   // the scenario thread has waited for those that are gone.
   int64_t gatherItemWorkers(int64_t now);
 
-  std::map<int32_t, SensorWorker> sensorWorkers; // by their periods
+  std::vector<SensorWorker> sensorWorkers; // in the order of their periods
   std::vector<ItemWorker> itemWorkers;
   int64_t scenarioDue = 0;
   int64_t nodesDue = 0; // the look at the plant's own nodes
 
 private:
-  SensorWorker workerOf(SensorThread* thread) const;
+  int64_t changeDue() const;
+  SensorWorker made(SensorThread* thread) const;
 
   const RunInput& input;
   const VirtualDaemon& daemon;

@@ -1,0 +1,44 @@
+#include "report/Writer.h"
+
+#include <limits>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string decimalOf(int64_t thousandths) {
+  std::ostringstream out;
+  Writer(out).decimal(thousandths);
+  return out.str();
+}
+
+TEST(WriterTest, WritesThousandthsWithoutZerosAtTheEnd) {
+  EXPECT_EQ(decimalOf(0), "0");
+  EXPECT_EQ(decimalOf(61000), "61");
+  EXPECT_EQ(decimalOf(61250), "61.25");
+  EXPECT_EQ(decimalOf(-500), "-0.5");
+  EXPECT_EQ(decimalOf(5), "0.005");
+  EXPECT_EQ(decimalOf(-1040), "-1.04");
+  EXPECT_EQ(decimalOf(std::numeric_limits<int32_t>::min()), "-2147483.648");
+  EXPECT_EQ(decimalOf(std::numeric_limits<int64_t>::min()), "-9223372036854775.808");
+}
+
+TEST(WriterTest, LosesNothingAcrossItsBlocks) {
+  std::string wanted;
+  std::ostringstream out;
+  {
+    Writer writer(out);
+    for (int64_t i = 0; i < 30'000; ++i) {
+      writer << "number " << i << ", ";
+      wanted += "number " + std::to_string(i) + ", ";
+    }
+    const std::string longer(200'000, 'x');
+    writer << longer << int64_t{-7};
+    wanted += longer + "-7";
+  }
+  EXPECT_EQ(out.str(), wanted);
+}
+
+} // namespace
