@@ -51,8 +51,10 @@ KnownNames knownNames(const Inspection& inspection) {
     known.rules.emplace_back(rule.name);
   if (!inspection.hasBoard) return known;
   known.sensors.emplace();
+  known.devices.emplace();
   for (const Section& section : inspection.environment.sections)
-    if (section.isSensor()) known.sensors->push_back(section.name);
+    if (section.isSensor() || section.isDevice())
+      (section.isSensor() ? known.sensors : known.devices)->push_back(section.name);
   return known;
 }
 
@@ -118,7 +120,8 @@ Inspection inspect(const InspectionOrder& order) {
     rules.disabled.insert(kSettingsRules.front().name);
   }
   // What could not be read may use whatever the others do not.
-  if (!inspection.unread.empty()) rules.disabled.insert({"unused-sensor", "unused-device"});
+  if (!inspection.unread.empty())
+    rules.disabled.insert({"unused-sensor", "unused-device", "level-unasked"});
   const Subject subject{inspection.environment, inspection.configurations, order.nodesRoot,
                         inspection.settings};
   inspection.findings = check(subject, rules);

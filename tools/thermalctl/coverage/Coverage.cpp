@@ -7,14 +7,6 @@
 
 namespace {
 
-// In a room nothing that acts on cold is to be awake.
-constexpr int64_t kWarmRoom = 30000; // millidegrees
-
-int64_t millidegreesOf(const Number& temperature, const Item& item) {
-  const int32_t unit = item.sensor && item.sensor->section ? item.sensor->section->unit : 1;
-  return static_cast<int64_t>(temperature.value) * unit;
-}
-
 // The level that a device takes of a request; none of a device that has no levels.
 int32_t levelAt(const Section& device, int64_t request) {
   const auto last = static_cast<int64_t>(device.levels.size()) - 1;
@@ -94,6 +86,21 @@ void join(std::optional<Action>& all, const Action& one, bool cold) {
 
 bool isReport(const Section& device) {
   return device.kindWord.text == "report";
+}
+
+int64_t millidegreesOf(const Number& temperature, const Item& item) {
+  const int32_t unit = item.sensor && item.sensor->section ? item.sensor->section->unit : 1;
+  return static_cast<int64_t>(temperature.value) * unit;
+}
+
+bool lacksLowactive(const Item& item) {
+  if (item.lowactive.word) return false;
+  if (item.kind == ItemKind::kSS)
+    return item.setPoint.value != 0 && millidegreesOf(item.setPoint, item) < kColdRoom &&
+           item.setPointClr.value > item.setPoint.value;
+  if (item.thresholds.size() != 1 || item.thresholdsClr.size() != 1) return false;
+  return millidegreesOf(item.thresholds.front(), item) < kColdRoom &&
+         item.thresholdsClr.front().value > item.thresholds.front().value;
 }
 
 bool runsLikeHeat(const Item& item) {

@@ -85,6 +85,17 @@ std::vector<int64_t> onsetsOf(const Item& item);
 
 bool isReport(const Section& device);
 
+// A temperature of the item in millidegrees.
+int64_t millidegreesOf(const Number& temperature, const Item& item);
+
+// Below every room in which a device is used: what waits for heat there is always on.
+inline constexpr int64_t kColdRoom = 15000; // millidegrees
+// Nothing that acts on cold is to be awake here.
+inline constexpr int64_t kWarmRoom = 30000; // millidegrees
+
+// Whether the item acts on heat that every room has, and lets go above that: it was meant for cold.
+bool lacksLowactive(const Item& item);
+
 // Whether the item's temperatures run as those of an item that acts on heat do: level by level
 // upwards, and each clearing below its threshold.
 bool runsLikeHeat(const Item& item);
