@@ -444,7 +444,18 @@ const std::vector<Rule> kCoverageRules = {
      "alone. 'Default' is in force from the start and wherever a scenario is missing; while it is, "
      "no heat is ever answered.",
      tellOfDefault,
-     {"actions alarm alarm alarm\naction_info 1 1 1", "action_info 2 3 3"}},
+     {"[cpu_less]\nalgo_type monitor\nsensor cpu\nthresholds 60000\nthresholds_clr 57000\n"
+      "actions alarm\naction_info 1\n\n"
+      "[battery_less]\nalgo_type monitor\nsensor battery\nlowactive true\nthresholds 5000\n"
+      "thresholds_clr 7000\nactions charger\naction_info 2\n\n"
+      "SCEN game\n[game_cpu]\nalgo_type monitor\nsensor cpu\nthresholds 60000 65000 70000\n"
+      "thresholds_clr 57000 62000 67000\nactions clock clock clock\naction_info 1 2 3\n\n"
+      "[game_battery]\nalgo_type monitor\nsensor battery\nthresholds 40000 45000\n"
+      "thresholds_clr 38000 43000\nactions charger charger\naction_info 1 2",
+      "SCEN game\n[game_cpu]\nalgo_type monitor\nsensor cpu\nthresholds 60000 65000 70000\n"
+      "thresholds_clr 57000 62000 67000\nactions clock clock clock\naction_info 1 2 3\n\n"
+      "[game_battery]\nalgo_type monitor\nsensor battery\nthresholds 40000 45000\n"
+      "thresholds_clr 38000 43000\nactions charger charger\naction_info 1 2"}},
 
     {"sensor-uncooled",
      Severity::kWarning,

@@ -96,7 +96,8 @@ bool isTenfold(int64_t a, int64_t b) {
 // What most of the sensor's items begin at, if this one is ten times off.
 std::optional<int64_t> othersStart(const Item& item, const Starts& starts) {
   const Number* start = startOf(item);
-  if (!start || item.lowactive || !item.sensor || !item.sensor->section) return std::nullopt;
+  if (!start || item.lowactive || !item.sensor || !item.sensor->section || lacksLowactive(item))
+    return std::nullopt;
   const std::vector<int64_t>& all = starts.at(item.sensor->section);
   if (all.size() < 2) return std::nullopt;
   const int64_t own = millidegreesOf(*start, item);
@@ -219,7 +220,10 @@ const std::vector<Rule> kHeatRules = {
      "decision. Leave a degree or more between the two.",
      eachItem([](const Item& item, Context& context) {
        for (const Band& band : bandsOf(item)) {
-         if (!isSound(band, item)) continue;
+         // A digit that lacks makes a tenth of everything.
+         if (!isSound(band, item) ||
+             (!item.lowactive && millidegreesOf(band.begin, item) < kColdRoom))
+           continue;
          const int64_t width = widthOf(band, item);
          // Of monitors another rule tells what has no width at all.
          if (width < 0 || width >= kLeastHysteresis || (width == 0 && item.kind != ItemKind::kSS))
@@ -231,7 +235,7 @@ const std::vector<Rule> kHeatRules = {
                              "leave a degree or more between the two");
        }
      }),
-     {"thresholds_clr 59800 67000", "thresholds_clr 59500 67000"}},
+     {"thresholds_clr 59800 67000 77000", "thresholds_clr 59500 67000 77000"}},
 
     {"clearing-below-every-room",
      Severity::kWarning,
@@ -253,7 +257,7 @@ const std::vector<Rule> kHeatRules = {
                 item.sensor ? item.sensor->word.text : "", celsius(millidegreesOf(band.end, item))},
                "write a value a few degrees below the threshold");
      }),
-     {"thresholds_clr 5700 67000", "thresholds_clr 57000 67000"}},
+     {"thresholds_clr 5700 67000 77000", "thresholds_clr 57000 67000 77000"}},
 
     {"thresholds-tenfold",
      Severity::kWarning,
@@ -344,7 +348,7 @@ const std::vector<Rule> kHeatRules = {
                        item.sensor ? item.sensor->word.text : ""},
                       "write the level of each device");
      }),
-     {"action_info 0 0", "action_info 0 1"}},
+     {"action_info 0 0 0", "action_info 1 2 3"}},
 
     {"ss-on-camera",
      Severity::kWarning,
