@@ -55,9 +55,9 @@ const std::vector<Rule>& environmentRules() {
 }
 
 const std::vector<Rule>& configurationRules() {
-  static const std::vector<Rule> rules =
-      joined({kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules,
-              kThresholdRules, kRowRules, kStepRules, kHeatRules, kCoverageRules, kUntoldEndRules});
+  static const std::vector<Rule> rules = joined(
+      {kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
+       kRowRules, kStepRules, kHeatRules, kCoverageRules, kPlantRules, kUntoldEndRules});
   return rules;
 }
 

@@ -164,6 +164,7 @@ void Coverage::add(const Item& item, size_t column) {
     return;
   }
   CoverageCell& cell = cells[{sensor, column}];
+  cell.items.push_back(&item);
   const std::optional<Action> action = actionOf(item);
   const std::optional<Onset> report = reportOf(item);
   join(cell.report, report);

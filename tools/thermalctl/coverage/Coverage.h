@@ -32,6 +32,7 @@ struct Action : Onset {
 // Errors: `doubtful` where an item names a device and yet drives none, or is cold by a slip: what
 //         is wrong there is told of the item, and what lacks for it is not said again.
 struct CoverageCell {
+  std::vector<const Item*> items;
   std::optional<Action> heat;
   std::optional<Action> cold;
   std::optional<Onset> report;

@@ -19,5 +19,7 @@ extern const std::vector<Rule> kStepRules;
 // in another.
 extern const std::vector<Rule> kHeatRules;
 extern const std::vector<Rule> kCoverageRules;
+// What a plant has to say of them.
+extern const std::vector<Rule> kPlantRules;
 // To be asked last: what ends the daemon and none of the others has told of.
 extern const std::vector<Rule> kUntoldEndRules;

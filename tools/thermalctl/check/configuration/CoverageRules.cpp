@@ -59,11 +59,17 @@ public:
     return context.subject.settings.reachOf(sensor->name);
   }
 
-  // Whether the heat that a scenario waits for is one that nothing else is to be said against: one
-  // in every room, or beyond the sensor, is told of its item.
+  // Whether the heat that a scenario waits for is one that nothing else is to be said against: of
+  // an item that waits for heat that every room has, or none, that is told.
   bool counts(const Section* sensor, const CoverageCell& cell) const {
-    return cell.heat && cell.heat->at <= reachOf(sensor) && cell.heat->at >= kColdRoom &&
-           soundTemperature(numberOf(cell.heat->word), *cell.heat->item);
+    const auto isSound = [&](const Item* item) {
+      const std::optional<Action> action = actionOf(*item);
+      return !action || item->lowactive ||
+             (action->at <= reachOf(sensor) && action->at >= kColdRoom &&
+              soundTemperature(numberOf(action->word), *item));
+    };
+    return cell.heat && !cell.doubtful &&
+           std::all_of(cell.items.begin(), cell.items.end(), isSound);
   }
 
   // The scenario that first cools the sensor, of those that do so at a temperature that it reaches.
@@ -309,6 +315,10 @@ void compare(const Configuration& first, const Configuration& second, Context& c
   const std::set<std::string> others = askedFor(second);
   Names onlyFirst = without(others, own);
   Names onlySecond = without(own, others);
+  // Of one that each has alone the one is the other by a new name.
+  if (onlyFirst.size() == 1 && onlySecond.size() == 1)
+    return tellOfSpelling(second, onlySecond.front(), onlyFirst.front(), " of " + first.file,
+                          context);
   for (const std::string& name : onlySecond) {
     const std::string meant = nearest(name, onlyFirst);
     if (meant.empty()) continue;

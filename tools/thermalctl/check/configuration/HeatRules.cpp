@@ -324,7 +324,8 @@ const std::vector<Rule> kHeatRules = {
        const Number& floor = item.devicePerfFloor;
        const Number& start = item.startLevel;
        if (floor.word.text.empty() || !sound(floor) || !sound(start) || floor.value < 1 ||
-           start.value < 1 || floor.value > start.value || start.value >= lastLevelOf(item))
+           start.value < 1 || floor.value > start.value || start.value > lastLevelOf(item) ||
+           floor.value >= lastLevelOf(item))
          return;
        context.tell(floor.word,
                     {"from the first degree on the item asks for level {} and never for more, "

@@ -14,6 +14,7 @@
 #include "board/Environment.h"
 #include "board/LostNames.h"
 #include "check/rule/Finding.h"
+#include "check/rule/PlantFacts.h"
 #include "coverage/Coverage.h"
 #include "settings/Settings.h"
 
@@ -28,6 +29,7 @@ struct Subject {
   // Where the board's nodes are looked for; without it no node is.
   std::optional<std::string> nodesRoot;
   Settings settings{};
+  PlantFacts plant{};
   // What a mistake of the environment takes from all of them.
   LostNames lost{environment, configurations};
   Coverage coverage{environment, configurations};
