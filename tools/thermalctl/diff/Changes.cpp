@@ -34,7 +34,7 @@ std::string described(const Facts& facts) {
 
 class Comparer {
 public:
-  std::vector<Change> compare(const Meaning& before, const Meaning& after) {
+  std::vector<MeaningChange> compare(const Meaning& before, const Meaning& after) {
     for (const auto& [place, facts] : before)
       if (after.count(place) == 0) tell(place, "goes" + described(facts));
     for (const auto& [place, facts] : after) {
@@ -44,9 +44,10 @@ public:
       else
         compare(place, old->second, facts);
     }
-    std::stable_sort(changes.begin(), changes.end(), [](const Change& a, const Change& b) {
-      return std::tie(a.file, a.scenario, a.about) < std::tie(b.file, b.scenario, b.about);
-    });
+    std::stable_sort(
+        changes.begin(), changes.end(), [](const MeaningChange& a, const MeaningChange& b) {
+          return std::tie(a.file, a.scenario, a.about) < std::tie(b.file, b.scenario, b.about);
+        });
     return std::move(changes);
   }
 
@@ -69,7 +70,7 @@ private:
       if (before.count(about) == 0) tell(place, fmt::format("{} appears ({})", about, value));
   }
 
-  std::vector<Change> changes;
+  std::vector<MeaningChange> changes;
 };
 
 // By file, scenario and sensor what acts there.
@@ -118,12 +119,12 @@ std::string changeOf(const std::optional<Onset>& before, const std::optional<Ons
 
 } // namespace
 
-std::vector<Change> changesOf(const Meaning& before, const Meaning& after) {
+std::vector<MeaningChange> changesOf(const Meaning& before, const Meaning& after) {
   return Comparer().compare(before, after);
 }
 
-std::vector<Change> coverageChanges(const Coverage& before, const FileNames& namesBefore,
-                                    const Coverage& after, const FileNames& namesAfter) {
+std::vector<MeaningChange> coverageChanges(const Coverage& before, const FileNames& namesBefore,
+                                           const Coverage& after, const FileNames& namesAfter) {
   const Cells old = cellsOf(before, namesBefore);
   const Cells now = cellsOf(after, namesAfter);
   std::set<BlockPlace> places;
@@ -134,7 +135,7 @@ std::vector<Change> coverageChanges(const Coverage& before, const FileNames& nam
     const auto found = cells.find(place);
     return found == cells.end() ? CoverageCell() : found->second;
   };
-  std::vector<Change> changes;
+  std::vector<MeaningChange> changes;
   for (const BlockPlace& place : places) {
     const CoverageCell a = cellAt(old, place);
     const CoverageCell b = cellAt(now, place);

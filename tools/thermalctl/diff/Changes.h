@@ -10,7 +10,7 @@
 //
 // Shape: `about` is the item, section or sensor; empty for a scenario or a file. `text` goes on
 //        from it: "level 2 from 42.0 to 43.0 C".
-struct Change {
+struct MeaningChange {
   std::string file;
   std::string scenario;
   std::string about;
@@ -18,10 +18,10 @@ struct Change {
 };
 
 // What the daemon takes differently.
-std::vector<Change> changesOf(const Meaning& before, const Meaning& after);
+std::vector<MeaningChange> changesOf(const Meaning& before, const Meaning& after);
 
 // What cools a sensor in a scenario otherwise than before. The names of the files are those of
 // `addMeaning`, by configuration.
 using FileNames = std::map<const Configuration*, std::string>;
-std::vector<Change> coverageChanges(const Coverage& before, const FileNames& namesBefore,
-                                    const Coverage& after, const FileNames& namesAfter);
+std::vector<MeaningChange> coverageChanges(const Coverage& before, const FileNames& namesBefore,
+                                           const Coverage& after, const FileNames& namesAfter);

@@ -12,12 +12,12 @@ using Json = nlohmann::ordered_json;
 constexpr int kFormatVersion = 1;
 constexpr char kNoChange[] = "no change\n";
 
-std::string placeOf(const Change& change) {
+std::string placeOf(const MeaningChange& change) {
   if (change.file.empty()) return "the board";
   return visible(change.file) + (change.scenario.empty() ? "" : ", " + visible(change.scenario));
 }
 
-std::string lineOf(const Change& change) {
+std::string lineOf(const MeaningChange& change) {
   return (change.about.empty() ? "" : visible(change.about) + ": ") + visible(change.text);
 }
 
@@ -28,9 +28,9 @@ struct Style {
   const char* line;
 };
 
-void print(std::ostream& out, const std::vector<Change>& changes, const Style& style) {
+void print(std::ostream& out, const std::vector<MeaningChange>& changes, const Style& style) {
   std::string last;
-  for (const Change& change : changes) {
+  for (const MeaningChange& change : changes) {
     const std::string place = placeOf(change);
     if (place != last) out << style.place << place << style.placeEnd;
     last = place;
@@ -38,9 +38,9 @@ void print(std::ostream& out, const std::vector<Change>& changes, const Style& s
   }
 }
 
-Json toJson(const std::vector<Change>& changes, const char* about) {
+Json toJson(const std::vector<MeaningChange>& changes, const char* about) {
   Json list = Json::array();
-  for (const Change& change : changes)
+  for (const MeaningChange& change : changes)
     list.push_back({{"file", change.file},
                     {"scenario", change.scenario},
                     {about, change.about},

@@ -7,8 +7,8 @@
 
 // What an edit changes, by meaning and by what is cooled.
 struct Difference {
-  std::vector<Change> changes;
-  std::vector<Change> coverage;
+  std::vector<MeaningChange> changes;
+  std::vector<MeaningChange> coverage;
 
   bool none() const { return changes.empty() && coverage.empty(); }
 };
