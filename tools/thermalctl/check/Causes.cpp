@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
+#include <tuple>
 
+#include "check/Whereabouts.h"
 #include "check/rule/FileRuleNames.h"
 #include "text/Phrases.h"
 
@@ -92,11 +95,37 @@ void tellOnce(std::vector<Finding>& findings) {
   dropIf(findings, [](const Finding& finding) { return finding.message.empty(); });
 }
 
+// What one mistake of an item has others say of it: a digit that lacks leaves each clearing value
+// above its threshold, and a device of another kind has another table.
+const std::map<std::string, std::set<std::string>> kFollowsInItem = {
+    {"thresholds-tenfold", {"clearing-not-below-threshold"}},
+    {"must-cool", {"sensor-cooled-late"}},
+    {"ss-on-camera", {"floor-past-table", "start-level-past-table"}},
+    {"ss-on-report", {"floor-past-table", "start-level-past-table"}}};
+
+void dropWhatFollowsInItem(std::vector<Finding>& findings, const Subject& subject) {
+  using Block = std::tuple<std::string, std::string, std::string>;
+  const auto blockOf = [&](const Finding& finding) {
+    const Whereabouts where = whereaboutsOf(finding, subject.environment, subject.configurations);
+    return Block(finding.file, where.scenario, where.block);
+  };
+  std::set<std::pair<Block, std::string>> following;
+  for (const Finding& finding : findings)
+    if (const auto follows = kFollowsInItem.find(finding.rule); follows != kFollowsInItem.end())
+      for (const std::string& rule : follows->second)
+        following.emplace(blockOf(finding), rule);
+  if (following.empty()) return;
+  dropIf(findings, [&](const Finding& finding) {
+    return finding.end == End::kNone && following.count({blockOf(finding), finding.rule}) > 0;
+  });
+}
+
 } // namespace
 
 std::vector<Finding> withoutWhatFollows(std::vector<Finding> findings, const Subject& subject) {
   keepTheKindAlone(findings, subject);
   joinWithLookAlikes(findings);
+  dropWhatFollowsInItem(findings, subject);
   tellOnce(findings);
   return findings;
 }

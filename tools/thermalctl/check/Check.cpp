@@ -49,15 +49,15 @@ void setSeverities(const RuleChoice& choice, std::vector<Finding>& findings) {
 } // namespace
 
 const std::vector<Rule>& environmentRules() {
-  static const std::vector<Rule> rules =
-      joined({kSectionRules, kSensorRules, kVirtualSensorRules, kLevelTableRules, kNodeRules});
+  static const std::vector<Rule> rules = joined({kSectionRules, kSensorRules, kVirtualSensorRules,
+                                                 kLevelTableRules, kBoardRules, kNodeRules});
   return rules;
 }
 
 const std::vector<Rule>& configurationRules() {
-  static const std::vector<Rule> rules =
-      joined({kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules,
-              kThresholdRules, kRowRules, kStepRules, kUntoldEndRules});
+  static const std::vector<Rule> rules = joined(
+      {kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
+       kRowRules, kStepRules, kHeatRules, kCoverageRules, kPlantRules, kUntoldEndRules});
   return rules;
 }
 

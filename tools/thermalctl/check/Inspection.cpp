@@ -8,6 +8,7 @@
 
 #include "base/TextReader.h"
 #include "check/Silencing.h"
+#include "daemon/VirtualDaemon.h"
 #include "file/Names.h"
 #include "text/Nearest.h"
 
@@ -51,8 +52,10 @@ KnownNames knownNames(const Inspection& inspection) {
     known.rules.emplace_back(rule.name);
   if (!inspection.hasBoard) return known;
   known.sensors.emplace();
+  known.devices.emplace();
   for (const Section& section : inspection.environment.sections)
-    if (section.isSensor()) known.sensors->push_back(section.name);
+    if (section.isSensor() || section.isDevice())
+      (section.isSensor() ? known.sensors : known.devices)->push_back(section.name);
   return known;
 }
 
@@ -67,6 +70,25 @@ void readSettings(Inspection& inspection, const std::string& environment) {
     if (const auto unit = inspection.settings.units.find(section.name);
         section.isSensor() && unit != inspection.settings.units.end())
       section.unit = unit->second;
+}
+
+// What the plant that the settings name says of the board. What is wrong in it is told like what is
+// wrong in the settings.
+PlantFacts readPlantOf(Inspection& inspection) {
+  if (!inspection.settings.plant || !inspection.hasBoard) return {};
+  const std::filesystem::path folder =
+      std::filesystem::path(inspection.settings.file).parent_path();
+  const std::string name = (folder / inspection.settings.plant->text).string();
+  const std::optional<std::string> text = readFile(name);
+  if (!text) {
+    inspection.unread.push_back({name, std::generic_category().message(errno)});
+    return {};
+  }
+  const TraceDescription board =
+      VirtualDaemon(inspection.sources.at(inspection.environment.file).text()).describe();
+  const PlantDescription plant = readPlant(*text, name, board, inspection.problems);
+  if (!inspection.problems.none()) return {};
+  return plantFacts(plant, board, inspection.environment, inspection.settings);
 }
 
 // Takes those out that the settings silence.
@@ -118,9 +140,11 @@ Inspection inspect(const InspectionOrder& order) {
     rules.disabled.insert(kSettingsRules.front().name);
   }
   // What could not be read may use whatever the others do not.
-  if (!inspection.unread.empty()) rules.disabled.insert({"unused-sensor", "unused-device"});
+  if (!inspection.unread.empty())
+    rules.disabled.insert({"unused-sensor", "unused-device", "level-unasked"});
+  const PlantFacts plant = readPlantOf(inspection);
   const Subject subject{inspection.environment, inspection.configurations, order.nodesRoot,
-                        inspection.settings};
+                        inspection.settings, plant};
   inspection.findings = check(subject, rules);
   silence(inspection, subject);
   return inspection;

@@ -18,6 +18,7 @@
 #include "check/output/PlainText.h"
 #include "check/output/Sarif.h"
 #include "command/Commands.h"
+#include "coverage/CoverageOutput.h"
 #include "text/Nearest.h"
 
 namespace {
@@ -31,6 +32,7 @@ struct Options {
   std::vector<std::string> errorRules;
   std::vector<std::string> warningRules;
   std::optional<std::string> nodesRoot;
+  bool showsCoverage = false;
   std::string explainedRule;
   bool listsRules = false;
 };
@@ -43,6 +45,7 @@ constexpr char kExamples[] =
     "  thermalctl check --env board.env --nodes /mnt/image  below a mounted image\n"
     "  thermalctl check --env board.env --format sarif > findings.sarif\n"
     "  thermalctl check --env board.env --conf day.conf --error unused-device --warn degrees\n"
+    "  thermalctl check --env board.env --conf day.conf night.conf --coverage\n"
     "  thermalctl check --explain RULE\n"
     "\n"
     "thermalctl.toml beside the environment file silences findings, each with a reason, and says\n"
@@ -112,6 +115,10 @@ RuleChoice choiceOf(const Options& options) {
 InspectionOrder orderOf(const Options& options) {
   if (options.environment.empty()) throw UsageError("--env is required");
   if (options.format == "markdown") throw UsageError("--format: markdown is for --explain all");
+  const bool isPage = options.format == "html";
+  if (isPage && !options.showsCoverage) throw UsageError("--format: html is for --coverage");
+  if (options.showsCoverage && !isPage && options.format != "text" && options.format != "json")
+    throw UsageError("--coverage: is shown as text, json or html, and not as " + options.format);
   return {options.environment, options.configurations, options.nodesRoot, choiceOf(options)};
 }
 
@@ -120,6 +127,13 @@ void print(const Inspection& inspection, const std::string& format) {
   if (format == "sarif") return printSarif(std::cout, inspection);
   if (format == "github") return printAnnotations(std::cout, inspection);
   printText(std::cout, inspection, colourFor(STDOUT_FILENO));
+}
+
+void printCoverage(const Inspection& inspection, const std::string& format) {
+  const Coverage coverage(inspection.environment, inspection.configurations);
+  if (format == "json") return printCoverageAsJson(std::cout, coverage);
+  if (format == "html") return printCoverageAsPage(std::cout, coverage);
+  printCoverage(std::cout, coverage);
 }
 
 ExitStatus statusOf(const Inspection& inspection, bool werror) {
@@ -134,7 +148,10 @@ ExitStatus checkFiles(const Options& options) {
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
   inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
-  print(inspection, options.format);
+  if (options.showsCoverage)
+    printCoverage(inspection, options.format);
+  else
+    print(inspection, options.format);
   return statusOf(inspection, options.werror);
 }
 
@@ -152,10 +169,11 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--env", &options.environment, "The environment file").takes("FILE");
   line.option("--conf", &options.configurations, "A configuration for it; any number")
       .takes("FILE");
-  line.option("--format", &options.format,
-              "Of the results: text, json, sarif or github; of an explanation: text or json, of "
-              "all of them also markdown")
-      .isOneOf({"text", "json", "sarif", "github", "markdown"})
+  line.option(
+          "--format", &options.format,
+          "Of the results: text, json, sarif or github; of the coverage: text, json or html; of "
+          "an explanation: text or json, of all of them also markdown")
+      .isOneOf({"text", "json", "sarif", "github", "markdown", "html"})
       .showsDefault();
   line.flag("--werror", &options.werror, "Exit with status 1 on warnings, too");
   line.option("--disable", &options.disabledRules, "Leave a rule out; any number").takes("RULE");
@@ -167,6 +185,9 @@ void addOptions(CommandLine& line, Options& options) {
               "Also look for every node, below ROOT (by itself: below /)")
       .takes("[ROOT]")
       .mayStandAlone("/");
+  line.flag("--coverage", &options.showsCoverage,
+            "Show which sensor is cooled where instead of the findings: from which temperature "
+            "on, on which devices, up to which level");
   line.option("--explain", &options.explainedRule,
               "Print what a rule, or each of them (all), is about")
       .takes("RULE");

@@ -5,6 +5,7 @@
 
 #include "text/Nearest.h"
 #include "text/Phrases.h"
+#include "text/Temperature.h"
 #include "toml/TomlSection.h"
 
 namespace {
@@ -13,6 +14,9 @@ constexpr char kFileName[] = "thermalctl.toml";
 
 const std::map<std::string, int32_t> kUnits = {
     {"millidegrees", 1}, {"tenths", 100}, {"degrees", 1000}};
+
+// What the entries of a level table may count.
+const std::vector<std::string> kEntries = {"Hz", "kHz", "MHz", "mA", "uA", "duty", "state"};
 
 bool contains(const std::vector<std::string>& words, const std::string& word) {
   return std::find(words.begin(), words.end(), word) != words.end();
@@ -32,6 +36,11 @@ public:
       takeSilenced(section);
     for (auto& [name, section] : file.named("sensor"))
       takeSensor(name, section);
+    for (auto& [name, section] : file.named("device"))
+      takeDevice(name, section);
+    takeMustCool(file);
+    if (const std::optional<std::string> plant = file.text("plant"))
+      settings.plant = Word{*plant, insideQuotes(file.at("plant").at)};
     file.refuseOtherKeys();
   }
 
@@ -74,7 +83,12 @@ private:
       section.problem(section.at(), "the board has no sensor '" + name + "'",
                       didYouMean(name, *known.sensors, "write a sensor of the environment file"));
     const std::optional<std::string> unit = section.text("unit");
-    section.missing("unit", "what the sensor's node counts in");
+    if (!section.has("range") && !section.has("noise"))
+      section.missing("unit", "what the sensor's node counts in");
+    takeRange(name, section);
+    if (const auto noise = section.word("noise"))
+      if (const auto celsius = temperatureOf(section, section.at("noise"), *noise))
+        settings.noise[name] = *celsius;
     section.refuseOtherKeys();
     if (!unit) return;
     const auto size = kUnits.find(*unit);
@@ -83,6 +97,60 @@ private:
     else
       section.problem(section.at("unit"), "no node counts in '" + *unit + "'",
                       didYouMean(*unit, unitNames(), "write one of " + listed(unitNames())));
+  }
+
+  void takeRange(const std::string& name, TomlSection& section) {
+    const std::vector<std::string> range = section.words("range");
+    if (!section.has("range") || range.empty()) return;
+    std::vector<int32_t> ends;
+    for (size_t i = 0; i < range.size(); ++i)
+      if (const auto end = temperatureOf(section, section.at("range", i), range[i]))
+        ends.push_back(*end);
+    if (ends.size() < range.size()) return;
+    if (ends.size() != 2 || ends[0] >= ends[1])
+      return section.problem(section.at("range"), "'range' is no range",
+                             "write the coldest and the hottest, such as [\"-20C\", \"85C\"]");
+    settings.ranges[name] = {ends[0], ends[1]};
+  }
+
+  // A number without a unit is degrees here, as in a plant file.
+  static std::optional<int32_t> temperatureOf(const TomlSection& section, const Span& at,
+                                              const std::string& text) {
+    const bool isBare = text.find_first_not_of("0123456789.-+") == std::string::npos;
+    const TemperatureText read = readTemperature(isBare ? text + "C" : text);
+    if (!read.millidegrees) section.problem(at, quoted(text) + " " + read.wrong, read.hint);
+    return read.millidegrees;
+  }
+
+  void takeDevice(const std::string& name, TomlSection& section) {
+    if (known.devices && !contains(*known.devices, name))
+      section.problem(section.at(), "the board has no device '" + name + "'",
+                      didYouMean(name, *known.devices, "write a device of the environment file"));
+    const std::optional<std::string> entries = section.text("entries");
+    section.missing("entries", "what the numbers of its level table count");
+    section.refuseOtherKeys();
+    if (!entries) return;
+    if (contains(kEntries, *entries))
+      settings.entries[name] = *entries;
+    else
+      section.problem(section.at("entries"), "no table counts '" + *entries + "'",
+                      didYouMean(*entries, kEntries, "write one of " + listed(kEntries)));
+  }
+
+  void takeMustCool(TomlSection& file) {
+    const std::vector<std::string> names = file.texts("must_cool");
+    for (size_t i = 0; i < names.size(); ++i) {
+      const Span at = file.at("must_cool", i);
+      if (known.sensors && !contains(*known.sensors, names[i]))
+        file.problem(
+            at, "the board has no sensor '" + names[i] + "'",
+            didYouMean(names[i], *known.sensors, "write a sensor of the environment file"));
+      MustCool rule{{names[i], insideQuotes(at.at)}, std::nullopt};
+      // "skin" = "43C" beside the list.
+      if (const auto limit = file.word(names[i]))
+        rule.atMost = temperatureOf(file, file.at(names[i]), *limit);
+      settings.mustCool.push_back(std::move(rule));
+    }
   }
 
   static std::vector<std::string> unitNames() {
@@ -97,6 +165,16 @@ private:
 };
 
 } // namespace
+
+SensorRange Settings::rangeOf(const std::string& sensor) const {
+  const auto range = ranges.find(sensor);
+  return range == ranges.end() ? SensorRange() : range->second;
+}
+
+bool Settings::hasToCool(const std::string& sensor) const {
+  return std::any_of(mustCool.begin(), mustCool.end(),
+                     [&](const MustCool& rule) { return rule.sensor.text == sensor; });
+}
 
 std::string settingsFileBeside(const std::string& environment) {
   return (std::filesystem::path(environment).parent_path() / kFileName).string();

@@ -25,24 +25,55 @@ struct Silenced {
   std::string reason;
 };
 
+// A sensor that every scenario of every configuration must cool.
+//
+// Units: `atMost` in millidegrees: the highest temperature at which that may begin.
+struct MustCool {
+  // As a word of the settings file.
+  Word sensor;
+  std::optional<int32_t> atMost;
+};
+
+// The coldest and the hottest that a sensor can be, in millidegrees.
+struct SensorRange {
+  int32_t coldest = -50000;
+  int32_t hottest = 150000;
+};
+
 // What a board's engineers have to say beside the two files, which hold no comments.
 //
 // Units:  `units` are what the node of a sensor counts in, in thousandths of a degree: 1, 100 or
-//         1000. A sensor that is not named counts in thousandths.
+//         1000. A sensor that is not named counts in thousandths. `noise` is a standard deviation
+//         in millidegrees, `entries` what the numbers of a device's table count.
 // Source: "thermalctl.toml" in the folder of the environment file; where there is none, nothing.
 struct Settings {
   // As the user would name it.
   std::string file{};
   std::vector<Silenced> silenced{};
   std::map<std::string, int32_t> units{};
+  std::map<std::string, SensorRange> ranges{};
+  std::map<std::string, int32_t> noise{};
+  std::map<std::string, std::string> entries{};
+  std::vector<MustCool> mustCool{};
+  // The plant file, relative to the folder of the settings.
+  std::optional<Word> plant{};
+
+  // The hottest and the coldest that the sensor can be, in millidegrees.
+  int32_t reachOf(const std::string& sensor) const { return rangeOf(sensor).hottest; }
+  int32_t depthOf(const std::string& sensor) const { return rangeOf(sensor).coldest; }
+  bool hasToCool(const std::string& sensor) const;
+
+private:
+  SensorRange rangeOf(const std::string& sensor) const;
 };
 
 // The names that settings may speak of.
 //
-// Shape: without a board no sensor is known, and any may be named.
+// Shape: without a board no sensor or device is known, and any may be named.
 struct KnownNames {
   std::vector<std::string> rules;
   std::optional<std::vector<std::string>> sensors;
+  std::optional<std::vector<std::string>> devices{};
 };
 
 // The name of the settings file of the board that has this environment file.

@@ -59,6 +59,13 @@ std::string faultOf(double value, const TomlSection::Bounds& bounds) {
   return value >= bounds.least && value <= bounds.most ? "" : "must be " + wantedBy(bounds);
 }
 
+// A text or a number.
+std::optional<std::string> wordOf(const toml::node& node) {
+  const std::optional<double> value = finiteNumber(node);
+  // As many digits as come back the way they were written: 0.1 and not 0.10000000000000001.
+  return value ? fmt::format("{:.15g}", *value) : textOf(node);
+}
+
 } // namespace
 
 template <typename Convert>
@@ -167,11 +174,13 @@ std::vector<std::pair<std::string, double>> TomlSection::allNumbers(const Bounds
 }
 
 std::optional<std::string> TomlSection::word(const std::string& key) {
-  return read(key, "a text in quotes or a number", [](const toml::node& node) {
-    const std::optional<double> value = finiteNumber(node);
-    // As many digits as come back the way they were written: 0.1 and not 0.10000000000000001.
-    return value ? fmt::format("{:.15g}", *value) : textOf(node);
-  });
+  return read(key, "a text in quotes or a number", wordOf);
+}
+
+std::vector<std::string> TomlSection::words(const std::string& key) {
+  const auto convert = [](const toml::node& node) { return listOf<std::string>(node, wordOf); };
+  return read(key, "a list of texts in quotes or numbers", convert)
+      .value_or(std::vector<std::string>());
 }
 
 std::vector<std::pair<std::string, std::string>> TomlSection::allWords() {

@@ -52,6 +52,8 @@ public:
   std::vector<std::pair<std::string, double>> allNumbers(const Bounds& bounds);
   // A text or a number, as its text.
   std::optional<std::string> word(const std::string& key);
+  // A list of those.
+  std::vector<std::string> words(const std::string& key);
   // Every key with its word.
   std::vector<std::pair<std::string, std::string>> allWords();
 

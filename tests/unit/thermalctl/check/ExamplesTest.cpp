@@ -723,12 +723,13 @@ Lines saidAbout(const std::string& example) {
   return said;
 }
 
-// Those of the rules that need no nodes and no settings, but for the one about what the others have
-// no words for.
+// Those of the rules that need no nodes and no settings and have no example of their own, but for
+// the one about what the others have no words for.
 std::set<std::string> rulesWithExamples() {
   std::set<std::string> names;
   for (const Rule& rule : allRules())
-    if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0) names.insert(rule.name);
+    if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0 && !*rule.example.bad)
+      names.insert(rule.name);
   names.erase("ends-the-daemon");
   for (const Rule& rule : kSettingsRules)
     names.erase(rule.name);

@@ -15,5 +15,11 @@ extern const std::vector<Rule> kNumberRules;
 extern const std::vector<Rule> kThresholdRules;
 extern const std::vector<Rule> kRowRules;
 extern const std::vector<Rule> kStepRules;
+// What the temperatures, levels and periods of an item mean; what is cooled in one scenario and not
+// in another.
+extern const std::vector<Rule> kHeatRules;
+extern const std::vector<Rule> kCoverageRules;
+// What a plant has to say of them.
+extern const std::vector<Rule> kPlantRules;
 // To be asked last: what ends the daemon and none of the others has told of.
 extern const std::vector<Rule> kUntoldEndRules;

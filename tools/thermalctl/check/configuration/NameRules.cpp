@@ -322,7 +322,10 @@ const std::vector<Rule> kNameRules = {
          if (scenario == scenarios.end() || !scenario->second.sound) continue;
          Names missing;
          for (const std::string& sensor : standard->second.sensors)
-           if (scenario->second.sensors.count(sensor) == 0) missing.push_back(sensor);
+           // What has to be cooled everywhere another rule tells of.
+           if (scenario->second.sensors.count(sensor) == 0 &&
+               !context.subject.settings.hasToCool(sensor))
+             missing.push_back(sensor);
          if (!missing.empty() && told.insert(name).second)
            context.tell(line.name,
                         {"while '{}' is in force no item watches {}", name, listedBriefly(missing)},

@@ -5,6 +5,7 @@
 #include "check/rule/Keys.h"
 #include "check/rule/Numbers.h"
 #include "check/rule/Visits.h"
+#include "coverage/Coverage.h"
 
 namespace {
 
@@ -52,6 +53,12 @@ const char* orderFor(const Item& item) {
   return "write the list ascending";
 }
 
+// Whether it is the one word too many, or the one that lacks, that turns the order of all: that is
+// told of the item.
+bool isTurnedAround(const Item& item) {
+  return (item.lowactive && runsLikeHeat(item)) || lacksLowactive(item);
+}
+
 // Whether it is the number of thresholds that is wrong: the rules for rows tell then.
 bool rowsMatchClearing(const Item& item) {
   return rowsAsWritten(item) && item.actions.size() == item.thresholdsClr.size() &&
@@ -68,6 +75,7 @@ const std::vector<Rule> kThresholdRules = {
      "'thresholds_clr' is counted in the same way on the way down. Both lists ascend; with "
      "'lowactive true' they descend.",
      eachMonitor([](const Item& item, Context& context) {
+       if (isTurnedAround(item)) return;
        if (const Number* number = firstOutOfOrder(item, item.thresholds, 1))
          context.tell(number->word,
                       {"the daemon never stops at the level before this one: its threshold is not "
@@ -88,7 +96,7 @@ const std::vector<Rule> kThresholdRules = {
        const size_t pairs = std::min(item.thresholds.size(), item.thresholdsClr.size());
        const Number* outOfOrder = firstOutOfOrder(item, item.thresholds, 1);
        // Lists that were written for cold: their order is the finding.
-       if (outOfOrder && runDown(item)) return;
+       if ((outOfOrder && runDown(item)) || isTurnedAround(item)) return;
        for (size_t i = 0; i < pairs; ++i) {
          const Number& threshold = item.thresholds[i];
          const Number& clearing = item.thresholdsClr[i];
@@ -136,7 +144,8 @@ const std::vector<Rule> kThresholdRules = {
        const Number& stop = item.setPointClr;
        // 0 counts as missing, and ends the daemon before the order matters.
        if (start.value == 0 || stop.value == 0 || !soundTemperature(start, item) ||
-           !soundTemperature(stop, item) || urgency(item, stop) <= urgency(item, start))
+           !soundTemperature(stop, item) || urgency(item, stop) <= urgency(item, start) ||
+           lacksLowactive(item))
          return;
        context.tell(
            stop.word,

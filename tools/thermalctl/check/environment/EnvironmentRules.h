@@ -7,4 +7,6 @@ extern const std::vector<Rule> kSectionRules;
 extern const std::vector<Rule> kSensorRules;
 extern const std::vector<Rule> kVirtualSensorRules;
 extern const std::vector<Rule> kLevelTableRules;
+// What nodes, tables and weights can be meant for.
+extern const std::vector<Rule> kBoardRules;
 extern const std::vector<Rule> kNodeRules;

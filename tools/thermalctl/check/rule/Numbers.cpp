@@ -39,6 +39,12 @@ bool haveDigits(const std::vector<Number>& list) {
   });
 }
 
+bool countsStates(const Section& device) {
+  for (size_t i = 0; i < device.levels.size(); ++i)
+    if (device.levels[i].text != std::to_string(i)) return false;
+  return true;
+}
+
 int32_t unitOf(const Item& item) {
   return item.sensor && item.sensor->section ? item.sensor->section->unit : 1;
 }

@@ -14,6 +14,8 @@
 #include "board/Environment.h"
 #include "board/LostNames.h"
 #include "check/rule/Finding.h"
+#include "check/rule/PlantFacts.h"
+#include "coverage/Coverage.h"
 #include "settings/Settings.h"
 
 // All that one run looks at: the board, and each configuration meant for it.
@@ -27,8 +29,10 @@ struct Subject {
   // Where the board's nodes are looked for; without it no node is.
   std::optional<std::string> nodesRoot;
   Settings settings{};
+  PlantFacts plant{};
   // What a mistake of the environment takes from all of them.
   LostNames lost{environment, configurations};
+  Coverage coverage{environment, configurations};
 };
 
 class Context;
@@ -36,6 +40,16 @@ class Context;
 // How a rule looks at the files, and at one thing of them. Visits.h makes the one of the other.
 using Check = std::function<void(Context&)>;
 template <typename Thing> using Look = std::function<void(const Thing&, Context&)>;
+
+// Two small boards: of one the rule tells, of the other, which is close to it, no rule does.
+//
+// Shape: lines that take the place of those of the same key in the first item of the board that
+//        the page of the rules begins with; or whole sections and items, which are added to it or
+//        take the place of those of the same name. A line "== NAME" begins a further file.
+struct RuleExample {
+  const char* bad = "";
+  const char* good = "";
+};
 
 // One thing that can be wrong with the files. All that makes it stands in one place, the list of
 // its theme.
@@ -51,6 +65,7 @@ struct Rule {
   // One paragraph: what the daemon does with such a file, why that hurts, what to write instead.
   const char* explanation;
   Check check;
+  RuleExample example{};
 };
 
 // The words of a sentence that tell of the daemon's end, such as "the daemon ends: "; without an

@@ -1,0 +1,53 @@
+#include "file/Revision.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+#include <spawn.h>
+
+namespace {
+
+// What "REVISION:./" names is taken from the folder that git stands in.
+constexpr char kScript[] =
+    "cd -- \"$1\" || exit 1\n"
+    "git rev-parse --verify --quiet --end-of-options \"$2^{commit}\" "
+    ">/dev/null 2>&1 || exit 1\n"
+    "git archive --format=tar --output=\"$3/.tar\" \"$2:./\" >/dev/null 2>&1 "
+    "|| exit 1\n"
+    "tar -x -C \"$3\" -f \"$3/.tar\" && rm \"$3/.tar\"\n";
+
+bool runScript(const std::vector<std::string>& words) {
+  std::vector<std::string> all = {"sh", "-c", kScript, "sh"};
+  all.insert(all.end(), words.begin(), words.end());
+  std::vector<char*> pointers;
+  for (std::string& word : all)
+    pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+  pid_t child = 0;
+  if (posix_spawnp(&child, "sh", nullptr, nullptr, pointers.data(), environ) != 0) return false;
+  int status = 0;
+  return waitpid(child, &status, 0) == child && status == 0;
+}
+
+} // namespace
+
+Revision::Revision(const std::string& name, const std::filesystem::path& folder) {
+  std::error_code error;
+  std::string pattern =
+      (std::filesystem::temp_directory_path(error) / "thermalctl-XXXXXX").string();
+  if (!mkdtemp(pattern.data())) return;
+  copy = pattern;
+  there = runScript({folder.empty() ? "." : folder.string(), name, copy.string()});
+}
+
+Revision::Revision(Revision&& other) noexcept
+    : copy(std::exchange(other.copy, {})), there(other.there) {}
+
+Revision::~Revision() {
+  std::error_code error;
+  if (!copy.empty()) std::filesystem::remove_all(copy, error);
+}
