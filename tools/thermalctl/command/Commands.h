@@ -10,9 +10,10 @@ Command statusCommand();
 Command simulateCommand();
 Command plotCommand();
 Command integrateCommand();
+Command fitCommand();
 
 // In the order in which the help shows them.
 inline std::vector<Command> allCommands() {
-  return {checkCommand(),    scenarioCommand(), reloadCommand(),   statusCommand(),
-          simulateCommand(), plotCommand(),     integrateCommand()};
+  return {checkCommand(),    scenarioCommand(), reloadCommand(), statusCommand(),
+          simulateCommand(), fitCommand(),      plotCommand(),   integrateCommand()};
 }
