@@ -141,19 +141,20 @@ def rounded(values, step):
 
 
 def record(plant, random, folder, seconds=3600, noise=0.3, step=1.0, offset=3.4, loads=None, name="rec",
-           sensors=None):
+           sensors=None, start=None, in_watts=()):
     """Two files: loads on one clock, sensors on another that is `offset` seconds behind it."""
     loads = steps(random, len(plant.sources), seconds) if loads is None else loads
     watts = np.array([w for w, _ in plant.sources.values()])
     # The sensors are read between the changes of the loads, whose steps are therefore cut in two.
     fine = 10
-    course = plant.run(np.repeat(loads * watts, fine, axis=0), 1 / fine)
+    course = plant.run(np.repeat(loads * watts, fine, axis=0), 1 / fine, start)
     at = np.arange(seconds - 60) * fine + int(round(offset * fine)) % (60 * fine)
     readings = rounded(course[at] + random.normal(0, noise, (len(at), course.shape[1])), step)
     with open(folder / f"{name}-loads.csv", "w", newline="") as out:
         writer = csv.writer(out)
-        writer.writerow(["time"] + list(plant.sources))
-        writer.writerows([[t] + [f"{v:g}" for v in row] for t, row in enumerate(loads)])
+        scale = [plant.sources[s][0] if s in in_watts else 1 for s in plant.sources]
+        writer.writerow(["time"] + [f"{s}:W" if s in in_watts else s for s in plant.sources])
+        writer.writerows([[t] + [f"{v * k:g}" for v, k in zip(row, scale)] for t, row in enumerate(loads)])
     chosen = [i for i, s in enumerate(plant.sensors) if sensors is None or s in sensors]
     with open(folder / f"{name}-sensors.csv", "w", newline="") as out:
         writer = csv.writer(out)

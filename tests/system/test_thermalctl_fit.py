@@ -3,6 +3,7 @@ matrix exponential of SciPy, in bench/fit/truth.py, and never by the tool's own 
 
 import copy
 import json
+import re
 import signal
 import sys
 import time
@@ -11,7 +12,8 @@ from pathlib import Path
 import numpy as np
 import pytest
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "bench" / "fit"))
+REPOSITORY = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(REPOSITORY / "bench" / "fit"))
 import truth  # noqa: E402
 
 
@@ -200,3 +202,129 @@ def test_an_interrupt_leaves_the_best_so_far(desk):
     assert run.returncode == 2
     assert "best so far" in err
     assert not desk.results()["complete"]
+
+
+def test_a_stuck_sensor_is_left_out_and_told(desk):
+    recording = desk.record(seconds=1500)
+    path = desk.folder / "rec-sensors.csv"
+    rows = path.read_text().splitlines()
+    held = rows[500].split(",")[3]
+    for number in range(500, 1000):
+        cells = rows[number].split(",")
+        cells[3] = held
+        rows[number] = ",".join(cells)
+    path.write_text("\n".join(rows) + "\n")
+    status, _, err = desk.fit("--recording", recording)
+    assert status == 0
+    # Readings beside it may be the same by chance.
+    assert re.search(r"rec-sensors\.csv:(49\d|50\d): 'gpu_t' is stuck at \d+ from 0:08:1\d to 0:16:\d\d: left out", err)
+    error = desk.free_running_error()
+    assert np.sqrt((error**2).mean()) <= 0.1
+
+
+def test_residuals_that_are_no_noise_are_told(desk):
+    recording = desk.record(seconds=1800, noise=0.1)
+    path = desk.folder / "rec-sensors.csv"
+    rows = path.read_text().splitlines()
+    # Somebody holds the device: three degrees on its case that no source explains.
+    for number in range(600, 1000):
+        cells = rows[number].split(",")
+        cells[5] = str(float(cells[5]) + 3)
+        rows[number] = ",".join(cells)
+    path.write_text("\n".join(rows) + "\n")
+    status, out, _ = desk.fit("--recording", recording)
+    assert status == 0
+    assert "the residuals of case_t in" in out
+    assert "are not noise: +" in out
+
+
+def test_the_page_stands_alone(desk):
+    desk.fit("--recording", desk.record(seconds=900), "--validate", desk.record(seconds=600, name="other"))
+    page = (desk.folder / "out" / "fit.html").read_text()
+    assert page.count("<svg") == page.count("</svg>") == 10
+    for heading in ("Numbers", "Validation", "Recordings", "Correlations"):
+        assert f"<h2>{heading}</h2>" in page
+    assert "http" not in page
+    assert "nan" not in page
+
+
+def test_a_plan_is_a_workload_that_narrows_the_intervals(desk):
+    status, out, _ = desk.fit("--recording", desk.record(seconds=600), "--plan")
+    assert status == 0
+    header, *rows = (desk.folder / "out" / "plan.csv").read_text().splitlines()[1:]
+    assert header == "time," + ",".join(desk.plant.sources)
+    assert [row.split(",")[0] for row in rows] == [f"{120 * step}s" for step in range(15)]
+    steps = (desk.folder / "out" / "plan.txt").read_text()
+    assert steps in out
+    for line in re.findall(r": from ([\d.e+]+) (?:%|C) to ([\d.e+]+)", steps):
+        assert float(line[1]) <= float(line[0])
+    # As it says, no node gets hotter than it was in the recording, and a degree.
+    loads = np.repeat([[float(cell) for cell in row.split(",")[1:]] for row in rows], 120, axis=0)
+    powers = loads * np.array([watts for watts, _ in desk.plant.sources.values()])
+    planned = desk.plant.run(powers, 1.0, np.full(5, 27.0))
+    recorded = np.array([[float(cell) for cell in row.split(",")[1:]]
+                         for row in (desk.folder / "rec-sensors.csv").read_text().splitlines()[1:]])
+    assert (planned.max(axis=0) <= recorded.max(axis=0) + 2).all()
+
+
+def test_a_sketch_can_be_fitted_as_it_is(thermalctl, tmp_path):
+    """An hour of the phone as the simulator's trace has it: its sensors, and the levels of its devices."""
+    board = REPOSITORY / "boards" / "phone"
+    status, sketch, err = thermalctl("fit", "--sketch", board)
+    assert (status, err) == (0, "")
+    for text in ('[node."big"]', '[source."gpu"]\nnode = "gpu"', 'between = ["battery", "case"]', "[fit]"):
+        assert text in sketch
+    assert thermalctl("fit", "--sketch", board, "--out", tmp_path / "sketch").status == 0
+    assert (tmp_path / "sketch" / "plant.toml").read_text() == sketch
+    thermalctl("simulate", "--board", board, "--workload", "game", "--duration", "20m", "--out", tmp_path / "run")
+    loads = tmp_path / "loads.csv"
+    loads.write_text("time,cpu_little,cpu_big,gpu:load,backlight,charger,camera\n0,0.3,0.2,0.15,1,1,0\n300,0.6,0.9,1,1,1,0\n")
+    status, out, err = thermalctl("fit", "--board", board, "--plant", tmp_path / "sketch" / "plant.toml",
+                                  "--recording", f"{tmp_path / 'run' / 'trace.csv'},{loads}", "--out", tmp_path / "out")
+    assert status == 0, err
+    assert "resistance.case-ambient" in out
+
+
+def test_the_levels_and_readings_of_a_trace_give_the_plant_back(thermalctl, tmp_path):
+    board = REPOSITORY / "boards" / "phone"
+    thermalctl("simulate", "--board", board, "--workload", "game", "--duration", "40m", "--out", tmp_path / "run")
+    (tmp_path / "loads.csv").write_text(
+        "time,little:load,big:load,gpu:load,panel,charger,modem\n0,0.3,0.2,0.15,1,1,0.4\n300,0.6,0.9,1,1,1,0.3\n")
+    sketch = tmp_path / "sketch.toml"
+    sketch.write_text((board / "plant.toml").read_text().replace("= 9.09", "= 4").replace("= 70.0", "= 150"))
+    status, _, err = thermalctl("fit", "--board", board, "--plant", sketch, "--out", tmp_path / "out",
+                                "--recording", f"{tmp_path / 'run' / 'trace.csv'},{tmp_path / 'loads.csv'}")
+    assert status == 0, err
+    found = {q["name"]: q["value"] for q in json.loads((tmp_path / "out" / "fit.json").read_text())["quantities"]}
+    assert found["resistance.big-case"] == pytest.approx(9.09, rel=0.01)
+    assert found["node.case.joules_per_kelvin"] == pytest.approx(70, rel=0.05)
+
+
+@pytest.mark.parametrize("fit, message", [
+    ('free = ["node.bgi.*"]', "'node.bgi.*' is none of the plant's numbers"),
+    ('fre = ["node.*"]', "'fre' is no key that is known here"),
+    ('free = ["node.*"]\n[[fit.bounds]]\nof = "node.big.*"\nleast = 3\nmost = 9', "is not within its bounds"),
+    ('free = ["node.*"]\n[[fit.bounds]]\nof = "node.big.*"\nleast = 3', "'most' is missing"),
+])
+def test_a_wrong_fit_section_is_told_with_its_place(desk, fit, message):
+    recording = desk.record(seconds=300)
+    path = desk.folder / "sketch.toml"
+    path.write_text(desk.plant.toml().split("[fit]")[0] + f"[fit]\n{fit}\n")
+    status, _, err = desk.fit("--recording", recording)
+    assert (status, message in err) == (2, True), err
+    assert "sketch.toml:" in err
+    assert not (desk.folder / "out").exists()
+
+
+def test_bounds_hold(desk):
+    desk.sketch(None, extra='[[fit.bounds]]\nof = "resistance.case-ambient"\nleast = 2\nmost = 3\n')
+    text = (desk.folder / "sketch.toml").read_text()
+    (desk.folder / "sketch.toml").write_text(text.replace("kelvin_per_watt = 4\n", "kelvin_per_watt = 2.5\n"))
+    desk.fit("--recording", desk.record(seconds=900))
+    [value] = [q["value"] for q in desk.results()["quantities"] if q["name"] == "resistance.case-ambient"]
+    assert 2 <= value <= 3
+
+
+def test_without_a_recording_it_says_so(thermalctl):
+    status, _, err = thermalctl("fit", "--board", REPOSITORY / "boards" / "phone")
+    assert (status, "--recording is required" in err) == (2, True)

@@ -15,10 +15,15 @@
 #include "file/OutputFiles.h"
 #include "fit/Estimate.h"
 #include "fit/FitJson.h"
+#include "fit/FitPage.h"
 #include "fit/FreeQuantities.h"
+#include "fit/Plan.h"
 #include "fit/PlantText.h"
 #include "fit/RecordingFiles.h"
+#include "fit/Residuals.h"
+#include "fit/Sketch.h"
 #include "fit/Steps.h"
+#include "fit/Stuck.h"
 #include "fit/Words.h"
 #include "log/BoardFolder.h"
 #include "simulate/InputKind.h"
@@ -27,8 +32,8 @@
 #include "text/Characters.h"
 #include "text/Columns.h"
 #include "text/Phrases.h"
-#include "toml/Problems.h"
 #include "text/Temperature.h"
+#include "toml/Problems.h"
 
 namespace {
 
@@ -36,12 +41,15 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  thermalctl fit --board boards/phone --plant sketch.toml --recording step.log,rails.csv \\\n"
     "    --validate game.log,rails2.csv --require 'rmse<=0.5C' --out fitted\n"
+    "  thermalctl fit --sketch boards/phone > sketch.toml\n"
     "\n"
     "Finds the numbers of a plant from what was recorded on a device, and how well it knows them.\n"
     "\n"
     "Exit status: 0 fine, 1 a requirement was missed, 2 could not run.";
 
 struct Options {
+  std::string sketch;
+  bool plan = false;
   std::string board;
   std::string plant;
   std::vector<std::string> recordings;
@@ -239,7 +247,112 @@ ExitStatus judge(const std::vector<Requirement>& requirements, const Estimation&
   return status;
 }
 
+// A fit, and with it all that is told of it.
+class Run {
+public:
+  Run(const Options& options_, const BoardFolder& board_, Inputs inputs_)
+      : options(options_), board(board_), inputs(std::move(inputs_)),
+        names(namesOfOutputs(inputs.plant, board.description())) {}
+
+  ExitStatus go(const std::vector<Requirement>& requirements) {
+    Misfit misfit = misfitOf(inputs, inputs.recordings);
+    if (misfit.stretches.empty())
+      return complain(kCouldNotRun, "the recordings have no stretch with readings and loads");
+    const Estimation estimation = search(misfit);
+    FitResult result{&misfit,
+                     &estimation,
+                     nullptr,
+                     nullptr,
+                     names,
+                     inWords(misfit, estimation),
+                     oddResiduals(misfit, estimation.fit.values, names)};
+    std::optional<Misfit> other;
+    Estimation validation;
+    if (!inputs.validations.empty() && !estimation.fit.interrupted) {
+      other.emplace(misfitOf(inputs, inputs.validations));
+      other->likelihoods = misfit.likelihoods;
+      validation =
+          validate(*other, valuesOf(estimation), [](const std::string&, double) { return true; });
+      result.validationMisfit = &*other;
+      result.validation = &validation;
+    }
+    std::optional<Plan> plan;
+    if (options.plan && !estimation.fit.interrupted) plan = planFor(misfit, estimation);
+    if (const auto error = write(result, plan)) return complain(kCouldNotRun, *error);
+    print(result);
+    printAgreement(result, misfit, estimation, "recording");
+    if (result.validation) printAgreement(result, *other, validation, "validation");
+    if (plan) std::cout << "\n" << stepsOf(*plan, misfit);
+    if (estimation.fit.interrupted)
+      return complain(kCouldNotRun, "interrupted: what is shown is the best so far");
+    return judge(requirements, result.validation ? validation : estimation);
+  }
+
+private:
+  // What a sensor that is stuck has shown is left out, and the rest fitted anew.
+  Estimation search(Misfit& misfit) {
+    const Interruptible untilTheEnd;
+    Progress progress;
+    const Going going = [&](const std::string& stage, double cost) {
+      return progress.go(stage, cost);
+    };
+    Estimation estimation = estimate(misfit, going);
+    const std::vector<Stuck> stuck = stuckOf(misfit, estimation.fit.values);
+    if (stuck.empty() || estimation.fit.interrupted) return estimation;
+    for (const Stuck& one : stuck)
+      std::cerr << visible(inWords(one, inputs.recordings, names)) << "\n";
+    leaveOut(inputs.recordings, stuck);
+    return estimate(misfit, going);
+  }
+
+  static std::vector<double> valuesOf(const Estimation& estimation) {
+    std::vector<double> values;
+    for (const Estimate& each : estimation.estimates)
+      values.push_back(each.value);
+    return values;
+  }
+
+  std::optional<std::string> write(const FitResult& result, const std::optional<Plan>& plan) const {
+    if (options.out.empty()) return std::nullopt;
+    OutputFiles outputs(options.out);
+    outputs.add("plant.toml") << withEstimates(inputs.plantText, inputs.quantities,
+                                               result.estimation->estimates);
+    writeFitJson(result, outputs.add("fit.json"));
+    writeFitPage(result, "A thermal model of " + options.board, outputs.add("fit.html"));
+    if (plan) {
+      outputs.add("plan.csv") << workloadOf(*plan, *result.misfit);
+      outputs.add("plan.txt") << stepsOf(*plan, *result.misfit);
+    }
+    return outputs.putInPlace();
+  }
+
+  const Options& options;
+  const BoardFolder& board;
+  Inputs inputs;
+  const std::vector<std::string> names;
+};
+
+ExitStatus sketch(const Options& options) {
+  Problems problems;
+  const std::optional<BoardFolder> board = boardOf(options.sketch, problems);
+  problems.print(std::cerr, colourFor(STDERR_FILENO));
+  if (!board) return kCouldNotRun;
+  const std::string name = std::filesystem::absolute(options.sketch).filename().string();
+  const std::string text = sketchOf(board->description(), name);
+  if (options.out.empty()) {
+    std::cout << text;
+    return kFine;
+  }
+  OutputFiles outputs(options.out);
+  outputs.add("plant.toml") << text;
+  if (const auto error = outputs.putInPlace()) return complain(kCouldNotRun, *error);
+  return kFine;
+}
+
 ExitStatus runFit(const Options& options) {
+  if (!options.sketch.empty()) return sketch(options);
+  if (options.board.empty()) throw UsageError("--board is required");
+  if (options.recordings.empty()) throw UsageError("--recording is required");
   Problems problems;
   std::vector<Requirement> requirements;
   for (const std::string& text : options.requirements)
@@ -253,53 +366,12 @@ ExitStatus runFit(const Options& options) {
   }
   for (const std::string& remark : inputs.remarks)
     std::cerr << visible(remark) << "\n";
-
-  Misfit misfit = misfitOf(inputs, inputs.recordings);
-  if (misfit.stretches.empty())
-    return complain(kCouldNotRun, "the recordings have no stretch with readings and loads");
-  Estimation estimation;
-  {
-    const Interruptible untilTheEnd;
-    Progress progress;
-    estimation = estimate(
-        misfit, [&](const std::string& stage, double cost) { return progress.go(stage, cost); });
-  }
-  FitResult result;
-  result.misfit = &misfit;
-  result.estimation = &estimation;
-  result.names = namesOfOutputs(inputs.plant, board->description());
-  result.undetermined = inWords(misfit, estimation);
-  std::optional<Misfit> other;
-  Estimation validation;
-  if (!inputs.validations.empty() && !estimation.fit.interrupted) {
-    other.emplace(misfitOf(inputs, inputs.validations));
-    other->likelihoods = misfit.likelihoods;
-    std::vector<double> values;
-    for (const Estimate& each : estimation.estimates)
-      values.push_back(each.value);
-    validation = validate(*other, values, [](const std::string&, double) { return true; });
-    result.validationMisfit = &*other;
-    result.validation = &validation;
-  }
-  if (!options.out.empty()) {
-    OutputFiles outputs(options.out);
-    outputs.add("plant.toml") << withEstimates(inputs.plantText, inputs.quantities,
-                                               estimation.estimates);
-    writeFitJson(result, outputs.add("fit.json"));
-    if (const auto error = outputs.putInPlace()) return complain(kCouldNotRun, *error);
-  }
-  print(result);
-  printAgreement(result, misfit, estimation, "recording");
-  if (result.validation) printAgreement(result, *other, validation, "validation");
-  if (estimation.fit.interrupted)
-    return complain(kCouldNotRun, "interrupted: what is shown is the best so far");
-  return judge(requirements, result.validation ? validation : estimation);
+  return Run(options, *board, std::move(inputs)).go(requirements);
 }
 
 void addOptions(CommandLine& line, Options& options) {
   line.option("--board", &options.board, "Folder with the board's *.env and *.conf files")
-      .takes("DIR")
-      .isRequired();
+      .takes("DIR");
   line.option("--plant", &options.plant, "Sketch of the thermal model, whose numbers are guesses")
       .takes("FILE");
   line.option("--recording", &options.recordings,
@@ -315,7 +387,14 @@ void addOptions(CommandLine& line, Options& options) {
               "What must be reached, such as 'rmse<=0.5C' or 'largest<=2C'")
       .takes("WHAT")
       .takesAll();
-  line.option("--out", &options.out, "Folder for plant.toml, fit.json and fit.html").takes("DIR");
+  line.flag("--plan", &options.plan,
+            "Propose the next experiment: half an hour of loads that shrinks the widest intervals");
+  line.option("--sketch", &options.sketch,
+              "Instead of a fit, write a first sketch for the board in this folder")
+      .takes("DIR");
+  line.option("--out", &options.out,
+              "Folder for plant.toml, fit.json and fit.html, and plan.csv and plan.txt")
+      .takes("DIR");
 }
 
 } // namespace

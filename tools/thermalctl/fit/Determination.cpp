@@ -59,8 +59,9 @@ MatrixXd informationOfQuantities(const Misfit& misfit, const MatrixXd& informati
 }
 
 std::vector<Undetermined> undeterminedOf(const Misfit& misfit, const MatrixXd& information,
-                                         const std::vector<bool>& frozen) {
+                                         const VectorXd& values, const std::vector<bool>& frozen) {
   std::vector<Undetermined> all;
+  const std::vector<double> natural = misfit.naturalOf(values);
   std::vector<Index> free = freeOf(frozen);
   VectorXd units(information.rows());
   for (size_t i = 0; i < misfit.quantities.size(); ++i)
@@ -79,6 +80,9 @@ std::vector<Undetermined> undeterminedOf(const Misfit& misfit, const MatrixXd& i
       const Index place = free[static_cast<size_t>(i)];
       found.members.push_back(static_cast<size_t>(place));
       found.shares.push_back(direction[i] * units[place]);
+      const auto member = static_cast<size_t>(place);
+      const bool log = misfit.quantities[member].byLogarithm();
+      found.changes.push_back(found.shares.back() * (log ? natural[member] : 1));
     }
     all.push_back(std::move(found));
     free.erase(free.begin() + largest);

@@ -117,7 +117,7 @@ Estimation estimate(Misfit& misfit, const Going& going) {
   fit = fitTo(misfit, frozen, going);
   for (int round = 0; round < 3; ++round) {
     const MatrixXd information = informationOfQuantities(misfit, fit.information, frozen);
-    const auto found = undeterminedOf(misfit, information, frozen);
+    const auto found = undeterminedOf(misfit, information, fit.values, frozen);
     if (found.empty()) break;
     for (const Undetermined& each : found)
       frozen[each.frozen] = true;

@@ -22,13 +22,17 @@ public:
   explicit PowerCourses(const Misfit& misfit) : count(misfit.plant.sources.size()) {
     for (const Recorded& recorded : misfit.recordings) {
       Powers powers(misfit.plant);
-      add(powers, true);
-      for (const RecordedFile& file : recorded.files)
-        for (const RecordedChange& change : file.changes) {
+      for (const RecordedFile& file : recorded.files) {
+        for (size_t i = 0; i < file.changes.size(); ++i) {
+          const RecordedChange& change = file.changes[i];
           powers.take(change);
           if (change.kind == RecordedChange::Kind::kWatts) measured.insert(change.index);
-          add(powers, false);
+          // What changes at one time changes together.
+          const bool isLast =
+              i + 1 == file.changes.size() || file.changes[i + 1].time > change.time;
+          if (isLast && all.size() < 100'000) add(powers);
         }
+      }
     }
   }
 
@@ -44,13 +48,11 @@ public:
   }
 
 private:
-  // Before the first word on it, a source is as the plant has it, which is no change.
-  void add(const Powers& powers, bool start) {
-    if (start) return;
+  void add(const Powers& powers) {
     std::vector<double> now;
     for (size_t i = 0; i < count; ++i)
       now.push_back(powers.total(i));
-    if (all.size() < 100'000) all.push_back(std::move(now));
+    all.push_back(std::move(now));
   }
 
   double mean(size_t source) const {
@@ -168,8 +170,8 @@ private:
     const double a = one.shares[0];
     const double b = one.shares[1];
     if (!logs) return "a combination of " + both;
-    const double inA = a * estimation.estimates[one.members[0]].value;
-    const double inB = b * estimation.estimates[one.members[1]].value;
+    const double inA = one.changes[0];
+    const double inB = one.changes[1];
     const bool alike = quantity(one.members[0]).kind == quantity(one.members[1]).kind;
     if (alike && std::abs(inA + inB) < 0.3 * (std::abs(inA) + std::abs(inB)))
       return "the sum of " + both;
