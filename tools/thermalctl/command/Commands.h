@@ -10,10 +10,11 @@ Command statusCommand();
 Command simulateCommand();
 Command plotCommand();
 Command integrateCommand();
+Command fitCommand();
 Command diffCommand();
 
 // In the order in which the help shows them.
 inline std::vector<Command> allCommands() {
-  return {checkCommand(),    scenarioCommand(), reloadCommand(),    statusCommand(),
-          simulateCommand(), plotCommand(),     integrateCommand(), diffCommand()};
+  return {checkCommand(), scenarioCommand(), reloadCommand(),    statusCommand(), simulateCommand(),
+          fitCommand(),   plotCommand(),     integrateCommand(), diffCommand()};
 }

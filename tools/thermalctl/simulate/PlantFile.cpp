@@ -73,6 +73,8 @@ public:
       readSource(name, section);
     readProbes();
     refuseMisleadingNames();
+    // What a fit may change is nothing to a run.
+    root.section("fit");
     root.refuseOtherKeys();
     return std::move(plant);
   }

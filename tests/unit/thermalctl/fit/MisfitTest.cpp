@@ -1,0 +1,93 @@
+#include "fit/Misfit.h"
+
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "FitExamples.h"
+
+namespace {
+
+using Eigen::Index;
+using Eigen::VectorXd;
+
+constexpr char kAll[] = "\"node.*\", \"resistance.*\", \"source.*\", \"sensor.*\"";
+
+class MisfitTest : public testing::Test {
+protected:
+  MisfitTest()
+      : plant(fit_examples::plantOf()),
+        quantities(fit_examples::quantitiesOf(kAll)), recordings{fit_examples::recorded()},
+        misfit(plant, quantities, recordings, stretchesOf(recordings[0], 0, {0, 0})) {
+    misfit.likelihoods = {{0.5, 0}, {0.5, 1}, {1, 0}, {1, 0}};
+    values = VectorXd::Constant(static_cast<Index>(misfit.unknowns.count), 27);
+    for (size_t i = 0; i < quantities.size(); ++i)
+      values[static_cast<Index>(i)] =
+          quantities[i].byLogarithm() ? std::log(quantities[i].guess) : 0.3;
+    values[static_cast<Index>(misfit.unknowns.clocksBegin())] = 1.7;
+  }
+
+  const PlantDescription plant;
+  const std::vector<Quantity> quantities;
+  const std::vector<Recorded> recordings;
+  Misfit misfit;
+  VectorXd values;
+};
+
+TEST_F(MisfitTest, KnowsEveryKindOfQuantityTheClockAndTheStarts) {
+  // Two capacities, two resistances, two watts, one idle power, one lag, two offsets.
+  EXPECT_EQ(quantities.size(), 10U);
+  // A clock; two nodes and a lagged sensor at the start.
+  EXPECT_EQ(misfit.unknowns.count, 10U + 1U + 3U);
+}
+
+TEST_F(MisfitTest, SlopeIsThatOfTheMisfitByEachUnknown) {
+  const Evidence evidence = misfit.evidence(values);
+  EXPECT_NEAR(evidence.misfit, misfit.misfit(values), 1e-9 * evidence.misfit);
+  for (Index i = 0; i < values.size(); ++i) {
+    constexpr double kStep = 1e-5;
+    VectorXd more = values;
+    VectorXd less = values;
+    more[i] += kStep;
+    less[i] -= kStep;
+    const double slope = (misfit.misfit(more) - misfit.misfit(less)) / (2 * kStep);
+    const bool isClock = i == static_cast<Index>(misfit.unknowns.clocksBegin());
+    EXPECT_NEAR(evidence.slope[i], slope, (isClock ? 1e-3 : 1e-5) * std::abs(slope) + 1e-3)
+        << "of unknown " << i;
+    EXPECT_NE(slope, 0) << "of unknown " << i;
+  }
+}
+
+TEST_F(MisfitTest, ALagAsSlowAsAModeHasTheSameSlope) {
+  // Alone, the case cools with 5 K/W times 40 J/K; the lag is set to whatever the modes are.
+  PlantDescription alike = plant;
+  alike.nodes[0].capacity = 1e-3;
+  alike.probes[1].lag = 5 * 40.001;
+  Misfit other(alike, quantities, recordings, stretchesOf(recordings[0], 0, {0, 0}));
+  other.likelihoods = misfit.likelihoods;
+  values[0] = std::log(1e-3);
+  for (size_t i = 0; i < quantities.size(); ++i)
+    if (quantities[i].kind == Quantity::Kind::kLag)
+      values[static_cast<Index>(i)] = std::log(200.005);
+  const Evidence evidence = other.evidence(values);
+  for (Index i = 0; i < values.size(); ++i) {
+    VectorXd more = values;
+    VectorXd less = values;
+    more[i] += 1e-4;
+    less[i] -= 1e-4;
+    const double slope = (other.misfit(more) - other.misfit(less)) / 2e-4;
+    EXPECT_NEAR(evidence.slope[i], slope, 1e-3 * std::abs(slope) + 0.05) << "of unknown " << i;
+  }
+}
+
+TEST_F(MisfitTest, OneOutputAloneAddsUpToAll) {
+  const Evidence all = misfit.evidence(values);
+  double sum = 0;
+  for (size_t i = 0; i < misfit.outputs(); ++i) {
+    misfit.only = i;
+    sum += misfit.evidence(values).misfit;
+  }
+  EXPECT_NEAR(sum, all.misfit, 1e-9 * all.misfit);
+}
+
+} // namespace

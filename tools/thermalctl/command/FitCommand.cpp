@@ -1,0 +1,405 @@
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "base/TextReader.h"
+#include "command/CheckFirst.h"
+#include "command/Commands.h"
+#include "file/OutputFiles.h"
+#include "fit/Estimate.h"
+#include "fit/FitJson.h"
+#include "fit/FitPage.h"
+#include "fit/FreeQuantities.h"
+#include "fit/Plan.h"
+#include "fit/PlantText.h"
+#include "fit/RecordingFiles.h"
+#include "fit/Residuals.h"
+#include "fit/Sketch.h"
+#include "fit/Steps.h"
+#include "fit/Stuck.h"
+#include "fit/Words.h"
+#include "log/BoardFolder.h"
+#include "simulate/InputKind.h"
+#include "terminal/Colour.h"
+#include "terminal/ProgressLine.h"
+#include "text/Characters.h"
+#include "text/Columns.h"
+#include "text/Phrases.h"
+#include "text/Temperature.h"
+#include "toml/Problems.h"
+
+namespace {
+
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  thermalctl fit --board boards/phone --plant sketch.toml --recording step.log,rails.csv \\\n"
+    "    --validate game.log,rails2.csv --require 'rmse<=0.5C' --out fitted\n"
+    "  thermalctl fit --sketch boards/phone > sketch.toml\n"
+    "\n"
+    "Finds the numbers of a plant from what was recorded on a device, and how well it knows them.\n"
+    "\n"
+    "Exit status: 0 fine, 1 a requirement was missed, 2 could not run.";
+
+struct Options {
+  std::string sketch;
+  bool plan = false;
+  std::string board;
+  std::string plant;
+  std::vector<std::string> recordings;
+  std::vector<std::string> validations;
+  std::vector<std::string> requirements;
+  std::string out;
+};
+
+volatile std::sig_atomic_t interrupted = 0;
+
+// While one of these lives, Ctrl-C asks to come to an end.
+class Interruptible {
+public:
+  Interruptible() {
+    struct sigaction ours = {};
+    ours.sa_handler = [](int) { interrupted = 1; };
+    ours.sa_flags = static_cast<int>(SA_RESETHAND);
+    ::sigaction(SIGINT, &ours, &before);
+  }
+  ~Interruptible() { ::sigaction(SIGINT, &before, nullptr); }
+  Interruptible(const Interruptible&) = delete;
+  Interruptible& operator=(const Interruptible&) = delete;
+
+private:
+  struct sigaction before = {};
+};
+
+// What the fit must reach on the validation recordings, or without any on its own.
+struct Requirement {
+  std::string text;
+  bool ofLargest = false;
+  double celsius = 0;
+};
+
+std::optional<Requirement> requirementOf(const std::string& text, Problems& problems) {
+  const size_t sign = text.find("<=");
+  const std::string what = text.substr(0, sign);
+  if (sign == std::string::npos || (what != "rmse" && what != "largest")) {
+    problems.add({"--require " + text,
+                  {},
+                  "is no requirement",
+                  "write 'rmse<=0.5C' or 'largest<=2C', in quotes for the shell"});
+    return std::nullopt;
+  }
+  const TemperatureText limit = readTemperature(text.substr(sign + 2));
+  if (!limit.millidegrees) {
+    problems.add({"--require " + text, {}, text.substr(sign + 2) + " " + limit.wrong, limit.hint});
+    return std::nullopt;
+  }
+  return Requirement{text, what == "largest", *limit.millidegrees / 1000.0};
+}
+
+std::vector<std::string> pathsOf(const std::string& list) {
+  std::vector<std::string> paths;
+  stringTokenizer(list, paths, ",");
+  return paths;
+}
+
+std::optional<BoardFolder> boardOf(const std::string& folder, Problems& problems) {
+  std::vector<std::string> found;
+  std::optional<BoardFolder> board;
+  const auto files = BoardFolder::find(folder, found);
+  if (files && !passesCheck(files->environment, files->configurations))
+    found.push_back("nothing is fitted: the check has found errors");
+  else if (files)
+    board.emplace(*files, found);
+  for (const std::string& problem : found)
+    problems.add({"--board " + folder, {}, problem});
+  return found.empty() ? std::move(board) : std::nullopt;
+}
+
+// All that the command line names, read.
+struct Inputs {
+  std::string plantText;
+  PlantDescription plant;
+  std::vector<Quantity> quantities;
+  std::vector<Recorded> recordings;
+  std::vector<Recorded> validations;
+  std::vector<std::string> remarks;
+};
+
+std::vector<Recorded> readAll(const std::vector<std::string>& lists, const BoardFolder& board,
+                              Inputs& inputs, Problems& problems) {
+  std::vector<Recorded> all;
+  for (const std::string& list : lists) {
+    auto recorded = readRecording(pathsOf(list), inputs.plant, board, problems, inputs.remarks);
+    if (recorded) all.push_back(std::move(*recorded));
+  }
+  return all;
+}
+
+Inputs readInputs(const Options& options, const BoardFolder& board, Problems& problems) {
+  Inputs inputs;
+  const std::string path = options.plant.empty() ? options.board + "/plant.toml" : options.plant;
+  errno = 0;
+  const auto text = readFile(path);
+  if (!text) {
+    problems.add({path, {}, "cannot be read: " + std::generic_category().message(errno)});
+    return inputs;
+  }
+  inputs.plantText = *text;
+  tellIfForeign(*text, path, InputKind::kPlant, problems);
+  if (!problems.none()) return inputs;
+  inputs.plant = readPlant(*text, path, board.description(), problems);
+  if (!problems.none()) return inputs;
+  inputs.quantities = readFreeQuantities(*text, path, inputs.plant, board.description(), problems);
+  inputs.recordings = readAll(options.recordings, board, inputs, problems);
+  inputs.validations = readAll(options.validations, board, inputs, problems);
+  return inputs;
+}
+
+Misfit misfitOf(const Inputs& inputs, const std::vector<Recorded>& recordings) {
+  std::vector<Stretch> stretches;
+  for (size_t i = 0; i < recordings.size(); ++i) {
+    const std::vector<double> offsets(recordings[i].files.size(), 0);
+    for (Stretch& stretch : stretchesOf(recordings[i], i, offsets))
+      stretches.push_back(std::move(stretch));
+  }
+  Misfit misfit(inputs.plant, inputs.quantities, recordings, std::move(stretches));
+  for (const double step : stepsOf(recordings, misfit.outputs()))
+    misfit.likelihoods.push_back({1, step});
+  return misfit;
+}
+
+class Progress {
+public:
+  bool go(const std::string& stage, double misfit) {
+    const Clock::time_point now = Clock::now();
+    if (now >= next) {
+      next = now + std::chrono::milliseconds(100);
+      line.show(fmt::format("{}: misfit {:.6g}", stage, misfit));
+    }
+    return interrupted == 0;
+  }
+
+private:
+  using Clock = std::chrono::steady_clock;
+
+  ProgressLine line{STDERR_FILENO};
+  Clock::time_point next = Clock::now() + std::chrono::milliseconds(300);
+};
+
+void print(const FitResult& result) {
+  std::vector<std::vector<std::string>> rows = {{"number", "guess", "found", "95 %", "", ""}};
+  for (size_t i = 0; i < result.misfit->quantities.size(); ++i) {
+    const Quantity& quantity = result.misfit->quantities[i];
+    const Estimate& found = result.estimation->estimates[i];
+    const double half = (found.high - found.low) / 2;
+    if (found.frozen)
+      rows.push_back({quantity.name, deserved(quantity.guess, 0), deserved(found.value, 0), "",
+                      quantity.unit(), "not determined, the guess is kept"});
+    else
+      rows.push_back({quantity.name, deserved(quantity.guess, 0), deserved(found.value, half),
+                      deserved(found.low, half) + " to " + deserved(found.high, half),
+                      quantity.unit(), found.follows ? "as far as a kept guess is right" : ""});
+  }
+  for (const std::string& line : inColumns(rows, 1))
+    std::cout << line << "\n";
+  for (const std::string& sentence : result.undetermined)
+    std::cout << sentence << "\n";
+  for (const std::string& remark : result.remarks)
+    std::cout << remark << "\n";
+}
+
+void printAgreement(const FitResult& result, const Misfit& misfit, const Estimation& estimation,
+                    const std::string& title) {
+  std::vector<std::vector<std::string>> rows = {
+      {title, "sensor", "readings", "RMSE, C", "largest, C"}};
+  for (const Agreeing& one : estimation.agreement)
+    rows.push_back({misfit.recordings[one.recording].name, result.names[one.output],
+                    std::to_string(one.readings), rounded(one.rmse, 3), rounded(one.largest, 2)});
+  std::cout << "\n";
+  for (const std::string& line : inColumns(rows, 2))
+    std::cout << visible(line) << "\n";
+  for (size_t i = 0; i < misfit.recordings.size(); ++i) {
+    const std::vector<double> offsets = misfit.unknowns.offsetsOf(i, estimation.fit.values);
+    for (size_t file = 1; file < offsets.size(); ++file)
+      std::cout << visible(misfit.recordings[i].files[file].name) << ": its clock is "
+                << rounded(std::abs(offsets[file]), 2) << " s "
+                << (offsets[file] < 0 ? "ahead of" : "behind") << " that of "
+                << visible(misfit.recordings[i].files.front().name) << "\n";
+  }
+}
+
+ExitStatus judge(const std::vector<Requirement>& requirements, const Estimation& estimation) {
+  const Agreeing all = overall(estimation.agreement);
+  ExitStatus status = kFine;
+  for (const Requirement& each : requirements) {
+    const double reached = each.ofLargest ? all.largest : all.rmse;
+    const bool kept = reached <= each.celsius;
+    std::cout << each.text << ": " << (kept ? "kept" : "missed") << ", " << rounded(reached, 3)
+              << " C\n";
+    if (!kept) status = kProblems;
+  }
+  return status;
+}
+
+// A fit, and with it all that is told of it.
+class Run {
+public:
+  Run(const Options& options_, const BoardFolder& board_, Inputs inputs_)
+      : options(options_), board(board_), inputs(std::move(inputs_)),
+        names(namesOfOutputs(inputs.plant, board.description())) {}
+
+  ExitStatus go(const std::vector<Requirement>& requirements) {
+    Misfit misfit = misfitOf(inputs, inputs.recordings);
+    if (misfit.stretches.empty())
+      return complain(kCouldNotRun, "the recordings have no stretch with readings and loads");
+    const Estimation estimation = search(misfit);
+    FitResult result{&misfit,
+                     &estimation,
+                     nullptr,
+                     nullptr,
+                     names,
+                     inWords(misfit, estimation),
+                     oddResiduals(misfit, estimation.fit.values, names)};
+    std::optional<Misfit> other;
+    Estimation validation;
+    if (!inputs.validations.empty() && !estimation.fit.interrupted) {
+      other.emplace(misfitOf(inputs, inputs.validations));
+      other->likelihoods = misfit.likelihoods;
+      validation =
+          validate(*other, valuesOf(estimation), [](const std::string&, double) { return true; });
+      result.validationMisfit = &*other;
+      result.validation = &validation;
+    }
+    std::optional<Plan> plan;
+    if (options.plan && !estimation.fit.interrupted) plan = planFor(misfit, estimation);
+    if (const auto error = write(result, plan)) return complain(kCouldNotRun, *error);
+    print(result);
+    printAgreement(result, misfit, estimation, "recording");
+    if (result.validation) printAgreement(result, *other, validation, "validation");
+    if (plan) std::cout << "\n" << stepsOf(*plan, misfit);
+    if (estimation.fit.interrupted)
+      return complain(kCouldNotRun, "interrupted: what is shown is the best so far");
+    return judge(requirements, result.validation ? validation : estimation);
+  }
+
+private:
+  // What a sensor that is stuck has shown is left out, and the rest fitted anew.
+  Estimation search(Misfit& misfit) {
+    const Interruptible untilTheEnd;
+    Progress progress;
+    const Going going = [&](const std::string& stage, double cost) {
+      return progress.go(stage, cost);
+    };
+    Estimation estimation = estimate(misfit, going);
+    const std::vector<Stuck> stuck = stuckOf(misfit, estimation.fit.values);
+    if (stuck.empty() || estimation.fit.interrupted) return estimation;
+    for (const Stuck& one : stuck)
+      std::cerr << visible(inWords(one, inputs.recordings, names)) << "\n";
+    leaveOut(inputs.recordings, stuck);
+    return estimate(misfit, going);
+  }
+
+  static std::vector<double> valuesOf(const Estimation& estimation) {
+    std::vector<double> values;
+    for (const Estimate& each : estimation.estimates)
+      values.push_back(each.value);
+    return values;
+  }
+
+  std::optional<std::string> write(const FitResult& result, const std::optional<Plan>& plan) const {
+    if (options.out.empty()) return std::nullopt;
+    OutputFiles outputs(options.out);
+    outputs.add("plant.toml") << withEstimates(inputs.plantText, inputs.quantities,
+                                               result.estimation->estimates);
+    writeFitJson(result, outputs.add("fit.json"));
+    writeFitPage(result, "A thermal model of " + options.board, outputs.add("fit.html"));
+    if (plan) {
+      outputs.add("plan.csv") << workloadOf(*plan, *result.misfit);
+      outputs.add("plan.txt") << stepsOf(*plan, *result.misfit);
+    }
+    return outputs.putInPlace();
+  }
+
+  const Options& options;
+  const BoardFolder& board;
+  Inputs inputs;
+  const std::vector<std::string> names;
+};
+
+ExitStatus sketch(const Options& options) {
+  Problems problems;
+  const std::optional<BoardFolder> board = boardOf(options.sketch, problems);
+  problems.print(std::cerr, colourFor(STDERR_FILENO));
+  if (!board) return kCouldNotRun;
+  const std::string name = std::filesystem::absolute(options.sketch).filename().string();
+  const std::string text = sketchOf(board->description(), name);
+  if (options.out.empty()) {
+    std::cout << text;
+    return kFine;
+  }
+  OutputFiles outputs(options.out);
+  outputs.add("plant.toml") << text;
+  if (const auto error = outputs.putInPlace()) return complain(kCouldNotRun, *error);
+  return kFine;
+}
+
+ExitStatus runFit(const Options& options) {
+  if (!options.sketch.empty()) return sketch(options);
+  if (options.board.empty()) throw UsageError("--board is required");
+  if (options.recordings.empty()) throw UsageError("--recording is required");
+  Problems problems;
+  std::vector<Requirement> requirements;
+  for (const std::string& text : options.requirements)
+    if (auto requirement = requirementOf(text, problems)) requirements.push_back(*requirement);
+  const std::optional<BoardFolder> board = boardOf(options.board, problems);
+  Inputs inputs;
+  if (board) inputs = readInputs(options, *board, problems);
+  if (!problems.none()) {
+    problems.print(std::cerr, colourFor(STDERR_FILENO));
+    return kCouldNotRun;
+  }
+  for (const std::string& remark : inputs.remarks)
+    std::cerr << visible(remark) << "\n";
+  return Run(options, *board, std::move(inputs)).go(requirements);
+}
+
+void addOptions(CommandLine& line, Options& options) {
+  line.option("--board", &options.board, "Folder with the board's *.env and *.conf files")
+      .takes("DIR");
+  line.option("--plant", &options.plant, "Sketch of the thermal model, whose numbers are guesses")
+      .takes("FILE");
+  line.option("--recording", &options.recordings,
+              "Files of one recording with commas between them: a device's log, and CSV files of "
+              "temperatures, loads and watts")
+      .takes("FILE")
+      .takesAll();
+  line.option("--validate", &options.validations,
+              "Recordings that are not fitted, and that the result is held against")
+      .takes("FILE")
+      .takesAll();
+  line.option("--require", &options.requirements,
+              "What must be reached, such as 'rmse<=0.5C' or 'largest<=2C'")
+      .takes("WHAT")
+      .takesAll();
+  line.flag("--plan", &options.plan,
+            "Propose the next experiment: half an hour of loads that shrinks the widest intervals");
+  line.option("--sketch", &options.sketch,
+              "Instead of a fit, write a first sketch for the board in this folder")
+      .takes("DIR");
+  line.option("--out", &options.out,
+              "Folder for plant.toml, fit.json and fit.html, and plan.csv and plan.txt")
+      .takes("DIR");
+}
+
+} // namespace
+
+Command fitCommand() {
+  return commandOf("fit", "Find a thermal model's numbers from recordings of the device", kExamples,
+                   addOptions, runFit);
+}

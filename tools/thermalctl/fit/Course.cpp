@@ -1,0 +1,161 @@
+#include "fit/Course.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <set>
+#include <utility>
+
+namespace {
+
+using Eigen::Index;
+using Role = ThermalModel::Role;
+
+int64_t microsecondsOf(double seconds) {
+  return std::llround(seconds * 1e6);
+}
+
+} // namespace
+
+Course::Course(const ThermalModel& model_, const PlantDescription& plant, const Recorded& recorded_,
+               const Stretch& stretch_, const std::vector<double>& offsets_, bool sensitive_)
+    : model(model_), recorded(recorded_), stretch(stretch_), offsets(offsets_),
+      sensitive(sensitive_), powers(plant) {
+  const Index states = model.rates.size();
+  const auto quantities = static_cast<Index>(model.effects.size());
+  stateRows = speedRows = Eigen::MatrixXd::Zero(states, quantities);
+  for (Index i = 0; i < quantities; ++i) {
+    const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
+    if (effect.role == Role::kByState) stateRows.col(i) = effect.row;
+    if (effect.role == Role::kBySpeed) speedRows.col(i) = effect.row;
+  }
+}
+
+double Course::startTime() const {
+  double start = std::numeric_limits<double>::max();
+  for (size_t i = 0; i < recorded.files.size(); ++i) {
+    const auto& [first, end] = stretch.rows[i];
+    if (first < end) start = std::min(start, recorded.files[i].rows[first].time + offsets[i]);
+  }
+  return start;
+}
+
+// What holds at the start is the last word before it; where there is none, the first one.
+void Course::begin(const Eigen::VectorXd& starts) {
+  const double start = startTime();
+  places.clear();
+  std::set<std::pair<RecordedChange::Kind, uint32_t>> told;
+  for (size_t i = 0; i < recorded.files.size(); ++i) {
+    const RecordedFile& file = recorded.files[i];
+    Place place{stretch.rows[i].first, stretch.rows[i].second, 0};
+    for (const RecordedChange& change : file.changes) {
+      const bool isFirst = told.insert({change.kind, change.index}).second;
+      const bool isPast = change.time + offsets[i] <= start;
+      if (isFirst || isPast) powers.take(change);
+      place.change += isPast ? 1 : 0;
+      measuresAmbient |= change.kind == RecordedChange::Kind::kAmbient;
+    }
+    places.push_back(place);
+  }
+  now = microsecondsOf(start);
+  ambient = powers.ambient();
+  state = model.starts * (starts.array() - ambient).matrix();
+  decay = Eigen::ArrayXd::Ones(state.size());
+  ofStates = ofSpeeds = Eigen::MatrixXd::Zero(state.size(), state.size());
+  ofPowers = Eigen::MatrixXd::Zero(state.size(), stateRows.cols());
+  drivesAreOld = true;
+}
+
+void Course::go(const Eigen::VectorXd& starts, const Take& takeRow) {
+  begin(starts);
+  constexpr double kNever = std::numeric_limits<double>::max();
+  for (;;) {
+    double time = kNever;
+    size_t next = 0;
+    bool isChange = false;
+    bool rowsAreLeft = false;
+    for (size_t i = 0; i < places.size(); ++i) {
+      const RecordedFile& file = recorded.files[i];
+      const Place& place = places[i];
+      const auto consider = [&](double at, bool change) {
+        if (at + offsets[i] >= time && !(change && !isChange && at + offsets[i] == time)) return;
+        time = at + offsets[i];
+        next = i;
+        isChange = change;
+      };
+      if (place.change < file.changes.size()) consider(file.changes[place.change].time, true);
+      if (place.row < place.rowEnd) consider(file.rows[place.row].time, false);
+      rowsAreLeft |= place.row < place.rowEnd;
+    }
+    if (!rowsAreLeft) return;
+    const RecordedFile& file = recorded.files[next];
+    advanceTo(time);
+    if (isChange)
+      take(file.changes[places[next].change++]);
+    else
+      takeRow(next, file.rows[places[next].row++]);
+  }
+}
+
+void Course::take(const RecordedChange& change) {
+  powers.take(change);
+  drivesAreOld = true;
+  // The temperatures stay, so that what they are above the ambient changes.
+  state -= (powers.ambient() - ambient) * model.evenly;
+  ambient = powers.ambient();
+}
+
+void Course::updateDrives() {
+  drives = Eigen::VectorXd::Zero(state.size());
+  for (Index i = 0; i < model.powers.cols(); ++i)
+    drives += powers.total(static_cast<size_t>(i)) * model.powers.col(i);
+  drivesAreOld = false;
+}
+
+void Course::advanceTo(double time) {
+  const int64_t then = microsecondsOf(time);
+  // A clock's setting may put what stands at one time a little before it.
+  if (then <= now) return;
+  if (drivesAreOld) updateDrives();
+  const ThermalModel::Step& step = model.step(then - now, sensitive);
+  if (sensitive) advanceSensitivities(step);
+  state = step.decay * state.array() + step.driven * drives.array();
+  now = then;
+}
+
+void Course::advanceSensitivities(const ThermalModel::Step& step) {
+  const Eigen::VectorXd speed = drives - model.rates.cwiseProduct(state);
+  ofStates = step.decay.matrix().asDiagonal() * ofStates + step.pairs * state.asDiagonal() +
+             step.drivenPairs * drives.asDiagonal();
+  ofSpeeds = step.decay.matrix().asDiagonal() * ofSpeeds + step.pairs * speed.asDiagonal();
+  decay *= step.decay;
+  for (Index i = 0; i < ofPowers.cols(); ++i) {
+    const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
+    if (effect.role != Role::kByPower && effect.role != Role::kByIdle) continue;
+    const double power =
+        effect.role == Role::kByPower ? powers.ofLoad(effect.index) : powers.ofIdle(effect.index);
+    ofPowers.col(i).array() = step.decay * ofPowers.col(i).array() + step.driven * power;
+  }
+}
+
+double Course::temperature(size_t output) const {
+  const auto index = static_cast<Index>(output);
+  return ambient + model.offsets[index] + model.outputs.row(index).dot(state);
+}
+
+void Course::prepareSensitivities() {
+  effects = model.columns.cwiseProduct(ofStates * stateRows + ofSpeeds * speedRows + ofPowers);
+}
+
+void Course::sensitivity(size_t output, Eigen::Ref<Eigen::RowVectorXd> row) const {
+  const auto index = static_cast<Index>(output);
+  const Index quantities = effects.cols();
+  row.head(quantities) = model.outputs.row(index) * effects;
+  const Eigen::RowVectorXd left = model.outputs.row(index).cwiseProduct(decay.matrix().transpose());
+  row.segment(quantities, state.size()) = left * model.starts;
+  for (Index i = 0; i < quantities; ++i) {
+    const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
+    if (effect.role == Role::kOffset) row[i] = effect.index == output ? 1 : 0;
+    if (effect.role == Role::kAmbient) row[i] = measuresAmbient ? 0 : 1 - left.dot(model.evenly);
+  }
+}

@@ -1,0 +1,441 @@
+#include "fit/Fitting.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <Eigen/Cholesky>
+// A header alone, and the one place that includes it.
+#include <ceres/tiny_solver.h>
+
+#include "simulate/Random.h"
+
+namespace {
+
+using Eigen::Index;
+using Eigen::MatrixXd;
+using Eigen::VectorXd;
+
+constexpr int kStarts = 3;
+// How far the other starts are from the guesses, as the largest logarithm of a factor.
+constexpr double kSpread = 0.9;
+
+constexpr double kClockReach = 75; // seconds: a minute, and some more so that its end is no wall
+constexpr double kClockScan = 60;
+constexpr double kScanStep = 2;
+
+// How little is known of a temperature at the start.
+constexpr double kStartSpread = 30;
+
+constexpr size_t kRowsOfFirstLook = 1500;
+constexpr size_t kRowsOfSecondLook = 20'000;
+// Of one sensor, for its noise.
+constexpr size_t kResidualsEnough = 4000;
+constexpr double kLeastNoise = 0.003;
+constexpr double kMostNoise = 50;
+
+Index indexOf(size_t i) {
+  return static_cast<Index>(i);
+}
+
+struct Stopped {};
+
+// Where an unknown may lie; anywhere where the two are the same.
+struct Range {
+  double least = 0;
+  double most = 0;
+  double guess = 0;
+  double spread = 0; // of the weak pull to the guess
+
+  bool isBounded() const { return least < most; }
+};
+
+std::vector<Range> rangesOf(const Misfit& misfit) {
+  const VectorXd guesses = guessesOf(misfit);
+  const Unknowns& unknowns = misfit.unknowns;
+  std::vector<Range> ranges;
+  for (size_t i = 0; i < unknowns.count; ++i) {
+    Range range{0, 0, guesses[indexOf(i)], kStartSpread};
+    if (i < unknowns.quantities) {
+      const Quantity& quantity = misfit.quantities[i];
+      const bool log = quantity.byLogarithm();
+      range.least = log ? std::log(quantity.least) : quantity.least;
+      range.most = log ? std::log(quantity.most) : quantity.most;
+      range.spread = (range.most - range.least) / 2;
+    } else if (i < unknowns.startsBegin) {
+      range = {-kClockReach, kClockReach, 0, kClockReach};
+    }
+    ranges.push_back(range);
+  }
+  return ranges;
+}
+
+// The misfit as the library wants it: as the sum of squares of few residuals with the same value,
+// slope and curvature. Of half a million readings it would keep the derivative of each.
+//
+// Shape: the unknowns that are free, stretched so that those with bounds have none.
+class Squares {
+public:
+  using Scalar = double;
+  enum { NUM_RESIDUALS = Eigen::Dynamic, NUM_PARAMETERS = Eigen::Dynamic };
+
+  Squares(const Misfit& misfit_, const std::vector<bool>& frozen, VectorXd from,
+          std::function<bool(double)> going_)
+      : misfit(misfit_), going(std::move(going_)), ranges(rangesOf(misfit)),
+        values(std::move(from)) {
+    for (size_t i = 0; i < misfit.unknowns.count; ++i) {
+      if (i < frozen.size() && frozen[i]) continue;
+      if (ranges[i].isBounded() && ranges[i].most - ranges[i].least < 1e-12) continue;
+      free.push_back(indexOf(i));
+    }
+    best = values;
+    height = 2 * misfit.misfit(values) + 100;
+  }
+
+  int NumResiduals() const { return static_cast<int>(free.size()) + 1; }
+  int NumParameters() const { return static_cast<int>(free.size()); }
+
+  VectorXd start() const {
+    VectorXd point(indexOf(free.size()));
+    for (Index i = 0; i < point.size(); ++i) {
+      const Range& range = rangeOf(i);
+      const double value = values[free[static_cast<size_t>(i)]];
+      point[i] = value;
+      if (!range.isBounded()) continue;
+      const double share = (value - range.least) / (range.most - range.least);
+      const double inside = std::clamp(share, 1e-6, 1 - 1e-6);
+      point[i] = std::log(inside / (1 - inside));
+    }
+    return point;
+  }
+
+  bool operator()(const double* point, double* residuals, double* jacobian) const {
+    const Index count = indexOf(free.size());
+    const Eigen::Map<const VectorXd> at(point, count);
+    Eigen::Map<VectorXd> result(residuals, count + 1);
+    const VectorXd here = valuesAt(at);
+    if (!jacobian) {
+      result.setZero();
+      result[count] = std::sqrt(2 * (misfit.misfit(here) + pull(here) + height));
+      if (!std::isfinite(result[count])) result[count] = 1e100;
+      return true;
+    }
+    const Evidence evidence = misfit.evidence(here);
+    const double total = evidence.misfit + pull(here);
+    if (total < lowest) {
+      lowest = total;
+      best = here;
+    }
+    if (!going(total)) throw Stopped();
+    write(evidence, here, at, total, result, jacobian);
+    return true;
+  }
+
+  mutable VectorXd best;
+
+private:
+  const Range& rangeOf(Index i) const {
+    return ranges[static_cast<size_t>(free[static_cast<size_t>(i)])];
+  }
+
+  VectorXd valuesAt(const Eigen::Ref<const VectorXd>& point) const {
+    VectorXd all = values;
+    for (Index i = 0; i < point.size(); ++i) {
+      const Range& range = rangeOf(i);
+      double& value = all[free[static_cast<size_t>(i)]];
+      value = point[i];
+      if (range.isBounded())
+        value = range.least + (range.most - range.least) / (1 + std::exp(-point[i]));
+    }
+    return all;
+  }
+
+  double pull(const VectorXd& here) const {
+    double sum = 0;
+    for (const Index i : free) {
+      const Range& range = ranges[static_cast<size_t>(i)];
+      const double apart = (here[i] - range.guess) / range.spread;
+      sum += apart * apart / 2;
+    }
+    return sum;
+  }
+
+  void write(const Evidence& evidence, const VectorXd& here, const Eigen::Ref<const VectorXd>& at,
+             double total, Eigen::Map<VectorXd>& result, double* jacobian) const {
+    const Index count = at.size();
+    VectorXd scale = VectorXd::Ones(count);
+    VectorXd slope(count);
+    MatrixXd curve(count, count);
+    for (Index i = 0; i < count; ++i) {
+      const Range& range = rangeOf(i);
+      const Index place = free[static_cast<size_t>(i)];
+      if (range.isBounded())
+        scale[i] =
+            (here[place] - range.least) * (range.most - here[place]) / (range.most - range.least);
+      slope[i] =
+          evidence.slope[place] + (here[place] - range.guess) / (range.spread * range.spread);
+      for (Index j = 0; j < count; ++j)
+        curve(i, j) = evidence.information(place, free[static_cast<size_t>(j)]);
+      curve(i, i) += 1 / (range.spread * range.spread);
+    }
+    slope = scale.cwiseProduct(slope);
+    curve = scale.asDiagonal() * curve * scale.asDiagonal();
+    curve.diagonal().array() += 1e-9;
+    const Eigen::LLT<MatrixXd> root(curve);
+    const VectorXd head = root.matrixL().solve(slope);
+    result.head(count) = head;
+    result[count] = std::sqrt(std::max(0.0, 2 * (total + height) - head.squaredNorm()));
+    Eigen::Map<MatrixXd> derivative(jacobian, count + 1, count);
+    derivative.topRows(count) = root.matrixU();
+    derivative.topRows(count).triangularView<Eigen::StrictlyLower>().setZero();
+    derivative.row(count).setZero();
+  }
+
+  const Misfit& misfit;
+  const std::function<bool(double)> going;
+  std::vector<Range> ranges;
+  VectorXd values;
+  std::vector<Index> free;
+  double height = 0;
+  mutable double lowest = std::numeric_limits<double>::max();
+};
+
+// Least of a function with one valley.
+template <typename Function> double leastOf(const Function& function, double low, double high) {
+  constexpr double kGolden = 0.6180339887498949;
+  double a = high - kGolden * (high - low);
+  double b = low + kGolden * (high - low);
+  double atA = function(a);
+  double atB = function(b);
+  while (high - low > 0.004) {
+    if (atA < atB) {
+      high = b;
+      b = a;
+      atB = atA;
+      atA = function(a = high - kGolden * (high - low));
+    } else {
+      low = a;
+      a = b;
+      atA = atB;
+      atB = function(b = low + kGolden * (high - low));
+    }
+  }
+  return (low + high) / 2;
+}
+
+// How unlikely the readings are with their noises as they are now.
+double surpriseOf(const Misfit& misfit, const VectorXd& values) {
+  double total = 0;
+  misfit.eachResidual(values, [&](const Residual& residual) {
+    const Likelihood& likelihood = misfit.likelihoods[residual.reading.output];
+    total += likelihood.of(residual.reading.celsius, residual.fitted).misfit - likelihood.best();
+  });
+  return total;
+}
+
+class Search {
+public:
+  Search(Misfit& misfit_, const std::vector<bool>& frozen_, const Going& going_)
+      : misfit(misfit_), frozen(frozen_), going(going_) {
+    for (const Stretch& stretch : misfit.stretches)
+      for (const auto& [first, end] : stretch.rows)
+        rowCount += end - first;
+  }
+
+  // A few steps from some values, on some of the rows.
+  VectorXd look(VectorXd values, bool alsoClocks, const std::string& name) {
+    stage = name;
+    misfit.stride = strideFor(kRowsOfFirstLook);
+    for (int i = 0; i < 4 && !stopped; ++i) {
+      setNoise(values);
+      values = solve(values, 15, 0.1);
+      if (alsoClocks && i < 2 && !stopped) scanClocks(values);
+    }
+    if (!stopped) setNoise(values);
+    return values;
+  }
+
+  // To the end.
+  VectorXd finish(VectorXd values) {
+    stage = "refining";
+    misfit.stride = strideFor(kRowsOfSecondLook);
+    if (misfit.stride > 1) values = settle(values, 6);
+    misfit.stride = 1;
+    return settle(values, 8);
+  }
+
+  double surprise(const VectorXd& values) const { return surpriseOf(misfit, values); }
+
+  bool stopped = false;
+
+private:
+  size_t strideFor(size_t rows) const { return std::max<size_t>(1, rowCount / rows); }
+
+  VectorXd settle(VectorXd values, int most) {
+    for (int i = 0; i < most && !stopped; ++i) {
+      const bool settled = !setNoise(values);
+      if (settled && i > 0) break;
+      values = solve(values, 40, 1e-3);
+    }
+    return values;
+  }
+
+  VectorXd solve(const VectorXd& from, int iterations, double tolerance) {
+    const Squares squares(misfit, frozen, from, [this](double cost) { return going(stage, cost); });
+    ceres::TinySolver<Squares> solver;
+    solver.options.max_num_iterations = iterations;
+    solver.options.function_tolerance = tolerance;
+    solver.options.parameter_tolerance = 1e-10;
+    VectorXd point = squares.start();
+    try {
+      solver.Solve(squares, &point);
+    } catch (const Stopped&) {
+      stopped = true;
+    }
+    return squares.best;
+  }
+
+  // True where one of them is other than before.
+  bool setNoise(const VectorXd& values) {
+    std::vector<std::vector<std::pair<double, double>>> pairs(misfit.outputs());
+    misfit.eachResidual(values, [&](const Residual& residual) {
+      pairs[residual.reading.output].emplace_back(residual.reading.celsius, residual.fitted);
+    });
+    bool changes = false;
+    for (size_t i = 0; i < pairs.size(); ++i) {
+      if (pairs[i].empty()) continue;
+      Likelihood& likelihood = misfit.likelihoods[i];
+      const double before = likelihood.noise;
+      likelihood.noise = noiseOf(pairs[i], likelihood.step);
+      changes |= std::abs(std::log(likelihood.noise / before)) > 0.02;
+    }
+    return changes;
+  }
+
+  static double noiseOf(const std::vector<std::pair<double, double>>& pairs, double step) {
+    const size_t skip = std::max<size_t>(1, pairs.size() / kResidualsEnough);
+    const auto surprise = [&](double logNoise) {
+      const Likelihood likelihood{std::exp(logNoise), step};
+      double total = 0;
+      for (size_t i = 0; i < pairs.size(); i += skip)
+        total += likelihood.of(pairs[i].first, pairs[i].second).misfit - likelihood.best();
+      return total;
+    };
+    return std::exp(
+        leastOf(surprise, std::log(std::max(kLeastNoise, step * 0.05)), std::log(kMostNoise)));
+  }
+
+  void scanClocks(VectorXd& values) const {
+    const Unknowns& unknowns = misfit.unknowns;
+    for (size_t recording = 0; recording < unknowns.clocks.size(); ++recording) {
+      for (const auto& clock : unknowns.clocks[recording]) {
+        if (!clock) continue;
+        double& at = values[indexOf(*clock)];
+        const double before = at;
+        double best = misfit.misfit(values, recording);
+        double bestAt = before;
+        for (at = -kClockScan; at <= kClockScan; at += kScanStep) {
+          const double here = misfit.misfit(values, recording);
+          if (here < best) bestAt = at;
+          best = std::min(best, here);
+        }
+        at = bestAt;
+      }
+    }
+  }
+
+  Misfit& misfit;
+  const std::vector<bool>& frozen;
+  const Going& going;
+  std::string stage;
+  size_t rowCount = 0;
+};
+
+// Other starts than the guesses, the same ones each time.
+VectorXd startFor(const Misfit& misfit, const std::vector<bool>& frozen, int number) {
+  VectorXd start = guessesOf(misfit);
+  Random random(static_cast<uint64_t>(number));
+  for (size_t i = 0; i < misfit.quantities.size() && number > 0; ++i) {
+    const Quantity& quantity = misfit.quantities[i];
+    const double change = kSpread * std::clamp(random.normal(), -1.0, 1.0);
+    if (frozen[i] || !quantity.byLogarithm()) continue;
+    start[indexOf(i)] = std::clamp(start[indexOf(i)] + change, std::log(quantity.least * 1.05),
+                                   std::log(quantity.most / 1.05));
+  }
+  return start;
+}
+
+Fit resultOf(const Misfit& misfit, const VectorXd& values, bool interrupted) {
+  Evidence evidence = misfit.evidence(values);
+  return {values, std::move(evidence.information), evidence.misfit, interrupted};
+}
+
+} // namespace
+
+VectorXd guessesOf(const Misfit& misfit) {
+  const Unknowns& unknowns = misfit.unknowns;
+  VectorXd guesses = VectorXd::Zero(indexOf(unknowns.count));
+  for (size_t i = 0; i < misfit.quantities.size(); ++i) {
+    const Quantity& quantity = misfit.quantities[i];
+    guesses[indexOf(i)] = quantity.byLogarithm() ? std::log(quantity.guess) : quantity.guess;
+  }
+  const PlantDescription& plant = misfit.plant;
+  for (size_t number = 0; number < misfit.stretches.size(); ++number) {
+    const Stretch& stretch = misfit.stretches[number];
+    const Recorded& recorded = misfit.recordings[stretch.recording];
+    std::vector<std::optional<double>> first(plant.nodes.size());
+    double sum = 0;
+    double count = 0;
+    for (size_t file = 0; file < recorded.files.size(); ++file) {
+      const RecordedFile& in = recorded.files[file];
+      for (size_t i = stretch.rows[file].first;
+           i < stretch.rows[file].second && i < stretch.rows[file].first + 50; ++i) {
+        for (uint32_t j = in.rows[i].first; j < in.rows[i].end; ++j) {
+          const size_t output = in.readings[j].output;
+          const size_t node = output < plant.probes.size() ? plant.probes[output].node
+                                                           : output - plant.probes.size();
+          if (first[node]) continue;
+          first[node] = in.readings[j].celsius;
+          sum += *first[node];
+          ++count;
+        }
+      }
+    }
+    const double mean = count > 0 ? sum / count : plant.ambient;
+    Index at = indexOf(unknowns.startsBegin + number * unknowns.perStretch);
+    for (const std::optional<double>& celsius : first)
+      guesses[at++] = celsius.value_or(mean);
+    for (const PlantDescription::Probe& probe : plant.probes)
+      if (probe.lag > 0) guesses[at++] = first[probe.node].value_or(mean);
+  }
+  return guesses;
+}
+
+Fit fitTo(Misfit& misfit, const std::vector<bool>& frozen, const Going& going) {
+  Search search(misfit, frozen, going);
+  VectorXd best;
+  std::vector<Likelihood> likelihoods = misfit.likelihoods;
+  double least = std::numeric_limits<double>::max();
+  for (int i = 0; i < kStarts && !search.stopped; ++i) {
+    const VectorXd found =
+        search.look(startFor(misfit, frozen, i), true,
+                    "start " + std::to_string(i + 1) + " of " + std::to_string(kStarts));
+    const double surprise = search.surprise(found);
+    if (best.size() > 0 && surprise >= least) continue;
+    least = surprise;
+    best = found;
+    likelihoods = misfit.likelihoods;
+  }
+  misfit.likelihoods = likelihoods;
+  if (!search.stopped) best = search.finish(best);
+  misfit.stride = 1;
+  return resultOf(misfit, best, search.stopped);
+}
+
+Fit refine(Misfit& misfit, const VectorXd& from, const std::vector<bool>& frozen,
+           const Going& going) {
+  Search search(misfit, frozen, going);
+  const VectorXd values = search.finish(from);
+  misfit.stride = 1;
+  return resultOf(misfit, values, search.stopped);
+}

@@ -1,0 +1,227 @@
+#include "fit/FreeQuantities.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <fnmatch.h>
+
+#include "text/Nearest.h"
+#include "text/Phrases.h"
+#include "toml/TomlSection.h"
+
+namespace {
+
+// How far a number may be from its guess, as a factor, and an offset or an ambient in degrees.
+constexpr double kFactor = 10;
+constexpr double kDegrees = 5;
+
+constexpr char kFree[] = "free";
+
+std::string at(const PlantDescription& plant, const PlantDescription::Resistance& resistance) {
+  return plant.nodes[resistance.from].name + "-" +
+         (resistance.to ? plant.nodes[*resistance.to].name : "ambient");
+}
+
+// All that could be fitted, with the places of its numbers.
+class Candidates {
+public:
+  Candidates(TomlSection& root_, const PlantDescription& plant_, const TraceDescription& board_)
+      : root(root_), plant(plant_), board(board_) {
+    addNodes();
+    addResistances();
+    addSources();
+    addSensors();
+    const auto ambient = root.number("ambient");
+    add({Quantity::Kind::kAmbient, 0, "ambient", plant.ambient, plant.ambient - kDegrees,
+         plant.ambient + kDegrees,
+         ambient ? std::vector<Quantity::Place>{{root.at("ambient"), *ambient}}
+                 : std::vector<Quantity::Place>()});
+  }
+
+  std::vector<Quantity> all;
+
+private:
+  void add(Quantity quantity) { all.push_back(std::move(quantity)); }
+
+  // One that is above 0, of a single number.
+  void addNumber(Quantity::Kind kind, size_t index, const std::string& name, TomlSection& section,
+                 const std::string& key) {
+    const auto value = section.number(key);
+    if (!value || *value <= 0) return;
+    add({kind,
+         index,
+         name,
+         *value,
+         *value / kFactor,
+         *value * kFactor,
+         {{section.at(key), *value}}});
+  }
+
+  void addNodes() {
+    size_t index = 0;
+    for (auto& [name, section] : root.named("node"))
+      addNumber(Quantity::Kind::kCapacity, index++, "node." + name + ".joules_per_kelvin", section,
+                "joules_per_kelvin");
+  }
+
+  void addResistances() {
+    size_t index = 0;
+    for (TomlSection& section : root.list("resistance")) {
+      std::string name = "resistance." + at(plant, plant.resistances[index]);
+      const auto twins = std::count_if(all.begin(), all.end(), [&](const Quantity& other) {
+        return other.name.substr(0, other.name.find('#')) == name;
+      });
+      // Side by side with another one between the same two.
+      if (twins > 0) name += "#" + std::to_string(twins + 1);
+      addNumber(Quantity::Kind::kResistance, index++, name, section, "kelvin_per_watt");
+    }
+  }
+
+  void addSources() {
+    size_t index = 0;
+    for (auto& [name, section] : root.named("source")) {
+      const std::vector<double>& watts = plant.sources[index].watts;
+      const double most = watts.empty() ? 0 : *std::max_element(watts.begin(), watts.end());
+      Quantity quantity{
+          Quantity::Kind::kWatts, index, "source." + name + ".watts", most, most / kFactor,
+          most * kFactor,         {}};
+      if (const auto numbers = section.numbers("watts")) {
+        for (size_t i = 0; i < numbers->size(); ++i)
+          quantity.places.push_back({section.at("watts", i), (*numbers)[i]});
+      } else if (auto law = section.section("law")) {
+        for (const char* key : {"a", "b"})
+          if (const auto number = law->number(key))
+            quantity.places.push_back({law->at(key), *number});
+      }
+      if (most > 0) add(std::move(quantity));
+      addNumber(Quantity::Kind::kIdle, index++, "source." + name + ".idle_watts", section,
+                "idle_watts");
+    }
+  }
+
+  void addSensors() {
+    for (auto& [name, section] : root.named("sensor")) {
+      const std::string sensor = name;
+      const auto probe =
+          std::find_if(plant.probes.begin(), plant.probes.end(),
+                       [&](const auto& each) { return board.sensors[each.sensor].name == sensor; });
+      if (probe == plant.probes.end()) continue;
+      const auto index = static_cast<size_t>(probe - plant.probes.begin());
+      addNumber(Quantity::Kind::kLag, index, "sensor." + name + ".lag", section, "lag");
+      const auto offset = section.number("offset");
+      // Without a number it stands behind the section's head.
+      const Span place = offset ? section.at("offset") : section.at();
+      add({Quantity::Kind::kOffset,
+           index,
+           "sensor." + name + ".offset",
+           probe->offset,
+           probe->offset - kDegrees,
+           probe->offset + kDegrees,
+           {{offset ? place : Span{{place.at.line, 0}, 0}, probe->offset}}});
+    }
+  }
+
+  TomlSection& root;
+  const PlantDescription& plant;
+  const TraceDescription& board;
+};
+
+std::string swappedEnds(const std::string& pattern) {
+  static const std::string kResistance = "resistance.";
+  const size_t dash = pattern.find('-');
+  if (pattern.rfind(kResistance, 0) != 0 || dash == std::string::npos) return pattern;
+  return kResistance + pattern.substr(dash + 1) + "-" +
+         pattern.substr(kResistance.size(), dash - kResistance.size());
+}
+
+bool isMeant(const std::string& pattern, const std::string& name) {
+  return ::fnmatch(pattern.c_str(), name.c_str(), 0) == 0 ||
+         ::fnmatch(swappedEnds(pattern).c_str(), name.c_str(), 0) == 0;
+}
+
+class FitSection {
+public:
+  FitSection(std::vector<Quantity> all_, TomlSection section_)
+      : all(std::move(all_)), section(std::move(section_)), chosen(all.size()) {}
+
+  std::vector<Quantity> read() {
+    const std::vector<std::string> patterns = section.texts(kFree);
+    for (size_t i = 0; i < patterns.size(); ++i)
+      eachMeant(section, section.at(kFree, i), patterns[i],
+                [this](size_t which) { chosen[which] = true; });
+    for (TomlSection& bounds : section.list("bounds"))
+      readBounds(bounds);
+    section.refuseOtherKeys();
+    std::vector<Quantity> free;
+    for (size_t i = 0; i < all.size(); ++i)
+      if (chosen[i]) free.push_back(all[i]);
+    if (free.empty() && patterns.empty())
+      section.problem(
+          section.at(), "nothing is free",
+          "give 'free' a list such as [\"node.*.joules_per_kelvin\", \"resistance.*\"]");
+    return free;
+  }
+
+private:
+  template <typename Take>
+  void eachMeant(const TomlSection& where, const Span& place, const std::string& pattern,
+                 const Take& take) const {
+    bool any = false;
+    std::vector<std::string> names;
+    for (size_t i = 0; i < all.size(); ++i) {
+      names.push_back(all[i].name);
+      if (!isMeant(pattern, all[i].name)) continue;
+      any = true;
+      take(i);
+    }
+    if (!any)
+      where.problem(place, quoted(pattern) + " is none of the plant's numbers",
+                    didYouMean(pattern, names, "there are " + listedBriefly(names)));
+  }
+
+  void readBounds(TomlSection& bounds) {
+    const auto of = bounds.text("of");
+    const auto least = bounds.number("least");
+    const auto most = bounds.number("most");
+    bounds.missing("of", "the numbers that are meant, such as \"source.gpu.watts\"");
+    bounds.missing("least", "what they cannot be below");
+    bounds.missing("most", "what they cannot be above");
+    bounds.refuseOtherKeys();
+    if (!of || !least || !most) return;
+    if (*least >= *most) return bounds.problem(bounds.at("most"), "'most' must be above 'least'");
+    eachMeant(bounds, bounds.at("of"), *of, [&](size_t which) {
+      Quantity& quantity = all[which];
+      quantity.least = *least;
+      quantity.most = *most;
+      if (quantity.guess < *least || quantity.guess > *most)
+        bounds.problem(bounds.at("of"),
+                       fmt::format("the guess of {}, {:g}, is not within its bounds", quantity.name,
+                                   quantity.guess));
+      else if (quantity.byLogarithm() && *least <= 0)
+        bounds.problem(bounds.at("least"), quantity.name + " cannot be 0 or less");
+    });
+  }
+
+  std::vector<Quantity> all;
+  TomlSection section;
+  std::vector<bool> chosen;
+};
+
+} // namespace
+
+std::vector<Quantity> readFreeQuantities(const std::string& text, const std::string& file,
+                                         const PlantDescription& plant,
+                                         const TraceDescription& board, Problems& problems) {
+  const std::shared_ptr<const toml::table> table = parseToml(text, file, problems);
+  if (!table) return {};
+  TomlSection root(*table, file, problems);
+  std::vector<Quantity> all = Candidates(root, plant, board).all;
+  const auto section = root.section("fit");
+  if (section) return FitSection(std::move(all), *section).read();
+  const auto isOther = [](const Quantity& quantity) {
+    return quantity.kind != Quantity::Kind::kCapacity &&
+           quantity.kind != Quantity::Kind::kResistance;
+  };
+  all.erase(std::remove_if(all.begin(), all.end(), isOther), all.end());
+  return all;
+}

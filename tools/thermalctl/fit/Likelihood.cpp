@@ -1,0 +1,58 @@
+#include "fit/Likelihood.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+const double kRootOfTwo = std::sqrt(2.0);
+const double kTop = 1 / std::sqrt(2 * std::acos(-1.0)); // of the normal density
+
+// The density of readings that have nothing to do with the heat, per degree: one in a hundred,
+// anywhere within a hundred degrees.
+constexpr double kStray = 1e-4;
+
+// A step of less than this many standard deviations is as good as none.
+constexpr double kFine = 0.05;
+
+double density(double z) {
+  return kTop * std::exp(-z * z / 2);
+}
+
+// Of the normal distribution between two values, accurate in both of its tails.
+double between(double low, double high) {
+  if (low > 0) return (std::erfc(low / kRootOfTwo) - std::erfc(high / kRootOfTwo)) / 2;
+  return (std::erfc(-high / kRootOfTwo) - std::erfc(-low / kRootOfTwo)) / 2;
+}
+
+} // namespace
+
+Agreement Likelihood::of(double reading, double temperature) const {
+  const double z = (reading - temperature) / noise;
+  const double width = step / noise;
+  // Of the reading, per degree; then of its logarithm by the temperature, in units of the noise.
+  double likely = density(z) / noise;
+  double pull = z;
+  double bend = 1;
+  if (width > kFine) {
+    const double low = z - width / 2;
+    const double high = z + width / 2;
+    const double share = between(low, high);
+    likely = share / step;
+    if (share > 0) {
+      const double fromLow = density(low);
+      const double fromHigh = density(high);
+      pull = (fromLow - fromHigh) / share;
+      bend = std::clamp(pull * pull - (low * fromLow - high * fromHigh) / share, 0.0, 1.0);
+    }
+  }
+  const double trust = likely / (likely + kStray);
+  return {best() - std::log(likely + kStray), -trust * pull / noise,
+          trust * bend / (noise * noise)};
+}
+
+double Likelihood::best() const {
+  const double width = step / noise;
+  const double most = width > kFine ? between(-width / 2, width / 2) / step : kTop / noise;
+  return std::log(most + kStray);
+}

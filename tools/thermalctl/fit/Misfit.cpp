@@ -1,0 +1,225 @@
+#include "fit/Misfit.h"
+
+#include <cmath>
+#include <utility>
+
+#include "fit/Course.h"
+#include "fit/ThermalModel.h"
+
+namespace {
+
+using Eigen::Index;
+using Eigen::MatrixXd;
+using Eigen::VectorXd;
+
+// Over which the derivative by a clock is taken: the temperatures are as good as straight over it.
+constexpr double kClockStep = 0.05;
+
+constexpr Index kRowsAtOnce = 256;
+
+Index indexOf(size_t i) {
+  return static_cast<Index>(i);
+}
+
+} // namespace
+
+Unknowns::Unknowns(const PlantDescription& plant, const std::vector<Quantity>& quantities_,
+                   const std::vector<Recorded>& recordings, const std::vector<Stretch>& stretches)
+    : quantities(quantities_.size()), count(quantities) {
+  for (const Recorded& recorded : recordings) {
+    clocks.emplace_back();
+    for (size_t i = 0; i < recorded.files.size(); ++i) {
+      const RecordedFile& file = recorded.files[i];
+      const bool has = i > 0 && !(file.rows.empty() && file.changes.empty());
+      clocks.back().push_back(has ? std::optional(count++) : std::nullopt);
+    }
+  }
+  startsBegin = count;
+  perStretch = plant.nodes.size();
+  for (const PlantDescription::Probe& probe : plant.probes)
+    perStretch += probe.lag > 0 ? 1 : 0;
+  count += stretches.size() * perStretch;
+}
+
+std::vector<double> Unknowns::offsetsOf(size_t recording, const VectorXd& values) const {
+  std::vector<double> offsets;
+  for (const std::optional<size_t>& clock : clocks[recording])
+    offsets.push_back(clock ? values[indexOf(*clock)] : 0);
+  return offsets;
+}
+
+Misfit::Misfit(const PlantDescription& plant_, const std::vector<Quantity>& quantities_,
+               const std::vector<Recorded>& recordings_, std::vector<Stretch> stretches_)
+    : plant(plant_), quantities(quantities_), recordings(recordings_),
+      stretches(std::move(stretches_)), unknowns(plant, quantities, recordings, stretches) {}
+
+std::vector<double> Misfit::naturalOf(const VectorXd& values) const {
+  std::vector<double> natural;
+  for (size_t i = 0; i < quantities.size(); ++i) {
+    const double value = values[indexOf(i)];
+    natural.push_back(quantities[i].byLogarithm() ? std::exp(value) : value);
+  }
+  return natural;
+}
+
+// What one stretch adds to the evidence: rows are gathered, so that most of the work is a product
+// of matrices.
+class Misfit::Accumulation {
+public:
+  Accumulation(const Misfit& misfit_, size_t stretch, Index rowLength)
+      : misfit(misfit_), rows(kRowsAtOnce, rowLength), information(rowLength, rowLength),
+        slope(VectorXd::Zero(rowLength)) {
+    information.setZero();
+    const Unknowns& unknowns = misfit.unknowns;
+    for (size_t i = 0; i < unknowns.quantities; ++i)
+      places.push_back(i);
+    for (size_t i = 0; i < unknowns.perStretch; ++i)
+      places.push_back(unknowns.startsBegin + stretch * unknowns.perStretch + i);
+    for (const auto& clock : unknowns.clocks[misfit.stretches[stretch].recording])
+      if (clock) places.push_back(*clock);
+  }
+
+  Eigen::Ref<Eigen::RowVectorXd> row() { return rows.row(used); }
+
+  void take(const Agreement& agreement) {
+    total += agreement.misfit;
+    slope += agreement.slope * rows.row(used).transpose();
+    rows.row(used++) *= std::sqrt(agreement.weight);
+    if (used == kRowsAtOnce) flush();
+  }
+
+  void addTo(Evidence& evidence) {
+    flush();
+    evidence.misfit += total;
+    for (Index i = 0; i < slope.size(); ++i) {
+      evidence.slope[placeOf(i)] += slope[i];
+      for (Index j = 0; j < slope.size(); ++j)
+        evidence.information(placeOf(i), placeOf(j)) +=
+            i >= j ? information(i, j) : information(j, i);
+    }
+  }
+
+private:
+  Index placeOf(Index i) const { return indexOf(places[static_cast<size_t>(i)]); }
+
+  void flush() {
+    information.selfadjointView<Eigen::Lower>().rankUpdate(rows.topRows(used).transpose());
+    used = 0;
+  }
+
+  const Misfit& misfit;
+  Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor> rows;
+  MatrixXd information;
+  VectorXd slope;
+  std::vector<size_t> places;
+  double total = 0;
+  Index used = 0;
+};
+
+Evidence Misfit::evidence(const VectorXd& values) const {
+  const Index count = indexOf(unknowns.count);
+  Evidence evidence{0, VectorXd::Zero(count), MatrixXd::Zero(count, count)};
+  for (size_t i = 0; i < stretches.size(); ++i)
+    addEvidence(i, values, evidence);
+  return evidence;
+}
+
+// Of every reading of the stretch, in the order of its course.
+std::vector<double> Misfit::predictions(size_t stretch, const VectorXd& values) const {
+  const PlantDescription now = withValues(plant, quantities, naturalOf(values));
+  const ThermalModel model(now, quantities);
+  const Recorded& recorded = recordings[stretches[stretch].recording];
+  const std::vector<double> offsets = unknowns.offsetsOf(stretches[stretch].recording, values);
+  Course course(model, now, recorded, stretches[stretch], offsets, false);
+  // By the place of the row in its file: with other clocks the rows of two files change places.
+  std::vector<size_t> before(1, 0);
+  for (const RecordedFile& file : recorded.files)
+    before.push_back(before.back() + file.readings.size());
+  std::vector<double> predicted(before.back());
+  course.go(values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
+                           indexOf(unknowns.perStretch)),
+            [&](size_t file, const ReadingRow& row) {
+              for (size_t i = row.first; i < row.end; ++i)
+                predicted[before[file] + i] =
+                    course.temperature(recorded.files[file].readings[i].output);
+            });
+  return predicted;
+}
+
+void Misfit::addEvidence(size_t stretch, const VectorXd& values, Evidence& evidence) const {
+  const Stretch& part = stretches[stretch];
+  const Recorded& recorded = recordings[part.recording];
+  std::vector<std::vector<double>> byClock;
+  for (const auto& clock : unknowns.clocks[part.recording]) {
+    if (!clock) continue;
+    VectorXd moved = values;
+    moved[indexOf(*clock)] += kClockStep;
+    byClock.push_back(predictions(stretch, moved));
+    moved[indexOf(*clock)] -= 2 * kClockStep;
+    const std::vector<double> earlier = predictions(stretch, moved);
+    for (size_t i = 0; i < earlier.size(); ++i)
+      byClock.back()[i] = (byClock.back()[i] - earlier[i]) / (2 * kClockStep);
+  }
+  const PlantDescription now = withValues(plant, quantities, naturalOf(values));
+  const ThermalModel model(now, quantities);
+  const std::vector<double> offsets = unknowns.offsetsOf(part.recording, values);
+  const Index own = indexOf(unknowns.quantities + unknowns.perStretch);
+  Accumulation accumulation(*this, stretch, own + indexOf(byClock.size()));
+  std::vector<size_t> before(1, 0);
+  for (const RecordedFile& file : recorded.files)
+    before.push_back(before.back() + file.readings.size());
+  Course course(model, now, recorded, part, offsets, true);
+  course.go(values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
+                           indexOf(unknowns.perStretch)),
+            [&](size_t file, const ReadingRow& row) {
+              const RecordedFile& in = recorded.files[file];
+              if (stride > 1 && static_cast<size_t>(&row - in.rows.data()) % stride != 0) return;
+              course.prepareSensitivities();
+              for (size_t i = row.first; i < row.end; ++i) {
+                const Reading& reading = in.readings[i];
+                if (only && reading.output != *only) continue;
+                auto line = accumulation.row();
+                course.sensitivity(reading.output, line.head(own));
+                for (size_t clock = 0; clock < byClock.size(); ++clock)
+                  line[own + indexOf(clock)] = byClock[clock][before[file] + i];
+                accumulation.take(likelihoods[reading.output].of(
+                    reading.celsius, course.temperature(reading.output)));
+              }
+            });
+  accumulation.addTo(evidence);
+}
+
+double Misfit::misfit(const VectorXd& values, std::optional<size_t> recording) const {
+  double total = 0;
+  eachResidual(
+      values,
+      [&](const Residual& residual) {
+        total += likelihoods[residual.reading.output]
+                     .of(residual.reading.celsius, residual.fitted)
+                     .misfit;
+      },
+      recording);
+  return total;
+}
+
+void Misfit::eachResidual(const VectorXd& values, const std::function<void(const Residual&)>& take,
+                          std::optional<size_t> recording) const {
+  const PlantDescription now = withValues(plant, quantities, naturalOf(values));
+  const ThermalModel model(now, quantities);
+  for (size_t stretch = 0; stretch < stretches.size(); ++stretch) {
+    const Stretch& part = stretches[stretch];
+    if (recording && part.recording != *recording) continue;
+    const Recorded& recorded = recordings[part.recording];
+    const std::vector<double> offsets = unknowns.offsetsOf(part.recording, values);
+    Course course(model, now, recorded, part, offsets, false);
+    course.go(
+        values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
+                       indexOf(unknowns.perStretch)),
+        [&](size_t file, const ReadingRow& row) {
+          const RecordedFile& in = recorded.files[file];
+          if (stride > 1 && static_cast<size_t>(&row - in.rows.data()) % stride != 0) return;
+          for (size_t i = row.first; i < row.end; ++i)
+            take({stretch, file, &row, in.readings[i], course.temperature(in.readings[i].output)});
+        });
+  }
+}

@@ -1,0 +1,98 @@
+#include "fit/Residuals.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "text/Phrases.h"
+
+namespace {
+
+// Smaller ones are of no interest, however sure.
+constexpr double kLeast = 0.25; // degrees
+constexpr double kSure = 5;     // standard deviations
+constexpr size_t kBlocks = 24;
+
+// What a reading is off, as far as its step lets tell; and when, in seconds.
+struct Point {
+  double time;
+  double apart;
+};
+
+struct Block {
+  double from = 0;
+  double to = 0;
+  double mean = 0;
+};
+
+std::vector<Block> oddBlocks(const std::vector<Point>& points, double noise) {
+  std::vector<Block> odd;
+  const size_t length = std::max<size_t>(10, points.size() / kBlocks);
+  for (size_t at = 0; at + length <= points.size(); at += length) {
+    Block block{points[at].time, points[at + length - 1].time, 0};
+    for (size_t i = at; i < at + length; ++i)
+      block.mean += points[i].apart / static_cast<double>(length);
+    const double sure = kSure * noise / std::sqrt(static_cast<double>(length));
+    if (std::abs(block.mean) < std::max(kLeast, sure)) continue;
+    Block* last = odd.empty() ? nullptr : &odd.back();
+    // One that goes on where the last one ended.
+    if (last && at > 0 && last->to == points[at - 1].time && last->mean * block.mean > 0) {
+      last->to = block.to;
+      last->mean = std::abs(block.mean) > std::abs(last->mean) ? block.mean : last->mean;
+    } else {
+      odd.push_back(block);
+    }
+  }
+  return odd;
+}
+
+double slopeOf(const std::vector<Point>& points, const Block& block) {
+  double count = 0;
+  double time = 0;
+  double apart = 0;
+  double both = 0;
+  double square = 0;
+  for (const Point& point : points) {
+    if (point.time < block.from || point.time > block.to) continue;
+    ++count;
+    time += point.time;
+    apart += point.apart;
+    both += point.time * point.apart;
+    square += point.time * point.time;
+  }
+  const double spread = square - time * time / count;
+  return spread > 0 ? (both - time * apart / count) / spread : 0;
+}
+
+} // namespace
+
+std::vector<std::string> oddResiduals(const Misfit& misfit, const Eigen::VectorXd& values,
+                                      const std::vector<std::string>& names) {
+  std::map<std::pair<size_t, size_t>, std::vector<Point>> courses; // by recording and output
+  misfit.eachResidual(values, [&](const Residual& residual) {
+    const Likelihood& likelihood = misfit.likelihoods[residual.reading.output];
+    const double pull = -likelihood.of(residual.reading.celsius, residual.fitted).slope;
+    courses[{misfit.stretches[residual.stretch].recording, residual.reading.output}].push_back(
+        {residual.row->time, pull * likelihood.noise * likelihood.noise});
+  });
+  std::vector<std::string> sentences;
+  for (const auto& [key, points] : courses) {
+    const auto blocks = oddBlocks(points, misfit.likelihoods[key.second].noise);
+    const auto worst =
+        std::max_element(blocks.begin(), blocks.end(), [](const Block& a, const Block& b) {
+          return std::abs(a.mean) < std::abs(b.mean);
+        });
+    if (worst == blocks.end()) continue;
+    const double start = points.front().time;
+    sentences.push_back(fmt::format(
+        "the residuals of {} in {} are not noise: {:+.2f} C about {} to {}, {:+.3f} C a minute: a "
+        "path or a source may be missing",
+        names[key.second], misfit.recordings[key.first].name, worst->mean,
+        clockTime(std::lround(worst->from - start)), clockTime(std::lround(worst->to - start)),
+        60 * slopeOf(points, *worst)));
+  }
+  return sentences;
+}

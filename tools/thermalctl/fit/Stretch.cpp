@@ -1,0 +1,71 @@
+#include "fit/Stretch.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+using Span = std::pair<double, double>;
+
+// Behind fewer, the unknown start takes up all that they tell.
+constexpr size_t kFewestRows = 10;
+
+// When something is known of what warms the device.
+Span knownOf(const Recorded& recorded, const std::vector<double>& offsets) {
+  Span known = {std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max()};
+  for (size_t i = 0; i < recorded.files.size(); ++i) {
+    const RecordedFile& file = recorded.files[i];
+    if (file.changes.empty()) continue;
+    known.first = std::max(known.first, file.first + offsets[i] - 1);
+    known.second = std::min(known.second, file.last + offsets[i] + 1);
+  }
+  return known;
+}
+
+std::vector<Span> gapsOf(const Recorded& recorded, const std::vector<double>& offsets) {
+  std::vector<Span> gaps;
+  for (size_t i = 0; i < recorded.files.size(); ++i) {
+    if (recorded.files[i].changes.empty()) continue;
+    for (const auto& [from, to] : recorded.files[i].gaps)
+      gaps.emplace_back(from + offsets[i], to + offsets[i]);
+  }
+  std::sort(gaps.begin(), gaps.end());
+  return gaps;
+}
+
+std::pair<size_t, size_t> rowsWithin(const RecordedFile& file, double offset, const Span& span) {
+  const auto before = [offset](const ReadingRow& row, double time) {
+    return row.time + offset < time;
+  };
+  const auto first = std::lower_bound(file.rows.begin(), file.rows.end(), span.first, before);
+  const auto end = std::lower_bound(first, file.rows.end(), span.second, before);
+  return {static_cast<size_t>(first - file.rows.begin()),
+          static_cast<size_t>(end - file.rows.begin())};
+}
+
+} // namespace
+
+std::vector<Stretch> stretchesOf(const Recorded& recorded, size_t number,
+                                 const std::vector<double>& offsets) {
+  const Span known = knownOf(recorded, offsets);
+  std::vector<Span> spans;
+  double from = known.first;
+  for (const auto& [gapFrom, gapTo] : gapsOf(recorded, offsets)) {
+    // A reading just behind the last of what was written is as good as it.
+    if (gapFrom > from) spans.emplace_back(from, gapFrom);
+    from = std::max(from, gapTo);
+  }
+  if (from < known.second) spans.emplace_back(from, known.second);
+
+  std::vector<Stretch> stretches;
+  for (const Span& span : spans) {
+    Stretch stretch{number, {}};
+    size_t count = 0;
+    for (size_t i = 0; i < recorded.files.size(); ++i) {
+      stretch.rows.push_back(rowsWithin(recorded.files[i], offsets[i], span));
+      count += stretch.rows.back().second - stretch.rows.back().first;
+    }
+    if (count >= kFewestRows) stretches.push_back(std::move(stretch));
+  }
+  return stretches;
+}
