@@ -13,7 +13,7 @@
 #include <fmt/format.h>
 
 #include "base/TextReader.h"
-#include "simulate/Numbers.h"
+#include "text/Numbers.h"
 #include "text/Nearest.h"
 #include "text/Phrases.h"
 #include "text/Temperature.h"

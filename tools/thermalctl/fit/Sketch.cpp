@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "simulate/Numbers.h"
+#include "text/Numbers.h"
 #include "text/Characters.h"
 
 namespace {
