@@ -16,6 +16,15 @@ def seconds_of(ground, hours, output):
     return time.monotonic() - begin
 
 
+def study_seconds(ground, cores):
+    """Of wall clock, for 40 runs of 12 hours on so many cores."""
+    command = ["taskset", "--cpu-list", f"0-{cores - 1}", ground.thermalctl, "simulate", "--jobs", str(cores),
+               "--board", boards.PHONE, "--workload", "game", "--seed", "1..40", "--duration", "12h"]
+    begin = time.monotonic()
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+    return time.monotonic() - begin
+
+
 def peak_of(ground, hours):
     """The most bytes of resident memory that were seen of a run."""
     peak = 0

@@ -199,9 +199,9 @@ def test_a_study_that_runs_out_of_disk_leaves_the_earlier_results(thermalctl, tm
 # Results.
 
 def test_the_results_are_the_figures_of_the_trace(simulate, tmp_path):
-    simulate("--board", PHONE, "--workload", "game", "--duration", "30m", "--limit", "skin=41C", "--limit",
-             "skin=41C:60s", "--limit", "p95:skin=43C", "--require", "work:gpu=75%", "--require",
-             "changes:cpu_big<=6/min", "--out", tmp_path, status=1)
+    table = simulate("--board", PHONE, "--workload", "game", "--duration", "30m", "--limit", "skin=41C",
+                     "--limit", "skin=41C:60s", "--limit", "p95:skin=43C", "--require", "work:gpu=75%",
+                     "--require", "changes:cpu_big<=6/min", "--out", tmp_path, status=1).out
     file = results(tmp_path)
     assert (file["format"], file["version"]) == ("thermalctl results", 1)
     run, = file["runs"]
@@ -240,6 +240,9 @@ def test_the_results_are_the_figures_of_the_trace(simulate, tmp_path):
     assert run["budgets"]["work:gpu=75%"]["measured"] == run["sources"]["gpu"]["work_percent"]
     assert run["budgets"]["changes:cpu_big<=6/min"]["measured"] == cpu["changes_per_minute"]
     assert {"little", "big", "gpu"} <= run["sources"].keys()
+    table_joules = dict(re.findall(r"^(\w+) +.*\n(?: .*\n)*?(?: {4,}|\w+ +)energy, J +(\S+)$", table, re.M))
+    assert table_joules and all(run["sources"][source]["joules"] == pytest.approx(float(joules), abs=0.06)
+                                for source, joules in table_joules.items())
     # Sensors every 250 ms and all else on the same moments.
     assert run["wakeups_per_hour"] == pytest.approx(4 * 3600, rel=0.01)
 

@@ -43,6 +43,8 @@ public:
       putToSleep(fields);
     } else if (event == csv::kGap) {
       return takeGap(fields);
+    } else if (event == csv::kPower) {
+      return takePower(fields);
     } else if (event != csv::kEnd) {
       return takeValue(event, fields);
     }
@@ -68,6 +70,13 @@ private:
       sink.algorithm(now, awakeOf(fields), *value);
     else
       return false;
+    return true;
+  }
+
+  bool takePower(const csv::Fields& fields) {
+    const auto microwatts = numberOf<int64_t>(fields[csv::kValue]);
+    if (!microwatts) return false;
+    sink.power(now, cast.source(fields[csv::kName]), *microwatts);
     return true;
   }
 

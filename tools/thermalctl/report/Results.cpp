@@ -41,7 +41,7 @@ Json levelsOf(const RunFigures& run, const TimeAtValue& record) {
 Json workOf(const Performance& source) {
   const std::optional<double> done =
       source.demanded == 0 ? std::nullopt : std::optional(100 * source.delivered / source.demanded);
-  return {{"work_percent", figureOrNull(done)}};
+  return {{"work_percent", figureOrNull(done)}, {"joules", figure(source.joules)}};
 }
 
 Json asMap(const std::vector<Verdict>& verdicts) {

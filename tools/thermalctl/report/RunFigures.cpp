@@ -15,6 +15,7 @@ void RunFigures::begin(const TraceDescription& run) {
   description = run;
   temperatures.resize(run.sensors.size());
   levels.resize(run.devices.size());
+  heats.resize(run.sources.size());
   watches.resize(run.sensors.size());
   for (size_t i = 0; i < run.sensors.size(); ++i) {
     for (size_t budget = 0; budget < run.budgets.size(); ++budget)
@@ -34,6 +35,10 @@ void RunFigures::level(int64_t time, size_t device, int32_t level, const std::st
   levels[device].set(time, level);
 }
 
+void RunFigures::power(int64_t time, size_t source, int64_t microwatts) {
+  heats[source].set(time, microwatts);
+}
+
 void RunFigures::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   if (sensor) return temperatures[*sensor].skip(from, to);
   inGaps += to - from;
@@ -50,6 +55,8 @@ void RunFigures::standstill(int64_t time) {
 void RunFigures::end(int64_t time, const std::vector<Performance>& performance_) {
   duration = time;
   performance = performance_;
+  workIsKnown = !performance.empty();
+  if (!workIsKnown) addHeats();
   for (std::vector<TimeAtValue>* records : {&temperatures, &levels}) {
     for (TimeAtValue& record : *records)
       record.finish(time);
@@ -58,10 +65,21 @@ void RunFigures::end(int64_t time, const std::vector<Performance>& performance_)
     verdicts.push_back(judge(budget));
 }
 
-const Performance* RunFigures::workOf(const std::string& source) const {
+void RunFigures::addHeats() {
+  for (size_t i = 0; i < heats.size(); ++i) {
+    heats[i].set(duration, 0);
+    performance.push_back({description.sources[i], 0, 0, heats[i].joules});
+  }
+}
+
+const Performance* RunFigures::performanceOf(const std::string& source) const {
   const auto is = [&](const Performance& each) { return each.source == source; };
   const auto found = std::find_if(performance.begin(), performance.end(), is);
   return found == performance.end() ? nullptr : &*found;
+}
+
+const Performance* RunFigures::workOf(const std::string& source) const {
+  return workIsKnown ? performanceOf(source) : nullptr;
 }
 
 std::optional<double> RunFigures::changesAMinute(const TimeAtValue& levels_) const {

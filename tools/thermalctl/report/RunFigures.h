@@ -20,13 +20,16 @@ public:
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
   // Of which something is known.
   int64_t known() const { return duration - inGaps; }
-  // The work of a source; null without any.
+  // What a source has done; null of one that the run does not have.
+  const Performance* performanceOf(const std::string& source) const;
+  // The same, of a run that knows what was asked for; null otherwise.
   const Performance* workOf(const std::string& source) const;
   // Nothing where no time is known.
   std::optional<double> changesAMinute(const TimeAtValue& levels_) const;
@@ -46,6 +49,21 @@ public:
   int64_t inGaps = 0; // of these, in which nothing is known of anything
 
 private:
+  // What a source gives off, of a run that tells its powers alone.
+  //
+  // Units: the energy up to `since`; times in milliseconds.
+  struct Heat {
+    int64_t microwatts = 0;
+    int64_t since = 0;
+    double joules = 0;
+
+    void set(int64_t time, int64_t now) {
+      joules += static_cast<double>(microwatts) * static_cast<double>(time - since) / 1e9;
+      microwatts = now;
+      since = time;
+    }
+  };
+
   // A temperature's budget, and when it was first above the bound.
   struct Watch {
     size_t budget;
@@ -53,8 +71,11 @@ private:
   };
 
   Verdict judge(size_t budget) const;
+  void addHeats();
 
   std::vector<std::vector<Watch>> watches; // of each sensor
+  std::vector<Heat> heats;                 // of each source
+  bool workIsKnown = false;
 };
 
 // Whether the budget is a limit of that sensor.

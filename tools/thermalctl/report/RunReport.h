@@ -57,6 +57,9 @@ public:
     void algorithm(int64_t time, size_t algorithm, int32_t level) override {
       pass(&TraceSink::algorithm, time, algorithm, level);
     }
+    void power(int64_t time, size_t source, int64_t microwatts) override {
+      pass(&TraceSink::power, time, source, microwatts);
+    }
     void scenario(int64_t time, const std::string& name) override {
       pass(&TraceSink::scenario, time, name);
     }

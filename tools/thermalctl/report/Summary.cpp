@@ -110,6 +110,10 @@ void Summary::level(int64_t time, size_t device, int32_t level, const std::strin
   runs.back()->level(time, device, level, entry);
 }
 
+void Summary::power(int64_t time, size_t source, int64_t microwatts) {
+  runs.back()->power(time, source, microwatts);
+}
+
 void Summary::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
   runs.back()->gap(from, to, sensor);
 }
@@ -139,9 +143,8 @@ void Summary::print(std::ostream& out) const {
     hasGaps |= run->inGaps > 0;
     collect(run->description.sensors, sensors);
     collect(run->description.devices, devices);
-    for (const Performance& performance : run->performance) {
-      if (performance.demanded != 0) collect({performance.source}, sources);
-    }
+    for (const Performance& performance : run->performance)
+      collect({performance.source}, sources);
     for (const Budget& budget : run->description.budgets) {
       if (budget.of == Budget::Of::kWork) collect({budget.name}, sources);
     }
@@ -262,8 +265,17 @@ void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {
 }
 
 void Summary::addPerformance(const std::string& source, Rows& rows) const {
-  addRow(source, "work done of that asked for", rows, [&](const RunFigures& run) -> std::string {
-    const Performance* work = run.workOf(source);
-    return work ? percent(work->delivered, work->demanded) : kNothing;
+  const auto works = [&source](const auto& run) {
+    const Performance* const work = run->workOf(source);
+    return work && work->demanded != 0;
+  };
+  if (std::any_of(runs.begin(), runs.end(), works))
+    addRow(source, "work done of that asked for", rows, [&](const RunFigures& run) -> std::string {
+      const Performance* work = run.workOf(source);
+      return work ? percent(work->delivered, work->demanded) : kNothing;
+    });
+  addRow(source, "energy, J", rows, [&](const RunFigures& run) -> std::string {
+    const Performance* heat = run.performanceOf(source);
+    return heat ? rounded(heat->joules, 1) : kNothing;
   });
 }

@@ -14,13 +14,14 @@
 //
 // Shape:  tracks of one name share their rows, whichever runs have them; "-" stands where a run has
 //         no such value.
-// Units:  shown in degrees Celsius with one digit, h:mm:ss, per cent, and changes per minute.
+// Units:  shown in degrees Celsius with one digit, h:mm:ss, per cent, changes per minute, and joules.
 // Memory: grows with the number of different values, not with the length of a run.
 class Summary : public TraceSink {
 public:
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
@@ -34,7 +35,8 @@ public:
   // A column for each run. Per sensor the peak, the mean, the time at or past each threshold that
   // any of the configurations has for it, and whether its limits were kept; per device the mean
   // level, the share of each level, the changes a minute and how much of its first entry it gave on
-  // average; of each source the work done of the work asked for; of both what was required.
+  // average; of each source the work done of the work asked for, and the heat that it gave off; of
+  // both what was required.
   void print(std::ostream& out) const;
 
 private:

@@ -69,7 +69,7 @@ public:
     base.workload =
         readWorkload(workloadText, request.workload, base.plant, base.description, problems);
     // Behind both, whose indices are those of the board's own sensors.
-    addPlantNodes();
+    addNodesAndSources();
     base.description.duration = request.duration;
 
     std::vector<RunInput> runs;
@@ -101,9 +101,11 @@ private:
       problems.add({request.environment, {}, "declares no sensor"});
   }
 
-  void addPlantNodes() {
+  void addNodesAndSources() {
     for (const PlantDescription::Node& node : base.plant.nodes)
       base.description.sensors.push_back({node.name, SensorTrack::Kind::kPlantNode, 1000, {}});
+    for (const PlantDescription::Source& source : base.plant.sources)
+      base.description.sources.push_back(source.name);
   }
 
   // What the run of that configuration is held to.

@@ -22,7 +22,6 @@ constexpr char kAmbient[] = "ambient";
 constexpr TomlSection::Bounds kTemperature = {kColdest, kHottest, "degrees Celsius"};
 constexpr TomlSection::Bounds kCapacity = {1e-6, 1e9, "J/K"};
 constexpr TomlSection::Bounds kResistance = {1e-9, 1e9, "K/W"};
-constexpr double kMostWatts = 1e6;
 constexpr TomlSection::Bounds kPower = {0, kMostWatts, "W"};
 constexpr TomlSection::Bounds kLag = {1e-6, 1e6, "seconds", true};
 // Finer than a millidegree no reading is.
@@ -54,10 +53,11 @@ std::vector<std::string> realSensors(const TraceDescription& board) {
   return names;
 }
 
-// The columns of a workload that are not sources.
+// The columns of a workload that are not sources' loads.
 bool isColumn(const std::string& name) {
+  const auto begins = [&name](const char* word) { return name.rfind(word, 0) == 0; };
   return name == "time" || name == kAmbient || name == "scenario" || name == "configuration" ||
-         name.rfind("fault ", 0) == 0;
+         begins("fault ") || begins("watts ") || begins("ramp ");
 }
 
 class PlantReader {

@@ -70,14 +70,16 @@ struct AlgorithmTrack {
   bool lowactive = false;
 };
 
-// A source of heat that does work, and how much of the work asked for was done.
+// What a source of heat has given off in a run and, if it does work, how much of the work asked for
+// was done.
 //
-// Units: load times seconds, with load as the share of the source's full speed: a CPU that is asked
-//        for half of what it can do over ten seconds has a demand of 5.
+// Units: work in load times seconds, with load as the share of the source's full speed: a CPU that is
+//        asked for half of what it can do over ten seconds has a demand of 5. Heat in joules.
 struct Performance {
   std::string source;
-  double demanded = 0; // both in the plant's unit of load times seconds
+  double demanded = 0; // both 0 for a source that does no work
   double delivered = 0;
+  double joules = 0;
 };
 
 // Who takes part in a run, told to a sink before the first event.
@@ -91,7 +93,8 @@ struct TraceDescription {
   std::vector<DeviceTrack> devices;
   // Those of every configuration that can come in force, in whatever scenario.
   std::vector<AlgorithmTrack> algorithms;
-  std::vector<Budget> budgets; // each once
+  std::vector<std::string> sources; // of heat, each name once; none where no plant is known
+  std::vector<Budget> budgets;      // each once
   // How long the run will be, if that is known before its end.
   std::optional<int64_t> duration;
 
@@ -106,9 +109,11 @@ struct TraceDescription {
 // recording with it.
 //
 // Shape:   at time 0 there is a `configuration`, a `scenario` and a `level` for every device with a
-//          table, if they are known; an algorithm is asleep until its first event. Indices are
-//          those of the description, which a sink copies if it needs it after `begin`.
-// Units:   times in milliseconds since the start of the run, temperatures in millidegrees Celsius.
+//          table, if they are known, and a `power` for every source; an algorithm is asleep until
+//          its first event. Indices are those of the description, which a sink copies if it needs
+//          it after `begin`.
+// Units:   times in milliseconds since the start of the run, temperatures in millidegrees Celsius,
+//          power in microwatts.
 // Errors:  a sink tells of no failure here. One that writes to a stream leaves it to the stream's
 //          owner to ask how that went.
 // Threads: one, the caller's.
@@ -131,6 +136,8 @@ public:
   // The level (the step count of a step algorithm) that an awake algorithm went to, from 0 on, or
   // kAsleep.
   virtual void algorithm(int64_t /*time*/, size_t /*algorithm*/, int32_t /*level*/) {}
+  // What a source gives off from now on, told when it changes.
+  virtual void power(int64_t /*time*/, size_t /*source*/, int64_t /*microwatts*/) {}
   virtual void scenario(int64_t /*time*/, const std::string& /*name*/) {}
   virtual void configuration(int64_t /*time*/, const std::string& /*name*/) {}
   // Nothing is known of the time between the two, in which no event lies, nor of `sensor` alone; it

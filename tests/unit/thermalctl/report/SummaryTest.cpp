@@ -33,7 +33,7 @@ void play(Summary& summary, const TraceDescription& run) {
   summary.level(360000, 0, 2, "500");
   summary.temperature(540000, 0, 35000);
   summary.level(540000, 0, 1, "1500");
-  summary.end(600000, {{"cores", 200, 150}, {"camera", 0, 0}});
+  summary.end(600000, {{"cores", 200, 150, 1234.56}, {"camera", 0, 0, 30}});
 }
 
 std::string tableOf(const Summary& summary) {
@@ -45,20 +45,38 @@ std::string tableOf(const Summary& summary) {
 TEST(SummaryTest, TellsTemperaturesLevelsAndWorkOfARun) {
   Summary summary;
   play(summary, boardOf("day", {{40000, 39000}, {41000, 40000}, {42000, 41000}}));
-  EXPECT_EQ(tableOf(summary), "                                        day\n"
-                              "run    duration, h:mm:ss            0:10:00\n"
-                              "skin   peak, degrees C                 41.0\n"
-                              "       mean                            33.8\n"
-                              "       time >=40                    0:03:00\n"
-                              "       time >=41                    0:03:00\n"
-                              "       never >=42\n"
-                              "cpu    mean level                      0.70\n"
-                              "       at level 0 (2000)             60.0 %\n"
-                              "       at level 1 (1500)             10.0 %\n"
-                              "       at level 2 (500)              30.0 %\n"
-                              "       changes a minute                0.20\n"
-                              "       mean entry, level 0 = 100 %   75.0 %\n"
-                              "cores  work done of that asked for   75.0 %\n");
+  EXPECT_EQ(tableOf(summary), "                                         day\n"
+                              "run     duration, h:mm:ss            0:10:00\n"
+                              "skin    peak, degrees C                 41.0\n"
+                              "        mean                            33.8\n"
+                              "        time >=40                    0:03:00\n"
+                              "        time >=41                    0:03:00\n"
+                              "        never >=42\n"
+                              "cpu     mean level                      0.70\n"
+                              "        at level 0 (2000)             60.0 %\n"
+                              "        at level 1 (1500)             10.0 %\n"
+                              "        at level 2 (500)              30.0 %\n"
+                              "        changes a minute                0.20\n"
+                              "        mean entry, level 0 = 100 %   75.0 %\n"
+                              "cores   work done of that asked for   75.0 %\n"
+                              "        energy, J                     1234.6\n"
+                              "camera  energy, J                       30.0\n");
+}
+
+TEST(SummaryTest, AddsUpTheEnergyOfARunThatTellsItsPowersAlone) {
+  TraceDescription run;
+  run.name = "day";
+  run.sources = {"gpu", "panel"};
+  Summary summary;
+  summary.begin(run);
+  summary.power(0, 0, 2'000'000);
+  summary.power(0, 1, 500'000);
+  summary.power(30'000, 0, 1'000'000);
+  summary.end(60'000, {});
+  EXPECT_EQ(tableOf(summary), "                              day\n"
+                              "run    duration, h:mm:ss  0:01:00\n"
+                              "gpu    energy, J             90.0\n"
+                              "panel  energy, J             30.0\n");
 }
 
 TEST(SummaryTest, SetsRunsSideBySideAndMeasuresAllByTheThresholdsOfAny) {
@@ -246,8 +264,9 @@ TEST(SummaryTest, HasARowForEachBudgetBelowWhatItIsOf) {
                               "        mean entry, level 0 = 100 %                    75.0 %\n"
                               "        required changes a minute at most 0.1    missed: 0.20\n"
                               "cores   work done of that asked for                    75.0 %\n"
+                              "        energy, J                                      1234.6\n"
                               "        required work at least 70 %             kept: 75.00 %\n"
-                              "camera  work done of that asked for                         -\n"
+                              "camera  energy, J                                        30.0\n"
                               "        required work at least 50 %            kept: 100.00 %\n");
 }
 
