@@ -56,6 +56,15 @@ def of_odd_times(ground, nodes):
     return _run(ground, ["--board", board, "--workload", board / "work.csv"], "1h")
 
 
+def study_seconds(ground, cores):
+    """Of wall clock, for 40 runs of 12 hours on so many cores."""
+    command = ["taskset", "--cpu-list", f"0-{cores - 1}", ground.thermalctl, "simulate", "--jobs", str(cores),
+               "--board", boards.PHONE, "--workload", "game", "--seed", "1..40", "--duration", "12h"]
+    begin = time.monotonic()
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+    return time.monotonic() - begin
+
+
 def _folder(ground, name):
     board = ground.box.base / name
     board.mkdir(exist_ok=True)

@@ -149,6 +149,11 @@ def test_bash_completes_the_commands_and_the_options_of_the_program(thermalctl, 
     assert complete_in_bash("re") == ["reload"]
 
 
+def test_bash_completes_the_outputs_of_a_report(complete_in_bash):
+    assert complete_in_bash("simulate", "--only", "") == ["html", "csv", "json", "results"]
+    assert complete_in_bash("plot", "--format", "j") == ["junit"]
+
+
 @pytest.mark.parametrize("command", COMMANDS)
 def test_bash_completes_every_option_of_a_command(thermalctl, complete_in_bash, command):
     assert sorted(complete_in_bash(command, "-")) == sorted(

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <mutex>
 
 #include <nlohmann/json.hpp>
 
@@ -44,5 +45,9 @@ void Writer::flush() {
 }
 
 std::string jsonString(const std::string& text) {
+  // The library asks the C library for its sign of the decimal point, and that keeps the answer in
+  // one place for all threads.
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
   return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }

@@ -30,7 +30,7 @@ protected:
     figures.level(0, 0, 0, "2000");
     figures.temperature(90'000, 0, 42000);
     figures.level(90'000, 0, 1, "1000");
-    figures.end(100'000, {{"gpu", 10, 7}, {"npu", 0, 0}});
+    figures.end(100'000, {{"gpu", 10, 7, 12.5}, {"npu", 0, 0, 3}});
     return resultOf(figures);
   }
 
@@ -54,7 +54,8 @@ TEST_F(ResultsTest, HaveTheFiguresOfARun) {
         "skin": {"peak": 42.0, "mean": 40.2, "p50": 40.0, "p95": 42.0, "p99": 42.0},
         "node:case": {"peak": null, "mean": null, "p50": null, "p95": null, "p99": null}},
       "devices": {"cpu": {"mean_level": 0.1, "changes_per_minute": 0.6}},
-      "sources": {"gpu": {"work_percent": 70.0}, "npu": {"work_percent": null}},
+      "sources": {"gpu": {"work_percent": 70.0, "joules": 12.5},
+                  "npu": {"work_percent": null, "joules": 3.0}},
       "budgets": {
         "skin=41C": {"verdict": "passed", "bound": 41.0, "measured": 42.0, "beyond": 1.0,
                      "above_s": 10.0, "first_above_s": 90.0},
@@ -66,21 +67,25 @@ TEST_F(ResultsTest, AreOneRowARunAsCsv) {
   RunResult other = result();
   other.figures["temperatures"].erase("skin");
   other.figures["further"] = 1;
-  EXPECT_EQ(textOfResults(writeResultsCsv, {result(), other}),
-            "run,seconds,seconds_in_gaps,verdict,stood_still_s,temperatures.skin.peak,"
-            "temperatures.skin.mean,temperatures.skin.p50,temperatures.skin.p95,"
-            "temperatures.skin.p99,temperatures.node:case.peak,temperatures.node:case.mean,"
-            "temperatures.node:case.p50,temperatures.node:case.p95,temperatures.node:case.p99,"
-            "devices.cpu.mean_level,devices.cpu.changes_per_minute,sources.gpu.work_percent,"
-            "sources.npu.work_percent,budgets.skin=41C.verdict,budgets.skin=41C.bound,"
-            "budgets.skin=41C.measured,budgets.skin=41C.beyond,budgets.skin=41C.above_s,"
-            "budgets.skin=41C.first_above_s,budgets.work:gpu=50%.verdict,"
-            "budgets.work:gpu=50%.bound,budgets.work:gpu=50%.measured,"
-            "budgets.work:gpu=50%.beyond,further\n"
-            "\"a, \"\"b\"\"\",100.0,0.0,passed,,42.0,40.2,40.0,42.0,42.0,,,,,,0.1,0.6,70.0,,passed,"
-            "41.0,42.0,1.0,10.0,90.0,kept,50.0,70.0,-20.0,\n"
-            "\"a, \"\"b\"\"\",100.0,0.0,passed,,,,,,,,,,,,0.1,0.6,70.0,,passed,41.0,42.0,1.0,10.0,"
-            "90.0,kept,50.0,70.0,-20.0,1\n");
+  EXPECT_EQ(
+      textOfResults(writeResultsCsv, {result(), other}),
+      "run,seconds,seconds_in_gaps,verdict,stood_still_s,temperatures.skin.peak,"
+      "temperatures.skin.mean,temperatures.skin.p50,temperatures.skin.p95,"
+      "temperatures.skin.p99,temperatures.node:case.peak,temperatures.node:case.mean,"
+      "temperatures.node:case.p50,temperatures.node:case.p95,temperatures.node:case.p99,"
+      "devices.cpu.mean_level,devices.cpu.changes_per_minute,sources.gpu.work_percent,"
+      "sources.gpu.joules,sources.npu.work_percent,sources.npu.joules,budgets.skin=41C.verdict,"
+      "budgets.skin=41C.bound,"
+      "budgets.skin=41C.measured,budgets.skin=41C.beyond,budgets.skin=41C.above_s,"
+      "budgets.skin=41C.first_above_s,budgets.work:gpu=50%.verdict,"
+      "budgets.work:gpu=50%.bound,budgets.work:gpu=50%.measured,"
+      "budgets.work:gpu=50%.beyond,further\n"
+      "\"a, "
+      "\"\"b\"\"\",100.0,0.0,passed,,42.0,40.2,40.0,42.0,42.0,,,,,,0.1,0.6,70.0,12.5,,3.0,passed,"
+      "41.0,42.0,1.0,10.0,90.0,kept,50.0,70.0,-20.0,\n"
+      "\"a, "
+      "\"\"b\"\"\",100.0,0.0,passed,,,,,,,,,,,,0.1,0.6,70.0,12.5,,3.0,passed,41.0,42.0,1.0,10.0,"
+      "90.0,kept,50.0,70.0,-20.0,1\n");
 }
 
 TEST_F(ResultsTest, AreALineARunWhereTheyAreMany) {
