@@ -29,6 +29,7 @@ class MisreadTrial(edits.Trial):
         self.workload, minutes = edits.RUNS[file]
         self.end = 60_000 * minutes
         shutil.copytree(edits.PHONE, self.board, dirs_exist_ok=True)
+        edits.add_further(self.board)
         self.run = edits.simulated(thermalctl, self.board, self.workload, minutes)
         path = next(self.board.rglob(file))
         assert old in path.read_text()
@@ -44,6 +45,12 @@ class MisreadTrial(edits.Trial):
     ("game.csv", "5m,game", "6m,game"),
     ("navigation.csv", "1m,30", "1m,31"),
     ("benchmark.toml", "1m30s", "1m31s"),
+    ("rails.csv", "ramp watts big", "watts big     "),
+    ("rails.csv", "1.655", "1.755"),
+    ("rails.csv", "91,   3.204", "93,   3.204"),
+    ("morning.toml", "ambient = 33", "ambient = 34"),
+    ("morning.toml", '"ambient", ', ""),
+    ("morning.toml", "load = { gpu = 0.2 }", "load = { gpu = 0.4 }"),
 ])
 def test_a_run_that_is_another_than_its_files_say_is_found(thermalctl, tmp_path, file, old, new):
     ending, faults = MisreadTrial(thermalctl.command[-1], tmp_path, file, old, new).verdict()

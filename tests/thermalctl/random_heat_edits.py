@@ -27,10 +27,51 @@ from phone.board import read_sections  # noqa: E402
 # How long each file's run must be for most of its lines to count, in minutes.
 RUNS = {"plant.toml": ("game", 8), "idle.csv": ("idle", 17), "game.csv": ("game", 8),
         "camera.csv": ("camera", 23), "navigation.csv": ("navigation", 37),
-        "benchmark.toml": ("benchmark", 6)}
+        "benchmark.toml": ("benchmark", 6), "rails.csv": ("rails", 5),
+        "morning.toml": ("morning", 7)}
+
+# Beside those of the board: what only ramps and measured watts have.
+FURTHER = {"rails.csv": """\
+time, ramp watts big, ramp watts gpu, watts modem, ramp little, ramp ambient, panel, charger, scenario
+0,    0.412,          0.230,          0.3,         0.1,         25,           1,     1,       Default
+7,    1.655,          2.480,          ,            ,            ,             ,      ,        game
+60,   3.204,          ,               0.55,        0.9,         31,           ,      ,
+91,   3.204,          1.377,          ,            ,            ,             0.4,   ,
+1m31s,0.204,          4.1,            ,            0.2,         ,             ,      0,
+4m,   ,               0.5,            0.35,        0.65,        22,           ,      ,
+""", "morning.toml": """\
+repeat = "3m"
+ramp = ["ambient", "big", "gpu", "watts modem"]
+
+[[at]]
+time = 0
+ambient = 21
+load = { little = 0.4, big = 0.1, gpu = 0.2, panel = 1, charger = 1 }
+watts = { modem = 0.35 }
+
+[[at]]
+time = "40s"
+ambient = 33
+load = { big = 1.0 }
+
+[[at]]
+time = "1m30s"
+scenario = "game"
+load = { big = 0.9, gpu = 1.0 }
+watts = { modem = 0.9 }
+
+[[at]]
+time = "3m"
+ambient = 21
+load = { gpu = 0.2 }
+"""}
 
 # Millidegrees: the rounding of the trace, and that of a reading at the edge of a step.
 TOLERANCE = 3
+
+# Milliseconds of the steps in which a ramp is followed: where a load comes to fill its source, it is
+# out by less than the tolerance.
+SHORT = 100
 
 
 class Unread(Exception):
@@ -171,22 +212,30 @@ class Plant:
         return made
 
 
+def column_of(title):
+    """The column's name, and whether it ramps."""
+    name = title.removeprefix("ramp ").strip()
+    if name.startswith("watts "):
+        name = "watts " + name.removeprefix("watts ").strip()
+    return name, title.startswith("ramp ")
+
+
 def changes_of_csv(text):
-    """(milliseconds, column, cell), in the file's order."""
+    """(milliseconds, column, cell), in the file's order; the columns that ramp."""
     header, changes, short = None, [], False
     for line in text.splitlines():
         cells = [cell.strip() for cell in line.split(",")]
         if not line.strip() or line.strip().startswith("#"):
             continue
         if header is None:
-            header = cells
+            header, ramps = zip(*map(column_of, cells))
             continue
         time = seconds_of(cells[0])
         changes += [(time, name, cell) for name, cell in zip(header[1:], cells[1:]) if cell]
         if len(cells) > len(header):
             raise Unread("more cells than columns")
         short |= len(cells) < len(header)
-    return changes, None, short
+    return changes, {name for name, ramp in zip(header, ramps) if ramp}, None, short
 
 
 def changes_of_toml(text):
@@ -194,18 +243,44 @@ def changes_of_toml(text):
         top = tomllib.loads(text)
     except (tomllib.TOMLDecodeError, UnicodeDecodeError) as wrong:
         raise Unread(str(wrong)) from wrong
-    strict(top, ("repeat", "at"))
+    strict(top, ("repeat", "ramp", "at"))
+    ramps = {column_of(name)[0] for name in top.get("ramp", ())}
     changes = []
     for entry in top["at"]:
-        strict(entry, ("time", "load", "ambient", "scenario", "configuration", "fault"), ("time",))
+        strict(entry, ("time", "load", "watts", "ambient", "scenario", "configuration", "fault"),
+               ("time",))
         time = seconds_of(str(entry["time"]))
         changes += [(time, name, str(entry[name])) for name in ("ambient", "scenario",
                                                                "configuration") if name in entry]
         changes += [(time, name, str(share)) for name, share in entry.get("load", {}).items()]
+        changes += [(time, f"watts {name}", str(watts))
+                    for name, watts in entry.get("watts", {}).items()]
         changes += [(time, f"fault {name}", str(word))
                     for name, word in entry.get("fault", {}).items()]
     changes.sort(key=lambda change: change[0])
-    return changes, seconds_of(str(top["repeat"])) if "repeat" in top else None, False
+    return changes, ramps, seconds_of(str(top["repeat"])) if "repeat" in top else None, False
+
+
+def sloped(changes, ramps, repeat):
+    """The changes, each with how much a second its value then grows."""
+    made, last = [], {}
+    for time, name, cell in changes:
+        change = [time, name, cell, 0.0]
+        if name in ramps:
+            if name not in last and time > 0:
+                raise Unread(f"{name} ramps from nowhere")
+            if name in last and time > last[name][0]:
+                grown = decimal(cell) - decimal(last[name][2])
+                last[name][3] = grown * 1000 / (time - last[name][0])
+            last[name] = change
+        if name not in ramps or time != repeat:
+            made.append(change)
+    if late := ramps - last.keys():
+        raise Unread(f"no number for {late}")
+    loads = {name for _, name, _ in changes}
+    if twice := {name for name in loads if f"watts {name}" in loads}:
+        raise Unread(f"load and watts for {twice}")
+    return made
 
 
 def decimal(text):
@@ -241,14 +316,17 @@ class Heat:
         self.plant = plant
         self.names = list(plant.nodes)
         self.celsius = [plant.start[name] for name in self.names]
-        self.ambient = plant.ambient
-        self.load = {name: number_of(source["load"] or 0) for name, source in plant.sources.items()}
+        # What the workload has given, as its time, its value, and its growth a second.
+        self.given = {"ambient": (0, plant.ambient, 0.0)}
+        self.given |= {name: (0, number_of(source["load"] or 0), 0.0)
+                       for name, source in plant.sources.items()}
         self.level = Counter()
         self.now = 0
         self.steps = {}
         index = {name: i for i, name in enumerate(self.names)}
         count = len(self.names)
-        self.rates = [[0.0] * (2 * count + 1) for _ in range(2 * count + 1)]
+        # Of the nodes, their watts and the ambient, and how these grow.
+        self.rates = [[0.0] * (3 * count + 2) for _ in range(3 * count + 2)]
         for each in plant.resistances:
             for a, b in (each["between"], each["between"][::-1]):
                 if a == "ambient":
@@ -259,22 +337,36 @@ class Heat:
                 self.rates[i][2 * count if b == "ambient" else index[b]] += flow
         for name, i in index.items():
             self.rates[i][count + i] = 1 / self._capacity(name)
+        for i in range(count + 1):
+            self.rates[count + i][2 * count + 1 + i] = 1.0
 
     def _capacity(self, name):
         return number_of(self.plant.nodes[name]["joules_per_kelvin"])
 
     def advance(self, time):
-        if time == self.now:
-            return
-        length = time - self.now
+        ramps = any(growth for _, _, growth in self.given.values())
+        while self.now < time:
+            self._step(min(time - self.now, SHORT if ramps else time))
+
+    def _step(self, length):
         if length not in self.steps:
             self.steps[length] = exponential([[each * length / 1000 for each in row]
                                               for row in self.rates])[:len(self.names)]
-        state = [*self.celsius, *self._watts(), self.ambient]
+        inputs, ends = ([*self._watts(time), self.at(time, "ambient")]
+                        for time in (self.now, self.now + length))
+        growth = [(end - here) * 1000 / length for here, end in zip(inputs, ends)]
+        state = [*self.celsius, *inputs, *growth]
         self.celsius = [sum(x * y for x, y in zip(row, state)) for row in self.steps[length]]
-        self.now = time
+        self.now += length
 
-    def _watts(self):
+    def give(self, name, value, growth):
+        self.given[name] = (self.now, value, growth)
+
+    def at(self, time, name):
+        since, value, growth = self.given[name]
+        return value + growth * (time - since) / 1000
+
+    def _watts(self, time):
         heat = dict.fromkeys(self.names, 0.0)
         for name, source in self.plant.sources.items():
             share = 1.0
@@ -282,11 +374,13 @@ class Heat:
                 device, shares = source["cores"]
                 share = shares[self.level[device]]
             level = self.level[source["device"]] if source["device"] else 0
-            busy = self.load[name]
+            busy = max(0.0, self.at(time, name))
             if source["work"] and busy:
                 speed = source["speed"][level] * share
                 busy = min(1.0, busy / speed) if speed else 1.0
             watts = source["idle"] + busy * share * source["watts"][level]
+            if f"watts {name}" in self.given:
+                watts = self.at(time, f"watts {name}")
             for node, part in source["heats"].items():
                 heat[node] += number_of(part) * watts
         return [heat[name] for name in self.names]
@@ -294,7 +388,7 @@ class Heat:
 
 def repeated(changes, repeat, end):
     for start in range(0, end, repeat or end):
-        yield from ((start + time, name, cell) for time, name, cell in changes
+        yield from ((start + time, name, cell, growth) for time, name, cell, growth in changes
                     if start + time < end)
 
 
@@ -303,7 +397,8 @@ def differences(plant, changes, repeat, trace, end):
     heat = Heat(plant)
     rows = list(csv.DictReader(trace))
     # Of one time: the workload first, then what is seen, then the levels that the daemon goes to.
-    happening = [(time, 0, name, cell) for time, name, cell in repeated(changes, repeat, end)]
+    happening = [(time, 0, name, (cell, growth))
+                 for time, name, cell, growth in repeated(changes, repeat, end)]
     for row in rows:
         time = int(row["time_ms"])
         if row["event"] == "plant" and time % 1000 == 0:
@@ -319,15 +414,13 @@ def differences(plant, changes, repeat, trace, end):
             if abs(here - value) > TOLERANCE + abs(here) * 1e-6:
                 yield f"{name} at {time} ms: {value}, and by the files {here:.1f}"
                 return
-        elif name == "ambient":
-            heat.ambient = decimal(value)
-        elif name in heat.load:
-            heat.load[name] = decimal(value)
+        elif name in heat.given or name.startswith("watts "):
+            heat.give(name, decimal(value[0]), value[1])
         elif name == "scenario" and not any(
-                row["event"] == "scenario" and row["name"] == value
+                row["event"] == "scenario" and row["name"] == value[0]
                 and int(row["time_ms"]) <= time + 3000 for row in rows) and time + 3000 < end:
-            yield f"the scenario {value} never came"
-    yield from strange_readings(plant, rows, {name for _, name, _ in changes})
+            yield f"the scenario {value[0]} never came"
+    yield from strange_readings(plant, rows, {name for _, name, _, _ in changes})
 
 
 def strange_readings(plant, rows, columns):
@@ -348,6 +441,11 @@ def strange_readings(plant, rows, columns):
 
 # ---- The trials
 
+def add_further(board):
+    for name, text in FURTHER.items():
+        (board / "workloads" / name).write_text(text)
+
+
 def simulated(thermalctl, board, workload, minutes):
     return subprocess.run([thermalctl, "simulate", "--board", board, "--workload", workload,
                            "--duration", f"{minutes}m", "--out", board / "out"],
@@ -363,6 +461,7 @@ class Trial:
         self.workload, minutes = RUNS[self.file]
         self.end = 60_000 * minutes
         self.board = Path(shutil.copytree(PHONE, Path(folder) / f"board-{seed}"))
+        add_further(self.board)
         path = next(self.board.rglob(self.file))
         before = path.read_text()
         self.kind, self.text = edited(before, rng)
@@ -389,13 +488,15 @@ class Trial:
         try:
             plant = Plant((self.board / "plant.toml").read_text(), levels)
             read = changes_of_toml if path.suffix == ".toml" else changes_of_csv
-            changes, repeat, short = read(path.read_text())
+            changes, ramps, repeat, short = read(path.read_text())
             if short != ("fewer cells than columns" in self.run.stderr):
                 yield "a row with too few cells, in silence" if short else self.run.stderr
             known = {"ambient", "scenario", "configuration", *plant.sources,
-                     *(f"fault {name}" for name in plant.sensors)}
-            if unknown := {name for _, name, _ in changes} - known:
+                     *(f"fault {name}" for name in plant.sensors),
+                     *(f"watts {name}" for name in plant.sources)}
+            if unknown := ({name for _, name, _ in changes} | ramps) - known:
                 raise Unread(f"unknown {unknown}")
+            changes = sloped(changes, ramps, repeat)
             with open(self.board / "out" / "trace.csv", newline="") as trace:
                 yield from differences(plant, changes, repeat, trace, self.end)
         except (Unread, KeyError, TypeError, AttributeError, IndexError, ValueError) as wrong:
@@ -415,7 +516,7 @@ def search(thermalctl, seeds):
             trial = Trial(thermalctl, seed, folder)
             ending, faults = trial.verdict()
             endings[ending] += 1
-            original = next(PHONE.rglob(trial.file)).read_text()
+            original = FURTHER.get(trial.file) or next(PHONE.rglob(trial.file)).read_text()
             wrong += [f"seed {seed}, {trial.file}, {trial.kind}: {fault}\n"
                       f"  {changed_lines(original, trial.text)}" for fault in faults]
             shutil.rmtree(trial.board)

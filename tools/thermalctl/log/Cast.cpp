@@ -43,6 +43,14 @@ size_t Cast::device(std::string_view name) {
   return devices[track.name] = cast.devices.size() - 1;
 }
 
+// Of heat: no board tells them, the record alone.
+size_t Cast::source(std::string_view name) {
+  const auto found = sources.find(name);
+  if (found != sources.end()) return found->second;
+  cast.sources.emplace_back(name);
+  return sources[cast.sources.back()] = cast.sources.size() - 1;
+}
+
 // A log names neither configuration nor file. Of several namesakes in one scenario the one of the
 // configuration in force is meant, failing that the first; only where the scenario differs too is
 // it someone new.

@@ -29,6 +29,7 @@ public:
   // The index under that name. A name that is new is added.
   size_t sensor(std::string_view name, SensorTrack::Kind kind);
   size_t device(std::string_view name);
+  size_t source(std::string_view name);
   // An algorithm of that name and scenario, of the preferred configuration if there is one.
   size_t algorithm(std::string_view name, std::string_view scenario,
                    const std::string& preferredConfiguration);
@@ -46,5 +47,6 @@ private:
   std::map<std::string, size_t, std::less<>> sensors;
   std::map<std::string, size_t, std::less<>> nodes;
   std::map<std::string, size_t, std::less<>> devices;
+  std::map<std::string, size_t, std::less<>> sources;
   std::map<std::string, std::vector<size_t>, std::less<>> algorithms; // by their name alone
 };

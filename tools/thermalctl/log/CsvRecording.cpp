@@ -43,6 +43,8 @@ public:
       putToSleep(fields);
     } else if (event == csv::kGap) {
       return takeGap(fields);
+    } else if (event == csv::kPower) {
+      return takePower(fields);
     } else if (event != csv::kEnd) {
       return takeValue(event, fields);
     }
@@ -68,6 +70,13 @@ private:
       sink.algorithm(now, awakeOf(fields), *value);
     else
       return false;
+    return true;
+  }
+
+  bool takePower(const csv::Fields& fields) {
+    const auto microwatts = numberOf<int64_t>(fields[csv::kValue]);
+    if (!microwatts) return false;
+    sink.power(now, cast.source(fields[csv::kName]), *microwatts);
     return true;
   }
 
@@ -136,7 +145,7 @@ void CsvRecording::play(TraceSink& sink) {
   go([&](Cast& cast) -> TraceSink& {
     TraceDescription description = cast.description();
     description.name = prefix + description.name;
-    setLimits(description);
+    setBudgets(description);
     sink.begin(description);
     return sink;
   });
@@ -168,11 +177,11 @@ void CsvRecording::go(const std::function<TraceSink&(Cast&)>& begin) {
   if (run) longest = std::max(longest, run->end());
 }
 
-std::set<std::string> CsvRecording::names() const {
-  std::set<std::string> names;
+std::set<std::string> CsvRecording::subjects() const {
+  std::set<std::string> subjects;
   for (const Cast& cast : casts)
-    addNames(cast.description(), names);
-  return names;
+    addSubjects(cast.description(), subjects);
+  return subjects;
 }
 
 std::optional<std::string> CsvRecording::problem() const {

@@ -7,6 +7,7 @@ void Window::begin(const TraceDescription& run) {
   temperatures.clear();
   levels.clear();
   algorithms.clear();
+  powers.clear();
   scenarioBefore.reset();
   configurationBefore.reset();
   sink.begin(run);
@@ -29,6 +30,8 @@ void Window::open() {
   for (const auto& [algorithm, level] : algorithms) {
     if (level != kAsleep) sink.algorithm(0, algorithm, level);
   }
+  for (const auto& [source, microwatts] : powers)
+    sink.power(0, source, microwatts);
 }
 
 void Window::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
@@ -44,6 +47,11 @@ void Window::level(int64_t time, size_t device, int32_t level, const std::string
 void Window::algorithm(int64_t time, size_t algorithm, int32_t level) {
   if (!isOpen && time <= times.from) algorithms[algorithm] = level;
   if (shows(time) && isOpen) sink.algorithm(time - times.from, algorithm, level);
+}
+
+void Window::power(int64_t time, size_t source, int64_t microwatts) {
+  if (!isOpen && time <= times.from) powers[source] = microwatts;
+  if (shows(time) && isOpen) sink.power(time - times.from, source, microwatts);
 }
 
 void Window::scenario(int64_t time, const std::string& name) {

@@ -31,6 +31,7 @@ public:
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
   void standstill(int64_t time) override;
@@ -54,6 +55,7 @@ private:
   std::map<size_t, int32_t> temperatures;
   std::map<size_t, Level> levels;
   std::map<size_t, int32_t> algorithms;
+  std::map<size_t, int64_t> powers;
   std::optional<std::string> scenarioBefore;
   std::optional<std::string> configurationBefore;
 };

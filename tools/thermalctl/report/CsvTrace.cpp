@@ -24,6 +24,10 @@ void CsvTrace::algorithm(int64_t time, size_t algorithm, int32_t level) {
         level == kAsleep ? std::nullopt : std::optional<int64_t>(level));
 }
 
+void CsvTrace::power(int64_t time, size_t source, int64_t microwatts) {
+  write(csv::lineOf(run.name, csv::kPower, run.sources[source]), time, microwatts);
+}
+
 void CsvTrace::scenario(int64_t time, const std::string& name) {
   write(csv::lineOf(run.name, csv::kScenario, name), time);
 }

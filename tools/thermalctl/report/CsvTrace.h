@@ -21,6 +21,7 @@ public:
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;

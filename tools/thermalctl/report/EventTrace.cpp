@@ -1,5 +1,7 @@
 #include "report/EventTrace.h"
 
+#include <fmt/format.h>
+
 #include "text/Phrases.h"
 
 namespace {
@@ -38,6 +40,9 @@ void EventTrace::begin(const TraceDescription& run) {
   devices.clear();
   for (const DeviceTrack& device : run.devices)
     devices.push_back(jsonString(device.name + ", level"));
+  sources.clear();
+  for (const std::string& source : run.sources)
+    sources.push_back(jsonString(source + ", W"));
 }
 
 void EventTrace::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
@@ -56,6 +61,12 @@ void EventTrace::algorithm(int64_t time, size_t algorithm, int32_t level) {
     endSlice(time, thread);
   else
     slice(time, thread, "level " + std::to_string(level));
+}
+
+void EventTrace::power(int64_t time, size_t source, int64_t microwatts) {
+  event("C") << R"(,"ts":)" << time * kMicroseconds << R"(,"name":)" << sources[source]
+             << R"(,"args":{"value":)" << fmt::format("{}", static_cast<double>(microwatts) / 1e6)
+             << "}}";
 }
 
 void EventTrace::scenario(int64_t time, const std::string& name) {

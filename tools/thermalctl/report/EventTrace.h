@@ -6,12 +6,12 @@
 #include "report/Writer.h"
 #include "trace/Trace.h"
 
-// The runs in the trace event format, for the Perfetto UI: each run a process, temperatures and
-// levels as counters, the scenario, the configuration, each algorithm and the gaps as threads of
-// slices.
+// The runs in the trace event format, for the Perfetto UI: each run a process; temperatures, levels
+// and powers as counters, the scenario, the configuration, each algorithm and the gaps as threads
+// of slices.
 //
 // Shape:  one JSON object, whole only after `finish`.
-// Units:  times in microseconds, as the format has them; counters in degrees Celsius and in levels.
+// Units:  times in microseconds, as the format has them; counters in degrees Celsius, levels and watts.
 // Errors: left in the stream, which must outlive this.
 class EventTrace : public TraceSink {
 public:
@@ -23,6 +23,7 @@ public:
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void algorithm(int64_t time, size_t algorithm, int32_t level) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void scenario(int64_t time, const std::string& name) override;
   void configuration(int64_t time, const std::string& name) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
@@ -49,5 +50,6 @@ private:
   std::vector<std::string> names;   // of the sensors
   std::vector<std::string> sensors; // ready for JSON, like the devices
   std::vector<std::string> devices;
+  std::vector<std::string> sources;
   std::vector<bool> open; // by thread
 };

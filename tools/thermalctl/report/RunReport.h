@@ -43,6 +43,9 @@ public:
   void algorithm(int64_t time, size_t algorithm, int32_t level) override {
     pass(&TraceSink::algorithm, time, algorithm, level);
   }
+  void power(int64_t time, size_t source, int64_t microwatts) override {
+    pass(&TraceSink::power, time, source, microwatts);
+  }
   void scenario(int64_t time, const std::string& name) override {
     pass(&TraceSink::scenario, time, name);
   }
@@ -55,6 +58,7 @@ public:
   }
   void end(int64_t time, const std::vector<Performance>& performance) override {
     pass(&TraceSink::end, time, performance);
+    if (files) files->html.judged(figures.last().verdicts);
   }
 
 private:

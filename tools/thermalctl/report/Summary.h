@@ -1,56 +1,46 @@
 #pragma once
 
-#include <deque>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-#include "report/TimeAtValue.h"
+#include "report/RunFigures.h"
+#include "trace/Budget.h"
 #include "trace/Trace.h"
 
 // Runs in figures, side by side.
 //
 // Shape:  tracks of one name share their rows, whichever runs have them; "-" stands where a run has
 //         no such value.
-// Units:  shown in degrees Celsius with one digit, h:mm:ss, per cent, and changes per minute.
+// Units:  shown in degrees Celsius with one digit, h:mm:ss, per cent, changes per minute, and joules.
 // Memory: grows with the number of different values, not with the length of a run.
 class Summary : public TraceSink {
 public:
   void begin(const TraceDescription& run) override;
   void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
+  void power(int64_t time, size_t source, int64_t microwatts) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
-  // Whether any sample of a sensor was above its limit.
+  // Of the run that ended last.
+  const RunFigures& last() const { return *runs.back(); }
+  // Whether any run has passed a limit or missed a requirement.
   bool passedALimit() const;
-  // Why of a run it cannot be said that all limits were kept, a sentence each: the daemon stood
-  // still, or a sensor with a limit never had a sample.
+  // Why of a run it cannot be said that all were kept, a sentence each (see RunFigures).
   std::vector<std::string> unjudged() const;
 
   // A column for each run. Per sensor the peak, the mean, the time at or past each threshold that
-  // any of the configurations has for it, and whether its limit was kept; per device the mean
+  // any of the configurations has for it, and whether its limits were kept; per device the mean
   // level, the share of each level, the changes a minute and how much of its first entry it gave on
-  // average; of each source the work done of the work asked for.
+  // average; of each source the work done of the work asked for, and the heat that it gave off; of
+  // both what was required.
   void print(std::ostream& out) const;
 
 private:
-  struct Run {
-    explicit Run(const TraceDescription& description_)
-        : description(description_), temperatures(description_.sensors.size()),
-          levels(description_.devices.size()) {}
-
-    TraceDescription description;
-    std::vector<TimeAtValue> temperatures; // of each sensor
-    std::vector<TimeAtValue> levels;       // of each device
-    std::vector<Performance> performance;
-    std::optional<int64_t> standstill; // since when, in milliseconds
-    int64_t duration = 0;              // milliseconds
-    int64_t inGaps = 0;                // of these, in which nothing is known of anything
-  };
-
   // Of a group's name, a label and a cell for each run; without cells the label may run on.
   using Rows = std::vector<std::vector<std::string>>;
 
@@ -58,10 +48,12 @@ private:
   template <typename Cell>
   void addRow(const std::string& group, const std::string& label, Rows& rows, Cell cell) const;
   void addSensor(const SensorTrack& sensor, Rows& rows) const;
-  // Whether a sensor with a limit has kept it.
-  static std::string verdictOf(const Run& run, const SensorTrack& sensor);
+  // The verdicts on those budgets of any run that are meant.
+  template <typename Meant>
+  void addBudgets(const std::string& group, Rows& rows, Meant meant) const;
+  void addRequirements(const std::string& name, Budget::Of of, Rows& rows) const;
   void addDevice(const DeviceTrack& device, Rows& rows) const;
   void addPerformance(const std::string& source, Rows& rows) const;
 
-  std::deque<Run> runs;
+  std::vector<std::unique_ptr<RunFigures>> runs;
 };

@@ -82,8 +82,12 @@ Engine::Engine(const RunInput& input_, TraceSink& sink, Listener listener_)
 void Engine::run() {
   observer.begin(control.currentScenName);
   int64_t nextProgress = kProgressPeriod;
-  for (now = schedule.earliest(); now < input.duration; now = schedule.earliest()) {
+  while (now < input.duration) {
     takeTurn();
+    const int64_t next = schedule.earliest();
+    if (next == now) continue;
+    observer.powers(now);
+    now = next;
     if (now < nextProgress) continue;
     listener.progress(now);
     nextProgress = now + kProgressPeriod;
@@ -108,9 +112,11 @@ void Engine::take(const Change& change) {
   plant.advanceTo(now);
   switch (change.kind) {
   case Change::Kind::kAmbient:
-    return plant.setAmbient(change.value);
+    return plant.setAmbient(change.value, change.slope);
   case Change::Kind::kLoad:
-    return plant.setLoad(change.index, change.value);
+    return plant.setLoad(change.index, change.value, change.slope);
+  case Change::Kind::kWatts:
+    return plant.setWatts(change.index, change.value, change.slope);
   case Change::Kind::kScenario:
     return control.writeScenario(change.word);
   case Change::Kind::kConfiguration:

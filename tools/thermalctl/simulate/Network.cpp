@@ -99,7 +99,20 @@ void Network::addObserverRow(Observer& observer) {
   }
 }
 
+// What is not set anew goes on from where its slope has led.
+void Network::setFromNowOn() {
+  drivesAreOld = true;
+  const double seconds = sinceSet();
+  if (seconds == 0) return;
+  ambient += ambientSlope * seconds;
+  for (size_t node = 0; node < numbers.nodes; ++node)
+    powers[node] += powerSlopes[node] * seconds;
+  milliseconds = 0;
+  beyond = 0;
+}
+
 void Network::setAmbient(double celsius, double kelvinPerSecond) {
+  setFromNowOn();
   // The temperatures stay, so that what they are above the ambient changes.
   const double change = celsius - ambient;
   for (size_t mode = 0; mode < state.size(); ++mode)
@@ -111,17 +124,18 @@ void Network::setAmbient(double celsius, double kelvinPerSecond) {
   }
   ambient = celsius;
   ambientSlope = kelvinPerSecond;
-  drivesAreOld = true;
 }
 
 void Network::setPower(size_t node, double watts, double wattsPerSecond) {
+  setFromNowOn();
   powers[node] = watts;
   powerSlopes[node] = wattsPerSecond;
-  drivesAreOld = true;
 }
 
 void Network::addPower(size_t node, double watts, double wattsPerSecond) {
-  setPower(node, powers[node] + watts, powerSlopes[node] + wattsPerSecond);
+  setFromNowOn();
+  powers[node] += watts;
+  powerSlopes[node] += wattsPerSecond;
 }
 
 // An ambient that rises takes from all that is above it.
@@ -144,15 +158,30 @@ void Network::updateDrives() {
     observers[i].driveSlope =
         -std::inner_product(driveSlopes.begin(), driveSlopes.end(), shares, 0.0);
   }
+  const auto isSlope = [](double slope) { return slope != 0; };
+  sloped = ambientSlope != 0 || std::any_of(powerSlopes.begin(), powerSlopes.end(), isSlope);
   drivesAreOld = false;
 }
 
-void Network::advance(int64_t milliseconds) {
-  if (milliseconds <= 0) return;
+void Network::advance(int64_t length) {
+  if (length <= 0) return;
+  apply(keptStep(length));
+  milliseconds += length;
+}
+
+void Network::advanceBy(double seconds) {
+  apply(stepOf(seconds));
+  beyond += seconds;
+}
+
+void Network::apply(const Step& step) {
   if (drivesAreOld) updateDrives();
-  const Step& step = keptStep(milliseconds);
-  const auto after = [](const Factors& factors, double old, double drive, double slope) {
-    return factors.state * old + factors.constant * drive + factors.slope * slope;
+  const double passed = sinceSet();
+  const auto after = [this, passed](const Factors& factors, double old, double drive,
+                                    double slope) {
+    const double held = factors.state * old + factors.constant * drive;
+    if (!sloped) return held;
+    return held + (factors.constant * passed + factors.slope) * slope;
   };
   const Factors* resonance = step.resonances.data();
   for (size_t i = 0; i < observers.size(); ++i) {
@@ -163,23 +192,11 @@ void Network::advance(int64_t milliseconds) {
   }
   for (size_t mode = 0; mode < numbers.nodes; ++mode)
     state[mode] = after(step.modes[mode], state[mode], drives[mode], driveSlopes[mode]);
-
-  goAlongSlopes(static_cast<double>(milliseconds) / 1000);
-}
-
-void Network::goAlongSlopes(double seconds) {
-  ambient += ambientSlope * seconds;
-  for (size_t node = 0; node < numbers.nodes; ++node)
-    powers[node] += powerSlopes[node] * seconds;
-  for (size_t mode = 0; mode < numbers.nodes; ++mode)
-    drives[mode] += driveSlopes[mode] * seconds;
-  for (Observer& observer : observers)
-    observer.drive += observer.driveSlope * seconds;
 }
 
 double Network::temperature(size_t node) const {
   const double own = node < numbers.nodes ? 0 : observers[node - numbers.nodes].part;
-  return ambient + own + aboveAmbient(node);
+  return presentAmbient() + own + aboveAmbient(node);
 }
 
 // But for the part of an observer that is its own.
@@ -213,11 +230,10 @@ Network::Step Network::stepOf(double seconds) const {
   return step;
 }
 
-const Network::Step& Network::keptStep(int64_t milliseconds) {
-  const auto known = steps.find(milliseconds);
+const Network::Step& Network::keptStep(int64_t length) {
+  const auto known = steps.find(length);
   if (known != steps.end()) return known->second;
   const size_t factors = numbers.nodes + observers.size();
   if (steps.size() * factors > kFactorsKept) steps.clear();
-  return steps.emplace(milliseconds, stepOf(static_cast<double>(milliseconds) / 1000))
-      .first->second;
+  return steps.emplace(length, stepOf(static_cast<double>(length) / 1000)).first->second;
 }

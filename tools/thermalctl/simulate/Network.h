@@ -34,15 +34,17 @@ public:
   // To be called once all of the above is set; observers start at their node's temperature.
   void start(const std::vector<double>& nodeTemperatures, double ambient);
 
-  // What holds from the present time on. A slope holds until it is set anew.
+  // What holds from now on. A slope holds until it is set anew.
   void setAmbient(double celsius, double kelvinPerSecond = 0);
   void setPower(size_t node, double watts, double wattsPerSecond = 0);
   void addPower(size_t node, double watts, double wattsPerSecond = 0);
 
-  // In proportion to the number of nodes and observers for a length of step that has come before;
-  // the first one of a length costs an exponential for each of them, and the first one after new
-  // powers a product of a matrix with a vector.
-  void advance(int64_t milliseconds);
+  // By so many milliseconds: in proportion to the number of nodes and observers for a length of
+  // step that has come before; the first one of a length costs an exponential for each of them, and
+  // the first one after new powers a product of a matrix with a vector.
+  void advance(int64_t length);
+  // To where a slope ends between two milliseconds; the length of such a step is not kept.
+  void advanceBy(double seconds);
 
   // In proportion to the number of nodes.
   double temperature(size_t node) const;
@@ -73,10 +75,13 @@ private:
   const double* row(size_t node) const { return rows.data() + node * numbers.nodes; }
   double aboveAmbient(size_t node) const;
   void addObserverRow(Observer& observer);
+  double sinceSet() const { return static_cast<double>(milliseconds) / 1000 + beyond; }
+  double presentAmbient() const { return ambient + ambientSlope * sinceSet(); }
+  void setFromNowOn();
   void updateDrives();
-  void goAlongSlopes(double seconds);
+  void apply(const Step& step);
   Step stepOf(double seconds) const;
-  const Step& keptStep(int64_t milliseconds);
+  const Step& keptStep(int64_t length);
 
   NetworkNumbers numbers;
   std::vector<Observer> observers;
@@ -85,11 +90,17 @@ private:
   std::vector<double> rows;
   std::vector<double> evenly; // the modes at one kelvin above the ambient everywhere
 
+  // What was set last, and for how long it has gone along its slopes: nothing is added up on the
+  // way.
   double ambient = 0;
   double ambientSlope = 0;
   std::vector<double> powers, powerSlopes; // by node
-  std::vector<double> state;               // of the modes
   std::vector<double> drives, driveSlopes; // by mode
+  int64_t milliseconds = 0;
+  double beyond = 0; // of these, in seconds
   bool drivesAreOld = true;
+  bool sloped = false;
+
+  std::vector<double> state; // of the modes
   std::unordered_map<int64_t, Step> steps;
 };

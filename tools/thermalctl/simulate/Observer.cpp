@@ -1,12 +1,14 @@
 #include "simulate/Observer.h"
 
+#include <cmath>
+
 #include "device/Device.h"
 #include "sensor/Algo.h"
 
 Observer::Observer(const RunInput& input_, const VirtualDaemon& daemon_, Plant& plant_,
                    TraceSink& sink_)
     : input(input_), daemon(daemon_), plant(plant_), sink(sink_),
-      shownAt(input_.plant.nodes.size(), -1) {
+      shownAt(input_.plant.nodes.size(), -1), shownPowers(input_.plant.sources.size(), -1) {
   // In the description's order, which goes through a registry of the same names: an index fits
   // both.
   for (const auto& [name, device] : daemon.devices) {
@@ -73,12 +75,25 @@ void Observer::temperatures(int64_t now, const SensorWorker& worker) {
 void Observer::nodes(int64_t now) {
   for (size_t node = 0; node < shownAt.size(); ++node)
     showNode(now, node);
+  rampsAreDue = plant.ramps();
 }
 
 void Observer::showNode(int64_t now, size_t node) {
   if (shownAt[node] == now) return;
   shownAt[node] = now;
   sink.temperature(now, input.firstNode() + node, millidegreesOf(plant.temperature(node)));
+}
+
+void Observer::powers(int64_t now) {
+  if (plant.powerChanges() == shownChanges && !rampsAreDue) return;
+  shownChanges = plant.powerChanges();
+  rampsAreDue = false;
+  for (size_t source = 0; source < shownPowers.size(); ++source) {
+    const auto microwatts = static_cast<int64_t>(std::llround(plant.watts(source) * 1e6));
+    if (microwatts == shownPowers[source]) continue;
+    shownPowers[source] = microwatts;
+    sink.power(now, source, microwatts);
+  }
 }
 
 void Observer::standstill(int64_t now) {

@@ -34,6 +34,9 @@ public:
   void temperatures(int64_t now, const SensorWorker& worker);
   // What the plant's nodes have.
   void nodes(int64_t now);
+  // What the sources give off once all that happens at that time has happened. Along a ramp that is
+  // told as often as the nodes are.
+  void powers(int64_t now);
   // The daemon samples nothing any more.
   void standstill(int64_t now);
 
@@ -58,6 +61,9 @@ private:
   std::vector<std::pair<const Device*, int32_t>> devices; // with the level last shown
   std::string shownConfiguration;
   std::string shownScenario;
-  std::vector<int64_t> shownAt; // when a node was shown last
+  std::vector<int64_t> shownAt;     // when a node was shown last
+  std::vector<int64_t> shownPowers; // of the sources, in microwatts
+  uint64_t shownChanges = 0;        // of the powers, which are looked at only behind one
+  bool rampsAreDue = false;
   size_t retired = 0; // how many of the items are those of a configuration that is being replaced
 };

@@ -4,6 +4,17 @@
 #include <cmath>
 #include <limits>
 
+namespace {
+
+// A load this close to what a speed can do has reached it: what calculating leaves of the distance.
+constexpr double kReached = 1e-13;
+
+double secondsOf(int64_t milliseconds) {
+  return static_cast<double>(milliseconds) / 1000;
+}
+
+} // namespace
+
 int32_t millidegreesOf(double celsius) {
   return static_cast<int32_t>(std::clamp<double>(std::round(celsius * 1000),
                                                  std::numeric_limits<int32_t>::min(),
@@ -18,8 +29,7 @@ Plant::Plant(const PlantDescription& description, uint64_t seed)
   for (size_t i = 0; i < plant.probes.size(); ++i)
     noise.emplace_back(seeds.next());
   for (size_t i = 0; i < sources.size(); ++i) {
-    sources[i].load = plant.sources[i].load.value_or(0);
-    update(i);
+    setLoad(i, plant.sources[i].load.value_or(0));
   }
 }
 
@@ -42,13 +52,23 @@ Network Plant::networkOf(const PlantDescription& plant, std::vector<size_t>& obs
   return network;
 }
 
-void Plant::setAmbient(double celsius) {
-  network.setAmbient(celsius);
+void Plant::setAmbient(double celsius, double slope) {
+  network.setAmbient(celsius, slope);
 }
 
-void Plant::setLoad(size_t source, double load) {
-  sources[source].load = load;
-  update(source);
+void Plant::setLoad(size_t source, double load, double slope) {
+  give(source, {{load, slope}, now, false});
+}
+
+void Plant::setWatts(size_t source, double watts, double slope) {
+  give(source, {{watts, slope}, now, true});
+}
+
+void Plant::give(size_t source, const Given& given) {
+  sources[source].given = given;
+  anyRamp = std::any_of(sources.begin(), sources.end(),
+                        [](const Source& each) { return each.given.line.slope != 0; });
+  change(source);
 }
 
 void Plant::setLevel(size_t device, int32_t level) {
@@ -58,21 +78,56 @@ void Plant::setLevel(size_t device, int32_t level) {
     if (source.device == device) sources[i].level = static_cast<size_t>(level);
     if (source.cores && source.cores->device == device)
       sources[i].cores = static_cast<size_t>(level);
-    update(i);
+    change(i);
   }
 }
 
 void Plant::advanceTo(int64_t time) {
   if (time == now) return;
+  const double length = secondsOf(time - now);
   updatePowers();
-  network.advance(time - now);
-  const double seconds = static_cast<double>(time - now) / 1000;
-  for (size_t i = 0; i < sources.size(); ++i) {
-    if (!plant.sources[i].work) continue;
-    sources[i].demanded += sources[i].load * seconds;
-    sources[i].delivered += sources[i].rate * seconds;
+  for (double bend = nextBend(); beyond + bend < length; bend = nextBend()) {
+    network.advanceBy(bend);
+    addUp(bend);
+    beyond += bend;
+    followRamps();
+    updatePowers();
   }
+  if (beyond == 0)
+    network.advance(time - now);
+  else
+    network.advanceBy(length - beyond);
+  addUp(length - beyond);
   now = time;
+  beyond = 0;
+  followRamps();
+}
+
+double Plant::nextBend() const {
+  double next = std::numeric_limits<double>::infinity();
+  if (!anyRamp) return next;
+  for (const Source& source : sources)
+    next = std::min(next, source.bend);
+  return next;
+}
+
+void Plant::addUp(double seconds) {
+  for (Source& source : sources) {
+    source.joules += source.watts.over(seconds);
+    source.demanded += source.load.over(seconds);
+    source.delivered += source.rate.over(seconds);
+  }
+}
+
+// The network goes along the slopes by itself, until one changes.
+void Plant::followRamps() {
+  if (!anyRamp) return;
+  for (size_t i = 0; i < sources.size(); ++i) {
+    if (sources[i].given.line.slope == 0) continue;
+    const double slope = sources[i].watts.slope;
+    update(i);
+    powersChanged |= sources[i].watts.slope != slope;
+  }
 }
 
 int32_t Plant::reading(size_t probe) {
@@ -86,11 +141,16 @@ int32_t Plant::reading(size_t probe) {
 
 std::vector<Performance> Plant::performance() const {
   std::vector<Performance> all;
-  for (size_t i = 0; i < sources.size(); ++i) {
-    if (plant.sources[i].work)
-      all.push_back({plant.sources[i].name, sources[i].demanded, sources[i].delivered});
-  }
+  for (size_t i = 0; i < sources.size(); ++i)
+    all.push_back(
+        {plant.sources[i].name, sources[i].demanded, sources[i].delivered, sources[i].joules});
   return all;
+}
+
+void Plant::change(size_t source) {
+  update(source);
+  powersChanged = true;
+  ++changes;
 }
 
 // A source gives off its idle power always, and for the share of time that it is busy that of its
@@ -98,17 +158,37 @@ std::vector<Performance> Plant::performance() const {
 void Plant::update(size_t index) {
   const PlantDescription::Source& source = plant.sources[index];
   Source& state = sources[index];
-  const double share = source.cores ? source.cores->values[state.cores] : 1;
-  double busy = state.load;
-  if (source.work) {
-    // Work that a lower speed delays keeps the source busy for longer, until it is busy all the
-    // time.
-    const double speed = source.speed[state.level] * share;
-    state.rate = std::min(state.load, speed);
-    busy = state.load <= 0 ? 0 : speed <= state.load ? 1 : state.load / speed;
+  const Line& line = state.given.line;
+  const double passed = secondsOf(now - state.given.since) + beyond;
+  const Line present = {line.value + line.slope * passed, line.slope};
+  if (state.given.measured) {
+    state.watts = present;
+    state.load = state.rate = {};
+    return;
   }
-  state.watts = source.idle + busy * share * source.watts[state.level];
-  powersChanged = true;
+  const double share = source.cores ? source.cores->values[state.cores] : 1;
+  Line busy = present;
+  if (source.work) {
+    state.load = present;
+    busy = work(state, source.speed[state.level] * share);
+  }
+  const double full = share * source.watts[state.level];
+  state.watts = {source.idle + busy.value * full, busy.slope * full};
+}
+
+// Work that a lower speed delays keeps the source busy for longer, until it is busy all the time.
+// Returns the share of time.
+Plant::Line Plant::work(Source& source, double speed) {
+  const Line& load = source.load;
+  const double left = speed - load.value;
+  const bool reached = load.slope != 0 && std::abs(left) <= kReached;
+  const bool isFull = reached ? load.slope > 0 : left <= 0;
+  const double bend = left / load.slope;
+  source.bend = reached || !(bend > 0) ? std::numeric_limits<double>::infinity() : bend;
+  source.rate = isFull ? Line{speed, 0} : load;
+  if (load.value <= 0 && load.slope <= 0) return {0, 0};
+  if (isFull || speed <= 0) return {1, 0};
+  return {load.value / speed, load.slope / speed};
 }
 
 void Plant::updatePowers() {
@@ -117,7 +197,7 @@ void Plant::updatePowers() {
     network.setPower(i, 0);
   for (size_t i = 0; i < sources.size(); ++i) {
     for (const auto& [node, share] : plant.sources[i].heats)
-      network.addPower(node, share * sources[i].watts);
+      network.addPower(node, share * sources[i].watts.value, share * sources[i].watts.slope);
   }
   powersChanged = false;
 }

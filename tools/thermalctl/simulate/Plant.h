@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "simulate/Network.h"
@@ -15,10 +16,12 @@ int32_t millidegreesOf(double celsius);
 // The board's heat in time: what the sources give off at the devices' levels and the workload's
 // loads, and what the sensors read of it.
 //
-// Shape:  between two changes everything is constant: whoever changes something first goes on to
-//         the time of the change.
-// Units:  degrees Celsius, the load as a share of 1, levels as indices into a device's table; time
-//         in milliseconds.
+// Shape:  between two changes everything is constant or goes along a straight line: whoever changes
+//         something first goes on to the time of the change.
+// Units:  degrees Celsius, the load as a share of 1, watts, slopes of these per second; levels as
+//         indices into a device's table; time in milliseconds.
+// Exact:  a source whose load rises past what its speed can do is busy all the time from there on:
+//         where its power bends, between two milliseconds, a step ends.
 // Errors: nothing is checked; `description` must be one that `readPlant` found no problem in. It
 //         must outlive the plant.
 // Source: the plant file; the noise comes of `seed` alone.
@@ -27,8 +30,10 @@ public:
   Plant(const PlantDescription& description, uint64_t seed);
 
   // What holds from the present time on.
-  void setAmbient(double celsius);
-  void setLoad(size_t source, double load);
+  void setAmbient(double celsius, double slope = 0);
+  void setLoad(size_t source, double load, double slope = 0);
+  // Measured: all that the source gives off, whatever its level, load and idle power.
+  void setWatts(size_t source, double watts, double slope = 0);
   void setLevel(size_t device, int32_t level);
 
   // Goes on to `time`, which must not lie before the present one.
@@ -39,23 +44,53 @@ public:
   // What the probe's sensor reads now, in millidegrees. Every reading has noise of its own.
   int32_t reading(size_t probe);
 
-  // Of every source that works, up to the present time.
+  // What a source gives off from now on, and how often that of any has been set anew. Along a ramp
+  // it changes without that.
+  double watts(size_t source) const { return sources[source].watts.value; }
+  uint64_t powerChanges() const { return changes; }
+  bool ramps() const { return anyRamp; }
+
+  // Of every source, up to the present time.
   std::vector<Performance> performance() const;
 
 private:
+  // A value and how it goes on.
+  //
+  // Units: `slope` per second.
+  struct Line {
+    double over(double seconds) const { return (value + slope * seconds / 2) * seconds; }
+
+    double value = 0;
+    double slope = 0;
+  };
+  // What the workload gives a source: its load, or its watts as they were measured.
+  //
+  // Units: `since` in milliseconds.
+  struct Given {
+    Line line;
+    int64_t since = 0;
+    bool measured = false;
+  };
   struct Source {
-    double load = 0;
+    Given given;
     size_t level = 0;
     size_t cores = 0;
     double demanded = 0;
     double delivered = 0;
-    // What the three above and the description make of it.
-    double rate = 0;
-    double watts = 0;
+    double joules = 0;
+    // What the three above and the description make of it, at present.
+    Line load, rate, watts;
+    double bend = std::numeric_limits<double>::infinity(); // seconds until its slopes change
   };
 
   static Network networkOf(const PlantDescription& plant, std::vector<size_t>& observed);
+  void give(size_t source, const Given& given);
+  void change(size_t source);
   void update(size_t source);
+  static Line work(Source& source, double speed);
+  void followRamps();
+  double nextBend() const;
+  void addUp(double seconds);
   void updatePowers();
 
   const PlantDescription& plant;
@@ -65,5 +100,8 @@ private:
   std::vector<Random> noise; // by probe
   std::vector<Source> sources;
   bool powersChanged = true;
+  bool anyRamp = false; // of a source
+  uint64_t changes = 0;
   int64_t now = 0;
+  double beyond = 0; // in seconds, within a step
 };

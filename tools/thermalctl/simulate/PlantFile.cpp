@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 
 #include "simulate/Network.h"
-#include "simulate/Numbers.h"
 #include "text/Nearest.h"
+#include "text/Numbers.h"
 #include "text/Phrases.h"
 #include "text/Temperature.h"
 #include "toml/TomlSection.h"
@@ -22,7 +22,6 @@ constexpr char kAmbientNode[] = "ambient";
 constexpr TomlSection::Bounds kTemperature = {kColdest, kHottest, "degrees Celsius"};
 constexpr TomlSection::Bounds kCapacity = {1e-6, 1e9, "J/K"};
 constexpr TomlSection::Bounds kResistance = {1e-9, 1e9, "K/W"};
-constexpr double kMostWatts = 1e6;
 constexpr TomlSection::Bounds kPower = {0, kMostWatts, "W"};
 constexpr TomlSection::Bounds kLag = {1e-6, 1e6, "seconds", true};
 // Finer than a millidegree no reading is.
@@ -54,10 +53,11 @@ std::vector<std::string> realSensors(const TraceDescription& board) {
   return names;
 }
 
-// The columns of a workload that are not sources.
+// The columns of a workload that are not sources' loads.
 bool isColumn(const std::string& name) {
+  const auto begins = [&name](const char* word) { return name.rfind(word, 0) == 0; };
   return name == "time" || name == kAmbientNode || name == "scenario" || name == "configuration" ||
-         name.rfind("fault ", 0) == 0;
+         begins("fault ") || begins("watts ") || begins("ramp ");
 }
 
 class PlantReader {

@@ -8,6 +8,9 @@
 #include "toml/Problems.h"
 #include "trace/Trace.h"
 
+// The most that a source may give off.
+constexpr double kMostWatts = 1e6;
+
 // What a plant file says about the board, its names resolved to indices.
 //
 // Shape:  in the order of the file. Every real sensor of the board has one probe, and from every

@@ -10,18 +10,21 @@
 #include "toml/Problems.h"
 #include "trace/Trace.h"
 
-// One thing that changes at one time and then holds.
+// One thing that changes at one time, and then holds or goes on along its slope until it is changed
+// again.
 //
-// Shape:  `kind` says which of `index`, `value` and `word` have a meaning.
+// Shape:  `kind` says which of `index`, `value`, `slope` and `word` have a meaning.
 // Units:  `time` in milliseconds since the workload's start, or that of its present repetition;
-//         `value` in degrees Celsius or as a share of 1. `at` is the place in the file.
+//         `value` in degrees Celsius, as a share of 1 or in watts, `slope` in these per second.
+//         `at` is the place in the file.
 // Errors: whether there is a scenario or a configuration of that name is for `readInputs` to say.
 struct Change {
-  enum class Kind { kAmbient, kLoad, kScenario, kConfiguration, kFault };
+  enum class Kind { kAmbient, kLoad, kWatts, kScenario, kConfiguration, kFault };
   int64_t time = 0; // in milliseconds
   Kind kind = Kind::kAmbient;
-  size_t index = 0; // of a source of the plant (kLoad) or of one of its probes (kFault)
-  double value = 0; // degrees Celsius (kAmbient, kFault) or a share (kLoad)
+  size_t index = 0; // of a source of the plant (kLoad, kWatts) or of one of its probes (kFault)
+  double value = 0; // degrees Celsius (kAmbient, kFault), a share (kLoad) or watts (kWatts)
+  double slope = 0; // of a value that ramps
   std::string word; // of a control file, or the kind of a fault
   Span at{};
 };
@@ -43,8 +46,8 @@ constexpr std::array<const char*, 4> kWords = {kNone, kStuck, kUnreadable, kNons
 // What happens on the device in the course of a run.
 //
 // Shape:  in the order of the times, and at one time in that of the file. Every source has a load
-//         from time 0 on, from here or from the plant. A cell that a short row lacks is an empty
-//         one, or the row has lost a comma: whoever shows the run tells so.
+//         from time 0 on, from here or from the plant, or watts in its place. A cell that a short
+//         row lacks is an empty one, or the row has lost a comma: whoever shows the run tells so.
 // Units:  milliseconds; `repeat` lies behind every change.
 // Errors: promised only if `readWorkload` has told no problem.
 // Source: a file of the board's workloads, or one of the user's.

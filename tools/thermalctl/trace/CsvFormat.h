@@ -14,6 +14,7 @@
 //   plant          node           millidegrees
 //   level          device         level            entry of the level table
 //   algorithm      algorithm      level or step    scenario
+//   power          source         microwatts
 //   scenario       its name
 //   configuration  its name
 //   gap            sensor or none   milliseconds
@@ -35,6 +36,7 @@ constexpr char kTemperature[] = "temperature";
 constexpr char kPlant[] = "plant";
 constexpr char kLevel[] = "level";
 constexpr char kAlgorithm[] = "algorithm";
+constexpr char kPower[] = "power";
 constexpr char kScenario[] = "scenario";
 constexpr char kConfiguration[] = "configuration";
 constexpr char kGap[] = "gap";

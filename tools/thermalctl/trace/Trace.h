@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "trace/Budget.h"
+
 // What a run of the daemon shows, simulated or read from a log: first who takes part, then events
 // in the order of time.
 //
@@ -24,7 +26,9 @@ struct SensorTrack {
   std::string name;
   Kind kind = Kind::kReal;
   std::optional<uint32_t> period; // between two samples, if it is known
-  std::optional<int32_t> limit;   // which the temperature must not pass
+  std::optional<int32_t> limit;   // the lowest that the temperature must never pass
+
+  bool isNode() const { return kind == Kind::kPlantNode; }
 };
 
 // One device and what its levels mean.
@@ -66,14 +70,16 @@ struct AlgorithmTrack {
   bool lowactive = false;
 };
 
-// A source of heat that does work, and how much of the work asked for was done.
+// What a source of heat has given off in a run and, if it does work, how much of the work asked for
+// was done.
 //
-// Units: load times seconds, with load as the share of the source's full speed: a CPU that is asked
-//        for half of what it can do over ten seconds has a demand of 5.
+// Units: work in load times seconds, with load as the share of the source's full speed: a CPU that is
+//        asked for half of what it can do over ten seconds has a demand of 5. Heat in joules.
 struct Performance {
   std::string source;
-  double demanded = 0; // both in the plant's unit of load times seconds
+  double demanded = 0; // both 0 for a source that does no work
   double delivered = 0;
+  double joules = 0;
 };
 
 // Who takes part in a run, told to a sink before the first event.
@@ -87,8 +93,15 @@ struct TraceDescription {
   std::vector<DeviceTrack> devices;
   // Those of every configuration that can come in force, in whatever scenario.
   std::vector<AlgorithmTrack> algorithms;
+  std::vector<std::string> sources; // of heat, each name once; none where no plant is known
+  std::vector<Budget> budgets;      // each once
   // How long the run will be, if that is known before its end.
   std::optional<int64_t> duration;
+
+  // Adds a budget, unless it is there.
+  void hold(const Budget& budget);
+  // A limit that one of the sensors is held to, whatever name it bears.
+  void hold(SensorTrack& sensor, Budget limit);
 };
 
 // Takes one run after the other: `begin`, events of which none is earlier than the one before it,
@@ -96,9 +109,11 @@ struct TraceDescription {
 // recording with it.
 //
 // Shape:   at time 0 there is a `configuration`, a `scenario` and a `level` for every device with a
-//          table, if they are known; an algorithm is asleep until its first event. Indices are
-//          those of the description, which a sink copies if it needs it after `begin`.
-// Units:   times in milliseconds since the start of the run, temperatures in millidegrees Celsius.
+//          table, if they are known, and a `power` for every source; an algorithm is asleep until
+//          its first event. Indices are those of the description, which a sink copies if it needs
+//          it after `begin`.
+// Units:   times in milliseconds since the start of the run, temperatures in millidegrees Celsius,
+//          power in microwatts.
 // Errors:  a sink tells of no failure here. One that writes to a stream leaves it to the stream's
 //          owner to ask how that went.
 // Threads: one, the caller's.
@@ -121,6 +136,8 @@ public:
   // The level (the step count of a step algorithm) that an awake algorithm went to, from 0 on, or
   // kAsleep.
   virtual void algorithm(int64_t /*time*/, size_t /*algorithm*/, int32_t /*level*/) {}
+  // What a source gives off from now on, told when it changes.
+  virtual void power(int64_t /*time*/, size_t /*source*/, int64_t /*microwatts*/) {}
   virtual void scenario(int64_t /*time*/, const std::string& /*name*/) {}
   virtual void configuration(int64_t /*time*/, const std::string& /*name*/) {}
   // Nothing is known of the time between the two, in which no event lies, nor of `sensor` alone; it

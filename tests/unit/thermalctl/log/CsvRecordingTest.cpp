@@ -40,6 +40,7 @@ TEST(CsvRecordingTest, PlaysBackWhatWasWritten) {
   algorithm.configuration = "day.conf";
   algorithm.scenario = "Default";
   run.algorithms.push_back(algorithm);
+  run.sources = {"gpu", "the panel"};
   const auto perform = [&run](TraceSink& sink) {
     sink.begin(run);
     sink.configuration(0, "day.conf");
@@ -47,6 +48,7 @@ TEST(CsvRecordingTest, PlaysBackWhatWasWritten) {
     sink.level(0, 0, 0, "850");
     sink.temperature(0, 0, 61250);
     sink.temperature(0, 1, -500);
+    sink.power(0, 1, 3'000'000'000);
     sink.algorithm(250, 0, 1);
     sink.configuration(400, "night.conf");
     sink.algorithm(500, 0, TraceSink::kAsleep);
@@ -62,7 +64,7 @@ TEST(CsvRecordingTest, PlaysBackWhatWasWritten) {
     perform(writer);
   }
   TraceLines again;
-  EXPECT_EQ(played(csv.str(), "", again), Lines{"1 simulated run in 11 lines"});
+  EXPECT_EQ(played(csv.str(), "", again), Lines{"1 simulated run in 12 lines"});
   EXPECT_EQ(again.lines, original.lines);
   EXPECT_EQ(again.run.sensors[1].kind, SensorTrack::Kind::kPlantNode);
 }

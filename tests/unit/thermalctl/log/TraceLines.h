@@ -23,6 +23,9 @@ public:
     add(time, "algorithm " + track.name + " (" + track.configuration + ", " + track.scenario +
                   ") " + (level == kAsleep ? "asleep" : std::to_string(level)));
   }
+  void power(int64_t time, size_t source, int64_t microwatts) override {
+    add(time, "power " + run.sources.at(source) + " " + std::to_string(microwatts));
+  }
   void scenario(int64_t time, const std::string& name) override { add(time, "scenario " + name); }
   void configuration(int64_t time, const std::string& name) override {
     add(time, "configuration " + name);

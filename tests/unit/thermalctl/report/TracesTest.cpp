@@ -18,6 +18,7 @@ TraceDescription smallBoard(const std::string& name) {
   algorithm.name = "cap";
   algorithm.scenario = "Default";
   run.algorithms.push_back(algorithm);
+  run.sources = {"gpu"};
   return run;
 }
 
@@ -28,6 +29,7 @@ void play(TraceSink& sink, const TraceDescription& run) {
   sink.level(0, 0, 0, "850");
   sink.temperature(0, 0, 61250);
   sink.temperature(0, 1, -500);
+  sink.power(0, 0, 2'500'001);
   sink.algorithm(250, 0, 0);
   sink.algorithm(250, 0, 1);
   sink.level(250, 0, 1, "760");
@@ -50,6 +52,7 @@ TEST(CsvTraceTest, HasALineForEachEvent) {
                                       "day,0,level,gpu,0,850\n"
                                       "day,0,temperature,gpu,61250,\n"
                                       "day,0,plant,case,-500,\n"
+                                      "day,0,power,gpu,2500001,\n"
                                       "day,250,algorithm,cap,0,Default\n"
                                       "day,250,algorithm,cap,1,Default\n"
                                       "day,250,level,gpu,1,760\n"
@@ -115,12 +118,13 @@ TEST_F(EventTraceTest, IsJsonWithoutAnyRun) {
   EXPECT_EQ(played({})["traceEvents"], nlohmann::json::array());
 }
 
-TEST_F(EventTraceTest, HasTemperaturesInDegreesAndLevelsAsCounters) {
+TEST_F(EventTraceTest, HasTemperaturesInDegreesLevelsAndWattsAsCounters) {
   const nlohmann::json trace = played({smallBoard("day")});
   EXPECT_EQ(pick(trace, "C", {"ts", "name", "args"}), nlohmann::json::parse(R"([
       [0, "gpu, level", {"value": 0}],
       [0, "gpu, degrees C", {"value": 61.25}],
       [0, "case of the plant, degrees C", {"value": -0.5}],
+      [0, "gpu, W", {"value": 2.500001}],
       [250000, "gpu, level", {"value": 1}]])"));
 }
 

@@ -103,6 +103,27 @@ TEST_F(EngineTest, TheDevicesLevelChangesTheHeat) {
   EXPECT_EQ(trace.temperatures.back(), "599900 cpu 65000");
 }
 
+TEST_F(EngineTest, ASourcesPowerIsToldWhenItChanges) {
+  files.plant += "[source.gpu]\nnode = \"die\"\ndevice = \"gpu\"\nwatts = [10, 4, 1, 0]\n"
+                 "idle_watts = 0.000002\n[source.radio]\nnode = \"die\"\nwatts = 2\nload = 1\n";
+  files.workload = "time,gpu,fault cpu\n0,0.1,20\n0,1,\n0.5,0.5,\n0.7,,60\n1.5,0.5,\n2,0,20\n";
+  const SeenRun trace = runFor(2500);
+  EXPECT_EQ(trace.powers, (Lines{"0 gpu 10000002", "0 radio 2000000", "500 gpu 5000002",
+                                 "700 gpu 2000002", "2000 gpu 2"}));
+  ASSERT_EQ(trace.performance.size(), 2U);
+  EXPECT_NEAR(trace.performance[0].joules, 5 + 1 + 2.6 + 2.5 * 2e-6, 1e-9);
+  EXPECT_NEAR(trace.performance[1].joules, 5, 1e-9);
+}
+
+TEST_F(EngineTest, APowerThatRampsIsToldEachSecond) {
+  files.plant += "[source.radio]\nnode = \"die\"\nwatts = 2\n";
+  files.workload = "time,ramp watts radio\n0,1\n2.5,2\n";
+  const SeenRun trace = runFor(5000);
+  EXPECT_EQ(trace.powers, (Lines{"0 radio 1000000", "1000 radio 1400000", "2000 radio 1800000",
+                                 "2500 radio 2000000"}));
+  EXPECT_NEAR(trace.performance[0].joules, 2.5 * 1.5 + 2.5 * 2, 1e-9);
+}
+
 TEST_F(EngineTest, AScenarioComesInForceInTheCycleAfterTheOneThatReadsIt) {
   files.configuration =
       "SCEN Default\n" + monitor("day", "300", "1") + "SCEN game\n" + monitor("play", "300", "2");

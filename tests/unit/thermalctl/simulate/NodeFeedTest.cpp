@@ -21,7 +21,7 @@ protected:
   }
 
   void give(const char* word, double value = 0) {
-    feed.setFault({0, Change::Kind::kFault, 0, value, word, {}});
+    feed.setFault({0, Change::Kind::kFault, 0, value, 0, word, {}});
   }
 
   LogSwitchedOff noLog;

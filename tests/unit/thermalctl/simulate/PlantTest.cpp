@@ -184,9 +184,172 @@ TEST_F(PlantTest, PerformanceIsTheWorkDoneOfThatAskedFor) {
   EXPECT_NEAR(performance[0].delivered, 13, kTolerance);
 }
 
-TEST_F(PlantTest, ASourceThatDoesNoWorkHasNoPerformance) {
-  addSource().load = 1;
-  EXPECT_TRUE(Plant(description, 1).performance().empty());
+TEST_F(PlantTest, PerformanceIsTheHeatOfEverySource) {
+  addSource().load = 0.5;
+  description.sources[0].idle = 0.25;
+  description.sources[0].device = 0;
+  description.sources[0].watts = {4, 1};
+  Plant plant(description, 1);
+  plant.advanceTo(10'000);
+  plant.setLevel(0, 1);
+  plant.advanceTo(12'500);
+  const std::vector<Performance> performance = plant.performance();
+  ASSERT_EQ(performance.size(), 1U);
+  EXPECT_EQ(performance[0].demanded, 0) << "it does no work";
+  EXPECT_NEAR(performance[0].joules, 10 * 2.25 + 2.5 * 0.75, kTolerance);
+  EXPECT_NEAR((plant.temperature(0) - 40.1234) * kCapacity, performance[0].joules, kTolerance);
+}
+
+// A node of 30 s to the ambient, and what its equation gives by hand.
+class PlantRampTest : public PlantTest {
+protected:
+  static constexpr double kTau = 30;
+  static constexpr double kOhm = 6; // K/W
+
+  PlantRampTest() {
+    description.nodes = {{"die", kTau / kOhm, 40}};
+    description.resistances = {{0, {}, kOhm}};
+    PlantDescription::Source& source = addSource();
+    source.device = 0;
+    source.watts = {4, 3};
+    source.speed = {1, 0.4};
+    source.work = true;
+    source.idle = 0.25;
+  }
+
+  // The temperature behind a stretch in which power and ambient go along straight lines.
+  static double after(double celsius, double seconds, double watts, double wattsSlope,
+                      double ambient = 25, double ambientSlope = 0) {
+    const double decay = std::exp(-seconds / kTau);
+    const double level = ambient + kOhm * watts;
+    const double slope = ambientSlope + kOhm * wattsSlope;
+    return level + slope * (seconds - kTau) + (celsius - level + slope * kTau) * decay;
+  }
+
+  static void expectNear(double value, double wanted) {
+    EXPECT_NEAR(value, wanted, 1e-9 * std::abs(wanted));
+  }
+};
+
+TEST_F(PlantRampTest, ALoadThatRisesFillsTheSourceBetweenTwoMilliseconds) {
+  Plant plant(description, 1);
+  plant.setLevel(0, 1);
+  const double slope = 1 / 77.001;
+  plant.setLoad(0, 0, slope);
+  const double bend = 0.4 / slope; // where it is as busy as it can be, at 30.8004 s
+  const double there = after(40, bend, 0.25, 3 * slope / 0.4);
+  plant.advanceTo(30'800);
+  expectNear(plant.temperature(0), after(40, 30.8, 0.25, 3 * slope / 0.4));
+  EXPECT_NEAR(plant.watts(0), 0.25 + 3 * slope / 0.4 * 30.8, 1e-12);
+  plant.advanceTo(30'801);
+  expectNear(plant.temperature(0), after(there, 30.801 - bend, 3.25, 0));
+  EXPECT_EQ(plant.watts(0), 3.25);
+  plant.advanceTo(77'001);
+  expectNear(plant.temperature(0), after(there, 77.001 - bend, 3.25, 0));
+  const Performance done = plant.performance()[0];
+  expectNear(done.demanded, 77.001 / 2);
+  expectNear(done.delivered, 0.4 * bend / 2 + 0.4 * (77.001 - bend));
+  expectNear(done.joules, 0.25 * 77.001 + 3 * bend / 2 + 3 * (77.001 - bend));
+}
+
+TEST_F(PlantRampTest, ALoadThatFallsLeavesTheSourceIdleBetweenTwoMilliseconds) {
+  Plant plant(description, 1);
+  plant.setLevel(0, 1);
+  const double slope = -0.9 / 50.003;
+  plant.setLoad(0, 0.9, slope);
+  plant.advanceTo(50'003);
+  const double bend = (0.4 - 0.9) / slope;
+  const double there = after(40, bend, 3.25, 0);
+  expectNear(plant.temperature(0), after(there, 50.003 - bend, 3.25, 3 * slope / 0.4));
+  EXPECT_NEAR(plant.watts(0), 0.25, 1e-12);
+}
+
+TEST_F(PlantRampTest, ALevelChangesTheSlopeOfThePower) {
+  Plant plant(description, 1);
+  plant.setLoad(0, 0.1, 0.002);
+  plant.advanceTo(40'000);
+  plant.setLevel(0, 1);
+  plant.advanceTo(60'000);
+  const double there = after(40, 40, 0.25 + 0.4, 0.008);
+  expectNear(plant.temperature(0), after(there, 20, 0.25 + 3 * 0.18 / 0.4, 3 * 0.002 / 0.4));
+}
+
+TEST_F(PlantRampTest, SeveralSourcesBendEachAtItsTime) {
+  description.sources.push_back(description.sources[0]);
+  description.sources[1].device = 1;
+  description.sources[1].speed = {1, 0.6};
+  description.nodes.push_back({"room", 1, 25});
+  description.resistances.push_back({1, {}, 1});
+  Plant plant(description, 1);
+  plant.setLevel(0, 1);
+  plant.setLevel(1, 1);
+  plant.setLoad(0, 0, 1 / 77.001);
+  plant.setLoad(1, 1, -1 / 77.001);
+  plant.advanceTo(77'001);
+  const double first = 0.4 * 77.001; // both bend there but for that, the other one later on
+  const double rising = 3 / 0.4 / 77.001;
+  const double falling = -3 / 0.6 / 77.001;
+  double wanted = after(40, first, 0.25 + 3.25, rising);
+  wanted = after(wanted, 77.001 - first, 3.25 + 3.25, falling);
+  expectNear(plant.temperature(0), wanted);
+}
+
+TEST_F(PlantRampTest, AStepMayBeCutAnywhere) {
+  description.probes[0].lag = 12;
+  Plant whole(description, 1);
+  Plant cut(description, 1);
+  for (Plant* plant : {&whole, &cut}) {
+    plant->setLevel(0, 1);
+    plant->setAmbient(25, -0.05);
+    plant->setLoad(0, 0, 1 / 77.001);
+  }
+  whole.advanceTo(77'001);
+  for (int64_t time = 1; time <= 77'001; ++time)
+    cut.advanceTo(time);
+  expectNear(cut.temperature(0), whole.temperature(0));
+  EXPECT_EQ(cut.reading(0), whole.reading(0));
+  expectNear(cut.performance()[0].joules, whole.performance()[0].joules);
+}
+
+TEST_F(PlantRampTest, TheAmbientMayRise) {
+  Plant plant(description, 1);
+  plant.setAmbient(20, 0.01);
+  plant.advanceTo(400'000);
+  expectNear(plant.temperature(0), after(40, 400, 0.25, 0, 20, 0.01));
+  plant.setAmbient(24);
+  plant.advanceTo(430'000);
+  expectNear(plant.temperature(0), after(after(40, 400, 0.25, 0, 20, 0.01), 30, 0.25, 0, 24));
+}
+
+TEST_F(PlantRampTest, MeasuredWattsAreAllThatASourceGivesOff) {
+  description.sources[0].load = 1;
+  Plant plant(description, 1);
+  plant.setWatts(0, 2, -0.01);
+  plant.advanceTo(50'000);
+  plant.setLevel(0, 1);
+  plant.advanceTo(100'000);
+  expectNear(plant.temperature(0), after(40, 100, 2, -0.01));
+  plant.setWatts(0, 5);
+  plant.advanceTo(130'000);
+  expectNear(plant.temperature(0), after(after(40, 100, 2, -0.01), 30, 5, 0));
+  const Performance done = plant.performance()[0];
+  EXPECT_EQ(done.demanded, 0) << "nobody asked for work";
+  expectNear(done.joules, 150 + 150);
+}
+
+TEST_F(PlantRampTest, NodesHaveATemperatureAtAnyTimeBetweenTwoSamples) {
+  Plant plant(description, 1);
+  plant.setLoad(0, 0.1, 0.0005);
+  for (const int64_t time : {1, 17, 333, 999, 60'001, 3'600'000}) {
+    plant.advanceTo(time);
+    const double seconds = static_cast<double>(time) / 1000;
+    const double bend = 1800; // 0.9 / 0.0005
+    if (seconds <= bend)
+      expectNear(plant.temperature(0), after(40, seconds, 0.65, 0.002));
+    else
+      expectNear(plant.temperature(0),
+                 after(after(40, bend, 0.65, 0.002), seconds - bend, 4.25, 0));
+  }
 }
 
 TEST_F(PlantTest, HeatIsSharedAmongNodes) {

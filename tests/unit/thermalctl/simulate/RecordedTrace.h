@@ -20,9 +20,11 @@ struct SeenRun {
   std::vector<std::string> nodes;        // of nodes of the plant, the same
   std::vector<std::string> levels;
   std::vector<std::string> items;
+  std::vector<std::string> powers; // of sources, in microwatts
   std::vector<std::string> controls;
   int64_t stoodStill = -1;
   int64_t ended = -1;
+  std::vector<Performance> performance;
 
 private:
   static std::vector<int64_t> timesIn(const std::vector<std::string>& lines,
@@ -49,6 +51,10 @@ public:
   void algorithm(int64_t time, size_t algorithm, int32_t level) override {
     made.items.push_back(line(time, made.run.algorithms[algorithm].name, level));
   }
+  void power(int64_t time, size_t source, int64_t microwatts) override {
+    made.powers.push_back(std::to_string(time) + " " + made.run.sources[source] + " " +
+                          std::to_string(microwatts));
+  }
   void scenario(int64_t time, const std::string& name) override {
     made.controls.push_back(std::to_string(time) + " scenario " + name);
   }
@@ -56,7 +62,10 @@ public:
     made.controls.push_back(std::to_string(time) + " configuration " + name);
   }
   void standstill(int64_t time) override { made.stoodStill = time; }
-  void end(int64_t time, const std::vector<Performance>&) override { made.ended = time; }
+  void end(int64_t time, const std::vector<Performance>& performance) override {
+    made.ended = time;
+    made.performance = performance;
+  }
 
   SeenRun made;
 

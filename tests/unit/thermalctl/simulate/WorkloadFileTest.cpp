@@ -140,6 +140,98 @@ TEST_F(WorkloadFileTest, AColumnStandsOnce) {
   EXPECT_EQ(files.wrong(), "workload.csv:1:18: error: the column 'cpu' is there twice\n");
 }
 
+TEST_F(WorkloadFileTest, AColumnMayRamp) {
+  files.workload = "time,ramp ambient,ramp cpu\n0,20,0\n10,,1\n15,,0.5\n15,,0\n20,25,\n";
+  std::vector<std::tuple<int64_t, Kind, double, double>> lines;
+  for (const Change& change : workload().changes)
+    lines.emplace_back(change.time, change.kind, change.value, change.slope);
+  EXPECT_EQ(lines, (decltype(lines){{0, Kind::kAmbient, 20, 0.25},
+                                    {0, Kind::kLoad, 0, 0.1},
+                                    {10'000, Kind::kLoad, 1, -0.1},
+                                    {15'000, Kind::kLoad, 0.5, 0},
+                                    {15'000, Kind::kLoad, 0, 0},
+                                    {20'000, Kind::kAmbient, 25, 0}}));
+  EXPECT_TRUE(files.problems.none());
+}
+
+TEST_F(WorkloadFileTest, WattsMayTakeThePlaceOfALoad) {
+  files.workload = "time,watts cpu\n0,1.5\n10,0\n";
+  EXPECT_EQ(changes(),
+            (decltype(changes()){{0, Kind::kWatts, 1.5, ""}, {10'000, Kind::kWatts, 0, ""}}));
+  EXPECT_TRUE(files.problems.none());
+}
+
+TEST_F(WorkloadFileTest, ARampOfARepetitionLeadsUpToItsEnd) {
+  files.workloadName = "workload.toml";
+  files.workload = "repeat = 20\n"
+                   "ramp = [\"ambient\", \"watts cpu\"]\n"
+                   "[[at]]\n"
+                   "time = 0\n"
+                   "ambient = 20\n"
+                   "watts = { cpu = 2 }\n"
+                   "[[at]]\n"
+                   "time = 20\n"
+                   "ambient = 30\n";
+  const Workload made = workload();
+  ASSERT_EQ(made.changes.size(), 2U);
+  EXPECT_EQ(made.changes[0].slope, 0.5);
+  EXPECT_EQ(made.changes[1].slope, 0) << "a ramp of a single number holds it";
+  EXPECT_TRUE(files.problems.none());
+}
+
+TEST_F(WorkloadFileTest, TellsWhatIsWrongWithRampsAndWatts) {
+  files.plant += "[source.radio]\nnode = \"die\"\nwatts = 4\n"
+                 "[source.gps]\nnode = \"die\"\nwatts = 4\n";
+  files.workload =
+      "time,ramp cpu,ramp scenario,watts cqu,cpu,radio,watts radio,watts gps,ramp ambeint\n"
+      "0,,,,,0.5,1e7,,\n"
+      "10,1.5,,,,,-1,3,\n";
+  EXPECT_EQ(
+      files.wrong(),
+      "workload.csv: error: no watts at time 0 for the source 'gps', and later they drive it\n"
+      "workload.csv:1:6: error: the load of 'cpu' ramps and has no value at time 0\n"
+      "workload.csv:1:15: error: 'scenario' cannot ramp\n"
+      "workload.csv:1:29: error: no column is called 'watts cqu'\n"
+      "workload.csv:1:39: error: the column 'cpu' is there twice\n"
+      "workload.csv:1:71: error: no column is called 'ambeint'\n"
+      "workload.csv:2:11: error: the watts of 'radio' must lie from 0 to 1000000\n"
+      "workload.csv:2:11: error: 'radio' has a load, too\n"
+      "workload.csv:3:4: error: the load of 'cpu' must lie from 0 to 1\n"
+      "workload.csv:3:12: error: the watts of 'radio' must lie from 0 to 1000000\n");
+}
+
+TEST_F(WorkloadFileTest, SaysWhatIsMeantByARamp) {
+  files.workload = "time,ramp cpu,ramp fault cpu\n0.5,1,\n";
+  EXPECT_EQ(files.wrongInFull(),
+            "workload.csv:1:6: error: the load of 'cpu' ramps and has no value at time 0\n"
+            "    1 | time,ramp cpu,ramp fault cpu\n"
+            "      |      ^~~~~~~~\n"
+            "      hint: give it the value from which it leads to the next one\n"
+            "workload.csv:1:15: error: 'fault cpu' cannot ramp\n"
+            "    1 | time,ramp cpu,ramp fault cpu\n"
+            "      |               ^~~~~~~~~~~~~~\n"
+            "      hint: only the ambient, loads and watts go along lines\n");
+}
+
+TEST_F(WorkloadFileTest, TellsWhatIsWrongWithRampsInToml) {
+  files.workloadName = "workload.toml";
+  files.workload = "repeat = 60\n"
+                   "ramp = [\"cpu\", \"cqu\", \"ambient\", \"cpu\"]\n"
+                   "[[at]]\n"
+                   "time = 0\n"
+                   "load = { cpu = 0.5 }\n"
+                   "watts = { cpu = 2e6 }\n"
+                   "[[at]]\n"
+                   "time = 61\n"
+                   "load = { cpu = 1 }\n";
+  EXPECT_EQ(files.wrong(),
+            "workload.toml:2:16: error: the plant has no source 'cqu'\n"
+            "workload.toml:2:23: error: the ambient ramps and has no value at time 0\n"
+            "workload.toml:2:34: error: the load of 'cpu' is named twice as a ramp\n"
+            "workload.toml:6:17: error: 'cpu' must be a number from 0 to 1000000 W\n"
+            "workload.toml:9:16: error: is never reached: the workload starts again before\n");
+}
+
 TEST_F(WorkloadFileTest, TellsEverythingThatIsWrongInToml) {
   files.workloadName = "workload.toml";
   files.workload = "repeat = 60\n"
