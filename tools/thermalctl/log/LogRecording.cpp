@@ -21,7 +21,7 @@ Periods periodsOf(const BoardFolder* board) {
 std::string lengthOf(int64_t milliseconds) {
   if (milliseconds < 60 * kSecond)
     return rounded(static_cast<double>(milliseconds) / kSecond, 1) + " s";
-  return clockTime((milliseconds + kSecond / 2) / kSecond);
+  return clockOf(milliseconds);
 }
 
 std::string tell(const LogGap& gap) {

@@ -13,10 +13,6 @@ using Of = Budget::Of;
 
 constexpr double kThousand = 1000;
 
-std::string clock(int64_t milliseconds) {
-  return clockTime((milliseconds + 500) / 1000);
-}
-
 std::string exactDegrees(double millidegrees) {
   return degrees(static_cast<int32_t>(millidegrees));
 }
@@ -75,7 +71,7 @@ std::string labelOf(const Budget& budget) {
   case Of::kPeak:
     return "limit " + exactDegrees(budget.bound);
   case Of::kTimeAbove:
-    return "limit " + exactDegrees(budget.bound) + " for " + clock(budget.allowed) + " in all";
+    return "limit " + exactDegrees(budget.bound) + " for " + clockOf(budget.allowed) + " in all";
   case Of::kPercentile:
     return fmt::format("limit p{:g} {}", budget.percentile, exactDegrees(budget.bound));
   case Of::kWork:
@@ -98,9 +94,9 @@ std::string cellOf(const Verdict& verdict) {
   const std::string word = wordOf(verdict);
   switch (verdict.budget.of) {
   case Of::kPeak:
-    return verdict.is == Verdict::Is::kKept ? word : word + " for " + clock(*verdict.above);
+    return verdict.is == Verdict::Is::kKept ? word : word + " for " + clockOf(*verdict.above);
   case Of::kTimeAbove:
-    return word + ": " + clock(*verdict.above);
+    return word + ": " + clockOf(*verdict.above);
   case Of::kPercentile:
     return word + ": " + exactDegrees(*verdict.measured);
   case Of::kWork:

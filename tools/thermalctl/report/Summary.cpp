@@ -44,11 +44,6 @@ const TimeAtValue* recordOf(const std::vector<Track>& tracks,
   return nullptr;
 }
 
-// Of a time in milliseconds.
-std::string clock(int64_t milliseconds) {
-  return clockTime((milliseconds + 500) / 1000);
-}
-
 std::string inDegrees(double millidegrees) {
   return rounded(millidegrees / 1000, 1);
 }
@@ -139,7 +134,7 @@ void Summary::print(std::ostream& out) const {
   bool hasGaps = false;
   for (const auto& run : runs) {
     rows[0].push_back(run->description.name);
-    rows[1].push_back(clock(run->duration));
+    rows[1].push_back(clockOf(run->duration));
     hasGaps |= run->inGaps > 0;
     collect(run->description.sensors, sensors);
     collect(run->description.devices, devices);
@@ -150,7 +145,7 @@ void Summary::print(std::ostream& out) const {
     }
   }
   if (hasGaps)
-    addRow("run", "of it in gaps", rows, [](const RunFigures& run) { return clock(run.inGaps); });
+    addRow("run", "of it in gaps", rows, [](const RunFigures& run) { return clockOf(run.inGaps); });
   for (const SensorTrack& sensor : sensors)
     addSensor(sensor, rows);
   for (const DeviceTrack& device : devices) {
@@ -223,7 +218,7 @@ void Summary::addSensor(const SensorTrack& sensor, Rows& rows) const {
       continue;
     }
     add("time " + mark.label(),
-        [&](const TimeAtValue& record) { return clock(mark.timePast(record)); });
+        [&](const TimeAtValue& record) { return clockOf(mark.timePast(record)); });
   }
   if (!never.empty()) rows.push_back({group, "never " + never});
   addBudgets(group, rows, [&](const Budget& budget) { return isOf(budget, sensor); });

@@ -12,7 +12,7 @@ namespace {
 constexpr double kYear = 365.0 * 24 * 3600 * 1000;
 
 // Only these make a number of a time: strtod alone would take "1e3", "0x10", "inf" and a sign.
-constexpr char kDigits[] = "0123456789.";
+constexpr char kNumberSigns[] = "0123456789.";
 // And these any number.
 constexpr char kOfNumbers[] = "0123456789.eE+-";
 
@@ -37,8 +37,8 @@ std::optional<int64_t> parseDuration(const std::string& text) {
   double total = 0;
   double before = kYear;
   for (size_t at = 0; at < text.size();) {
-    const size_t unit = std::min(text.find_first_not_of(kDigits, at), text.size());
-    const size_t next = std::min(text.find_first_of(kDigits, unit), text.size());
+    const size_t unit = std::min(text.find_first_not_of(kNumberSigns, at), text.size());
+    const size_t next = std::min(text.find_first_of(kNumberSigns, unit), text.size());
     const std::optional<double> value = parseNumber(text.substr(at, unit - at));
     // Only a number alone goes without a unit.
     const bool alone = at == 0 && unit == text.size();

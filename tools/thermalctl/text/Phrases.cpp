@@ -55,6 +55,10 @@ std::string clockTime(int64_t seconds) {
   return fmt::format("{}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
+std::string clockOf(int64_t milliseconds) {
+  return clockTime((milliseconds + 500) / 1000);
+}
+
 std::string rounded(double number, int digits) {
   return fmt::format("{:.{}f}", number, digits);
 }

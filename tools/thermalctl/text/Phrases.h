@@ -23,6 +23,8 @@ std::string degreesInFull(int32_t millidegrees);
 
 // Hours, minutes and seconds, such as "1:02:03".
 std::string clockTime(int64_t seconds);
+// The same of milliseconds, to the nearest second.
+std::string clockOf(int64_t milliseconds);
 
 // With that many digits behind the point.
 std::string rounded(double number, int digits);

@@ -407,36 +407,4 @@ TEST_F(LogRecordingTest, HasAProblemWhereNothingInItCouldBeShown) {
   EXPECT_EQ(problem, "all 1 message of the daemon in it are torn");
 }
 
-class BoardFolderTest : public LogRecordingTest {};
-
-TEST_F(BoardFolderTest, BeginsWithTheConfigurationThatBearsTheEnvironmentsName) {
-  readBoard();
-  EXPECT_EQ(board->first()->name, "talmor.conf");
-  EXPECT_EQ(board->configurations().size(), 2u);
-}
-
-TEST_F(BoardFolderTest, BeginsWithAnyConfigurationWhereNoneBearsThatName) {
-  std::filesystem::remove(folder / "talmor.conf");
-  readBoard();
-  EXPECT_EQ(board->first()->name, "night.conf");
-}
-
-TEST_F(BoardFolderTest, TellsAllThatStandsInItsWay) {
-  write("talmor.conf", "SCEN Default\n[cap]\nalgo_type nothing\n\n");
-  write("night.conf", "SCEN Default\n[cap]\nalgo_type monitor\n\n");
-  std::vector<std::string> problems;
-  board.emplace(*BoardFolder::find(folder, problems), problems);
-  ASSERT_EQ(problems.size(), 2u);
-  EXPECT_EQ(problems[0].find((folder / "night.conf").string() + ": the daemon ends with it: "), 0u)
-      << problems[0];
-}
-
-TEST_F(BoardFolderTest, NeedsExactlyOneEnvironment) {
-  write("second.env", "");
-  std::vector<std::string> problems;
-  EXPECT_FALSE(BoardFolder::find(folder, problems));
-  EXPECT_EQ(problems,
-            (Lines{folder.string() + ": a board's folder has one *.env file, this one has 2"}));
-}
-
 } // namespace

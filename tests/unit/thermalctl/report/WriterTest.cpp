@@ -1,5 +1,6 @@
 #include "report/Writer.h"
 
+#include <cstdint>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -39,6 +40,55 @@ TEST(WriterTest, LosesNothingAcrossItsBlocks) {
     wanted += longer + "-7";
   }
   EXPECT_EQ(out.str(), wanted);
+}
+
+TEST(WriterTest, PutsTextAndNumbersTogether) {
+  std::ostringstream out;
+  Writer(out) << "time " << int64_t{-5} << ", level " << int64_t{0};
+  EXPECT_EQ(out.str(), "time -5, level 0");
+}
+
+TEST(WriterTest, WritesTheLongestNumbers) {
+  std::ostringstream out;
+  Writer(out) << std::numeric_limits<int64_t>::min() << " " << std::numeric_limits<int64_t>::max();
+  EXPECT_EQ(out.str(), "-9223372036854775808 9223372036854775807");
+}
+
+TEST(WriterTest, TheStreamSeesNothingBeforeItIsFlushed) {
+  std::ostringstream out;
+  Writer writer(out);
+  writer << "text";
+  EXPECT_EQ(out.str(), "");
+  writer.flush();
+  EXPECT_EQ(out.str(), "text");
+}
+
+TEST(WriterTest, ItIsFlushedOnce) {
+  std::ostringstream out;
+  {
+    Writer writer(out);
+    writer << "text";
+    writer.flush();
+  }
+  EXPECT_EQ(out.str(), "text");
+}
+
+TEST(WriterTest, AFullBlockGoesToTheStreamByItself) {
+  std::ostringstream out;
+  Writer writer(out);
+  writer << std::string((1 << 16) - 1, 'a');
+  EXPECT_EQ(out.str().size(), 0U);
+  writer << "b";
+  EXPECT_EQ(out.str().size(), size_t{1} << 16);
+}
+
+TEST(JsonStringTest, QuotesWhatMustBe) {
+  EXPECT_EQ(jsonString("a \"b\"\\\n"), R"("a \"b\"\\\n")");
+}
+
+TEST(JsonStringTest, KeepsOtherLettersAndReplacesWhatIsNoText) {
+  EXPECT_EQ(jsonString("\xC3\xA4"), "\"\xC3\xA4\"");
+  EXPECT_EQ(jsonString("a\xFF"), "\"a\xEF\xBF\xBD\"");
 }
 
 } // namespace

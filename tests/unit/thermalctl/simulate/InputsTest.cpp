@@ -80,7 +80,8 @@ protected:
 
   std::vector<std::string> budgets() {
     std::vector<std::string> texts;
-    for (const Budget& budget : files.read().front().description.budgets)
+    const std::vector<RunInput> runs = files.read();
+    for (const Budget& budget : runs.at(0).description.budgets)
       texts.push_back(textOf(budget));
     return texts;
   }
@@ -136,7 +137,7 @@ TEST_F(LimitsTest, OfEveryKindAreOfTheSensorAndOfItsNode) {
 
 TEST_F(LimitsTest, RequirementsOfNothingAreWrong) {
   files.environment += "\n[alarm]\ntype report\n";
-  files.plant += "[source.big]\nnode = \"die\"\nwatts = 1\nload = 0.5\nwork = true\n"
+  files.plant += "[source.big]\nnode = \"die\"\nwatts = [1, 1, 1, 1]\nload = 0.5\nwork = true\n"
                  "device = \"gpu\"\nspeed = [1, 0.8, 0.6, 0.4]\n"
                  "[source.panel]\nnode = \"case\"\nwatts = 1\nload = 0.5\n";
   ask({}, {"work:bgi=75%", "work:panel=75%", "changes:gqu<=6/min", "changes:alarm<=6/min"});

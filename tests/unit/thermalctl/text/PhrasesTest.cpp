@@ -38,6 +38,8 @@ TEST(PhrasesTest, GivesSecondsAsAClockDoes) {
   EXPECT_EQ(clockTime(0), "0:00:00");
   EXPECT_EQ(clockTime(3599), "0:59:59");
   EXPECT_EQ(clockTime(int64_t{100} * 3600), "100:00:00");
+  EXPECT_EQ(clockOf(1499), "0:00:01");
+  EXPECT_EQ(clockOf(1500), "0:00:02");
 }
 
 TEST(PhrasesTest, RoundsToTheDigitsAskedFor) {
