@@ -24,6 +24,8 @@ void Envelope::add(int64_t time, int32_t value) {
   const Stretch sample{time, value, 1, value, value};
   if (length > 1 && !kept.empty() && kept.back().time / length == time / length)
     return join(kept.back(), sample);
+  // What is never filled costs nothing, and a vector that grows is twice as large for a moment.
+  if (kept.empty()) kept.reserve(capacity + 1);
   kept.push_back(sample);
   // By so much that what it costs is spread over many samples to come, but that stretches of twice
   // the length are enough.

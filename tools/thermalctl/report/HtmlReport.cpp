@@ -17,7 +17,7 @@ NLOHMANN_JSON_SERIALIZE_ENUM(SensorTrack::Kind, {{SensorTrack::Kind::kReal, "rea
 namespace {
 
 // Of all temperatures of all runs; and of one, however many there are.
-constexpr size_t kSamples = 1 << 18;
+constexpr size_t kSamples = 212'000;
 constexpr size_t kFewestSamples = 256;
 
 // Keeps the order in which members are added.
@@ -113,7 +113,8 @@ std::string replaced(const std::string& text, char character, const char* sign) 
 std::string dumped(const Json& json) {
   // Inside a script element, which a text could otherwise end. A "<" is in strings alone, where the
   // escape means the same.
-  return replaced(json.dump(-1, ' ', false, Json::error_handler_t::replace), '<', "\\u003c");
+  std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return text.find('<') == std::string::npos ? text : replaced(text, '<', "\\u003c");
 }
 
 std::string escapedForHtml(const std::string& text) {
