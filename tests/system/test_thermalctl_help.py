@@ -258,8 +258,9 @@ def test_zsh_completes_every_option_of_a_command(thermalctl, offered_to_zsh, com
 
 @pytest.mark.parametrize("command, spec", [
     ("check", "*--conf[A configuration for it; any number]:FILE:_files -g '*.conf'"),
-    ("check", "--format[Of the results: text, json, sarif or github; of an explanation: text or "
-              "json, of all of them also markdown]:TEXT:(text json sarif github markdown)"),
+    ("check", "--format[Of the results: text, json, sarif or github; of the coverage: text, json or "
+              "html; of an explanation: text or json, of all of them also markdown]:TEXT:"
+              "(text json sarif github markdown html)"),
     ("check", "*--error[Have a rule find errors; any number]:RULE:{_thermalctl_rules}"),
     ("check", "*--warn[Have a rule find warnings, but for what ends the daemon; any number]"
               ":RULE:{_thermalctl_rules}"),
