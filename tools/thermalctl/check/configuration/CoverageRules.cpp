@@ -248,7 +248,8 @@ void tellOfLateScenarios(Context& context) {
   const CoverageLook look(context);
   std::map<std::string, Columns> namesakes;
   for (size_t i = 0; i < look.all.columns.size(); ++i)
-    namesakes[look.all.columns[i].scenario].push_back(i);
+    if (isWhole(*look.all.columns[i].configuration))
+      namesakes[look.all.columns[i].scenario].push_back(i);
   std::vector<Columns> byFile;
   for (const Configuration& configuration : context.subject.configurations)
     byFile.push_back(look.columnsOf(configuration));
