@@ -143,7 +143,7 @@ public:
   void tell() {
     Columns everywhere;
     for (size_t i = 0; i < look.all.columns.size(); ++i)
-      everywhere.push_back(i);
+      if (isWhole(*look.all.columns[i].configuration)) everywhere.push_back(i);
     for (const Section* sensor : look.all.sensors) {
       if (look.context.subject.settings.hasToCool(sensor->name)) continue;
       std::optional<size_t> other = look.earliest(sensor, columns);
