@@ -495,7 +495,8 @@ def test_the_guide_shows_what_the_tool_prints(build_dir):
 def test_the_settings_of_the_guide_are_understood(board):
     settings, = re.findall(r"^```toml\n(.*?)^```$", GUIDE, re.M | re.S)
     board.write("board.env", ENVIRONMENT + "\n"
-                + ENVIRONMENT.replace("[cpu]", "[battery]").replace("[gpu]", "[fan]"))
+                + ENVIRONMENT.replace("[cpu]", "[battery]").replace("[gpu]", "[fan]")
+                .replace("zone0", "zone1").replace("gpu/max", "fan/max"))
     board.write("night.conf", CONFIGURATION + "\nSCEN night\n" + CONFIGURATION.partition("\n")[2]
                 .replace("cpu", "battery").replace("60000 70000", "400 450")
                 .replace("57000 67000", "380 430"))

@@ -12,7 +12,7 @@ import pytest
 from thermalctl import environment
 
 TOOL = Path(__file__).resolve().parents[2] / "tools" / "thermalctl"
-COMMANDS = ("check", "scenario", "reload", "status", "simulate", "fit", "plot", "integrate")
+COMMANDS = ("check", "scenario", "reload", "status", "simulate", "fit", "plot", "integrate", "diff")
 BASH = TOOL / "completion" / "thermalctl.bash"
 ZSH = TOOL / "completion" / "_thermalctl"
 
@@ -84,7 +84,7 @@ def test_it_has_a_version(thermalctl):
     (("reload",), "FILE is required"),
     (("simulat",), "there is no command 'simulat'; did you mean 'simulate'?"),
     (("night",), "there is no command 'night'; there are check, scenario, reload, status, simulate,"
-                 " fit, plot and integrate"),
+                 " fit, plot, integrate and diff"),
     (("scenario", "game", "more"), "The following argument was not expected: more"),
     (("status", "--wach"), "there is no option '--wach'; did you mean '--watch'?"),
     (("status", "--wach=5"), "there is no option '--wach'; did you mean '--watch'?"),
@@ -92,7 +92,7 @@ def test_it_has_a_version(thermalctl):
     # And not that --workload is missing.
     (("simulate", "--worklaod", "game"), "there is no option '--worklaod'; did you mean '--workload'?"),
     (("check", "--format", "jsno"),
-     "--format: jsno not in {text,json,sarif,github,markdown}; did you mean 'json'?"),
+     "--format: jsno not in {text,json,sarif,github,markdown,html}; did you mean 'json'?"),
     (("scenario", "game", "--timeout", "soon"),
      "--timeout: Value soon not in range 0.100000 to 86400.000000"),
     (("reload", "x.conf", "--timeout", "0"),
@@ -263,8 +263,9 @@ def test_zsh_completes_every_option_of_a_command(thermalctl, offered_to_zsh, com
 
 @pytest.mark.parametrize("command, spec", [
     ("check", "*--conf[A configuration for it; any number]:FILE:_files -g '*.conf'"),
-    ("check", "--format[Of the results: text, json, sarif or github; of an explanation: text or "
-              "json, of all of them also markdown]:TEXT:(text json sarif github markdown)"),
+    ("check", "--format[Of the results: text, json, sarif or github; of the coverage: text, json or "
+              "html; of an explanation: text or json, of all of them also markdown]:TEXT:"
+              "(text json sarif github markdown html)"),
     ("check", "*--error[Have a rule find errors; any number]:RULE:{_thermalctl_rules}"),
     ("check", "*--warn[Have a rule find warnings, but for what ends the daemon; any number]"
               ":RULE:{_thermalctl_rules}"),

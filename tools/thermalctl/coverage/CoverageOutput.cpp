@@ -99,21 +99,15 @@ Rows rowsOf(const Part& part) {
   return rows;
 }
 
-// A part for each configuration's scenarios, or for those of several if they fit beside each other.
 std::vector<Part> partsOf(const Coverage& coverage) {
   const size_t all = coverage.columns.size();
   std::vector<Part> parts;
-  for (size_t begin = 0; begin < all;) {
-    size_t end = begin + 1;
-    while (end < all && end - begin < kColumnsAtOnce)
-      ++end;
-    parts.push_back({coverage, begin, end});
-    begin = end;
-  }
+  for (size_t begin = 0; begin < all; begin += kColumnsAtOnce)
+    parts.push_back({coverage, begin, std::min(all, begin + kColumnsAtOnce)});
   return parts;
 }
 
-// "day.conf: Default to camera": which file has which of the columns.
+// Of each column its configuration's file, but for those that have the one of the column before.
 Row filesOf(const Part& part) {
   Row files = {""};
   const Configuration* last = nullptr;
@@ -206,13 +200,16 @@ void printPagePart(std::ostream& out, const Part& part) {
 
 void printCoverage(std::ostream& out, const Coverage& coverage) {
   for (const Part& part : partsOf(coverage)) {
-    Rows rows = rowsOf(part);
-    // The file's name may run on above the columns of its scenarios.
-    for (size_t i = part.begin; i < part.end; ++i)
-      if (i == part.begin ||
-          coverage.columns[i].configuration != coverage.columns[i - 1].configuration)
-        out << fmt::format("{}: from '{}' on\n", visible(coverage.columns[i].configuration->file),
-                           visible(coverage.columns[i].scenario));
+    const Rows rows = rowsOf(part);
+    for (size_t i = part.begin; i < part.end;) {
+      const Configuration* configuration = coverage.columns[i].configuration;
+      size_t end = i;
+      while (end < part.end && coverage.columns[end].configuration == configuration)
+        ++end;
+      out << fmt::format("{}: scenarios {} to {}\n", visible(configuration->file),
+                         i - part.begin + 1, end - part.begin);
+      i = end;
+    }
     for (const std::string& line : inColumns(rows, 1))
       out << line << '\n';
   }

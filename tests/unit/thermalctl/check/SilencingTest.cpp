@@ -175,7 +175,8 @@ TEST_F(SilencingTest, IsOffWhereTheSettingsAreNotUnderstood) {
 TEST_F(SilencingTest, GoesByWhatANodeCountsIn) {
   files.write("day.conf", "SCEN Default\n" + item("a", "200"));
   EXPECT_EQ(left(""), Lines{"degrees:6"});
-  EXPECT_EQ(left("[sensor.cpu]\nunit = \"degrees\"\n"), (Lines{"beyond-any-sensor:7"}));
+  EXPECT_EQ(left("[sensor.cpu]\nunit = \"degrees\"\n"),
+            (Lines{"item-asleep:6", "beyond-any-sensor:7"}));
   EXPECT_EQ(left("[sensor.skin]\nunit = \"tenths\"\n"), Lines{"degrees:6"});
   files.write("day.conf", "SCEN Default\n" + item("a", "200") + item("b", "199"));
   files.write("day.conf", "SCEN Default\n[a]\nalgo_type ss\nsensor cpu\ndevice gpu\nset_point 200\n"

@@ -34,13 +34,19 @@ Word placeOf(const CoverageColumn& column) {
   return {"", {1, 1}};
 }
 
+bool isWhole(const Configuration& configuration) {
+  return !configuration.isForeign() && !configuration.fatal();
+}
+
 // What the rules on one board's coverage have in common.
 class CoverageLook {
 public:
   explicit CoverageLook(Context& context_) : context(context_), all(context_.subject.coverage) {}
 
+  // Of a file that the daemon does not read to its end nobody can say what it leaves out.
   Columns columnsOf(const Configuration& configuration) const {
     Columns columns;
+    if (!isWhole(configuration)) return columns;
     for (size_t i = 0; i < all.columns.size(); ++i)
       if (all.columns[i].configuration == &configuration && all.columns[i].items > 0)
         columns.push_back(i);
@@ -118,7 +124,7 @@ void tellOfDefault(Context& context) {
   for (size_t i = 0; i < look.all.columns.size(); ++i) {
     const CoverageColumn& column = look.all.columns[i];
     if (column.scenario != kDefaultScenario || column.items == 0 || !column.sound ||
-        look.coolsAnything(i))
+        !isWhole(*column.configuration) || look.coolsAnything(i))
       continue;
     context.configuration = column.configuration;
     context.tell(placeOf(column),
@@ -137,7 +143,7 @@ public:
   void tell() {
     Columns everywhere;
     for (size_t i = 0; i < look.all.columns.size(); ++i)
-      everywhere.push_back(i);
+      if (isWhole(*look.all.columns[i].configuration)) everywhere.push_back(i);
     for (const Section* sensor : look.all.sensors) {
       if (look.context.subject.settings.hasToCool(sensor->name)) continue;
       std::optional<size_t> other = look.earliest(sensor, columns);
@@ -242,7 +248,8 @@ void tellOfLateScenarios(Context& context) {
   const CoverageLook look(context);
   std::map<std::string, Columns> namesakes;
   for (size_t i = 0; i < look.all.columns.size(); ++i)
-    namesakes[look.all.columns[i].scenario].push_back(i);
+    if (isWhole(*look.all.columns[i].configuration))
+      namesakes[look.all.columns[i].scenario].push_back(i);
   std::vector<Columns> byFile;
   for (const Configuration& configuration : context.subject.configurations)
     byFile.push_back(look.columnsOf(configuration));
@@ -261,7 +268,7 @@ void tellOfDuty(const MustCool& duty, size_t i, Context& context) {
   const Coverage& all = context.subject.coverage;
   const CoverageColumn& column = all.columns[i];
   const Section* sensor = context.subject.environment.sensor(duty.sensor.text);
-  if (!sensor || column.items == 0 || !column.sound) return;
+  if (!sensor || column.items == 0 || !column.sound || !isWhole(*column.configuration)) return;
   const CoverageCell& cell = all.cell(sensor, i);
   context.configuration = column.configuration;
   if (!cell.heat && !cell.doubtful)
@@ -357,8 +364,7 @@ void tellOfScenarios(Context& context) {
   }
   // Each is held against the first: of many files each lack would be told of each pair.
   for (size_t i = 1; i < all.size(); ++i)
-    if (!all[0].isForeign() && !all[i].isForeign() && !all[0].meant.empty() &&
-        !all[i].meant.empty())
+    if (isWhole(all[0]) && isWhole(all[i]) && !all[0].meant.empty() && !all[i].meant.empty())
       compare(all[0], all[i], context);
 }
 
@@ -403,7 +409,7 @@ using Asked = std::map<const Section*, std::set<int64_t>>;
 Asked askedLevels(const Context& context) {
   Asked asked;
   for (const Configuration& configuration : context.subject.configurations) {
-    if (configuration.isForeign() || configuration.fatal()) return {};
+    if (!isWhole(configuration)) return {};
     for (const Item* item : configuration.meant) {
       if (!item->cutOff.empty()) return {};
       std::set<const Section*> devices;
@@ -475,7 +481,6 @@ const std::vector<Rule> kCoverageRules = {
      "gets. 'sensor-unwatched' tells of what 'Default' of the same file watches.",
      [](Context& context) {
        for (const Configuration& configuration : context.subject.configurations) {
-         if (configuration.isForeign()) continue;
          context.configuration = &configuration;
          Uncooled(CoverageLook(context), configuration).tell();
        }

@@ -285,8 +285,9 @@ const std::vector<Rule> kBoardRules = {
            std::none_of(sections.begin(), sections.end(), [&](const Section& real) {
              return real.kind == SectionKind::kReal && real.sampling.value == sensor.sampling.value;
            });
-       if (trip && !isAlone && sound(sensor.sampling) && sound(trip->sampling) &&
-           sensor.sampling.value > 0 && trip->sampling.value > sensor.sampling.value)
+       if (trip && !isAlone && !context.subject.lost.hasPeriod(sensor.sampling.value) &&
+           sound(sensor.sampling) && sound(trip->sampling) && sensor.sampling.value > 0 &&
+           trip->sampling.value > sensor.sampling.value)
          context.tell(sensor.trip->word,
                       {"'{}' is sampled every {} ms and switches a sensor of {} ms", trip->name,
                        trip->sampling.value, sensor.sampling.value},

@@ -40,8 +40,11 @@ bool haveDigits(const std::vector<Number>& list) {
 }
 
 bool countsStates(const Section& device) {
+  if (device.levels.empty()) return false;
+  const std::string& first = device.levels.front().text;
+  if (first != "0" && first != "1") return false;
   for (size_t i = 0; i < device.levels.size(); ++i)
-    if (device.levels[i].text != std::to_string(i)) return false;
+    if (device.levels[i].text != std::to_string(i + (first == "1"))) return false;
   return true;
 }
 

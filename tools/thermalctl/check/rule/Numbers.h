@@ -15,7 +15,7 @@ bool isNumber(const std::string& word);
 // Without digits a list is likely to be a text in the wrong place: its length then says nothing.
 bool haveDigits(const std::vector<Number>& list);
 
-// Whether a level table is 0 1 2 3: numbers of states, which mean what the driver makes of them.
+// Whether a level table is 0 1 2 3, or 1 2 3: numbers of states, which mean what the driver makes of them.
 bool countsStates(const Section& device);
 
 // The unit of an item's temperatures, that of its sensor.

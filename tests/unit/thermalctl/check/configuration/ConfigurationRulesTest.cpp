@@ -1,3 +1,5 @@
+#include "check/configuration/ConfigurationRules.h"
+
 #include <algorithm>
 #include <filesystem>
 
@@ -9,6 +11,15 @@
 #include "thermalctl/support/Examples.h"
 
 namespace {
+
+// What temperatures mean is a question of its own, with an example for each of its rules.
+RuleChoice withoutHeat() {
+  RuleChoice choice;
+  for (const std::vector<Rule>* rules : {&kHeatRules, &kCoverageRules})
+    for (const Rule& rule : *rules)
+      choice.disabled.insert(rule.name);
+  return choice;
+}
 
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
@@ -36,7 +47,7 @@ std::vector<Finding> findingsIn(const std::string& board, const Lines& contents)
   for (size_t i = 0; i < contents.size(); ++i)
     configurations.push_back(
         readConfiguration(std::string(1, static_cast<char>('a' + i)), contents[i], environment));
-  return check({environment, configurations, std::nullopt}, {});
+  return check({environment, configurations, std::nullopt}, withoutHeat());
 }
 
 Lines placesIn(const std::string& item, const std::string& board = kBoard) {
