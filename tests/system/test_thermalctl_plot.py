@@ -404,6 +404,35 @@ def test_a_limits_verdict_decides_the_exit_status(limit, status, verdict, plot, 
     plot(log, "--limit", limit, "--from", "21s")
 
 
+@pytest.mark.parametrize("limit, status, verdict", [
+    ("gpu=62C:11s", 0, "kept: 0:00:10"), ("gpu=62C:9s", 1, "passed: 0:00:10"),
+    ("p1:gpu=20C", 1, "passed: "), ("p99:gpu=90C", 0, "kept: "),
+])
+def test_a_limit_for_a_time_or_of_a_percentile_is_judged_as_in_a_simulation(limit, status, verdict,
+                                                                            plot, tmp_path):
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    done = plot(log, "--limit", limit, status=status)
+    assert any(cell.startswith(verdict) for (_, row), cell in table(done).items()
+               if row.startswith("limit "))
+
+
+@pytest.mark.parametrize("most, status, verdict", [("9", 0, "kept"), ("0.1", 1, "missed")])
+def test_how_often_a_device_changes_is_judged_with_a_board(most, status, verdict, plot, tmp_path):
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    budget = f"changes:gpu<={most}/min"
+    done = plot(log, "--board", BOARD, "--require", budget, status=status)
+    assert [cell.split(":")[0] for (_, row), cell in table(done).items()
+            if row.startswith("required ")] == [verdict]
+    assert "no run has 'changes:gpu'" in plot(log, "--require", budget, status=2).err
+
+
+def test_work_is_nothing_that_a_log_knows(plot, tmp_path):
+    log = write(tmp_path / "phone.log", a_hot_gpu())
+    done = plot(log, "--board", BOARD, "--require", "work:gpu=75%", status=2)
+    assert done.err.endswith("--require work:gpu: error: no log knows how much work was asked for\n"
+                             "      hint: simulate holds runs to it\n")
+
+
 def test_a_limit_is_judged_in_every_run(plot, tmp_path):
     log = write(tmp_path / "phone.log", a_hot_gpu())
     other = write(tmp_path / "other.log", [(at, text) for at, text in a_hot_gpu()

@@ -221,6 +221,53 @@ def test_the_same_configuration_twice_is_one_run(simulate, tmp_path):
     assert done.out.splitlines()[0].split() == [CONFIGURATION]
 
 
+# Budgets of every kind.
+
+GAME = ("--board", PHONE, "--workload", "game", "--duration", "20m")
+
+
+def verdicts(table):
+    """The cells of the rows that tell verdicts, by the row's label."""
+    return {row[1]: row[2] for row in re.findall(
+        r"^(\S.*?  )? +((?:limit|required) .*?)  +((?:kept|passed|missed).*)$", table, re.M)}
+
+
+@pytest.mark.parametrize("budget, status, label, verdict", [
+    (("--limit", "skin=41C:30m"), 0, "limit 41 for 0:30:00 in all", r"kept: 0:1\d:\d\d"),
+    (("--limit", "skin=41C:60s"), 1, "limit 41 for 0:01:00 in all", r"passed: 0:1\d:\d\d"),
+    (("--limit", "p99:skin=44C"), 0, "limit p99 44", r"kept: 4\d\.\d+"),
+    (("--limit", "p50:skin=30C"), 1, "limit p50 30", r"passed: 4\d\.\d+"),
+    (("--require", "work:gpu=75%"), 0, "required work at least 75 %", r"kept: \d\d\.\d\d %"),
+    (("--require", "work:gpu=99%"), 1, "required work at least 99 %", r"missed: \d\d\.\d\d %"),
+    (("--require", "changes:cpu_big<=6/min"), 0, "required changes a minute at most 6",
+     r"kept: \d\.\d\d"),
+    (("--require", "changes:cpu_big<=0.01/min"), 1, "required changes a minute at most 0.01",
+     r"missed: \d\.\d\d"),
+])
+def test_a_budget_has_its_verdict_in_the_table_and_in_the_status(simulate, budget, status, label,
+                                                                 verdict):
+    told = verdicts(simulate(*GAME, *budget, status=status).out)
+    assert re.fullmatch(verdict, told[label]), told
+
+
+def test_a_time_above_a_limit_is_also_held_against_the_node(simulate, tmp_path):
+    (tmp_path / "stuck.csv").write_text(STUCK)
+    done = simulate("--board", PHONE, "--workload", tmp_path / "stuck.csv", "--limit",
+                    "battery=45C:60s", status=1)
+    found = rows(done.out)
+    assert found["battery"][1].endswith("kept: 0:00:00")
+    assert re.search(r"passed: 0:\d\d:\d\d$", found["battery (plant)"][1])
+
+
+def test_each_of_several_budgets_has_its_own_verdict(simulate):
+    done = simulate(*GAME, "--limit", "skin=44C", "--limit", "skin=30C", "--limit", "p95:skin=44C",
+                    "--require", "work:big=99%", status=1)
+    told = verdicts(done.out)
+    assert told["limit 44"] == "kept" and told["limit 30"].startswith("passed for ")
+    assert told["limit p95 44"].startswith("kept: ")
+    assert told["required work at least 99 %"].startswith("missed: ")
+
+
 # The command line.
 
 @pytest.mark.parametrize("bare", ["43", "43000"])
@@ -239,6 +286,15 @@ def test_a_temperature_without_a_unit_is_refused_with_both_spellings(simulate, b
      "and the plant no node 'sikn'\n      hint: did you mean 'skin'?\n"),
     (("--workload", "game", "--limit", "node:skin=43C"), "--limit node:skin: error: the plant has "
      "no node 'skin'\n      hint: there are 'little', 'big', 'gpu', 'battery' and 'case'\n"),
+    (("--workload", "game", "--require", "work:gup=75%"), "--require work:gup: error: the plant has "
+     "no source that does work called 'gup'\n      hint: did you mean 'gpu'?\n"),
+    (("--workload", "game", "--require", "changes:cpu_bgi<=6/min"), "--require changes:cpu_bgi: "
+     "error: the board has no device with levels called 'cpu_bgi'\n"
+     "      hint: did you mean 'cpu_big'?\n"),
+    (("--workload", "game", "--require", "wrok:gpu=75%"), "--require wrok:gpu=75%: error: 'wrok' is "
+     "nothing that can be required\n      hint: did you mean 'work'?\n"),
+    (("--workload", "game", "--limit", "p101:skin=43C"), "--limit p101:skin=43C: error: 'p101' is "
+     "no percentile\n      hint: write one above 0 and below 100, such as p95:skin=42C\n"),
     (("--workload", "game", "--limit", "skin=43000C"), "--limit skin=43000C: error: '43000C' lies "
      "outside of -273.15 to 1000 degrees Celsius\n      hint: write 43C or 43000mC\n"),
 ])

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "command/BudgetOptions.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/Verdict.h"
@@ -20,12 +21,12 @@
 #include "log/Window.h"
 #include "report/Comparison.h"
 #include "report/RunReport.h"
-#include "simulate/Numbers.h"
 #include "text/Characters.h"
 #include "text/Nearest.h"
+#include "text/Numbers.h"
 #include "text/Phrases.h"
 #include "toml/Problems.h"
-#include "trace/Limit.h"
+#include "trace/Budget.h"
 
 namespace {
 
@@ -49,7 +50,7 @@ struct Options {
   std::vector<std::string> logs;
   std::string board;
   std::string out;
-  std::vector<std::string> limits;
+  BudgetOptions budgets;
   std::string from;
   std::string to;
 };
@@ -94,12 +95,12 @@ public:
     return usable == static_cast<ptrdiff_t>(all.size());
   }
 
-  // What a limit may be of.
-  std::set<std::string> names() const {
-    std::set<std::string> names;
+  // What a budget may be of.
+  std::set<std::string> subjects() const {
+    std::set<std::string> subjects;
     for (const Source& source : all)
-      names.merge(source.recording->names());
-    return names;
+      subjects.merge(source.recording->subjects());
+    return subjects;
   }
 
   std::string title() const {
@@ -206,31 +207,22 @@ std::optional<Window::Times> timesOf(const Options& options) {
   return good ? std::optional(times) : std::nullopt;
 }
 
-std::vector<Limit> readLimits(const std::vector<std::string>& texts, Problems& problems) {
-  std::vector<Limit> limits;
-  for (const std::string& text : texts) {
-    LimitText read = readLimit(text);
-    if (read.limit)
-      limits.push_back(std::move(*read.limit));
-    else
-      problems.add({"--limit " + text, {}, read.wrong, read.hint});
-  }
-  return limits;
-}
-
-// A limit of a sensor that is in none of the runs would always be kept.
-void setLimits(const std::vector<Limit>& limits, const Sources& sources, Problems& problems) {
-  const std::set<std::string> names = sources.names();
-  for (const Limit& limit : limits) {
-    const std::string name = (limit.ofNode ? "node:" : "") + limit.name;
-    if (names.count(name) == 0)
-      problems.add({"--limit",
-                    {},
-                    "no run has " + quoted(name),
-                    didYouMean(name, {names.begin(), names.end()})});
+// A budget of what is in none of the runs would always be kept.
+void setBudgets(const std::vector<AskedBudget>& asked, const Sources& sources, Problems& problems) {
+  const std::set<std::string> subjects = sources.subjects();
+  std::vector<Budget> budgets;
+  for (const AskedBudget& each : asked) {
+    const std::string subject = subjectOf(each.budget);
+    budgets.push_back(each.budget);
+    if (each.budget.of == Budget::Of::kWork)
+      problems.add({each.file, each.span, "no log knows how much work was asked for",
+                    "simulate holds runs to it"});
+    else if (subjects.count(subject) == 0)
+      problems.add({each.file, each.span, "no run has " + quoted(subject),
+                    didYouMean(subject, {subjects.begin(), subjects.end()})});
   }
   for (const Source& source : sources.all)
-    source.recording->setLimits(limits);
+    source.recording->setBudgets(budgets);
 }
 
 // Whether each has something of the stretch, and its verdict is about something.
@@ -274,11 +266,11 @@ ExitStatus runPlot(const Options& options) {
   if (!options.board.empty()) board = readBoard(options.board);
   const std::optional<Window::Times> times = timesOf(options);
   Problems problems;
-  const std::vector<Limit> limits = readLimits(options.limits, problems);
+  const std::vector<AskedBudget> budgets = readBudgets(options.budgets, problems);
   Sources sources(options, board ? &*board : nullptr);
   const bool usable = (board || options.board.empty()) && times && problems.none();
   const bool isRead = usable && sources.read() && reach(sources, *times);
-  if (isRead) setLimits(limits, sources, problems);
+  if (isRead) setBudgets(budgets, sources, problems);
   problems.print(std::cerr, colourFor(STDERR_FILENO));
   if (!isRead || !problems.none()) return kCouldNotRun;
 
@@ -305,11 +297,8 @@ void addOptions(CommandLine& line, Options& options) {
       .takes("DIR");
   line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
-  line.option("--limit", &options.limits,
-              "Temperature with its unit that a sensor, or with node: a node of a simulated run's "
-              "plant, must not pass, such as skin=43C")
-      .takes("NAME=TEMPERATURE")
-      .takesAll();
+  addBudgetOptions(line, options.budgets,
+                   "a sensor, or with node: a node of a simulated run's plant");
   line.option("--from", &options.from,
               "Show each run from this time on, such as 90s, 15m or 0:15:00")
       .takes("TIME");

@@ -10,19 +10,19 @@
 
 #include "base/Log.h"
 #include "base/Names.h"
+#include "command/BudgetOptions.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/Verdict.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
 #include "simulate/Inputs.h"
-#include "simulate/Numbers.h"
 #include "terminal/Colour.h"
 #include "terminal/ProgressLine.h"
 #include "text/Characters.h"
 #include "text/Nearest.h"
+#include "text/Numbers.h"
 #include "text/Phrases.h"
-#include "trace/Limit.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ struct Options {
   std::string workload;
   std::string duration = "1h";
   std::string out;
-  std::vector<std::string> limits;
+  BudgetOptions budgets;
   uint64_t seed = 1;
 };
 
@@ -81,17 +81,6 @@ private:
   // A run that is over before it would be read shows nothing.
   Clock::time_point next = Clock::now() + std::chrono::milliseconds(300);
 };
-
-void setLimits(const std::vector<std::string>& limits, SimulationRequest& request,
-               Problems& problems) {
-  for (const std::string& text : limits) {
-    const LimitText read = readLimit(text);
-    if (read.limit)
-      request.limits.push_back(*read.limit);
-    else
-      problems.add({"--limit " + text, {}, read.wrong, read.hint});
-  }
-}
 
 // The names of the board's own.
 std::vector<std::string> workloadNames(const fs::path& folder) {
@@ -151,7 +140,7 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   request.workload = workloadPath(options, problems);
   request.configurationFolder = options.board;
   request.seed = options.seed;
-  setLimits(options.limits, request, problems);
+  request.budgets = readBudgets(options.budgets, problems);
   const std::optional<int64_t> duration = parseDuration(options.duration);
   if (duration && *duration > 0)
     request.duration = *duration;
@@ -234,12 +223,8 @@ void addOptions(CommandLine& line, Options& options) {
       .takes("TIME");
   line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
-  line.option(
-          "--limit", &options.limits,
-          "Temperature with its unit that a sensor and the node it reads, or with node: a node of "
-          "the plant, must not pass, such as skin=43C or node:case=45C")
-      .takes("NAME=TEMPERATURE")
-      .takesAll();
+  addBudgetOptions(line, options.budgets,
+                   "a sensor and the node it reads, or with node: a node of the plant");
   line.option("--seed", &options.seed, "Of the sensors' noise").showsDefault();
 }
 

@@ -145,7 +145,7 @@ void CsvRecording::play(TraceSink& sink) {
   go([&](Cast& cast) -> TraceSink& {
     TraceDescription description = cast.description();
     description.name = prefix + description.name;
-    setLimits(description);
+    setBudgets(description);
     sink.begin(description);
     return sink;
   });
@@ -177,11 +177,11 @@ void CsvRecording::go(const std::function<TraceSink&(Cast&)>& begin) {
   if (run) longest = std::max(longest, run->end());
 }
 
-std::set<std::string> CsvRecording::names() const {
-  std::set<std::string> names;
+std::set<std::string> CsvRecording::subjects() const {
+  std::set<std::string> subjects;
   for (const Cast& cast : casts)
-    addNames(cast.description(), names);
-  return names;
+    addSubjects(cast.description(), subjects);
+  return subjects;
 }
 
 std::optional<std::string> CsvRecording::problem() const {

@@ -30,7 +30,7 @@ public:
   std::vector<std::string> remarks() const override;
   void play(TraceSink& sink) override;
   int64_t duration() const override { return longest; }
-  std::set<std::string> names() const override;
+  std::set<std::string> subjects() const override;
 
 private:
   // Goes through all of it. For each run `begin(cast)` gives the sink that its lines are played

@@ -105,17 +105,17 @@ void LogRecording::playInto(LogReplay& replay) {
 
 void LogRecording::play(TraceSink& sink) {
   TraceDescription description = cast.description();
-  setLimits(description);
+  setBudgets(description);
   LogReplay replay(cast, survey, sink);
   sink.begin(description);
   playInto(replay);
   sink.end(end, {});
 }
 
-std::set<std::string> LogRecording::names() const {
-  std::set<std::string> names;
-  addNames(cast.description(), names);
-  return names;
+std::set<std::string> LogRecording::subjects() const {
+  std::set<std::string> subjects;
+  addSubjects(cast.description(), subjects);
+  return subjects;
 }
 
 std::optional<std::string> LogRecording::problem() const {

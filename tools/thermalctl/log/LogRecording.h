@@ -23,7 +23,7 @@ public:
   std::vector<std::string> remarks() const override;
   void play(TraceSink& sink) override;
   int64_t duration() const override { return end; }
-  std::set<std::string> names() const override;
+  std::set<std::string> subjects() const override;
 
   const LogReader::Counts& counts() const { return seen; }
   const std::vector<LogGap>& gaps() const { return found; }

@@ -2,30 +2,31 @@
 
 #include <algorithm>
 
-namespace {
-
-bool isNode(const SensorTrack& sensor) {
-  return sensor.kind == SensorTrack::Kind::kPlantNode;
-}
-
-} // namespace
-
-void Recording::setLimits(TraceDescription& run) const {
-  const bool hasPlant = std::any_of(run.sensors.begin(), run.sensors.end(), isNode);
-  for (const Limit& limit : limits) {
-    bool isThere = limit.ofNode && !hasPlant;
-    for (SensorTrack& sensor : run.sensors) {
-      if (limit.name != sensor.name || (limit.ofNode && !isNode(sensor))) continue;
-      sensor.limit = limit.millidegrees;
-      isThere |= limit.ofNode || !isNode(sensor);
+void Recording::setBudgets(TraceDescription& run) const {
+  const bool hasPlant = std::any_of(run.sensors.begin(), run.sensors.end(),
+                                    [](const SensorTrack& sensor) { return sensor.isNode(); });
+  for (const Budget& budget : budgets) {
+    if (!budget.ofTemperature()) {
+      run.hold(budget);
+      continue;
     }
+    bool isThere = budget.ofNode && !hasPlant;
+    for (SensorTrack& sensor : run.sensors) {
+      if (budget.name != sensor.name || (budget.ofNode && !sensor.isNode())) continue;
+      run.hold(sensor, budget);
+      isThere |= budget.ofNode || !sensor.isNode();
+    }
+    if (isThere) continue;
     // One that never had a sample.
-    const auto kind = limit.ofNode ? SensorTrack::Kind::kPlantNode : SensorTrack::Kind::kReal;
-    if (!isThere) run.sensors.push_back({limit.name, kind, std::nullopt, limit.millidegrees});
+    const auto kind = budget.ofNode ? SensorTrack::Kind::kPlantNode : SensorTrack::Kind::kReal;
+    run.sensors.push_back({budget.name, kind, std::nullopt, std::nullopt});
+    run.hold(run.sensors.back(), budget);
   }
 }
 
-void Recording::addNames(const TraceDescription& run, std::set<std::string>& names) {
+void Recording::addSubjects(const TraceDescription& run, std::set<std::string>& subjects) {
   for (const SensorTrack& sensor : run.sensors)
-    names.insert(isNode(sensor) ? "node:" + sensor.name : sensor.name);
+    subjects.insert(sensor.isNode() ? "node:" + sensor.name : sensor.name);
+  for (const DeviceTrack& device : run.devices)
+    subjects.insert("changes:" + device.name);
 }

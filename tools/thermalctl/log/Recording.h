@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "trace/Limit.h"
+#include "trace/Budget.h"
 #include "trace/Trace.h"
 
 // A record of one or more runs that has been gone through once, and can be played.
@@ -26,17 +26,17 @@ public:
   virtual void play(TraceSink& sink) = 0;
   // Of its longest run, in milliseconds.
   virtual int64_t duration() const = 0;
-  // The names that a limit may have: of sensors, and with "node:" in front of nodes of a plant.
-  virtual std::set<std::string> names() const = 0;
+  // What a budget may be of (see subjectOf): sensors, nodes of a plant, and the changes of devices.
+  virtual std::set<std::string> subjects() const = 0;
 
-  // The limits that all of its runs are held to. One of a sensor is also one of the node that bears
-  // its name.
-  void setLimits(std::vector<Limit> limits_) { limits = std::move(limits_); }
+  // What all of its runs are held to. A limit of a sensor is also one of the node that bears its
+  // name.
+  void setBudgets(std::vector<Budget> budgets_) { budgets = std::move(budgets_); }
 
 protected:
-  void setLimits(TraceDescription& run) const;
-  static void addNames(const TraceDescription& run, std::set<std::string>& names);
+  void setBudgets(TraceDescription& run) const;
+  static void addSubjects(const TraceDescription& run, std::set<std::string>& subjects);
 
 private:
-  std::vector<Limit> limits;
+  std::vector<Budget> budgets;
 };

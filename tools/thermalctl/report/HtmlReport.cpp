@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "report/Judgement.h"
 #include "report/Page.h"
 
 NLOHMANN_JSON_SERIALIZE_ENUM(SensorTrack::Kind, {{SensorTrack::Kind::kReal, "real"},
@@ -43,6 +44,17 @@ Json describe(const AlgorithmTrack& algorithm) {
           {"devices", algorithm.devices},
           {"thresholds", thresholds},
           {"lowactive", algorithm.lowactive}};
+}
+
+// Which budget, of what, and all that came of it.
+Json describe(const Verdict& verdict) {
+  Json json = {{"budget", textOf(verdict.budget)},
+               {"label", labelOf(verdict.budget)},
+               {"cell", cellOf(verdict)},
+               {"name", verdict.budget.name},
+               {"plant", verdict.budget.ofNode}};
+  json.update(asJson(verdict));
+  return json;
 }
 
 template <typename Track>
@@ -138,6 +150,9 @@ std::string HtmlReport::asJson(const Run& run) {
     performance.push_back({{"source", source.source},
                            {"demanded", source.demanded},
                            {"delivered", source.delivered}});
+  Json verdicts = Json::array();
+  for (const Verdict& verdict : run.verdicts)
+    verdicts.push_back(describe(verdict));
   return dumped({{"name", run.description.name},
                  {"duration", run.duration},
                  {"standstill", orNull(run.standstill)},
@@ -147,7 +162,8 @@ std::string HtmlReport::asJson(const Run& run) {
                  {"algorithms", describeAll(run.description.algorithms, run.algorithms)},
                  {"scenarios", course(run.scenarios)},
                  {"configurations", course(run.configurations)},
-                 {"performance", performance}});
+                 {"performance", performance},
+                 {"verdicts", verdicts}});
 }
 
 void HtmlReport::write(std::ostream& out) const {

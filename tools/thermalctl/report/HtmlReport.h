@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "report/Series.h"
+#include "trace/Budget.h"
 #include "trace/Trace.h"
 
 // The runs laid over each other in one page that needs nothing else: no network, no other file.
@@ -28,6 +29,9 @@ public:
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
+
+  // What came of the budgets of the run that ended last.
+  void judged(const std::vector<Verdict>& verdicts) { runs.back().verdicts = verdicts; }
 
   void write(std::ostream& out) const;
 
@@ -55,6 +59,7 @@ private:
     NameSeries scenarios;
     NameSeries configurations;
     std::vector<Performance> performance;
+    std::vector<Verdict> verdicts;
     std::optional<int64_t> standstill; // since when, in milliseconds
     int64_t duration = 0;              // milliseconds
   };

@@ -58,6 +58,7 @@ public:
   }
   void end(int64_t time, const std::vector<Performance>& performance) override {
     pass(&TraceSink::end, time, performance);
+    if (files) files->html.judged(figures.last().verdicts);
   }
 
 private:

@@ -5,27 +5,23 @@
 #include <set>
 #include <utility>
 
+#include "report/Judgement.h"
 #include "text/Columns.h"
 #include "text/Phrases.h"
 
 namespace {
 
-constexpr double kMillisecondsPerMinute = 60000;
 // What stands where a run has no such value.
 constexpr char kNothing[] = "-";
 
-bool isNode(const SensorTrack& sensor) {
-  return sensor.kind == SensorTrack::Kind::kPlantNode;
-}
-
 // Whether two runs mean the same: a node of the plant may bear the name of a sensor.
 bool same(const SensorTrack& a, const SensorTrack& b) {
-  return a.name == b.name && isNode(a) == isNode(b);
+  return a.name == b.name && a.isNode() == b.isNode();
 }
 bool same(const DeviceTrack& a, const DeviceTrack& b) {
   return a.name == b.name;
 }
-bool same(const std::string& a, const std::string& b) {
+template <typename Plain> bool same(const Plain& a, const Plain& b) {
   return a == b;
 }
 
@@ -101,73 +97,44 @@ std::string meanOfFirst(const std::vector<std::string>& entries, const TimeAtVal
 } // namespace
 
 void Summary::begin(const TraceDescription& run) {
-  runs.emplace_back(run);
+  runs.push_back(std::make_unique<RunFigures>());
+  runs.back()->begin(run);
 }
 
 void Summary::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  runs.back().temperatures[sensor].set(time, millidegrees);
+  runs.back()->temperature(time, sensor, millidegrees);
 }
 
-void Summary::level(int64_t time, size_t device, int32_t level, const std::string&) {
-  runs.back().levels[device].set(time, level);
+void Summary::level(int64_t time, size_t device, int32_t level, const std::string& entry) {
+  runs.back()->level(time, device, level, entry);
 }
 
 void Summary::power(int64_t time, size_t source, int64_t microwatts) {
-  runs.back().heats[source].set(time, microwatts);
+  runs.back()->power(time, source, microwatts);
 }
 
 void Summary::gap(int64_t from, int64_t to, std::optional<size_t> sensor) {
-  Run& run = runs.back();
-  if (sensor) return run.temperatures[*sensor].skip(from, to);
-  run.inGaps += to - from;
-  for (std::vector<TimeAtValue>* records : {&run.temperatures, &run.levels}) {
-    for (TimeAtValue& record : *records)
-      record.skip(from, to);
-  }
+  runs.back()->gap(from, to, sensor);
 }
 
 void Summary::standstill(int64_t time) {
-  runs.back().standstill = time;
+  runs.back()->standstill(time);
 }
 
 void Summary::end(int64_t time, const std::vector<Performance>& performance) {
-  Run& run = runs.back();
-  run.duration = time;
-  run.performance = performance;
-  for (size_t i = 0; performance.empty() && i < run.heats.size(); ++i) {
-    run.heats[i].set(time, 0);
-    run.performance.push_back({run.description.sources[i], 0, 0, run.heats[i].joules});
-  }
-  for (std::vector<TimeAtValue>* records : {&run.temperatures, &run.levels}) {
-    for (TimeAtValue& record : *records)
-      record.finish(time);
-  }
+  runs.back()->end(time, performance);
 }
 
 bool Summary::passedALimit() const {
-  for (const Run& run : runs) {
-    for (size_t i = 0; i < run.temperatures.size(); ++i) {
-      const std::optional<int32_t>& limit = run.description.sensors[i].limit;
-      const TimeAtValue& record = run.temperatures[i];
-      if (limit && !record.empty() && record.highest() > *limit) return true;
-    }
-  }
-  return false;
+  return std::any_of(runs.begin(), runs.end(),
+                     [](const auto& run) { return run->passedABudget(); });
 }
 
 std::vector<std::string> Summary::unjudged() const {
   std::vector<std::string> sentences;
-  for (const Run& run : runs) {
-    const std::string& name = run.description.name;
-    if (run.standstill)
-      sentences.push_back(name + ": the daemon stood still from " + clock(*run.standstill) +
-                          " on: no limit is kept by what samples and decides nothing");
-    for (size_t i = 0; i < run.temperatures.size(); ++i) {
-      const SensorTrack& sensor = run.description.sensors[i];
-      if (sensor.limit && run.temperatures[i].empty())
-        sentences.push_back(name + ": " + sensor.name +
-                            " never had a sample: nobody knows whether " + "its limit was kept");
-    }
+  for (const auto& run : runs) {
+    for (std::string& sentence : run->unjudged())
+      sentences.push_back(std::move(sentence));
   }
   return sentences;
 }
@@ -178,23 +145,30 @@ void Summary::print(std::ostream& out) const {
   std::vector<DeviceTrack> devices;
   std::vector<std::string> sources;
   bool hasGaps = false;
-  for (const Run& run : runs) {
-    rows[0].push_back(run.description.name);
-    rows[1].push_back(clock(run.duration));
-    hasGaps |= run.inGaps > 0;
-    collect(run.description.sensors, sensors);
-    collect(run.description.devices, devices);
-    for (const Performance& performance : run.performance)
+  for (const auto& run : runs) {
+    rows[0].push_back(run->description.name);
+    rows[1].push_back(clock(run->duration));
+    hasGaps |= run->inGaps > 0;
+    collect(run->description.sensors, sensors);
+    collect(run->description.devices, devices);
+    for (const Performance& performance : run->performance)
       collect({performance.source}, sources);
+    for (const Budget& budget : run->description.budgets) {
+      if (budget.of == Budget::Of::kWork) collect({budget.name}, sources);
+    }
   }
   if (hasGaps)
-    addRow("run", "of it in gaps", rows, [](const Run& run) { return clock(run.inGaps); });
+    addRow("run", "of it in gaps", rows, [](const RunFigures& run) { return clock(run.inGaps); });
   for (const SensorTrack& sensor : sensors)
     addSensor(sensor, rows);
-  for (const DeviceTrack& device : devices)
+  for (const DeviceTrack& device : devices) {
     addDevice(device, rows);
-  for (const std::string& source : sources)
+    addRequirements(device.name, Budget::Of::kChanges, rows);
+  }
+  for (const std::string& source : sources) {
     addPerformance(source, rows);
+    addRequirements(source, Budget::Of::kWork, rows);
+  }
   // A group's name stands in its first row alone.
   for (size_t i = rows.size() - 1; i > 0; --i) {
     if (rows[i][0] == rows[i - 1][0]) rows[i][0].clear();
@@ -207,14 +181,33 @@ template <typename Cell>
 void Summary::addRow(const std::string& group, const std::string& label, Rows& rows,
                      Cell cell) const {
   rows.push_back({group, label});
-  for (const Run& run : runs)
-    rows.back().push_back(cell(run));
+  for (const auto& run : runs)
+    rows.back().push_back(cell(*run));
+}
+
+template <typename Meant>
+void Summary::addBudgets(const std::string& group, Rows& rows, Meant meant) const {
+  std::vector<Budget> budgets;
+  for (const auto& run : runs)
+    collect(run->description.budgets, budgets);
+  for (const Budget& budget : budgets) {
+    if (!meant(budget)) continue;
+    addRow(group, labelOf(budget), rows, [&](const RunFigures& run) {
+      const Verdict* verdict = run.verdictOn(budget);
+      return verdict ? cellOf(*verdict) : kNothing;
+    });
+  }
+}
+
+void Summary::addRequirements(const std::string& name, Budget::Of of, Rows& rows) const {
+  addBudgets(name, rows,
+             [&](const Budget& budget) { return budget.of == of && budget.name == name; });
 }
 
 void Summary::addSensor(const SensorTrack& sensor, Rows& rows) const {
-  const std::string group = sensor.name + (isNode(sensor) ? " (plant)" : "");
+  const std::string group = sensor.name + (sensor.isNode() ? " (plant)" : "");
   const auto add = [&](const std::string& label, auto cell) {
-    addRow(group, label, rows, [&](const Run& run) -> std::string {
+    addRow(group, label, rows, [&](const RunFigures& run) -> std::string {
       const TimeAtValue* record = recordOf(run.description.sensors, run.temperatures, sensor);
       return record ? cell(*record) : kNothing;
     });
@@ -224,12 +217,12 @@ void Summary::addSensor(const SensorTrack& sensor, Rows& rows) const {
   // Of all runs, so that a run is judged by the other ones' thresholds, too: only so do the rows
   // compare.
   std::set<Mark> marks;
-  for (const Run& run : runs)
-    addMarks(run.description, sensor, marks);
+  for (const auto& run : runs)
+    addMarks(run->description, sensor, marks);
   std::string never;
   for (const Mark& mark : marks) {
-    const bool reached = std::any_of(runs.begin(), runs.end(), [&](const Run& run) {
-      const auto* record = recordOf(run.description.sensors, run.temperatures, sensor);
+    const bool reached = std::any_of(runs.begin(), runs.end(), [&](const auto& run) {
+      const auto* record = recordOf(run->description.sensors, run->temperatures, sensor);
       return record && mark.timePast(*record) > 0;
     });
     // A row of zeros for each would hide the others.
@@ -241,67 +234,56 @@ void Summary::addSensor(const SensorTrack& sensor, Rows& rows) const {
         [&](const TimeAtValue& record) { return clock(mark.timePast(record)); });
   }
   if (!never.empty()) rows.push_back({group, "never " + never});
-  if (sensor.limit)
-    addRow(group, "limit " + degrees(*sensor.limit), rows,
-           [&](const Run& run) { return verdictOf(run, sensor); });
-}
-
-std::string Summary::verdictOf(const Run& run, const SensorTrack& sensor) {
-  const auto& sensors = run.description.sensors;
-  const TimeAtValue* record = recordOf(sensors, run.temperatures, sensor);
-  if (record && record->highest() > *sensor.limit)
-    return "passed for " + clock(record->total() - record->atMost(*sensor.limit));
-  const auto isIt = [&](const SensorTrack& other) { return same(other, sensor); };
-  if (std::none_of(sensors.begin(), sensors.end(), isIt)) return kNothing;
-  if (!record) return "no sample";
-  return run.standstill ? "not judged" : "kept";
+  addBudgets(group, rows, [&](const Budget& budget) { return isOf(budget, sensor); });
 }
 
 void Summary::addDevice(const DeviceTrack& device, Rows& rows) const {
   const auto add = [&](const std::string& label, auto cell) {
-    addRow(device.name, label, rows, [&](const Run& run) -> std::string {
+    addRow(device.name, label, rows, [&](const RunFigures& run) -> std::string {
       const TimeAtValue* record = recordOf(run.description.devices, run.levels, device);
       return record ? cell(*record, run) : kNothing;
     });
   };
   std::set<int32_t> taken;
-  for (const Run& run : runs) {
-    if (const TimeAtValue* record = recordOf(run.description.devices, run.levels, device)) {
+  for (const auto& run : runs) {
+    if (const TimeAtValue* record = recordOf(run->description.devices, run->levels, device)) {
       for (const auto& [level, time] : record->all())
         taken.insert(level);
     }
   }
   if (taken.empty()) return;
   add("mean level",
-      [](const TimeAtValue& record, const Run&) { return rounded(record.mean(), 2); });
+      [](const TimeAtValue& record, const RunFigures&) { return rounded(record.mean(), 2); });
   for (const int32_t level : taken) {
     const auto index = static_cast<size_t>(level);
     const std::string entry =
         index < device.levels.size() ? " (" + device.levels[index] + ")" : std::string();
-    add("at level " + std::to_string(level) + entry, [=](const TimeAtValue& record, const Run&) {
+    add("at level " + std::to_string(level) + entry, [=](const TimeAtValue& record,
+                                                         const RunFigures&) {
       return percent(static_cast<double>(record.at(level)), static_cast<double>(record.total()));
     });
   }
-  add("changes a minute", [](const TimeAtValue& record, const Run& run) {
-    const double minutes = static_cast<double>(run.duration - run.inGaps) / kMillisecondsPerMinute;
-    return minutes == 0 ? kNothing : rounded(record.changes() / minutes, 2);
+  add("changes a minute", [](const TimeAtValue& record, const RunFigures& run) {
+    const std::optional<double> changes = run.changesAMinute(record);
+    return changes ? rounded(*changes, 2) : kNothing;
   });
-  add("mean entry, level 0 = 100 %",
-      [&](const TimeAtValue& record, const Run&) { return meanOfFirst(device.levels, record); });
+  add("mean entry, level 0 = 100 %", [&](const TimeAtValue& record, const RunFigures&) {
+    return meanOfFirst(device.levels, record);
+  });
 }
 
 void Summary::addPerformance(const std::string& source, Rows& rows) const {
-  const auto of = [&source](const Run& run) -> const Performance* {
-    for (const Performance& performance : run.performance)
-      if (performance.source == source) return &performance;
-    return nullptr;
+  const auto works = [&source](const auto& run) {
+    const Performance* const work = run->workOf(source);
+    return work && work->demanded != 0;
   };
-  const auto works = [&of](const Run& run) { return of(run) && of(run)->demanded != 0; };
   if (std::any_of(runs.begin(), runs.end(), works))
-    addRow(source, "work done of that asked for", rows, [&](const Run& run) -> std::string {
-      return of(run) ? percent(of(run)->delivered, of(run)->demanded) : kNothing;
+    addRow(source, "work done of that asked for", rows, [&](const RunFigures& run) -> std::string {
+      const Performance* work = run.workOf(source);
+      return work ? percent(work->delivered, work->demanded) : kNothing;
     });
-  addRow(source, "energy, J", rows, [&](const Run& run) -> std::string {
-    return of(run) ? rounded(of(run)->joules, 1) : kNothing;
+  addRow(source, "energy, J", rows, [&](const RunFigures& run) -> std::string {
+    const Performance* heat = run.performanceOf(source);
+    return heat ? rounded(heat->joules, 1) : kNothing;
   });
 }

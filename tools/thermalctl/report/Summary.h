@@ -1,12 +1,13 @@
 #pragma once
 
-#include <deque>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-#include "report/TimeAtValue.h"
+#include "report/RunFigures.h"
+#include "trace/Budget.h"
 #include "trace/Trace.h"
 
 // Runs in figures, side by side.
@@ -25,49 +26,21 @@ public:
   void standstill(int64_t time) override;
   void end(int64_t time, const std::vector<Performance>& performance) override;
 
-  // Whether any sample of a sensor was above its limit.
+  // Of the run that ended last.
+  const RunFigures& last() const { return *runs.back(); }
+  // Whether any run has passed a limit or missed a requirement.
   bool passedALimit() const;
-  // Why of a run it cannot be said that all limits were kept, a sentence each: the daemon stood
-  // still, or a sensor with a limit never had a sample.
+  // Why of a run it cannot be said that all were kept, a sentence each (see RunFigures).
   std::vector<std::string> unjudged() const;
 
   // A column for each run. Per sensor the peak, the mean, the time at or past each threshold that
-  // any of the configurations has for it, and whether its limit was kept; per device the mean
+  // any of the configurations has for it, and whether its limits were kept; per device the mean
   // level, the share of each level, the changes a minute and how much of its first entry it gave on
-  // average; of each source the work done of the work asked for, and the heat that it gave off.
+  // average; of each source the work done of the work asked for, and the heat that it gave off; of
+  // both what was required.
   void print(std::ostream& out) const;
 
 private:
-  // What a source gives off, of a run that tells its powers alone.
-  //
-  // Units: the energy up to `since`; times in milliseconds.
-  struct Heat {
-    int64_t microwatts = 0;
-    int64_t since = 0;
-    double joules = 0;
-
-    void set(int64_t time, int64_t now) {
-      joules += static_cast<double>(microwatts) * static_cast<double>(time - since) / 1e9;
-      microwatts = now;
-      since = time;
-    }
-  };
-
-  struct Run {
-    explicit Run(const TraceDescription& description_)
-        : description(description_), temperatures(description_.sensors.size()),
-          levels(description_.devices.size()), heats(description_.sources.size()) {}
-
-    TraceDescription description;
-    std::vector<TimeAtValue> temperatures; // of each sensor
-    std::vector<TimeAtValue> levels;       // of each device
-    std::vector<Heat> heats;               // of each source
-    std::vector<Performance> performance;
-    std::optional<int64_t> standstill; // since when, in milliseconds
-    int64_t duration = 0;              // milliseconds
-    int64_t inGaps = 0;                // of these, in which nothing is known of anything
-  };
-
   // Of a group's name, a label and a cell for each run; without cells the label may run on.
   using Rows = std::vector<std::vector<std::string>>;
 
@@ -75,10 +48,12 @@ private:
   template <typename Cell>
   void addRow(const std::string& group, const std::string& label, Rows& rows, Cell cell) const;
   void addSensor(const SensorTrack& sensor, Rows& rows) const;
-  // Whether a sensor with a limit has kept it.
-  static std::string verdictOf(const Run& run, const SensorTrack& sensor);
+  // The verdicts on those budgets of any run that are meant.
+  template <typename Meant>
+  void addBudgets(const std::string& group, Rows& rows, Meant meant) const;
+  void addRequirements(const std::string& name, Budget::Of of, Rows& rows) const;
   void addDevice(const DeviceTrack& device, Rows& rows) const;
   void addPerformance(const std::string& source, Rows& rows) const;
 
-  std::deque<Run> runs;
+  std::vector<std::unique_ptr<RunFigures>> runs;
 };

@@ -74,3 +74,15 @@ double TimeAtValue::mean() const {
     weighted += static_cast<double>(value) * static_cast<double>(time);
   return weighted / static_cast<double>(whole);
 }
+
+int32_t TimeAtValue::percentile(double percent) const {
+  const int64_t whole = total();
+  if (whole == 0) return *current;
+  const double wanted = static_cast<double>(whole) * percent / 100;
+  int64_t passed = 0;
+  for (const auto& [value, time] : times) {
+    passed += time;
+    if (static_cast<double>(passed) >= wanted) return value;
+  }
+  return highest();
+}

@@ -8,7 +8,7 @@
 //
 // Units:  milliseconds; the value in the unit of what it is the record of.
 // Memory: grows with the number of different values, not with time.
-// Errors: `lowest`, `highest` and `mean` ask for a record that is not empty.
+// Errors: `lowest`, `highest`, `mean` and `percentile` ask for a record that is not empty.
 class TimeAtValue {
 public:
   TimeAtValue() = default;
@@ -37,6 +37,9 @@ public:
   int32_t highest() const { return times.rbegin()->first; }
   // Weighted by time; without any time the last value.
   double mean() const;
+  // The lowest value that was not exceeded for so many per cent of the time; without any time the
+  // last one.
+  int32_t percentile(double percent) const;
 
 private:
   using Times = std::map<int32_t, int64_t>;

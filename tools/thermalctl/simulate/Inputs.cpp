@@ -70,7 +70,7 @@ public:
         readWorkload(workloadText, request.workload, base.plant, base.description, problems);
     // Behind both, whose indices are those of the board's own sensors.
     addNodesAndSources();
-    addLimits();
+    addBudgets();
     base.description.duration = request.duration;
 
     std::vector<RunInput> runs;
@@ -112,53 +112,79 @@ private:
       base.description.sources.push_back(source.name);
   }
 
-  void addLimits() {
-    for (const Limit& limit : request.limits) {
-      SensorTrack* const sensor = limit.ofNode ? nullptr : trackNamed(limit.name, Of::kSensor);
-      SensorTrack* const node = trackNamed(limit.name, Of::kNode);
-      if (sensor) {
-        tighten(*sensor, limit);
-        limitWhatItReads(*sensor, limit);
-      } else if (node) {
-        tighten(*node, limit);
-      } else {
-        tellNoSuch(limit);
-      }
+  void addBudgets() {
+    for (const AskedBudget& asked : request.budgets) {
+      const Budget& budget = asked.budget;
+      if (budget.of == Budget::Of::kWork)
+        addRequirement(asked, workingSources(), "the plant has no source that does work called ");
+      else if (budget.of == Budget::Of::kChanges)
+        addRequirement(asked, devicesWithLevels(), "the board has no device with levels called ");
+      else
+        addLimit(asked);
+    }
+  }
+
+  void addRequirement(const AskedBudget& asked, const std::vector<std::string>& names,
+                      const std::string& noSuch) {
+    const std::string& name = asked.budget.name;
+    if (std::find(names.begin(), names.end(), name) != names.end())
+      base.description.hold(asked.budget);
+    else
+      problems.add({asked.file, asked.span, noSuch + quoted(name),
+                    didYouMean(name, names, names.empty() ? "" : "there are " + listed(names))});
+  }
+
+  std::vector<std::string> workingSources() const {
+    std::vector<std::string> names;
+    for (const PlantDescription::Source& source : base.plant.sources)
+      if (source.work) names.push_back(source.name);
+    return names;
+  }
+
+  std::vector<std::string> devicesWithLevels() const {
+    std::vector<std::string> names;
+    for (const DeviceTrack& device : base.description.devices)
+      if (!device.levels.empty()) names.push_back(device.name);
+    return names;
+  }
+
+  void addLimit(const AskedBudget& asked) {
+    const Budget& limit = asked.budget;
+    SensorTrack* const sensor = limit.ofNode ? nullptr : trackNamed(limit.name, Of::kSensor);
+    SensorTrack* const node = trackNamed(limit.name, Of::kNode);
+    if (sensor) {
+      base.description.hold(*sensor, limit);
+      limitWhatItReads(*sensor, limit);
+    } else if (node) {
+      base.description.hold(*node, limit);
+    } else {
+      tellNoSuch(asked);
     }
   }
 
   // A sensor that is stuck or slow would keep its limit in any heat.
-  void limitWhatItReads(const SensorTrack& sensor, const Limit& limit) {
+  void limitWhatItReads(const SensorTrack& sensor, const Budget& limit) {
     for (const PlantDescription::Probe& probe : base.plant.probes) {
       if (&base.description.sensors[probe.sensor] == &sensor)
-        tighten(base.description.sensors[base.firstNode() + probe.node], limit);
+        base.description.hold(base.description.sensors[base.firstNode() + probe.node], limit);
     }
   }
 
-  static void tighten(SensorTrack& track, const Limit& limit) {
-    track.limit = std::min(limit.millidegrees, track.limit.value_or(limit.millidegrees));
-  }
-
-  void tellNoSuch(const Limit& limit) {
+  void tellNoSuch(const AskedBudget& asked) {
+    const Budget& limit = asked.budget;
     std::vector<std::string> names;
-    for (const SensorTrack& track : base.description.sensors) {
-      const bool isNode = track.kind == SensorTrack::Kind::kPlantNode;
-      if (isNode || !limit.ofNode) names.push_back(track.name);
-    }
-    const std::string what = limit.ofNode ? "the plant has no node '"
-                                          : "the board has no sensor and the plant no node '";
-    const std::string asked = "--limit " + std::string(limit.ofNode ? "node:" : "") + limit.name;
-    problems.add({asked,
-                  {},
-                  what + limit.name + "'",
+    for (const SensorTrack& track : base.description.sensors)
+      if (track.isNode() || !limit.ofNode) names.push_back(track.name);
+    const std::string what =
+        limit.ofNode ? "the plant has no node " : "the board has no sensor and the plant no node ";
+    problems.add({asked.file, asked.span, what + quoted(limit.name),
                   didYouMean(limit.name, names, "there are " + listed(names))});
   }
 
   enum class Of { kSensor, kNode };
   SensorTrack* trackNamed(const std::string& name, Of kind) {
     for (SensorTrack& track : base.description.sensors) {
-      const bool isNode = track.kind == SensorTrack::Kind::kPlantNode;
-      if (track.name == name && isNode == (kind == Of::kNode)) return &track;
+      if (track.name == name && track.isNode() == (kind == Of::kNode)) return &track;
     }
     return nullptr;
   }

@@ -8,8 +8,17 @@
 #include "simulate/PlantFile.h"
 #include "simulate/WorkloadFile.h"
 #include "toml/Problems.h"
-#include "trace/Limit.h"
+#include "trace/Budget.h"
 #include "trace/Trace.h"
+
+// A budget that is asked for, and where.
+//
+// Shape: `file` and `span` as of a Problem.
+struct AskedBudget {
+  Budget budget;
+  std::string file;
+  Span span{};
+};
 
 // What a user asks for.
 //
@@ -23,7 +32,7 @@ struct SimulationRequest {
   std::string workload;
   // Where the files lie that the workload asks for, beside the folder of a run's own configuration.
   std::string configurationFolder;
-  std::vector<Limit> limits;
+  std::vector<AskedBudget> budgets;
   int64_t duration = 0;
   uint64_t seed = 0;
 };

@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 
 #include "simulate/Network.h"
-#include "simulate/Numbers.h"
 #include "text/Nearest.h"
+#include "text/Numbers.h"
 #include "text/Phrases.h"
 #include "text/Temperature.h"
 #include "toml/TomlSection.h"

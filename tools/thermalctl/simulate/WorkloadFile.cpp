@@ -12,8 +12,8 @@
 #include <fmt/format.h>
 
 #include "base/TextReader.h"
-#include "simulate/Numbers.h"
 #include "text/Nearest.h"
+#include "text/Numbers.h"
 #include "text/Phrases.h"
 #include "text/Temperature.h"
 #include "text/Word.h"

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "trace/Budget.h"
+
 // What a run of the daemon shows, simulated or read from a log: first who takes part, then events
 // in the order of time.
 //
@@ -24,7 +26,9 @@ struct SensorTrack {
   std::string name;
   Kind kind = Kind::kReal;
   std::optional<uint32_t> period; // between two samples, if it is known
-  std::optional<int32_t> limit;   // which the temperature must not pass
+  std::optional<int32_t> limit;   // the lowest that the temperature must never pass
+
+  bool isNode() const { return kind == Kind::kPlantNode; }
 };
 
 // One device and what its levels mean.
@@ -90,8 +94,14 @@ struct TraceDescription {
   // Those of every configuration that can come in force, in whatever scenario.
   std::vector<AlgorithmTrack> algorithms;
   std::vector<std::string> sources; // of heat, each name once; none where no plant is known
+  std::vector<Budget> budgets;      // each once
   // How long the run will be, if that is known before its end.
   std::optional<int64_t> duration;
+
+  // Adds a budget, unless it is there.
+  void hold(const Budget& budget);
+  // A limit that one of the sensors is held to, whatever name it bears.
+  void hold(SensorTrack& sensor, Budget limit);
 };
 
 // Takes one run after the other: `begin`, events of which none is earlier than the one before it,

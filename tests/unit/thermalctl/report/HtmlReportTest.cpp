@@ -61,7 +61,23 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
                       "points": "0PC", "thinned": false}],
       "scenarios": {"names": ["Default", "game"], "points": "AA0PCAD"},
       "configurations": {"names": ["day.conf"], "points": "AA"},
-      "performance": [{"source": "cores", "demanded": 2.0, "delivered": 1.0}]}])"));
+      "performance": [{"source": "cores", "demanded": 2.0, "delivered": 1.0}],
+      "verdicts": []}])"));
+}
+
+TEST_F(HtmlReportTest, HoldsWhatCameOfEachBudget) {
+  report.begin(TraceDescription());
+  report.end(1000, {});
+  Verdict verdict{*readLimit("node:case=43C:60s").budget, Verdict::Is::kPassed};
+  verdict.measured = 44100;
+  verdict.above = 90000;
+  verdict.firstAbove = 5500;
+  report.judged({verdict});
+  EXPECT_EQ(data()["runs"][0]["verdicts"], nlohmann::json::parse(R"([{
+      "budget": "node:case=43C:60s", "label": "limit 43 for 0:01:00 in all",
+      "cell": "passed: 0:01:30", "name": "case", "plant": true, "verdict": "passed",
+      "bound": 43.0, "measured": 44.1, "beyond": 1.1, "allowed_s": 60.0, "above_s": 90.0,
+      "first_above_s": 5.5}])"));
 }
 
 TEST_F(HtmlReportTest, TellsWhatIsUnknownAsNull) {

@@ -133,8 +133,11 @@ class SummaryLimitTest : public ::testing::Test {
 protected:
   void playAt(int32_t limit) {
     TraceDescription run = boardOf("day", {});
-    run.sensors[0].limit = limit;
+    run.hold(run.sensors[0], limitOf(limit));
     play(summary, run);
+  }
+  static Budget limitOf(int32_t millidegrees) {
+    return {Budget::Of::kPeak, "", false, static_cast<double>(millidegrees)};
   }
   Summary summary;
 };
@@ -185,8 +188,10 @@ TEST(SummaryTest, LeavesGapsOutOfEverySumOfTimes) {
 TEST_F(SummaryLimitTest, IsToldOfTheSensorAndOfItsNodeApart) {
   TraceDescription run;
   run.name = "day";
-  run.sensors.push_back({"battery", SensorTrack::Kind::kReal, {}, 45000});
-  run.sensors.push_back({"battery", SensorTrack::Kind::kPlantNode, {}, 45000});
+  run.sensors.push_back({"battery", SensorTrack::Kind::kReal, {}, {}});
+  run.sensors.push_back({"battery", SensorTrack::Kind::kPlantNode, {}, {}});
+  for (SensorTrack& sensor : run.sensors)
+    run.hold(sensor, limitOf(45000));
   summary.begin(run);
   summary.temperature(0, 0, 30000);
   summary.temperature(0, 1, 52700);
@@ -204,7 +209,7 @@ TEST_F(SummaryLimitTest, IsToldOfTheSensorAndOfItsNodeApart) {
 
 TEST_F(SummaryLimitTest, IsNotKeptByASensorWithoutASample) {
   TraceDescription run = boardOf("day", {});
-  run.sensors[0].limit = 45000;
+  run.hold(run.sensors[0], limitOf(45000));
   summary.begin(run);
   summary.end(1000, {});
   EXPECT_FALSE(summary.passedALimit());
@@ -217,7 +222,7 @@ TEST_F(SummaryLimitTest, IsNotKeptByASensorWithoutASample) {
 
 TEST_F(SummaryLimitTest, IsNotKeptWhereTheDaemonStoodStill) {
   TraceDescription run = boardOf("day", {});
-  run.sensors[0].limit = 45000;
+  run.hold(run.sensors[0], limitOf(45000));
   summary.begin(run);
   summary.temperature(0, 0, 30000);
   summary.standstill(2000);
@@ -232,6 +237,35 @@ TEST_F(SummaryLimitTest, IsNotKeptWhereTheDaemonStoodStill) {
 TEST_F(SummaryLimitTest, NothingIsLeftUnjudgedInAnOrdinaryRun) {
   playAt(40999);
   EXPECT_TRUE(summary.unjudged().empty());
+}
+
+TEST(SummaryTest, HasARowForEachBudgetBelowWhatItIsOf) {
+  Summary summary;
+  TraceDescription run = boardOf("day", {});
+  for (const char* text : {"skin=40C:3m", "p95:skin=40C"})
+    run.hold(*readLimit(text).budget);
+  for (const char* text : {"changes:cpu<=0.1/min", "work:cores=70%", "work:camera=50%"})
+    run.hold(*readRequirement(text).budget);
+  play(summary, run);
+  EXPECT_TRUE(summary.passedALimit());
+  EXPECT_EQ(tableOf(summary), "                                                          day\n"
+                              "run     duration, h:mm:ss                             0:10:00\n"
+                              "skin    peak, degrees C                                  41.0\n"
+                              "        mean                                             33.8\n"
+                              "        limit 40 for 0:03:00 in all             kept: 0:03:00\n"
+                              "        limit p95 40                               passed: 41\n"
+                              "cpu     mean level                                       0.70\n"
+                              "        at level 0 (2000)                              60.0 %\n"
+                              "        at level 1 (1500)                              10.0 %\n"
+                              "        at level 2 (500)                               30.0 %\n"
+                              "        changes a minute                                 0.20\n"
+                              "        mean entry, level 0 = 100 %                    75.0 %\n"
+                              "        required changes a minute at most 0.1    missed: 0.20\n"
+                              "cores   work done of that asked for                    75.0 %\n"
+                              "        energy, J                                      1234.6\n"
+                              "        required work at least 70 %             kept: 75.00 %\n"
+                              "camera  energy, J                                        30.0\n"
+                              "        required work at least 50 %            kept: 100.00 %\n");
 }
 
 } // namespace

@@ -94,4 +94,27 @@ TEST(TimeAtValueTest, SkipsNothingTwice) {
   EXPECT_EQ(record.total(), 2000);
 }
 
+TEST(TimeAtValueTest, APercentileIsNotExceededForThatShareOfTheTime) {
+  const TimeAtValue record = upAndDown();
+  EXPECT_EQ(record.percentile(50), 10);
+  EXPECT_EQ(record.percentile(51), 20);
+  EXPECT_EQ(record.percentile(99.9), 20);
+}
+
+TEST(TimeAtValueTest, APercentileIgnoresAValueThatHadNoTime) {
+  TimeAtValue record;
+  record.set(0, 10);
+  record.set(1000, 90);
+  record.set(1000, 20);
+  record.finish(2000);
+  EXPECT_EQ(record.percentile(99), 20);
+}
+
+TEST(TimeAtValueTest, APercentileOfNoTimeIsTheLastValue) {
+  TimeAtValue record;
+  record.set(0, 10);
+  record.set(0, 5);
+  EXPECT_EQ(record.percentile(99), 5);
+}
+
 } // namespace

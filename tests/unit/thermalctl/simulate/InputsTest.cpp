@@ -69,9 +69,25 @@ protected:
                    "[[resistance]]\nbetween = [\"case\", \"die\"]\nkelvin_per_watt = 1\n";
   }
 
+  void ask(const std::vector<std::string>& limits,
+           const std::vector<std::string>& requirements = {}) {
+    files.request.budgets.clear();
+    for (const std::string& text : limits)
+      files.request.budgets.push_back({*readLimit(text).budget, "--limit " + text});
+    for (const std::string& text : requirements)
+      files.request.budgets.push_back({*readRequirement(text).budget, "--require " + text});
+  }
+
+  std::vector<std::string> budgets() {
+    std::vector<std::string> texts;
+    for (const Budget& budget : files.read().front().description.budgets)
+      texts.push_back(textOf(budget));
+    return texts;
+  }
+
   // By name; those without a limit are left out.
-  std::map<std::string, int32_t> limitsWith(const std::vector<Limit>& asked) {
-    files.request.limits = asked;
+  std::map<std::string, int32_t> limitsWith(const std::vector<std::string>& asked) {
+    ask(asked);
     std::map<std::string, int32_t> limits;
     const std::vector<RunInput> runs = files.read();
     if (runs.empty()) return limits;
@@ -84,30 +100,55 @@ protected:
 };
 
 TEST_F(LimitsTest, OfASensorIsAlsoThatOfItsNode) {
-  EXPECT_EQ(limitsWith({{"cpu", false, 90000}}), (Limits{{"cpu", 90000}, {"die", 90000}}));
+  EXPECT_EQ(limitsWith({"cpu=90C"}), (Limits{{"cpu", 90000}, {"die", 90000}}));
 }
 
 TEST_F(LimitsTest, OfANodeIsItsOwnAlone) {
-  EXPECT_EQ(limitsWith({{"die", true, 90000}}), (Limits{{"die", 90000}}));
-  EXPECT_EQ(limitsWith({{"case", false, 43000}}), (Limits{{"case", 43000}}));
+  EXPECT_EQ(limitsWith({"node:die=90C"}), (Limits{{"die", 90000}}));
+  EXPECT_EQ(limitsWith({"case=43C"}), (Limits{{"case", 43000}}));
 }
 
 TEST_F(LimitsTest, TheTightestHolds) {
-  EXPECT_EQ(limitsWith({{"cpu", false, 90000}, {"die", true, 80000}, {"cpu", false, 95000}}),
+  EXPECT_EQ(limitsWith({"cpu=90C", "node:die=80C", "cpu=95C"}),
             (Limits{{"cpu", 90000}, {"die", 80000}}));
-  EXPECT_EQ(limitsWith({{"cpu", false, 70000}, {"die", true, 80000}}),
-            (Limits{{"cpu", 70000}, {"die", 70000}}));
+  EXPECT_EQ(limitsWith({"cpu=70C", "node:die=80C"}), (Limits{{"cpu", 70000}, {"die", 70000}}));
 }
 
 TEST_F(LimitsTest, OfNothingAreWrong) {
-  files.request.limits = {{"cqu", false, 43000}, {"csae", true, 43000}, {"cpu", true, 43000}};
+  ask({"cqu=43C", "node:csae=43C", "node:cpu=43C"});
   EXPECT_EQ(files.wrongInFull(),
-            "--limit cqu: error: the board has no sensor and the plant no node 'cqu'\n"
+            "--limit cqu=43C: error: the board has no sensor and the plant no node 'cqu'\n"
             "      hint: did you mean 'cpu'?\n"
-            "--limit node:cpu: error: the plant has no node 'cpu'\n"
+            "--limit node:cpu=43C: error: the plant has no node 'cpu'\n"
             "      hint: there are 'die' and 'case'\n"
-            "--limit node:csae: error: the plant has no node 'csae'\n"
+            "--limit node:csae=43C: error: the plant has no node 'csae'\n"
             "      hint: did you mean 'case'?\n");
+}
+
+TEST_F(LimitsTest, OfEveryKindAreOfTheSensorAndOfItsNode) {
+  ask({"cpu=90C", "cpu=80C:60s", "p95:cpu=70C", "node:die=90C", "p95:case=40C"},
+      {"changes:gpu<=6/min"});
+  EXPECT_EQ(budgets(),
+            (std::vector<std::string>{"cpu=90C", "node:die=90C", "cpu=80C:60s", "node:die=80C:60s",
+                                      "p95:cpu=70C", "p95:node:die=70C", "p95:node:case=40C",
+                                      "changes:gpu<=6/min"}));
+}
+
+TEST_F(LimitsTest, RequirementsOfNothingAreWrong) {
+  files.environment += "\n[alarm]\ntype report\n";
+  files.plant += "[source.big]\nnode = \"die\"\nwatts = 1\nload = 0.5\nwork = true\n"
+                 "device = \"gpu\"\nspeed = [1, 0.8, 0.6, 0.4]\n"
+                 "[source.panel]\nnode = \"case\"\nwatts = 1\nload = 0.5\n";
+  ask({}, {"work:bgi=75%", "work:panel=75%", "changes:gqu<=6/min", "changes:alarm<=6/min"});
+  EXPECT_EQ(files.wrongInFull(),
+            "--require changes:alarm<=6/min: error: the board has no device with levels called "
+            "'alarm'\n      hint: there are 'gpu'\n"
+            "--require changes:gqu<=6/min: error: the board has no device with levels called "
+            "'gqu'\n      hint: did you mean 'gpu'?\n"
+            "--require work:bgi=75%: error: the plant has no source that does work called 'bgi'\n"
+            "      hint: did you mean 'big'?\n"
+            "--require work:panel=75%: error: the plant has no source that does work called "
+            "'panel'\n      hint: there are 'big'\n");
 }
 
 TEST_F(InputsTest, FilesThatCannotBeReadAreAllNamed) {

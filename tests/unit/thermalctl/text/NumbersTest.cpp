@@ -1,4 +1,4 @@
-#include "simulate/Numbers.h"
+#include "text/Numbers.h"
 
 #include <string>
 #include <utility>
