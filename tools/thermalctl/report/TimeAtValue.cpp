@@ -76,8 +76,7 @@ double TimeAtValue::mean() const {
 }
 
 int32_t TimeAtValue::percentile(double percent) const {
-  const int64_t whole = total();
-  if (whole == 0) return *current;
+  if (whole == 0) return (*current)->first;
   const double wanted = static_cast<double>(whole) * percent / 100;
   int64_t passed = 0;
   for (const auto& [value, time] : times) {
