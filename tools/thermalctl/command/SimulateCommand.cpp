@@ -13,6 +13,7 @@
 #include "command/BudgetOptions.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/RecordingOption.h"
 #include "command/Verdict.h"
 #include "report/RunReport.h"
 #include "simulate/Engine.h"
@@ -34,7 +35,8 @@ struct Options {
   std::vector<std::string> configurations;
   std::string plant;
   std::string workload;
-  std::string duration = "1h";
+  RecordingOption recording;
+  std::string duration;
   std::string out;
   BudgetOptions budgets;
   uint64_t seed = 1;
@@ -121,6 +123,18 @@ void requireBoard(const std::string& board, Problems& problems) {
       {"--board " + board, {}, error ? "cannot be read: " + error.message() : "is no folder"});
 }
 
+// By default that of a recording, or an hour.
+void takeDuration(const Options& options, SimulationRequest& request, Problems& problems) {
+  const bool isGiven = !options.duration.empty();
+  if (!isGiven && !options.recording.files.empty()) return;
+  const std::optional<int64_t> duration = parseDuration(isGiven ? options.duration : "1h");
+  if (duration && *duration > 0)
+    request.duration = *duration;
+  else
+    problems.add(
+        {"--duration " + options.duration, {}, "must be a time above 0, such as 90s or 1h"});
+}
+
 // The files that the user names, and for the rest those of the board, which are called as on a
 // device.
 SimulationRequest requestOf(const Options& options, Problems& problems) {
@@ -137,16 +151,13 @@ SimulationRequest requestOf(const Options& options, Problems& problems) {
   if (request.configurations.empty())
     request.configurations.push_back(fromBoard("", "--conf", kFactoryConfiguration));
   request.plant = fromBoard(options.plant, "--plant", "plant.toml");
-  request.workload = workloadPath(options, problems);
+  if (options.recording.files.empty()) request.workload = workloadPath(options, problems);
   request.configurationFolder = options.board;
   request.seed = options.seed;
   request.budgets = readBudgets(options.budgets, problems);
-  const std::optional<int64_t> duration = parseDuration(options.duration);
-  if (duration && *duration > 0)
-    request.duration = *duration;
-  else
-    problems.add(
-        {"--duration " + options.duration, {}, "must be a time above 0, such as 90s or 1h"});
+  takeDuration(options, request, problems);
+  if (!options.recording.files.empty() && problems.none())
+    takeRecording(options.recording, request, problems);
   return request;
 }
 
@@ -172,6 +183,9 @@ void simulate(const std::vector<RunInput>& runs, RunReport& report) {
 }
 
 ExitStatus runSimulation(const Options& options) {
+  if (options.workload.empty() == options.recording.files.empty())
+    throw UsageError(options.workload.empty() ? "--workload is required"
+                                              : "--workload excludes --recording");
   Problems problems;
   const SimulationRequest request = requestOf(options, problems);
   const SimulationInputs inputs =
@@ -216,10 +230,10 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--plant", &options.plant, "Thermal model of the device").takes("FILE");
   line.option("--workload", &options.workload,
               "What the device does: a file, or the name of one in the board's workloads/")
-      .takes("FILE")
-      .isRequired();
-  line.option("--duration", &options.duration, "Time to run, such as 90s, 15m or 1h")
-      .showsDefault()
+      .takes("FILE");
+  addRecordingOption(line, options.recording);
+  line.option("--duration", &options.duration,
+              "Time to run, such as 90s, 15m or 1h; by default 1h, or a recording's")
       .takes("TIME");
   line.option("--out", &options.out, "Folder for trace.csv, trace.json and report.html")
       .takes("DIR");
