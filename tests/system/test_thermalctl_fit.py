@@ -328,3 +328,28 @@ def test_bounds_hold(desk):
 def test_without_a_recording_it_says_so(thermalctl):
     status, _, err = thermalctl("fit", "--board", REPOSITORY / "boards" / "phone")
     assert (status, "--recording is required" in err) == (2, True)
+
+
+def peak_of(folder, name):
+    """The hottest reading of a sensor in a trace."""
+    return max(int(row.split(",")[4]) for row in (folder / "trace.csv").read_text().splitlines()
+               if f",temperature,{name}," in row)
+
+
+def test_a_recording_is_run_in_a_closed_and_in_an_open_loop(thermalctl, tmp_path):
+    """A game whose GPU was measured in watts, unthrottled."""
+    board = REPOSITORY / "boards" / "phone"
+    recording = tmp_path / "game.csv"
+    recording.write_text("time,little:load,big:load,gpu:W,panel,charger,modem,ambient\n0,0.3,0.2,0.5,1,1,0.4,25\n"
+                         "60,0.6,0.9,3.6,1,1,0.3,30\n1500,0.6,0.9,3.6,1,1,0.3,30\n")
+    for loop in ("closed", "open"):
+        status, out, err = thermalctl("simulate", "--board", board, "--recording", recording, "--loop", loop,
+                                      "--out", tmp_path / loop, "--limit", "gpu=60C")
+        assert (status in (0, 1), err) == (True, "")
+        assert "0:25:00" in out or "1500000" in (tmp_path / loop / "trace.csv").read_text()
+    # In the open loop nothing that the daemon does makes the GPU any cooler.
+    assert peak_of(tmp_path / "open", "gpu") > peak_of(tmp_path / "closed", "gpu") + 1000
+    status, _, err = thermalctl("simulate", "--board", board, "--recording", tmp_path / "none.csv")
+    assert (status, "none.csv" in err) == (2, True)
+    status, _, err = thermalctl("simulate", "--board", board, "--recording", recording, "--workload", "game")
+    assert (status, "excludes --workload" in err) == (2, True)

@@ -136,7 +136,11 @@ std::vector<Recorded> readAll(const std::vector<std::string>& lists, const Board
   std::vector<Recorded> all;
   for (const std::string& list : lists) {
     auto recorded = readRecording(pathsOf(list), inputs.plant, board, problems, inputs.remarks);
-    if (recorded) all.push_back(std::move(*recorded));
+    if (!recorded) continue;
+    const auto hasReadings = [](const RecordedFile& file) { return !file.readings.empty(); };
+    if (std::none_of(recorded->files.begin(), recorded->files.end(), hasReadings))
+      problems.add({list, {}, "no file has a reading of a sensor or a node of the plant"});
+    all.push_back(std::move(*recorded));
   }
   return all;
 }
@@ -265,7 +269,7 @@ public:
                      nullptr,
                      names,
                      inWords(misfit, estimation),
-                     oddResiduals(misfit, estimation.fit.values, names)};
+                     remarksOn(misfit, estimation)};
     std::optional<Misfit> other;
     Estimation validation;
     if (!inputs.validations.empty() && !estimation.fit.interrupted) {
@@ -303,6 +307,15 @@ private:
       std::cerr << visible(inWords(one, inputs.recordings, names)) << "\n";
     leaveOut(inputs.recordings, stuck);
     return estimate(misfit, going);
+  }
+
+  std::vector<std::string> remarksOn(const Misfit& misfit, const Estimation& estimation) const {
+    std::vector<std::string> remarks = oddResiduals(misfit, estimation.fit.values, names);
+    for (const size_t i : atBounds(misfit, estimation))
+      remarks.push_back(misfit.quantities[i].name +
+                        " ended at one of its bounds: what it is may lie beyond, or the structure "
+                        "is another");
+    return remarks;
   }
 
   static std::vector<double> valuesOf(const Estimation& estimation) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/TextReader.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/OutputOptions.h"
@@ -86,7 +87,7 @@ Provenance provenanceOf(const StudyRequest& request, const Study& study) {
   files.insert(files.end(), study.configurations.begin(), study.configurations.end());
   files.push_back(request.plant);
   for (const NamedWorkload& workload : request.workloads)
-    files.push_back(workload.path);
+    stringTokenizer(workload.path, files, workload.text ? "," : "");
   std::vector<std::string> seeds;
   for (const uint64_t seed : request.seeds)
     seeds.push_back(std::to_string(seed));

@@ -26,7 +26,8 @@ void requireBoard(const std::string& board, Problems& problems) {
 
 // The study's file that is meant; nothing for a run that the command line tells.
 std::string studyPath(const SimulateOptions& options, Problems& problems) {
-  if (!options.study.empty() || !options.workloads.empty()) return options.study;
+  const bool isNamed = !options.workloads.empty() || !options.recording.files.empty();
+  if (!options.study.empty() || isNamed) return options.study;
   const std::string beside = (fs::path(options.board) / kStudyFile).string();
   std::error_code ignored;
   if (!options.board.empty() && fs::exists(beside, ignored)) return beside;
@@ -100,6 +101,7 @@ private:
   }
 
   void readWorkloads() {
+    if (!options.recording.files.empty()) return readRecording();
     std::vector<std::string> paths;
     for (const std::string& word : options.workloads)
       paths.push_back(findWorkload(board, "", word, {"--workload " + word, {}, ""}, problems));
@@ -111,6 +113,16 @@ private:
                     "names no workload",
                     "write which, such as workloads = [\"game\"], or give --workload"});
     request.workloads = namedWorkloads(paths);
+  }
+
+  void readRecording() {
+    if (!options.workloads.empty())
+      problems.add({"--recording " + options.recording.files, {}, "excludes --workload"});
+    if (!problems.none()) return;
+    RecordedWorkload recorded =
+        readRecordedWorkload(options.recording, request.environment, request.plant, problems);
+    request.workloads = {std::move(recorded.workload)};
+    usualDuration = recorded.length;
   }
 
   void readSeedsOf() {
@@ -128,7 +140,7 @@ private:
   }
 
   void readDurationOf() {
-    request.duration = file.duration.value_or(kHour);
+    request.duration = file.duration.value_or(usualDuration);
     if (options.duration.empty()) return;
     const std::optional<int64_t> duration = parseDuration(options.duration);
     if (duration.value_or(0) > 0)
@@ -144,6 +156,7 @@ private:
   Problems& problems;
   const std::string studyFolder;
   const std::string board;
+  int64_t usualDuration = kHour; // milliseconds
   StudyRequest request;
 };
 
@@ -177,7 +190,9 @@ void addRunOptions(CommandLine& line, SimulateOptions& options) {
               "several are run each")
       .takes("FILE")
       .takesAll();
-  line.option("--duration", &options.duration, "Time to run, such as 90s, 15m or 1h; by default 1h")
+  addRecordingOption(line, options.recording);
+  line.option("--duration", &options.duration,
+              "Time to run, such as 90s, 15m or 1h; by default 1h, or a recording's")
       .takes("TIME");
   line.option("--seed", &options.seeds,
               "Of the sensors' noise, such as 7, 1..20 or 1,2,5; by default 1")

@@ -9,6 +9,7 @@
 #include "command/BudgetOptions.h"
 #include "command/CommandLine.h"
 #include "command/OutputOptions.h"
+#include "command/RecordingOption.h"
 #include "study/Study.h"
 #include "study/Tolerances.h"
 #include "toml/Problems.h"
@@ -21,6 +22,7 @@ struct SimulateOptions {
   std::vector<std::string> configurations;
   std::string plant;
   std::vector<std::string> workloads;
+  RecordingOption recording;
   std::string duration;
   std::vector<std::string> seeds;
   uint64_t jobs = std::max(1U, std::thread::hardware_concurrency());

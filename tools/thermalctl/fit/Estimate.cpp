@@ -109,6 +109,22 @@ std::vector<Agreeing> agreementOf(const Misfit& misfit, const VectorXd& values) 
   return list;
 }
 
+std::vector<size_t> atBounds(const Misfit& misfit, const Estimation& estimation) {
+  // Of its range, which is never reached.
+  constexpr double kNear = 0.005;
+  std::vector<size_t> near;
+  for (size_t i = 0; i < misfit.quantities.size(); ++i) {
+    const Quantity& quantity = misfit.quantities[i];
+    const auto scaled = [&](double value) {
+      return quantity.byLogarithm() ? std::log(value) : value;
+    };
+    const double share = (scaled(estimation.estimates[i].value) - scaled(quantity.least)) /
+                         (scaled(quantity.most) - scaled(quantity.least));
+    if (!estimation.frozen[i] && (share < kNear || share > 1 - kNear)) near.push_back(i);
+  }
+  return near;
+}
+
 Estimation estimate(Misfit& misfit, const Going& going) {
   Estimation estimation;
   std::vector<bool>& frozen = estimation.frozen;

@@ -52,4 +52,7 @@ Estimation estimate(Misfit& misfit, const Going& going);
 // at their start are found anew, and nothing else. `fit` is written with them.
 Estimation validate(Misfit& misfit, const std::vector<double>& values, const Going& going);
 
+// The quantities that ended at one of their bounds: what they are may lie beyond.
+std::vector<size_t> atBounds(const Misfit& misfit, const Estimation& estimation);
+
 std::vector<Agreeing> agreementOf(const Misfit& misfit, const Eigen::VectorXd& values);

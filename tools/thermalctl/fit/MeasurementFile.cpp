@@ -13,8 +13,8 @@
 #include <fmt/format.h>
 
 #include "base/TextReader.h"
-#include "text/Numbers.h"
 #include "text/Nearest.h"
+#include "text/Numbers.h"
 #include "text/Phrases.h"
 #include "text/Temperature.h"
 
@@ -389,9 +389,9 @@ private:
     const Kind kind = column.kind == Column::Kind::kLoad    ? Kind::kLoad
                       : column.kind == Column::Kind::kWatts ? Kind::kWatts
                                                             : Kind::kAmbient;
-    // What a line only repeats is no change.
+    // What a line only repeats is no change; but the last line tells how long it holds.
     double& before = last.try_emplace({kind, column.index}, kNothing).first->second;
-    if (before == column.values[row]) return;
+    if (before == column.values[row] && row + 1 < times.size()) return;
     before = column.values[row];
     recorded.changes.push_back({times[row], kind, column.index, before});
   }

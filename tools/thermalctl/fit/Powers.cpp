@@ -35,6 +35,25 @@ double Powers::ofIdle(size_t source) const {
   return states[source].measured ? 0 : plant.sources[source].idle;
 }
 
+double Powers::share(size_t source) const {
+  const auto& cores = plant.sources[source].cores;
+  return cores ? cores->values[states[source].cores] : 1;
+}
+
+double Powers::full(size_t source) const {
+  return share(source) * plant.sources[source].watts[states[source].level];
+}
+
+double Powers::load(size_t index) const {
+  const PlantDescription::Source& source = plant.sources[index];
+  const Source& state = states[index];
+  if (!state.measured) return state.load;
+  const double most = full(index);
+  const double used = most > 0 ? std::clamp((*state.measured - source.idle) / most, 0.0, 1.0) : 0;
+  // Of what is asked of it, a throttled source shows no more than it can do.
+  return source.work ? used * source.speed[state.level] * share(index) : used;
+}
+
 bool Powers::setLevel(size_t device, size_t level) {
   bool changes = false;
   for (size_t i = 0; i < states.size(); ++i) {
@@ -58,11 +77,10 @@ void Powers::update(size_t index) {
   const Source& state = states[index];
   busy[index] = 0;
   if (state.measured) return;
-  const double share = source.cores ? source.cores->values[state.cores] : 1;
   double time = state.load;
   if (source.work) {
-    const double speed = source.speed[state.level] * share;
+    const double speed = source.speed[state.level] * share(index);
     time = state.load <= 0 ? 0 : speed <= state.load ? 1 : state.load / speed;
   }
-  busy[index] = time * share * source.watts[state.level];
+  busy[index] = time * full(index);
 }

@@ -24,6 +24,8 @@ public:
   double ofLoad(size_t source) const { return busy[source]; }
   double ofIdle(size_t source) const;
   double ambient() const { return air; }
+  // Of measured watts the load that would make them, at the present levels.
+  double load(size_t source) const;
 
 private:
   struct Source {
@@ -33,6 +35,9 @@ private:
     std::optional<double> measured;
   };
 
+  double share(size_t source) const;
+  // Of one that is busy all the time, without its idle power.
+  double full(size_t source) const;
   double measured(size_t source) const { return states[source].measured.value_or(0); }
   bool setLevel(size_t device, size_t level);
   void update(size_t source);

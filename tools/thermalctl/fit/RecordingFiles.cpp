@@ -236,11 +236,6 @@ std::optional<Recorded> readRecording(const std::vector<std::string>& paths,
   }
   if (!all || !problems.none()) return std::nullopt;
   rebase(recorded.files);
-  size_t readings = 0;
-  for (const RecordedFile& file : recorded.files)
-    readings += file.readings.size();
-  if (readings == 0)
-    problems.add({recorded.name, {}, "no file has a reading of a sensor or a node of the plant"});
   if (!overlap(recorded.files, problems) || !tellsAllLoads(recorded, plant, problems))
     return std::nullopt;
   return problems.none() ? std::optional(std::move(recorded)) : std::nullopt;

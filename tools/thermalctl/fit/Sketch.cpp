@@ -7,8 +7,8 @@
 
 #include <fmt/format.h>
 
-#include "text/Numbers.h"
 #include "text/Characters.h"
+#include "text/Numbers.h"
 
 namespace {
 

@@ -34,12 +34,17 @@ struct ThermalModel {
   Eigen::MatrixXd starts;  // by state: of a kelvin at each node, then at each lagged probe
   Eigen::MatrixXd powers;  // by state and source: of a watt
 
-  // What a quantity is to the model.
+  // By what a quantity acts: the states, how fast they change, the power of a source, or nothing
+  // that has a course.
   enum class Role { kByState, kBySpeed, kByPower, kByIdle, kOffset, kAmbient };
+  // What a quantity is to the model.
+  //
+  // Shape: `index` is that of a source or of an output, where the role has one; `row` by state,
+  //        where it acts by the states.
   struct Effect {
     Role role;
-    size_t index;        // of a source, or of an output
-    Eigen::VectorXd row; // by state
+    size_t index;
+    Eigen::VectorXd row;
   };
   std::vector<Effect> effects;
   Eigen::MatrixXd columns; // by state and quantity

@@ -47,7 +47,8 @@ public:
   SimulationInputs read() {
     const std::string environment = readBoardsOwn(request.environment, problems);
     const std::string plantText = readOrReport(request.plant, problems);
-    const std::string workloadText = readOrReport(request.workload, problems);
+    const std::string workloadText =
+        request.workloadText ? *request.workloadText : readOrReport(request.workload, problems);
     for (const std::string& path : request.configurations)
       addFile(path);
     if (!problems.none()) return {};

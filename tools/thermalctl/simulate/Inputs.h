@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,7 @@ struct SimulationRequest {
   std::vector<std::string> configurations; // one run for each
   std::string plant;
   std::string workload;
+  std::optional<std::string> workloadText{}; // where `workload` is no file but names a recording
   // Where the files lie that the workload asks for, beside the folder of a run's own configuration.
   std::string configurationFolder;
   std::vector<AskedBudget> budgets;

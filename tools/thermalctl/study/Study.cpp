@@ -23,6 +23,7 @@ SimulationRequest requestOf(const StudyRequest& study, const NamedWorkload& work
   request.configurations = study.configurations;
   request.plant = study.plant;
   request.workload = workload.path;
+  request.workloadText = workload.text;
   request.configurationFolder = study.configurationFolder;
   request.duration = study.duration;
   for (const SelectedBudget& budget : study.budgets) {

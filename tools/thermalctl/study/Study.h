@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,10 +10,12 @@
 #include "study/StudyFile.h"
 #include "toml/Problems.h"
 
-// A workload by the word that the user has for it, and its file.
+// A workload by the word that the user has for it, and its file; of a recording the files, with
+// commas between them, and the text that was made of them.
 struct NamedWorkload {
   std::string name;
   std::string path;
+  std::optional<std::string> text{};
 };
 
 // What is to be run: every configuration under every workload with every seed.

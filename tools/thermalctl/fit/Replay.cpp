@@ -1,0 +1,75 @@
+#include "fit/Replay.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "fit/Powers.h"
+
+namespace {
+
+// Behind it a file's end is no time, but that nothing ends.
+constexpr double kNoEnd = 1e12;
+
+double startOf(const Recorded& recorded) {
+  double start = recorded.files.front().first;
+  for (const RecordedFile& file : recorded.files)
+    start = std::min(start, file.first);
+  return start;
+}
+
+// In the order of the times, of all files.
+std::vector<RecordedChange> changesOf(const Recorded& recorded) {
+  std::vector<RecordedChange> all;
+  for (const RecordedFile& file : recorded.files)
+    all.insert(all.end(), file.changes.begin(), file.changes.end());
+  std::stable_sort(all.begin(), all.end(), [](const RecordedChange& a, const RecordedChange& b) {
+    return a.time < b.time;
+  });
+  return all;
+}
+
+std::string rowOf(double time, const Powers& powers, const PlantDescription& plant, Loop loop) {
+  std::string row = fmt::format("{:.3f},{:.4f}", std::max(0.0, time), powers.ambient());
+  for (size_t i = 0; i < plant.sources.size(); ++i)
+    row += fmt::format(",{:.6g}", loop == Loop::kOpen ? powers.total(i) : powers.load(i));
+  return row + "\n";
+}
+
+} // namespace
+
+std::string workloadOf(const Recorded& recorded, const PlantDescription& plant, Loop loop) {
+  std::string text = "time,ambient";
+  for (const PlantDescription::Source& source : plant.sources)
+    text += (loop == Loop::kOpen ? ",watts " : ",") + source.name;
+  text += "\n";
+  Powers powers(plant);
+  const double start = startOf(recorded);
+  const std::vector<RecordedChange> changes = changesOf(recorded);
+  // What a source is first known to be, it was before, too.
+  std::map<std::pair<RecordedChange::Kind, uint32_t>, bool> told;
+  for (const RecordedChange& change : changes)
+    if (told.emplace(std::pair(change.kind, change.index), true).second) powers.take(change);
+  text += rowOf(0, powers, plant, loop);
+  for (size_t i = 0; i < changes.size(); ++i) {
+    powers.take(changes[i]);
+    const bool isLast = i + 1 == changes.size() || changes[i + 1].time > changes[i].time;
+    if (isLast && changes[i].time > start)
+      text += rowOf(changes[i].time - start, powers, plant, loop);
+  }
+  return text;
+}
+
+int64_t lengthOf(const Recorded& recorded) {
+  double end = startOf(recorded);
+  for (const RecordedFile& file : recorded.files) {
+    if (!file.rows.empty()) end = std::max(end, file.rows.back().time);
+    if (!file.changes.empty()) end = std::max(end, file.changes.back().time);
+    if (file.last < kNoEnd) end = std::max(end, file.last);
+  }
+  return std::llround((end - startOf(recorded)) * 1000);
+}
