@@ -5,6 +5,8 @@
 #include <Eigen/Cholesky>
 #include <Eigen/Eigenvalues>
 
+#include "fit/Indices.h"
+
 namespace {
 
 using Eigen::Index;
@@ -17,10 +19,6 @@ constexpr double kUnknown = 0.35;
 constexpr double kUnknownDegrees = 1.0;
 // Of the largest share in a direction, from which on a quantity belongs to it.
 constexpr double kBelongs = 0.25;
-
-Index indexOf(size_t i) {
-  return static_cast<Index>(i);
-}
 
 std::vector<Index> freeOf(const std::vector<bool>& frozen) {
   std::vector<Index> free;

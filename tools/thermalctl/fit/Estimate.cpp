@@ -4,6 +4,8 @@
 #include <cmath>
 #include <map>
 
+#include "fit/Indices.h"
+
 namespace {
 
 using Eigen::Index;
@@ -12,10 +14,6 @@ using Eigen::VectorXd;
 
 // Standard deviations to either side of 95 % of a normal distribution.
 constexpr double kInterval = 1.96;
-
-Index indexOf(size_t i) {
-  return static_cast<Index>(i);
-}
 
 // How much less than as many independent ones the readings of each output tell: their residuals in
 // units of the noise, summed over neighbours. White noise has 1.

@@ -5,6 +5,8 @@
 #include <limits>
 
 #include <Eigen/Cholesky>
+
+#include "fit/Indices.h"
 // A header alone, and the one place that includes it.
 #include <ceres/tiny_solver.h>
 
@@ -33,10 +35,6 @@ constexpr size_t kRowsOfSecondLook = 20'000;
 constexpr size_t kResidualsEnough = 4000;
 constexpr double kLeastNoise = 0.003;
 constexpr double kMostNoise = 50;
-
-Index indexOf(size_t i) {
-  return static_cast<Index>(i);
-}
 
 struct Stopped {};
 

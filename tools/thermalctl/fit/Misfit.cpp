@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "fit/Course.h"
+#include "fit/Indices.h"
 #include "fit/ThermalModel.h"
 
 namespace {
@@ -16,10 +17,6 @@ using Eigen::VectorXd;
 constexpr double kClockStep = 0.05;
 
 constexpr Index kRowsAtOnce = 256;
-
-Index indexOf(size_t i) {
-  return static_cast<Index>(i);
-}
 
 } // namespace
 

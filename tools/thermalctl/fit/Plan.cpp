@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "fit/Indices.h"
 #include "simulate/Random.h"
 #include "text/Phrases.h"
 
@@ -25,10 +26,6 @@ constexpr int kChanges = 120;
 constexpr int kReadEach = 5;
 // What a node may be hotter than it was ever seen, in degrees.
 constexpr double kWarmer = 1;
-
-Index indexOf(size_t i) {
-  return static_cast<Index>(i);
-}
 
 class Planner {
 public:

@@ -5,14 +5,14 @@
 
 namespace {
 
-using Span = std::pair<double, double>;
+using Interval = std::pair<double, double>;
 
 // Behind fewer, the unknown start takes up all that they tell.
 constexpr size_t kFewestRows = 10;
 
 // When something is known of what warms the device.
-Span knownOf(const Recorded& recorded, const std::vector<double>& offsets) {
-  Span known = {std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max()};
+Interval knownOf(const Recorded& recorded, const std::vector<double>& offsets) {
+  Interval known = {std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max()};
   for (size_t i = 0; i < recorded.files.size(); ++i) {
     const RecordedFile& file = recorded.files[i];
     if (file.changes.empty()) continue;
@@ -22,8 +22,8 @@ Span knownOf(const Recorded& recorded, const std::vector<double>& offsets) {
   return known;
 }
 
-std::vector<Span> gapsOf(const Recorded& recorded, const std::vector<double>& offsets) {
-  std::vector<Span> gaps;
+std::vector<Interval> gapsOf(const Recorded& recorded, const std::vector<double>& offsets) {
+  std::vector<Interval> gaps;
   for (size_t i = 0; i < recorded.files.size(); ++i) {
     if (recorded.files[i].changes.empty()) continue;
     for (const auto& [from, to] : recorded.files[i].gaps)
@@ -33,7 +33,8 @@ std::vector<Span> gapsOf(const Recorded& recorded, const std::vector<double>& of
   return gaps;
 }
 
-std::pair<size_t, size_t> rowsWithin(const RecordedFile& file, double offset, const Span& span) {
+std::pair<size_t, size_t> rowsWithin(const RecordedFile& file, double offset,
+                                     const Interval& span) {
   const auto before = [offset](const ReadingRow& row, double time) {
     return row.time + offset < time;
   };
@@ -47,8 +48,8 @@ std::pair<size_t, size_t> rowsWithin(const RecordedFile& file, double offset, co
 
 std::vector<Stretch> stretchesOf(const Recorded& recorded, size_t number,
                                  const std::vector<double>& offsets) {
-  const Span known = knownOf(recorded, offsets);
-  std::vector<Span> spans;
+  const Interval known = knownOf(recorded, offsets);
+  std::vector<Interval> spans;
   double from = known.first;
   for (const auto& [gapFrom, gapTo] : gapsOf(recorded, offsets)) {
     // A reading just behind the last of what was written is as good as it.
@@ -58,7 +59,7 @@ std::vector<Stretch> stretchesOf(const Recorded& recorded, size_t number,
   if (from < known.second) spans.emplace_back(from, known.second);
 
   std::vector<Stretch> stretches;
-  for (const Span& span : spans) {
+  for (const Interval& span : spans) {
     Stretch stretch{number, {}};
     size_t count = 0;
     for (size_t i = 0; i < recorded.files.size(); ++i) {

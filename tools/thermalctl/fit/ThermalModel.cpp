@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "fit/Indices.h"
 #include "simulate/ExpDifferences.h"
 #include "simulate/Modes.h"
 
@@ -17,10 +18,6 @@ using Eigen::VectorXd;
 constexpr double kResonance = 1e-5;
 
 constexpr size_t kStepsKept = 5000;
-
-Index indexOf(size_t i) {
-  return static_cast<Index>(i);
-}
 
 NetworkNumbers numbersOf(const PlantDescription& plant) {
   NetworkNumbers numbers(plant.nodes.size());

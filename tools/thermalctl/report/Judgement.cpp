@@ -11,7 +11,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Of = Budget::Of;
 
-constexpr double kThousand = 1000;
+constexpr double kPerUnit = 1000;
 
 std::string exactDegrees(double millidegrees) {
   return degrees(static_cast<int32_t>(millidegrees));
@@ -46,12 +46,12 @@ bool isPassed(const Verdict& verdict) {
 // For who reads numbers.
 Json inUnitOf(const Budget& budget, const std::optional<double>& value) {
   if (!value) return nullptr;
-  if (budget.ofTemperature()) return figure(*value / kThousand);
+  if (budget.ofTemperature()) return figure(*value / kPerUnit);
   return figure(budget.of == Of::kWork ? 100 * *value : *value);
 }
 
 Json inSeconds(const std::optional<int64_t>& milliseconds) {
-  return milliseconds ? Json(static_cast<double>(*milliseconds) / kThousand) : Json(nullptr);
+  return milliseconds ? Json(static_cast<double>(*milliseconds) / kPerUnit) : Json(nullptr);
 }
 
 } // namespace

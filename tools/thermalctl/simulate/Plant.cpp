@@ -15,7 +15,7 @@ double secondsOf(int64_t milliseconds) {
 
 // As std::round has it, which is a call into a library where the processor need not have it. Of
 // numbers below 1e15, whose fractions are exact.
-int64_t nearest(double number) {
+int64_t nearestWhole(double number) {
   const auto whole = static_cast<int64_t>(number);
   const double rest = number - static_cast<double>(whole);
   return whole + static_cast<int64_t>(rest >= 0.5) - static_cast<int64_t>(rest <= -0.5);
@@ -31,7 +31,8 @@ int32_t millidegreesOf(double celsius) {
   using Limits = std::numeric_limits<int32_t>;
   const double exact = celsius * 1000;
   if (isLarge(exact)) return exact > 0 ? Limits::max() : Limits::min();
-  return static_cast<int32_t>(std::clamp<int64_t>(nearest(exact), Limits::min(), Limits::max()));
+  return static_cast<int32_t>(
+      std::clamp<int64_t>(nearestWhole(exact), Limits::min(), Limits::max()));
 }
 
 Plant::Plant(const PlantDescription& description, uint64_t seed)
@@ -151,7 +152,7 @@ int32_t Plant::reading(size_t probe) {
   if (sensor.noise > 0) celsius += sensor.noise * noise[probe].normal();
   if (sensor.step > 0) {
     const double steps = celsius / sensor.step;
-    celsius = (isLarge(steps) ? steps : static_cast<double>(nearest(steps))) * sensor.step;
+    celsius = (isLarge(steps) ? steps : static_cast<double>(nearestWhole(steps))) * sensor.step;
   }
   return millidegreesOf(celsius);
 }

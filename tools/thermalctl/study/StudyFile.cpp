@@ -60,7 +60,7 @@ private:
         if (read.budget)
           study.budgets.push_back({{*read.budget, path, at}, configurations, workloads});
         else
-          section.problem(at, quoted(texts[i]) + ": " + read.wrong, read.hint);
+          section.problem(at, ::quoted(texts[i]) + ": " + read.wrong, read.hint);
       }
       return !texts.empty();
     };
@@ -78,7 +78,7 @@ private:
     std::vector<std::string> names = section.texts(key);
     for (size_t i = 0; i < names.size(); ++i) {
       if (std::find(all.begin(), all.end(), names[i]) == all.end())
-        section.problem(section.at(key, i), quoted(names[i]) + " is none of the study's " + key,
+        section.problem(section.at(key, i), ::quoted(names[i]) + " is none of the study's " + key,
                         didYouMean(names[i], all, all.empty() ? "" : "there are " + listed(all)));
     }
     return names;

@@ -39,14 +39,14 @@ ToleranceProblem setTolerance(const std::string& name, const std::string& amount
     std::vector<std::string> names;
     for (const auto& [each, tolerance] : tolerances)
       names.push_back(each);
-    return {"there is no figure " + quoted(name),
+    return {"there is no figure " + ::quoted(name),
             didYouMean(name, names, "there are " + listed(names))};
   }
   const bool relative = !amount.empty() && amount.back() == '%';
   const std::optional<double> number =
       parseNumber(relative ? amount.substr(0, amount.size() - 1) : amount);
   if (!number || *number < 0)
-    return {quoted(amount) + " is no tolerance",
+    return {::quoted(amount) + " is no tolerance",
             "write a number in the figure's unit, such as 0.5, or a share such as 1%"};
   known->second = {relative ? *number / 100 : *number, relative};
   return {};

@@ -31,6 +31,7 @@ std::string lineOf(const Row& row, const std::vector<size_t>& widths, size_t lef
     line += row[i];
     if (i < leftColumns && i + 1 < row.size()) line += padding;
   }
+  line.erase(line.find_last_not_of(' ') + 1); // cells without a text
   return line;
 }
 

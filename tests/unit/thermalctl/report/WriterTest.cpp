@@ -78,7 +78,8 @@ TEST(WriterTest, AFullBlockGoesToTheStreamByItself) {
   Writer writer(out);
   writer << std::string((1 << 16) - 1, 'a');
   EXPECT_EQ(out.str().size(), 0U);
-  writer << "b";
+  writer << "b"
+         << "c";
   EXPECT_EQ(out.str().size(), size_t{1} << 16);
 }
 

@@ -99,7 +99,7 @@ TEST_F(StudyFileTest, WhatIsWrongIsToldAtItsPlace) {
                                               "    2 | paek = 1\n"
                                               "      | ^~~~\n"
                                               "      hint: did you mean 'peak'?\n");
-  EXPECT_EQ(wrong("workloads = [\"game\"\n").substr(0, 12), "study.toml:2");
+  EXPECT_EQ(wrong("workloads = [\"game\"\n").substr(0, 12), "study.toml:1");
 }
 
 TEST_F(StudyFileTest, ABudgetOfWhatIsNotRunIsWrong) {
@@ -115,7 +115,7 @@ TEST_F(StudyFileTest, ABudgetOfNothingIsWrong) {
   EXPECT_EQ(wrong("[[budget]]\n"),
             "study.toml:1:1: error: a budget without 'limits' and 'requirements'\n"
             "    1 | [[budget]]\n"
-            "      | ^\n"
+            "      | ^~~~~~~~~~\n"
             "      hint: write what its runs are held to, such as limits = [\"skin=43C\"]\n");
 }
 

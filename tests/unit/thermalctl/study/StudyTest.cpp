@@ -52,7 +52,7 @@ protected:
   std::string outcome(size_t threads) {
     const std::string out = folder.node("out" + std::to_string(threads));
     RunReport report;
-    EXPECT_FALSE(report.writeTo(out, "title", Outputs()));
+    EXPECT_FALSE(report.writeTo(out, "title", Provenance(), Outputs()));
     std::ostringstream warnings;
     runStudy(read(), threads, report, warnings);
     EXPECT_FALSE(report.finish());

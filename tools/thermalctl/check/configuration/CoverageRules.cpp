@@ -20,11 +20,6 @@ constexpr size_t kPartOfTable = 3;
 using Names = std::vector<std::string>;
 using Columns = std::vector<size_t>;
 
-std::string celsius(int64_t millidegrees) {
-  return degrees(static_cast<int32_t>(std::clamp<int64_t>(millidegrees, INT32_MIN, INT32_MAX))) +
-         " °C";
-}
-
 // Where a scenario begins: its line, or its first item.
 Word placeOf(const CoverageColumn& column) {
   for (const ScenarioLine& line : column.configuration->scenarioLines)

@@ -26,10 +26,6 @@ constexpr int32_t kSlowestItem = 30000; // ms
 // A thread for each of them wakes the processor at its own times.
 constexpr size_t kMostPeriods = 4;
 
-std::string celsius(int64_t millidegrees) {
-  return degrees(static_cast<int32_t>(millidegrees)) + " °C";
-}
-
 // A temperature at which an item begins and the one at which it ends again.
 struct Band {
   const Number& begin;

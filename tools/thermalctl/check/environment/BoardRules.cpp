@@ -14,8 +14,6 @@ namespace {
 // With all sources at the same temperature a mean is that temperature. What a skin is cooler than
 // its sources, or a correction adds, is less than this.
 constexpr double kFarOff = 15000; // millidegrees
-// With a sum of weights nearer to 1 the gain is what is wrong.
-constexpr int64_t kLeastDivisor = 20;
 
 // A second section of the same node, where the first is.
 using Nodes = std::map<std::string, const Section*>;
@@ -41,7 +39,7 @@ bool endsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-bool contains(const std::string& text, const char* part) {
+bool hasPart(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
@@ -51,13 +49,13 @@ bool risesByItself(const Section& device, const Settings& settings) {
   if (entries != settings.entries.end())
     return entries->second == "duty" || entries->second == "state";
   return device.nodePath &&
-         (endsWith(device.nodePath->text, "/cur_state") || contains(device.nodePath->text, "pwm"));
+         (endsWith(device.nodePath->text, "/cur_state") || hasPart(device.nodePath->text, "pwm"));
 }
 
 // Drivers of the kernel take a clock as text; four raw bytes are for a node of one's own.
 bool takesText(const std::string& path) {
-  return contains(path, "/scaling_") || contains(path, "/sys/devices/system/cpu/") ||
-         contains(path, "/sys/class/") || contains(path, "/cpufreq/policy");
+  return hasPart(path, "/scaling_") || hasPart(path, "/sys/devices/system/cpu/") ||
+         hasPart(path, "/sys/class/") || hasPart(path, "/cpufreq/policy");
 }
 
 struct Size {

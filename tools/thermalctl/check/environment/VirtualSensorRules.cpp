@@ -11,10 +11,6 @@
 
 namespace {
 
-// With a sum of weights nearer to 1 than this, a virtual sensor settles more than 5 % off the mean
-// of its sources.
-constexpr int64_t kLeastDivisor = 20;
-
 constexpr char kMultiplyWeights[] =
     "multiply all weights, and the offsets, by a number such as 100";
 

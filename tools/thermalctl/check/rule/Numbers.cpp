@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "text/Phrases.h"
+
 namespace {
 
 // Degrees that a phone can have, and millidegrees that no sensor reads. The freezing point is 0, or
@@ -46,6 +48,11 @@ bool countsStates(const Section& device) {
   for (size_t i = 0; i < device.levels.size(); ++i)
     if (device.levels[i].text != std::to_string(i + (first == "1"))) return false;
   return true;
+}
+
+std::string celsius(int64_t millidegrees) {
+  return degrees(static_cast<int32_t>(std::clamp<int64_t>(millidegrees, INT32_MIN, INT32_MAX))) +
+         " °C";
 }
 
 int32_t unitOf(const Item& item) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,16 @@ bool isNumber(const std::string& word);
 // Without digits a list is likely to be a text in the wrong place: its length then says nothing.
 bool haveDigits(const std::vector<Number>& list);
 
-// Whether a level table is 0 1 2 3, or 1 2 3: numbers of states, which mean what the driver makes of them.
+// Whether a level table is 0 1 2 3, or 1 2 3: numbers of states, which mean what the driver makes
+// of them.
 bool countsStates(const Section& device);
 
+// With a sum of weights nearer to 1 than this, a virtual sensor settles more than 5 % off the mean
+// of its sources.
+constexpr int64_t kLeastDivisor = 20;
+
+// Such as "42.5 °C".
+std::string celsius(int64_t millidegrees);
 // The unit of an item's temperatures, that of its sensor.
 int32_t unitOf(const Item& item);
 // "thousandths of a degree", "tenths of a degree" or "degrees".
