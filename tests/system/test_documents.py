@@ -156,6 +156,12 @@ def workplace(tmp_path, build_dir):
     shutil.copy(phone / "talmor-thermal_night.conf", tmp_path / "night.conf")
     (tmp_path / "bad.conf").write_text((phone / "talmor-thermal.conf").read_text()
                                        .replace("algo_type monitor", "algo_type Monitor", 1))
+    # An edit of a scenario, and the board as it was committed.
+    day = (phone / "talmor-thermal.conf").read_text()
+    (tmp_path / "old.conf").write_text(day)
+    (tmp_path / "new.conf").write_text(day.replace("thresholds 38000 40000", "thresholds 39000 40000"))
+    for words in (("init", "-qb", "main"), ("add", "boards"), ("commit", "-qm", "board")):
+        subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", *words], cwd=tmp_path, check=True)
     for name in ("device.log", "phone.log"):
         write_log(tmp_path / name)
     programs = tmp_path / "programs"

@@ -493,17 +493,32 @@ def test_the_guide_shows_what_the_tool_prints(build_dir):
 
 
 def test_the_settings_of_the_guide_are_understood(board):
-    settings, = re.findall(r"^```toml\n(.*?)^```$", GUIDE, re.M | re.S)
+    settings, _ = re.findall(r"^```toml\n(.*?)^```$", GUIDE, re.M | re.S)
     board.write("board.env", ENVIRONMENT + "\n"
                 + ENVIRONMENT.replace("[cpu]", "[battery]").replace("[gpu]", "[fan]")
                 .replace("zone0", "zone1").replace("gpu/max", "fan/max"))
-    board.write("night.conf", CONFIGURATION + "\nSCEN night\n" + CONFIGURATION.partition("\n")[2]
-                .replace("cpu", "battery").replace("60000 70000", "400 450")
-                .replace("57000 67000", "380 430"))
+    battery = (CONFIGURATION.partition("\n")[2].replace("cpu", "battery").replace("60000 70000", "400 450")
+               .replace("57000 67000", "380 430"))
+    board.write("night.conf", f"{CONFIGURATION}\n{battery.replace('battery_monitor', 'battery_day')}\n"
+                              f"SCEN night\n{battery}")
     board.write("thermalctl.toml", settings)
     result = board.run("--env", "board.env", "--conf", "night.conf")
     assert (result.returncode, result.stderr) == (0, "")
     assert result.stdout == "no problems in 2 files; thermalctl.toml silences 2 findings\n"
+
+
+def test_the_facts_of_the_guide_are_understood(build_dir, tmp_path):
+    _, facts = re.findall(r"^```toml\n(.*?)^```$", GUIDE, re.M | re.S)
+    board = tmp_path / "phone"
+    shutil.copytree(REPOSITORY / "boards" / "phone", board)
+    (board / "thermalctl.toml").write_text(facts)
+    said = run_in(board, build_dir, "--env", "talmor-thermal.env", "--conf", "talmor-thermal.conf")
+    assert said == "no problems in 2 files\n"
+    # They are facts that findings come of: nothing cools the battery so early.
+    (board / "thermalctl.toml").write_text(facts.replace("43C", "20C"))
+    said = run_in(board, build_dir, "--env", "talmor-thermal.env", "--conf", "talmor-thermal.conf")
+    assert "battery" in said and "20" in said
+
 
 
 def test_the_guide_shows_what_the_tool_says_about_the_phone_board(build_dir, tmp_path):

@@ -88,10 +88,10 @@ Provenance provenanceOf(const StudyRequest& request, const Study& study) {
   files.push_back(request.plant);
   for (const NamedWorkload& workload : request.workloads)
     stringTokenizer(workload.path, files, workload.text ? "," : "");
-  std::vector<std::string> seeds;
+  std::string seeds;
   for (const uint64_t seed : request.seeds)
-    seeds.push_back(std::to_string(seed));
-  return originOf(files, listed(seeds));
+    seeds += (seeds.empty() ? "" : ", ") + std::to_string(seed);
+  return originOf(files, seeds);
 }
 
 ExitStatus run(const SimulateOptions& options, const StudyRequest& request, const Study& study,

@@ -1,5 +1,7 @@
 #include "control/ConfigurationRequest.h"
 
+#include <utility>
+
 #include "control/DaemonLooks.h"
 #include "file/DirectoryWatch.h"
 #include "file/OpenWatch.h"
@@ -153,12 +155,15 @@ private:
   }
 
   void look() {
+    const int writesBefore = writes;
     for (const FileEvent& event : watch.take())
       note(event);
     scenario.look();
-    word = request.word().value_or(kNoFile);
+    const std::string before = std::exchange(word, request.word().value_or(kNoFile));
     const bool isOthers = !word.empty() && word != name && word != kParsed && word != kNoFile;
     if (isOthers) others = word;
+    // It may stand there before its writing has been told: then no look was at it.
+    if (isOthers && word != before && writes == writesBefore) isUnread = true;
     if (const auto displaced = request.displacedWord()) others = *displaced;
   }
 

@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
+
 #include <gtest/gtest.h>
 
 #include "thermalctl/control/PacedDaemon.h"
@@ -128,6 +130,22 @@ TEST_F(ConfigurationRequestTest, NeverLosesTheWordOfOneWhoRenames) {
 
 TEST_F(ConfigurationRequestTest, NeverLosesTheWordOfOneWhoWritesInPlace) {
   overtakeAtEachMoment(PacedDaemon::writeInPlace);
+}
+
+TEST_F(ConfigurationRequestTest, PutsBackAWordWhoseWritingIsToldLate) {
+  daemon.board.files.write("config/day.conf", "\n");
+  std::ofstream other;
+  // Behind the daemon's look at the request and before its answer.
+  daemon.at(700ms, [&] {
+    other.open(daemon.directory.requestFile);
+    other << "day.conf" << std::flush;
+  });
+  const Answer answer = ask();
+  EXPECT_EQ(answer.outcome, Outcome::kOvertaken);
+  EXPECT_EQ(answer.word, "day.conf");
+  other.close();
+  daemon.pause(3s);
+  EXPECT_EQ(daemon.board.main().confFileName, "day.conf");
 }
 
 TEST_F(ConfigurationRequestTest, TellsThatTheAnswerLiesOverAWordThatNobodyCouldRead) {
