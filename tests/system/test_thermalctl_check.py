@@ -5,6 +5,7 @@ import os
 import pty
 import random
 import re
+import shutil
 import subprocess
 import threading
 from pathlib import Path

@@ -108,6 +108,14 @@ def test_a_revision_is_compared_with_the_folder_and_with_a_file(thermalctl, boar
     assert "game_big: set point from 66.0 to 65.0 C\n" in run.stdout
 
 
+def test_a_revision_is_that_of_the_folder_within_its_repository(thermalctl, board):
+    git(board.parent, "init", "-q")
+    git(board.parent, "add", board.name)
+    git(board.parent, "commit", "-qm", "boards")
+    edit(board, "set_point 66000", "set_point 65000")
+    assert "game_big: set point from 66.0 to 65.0 C\n" in thermalctl("diff", "HEAD", board).out
+
+
 @pytest.mark.parametrize("fail_on, moved, status", [
     ([], "38000", 0), (["--fail-on", "any"], "40000", 1), (["--fail-on", "coverage"], "40000", 0),
     (["--fail-on", "coverage"], "38000", 1)])

@@ -1,6 +1,7 @@
 #include "control/ScenarioRequest.h"
 
 #include <optional>
+#include <utility>
 
 #include "base/Names.h"
 #include "control/DaemonLooks.h"
@@ -44,12 +45,18 @@ private:
 
   // Whether the word there has been looked at by the daemon, so that none is taken away unread.
   bool wordIsOld() {
+    bool wasWritten = false;
     for (const FileEvent& event : watch.take()) {
-      if (event.concerns(file.path)) wasLookedAt = wasLookedAt && event.kind == FileEvent::kRead;
+      if (event.concerns(file.path)) {
+        wasLookedAt = wasLookedAt && event.kind == FileEvent::kRead;
+        wasWritten = wasWritten || event.kind != FileEvent::kRead;
+      }
       const auto cycle = looks.after(event, waiting.now());
       wasLookedAt = wasLookedAt || cycle == DaemonLooks::kRead || cycle == DaemonLooks::kAnswer;
     }
     const auto word = file.word();
+    // It may stand there before its writing has been told: then no look was at it.
+    if (std::exchange(seen, word) != word && !wasWritten) wasLookedAt = false;
     // The daemon makes a missing file anew, with the scenario in force.
     if (!word || word->empty() || word == kNoFile) return false;
     return word == name || wasLookedAt || file.age() > kTwoLooks;
@@ -116,6 +123,7 @@ private:
   ControlFile file;
   DirectoryWatch watch;
   DaemonLooks looks;
+  std::optional<std::string> seen; // in the file
   bool wasLookedAt = false;
   // Not where the name stood there already: either it is in force, or its switch is under way.
   bool switchIsDue = true;

@@ -11,12 +11,14 @@
 
 namespace {
 
-// What "REVISION:./" names is taken from the folder that git stands in.
+// From the top, because in a folder git would look for that folder in the part that is asked for.
 constexpr char kScript[] =
     "cd -- \"$1\" || exit 1\n"
     "git rev-parse --verify --quiet --end-of-options \"$2^{commit}\" "
     ">/dev/null 2>&1 || exit 1\n"
-    "git archive --format=tar --output=\"$3/.tar\" \"$2:./\" >/dev/null 2>&1 "
+    "folder=$(git rev-parse --show-prefix)\n"
+    "cd -- \"$(git rev-parse --show-toplevel)\" || exit 1\n"
+    "git archive --format=tar --output=\"$3/.tar\" \"$2:$folder\" >/dev/null 2>&1 "
     "|| exit 1\n"
     "tar -x -C \"$3\" -f \"$3/.tar\" && rm \"$3/.tar\"\n";
 

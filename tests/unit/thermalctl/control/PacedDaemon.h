@@ -53,6 +53,7 @@ public:
       const LogSwitchedOff silence;
       board.cycle();
       nextCycle += period;
+      if (behindCycle) behindCycle();
     }
   }
 
@@ -82,6 +83,8 @@ public:
   bool isRunning = true;
   Milliseconds period = kControlPeriod;
   std::vector<std::string> stages;
+  // What somebody does right behind each of the daemon's looks.
+  std::function<void()> behindCycle;
 
 private:
   const Time start{};

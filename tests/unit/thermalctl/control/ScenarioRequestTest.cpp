@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <fstream>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -138,6 +139,21 @@ TEST_F(ScenarioRequestTest, LetsTheDaemonSeeAWordThatIsNewBeforeItTakesItsPlace)
   EXPECT_EQ(ask("game").outcome, Outcome::kInForce);
   EXPECT_EQ(atFirst, "night");
   EXPECT_EQ(inForce, (std::set<std::string>{"Default", "night", "game"}));
+}
+
+TEST_F(ScenarioRequestTest, LeavesAWordWhoseWritingIsToldLateToTheDaemon) {
+  askElsewhere("game"); // too new to be replaced before the daemon has looked at it
+  std::ofstream other;
+  daemon.behindCycle = [&] {
+    if (other.is_open()) return;
+    other.open(daemon.directory.scenarioFile);
+    other << "camera" << std::flush;
+  };
+  daemon.board.main().scenarios["camera"] = new Scenario("camera", false);
+  std::string seen;
+  daemon.at(1300ms, [&] { seen = word(); });
+  ask("Default");
+  EXPECT_EQ(seen, "camera");
 }
 
 TEST_F(ScenarioRequestTest, PutsBackTheWordOfOneWhoHadTheFileOpenStill) {

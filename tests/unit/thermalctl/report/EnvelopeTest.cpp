@@ -47,8 +47,8 @@ TEST(EnvelopeTest, KeepsTheLowestMeanAndHighestOfEachStretch) {
     EXPECT_EQ(stretch.time, static_cast<int64_t>(512 * i));
     EXPECT_EQ(stretch.low, *std::min_element(first, first + 512));
     EXPECT_EQ(stretch.high, *std::max_element(first, first + 512));
-    EXPECT_NEAR(static_cast<double>(stretch.mean()),
-                std::accumulate(first, first + 512, 0.0) / 512, 0.5);
+    EXPECT_NEAR(static_cast<double>(stretch.mean()), std::accumulate(first, first + 512, 0.0) / 512,
+                0.5);
   }
 }
 
