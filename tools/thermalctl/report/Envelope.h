@@ -15,6 +15,10 @@
 // Memory: 32 bytes a stretch, and `capacity` stretches at most.
 class Envelope {
 public:
+  // What is left of the samples of one stretch of time.
+  //
+  // Shape: of one sample `low`, `high` and the mean are its value.
+  // Units: those of the course.
   struct Stretch {
     int64_t mean() const;
 

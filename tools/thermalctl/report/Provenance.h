@@ -10,6 +10,9 @@
 // Units:  `date` is UTC as ISO 8601 has it, `sha256` 64 hexadecimal digits.
 // Source: the command line, the clock or SOURCE_DATE_EPOCH, and the files.
 struct Provenance {
+  // A file that was read.
+  //
+  // Shape: the path as the user named it; the digest of its bytes, or nothing.
   struct Input {
     std::string path;
     std::string sha256;
