@@ -1,7 +1,9 @@
-"""thermalctl diff: what an edit changes, by meaning; formats, revisions and exit statuses."""
+"""thermalctl diff: what an edit changes, by meaning and in a study's runs; formats, revisions and exit statuses."""
 
+import csv
 import json
 import random
+import re
 import shutil
 import subprocess
 import sys
@@ -89,6 +91,12 @@ def test_a_configuration_without_a_board_is_compared(thermalctl, board, tmp_path
         "diff", alone / "old.conf", alone / "new.conf").out
 
 
+def test_a_configuration_without_a_board_is_one_for_the_others(thermalctl, board, tmp_path_factory):
+    alone = shutil.copy(board / DAY, tmp_path_factory.mktemp("alone") / "new.conf")
+    assert thermalctl("diff", board / DAY, alone) == (0, "no change\n", "")
+    assert thermalctl("diff", alone, board / DAY) == (0, "no change\n", "")
+
+
 def git(folder, *words):
     subprocess.run(["git", "-C", folder, "-c", "user.name=a", "-c", "user.email=a@b", *words], check=True,
                    capture_output=True)
@@ -134,6 +142,195 @@ def test_the_changes_as_markdown_and_json(thermalctl, board):
     assert result["changes"] == [{"file": DAY, "scenario": "game", "about": "game_skin",
                                   "change": "level 1 from 38.0 to 39.0 C"}]
     assert [each["sensor"] for each in result["coverage"]] == ["skin"]
+
+
+# What an edit changes in the runs of the board's study.
+
+STUDY = """workloads = ["game"]
+duration = "1h"
+[[budget]]
+limits = ["skin=43C"]
+"""
+NO_PARTING = ("no change\n\nwhere the runs part\n  the same to the end: 1 run\n\n"
+              "no change of verdicts and figures\n")
+LATE = PHONE / "tuning" / "late.conf"
+
+
+@pytest.fixture
+def boards(tmp_path):
+    """Two folders with the phone and a study of an hour of a game, of which the day keeps the limit."""
+    folders = tmp_path / "old", tmp_path / "new"
+    for folder in folders:
+        shutil.copytree(PHONE, folder)
+        (folder / "study.toml").write_text(STUDY)
+    return folders
+
+
+def states(thermalctl, board, out):
+    """What a run shows, by its moments: the configuration, the scenario, levels and temperatures."""
+    assert thermalctl("simulate", "--board", board, "--only", "csv", "--out", out).status in (0, 1)
+    moments = {}
+    with open(out / "trace.csv", newline="") as file:
+        for row in csv.DictReader(file):
+            what = {"level": "level of ", "temperature": "temperature of ", "plant": "temperature of node:",
+                    "scenario": "scenario", "configuration": "configuration"}.get(row["event"])
+            if what in ("scenario", "configuration"):
+                moments.setdefault(int(row["time_ms"]), {})[what] = row["name"]
+            elif what:
+                moments.setdefault(int(row["time_ms"]), {})[what + row["name"]] = int(row["value"])
+    return moments
+
+
+def first_difference(old, new):
+    before, now = {}, {}
+    for time_ms in sorted(old.keys() | new.keys()):
+        before.update(old.get(time_ms, {}))
+        now.update(new.get(time_ms, {}))
+        differing = {what for what in before.keys() | now.keys() if before.get(what) != now.get(what)}
+        if differing:
+            return time_ms, {what: (before.get(what), now.get(what)) for what in differing}
+    return None
+
+
+def test_an_edit_that_means_nothing_parts_no_runs(thermalctl, boards):
+    old, new = boards
+    (new / DAY).write_text((new / DAY).read_text().replace("\n", "\r\n"))
+    assert thermalctl("diff", old, new, "--fail-on", "verdict", "--fail-on", "any") == (0, NO_PARTING, "")
+
+
+def test_the_first_moment_at_which_the_runs_part_is_that_of_their_traces(thermalctl, boards, tmp_path):
+    old, new = boards
+    shutil.copy(LATE, new / DAY)
+    result = json.loads(thermalctl("diff", old, new, "--simulate", "--format", "json").out)["simulation"]
+    [run] = result["runs"]
+    time_ms, differing = first_difference(states(thermalctl, old, tmp_path / "a"),
+                                          states(thermalctl, new, tmp_path / "b"))
+    parting = run["parting"]
+    assert parting["seconds"] * 1000 == time_ms > 300_000
+    assert differing[parting["what"]] == (int(parting["before"]), int(parting["now"]))
+    assert parting["now"] == "0" < parting["before"]
+    seconds = round(time_ms / 1000)
+    clock = f"{seconds // 3600}:{seconds // 60 % 60:02}:{seconds % 60:02}"
+    line = f"talmor-thermal.conf: {clock} {parting['what']} 0, before {parting['before']}\n"
+    assert f"\nwhere the runs part\n  {line}" in thermalctl("diff", old, new, "--simulate").out
+    assert f"\n### Where the runs part\n\n- {line}" in thermalctl(
+        "diff", old, new, "--simulate", "--format", "markdown").out
+
+
+def test_a_limit_that_is_passed_is_a_worse_verdict(thermalctl, boards):
+    old, new = boards
+    shutil.copy(LATE, new / DAY)
+    status, out, err = thermalctl("diff", old, new, "--fail-on", "verdict")
+    assert (status, err) == (1, "")
+    assert re.search(r"^ +skin=43C +kept +passed +worse$", out, re.M), out
+    assert re.search(r"^talmor-thermal.conf +temperatures\.\S+\.peak +\S+ +\S+ +\+", out, re.M), out
+    # Told, but not asked for.
+    assert thermalctl("diff", old, new, "--simulate").status == 0
+    # And the other way round it is better.
+    assert thermalctl("diff", new, old, "--fail-on", "verdict").status == 0
+    markdown = thermalctl("diff", old, new, "--simulate", "--format", "markdown").out
+    assert "| talmor-thermal.conf | skin=43C | kept | passed | worse |\n" in markdown
+    simulation = json.loads(thermalctl("diff", old, new, "--simulate", "--format", "json").out)["simulation"]
+    assert simulation["worse"] is True
+    assert {"run": "talmor-thermal.conf", "figure": "skin=43C", "before": "kept", "now": "passed",
+            "difference": "worse", "worse": True} in simulation["figures"]
+
+
+def test_it_tells_what_simulate_tells_against_an_earlier_study(thermalctl, boards, tmp_path):
+    old, new = boards
+    shutil.copy(LATE, new / DAY)
+    thermalctl("simulate", "--board", old, "--only", "results", "--out", tmp_path / "before")
+    against = thermalctl("simulate", "--board", new, "--against", tmp_path / "before" / "results.json").out
+    table = against.partition("\nchanged against ")[2].partition("\n")[2]
+    assert table.startswith("run ")
+    assert thermalctl("diff", old, new, "--simulate").out.endswith("\nverdicts and figures\n" + table)
+
+
+def test_without_simulate_nothing_is_run(thermalctl, boards):
+    old, new = boards
+    shutil.copy(LATE, new / DAY)
+    (new / "plant.toml").write_text("nonsense")
+    status, out, err = thermalctl("diff", old, new, "--fail-on", "coverage")
+    assert (status, err) == (1, "")
+    assert "runs" not in out
+    assert "simulation" not in json.loads(thermalctl("diff", old, new, "--format", "json").out)
+
+
+def test_the_plant_alone_may_change_the_runs(thermalctl, boards):
+    old, new = boards
+    edit(new, "ambient = 25", "ambient = 26", "plant.toml")
+    status, out, _ = thermalctl("diff", old, new, "--simulate", "--fail-on", "any")
+    assert status == 1
+    assert out.startswith("no change\n\nwhere the runs part\n  talmor-thermal.conf: 0:00:01 temperature of node:case ")
+
+
+def test_runs_that_only_one_side_has_are_counted(thermalctl, boards):
+    old, new = boards
+    edit(new, '["game"]', '["idle", "camera"]', "study.toml")
+    out = thermalctl("diff", old, new, "--simulate").out
+    assert "where the runs part\n  not there before: 2 runs\n  not there any more: 1 run\n" in out
+
+
+def test_a_study_of_a_revision(thermalctl, boards):
+    old, _ = boards
+    git(old, "init", "-q")
+    git(old, "add", ".")
+    git(old, "commit", "-qm", "board")
+    assert thermalctl("diff", "HEAD", old, "--simulate") == (0, NO_PARTING, "")
+    shutil.copy(LATE, old / DAY)
+    for new in (old, old / DAY):
+        status, out, err = thermalctl("diff", "HEAD", new, "--fail-on", "verdict")
+        assert (status, err) == (1, "")
+        assert re.search(r"^ +skin=43C +kept +passed +worse$", out, re.M), out
+
+
+@pytest.mark.parametrize("select", ["", f'configurations = ["{DAY}"]'], ids=["for all", "for one"])
+@pytest.mark.parametrize("place", ["old/tuning/late.conf", "elsewhere.conf"])
+def test_two_configurations_run_in_the_place_of_the_boards_own(thermalctl, boards, tmp_path, place, select):
+    board, _ = boards
+    (board / "study.toml").write_text(f'configurations = ["{DAY}"]\n{STUDY}{select}\n')
+    shutil.copy(LATE, tmp_path / place)
+    status, out, err = thermalctl("diff", board / DAY, tmp_path / place, "--fail-on", "verdict")
+    assert (status, err) == (1, "")
+    assert re.search(r"^ +skin=43C +kept +passed +worse$", out, re.M), out
+    assert re.search(r"^  the configuration: 0:\d\d:\d\d level of charger 0, before [1-4]$", out, re.M), out
+
+
+def test_two_environment_files_run_with_the_studys_configurations(thermalctl, boards):
+    board, _ = boards
+    hot = board / "hot" / "talmor-thermal.env"
+    hot.parent.mkdir()
+    shutil.copy(board / "talmor-thermal.env", hot)
+    edit(hot.parent, "offsets -600", "offsets -900", hot.name)
+    status, out, err = thermalctl("diff", board / hot.name, hot, "--simulate")
+    assert (status, err) == (0, "")
+    assert re.search(r"^  talmor-thermal.conf: 0:\d\d:\d\d temperature of skin \S+ C, before \S+ C$", out, re.M), out
+
+
+def test_without_a_study_it_says_what_to_write(thermalctl, boards):
+    old, new = boards
+    (new / "study.toml").unlink()
+    hint = ('there is no study.toml beside the board; write there what is run, such as workloads = ["game"], '
+            'and what it is held to, such as limits = ["skin=43C"] below [[budget]]')
+    for words in ((old, new, "--simulate"), (new, old, "--fail-on", "verdict"),
+                  (new / DAY, new / DAY, "--simulate")):
+        name = new / DAY if new / DAY in words else new
+        status, out, err = thermalctl("diff", *words)
+        assert (status, out) == (2, "")
+        assert f"thermalctl: '{name}' cannot be simulated: {hint}\n" in err
+
+
+@pytest.mark.parametrize("name, old_text, new_text, message", [
+    ("study.toml", '"game"', '"gmae"', "did you mean 'game'?"),
+    ("plant.toml", "= 70.0", "= -70.0", "plant.toml:23:21: error: 'joules_per_kelvin' must be a number"),
+    (DAY, "algo_type monitor", "algo_type monitr", "did you mean 'monitor'?")])
+def test_what_cannot_be_run_is_told_with_its_place(thermalctl, boards, name, old_text, new_text, message):
+    old, new = boards
+    edit(new, old_text, new_text, name)
+    status, out, err = thermalctl("diff", old, new, "--simulate")
+    assert (status, out) == (2, "")
+    assert message in err
+    assert err.endswith(f"thermalctl: '{new}' cannot be simulated\n")
 
 
 @pytest.mark.parametrize("words, message", [

@@ -45,3 +45,20 @@ std::vector<std::string> sensorsInOtherUnits(const std::string& environment) {
     if (unit != 1) names.push_back(sensor);
   return names;
 }
+
+bool mayRun(const std::string& environment, const std::vector<std::string>& configurations,
+            const Problems& problems) {
+  if (!configurations.empty() && !passesCheck(environment, configurations)) {
+    complain(kCouldNotRun, "nothing was run: the check has found errors");
+    return false;
+  }
+  const std::vector<std::string> others = sensorsInOtherUnits(environment);
+  if (!others.empty()) {
+    complain(kCouldNotRun, "nothing was run: a plant's sensors count in millidegrees, and by the "
+                           "board's settings not " +
+                               listed(others));
+    return false;
+  }
+  problems.print(std::cerr, colourFor(STDERR_FILENO));
+  return problems.none();
+}

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "toml/Problems.h"
+
 // Has a board's two files inspected before a command relies on them. Errors are told on standard
 // error as "check" tells them; warnings are only counted there, in one line. False with an error:
 // the daemon would not do what the files say.
@@ -10,3 +12,8 @@ bool passesCheck(const std::string& environment, const std::vector<std::string>&
 
 // The sensors whose nodes count in something else than millidegrees, as the board's settings say.
 std::vector<std::string> sensorsInOtherUnits(const std::string& environment);
+
+// Whether a study of them may be run. If not, that is told: what is wrong with the board's own
+// files before `problems`, which may only follow from it.
+bool mayRun(const std::string& environment, const std::vector<std::string>& configurations,
+            const Problems& problems);

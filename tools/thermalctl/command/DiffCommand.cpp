@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
@@ -10,6 +8,7 @@
 #include "base/TextReader.h"
 #include "check/Inspection.h"
 #include "command/Commands.h"
+#include "command/DiffStudy.h"
 #include "diff/DiffOutput.h"
 #include "file/Revision.h"
 #include "text/Phrases.h"
@@ -23,6 +22,11 @@ struct Options {
   std::string after = ".";
   std::string format = "text";
   std::vector<std::string> failOn;
+  bool simulates = false;
+
+  bool failsOn(const char* what) const {
+    return std::count(failOn.begin(), failOn.end(), what) > 0;
+  }
 };
 
 constexpr char kExamples[] =
@@ -31,9 +35,11 @@ constexpr char kExamples[] =
     "  thermalctl diff boards/phone boards/tablet\n"
     "  thermalctl diff HEAD boards/phone                    what is not committed yet\n"
     "  thermalctl diff main boards/phone --format markdown --fail-on coverage\n"
+    "  thermalctl diff HEAD boards/phone --simulate         and when the runs part\n"
     "\n"
     "By meaning: what the daemon takes alike is no change. A folder is a board's, with its\n"
     "environment file and its configurations; a revision is one of git's, of the other's folder.\n"
+    "--simulate runs the study.toml beside the board, on each side that side's own.\n"
     "\n"
     "Exit status: 0 compared, 1 with --fail-on something of that kind changes, 2 a file could not "
     "be\n"
@@ -117,8 +123,10 @@ bool isRead(const Reading& reading, const InspectionOrder& order) {
       [&](const UnreadFile& file) { return file.name.empty() && order.environment.empty(); });
 }
 
-Reading readingOf(const Side& side) {
-  const InspectionOrder order = orderOf(side.path);
+// A configuration without a board beside it is for that of the other one.
+Reading readingOf(const Side& side, const Side& other) {
+  InspectionOrder order = orderOf(side.path);
+  if (order.environment.empty()) order.environment = orderOf(other.path).environment;
   Reading reading{inspect(order), {}, {}};
   if (!isRead(reading, order)) {
     for (const UnreadFile& file : reading.inspection.unread)
@@ -151,15 +159,34 @@ void print(const Difference& difference, const std::string& format) {
   printDifference(std::cout, difference);
 }
 
+bool isBoardWithStudy(const fs::path& folder) {
+  return hasStudy(folder) && filesWith(".env", folder).size() == 1;
+}
+
+// What is simulated of a side: the study of its folder. A file has that of the folder in which it
+// lies, or of the other's if that is no board's, and takes the place of that board's own.
+SimulatedSide simulatedSide(const Side& side, const Side& other) {
+  const InspectionOrder own = orderOf(side.path);
+  if (fs::is_directory(side.path)) return {side.name, side.path, own.environment, {}};
+  fs::path board = side.path.parent_path();
+  if (!isBoardWithStudy(board)) board = other.path.parent_path();
+  if (board.empty()) board = ".";
+  if (own.configurations.empty()) return {side.name, board, own.environment, {}};
+  return {side.name, board, isBoardWithStudy(board) ? orderOf(board).environment : "",
+          own.configurations.front()};
+}
+
 ExitStatus run(const Options& options) {
   const auto [before, after] = sidesOf(options);
-  const Difference difference = differenceOf(readingOf(before), readingOf(after));
+  Difference difference = differenceOf(readingOf(before, after), readingOf(after, before));
+  if (options.simulates || options.failsOn("verdict")) {
+    difference.runs = simulated(simulatedSide(before, after), simulatedSide(after, before));
+    if (!difference.runs) return kCouldNotRun;
+  }
   print(difference, options.format);
-  const auto failsOn = [&options](const char* what) {
-    return std::count(options.failOn.begin(), options.failOn.end(), what) > 0;
-  };
-  const bool fails = (failsOn("any") && !difference.none()) ||
-                     (failsOn("coverage") && !difference.coverage.empty());
+  const bool fails = (options.failsOn("any") && !difference.none()) ||
+                     (options.failsOn("coverage") && !difference.coverage.empty()) ||
+                     (options.failsOn("verdict") && difference.runs->figures.isWorse());
   return fails ? kProblems : kFine;
 }
 
@@ -172,9 +199,13 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--format", &options.format, "Of the results: text, markdown or json")
       .isOneOf({"text", "markdown", "json"})
       .showsDefault();
+  line.flag("--simulate", &options.simulates,
+            "Also run the board's study.toml on both sides: when the runs part, and which verdicts "
+            "and figures change");
   line.option("--fail-on", &options.failOn,
-              "Exit with status 1 on a change of what is cooled (coverage), or on any; any number")
-      .isOneOf({"coverage", "any"});
+              "Exit with status 1 on a change of what is cooled (coverage), on a verdict that is "
+              "worse (verdict, which simulates), or on any; any number")
+      .isOneOf({"coverage", "verdict", "any"});
 }
 
 } // namespace

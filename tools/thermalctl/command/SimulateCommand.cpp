@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -17,7 +15,6 @@
 #include "study/Baseline.h"
 #include "study/Study.h"
 #include "study/StudyRun.h"
-#include "terminal/Colour.h"
 #include "text/Phrases.h"
 #include "toml/Problems.h"
 
@@ -111,7 +108,12 @@ ExitStatus run(const SimulateOptions& options, const StudyRequest& request, cons
   printReport(options.outputs, report, title, std::cout);
   // Behind a form for machines there is nothing else.
   std::ostream& remarks = options.outputs.asJunit() ? std::cerr : std::cout;
-  const bool worse = baseline && baseline->compare(report.results(), tolerances, remarks);
+  bool worse = false;
+  if (baseline) {
+    const ResultChanges comparison = baseline->compare(report.results(), tolerances);
+    baseline->print(comparison, remarks);
+    worse = comparison.isWorse();
+  }
   const ExitStatus verdict = verdictOf(report.results());
   return worse && verdict == kFine ? kProblems : verdict;
 }
@@ -123,18 +125,7 @@ ExitStatus runSimulation(const SimulateOptions& options) {
   std::optional<Baseline> baseline;
   if (!options.against.empty()) baseline = Baseline::read(options.against, problems);
   const Study study = problems.none() ? readStudy(request, problems) : Study();
-  // What is wrong with the board's own files comes first: the rest may only follow from it.
-  if (!study.configurations.empty() && !passesCheck(request.environment, study.configurations))
-    return complain(kCouldNotRun, "nothing was run: the check has found errors");
-  const std::vector<std::string> others = sensorsInOtherUnits(request.environment);
-  if (!others.empty())
-    return complain(kCouldNotRun, "nothing was run: a plant's sensors count in millidegrees, and "
-                                  "by the board's settings not " +
-                                      listed(others));
-  if (!problems.none()) {
-    problems.print(std::cerr, colourFor(STDERR_FILENO));
-    return kCouldNotRun;
-  }
+  if (!mayRun(request.environment, study.configurations, problems)) return kCouldNotRun;
   return run(options, request, study, outputs, baseline, tolerances);
 }
 

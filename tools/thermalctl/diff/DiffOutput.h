@@ -1,16 +1,21 @@
 #pragma once
 
+#include <optional>
 #include <ostream>
 #include <vector>
 
 #include "diff/Changes.h"
+#include "diff/StudyDifference.h"
 
-// What an edit changes, by meaning and by what is cooled.
+// What an edit changes, by meaning and by what is cooled; where that was asked, also what it
+// changes in the runs of the board's study.
 struct Difference {
   std::vector<MeaningChange> changes;
   std::vector<MeaningChange> coverage;
+  std::optional<StudyDifference> runs{};
 
-  bool none() const { return changes.empty() && coverage.empty(); }
+  bool meansNothing() const { return changes.empty() && coverage.empty(); }
+  bool none() const { return meansNothing() && (!runs || runs->none()); }
 };
 
 void printDifference(std::ostream& out, const Difference& difference);

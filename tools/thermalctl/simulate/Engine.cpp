@@ -80,9 +80,17 @@ Engine::Engine(const RunInput& input_, TraceSink& sink, Listener listener_)
 }
 
 void Engine::run() {
-  observer.begin(control.currentScenName);
-  int64_t nextProgress = kProgressPeriod;
-  for (Schedule::Turn turn = schedule.next(); turn.time < input.duration; turn = schedule.next()) {
+  runTo(input.duration);
+  observer.powers(now);
+  observer.end(input.duration);
+}
+
+void Engine::runTo(int64_t end) {
+  if (nextProgress == 0) {
+    observer.begin(control.currentScenName);
+    nextProgress = kProgressPeriod;
+  }
+  for (Schedule::Turn turn = schedule.next(); turn.time < end; turn = schedule.next()) {
     if (turn.time > now) observer.powers(now);
     now = turn.time;
     take(turn);
@@ -90,8 +98,6 @@ void Engine::run() {
     listener.progress(now);
     nextProgress = now + kProgressPeriod;
   }
-  observer.powers(now);
-  observer.end(input.duration);
 }
 
 // Behind it another one may be due now, and come before those that were.

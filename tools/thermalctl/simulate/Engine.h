@@ -42,6 +42,9 @@ public:
   Engine(const RunInput& input, TraceSink& sink, Listener listener);
 
   void run();
+  // In its place: what happens before `end`, which is later with each call. The sink is not told of
+  // the run's own end.
+  void runTo(int64_t end);
 
   // The moments up to now at which any of the daemon's threads was woken by its time.
   uint64_t wakeups() const { return wakeupCount; }
@@ -97,6 +100,7 @@ private:
   Schedule schedule;
   Observer observer;
   int64_t now = 0;
+  int64_t nextProgress = 0; // before the run has begun
   int64_t wokenAt = -1;
   uint64_t wakeupCount = 0;
   // Until then the scenario thread waits for workers that it retires, and then it overwrites what

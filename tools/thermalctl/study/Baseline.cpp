@@ -97,8 +97,8 @@ std::optional<Problem> problemOf(const Json& json, const std::string& path) {
 
 class Comparer {
 public:
-  Comparer(const Tolerances& tolerances_, std::vector<std::vector<std::string>>& rows_)
-      : tolerances(tolerances_), rows(rows_) {}
+  Comparer(const Tolerances& tolerances_, std::vector<FigureChange>& changes_)
+      : tolerances(tolerances_), changes(changes_) {}
 
   void compare(const std::string& run_, const std::map<std::string, Json>& before,
                const FlatRow& now) {
@@ -119,18 +119,15 @@ public:
     }
   }
 
-  bool worse = false;
-
 private:
   void compareVerdicts(const std::string& figure, const std::string& before,
                        const std::string& now) {
     if (before == now) return;
     const bool isWorse = before != kNotAsked && rankOf(now) > rankOf(before);
-    worse |= isWorse;
     const size_t start = std::size(kBudgets) - 1;
     const std::string budget =
         figure.substr(start, figure.size() - start - std::size(kVerdict) + 1);
-    add(budget, before, now, isWorse ? "worse" : "");
+    changes.push_back({run, budget, before, now, isWorse ? "worse" : "", isWorse});
   }
 
   void compareFigures(const std::string& figure, const Json& before, const Json& now) {
@@ -140,17 +137,12 @@ private:
     const double a = areNumbers ? before.get<double>() : 0;
     const double b = areNumbers ? now.get<double>() : 0;
     if (areNumbers && tolerance->second.allows(a, b)) return;
-    add(figure, shown(before), shown(now), areNumbers ? fmt::format("{:+g}", b - a) : "");
-  }
-
-  void add(const std::string& figure, const std::string& before, const std::string& now,
-           const std::string& difference) {
-    rows.push_back({run, figure, before, now, difference});
-    run.clear(); // stands in its first row alone
+    changes.push_back({run, figure, shown(before), shown(now),
+                       areNumbers ? fmt::format("{:+g}", b - a) : "", false});
   }
 
   const Tolerances& tolerances;
-  std::vector<std::vector<std::string>>& rows;
+  std::vector<FigureChange>& changes;
   std::string run;
 };
 
@@ -182,38 +174,61 @@ std::optional<Baseline> Baseline::read(const std::string& path, Problems& proble
   }
   Baseline baseline;
   baseline.path = path;
-  for (const Json& row : json.at("runs")) {
-    const FlatRow flat = flattened(row);
-    baseline.runs.push_back({keyOf(row), {flat.begin(), flat.end()}});
-  }
+  for (const Json& row : json.at("runs"))
+    baseline.add(row);
   return baseline;
 }
 
-bool Baseline::compare(const std::vector<RunResult>& results, const Tolerances& tolerances,
-                       std::ostream& out) const {
-  std::vector<std::vector<std::string>> rows = {{"run", "figure", "before", "now", "difference"}};
-  Comparer comparer(tolerances, rows);
-  size_t unknown = 0;
+Baseline::Baseline(const std::vector<RunResult>& results) {
+  for (const RunResult& result : results)
+    add(result.row());
+}
+
+void Baseline::add(const Json& row) {
+  const FlatRow flat = flattened(row);
+  runs.push_back({keyOf(row), {flat.begin(), flat.end()}});
+}
+
+ResultChanges Baseline::compare(const std::vector<RunResult>& results,
+                                const Tolerances& tolerances) const {
+  ResultChanges comparison;
+  Comparer comparer(tolerances, comparison.changes);
   for (const RunResult& result : results) {
     const std::string key = keyOf(result.identity);
     const auto is = [&key](const Run& run) { return run.key == key; };
     const auto earlier = std::find_if(runs.begin(), runs.end(), is);
     if (earlier == runs.end())
-      ++unknown;
+      ++comparison.added;
     else
       comparer.compare(result.name, earlier->figures, flattened(result.row()));
   }
-  out << '\n';
-  if (rows.size() == 1)
-    out << "nothing has changed against " << visible(path) << '\n';
-  else
-    out << "changed against " << visible(path) << '\n';
-  if (rows.size() > 1) {
-    for (const std::string& line : inColumns(rows, 2))
-      out << line << '\n';
+  const size_t known = results.size() - comparison.added;
+  comparison.gone = runs.size() > known ? runs.size() - known : 0;
+  return comparison;
+}
+
+bool ResultChanges::isWorse() const {
+  return std::any_of(changes.begin(), changes.end(),
+                     [](const FigureChange& change) { return change.worse; });
+}
+
+void printChanges(const std::vector<FigureChange>& changes, std::ostream& out) {
+  std::vector<std::vector<std::string>> rows = {{"run", "figure", "before", "now", "difference"}};
+  std::string last;
+  for (const FigureChange& change : changes) {
+    rows.push_back({change.run == last ? "" : change.run, change.figure, change.before, change.now,
+                    change.difference});
+    last = change.run;
   }
-  if (unknown > 0) out << "not in it: " << counted(unknown, "run") << '\n';
-  const size_t known = results.size() - unknown;
-  if (runs.size() > known) out << "only in it: " << counted(runs.size() - known, "run") << '\n';
-  return comparer.worse;
+  for (const std::string& line : inColumns(rows, 2))
+    out << line << '\n';
+}
+
+void Baseline::print(const ResultChanges& comparison, std::ostream& out) const {
+  out << '\n'
+      << (comparison.changes.empty() ? "nothing has changed against " : "changed against ")
+      << visible(path) << '\n';
+  if (!comparison.changes.empty()) printChanges(comparison.changes, out);
+  if (comparison.added > 0) out << "not in it: " << counted(comparison.added, "run") << '\n';
+  if (comparison.gone > 0) out << "only in it: " << counted(comparison.gone, "run") << '\n';
 }

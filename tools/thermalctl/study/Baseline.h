@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <ostream>
@@ -10,19 +11,46 @@
 #include "study/Tolerances.h"
 #include "toml/Problems.h"
 
+// A figure that differs by more than its tolerance, or a verdict that does.
+//
+// Shape: all as text; `difference` is empty where there is none to tell.
+struct FigureChange {
+  std::string run;
+  std::string figure;
+  std::string before;
+  std::string now;
+  std::string difference;
+  bool worse = false;
+};
+
+// What is otherwise than in an earlier study, run by run.
+//
+// Shape: `added` counts the runs that only the later study has, `gone` those of the earlier alone.
+struct ResultChanges {
+  std::vector<FigureChange> changes;
+  size_t added = 0;
+  size_t gone = 0;
+
+  // Whether a verdict is: a budget that was kept is broken, not judged or not asked for any more,
+  // or one without a verdict is broken.
+  bool isWorse() const;
+};
+
+// Below each other in columns, each run's name once.
+void printChanges(const std::vector<FigureChange>& changes, std::ostream& out);
+
 // An earlier study's results, to hold later ones against.
 //
-// Source: a results.json.
+// Source: a results.json, or the study itself.
 class Baseline {
 public:
   // Nothing, and the problem told, where the file is no whole results.json, or one of a later form.
   static std::optional<Baseline> read(const std::string& path, Problems& problems);
+  explicit Baseline(const std::vector<RunResult>& results);
 
-  // Prints what differs by more than its tolerance, run by run. Whether a verdict is worse: a
-  // budget that was kept is broken, not judged or not asked for any more, or one without a verdict
-  // is broken.
-  bool compare(const std::vector<RunResult>& results, const Tolerances& tolerances,
-               std::ostream& out) const;
+  ResultChanges compare(const std::vector<RunResult>& results, const Tolerances& tolerances) const;
+  // As a remark below the later results.
+  void print(const ResultChanges& comparison, std::ostream& out) const;
 
 private:
   using Json = RunResult::Json;
@@ -34,6 +62,9 @@ private:
     std::string key;
     Figures figures;
   };
+
+  Baseline() = default;
+  void add(const Json& row);
 
   std::string path;
   std::vector<Run> runs;

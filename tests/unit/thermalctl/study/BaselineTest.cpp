@@ -36,12 +36,14 @@ protected:
     const std::string path = fileOf(before);
     const auto baseline = Baseline::read(path, problems);
     EXPECT_TRUE(baseline);
+    if (!baseline) return false;
+    const ResultChanges comparison = baseline->compare(now, usualTolerances());
     std::ostringstream out;
-    const bool worse = baseline && baseline->compare(now, usualTolerances(), out);
+    baseline->print(comparison, out);
     text = out.str();
     const size_t at = text.find(path);
     if (at != std::string::npos) text.replace(at, path.size(), "FILE");
-    return worse;
+    return comparison.isWorse();
   }
 
   std::string wrong(const std::string& content) {
@@ -97,6 +99,16 @@ TEST_F(BaselineTest, CountsTheRunsThatOnlyOneOfThemHas) {
   EXPECT_EQ(text, "\nnothing has changed against FILE\n"
                   "not in it: 1 run\n"
                   "only in it: 2 runs\n");
+}
+
+TEST_F(BaselineTest, AStudyInHandIsOneLikeItsFile) {
+  const ResultChanges comparison = Baseline({runOf(44, "kept"), runOf(44, "kept", 2)})
+                                       .compare({runOf(45, "passed")}, usualTolerances());
+  EXPECT_TRUE(comparison.isWorse());
+  ASSERT_EQ(comparison.changes.size(), 2U);
+  EXPECT_EQ(comparison.changes[1].figure, "skin=44.5C");
+  EXPECT_EQ(comparison.changes[1].now, "passed");
+  EXPECT_EQ(comparison.gone, 1U);
 }
 
 TEST_F(BaselineTest, ATornFileIsToldWhereItEnds) {
