@@ -102,7 +102,8 @@ TEST_F(ScenarioThreadTest, ReadsWhatAFileStreamReads) {
   for (int byte = 0; byte < 256; ++byte)
     contents.push_back(std::string("ga") + static_cast<char>(byte) + "me");
   // Words and white space that end around the end of a buffer of any likely size.
-  for (const size_t size : {64, 128, 256, 512, 1024, 2048, 4096, 8192}) {
+  for (const size_t size :
+       std::initializer_list<size_t>{64, 128, 256, 512, 1024, 2048, 4096, 8192}) {
     for (const size_t length : {size - 2, size - 1, size, size + 1}) {
       for (const char* behind : {"", "\n", " y"}) {
         contents.push_back(std::string(length, 'x') + behind);
