@@ -13,9 +13,29 @@ int32_t levelAt(const Section& device, int64_t request) {
   return static_cast<int32_t>(std::max<int64_t>(0, std::min(request, last)));
 }
 
+// Of what the item's sensor counts, in millidegrees.
+int32_t unitOf(const Item& item) {
+  return item.sensor && item.sensor->section ? item.sensor->section->unit : 1;
+}
+
 void raise(Action& action, const std::string& device, int32_t level) {
   int32_t& strongest = action.upTo[device];
   strongest = std::max(strongest, level);
+}
+
+// Where an item that acts on heat from `start` on comes into its second degree, as the daemon
+// counts them: towards 0, and by thousands of whatever the node counts in.
+int64_t secondDegree(int64_t start) {
+  const int64_t degree = start / 1000 + 1;
+  return degree > 0 ? degree * 1000 : degree * 1000 - 999;
+}
+
+// Where an ss item asks for a level that cools. With 'start_level 0' the first degree asks for
+// none.
+int64_t startOf(const Item& item) {
+  if (item.startLevel.value != 0) return millidegreesOf(item.setPoint, item);
+  const int64_t sign = item.lowactive ? -1 : 1;
+  return sign * secondDegree(sign * item.setPoint.value) * unitOf(item);
 }
 
 std::optional<Action> actionOfSS(const Item& item) {
@@ -24,10 +44,7 @@ std::optional<Action> actionOfSS(const Item& item) {
   const int32_t strongest = levelAt(*device, item.devicePerfFloor.value);
   if (strongest == 0) return std::nullopt;
   Action action;
-  // With 'start_level 0' the first degree asks for nothing.
-  const int64_t first = millidegreesOf(item.setPoint, item);
-  const int64_t degree = item.lowactive ? -1000 : 1000;
-  action.at = item.startLevel.value == 0 ? first + degree : first;
+  action.at = startOf(item);
   action.item = &item;
   action.word = item.setPoint.word;
   action.upTo[device->name] = strongest;
@@ -89,8 +106,7 @@ bool isReport(const Section& device) {
 }
 
 int64_t millidegreesOf(const Number& temperature, const Item& item) {
-  const int32_t unit = item.sensor && item.sensor->section ? item.sensor->section->unit : 1;
-  return static_cast<int64_t>(temperature.value) * unit;
+  return static_cast<int64_t>(temperature.value) * unitOf(item);
 }
 
 bool lacksLowactive(const Item& item) {

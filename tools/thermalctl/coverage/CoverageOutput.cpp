@@ -77,7 +77,8 @@ void addSensor(Rows& rows, const Part& part, const Section* sensor) {
   const std::string name = visible(sensor->name);
   addDirection(rows, part, sensor, &CoverageCell::heat, name, ">=");
   const Row reported = part.row("  (reported)", sensor, [](const CoverageCell& cell) {
-    return cell.report ? ">=" + celsius(cell.report->at) : kNothing;
+    if (!cell.report) return std::string(kNothing);
+    return (cell.report->item->lowactive ? "<=" : ">=") + celsius(cell.report->at);
   });
   if (saysAnything(reported)) rows.push_back(reported);
   Rows cold;

@@ -13,7 +13,7 @@ namespace {
 
 // From the top, because in a folder git would look for that folder in the part that is asked for.
 constexpr char kScript[] =
-    "cd -- \"$1\" || exit 1\n"
+    "cd -- \"$1\" 2>/dev/null || exit 1\n"
     "git rev-parse --verify --quiet --end-of-options \"$2^{commit}\" "
     ">/dev/null 2>&1 || exit 1\n"
     "folder=$(git rev-parse --show-prefix)\n"

@@ -18,7 +18,8 @@ std::vector<std::string> workloadNames(const fs::path& folder) {
   std::error_code ignored;
   for (const auto& entry : fs::directory_iterator(folder, ignored)) {
     const fs::path& path = entry.path();
-    if (path.extension() == ".csv" || path.extension() == ".toml") names.push_back(path.stem());
+    const bool isWorkload = path.extension() == ".csv" || path.extension() == ".toml";
+    if (isWorkload && entry.is_regular_file(ignored)) names.push_back(path.stem());
   }
   std::sort(names.begin(), names.end());
   return names;

@@ -94,4 +94,37 @@ TEST(EnvelopeTest, IsEncodedAsSamplesAndThenAsStretches) {
   EXPECT_EQ(envelope.encoded(), "AaQECEAA");
 }
 
+TEST(EnvelopeTest, RoundsAMeanAwayFromZero) {
+  EXPECT_EQ((Envelope::Stretch{0, 3, 2, 1, 2}).mean(), 2);
+  EXPECT_EQ((Envelope::Stretch{0, -3, 2, -2, -1}).mean(), -2);
+  EXPECT_EQ((Envelope::Stretch{0, 4, 3, 1, 2}).mean(), 1);
+  EXPECT_EQ((Envelope::Stretch{0, -4, 3, -2, -1}).mean(), -1);
+}
+
+TEST(EnvelopeTest, ALimitAboveItsCapacityChangesNothing) {
+  Envelope envelope(2);
+  envelope.limitTo(100);
+  for (int64_t i = 0; i < 10; ++i)
+    envelope.add(i, 1);
+  EXPECT_LE(envelope.size(), 2u);
+}
+
+TEST(EnvelopeTest, ASampleBehindAStretchsEndBeginsTheNext) {
+  Envelope envelope(2);
+  for (int64_t i = 0; i < 3; ++i)
+    envelope.add(i, 1);
+  ASSERT_EQ(envelope.stretch(), 4);
+  envelope.add(3, 9);
+  EXPECT_EQ(envelope.size(), 1u);
+  EXPECT_EQ(envelope.stretches()[0].high, 9);
+  envelope.add(4, -9);
+  ASSERT_EQ(envelope.size(), 2u);
+  EXPECT_EQ(envelope.stretches()[0].low, 1);
+  EXPECT_EQ(envelope.stretches()[1].time, 4);
+}
+
+TEST(EnvelopeTest, OfNoSampleIsAnEmptyText) {
+  EXPECT_EQ(Envelope(4).encoded(), "");
+}
+
 } // namespace

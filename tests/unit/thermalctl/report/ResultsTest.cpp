@@ -122,4 +122,58 @@ TEST_F(ResultsTest, ARunWithoutBudgetsIsATestOfItsOwn) {
       << out.str();
 }
 
+TEST_F(ResultsTest, ARunIsKeptOnlyWhereAllOfItWasJudged) {
+  run.budgets = {*readLimit("skin=43C").budget};
+  EXPECT_EQ(result().verdict(), "kept");
+  run.hold(run.sensors[1], *readLimit("case=50C").budget);
+  EXPECT_EQ(result().verdict(), "unjudged");
+  run.hold(*readLimit("skin=41C").budget);
+  EXPECT_EQ(result().verdict(), "passed");
+}
+
+TEST_F(ResultsTest, OfABudgetThatOnlySomeRunsHaveTheOthersSayNothing) {
+  const RunResult asked = result();
+  run.name = "b";
+  run.budgets.pop_back();
+  run.budgets[0] = *readLimit("skin=40C").budget;
+  const RunResult other = result();
+  EXPECT_EQ(textOfResults(printResults, {asked, other}),
+            "run     verdict            skin=41C            skin=40C\n"
+            "a, \"b\"   passed  passed for 0:00:10                   -\n"
+            "b        passed                   -  passed for 0:00:10\n"
+            "kept by all: work:gpu=50%\n");
+}
+
+TEST_F(ResultsTest, AStandstillHasItsTime) {
+  RunFigures figures;
+  figures.begin(run);
+  figures.standstill(1500);
+  figures.end(2000, {});
+  const RunResult stood = resultOf(figures);
+  EXPECT_EQ(stood.figures["stood_still_s"], 1.5);
+  EXPECT_EQ(stood.figures["verdict"], "unjudged");
+  EXPECT_TRUE(stood.figures["devices"].empty());
+}
+
+TEST_F(ResultsTest, ARunWithoutBudgetsThatStoodStillIsAnErrorForACi) {
+  run.budgets.clear();
+  RunFigures figures;
+  figures.begin(run);
+  figures.standstill(0);
+  figures.end(2000, {});
+  std::ostringstream out;
+  writeJunit("game", {resultOf(figures)}, out);
+  EXPECT_NE(out.str().find("tests=\"1\" failures=\"0\" errors=\"1\">\n"), std::string::npos)
+      << out.str();
+  EXPECT_NE(out.str().find("name=\"run\"><error message=\"a, &quot;b&quot;: the daemon stood still "
+                           "from 0:00:00 on"),
+            std::string::npos)
+      << out.str();
+}
+
+TEST_F(ResultsTest, OfNoRunsAreAnEmptyList) {
+  EXPECT_EQ(nlohmann::json::parse(textOfResults(writeResults, {}))["runs"],
+            nlohmann::json::array());
+}
+
 } // namespace

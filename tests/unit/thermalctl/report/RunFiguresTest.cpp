@@ -123,4 +123,100 @@ TEST_F(RunFiguresTest, AVerdictForMachinesHasUnitsOfItsOwn) {
             R"("first_above_s":null})");
 }
 
+TEST_F(RunFiguresTest, ANodeAndASensorOfOneNameHaveLimitsOfTheirOwn) {
+  run.sensors.push_back({"skin", SensorTrack::Kind::kPlantNode, 1000, {}});
+  run.budgets = {*readLimit("skin=43C").budget, *readLimit("node:skin=43C").budget};
+  RunFigures figures;
+  figures.begin(run);
+  figures.temperature(0, 0, 40000);
+  figures.temperature(5000, 1, 45000);
+  figures.end(10'000, {});
+  EXPECT_EQ(figures.verdictOn(run.budgets[0])->is, Verdict::Is::kKept);
+  EXPECT_EQ(figures.verdictOn(run.budgets[1])->is, Verdict::Is::kPassed);
+  EXPECT_EQ(figures.verdictOn(run.budgets[1])->firstAbove, 5000);
+  EXPECT_EQ(figures.verdictOn(*readLimit("skin=44C").budget), nullptr);
+}
+
+TEST_F(RunFiguresTest, TheFirstTimeAboveIsBehindTheLimitAndStays) {
+  run.budgets = {*readLimit("skin=43C").budget};
+  RunFigures figures;
+  figures.begin(run);
+  figures.temperature(0, 0, 43000);
+  figures.temperature(2000, 0, 43001);
+  figures.temperature(3000, 0, 40000);
+  figures.temperature(4000, 0, 44000);
+  figures.end(5000, {});
+  EXPECT_EQ(figures.verdicts[0].firstAbove, 2000);
+  EXPECT_EQ(figures.verdicts[0].above, 2000);
+}
+
+TEST_F(RunFiguresTest, AGapCountsForNothing) {
+  run.budgets = {*readLimit("skin=43C").budget, *readRequirement("changes:cpu<=1/min").budget};
+  RunFigures figures;
+  figures.begin(run);
+  figures.temperature(0, 0, 44000);
+  figures.level(0, 0, 0, "2000");
+  figures.level(50'000, 0, 1, "1000");
+  figures.gap(100'000, 540'000, {});
+  figures.end(600'000, {});
+  EXPECT_EQ(figures.known(), 160'000);
+  EXPECT_EQ(figures.verdicts[0].above, 160'000);
+  EXPECT_DOUBLE_EQ(figures.verdicts[1].measured.value(), 60.0 / 160);
+  EXPECT_EQ(figures.levels[0].total(), 160'000);
+}
+
+TEST_F(RunFiguresTest, AGapOfOneSensorIsNotTheOthers) {
+  run.sensors.push_back({"cpu", SensorTrack::Kind::kReal, 1000, {}});
+  RunFigures figures;
+  figures.begin(run);
+  figures.temperature(0, 0, 44000);
+  figures.temperature(0, 1, 44000);
+  figures.gap(100'000, 540'000, 0);
+  figures.end(600'000, {});
+  EXPECT_EQ(figures.temperatures[0].total(), 160'000);
+  EXPECT_EQ(figures.temperatures[1].total(), 600'000);
+  EXPECT_EQ(figures.known(), 600'000);
+}
+
+TEST_F(RunFiguresTest, ChangesOfNoTimeAreNotCounted) {
+  RunFigures figures;
+  figures.begin(run);
+  figures.gap(0, 10'000, {});
+  figures.end(10'000, {});
+  EXPECT_FALSE(figures.changesAMinute(TimeAtValue()));
+}
+
+TEST_F(RunFiguresTest, OfPowersAloneTheHeatIsKnownAndTheWorkIsNot) {
+  run.sources = {"gpu", "npu"};
+  run.budgets = {*readRequirement("work:gpu=1%").budget};
+  RunFigures figures;
+  figures.begin(run);
+  figures.power(0, 0, 2'000'000);
+  figures.power(10'000, 0, 500'000);
+  figures.power(20'000, 1, 1'000'000);
+  figures.end(30'000, {});
+  ASSERT_NE(figures.performanceOf("gpu"), nullptr);
+  EXPECT_DOUBLE_EQ(figures.performanceOf("gpu")->joules, 2 * 10 + 0.5 * 20);
+  EXPECT_DOUBLE_EQ(figures.performanceOf("npu")->joules, 10);
+  EXPECT_EQ(figures.workOf("gpu"), nullptr);
+  EXPECT_EQ(figures.performanceOf("cpu"), nullptr);
+  EXPECT_EQ(figures.verdicts[0].is, Verdict::Is::kUnjudged);
+}
+
+TEST_F(RunFiguresTest, AStandstillIsToldWithItsBeginning) {
+  standsStill = true;
+  limited("skin=44C");
+  EXPECT_EQ(unjudged, std::vector<std::string>{"day: the daemon stood still from 0:09:50 on: no "
+                                               "limit is kept by what samples and decides "
+                                               "nothing"});
+}
+
+TEST_F(RunFiguresTest, OfTwoLimitsOfOneSensorWithoutASampleIsToldOnce) {
+  run.budgets = {*readLimit("skin=43C").budget, *readLimit("p95:skin=42C").budget};
+  RunFigures figures;
+  figures.begin(run);
+  figures.end(1000, {});
+  EXPECT_EQ(figures.unjudged().size(), 1U);
+}
+
 } // namespace

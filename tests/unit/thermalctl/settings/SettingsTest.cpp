@@ -1,6 +1,10 @@
 #include "settings/Settings.h"
 
+#include <map>
+#include <optional>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -126,6 +130,96 @@ TEST_F(SettingsTest, KnowASectionFromAnItem) {
     EXPECT_TRUE(has(told(entry + "section = \"a\"\n" + key + " = \"b\"\n"),
                     "'section' stands beside 'item' or 'scenario'"))
         << key;
+}
+
+TEST_F(SettingsTest, SayHowFarASensorReaches) {
+  const Settings settings = read("[sensor.cpu]\nrange = [\"-20C\", \"85.5C\"]\n");
+  EXPECT_TRUE(problems.none());
+  EXPECT_EQ(settings.depthOf("cpu"), -20000);
+  EXPECT_EQ(settings.reachOf("cpu"), 85500);
+  EXPECT_EQ(settings.depthOf("skin"), -50000);
+  EXPECT_EQ(settings.reachOf("skin"), 150000);
+  EXPECT_TRUE(settings.units.empty());
+}
+
+TEST_F(SettingsTest, TakeABareNumberForDegrees) {
+  EXPECT_EQ(read("[sensor.cpu]\nrange = [-20, 85]\n").reachOf("cpu"), 85000);
+  EXPECT_EQ(read("[sensor.cpu]\nnoise = 0.25\n").noise.at("cpu"), 250);
+  EXPECT_EQ(read("[sensor.cpu]\nnoise = \"100mC\"\n").noise.at("cpu"), 100);
+  EXPECT_TRUE(problems.none());
+}
+
+TEST_F(SettingsTest, KnowARangeFromItsEnds) {
+  for (const char* range : {"[85, -20]", "[20, 20]", "[20]", "[0, 20, 40]"}) {
+    const std::string text = told("[sensor.cpu]\nrange = " + std::string(range) + "\n");
+    EXPECT_TRUE(has(text, "'range' is no range")) << text;
+    EXPECT_TRUE(has(text, "thermalctl.toml:2")) << text;
+  }
+  EXPECT_EQ(told("[sensor.cpu]\nrange = [19.999, 20]\n"), "");
+}
+
+TEST_F(SettingsTest, TellAnEndOfARangeThatIsNoTemperature) {
+  const std::string text = told("[sensor.cpu]\nrange = [\"cold\", \"85F\"]\n");
+  EXPECT_TRUE(has(text, "'cold' is no temperature")) << text;
+  EXPECT_TRUE(has(text, "'85F' is no temperature")) << text;
+  EXPECT_FALSE(has(text, "is no range")) << text;
+  EXPECT_EQ(read("[sensor.cpu]\nrange = [\"cold\", \"85C\"]\n").reachOf("cpu"), 150000);
+}
+
+TEST_F(SettingsTest, NeedAUnitOnlyWhereNothingElseIsSaid) {
+  EXPECT_EQ(told("[sensor.cpu]\nnoise = 0.1\n"), "");
+  EXPECT_EQ(told("[sensor.cpu]\nrange = [0, 1]\n"), "");
+  EXPECT_TRUE(has(told("[sensor.cpu]\n"), "'unit' is missing"));
+}
+
+TEST_F(SettingsTest, SayWhatADevicesTableCounts) {
+  known.devices = std::vector<std::string>{"clock", "charger"};
+  const Settings settings =
+      read("[device.clock]\nentries = \"kHz\"\n[device.charger]\nentries = \"mA\"\n");
+  EXPECT_TRUE(problems.none());
+  EXPECT_EQ(settings.entries,
+            (std::map<std::string, std::string>{{"charger", "mA"}, {"clock", "kHz"}}));
+}
+
+TEST_F(SettingsTest, KnowTheDevicesAndWhatTheirTablesCount) {
+  known.devices = std::vector<std::string>{"clock"};
+  EXPECT_TRUE(has(told("[device.clcok]\nentries = \"kHz\"\n"), "did you mean 'clock'?"));
+  EXPECT_TRUE(has(told("[device.clock]\n"), "'entries' is missing"));
+  const std::string text = told("[device.clock]\nentries = \"kilohertz\"\n");
+  EXPECT_TRUE(has(text, "no table counts 'kilohertz'")) << text;
+  EXPECT_TRUE(has(text, "write one of 'Hz', 'kHz', 'MHz', 'mA', 'uA', 'duty' and 'state'")) << text;
+  known.devices.reset();
+  EXPECT_EQ(told("[device.clcok]\nentries = \"kHz\"\n"), "");
+}
+
+TEST_F(SettingsTest, SayWhatMustCool) {
+  const Settings settings = read("must_cool = [\"cpu\", \"skin\"]\nskin = \"43C\"\n");
+  EXPECT_TRUE(problems.none());
+  ASSERT_EQ(settings.mustCool.size(), 2U);
+  EXPECT_EQ(settings.mustCool[0].sensor.text, "cpu");
+  EXPECT_EQ(settings.mustCool[0].sensor.at.column, 15);
+  EXPECT_EQ(settings.mustCool[0].atMost, std::nullopt);
+  EXPECT_EQ(settings.mustCool[1].atMost, 43000);
+  EXPECT_TRUE(settings.hasToCool("skin"));
+  EXPECT_FALSE(settings.hasToCool("ski"));
+  EXPECT_FALSE(Settings().hasToCool("skin"));
+}
+
+TEST_F(SettingsTest, KnowWhatMustCool) {
+  const std::string text = told("must_cool = [\"cpu\", \"sikn\"]\n");
+  EXPECT_TRUE(has(text, "thermalctl.toml:1:21")) << text;
+  EXPECT_TRUE(has(text, "did you mean 'skin'?")) << text;
+  // Beside the list only what it names.
+  EXPECT_NE(told("must_cool = [\"cpu\"]\nskin = \"43C\"\n"), "");
+  EXPECT_TRUE(has(told("must_cool = [\"cpu\"]\ncpu = \"43F\"\n"), "'43F' is no temperature"));
+}
+
+TEST_F(SettingsTest, NameThePlantWithItsPlace) {
+  const Settings settings = read("plant = \"plant.toml\"\n");
+  ASSERT_TRUE(settings.plant);
+  EXPECT_EQ(settings.plant->text, "plant.toml");
+  EXPECT_EQ(settings.plant->at.column, 10);
+  EXPECT_FALSE(read("").plant);
 }
 
 } // namespace

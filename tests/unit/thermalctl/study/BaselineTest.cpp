@@ -142,4 +142,40 @@ TEST_F(BaselineTest, ANewerVersionIsRefused) {
             "      hint: take the thermalctl that wrote it, or a newer one\n");
 }
 
+TEST_F(BaselineTest, AFigureThatIsNotComparedMayDiffer) {
+  RunResult longer = runOf(42, "kept");
+  longer.figures["seconds"] = 7200.0;
+  EXPECT_FALSE(isWorse({runOf(42, "kept")}, {longer}));
+  EXPECT_EQ(text, "\nnothing has changed against FILE\n");
+}
+
+TEST_F(BaselineTest, AFigureThatWasNeverSeenBeforeIsShownWithoutADifference) {
+  RunResult unseen = runOf(42, "kept");
+  unseen.figures["temperatures"]["skin"]["peak"] = nullptr;
+  EXPECT_FALSE(isWorse({unseen}, {runOf(42, "kept")}));
+  EXPECT_NE(text.find("temperatures.skin.peak       -   42\n"), std::string::npos) << text;
+  EXPECT_FALSE(isWorse({unseen}, {unseen}));
+  EXPECT_EQ(text, "\nnothing has changed against FILE\n");
+}
+
+TEST_F(BaselineTest, RunsAreFoundByWhatTheyAreAndNotByTheirPlace) {
+  EXPECT_FALSE(isWorse({runOf(40, "kept", 1), runOf(42, "kept", 2)},
+                       {runOf(42, "kept", 2), runOf(40, "kept", 1)}));
+  EXPECT_EQ(text, "\nnothing has changed against FILE\n");
+}
+
+TEST_F(BaselineTest, ARunOfAnotherConfigurationOrWorkloadIsAnother) {
+  for (const char* part : {"configuration", "workload"}) {
+    RunResult other = runOf(50, "passed");
+    other.identity[part] = "other";
+    EXPECT_FALSE(isWorse({runOf(42, "kept")}, {other}));
+    EXPECT_EQ(text, "\nnothing has changed against FILE\nnot in it: 1 run\nonly in it: 1 run\n");
+  }
+}
+
+TEST_F(BaselineTest, AFallIsShownWithItsSign) {
+  EXPECT_FALSE(isWorse({runOf(42.5, "kept")}, {runOf(42, "kept")}));
+  EXPECT_NE(text.find("42.5   42        -0.5\n"), std::string::npos) << text;
+}
+
 } // namespace

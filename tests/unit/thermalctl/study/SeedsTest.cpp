@@ -38,4 +38,20 @@ TEST(SeedsTest, TellsWhatIsNone) {
   EXPECT_EQ(readSeeds("0..9999999999").wrong, "'0..9999999999' are more than 100000 seeds");
 }
 
+TEST(SeedsTest, OfOneRangeAreAHundredThousandAtTheMost) {
+  const SeedsText most = readSeeds("1..100000");
+  ASSERT_TRUE(most.seeds);
+  EXPECT_EQ(most.seeds->size(), 100'000U);
+  EXPECT_EQ(most.seeds->back(), 100'000U);
+  EXPECT_FALSE(readSeeds("0..100000").seeds);
+}
+
+TEST(SeedsTest, OneWrongPartSpoilsAll) {
+  const SeedsText read = readSeeds("1,two,3..1");
+  EXPECT_FALSE(read.seeds);
+  EXPECT_EQ(read.wrong, "'two' is no seed");
+  EXPECT_EQ(read.hint, "write numbers and ranges, such as 7, 1..20 or 1,2,10..12");
+  EXPECT_FALSE(readSeeds("1,").seeds);
+}
+
 } // namespace

@@ -127,4 +127,48 @@ TEST_F(StudyFileTest, AFileThatIsNotThereIsTold) {
             std::string::npos);
 }
 
+TEST_F(StudyFileTest, AnEmptyFileLeavesAllToTheCommandLine) {
+  const StudyFile study = read("");
+  EXPECT_TRUE(problems.none());
+  EXPECT_TRUE(study.configurations.empty());
+  EXPECT_TRUE(study.workloads.empty());
+  EXPECT_TRUE(study.seeds.empty());
+  EXPECT_TRUE(study.budgets.empty());
+  EXPECT_FALSE(study.duration);
+  EXPECT_EQ(study.tolerances.at("peak").amount, usualTolerances().at("peak").amount);
+}
+
+TEST_F(StudyFileTest, ADurationIsSecondsAndAboveNone) {
+  EXPECT_EQ(read("duration = 90\n").duration, 90'000);
+  EXPECT_TRUE(problems.none());
+  for (const char* duration : {"0", "\"0s\"", "\"-1s\"", "\"\""})
+    EXPECT_NE(wrong("duration = " + std::string(duration) + "\n").find("must be a time above 0"),
+              std::string::npos)
+        << duration;
+}
+
+TEST_F(StudyFileTest, AllThatIsWrongIsToldAndTheRestKept) {
+  const StudyFile study = read("seeds = \"one\"\nduration = \"long\"\nworkloads = [\"game\"]\n"
+                               "[[budget]]\nlimits = [\"skin=43\", \"skin=43C\"]\n"
+                               "[tolerance]\npeak = \"lots\"\njoules = 1\n");
+  std::ostringstream out;
+  problems.print(out);
+  for (const char* place : {":1:9: ", ":2:12: ", ":5:11: ", ":7:1: "})
+    EXPECT_NE(out.str().find(path + place), std::string::npos) << place << out.str();
+  EXPECT_EQ(study.workloads, Words{"game"});
+  EXPECT_EQ(study.budgets.size(), 1U);
+  EXPECT_EQ(study.tolerances.at("joules").amount, 1);
+}
+
+TEST_F(StudyFileTest, ABudgetMayOnlySelectWhatTheFileRuns) {
+  EXPECT_EQ(wrong("[[budget]]\nconfigurations = [\"day.conf\"]\nlimits = [\"skin=43C\"]\n"),
+            "study.toml:2:19: error: 'day.conf' is none of the study's configurations\n"
+            "    2 | configurations = [\"day.conf\"]\n"
+            "      |                   ^~~~~~~~~~\n");
+  EXPECT_NE(wrong("configurations = [\"a.conf\"]\n[[budget]]\nconfigurations = [\"night\"]\n"
+                  "limits = [\"skin=43C\"]\n")
+                .find("hint: there are 'a.conf'\n"),
+            std::string::npos);
+}
+
 } // namespace

@@ -28,4 +28,35 @@ TEST(TolerancesTest, OfNoFigureAreWrong) {
         << amount;
 }
 
+TEST(TolerancesTest, AShareIsOfTheSizeOfTheEarlierValue) {
+  const Tolerance tenth{0.1, true};
+  EXPECT_TRUE(tenth.allows(-100, -110));
+  EXPECT_FALSE(tenth.allows(-100, -111));
+  EXPECT_TRUE(tenth.allows(0, 0));
+  EXPECT_FALSE(tenth.allows(0, 0.001));
+  // Of the later value it would be enough.
+  EXPECT_FALSE(tenth.allows(90, 100));
+}
+
+TEST(TolerancesTest, WhatOnlyRoundingMakesIsTheSame) {
+  EXPECT_TRUE(Tolerance().allows(0.3, 0.1 + 0.2));
+  EXPECT_FALSE(Tolerance().allows(0.3, 0.3 + 1e-8));
+}
+
+TEST(TolerancesTest, OneThatIsWrongLeavesTheUsual) {
+  Tolerances tolerances = usualTolerances();
+  setTolerance("peak", "lots", tolerances);
+  setTolerance("skin", "1", tolerances);
+  EXPECT_EQ(tolerances.size(), usualTolerances().size());
+  EXPECT_EQ(tolerances.at("peak").amount, usualTolerances().at("peak").amount);
+}
+
+TEST(TolerancesTest, AnAmountTakesThePlaceOfAShare) {
+  Tolerances tolerances = usualTolerances();
+  ASSERT_TRUE(tolerances.at("joules").relative);
+  setTolerance("joules", "5", tolerances);
+  EXPECT_TRUE(tolerances.at("joules").allows(1000, 1005));
+  EXPECT_FALSE(tolerances.at("joules").allows(1000, 1006));
+}
+
 } // namespace

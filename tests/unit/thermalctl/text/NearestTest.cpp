@@ -49,4 +49,19 @@ TEST(NearestTest, AsksForTheWordItFound) {
   EXPECT_EQ(didYouMean("device", kKeys), "");
 }
 
+TEST(NearestTest, ALongerWordMayHoldMoreSlips) {
+  EXPECT_EQ(nearest("ab", {"ac"}), "");
+  EXPECT_EQ(nearest("abc", {"abd"}), "abd");
+  EXPECT_EQ(nearest("abcde", {"abcxy"}), "");
+  EXPECT_EQ(nearest("abcdef", {"abcdxy"}), "abcdxy");
+  EXPECT_EQ(nearest("abcdefghijk", {"abcdefghxyz"}), "");
+  EXPECT_EQ(nearest("abcdefghijkl", {"abcdefghixyz"}), "abcdefghixyz");
+  EXPECT_EQ(nearest("abcdefghijkl", {"abcdefghwxyz"}), "");
+}
+
+TEST(NearestTest, SaysSomethingElseWhereNothingIsNear) {
+  EXPECT_EQ(didYouMean("device", kKeys, "there are four"), "there are four");
+  EXPECT_EQ(didYouMean("sensr", kKeys, "there are four"), "did you mean 'sensor'?");
+}
+
 } // namespace

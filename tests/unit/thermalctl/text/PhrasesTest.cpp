@@ -1,6 +1,8 @@
 #include "text/Phrases.h"
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -60,6 +62,18 @@ TEST(PhrasesTest, NamesTenOfALongList) {
   EXPECT_EQ(listedBriefly(texts), listed(texts));
   texts.resize(12, "b");
   EXPECT_EQ(listedBriefly(texts), "'a', 'a', 'a', 'a', 'a', 'a', 'a', 'a', 'a', 'a' and 2 more");
+}
+
+TEST(PhrasesTest, EnumeratesTextsAsTheyAre) {
+  EXPECT_EQ(enumerated({}), "");
+  EXPECT_EQ(enumerated({"a"}), "a");
+  EXPECT_EQ(enumerated({"a", "b"}), "a and b");
+  EXPECT_EQ(enumerated({"a", "b", "c"}), "a, b and c");
+}
+
+TEST(PhrasesTest, CountsNoMoreThanTenOfALongList) {
+  const std::vector<std::string> eleven(11, "a");
+  EXPECT_NE(listedBriefly(eleven).find(" and 1 more"), std::string::npos);
 }
 
 } // namespace

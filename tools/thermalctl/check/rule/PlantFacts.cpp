@@ -72,7 +72,8 @@ void addVirtual(PlantFacts& facts, const Section& sensor) {
   }
   for (const Number& offset : sensor.offsets)
     sum += 100.0 * offset.value;
-  if (sensor.weightSum() == 0 || sensor.weightSum() == 1) return;
+  // It grows without an end, or jumps to and fro.
+  if (sensor.weightSum() >= -1 && sensor.weightSum() <= 1) return;
   facts[sensor.name].fullLoad = sum / (sensor.weightSum() - 1.0) * sensor.unit;
 }
 

@@ -1,0 +1,105 @@
+#include "diff/DiffOutput.h"
+
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+class DiffOutputTest : public testing::Test {
+protected:
+  std::string printed(void (*print)(std::ostream&, const Difference&)) const {
+    std::ostringstream out;
+    print(out, difference);
+    return out.str();
+  }
+
+  void fill() {
+    difference.changes = {{"", "", "sensor cpu", "goes (real)"},
+                          {"day.conf", "", "", "the daemon ends appears (x)"},
+                          {"day.conf", "Default", "a", "floor from 2 to 3"},
+                          {"day.conf", "Default", "b", "goes (ss)"},
+                          {"day.conf", "night", "", "the scenario goes"}};
+    difference.coverage = {{"day.conf", "Default", "cpu", "no longer cooled"}};
+  }
+
+  Difference difference;
+};
+
+TEST_F(DiffOutputTest, WithoutADifferenceThereIsNoChange) {
+  EXPECT_TRUE(difference.none());
+  EXPECT_EQ(printed(printDifference), "no change\n");
+  EXPECT_EQ(printed(printDifferenceAsMarkdown), "no change\n");
+  EXPECT_EQ(
+      nlohmann::json::parse(printed(printDifferenceAsJson)),
+      nlohmann::json::parse(R"({"version": 1, "changed": false, "changes": [], "coverage": []})"));
+}
+
+TEST_F(DiffOutputTest, EachPlaceStandsOnceAboveItsChanges) {
+  fill();
+  EXPECT_EQ(printed(printDifference), "the board\n"
+                                      "  sensor cpu: goes (real)\n"
+                                      "day.conf\n"
+                                      "  the daemon ends appears (x)\n"
+                                      "day.conf, Default\n"
+                                      "  a: floor from 2 to 3\n"
+                                      "  b: goes (ss)\n"
+                                      "day.conf, night\n"
+                                      "  the scenario goes\n"
+                                      "\n"
+                                      "coverage\n"
+                                      "  day.conf, Default\n"
+                                      "    cpu: no longer cooled\n");
+}
+
+TEST_F(DiffOutputTest, CoverageThatAloneDiffersIsToldAtOnce) {
+  fill();
+  difference.changes.clear();
+  EXPECT_FALSE(difference.none());
+  EXPECT_EQ(printed(printDifference), "coverage\n"
+                                      "  day.conf, Default\n"
+                                      "    cpu: no longer cooled\n");
+}
+
+TEST_F(DiffOutputTest, WithoutCoverageItIsNotSpokenOf) {
+  difference.changes = {{"day.conf", "Default", "a", "floor from 2 to 3"}};
+  EXPECT_EQ(printed(printDifference), "day.conf, Default\n  a: floor from 2 to 3\n");
+  EXPECT_EQ(printed(printDifferenceAsMarkdown), "### What the edit changes\n"
+                                                "\n**day.conf, Default**\n\n"
+                                                "- a: floor from 2 to 3\n");
+}
+
+TEST_F(DiffOutputTest, MarkdownIsForAReview) {
+  fill();
+  difference.changes.resize(1);
+  EXPECT_EQ(printed(printDifferenceAsMarkdown), "### What the edit changes\n"
+                                                "\n**the board**\n\n"
+                                                "- sensor cpu: goes (real)\n"
+                                                "\n### What is cooled otherwise\n"
+                                                "\n**day.conf, Default**\n\n"
+                                                "- cpu: no longer cooled\n");
+}
+
+TEST_F(DiffOutputTest, JsonHasEachChange) {
+  fill();
+  difference.changes = {difference.changes[0], difference.changes[2]};
+  const auto expected = nlohmann::json::parse(R"json({
+    "version": 1, "changed": true,
+    "changes": [
+      {"file": "", "scenario": "", "about": "sensor cpu", "change": "goes (real)"},
+      {"file": "day.conf", "scenario": "Default", "about": "a", "change": "floor from 2 to 3"}],
+    "coverage": [{"file": "day.conf", "scenario": "Default", "sensor": "cpu",
+                  "change": "no longer cooled"}]})json");
+  EXPECT_EQ(nlohmann::json::parse(printed(printDifferenceAsJson)), expected);
+}
+
+TEST_F(DiffOutputTest, ANameThatIsNoTextIsShownAsFarAsItIs) {
+  difference.changes = {{"d\x1B", "n\xFF", "a\t", "goes"}};
+  EXPECT_EQ(printed(printDifference), "d\u241B, n\uFFFD\n  a\u2409: goes\n");
+  EXPECT_EQ(nlohmann::json::parse(printed(printDifferenceAsJson))["changes"][0]["scenario"],
+            "n\uFFFD");
+}
+
+} // namespace
