@@ -15,6 +15,7 @@
 // Shape: `runs` are those of both studies, in the order of the later one; one without a parting is
 //        the same to its end.
 struct StudyDifference {
+  // A run, by its name in the later study.
   struct Run {
     std::string name;
     std::optional<Parting> parting;

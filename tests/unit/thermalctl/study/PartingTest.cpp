@@ -69,9 +69,9 @@ TEST_F(PartingTest, ATemperaturePartsThem) {
 
 TEST_F(PartingTest, ASampleAtAnotherTimePartsThem) {
   edit(now.environment, "sampling 100", "sampling 300");
-  edit(now.workload, "0.25,60", "0.35,60");
-  edit(before.workload, "0.25,60", "0.35,60");
-  EXPECT_EQ(parting(), "400 temperature of cpu 20 C, before 60 C");
+  edit(now.workload, "0.25,60", "0.35,40");
+  edit(before.workload, "0.25,60", "0.35,40");
+  EXPECT_EQ(parting(), "400 temperature of cpu 20 C, before 40 C");
 }
 
 TEST_F(PartingTest, AScenarioPartsThemBeforeWhatItDoes) {
