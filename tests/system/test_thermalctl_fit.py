@@ -127,6 +127,15 @@ def test_requirements_decide_about_the_status(desk):
     assert len(validated["sensors"]) == 5
 
 
+@pytest.mark.parametrize("option", ["--recording", "--validate"])
+def test_a_recording_too_short_to_judge_by_is_told_and_keeps_no_requirement(desk, option):
+    recording, short = desk.record(seconds=300), desk.record(seconds=65, name="short")
+    status, out, err = desk.fit("--recording", recording, option, short, "--require", "rmse<=9C")
+    assert (status, "kept" in out) == (2, False)
+    assert "short-sensors.csv: error: is too short" in err
+    assert not (desk.folder / "out").exists()
+
+
 def edited(path, number, line):
     lines = path.read_text().splitlines()
     lines[number - 1] = line(lines[number - 1]) if callable(line) else line

@@ -23,6 +23,7 @@
 #include "fit/Residuals.h"
 #include "fit/Sketch.h"
 #include "fit/Steps.h"
+#include "fit/Stretch.h"
 #include "fit/Stuck.h"
 #include "fit/Words.h"
 #include "log/BoardFolder.h"
@@ -140,6 +141,12 @@ std::vector<Recorded> readAll(const std::vector<std::string>& lists, const Board
     const auto hasReadings = [](const RecordedFile& file) { return !file.readings.empty(); };
     if (std::none_of(recorded->files.begin(), recorded->files.end(), hasReadings))
       problems.add({list, {}, "no file has a reading of a sensor or a node of the plant"});
+    else if (stretchesOf(*recorded, 0, std::vector<double>(recorded->files.size(), 0)).empty())
+      problems.add(
+          {list,
+           {},
+           "is too short: nowhere are there ten rows of readings while the loads are known",
+           "record for longer, or look whether the files' times are alike"});
     all.push_back(std::move(*recorded));
   }
   return all;
@@ -240,6 +247,8 @@ void printAgreement(const FitResult& result, const Misfit& misfit, const Estimat
 
 ExitStatus judge(const std::vector<Requirement>& requirements, const Estimation& estimation) {
   const Agreeing all = overall(estimation.agreement);
+  if (all.readings == 0 && !requirements.empty())
+    return complain(kCouldNotRun, "no reading is left to judge by");
   ExitStatus status = kFine;
   for (const Requirement& each : requirements) {
     const double reached = each.ofLargest ? all.largest : all.rmse;
@@ -260,8 +269,6 @@ public:
 
   ExitStatus go(const std::vector<Requirement>& requirements) {
     Misfit misfit = misfitOf(inputs, inputs.recordings);
-    if (misfit.stretches.empty())
-      return complain(kCouldNotRun, "the recordings have no stretch with readings and loads");
     const Estimation estimation = search(misfit);
     FitResult result{&misfit,
                      &estimation,

@@ -1,6 +1,7 @@
 #include "fit/FreeQuantities.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include <fmt/format.h>
 #include <fnmatch.h>
@@ -17,16 +18,36 @@ constexpr double kDegrees = 5;
 
 constexpr char kFree[] = "free";
 
-std::string at(const PlantDescription& plant, const PlantDescription::Resistance& resistance) {
-  return plant.nodes[resistance.from].name + "-" +
-         (resistance.to ? plant.nodes[*resistance.to].name : "ambient");
+using Resistance = PlantDescription::Resistance;
+
+std::vector<std::string> endsOf(const PlantDescription& plant, const Resistance& resistance) {
+  return {plant.nodes[resistance.from].name,
+          resistance.to ? plant.nodes[*resistance.to].name : "ambient"};
+}
+
+bool areSideBySide(const Resistance& one, const Resistance& other) {
+  return (one.from == other.from && one.to == other.to) ||
+         (one.to && other.to && one.from == *other.to && *one.to == other.from);
+}
+
+// By its ends in one order and in the other. A second one between the same two has a number.
+std::vector<std::string> namesOf(const PlantDescription& plant, size_t index) {
+  const Resistance& own = plant.resistances[index];
+  const auto begin = plant.resistances.begin();
+  const auto twins = std::count_if(begin, begin + static_cast<std::ptrdiff_t>(index),
+                                   [&](const auto& each) { return areSideBySide(each, own); });
+  const std::string number = twins > 0 ? "#" + std::to_string(twins + 1) : "";
+  const std::vector<std::string> ends = endsOf(plant, own);
+  return {"resistance." + ends[0] + "-" + ends[1] + number,
+          "resistance." + ends[1] + "-" + ends[0] + number};
 }
 
 // All that could be fitted, with the places of its numbers.
 class Candidates {
 public:
-  Candidates(TomlSection& root_, const PlantDescription& plant_, const TraceDescription& board_)
-      : root(root_), plant(plant_), board(board_) {
+  Candidates(TomlSection& root_, const Source& text_, const PlantDescription& plant_,
+             const TraceDescription& board_)
+      : root(root_), text(text_), plant(plant_), board(board_) {
     addNodes();
     addResistances();
     addSources();
@@ -67,13 +88,9 @@ private:
   void addResistances() {
     size_t index = 0;
     for (TomlSection& section : root.list("resistance")) {
-      std::string name = "resistance." + at(plant, plant.resistances[index]);
-      const auto twins = std::count_if(all.begin(), all.end(), [&](const Quantity& other) {
-        return other.name.substr(0, other.name.find('#')) == name;
-      });
-      // Side by side with another one between the same two.
-      if (twins > 0) name += "#" + std::to_string(twins + 1);
-      addNumber(Quantity::Kind::kResistance, index++, name, section, "kelvin_per_watt");
+      addNumber(Quantity::Kind::kResistance, index, namesOf(plant, index).front(), section,
+                "kelvin_per_watt");
+      ++index;
     }
   }
 
@@ -109,7 +126,8 @@ private:
       const auto index = static_cast<size_t>(probe - plant.probes.begin());
       addNumber(Quantity::Kind::kLag, index, "sensor." + name + ".lag", section, "lag");
       const auto offset = section.number("offset");
-      // Without a number it stands behind the section's head.
+      // Without a number it goes behind the section's head, and an inline table has none.
+      if (!offset && !isHead(section.at().at.line)) continue;
       const Span place = offset ? section.at("offset") : section.at();
       add({Quantity::Kind::kOffset,
            index,
@@ -121,28 +139,30 @@ private:
     }
   }
 
+  bool isHead(int number) const {
+    const auto& line = text.line(number).text;
+    return line.find('[') == line.find_first_not_of(" \t");
+  }
+
   TomlSection& root;
+  const Source& text;
   const PlantDescription& plant;
   const TraceDescription& board;
 };
 
-std::string swappedEnds(const std::string& pattern) {
-  static const std::string kResistance = "resistance.";
-  const size_t dash = pattern.find('-');
-  if (pattern.rfind(kResistance, 0) != 0 || dash == std::string::npos) return pattern;
-  return kResistance + pattern.substr(dash + 1) + "-" +
-         pattern.substr(kResistance.size(), dash - kResistance.size());
-}
-
-bool isMeant(const std::string& pattern, const std::string& name) {
-  return ::fnmatch(pattern.c_str(), name.c_str(), 0) == 0 ||
-         ::fnmatch(swappedEnds(pattern).c_str(), name.c_str(), 0) == 0;
+bool isMeant(const std::string& pattern, const Quantity& quantity, const PlantDescription& plant) {
+  const auto fits = [&pattern](const std::string& name) {
+    return ::fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+  };
+  if (quantity.kind != Quantity::Kind::kResistance) return fits(quantity.name);
+  const std::vector<std::string> names = namesOf(plant, quantity.index);
+  return std::any_of(names.begin(), names.end(), fits);
 }
 
 class FitSection {
 public:
-  FitSection(std::vector<Quantity> all_, TomlSection section_)
-      : all(std::move(all_)), section(std::move(section_)), chosen(all.size()) {}
+  FitSection(const PlantDescription& plant_, std::vector<Quantity> all_, TomlSection section_)
+      : plant(plant_), all(std::move(all_)), section(std::move(section_)), chosen(all.size()) {}
 
   std::vector<Quantity> read() {
     const std::vector<std::string> patterns = section.texts(kFree);
@@ -170,7 +190,7 @@ private:
     std::vector<std::string> names;
     for (size_t i = 0; i < all.size(); ++i) {
       names.push_back(all[i].name);
-      if (!isMeant(pattern, all[i].name)) continue;
+      if (!isMeant(pattern, all[i], plant)) continue;
       any = true;
       take(i);
     }
@@ -202,6 +222,7 @@ private:
     });
   }
 
+  const PlantDescription& plant;
   std::vector<Quantity> all;
   TomlSection section;
   std::vector<bool> chosen;
@@ -215,9 +236,9 @@ std::vector<Quantity> readFreeQuantities(const std::string& text, const std::str
   const std::shared_ptr<const toml::table> table = parseToml(text, file, problems);
   if (!table) return {};
   TomlSection root(*table, file, problems);
-  std::vector<Quantity> all = Candidates(root, plant, board).all;
+  std::vector<Quantity> all = Candidates(root, problems.source(file), plant, board).all;
   const auto section = root.section("fit");
-  if (section) return FitSection(std::move(all), *section).read();
+  if (section) return FitSection(plant, std::move(all), *section).read();
   const auto isOther = [](const Quantity& quantity) {
     return quantity.kind != Quantity::Kind::kCapacity &&
            quantity.kind != Quantity::Kind::kResistance;

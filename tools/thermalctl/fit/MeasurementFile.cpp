@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <functional>
 #include <limits>
 #include <map>
@@ -19,6 +20,9 @@
 #include "text/Temperature.h"
 
 namespace {
+
+// In seconds since 1970 the year 5138.
+constexpr double kLatest = 1e11;
 
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
 
@@ -123,9 +127,13 @@ private:
       columns.push_back(columnOf(title, cell));
     }
     const auto isTime = [](const Column& column) { return column.kind == Column::Kind::kTime; };
-    if (std::none_of(columns.begin(), columns.end(), isTime))
+    const auto count = std::count_if(columns.begin(), columns.end(), isTime);
+    if (count == 0)
       problem(number, 0, line.size(), "there is no column 'time'",
               "name the column of the seconds 'time', or that of milliseconds 'time_ms'");
+    if (count > 1)
+      problem(number, 0, line.size(), "more than one column is the time",
+              "leave one of them, or name the others otherwise");
     const auto means = [](const Column& column) {
       return column.kind != Column::Kind::kTime && column.kind != Column::Kind::kNone;
     };
@@ -244,6 +252,9 @@ private:
           return wrong(cell, quoted(std::string(cell.text)) + " is no time",
                        "write the seconds, such as 12.5");
         *time *= column.scale;
+        if (std::abs(*time) > kLatest)
+          return wrong(cell, quoted(std::string(cell.text)) + " is no time that there has been",
+                       "'time' is in seconds, 'time_ms' in milliseconds");
       } else if (column.kind != Column::Kind::kNone) {
         const auto value = numberOf(cell.text);
         if (!value && !cell.text.empty())
@@ -315,7 +326,7 @@ private:
                 "millidegrees are '" + bare(column) + ":mC'");
     else if (least < kColdest)
       tellValue(column, leastAt, "nothing is that cold, in degrees Celsius");
-    else if (column.scale < 1 && most < 1 && least > -1 && most > least)
+    else if (column.scale < 1 && most < 1 && least > -1 && (most != 0 || least != 0))
       tellUnit(column, "all of it is within a degree of 0: degrees are " + quoted(bare(column)));
   }
 
@@ -396,27 +407,34 @@ private:
     recorded.changes.push_back({times[row], kind, column.index, before});
   }
 
-  // The daemon reads 0 where its node gives nothing, and others write it, too.
+  // The daemon reads 0 where its node gives nothing, and others write it, too. What comes before
+  // tells whether the device is in the frost, or at the begin what comes behind.
   void leaveOutZeros(Column& column) {
     constexpr double kFar = 5;
     double before = kNothing;
     for (size_t row = 0; row < times.size(); ++row) {
-      double& value = column.values[row];
-      if (std::isnan(value)) continue;
-      if (value != 0 || !(std::abs(before) > kFar)) {
-        before = value;
+      if (std::isnan(column.values[row])) continue;
+      if (column.values[row] != 0) {
+        before = column.values[row];
         continue;
       }
       const size_t from = row;
       while (row < times.size() && (column.values[row] == 0 || std::isnan(column.values[row])))
-        column.values[row++] = kNothing;
-      remarks.push_back(fmt::format("{}:{}: {} is 0 from {} to {}, as after a read that failed: "
-                                    "left out",
-                                    file, lineNumbers[from], quoted(column.title),
-                                    clockTime(std::lround(times[from] - times.front())),
-                                    clockTime(std::lround(times[row - 1] - times.front()))));
+        ++row;
+      const double beside = std::isnan(before) && row < times.size() ? column.values[row] : before;
+      if (std::abs(beside) > kFar) leaveOut(column, from, row);
       --row;
     }
+  }
+
+  void leaveOut(Column& column, size_t from, size_t end) {
+    std::fill(column.values.begin() + static_cast<std::ptrdiff_t>(from),
+              column.values.begin() + static_cast<std::ptrdiff_t>(end), kNothing);
+    remarks.push_back(fmt::format("{}:{}: {} is 0 from {} to {}, as after a read that failed: "
+                                  "left out",
+                                  file, lineNumbers[from], quoted(column.title),
+                                  clockTime(std::lround(times[from] - times.front())),
+                                  clockTime(std::lround(times[end - 1] - times.front()))));
   }
 
   LineSource& lines;

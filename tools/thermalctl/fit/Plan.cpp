@@ -56,15 +56,15 @@ public:
       least = cost;
       best.loads = loads;
     };
-    consider(Loads(Plan::kSteps, std::vector<double>(plant.sources.size(), 0)));
+    consider(rest());
     for (int i = 0; i < kRandomPlans; ++i) {
-      Loads loads(Plan::kSteps, std::vector<double>(plant.sources.size(), 0));
+      Loads loads = rest();
       for (auto& step : loads)
         for (double& load : step)
           load = someLoad(random) * (i % 3 + 1) / 3.0;
       consider(loads);
     }
-    for (int i = 0; i < kChanges; ++i) {
+    for (int i = 0; i < kChanges && !plant.sources.empty(); ++i) {
       Loads loads = best.loads;
       loads[random.next() % loads.size()][random.next() % plant.sources.size()] = someLoad(random);
       consider(loads);
@@ -76,6 +76,8 @@ public:
   }
 
 private:
+  Loads rest() const { return Loads(Plan::kSteps, std::vector<double>(plant.sources.size(), 0)); }
+
   static double someLoad(Random& random) { return static_cast<double>(random.next() % 3) / 2; }
 
   // What would be recorded: the outputs that were read before, or the nodes.
@@ -154,6 +156,8 @@ private:
       double& own = allowed[indexOf(each.reading.output - plant.probes.size())];
       own = std::max(own, each.fitted + kWarmer);
     });
+    // At rest a device may be as warm as it then is, though the room is warmer than it was.
+    allowed = allowed.cwiseMax(hottestOf(rest()));
   }
 
   std::vector<double> halfIntervals(const MatrixXd& information) const {

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <sstream>
+#include <regex>
 
 #include <fmt/format.h>
 
 namespace {
+
+// Behind more, a number is easier to read with an exponent.
+constexpr int kMostDecimals = 12;
 
 // A change of one line: what replaces a part of it.
 struct Edit {
@@ -19,9 +22,14 @@ struct Edit {
 class Editor {
 public:
   explicit Editor(const std::string& text) {
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-      lines.push_back(line);
+    for (size_t at = 0; at < text.size();) {
+      const size_t end = std::min(text.find('\n', at), text.size());
+      const size_t next = std::min(end + 1, text.size());
+      const bool returns = end > at && text[end - 1] == '\r' && end < text.size();
+      lines.push_back(text.substr(at, end - at - (returns ? 1 : 0)));
+      endings.push_back((returns ? "\r" : "") + text.substr(end, next - end));
+      at = next;
+    }
   }
 
   void replace(const Span& at, const std::string& number) {
@@ -29,29 +37,42 @@ public:
   }
   void remark(int line, const std::string& text) { remarks[line] += "  # " + text; }
   // At line 0 in front of all.
-  void insert(int line, const std::string& text) { inserted[line] += text + "\n"; }
+  void insert(int line, const std::string& text) { inserted[line].push_back(text); }
 
   std::string finish() {
-    std::string result = inserted[0];
+    const std::string newLine = endings.empty() || endings.front().empty() ? "\n" : endings.front();
+    std::string result;
+    for (const std::string& text : inserted[0])
+      result += text + newLine;
     for (size_t i = 0; i < lines.size(); ++i) {
       const int number = static_cast<int>(i) + 1;
-      std::string& line = lines[i];
-      auto& own = edits[number];
-      // From behind, so that the places of the others stay.
-      std::sort(own.begin(), own.end(),
-                [](const Edit& a, const Edit& b) { return a.column > b.column; });
-      for (const Edit& edit : own)
-        line.replace(edit.column, edit.length, edit.text);
-      result += line + remarks[number] + "\n" + inserted[number];
+      result += edited(number) + remarks[number];
+      for (const std::string& text : inserted[number])
+        result += newLine + text;
+      result += endings[i];
     }
     return result;
   }
 
 private:
+  std::string edited(int number) {
+    std::string line = lines[static_cast<size_t>(number) - 1];
+    auto& own = edits[number];
+    // From behind, so that the places of the others stay.
+    std::sort(own.begin(), own.end(),
+              [](const Edit& a, const Edit& b) { return a.column > b.column; });
+    for (const Edit& edit : own)
+      line.replace(edit.column, edit.length, edit.text);
+    // What an earlier fit remarked holds no more.
+    static const std::regex kEarlier("  # (\\S+ )?(95 %: .* to |not determined: the guess).*");
+    return remarks[number].empty() ? line : std::regex_replace(line, kEarlier, "");
+  }
+
   std::vector<std::string> lines;
+  std::vector<std::string> endings; // of the lines: none behind the last one, perhaps
   std::map<int, std::vector<Edit>> edits;
   std::map<int, std::string> remarks;
-  std::map<int, std::string> inserted;
+  std::map<int, std::vector<std::string>> inserted;
 };
 
 std::string remarkOf(const Quantity& quantity, const Estimate& estimate) {
@@ -68,8 +89,10 @@ std::string remarkOf(const Quantity& quantity, const Estimate& estimate) {
 std::string deserved(double value, double halfInterval) {
   if (!(halfInterval > 0) || !std::isfinite(halfInterval)) return fmt::format("{:.6g}", value);
   // A tenth of the interval is the last that means something.
-  const int digits = std::clamp(static_cast<int>(std::ceil(1 - std::log10(halfInterval))), 0, 12);
-  return fmt::format("{:.{}f}", value, digits);
+  const int digits = static_cast<int>(std::ceil(1 - std::log10(halfInterval)));
+  if (digits <= kMostDecimals) return fmt::format("{:.{}f}", value, std::max(digits, 0));
+  const int before = value != 0 ? static_cast<int>(std::floor(std::log10(std::abs(value)))) + 1 : 0;
+  return fmt::format("{:.{}g}", value, std::clamp(before + digits, 1, 17));
 }
 
 std::string withEstimates(const std::string& text, const std::vector<Quantity>& quantities,

@@ -10,65 +10,40 @@ Powers::Powers(const PlantDescription& plant_)
   }
 }
 
-bool Powers::take(const RecordedChange& change) {
-  if (change.kind == RecordedChange::Kind::kAmbient) {
-    const bool changes = air != change.value;
+void Powers::take(const RecordedChange& change) {
+  using Kind = RecordedChange::Kind;
+  if (change.kind == Kind::kAmbient) {
     air = change.value;
-    return changes;
+    return;
   }
-  if (change.kind == RecordedChange::Kind::kLevel)
-    return setLevel(change.index, static_cast<size_t>(change.value));
+  if (change.kind == Kind::kLevel) return setLevel(change.index, static_cast<size_t>(change.value));
   Source& source = states[change.index];
-  if (change.kind == RecordedChange::Kind::kWatts) {
-    const bool changes = source.measured != change.value;
+  if (change.kind == Kind::kWatts)
     source.measured = change.value;
-    update(change.index);
-    return changes;
-  }
-  const bool changes = source.load != change.value;
-  source.load = change.value;
+  else
+    source.load = change.value;
   update(change.index);
-  return changes;
 }
 
 double Powers::ofIdle(size_t source) const {
   return states[source].measured ? 0 : plant.sources[source].idle;
 }
 
-double Powers::share(size_t source) const {
-  const auto& cores = plant.sources[source].cores;
-  return cores ? cores->values[states[source].cores] : 1;
-}
-
-double Powers::full(size_t source) const {
-  return share(source) * plant.sources[source].watts[states[source].level];
-}
-
 double Powers::load(size_t index) const {
   const PlantDescription::Source& source = plant.sources[index];
   const Source& state = states[index];
   if (!state.measured) return state.load;
-  const double most = full(index);
+  const double most = state.levels.watts(source);
   const double used = most > 0 ? std::clamp((*state.measured - source.idle) / most, 0.0, 1.0) : 0;
   // Of what is asked of it, a throttled source shows no more than it can do.
-  return source.work ? used * source.speed[state.level] * share(index) : used;
+  return source.work ? used * state.levels.speed(source) : used;
 }
 
-bool Powers::setLevel(size_t device, size_t level) {
-  bool changes = false;
+void Powers::setLevel(size_t device, size_t level) {
   for (size_t i = 0; i < states.size(); ++i) {
-    const PlantDescription::Source& source = plant.sources[i];
-    if (source.device == device) {
-      changes |= states[i].level != level;
-      states[i].level = std::min(level, source.watts.size() - 1);
-    }
-    if (source.cores && source.cores->device == device) {
-      changes |= states[i].cores != level;
-      states[i].cores = std::min(level, source.cores->values.size() - 1);
-    }
+    states[i].levels.set(plant.sources[i], device, level);
     update(i);
   }
-  return changes;
 }
 
 // As in Plant: work that a lower level delays keeps its source busy for longer.
@@ -79,8 +54,8 @@ void Powers::update(size_t index) {
   if (state.measured) return;
   double time = state.load;
   if (source.work) {
-    const double speed = source.speed[state.level] * share(index);
+    const double speed = state.levels.speed(source);
     time = state.load <= 0 ? 0 : speed <= state.load ? 1 : state.load / speed;
   }
-  busy[index] = time * full(index);
+  busy[index] = time * state.levels.watts(source);
 }

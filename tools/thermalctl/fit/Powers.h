@@ -6,6 +6,7 @@
 
 #include "fit/Recorded.h"
 #include "simulate/PlantFile.h"
+#include "simulate/SourceLevels.h"
 
 // What each source gives off, as the changes of a recording tell it, and the ambient.
 //
@@ -16,8 +17,7 @@ class Powers {
 public:
   explicit Powers(const PlantDescription& plant_);
 
-  // False where nothing is other than before.
-  bool take(const RecordedChange& change);
+  void take(const RecordedChange& change);
 
   double total(size_t source) const { return ofLoad(source) + ofIdle(source) + measured(source); }
   // Of its load and its levels.
@@ -30,16 +30,12 @@ public:
 private:
   struct Source {
     double load = 0;
-    size_t level = 0;
-    size_t cores = 0;
+    SourceLevels levels;
     std::optional<double> measured;
   };
 
-  double share(size_t source) const;
-  // Of one that is busy all the time, without its idle power.
-  double full(size_t source) const;
   double measured(size_t source) const { return states[source].measured.value_or(0); }
-  bool setLevel(size_t device, size_t level);
+  void setLevel(size_t device, size_t level);
   void update(size_t source);
 
   const PlantDescription& plant;

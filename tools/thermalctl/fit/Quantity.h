@@ -13,7 +13,7 @@
 // Shape:  `index` is that of a node, a resistance, a source or a probe. A quantity that is above 0
 //         by its nature is fitted by its logarithm. `places` are all the numbers of the file that
 //         go by it: the powers of all levels have one scale.
-// Units:  those of the plant file; of a source's watts the power of its first level.
+// Units:  those of the plant file; of a source's watts the most of its levels.
 // Source: `free` in the plant's [fit].
 struct Quantity {
   enum class Kind { kCapacity, kResistance, kWatts, kIdle, kOffset, kLag, kAmbient };

@@ -14,12 +14,16 @@ namespace {
 // Smaller ones are of no interest, however sure.
 constexpr double kLeast = 0.25; // degrees
 constexpr double kSure = 5;     // standard deviations
+constexpr double kAstray = 4;   // standard deviations, beside the step
 constexpr size_t kBlocks = 24;
 
-// What a reading is off, as far as its step lets tell; and when, in seconds.
+// What a reading is off, as far as its step lets tell; and when, in seconds. One that is `astray`
+// pulls at nothing.
 struct Point {
   double time;
+  double pull;
   double apart;
+  bool astray;
 };
 
 struct Block {
@@ -28,13 +32,23 @@ struct Block {
   double mean = 0;
 };
 
-std::vector<Block> oddBlocks(const std::vector<Point>& points, double noise) {
+// Where most are astray, it is not the readings that are wrong.
+void believeTheMost(Point* from, size_t length) {
+  const auto count =
+      std::count_if(from, from + length, [](const Point& each) { return each.astray; });
+  if (2 * static_cast<size_t>(count) <= length) return;
+  for (size_t i = 0; i < length; ++i)
+    if (from[i].astray) from[i].pull = from[i].apart;
+}
+
+std::vector<Block> oddBlocks(std::vector<Point>& points, double noise) {
   std::vector<Block> odd;
   const size_t length = std::max<size_t>(10, points.size() / kBlocks);
   for (size_t at = 0; at + length <= points.size(); at += length) {
+    believeTheMost(&points[at], length);
     Block block{points[at].time, points[at + length - 1].time, 0};
     for (size_t i = at; i < at + length; ++i)
-      block.mean += points[i].apart / static_cast<double>(length);
+      block.mean += points[i].pull / static_cast<double>(length);
     const double sure = kSure * noise / std::sqrt(static_cast<double>(length));
     if (std::abs(block.mean) < std::max(kLeast, sure)) continue;
     Block* last = odd.empty() ? nullptr : &odd.back();
@@ -59,8 +73,8 @@ double slopeOf(const std::vector<Point>& points, const Block& block) {
     if (point.time < block.from || point.time > block.to) continue;
     ++count;
     time += point.time;
-    apart += point.apart;
-    both += point.time * point.apart;
+    apart += point.pull;
+    both += point.time * point.pull;
     square += point.time * point.time;
   }
   const double spread = square - time * time / count;
@@ -74,12 +88,14 @@ std::vector<std::string> oddResiduals(const Misfit& misfit, const Eigen::VectorX
   std::map<std::pair<size_t, size_t>, std::vector<Point>> courses; // by recording and output
   misfit.eachResidual(values, [&](const Residual& residual) {
     const Likelihood& likelihood = misfit.likelihoods[residual.reading.output];
+    const double apart = residual.reading.celsius - residual.fitted;
+    const bool isAstray = std::abs(apart) > kAstray * likelihood.noise + likelihood.step;
     const double pull = -likelihood.of(residual.reading.celsius, residual.fitted).slope;
     courses[{misfit.stretches[residual.stretch].recording, residual.reading.output}].push_back(
-        {residual.row->time, pull * likelihood.noise * likelihood.noise});
+        {residual.row->time, pull * likelihood.noise * likelihood.noise, apart, isAstray});
   });
   std::vector<std::string> sentences;
-  for (const auto& [key, points] : courses) {
+  for (auto& [key, points] : courses) {
     const auto blocks = oddBlocks(points, misfit.likelihoods[key.second].noise);
     const auto worst =
         std::max_element(blocks.begin(), blocks.end(), [](const Block& a, const Block& b) {

@@ -30,6 +30,12 @@ const Usual& usualOf(const std::string& name) {
 }
 
 constexpr char kCase[] = "case";
+constexpr char kAmbient[] = "ambient";
+
+// What a sensor is in. No node can be called "ambient".
+std::string nodeOf(const SensorTrack& sensor) {
+  return sensor.name == kAmbient ? "outside" : sensor.name;
+}
 
 // Most watts of a device's kind, and whether a lower level delays its work.
 struct Kind {
@@ -74,11 +80,11 @@ std::string nodeOf(const TraceDescription& board, const DeviceTrack& device) {
     if (sensor.kind == SensorTrack::Kind::kReal &&
         (device.name.find(sensor.name) != std::string::npos ||
          sensor.name.find(device.name) != std::string::npos))
-      return sensor.name;
+      return nodeOf(sensor);
   if (device.kind == "charger")
     for (const SensorTrack& sensor : board.sensors)
       if (sensor.kind == SensorTrack::Kind::kReal && usualOf(sensor.name).joulesPerKelvin == 45)
-        return sensor.name;
+        return nodeOf(sensor);
   return kCase;
 }
 
@@ -111,14 +117,14 @@ std::string sketchOf(const TraceDescription& board, const std::string& name) {
     if (sensor.kind != SensorTrack::Kind::kReal) continue;
     const Usual& usual = usualOf(sensor.name);
     if (sensor.name != kCase) {
-      nodes += fmt::format("[node.{}]\njoules_per_kelvin = {:g}\n\n", keyOf(sensor.name),
+      nodes += fmt::format("[node.{}]\njoules_per_kelvin = {:g}\n\n", keyOf(nodeOf(sensor)),
                            usual.joulesPerKelvin);
-      resistances += resistanceOf(sensor.name, kCase, usual.kelvinPerWatt);
+      resistances += resistanceOf(nodeOf(sensor), kCase, usual.kelvinPerWatt);
     }
-    sensors += fmt::format("[sensor.{}]\nnode = {}\n\n", keyOf(sensor.name), keyOf(sensor.name));
+    sensors += fmt::format("[sensor.{}]\nnode = {}\n\n", keyOf(sensor.name), keyOf(nodeOf(sensor)));
   }
   nodes += fmt::format("[node.{}]\njoules_per_kelvin = 70\n\n", kCase);
-  resistances += resistanceOf(kCase, "ambient", 5);
+  resistances += resistanceOf(kCase, kAmbient, 5);
   std::string sources;
   for (const DeviceTrack& device : board.devices)
     sources += sourceOf(board, device);

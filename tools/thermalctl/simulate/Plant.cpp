@@ -88,11 +88,7 @@ void Plant::give(size_t source, const Given& given) {
 
 void Plant::setLevel(size_t device, int32_t level) {
   for (size_t i = 0; i < sources.size(); ++i) {
-    const PlantDescription::Source& source = plant.sources[i];
-    // One device may be the clock of several sources, or of one the clock and of another the cores.
-    if (source.device == device) sources[i].level = static_cast<size_t>(level);
-    if (source.cores && source.cores->device == device)
-      sources[i].cores = static_cast<size_t>(level);
+    sources[i].levels.set(plant.sources[i], device, static_cast<size_t>(level));
     change(i);
   }
 }
@@ -186,13 +182,12 @@ void Plant::update(size_t index) {
     state.load = state.rate = {};
     return;
   }
-  const double share = source.cores ? source.cores->values[state.cores] : 1;
   Line busy = present;
   if (source.work) {
     state.load = present;
-    busy = work(state, source.speed[state.level] * share);
+    busy = work(state, state.levels.speed(source));
   }
-  const double full = share * source.watts[state.level];
+  const double full = state.levels.watts(source);
   state.watts = {source.idle + busy.value * full, busy.slope * full};
 }
 

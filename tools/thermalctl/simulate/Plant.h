@@ -8,6 +8,7 @@
 #include "simulate/Network.h"
 #include "simulate/PlantFile.h"
 #include "simulate/Random.h"
+#include "simulate/SourceLevels.h"
 #include "trace/Trace.h"
 
 // As a reading has it: rounded. A plant may run away to any temperature; the daemon knows 32 bits.
@@ -73,8 +74,7 @@ private:
   };
   struct Source {
     Given given;
-    size_t level = 0;
-    size_t cores = 0;
+    SourceLevels levels;
     // What they and the description make of it, at the time when they were looked at last.
     Line load, rate, watts;
     int64_t since = 0;

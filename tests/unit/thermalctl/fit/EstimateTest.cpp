@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "FitExamples.h"
-#include "fit/PlantText.h"
 #include "fit/Words.h"
 
 namespace {
@@ -78,19 +77,6 @@ TEST_F(EstimateTest, ToldToStopItGivesTheBestSoFar) {
       fit_examples::kPlant, kThermal, [&asked](const std::string&, double) { return ++asked < 5; });
   EXPECT_TRUE(found.fit.interrupted);
   EXPECT_EQ(found.estimates.size(), 4U);
-}
-
-TEST(PlantTextTest, WritesTheDigitsThatAreDeservedAndTheInterval) {
-  const auto quantities = fit_examples::quantitiesOf("\"node.case.*\", \"sensor.chip_t.offset\"");
-  const std::string text =
-      withEstimates(fit_examples::kPlant, quantities,
-                    {{41.23456, 40.2, 42.3, false, {}}, {-0.256789, -0.35, -0.15, false, {}}});
-  EXPECT_NE(text.find("joules_per_kelvin = 41.2 # a guess  # 95 %: 40.2 to 42.3 J/K\n"),
-            std::string::npos)
-      << text;
-  EXPECT_NE(text.find("[sensor.chip_t]\noffset = -0.26  # 95 %: -0.35 to -0.15 C\n"),
-            std::string::npos)
-      << text;
 }
 
 } // namespace

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cmath>
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include <Eigen/Core>
 
+#include "fit/Estimate.h"
 #include "fit/FreeQuantities.h"
 #include "fit/Misfit.h"
 #include "simulate/PlantFile.h"
@@ -97,6 +100,51 @@ inline void measure(std::vector<Recorded>& recordings, const PlantDescription& p
   misfit.eachResidual(values, [&](const Residual& residual) { fitted.push_back(residual.fitted); });
   for (size_t i = 0; i < fitted.size(); ++i)
     recordings[0].files[1].readings[i].celsius = fitted[i];
+}
+
+// The readings of a true plant, and a misfit of that plant at the values by which they were made.
+struct Measured {
+  explicit Measured(const std::string& free = "", const std::string& text = kPlant)
+      : plant(plantOf(text)), quantities(quantitiesOf(free, text)),
+        misfit(plant, quantities, recordings, stretchesOf(recordings[0], 0, {0, 0})),
+        values(Eigen::VectorXd::Constant(static_cast<Eigen::Index>(misfit.unknowns.count), 24)) {
+    measure(recordings, plant, {0, 0});
+    misfit.likelihoods.assign(misfit.outputs(), {0.3, 0});
+    for (size_t i = 0; i < quantities.size(); ++i)
+      values[static_cast<Eigen::Index>(i)] =
+          quantities[i].byLogarithm() ? std::log(quantities[i].guess) : quantities[i].guess;
+    values[static_cast<Eigen::Index>(misfit.unknowns.clocksBegin())] = 0;
+  }
+  Measured(const Measured&) = delete;
+  Measured& operator=(const Measured&) = delete;
+
+  // Of the chip in the rows from one up to another.
+  void addToChip(size_t from, size_t to, double celsius) {
+    RecordedFile& file = recordings[0].files[1];
+    for (size_t row = from; row < to; ++row)
+      file.readings[file.rows[row].first].celsius += celsius;
+  }
+
+  const PlantDescription plant;
+  const std::vector<Quantity> quantities;
+  std::vector<Recorded> recordings{recorded(1200)};
+  Misfit misfit;
+  Eigen::VectorXd values;
+};
+
+// As if the fit had ended there, and each number had an interval of a tenth of it.
+inline Estimation estimationOf(const Measured& measured) {
+  Estimation estimation;
+  const Misfit& misfit = measured.misfit;
+  estimation.fit.values = measured.values;
+  estimation.fit.information = misfit.evidence(measured.values).information;
+  for (const double value : misfit.naturalOf(measured.values))
+    estimation.estimates.push_back({value, 0.95 * value, 1.05 * value, false, {}});
+  estimation.frozen.assign(misfit.quantities.size(), false);
+  const auto count = static_cast<Eigen::Index>(misfit.quantities.size());
+  estimation.correlations = Eigen::MatrixXd::Identity(count, count);
+  estimation.agreement = agreementOf(misfit, measured.values);
+  return estimation;
 }
 
 } // namespace fit_examples

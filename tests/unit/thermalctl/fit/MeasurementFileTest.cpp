@@ -2,6 +2,9 @@
 
 #include <cmath>
 #include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -105,6 +108,84 @@ TEST_F(MeasurementFileTest, ZerosBetweenReadingsAreAFailedRead) {
 
 TEST_F(MeasurementFileTest, ADeviceInTheFrostMayHaveZeros) {
   EXPECT_EQ(read("time,chip_t\n0,2\n1,0\n2,0\n3,-1\n").readings.size(), 4U);
+}
+
+TEST_F(MeasurementFileTest, ZerosBeforeTheFirstReadingAreAFailedRead) {
+  const RecordedFile file = read("time,chip_t\n0,0\n1,0\n2,30\n3,31\n");
+  EXPECT_EQ(file.readings.size(), 2U);
+  ASSERT_EQ(remarks.size(), 1U);
+  EXPECT_NE(remarks[0].find("rails.csv:2: 'chip_t' is 0 from 0:00:00 to 0:00:01"),
+            std::string::npos)
+      << remarks[0];
+}
+
+TEST_F(MeasurementFileTest, AMorningMayBeginWithFrost) {
+  EXPECT_EQ(read("time,chip_t\n0,0\n1,0\n2,1\n3,12\n").readings.size(), 4U);
+}
+
+TEST_F(MeasurementFileTest, WhatCannotBeReadIsToldWithItsPlace) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", "rails.csv:1:1: error: the file is empty"},
+      {"# a remark alone\n", "there are no columns"},
+      {"seconds,chip_t\n0,30\n1,30\n", "rails.csv:1:1: error: there is no column 'time'"},
+      {"time,time_ms,chip_t\n0,0,30\n1,1000,30\n", "more than one column is the time"},
+      {"time,chip_t,chip_t\n0,30,30\n1,30,30\n",
+       "rails.csv:1:13: error: the column 'chip_t' is there twice"},
+      {"time,foo\n0,30\n1,30\n", "no column is a sensor"},
+      {"time,chip_t\n", "no row follows"},
+      {"time,chip_t\n0,30\n", "one row alone follows"},
+      {"time,chip_t\n0,30\n1,nan\n", "rails.csv:3:3: error: 'nan' is no number"},
+      {"time,chip_t\n0,30\n1,inf\n", "rails.csv:3:3: error: 'inf' is no number"},
+      {"time,chip_t\n0,30\n1,1e999\n", "rails.csv:3:3: error: '1e999' is no number"},
+      {"time,chip_t\n0,30\nnan,30\n", "rails.csv:3:1: error: 'nan' is no time"},
+      {"time,chip_t\n0,30\n1700000000000000000,30\n", "is no time that there has been"},
+      {"time,chip_t\n1,30\n0,30\n", "rails.csv:3:1: error: the times must not go back"},
+      {"time,chip_t\n0,30\n1,30,4\n", "rails.csv:3:6: error: more cells than columns"},
+      {"time,chip_t\n0,-274\n1,30\n", "nothing is that cold"},
+      {"time,ambient\n0,21000\n1,21000\n", "millidegrees are 'ambient:mC'"},
+  };
+  for (const auto& [text, message] : cases) {
+    problems = Problems();
+    EXPECT_TRUE(read(text).readings.empty()) << text;
+    EXPECT_NE(told().find(message), std::string::npos) << text << told();
+  }
+}
+
+TEST_F(MeasurementFileTest, DegreesThatAreCalledMillidegreesAreToldThoughTheyStay) {
+  read("time,chip_t:mC\n0,30\n1,30\n");
+  EXPECT_NE(told().find("has another unit than its name says"), std::string::npos) << told();
+}
+
+TEST_F(MeasurementFileTest, TakesRemarksAndWhiteSpaceForWhatTheyAre) {
+  const RecordedFile file =
+      read("# by the rail logger\n time , chip_t \n\n0, 30\r\n# paused\n1,\t31\n");
+  EXPECT_EQ(told(), "");
+  ASSERT_EQ(file.rows.size(), 2U);
+  EXPECT_EQ(file.rows[1].line, 6);
+  EXPECT_EQ(file.readings[1].celsius, 31);
+}
+
+TEST_F(MeasurementFileTest, ASensorsNameThatIsASourcesTooIsToldByItsValues) {
+  PlantDescription plant = fit_examples::plantOf();
+  plant.sources[0].name = "chip_t";
+  const std::pair<const char*, RecordedChange::Kind> loads[] = {
+      {"time,chip_t\n0,0.2\n1,1\n", RecordedChange::Kind::kLoad},
+      {"time,chip_t:load\n0,0.2\n1,1\n", RecordedChange::Kind::kLoad},
+      {"time,chip_t:W\n0,0.2\n1,1\n", RecordedChange::Kind::kWatts}};
+  for (const auto& [text, kind] : loads) {
+    TextLines lines(text);
+    const RecordedFile file =
+        readMeasurements(lines, "rails.csv", plant, fit_examples::board(), problems, remarks);
+    ASSERT_EQ(file.changes.size(), 2U) << text;
+    EXPECT_EQ(file.changes[0].kind, kind) << text;
+  }
+  for (const char* text : {"time,chip_t\n0,20\n1,1\n", "time,chip_t:C\n0,0.2\n1,1\n"}) {
+    TextLines lines(text);
+    EXPECT_EQ(readMeasurements(lines, "rails.csv", plant, fit_examples::board(), problems, remarks)
+                  .readings.size(),
+              2U)
+        << text;
+  }
 }
 
 } // namespace

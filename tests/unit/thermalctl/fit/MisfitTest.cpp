@@ -1,6 +1,8 @@
 #include "fit/Misfit.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -88,6 +90,65 @@ TEST_F(MisfitTest, OneOutputAloneAddsUpToAll) {
     sum += misfit.evidence(values).misfit;
   }
   EXPECT_NEAR(sum, all.misfit, 1e-9 * all.misfit);
+}
+
+// By central differences, of a fit of what `free` says.
+void expectSlopes(const fit_examples::Measured& measured) {
+  VectorXd values = measured.values;
+  // Off the whole seconds, where loads change and rows stand.
+  values[static_cast<Index>(measured.misfit.unknowns.clocksBegin())] = 0.37;
+  const Evidence evidence = measured.misfit.evidence(values);
+  for (Index i = 0; i < values.size(); ++i) {
+    VectorXd more = values;
+    VectorXd less = values;
+    more[i] += 1e-4;
+    less[i] -= 1e-4;
+    const double slope = (measured.misfit.misfit(more) - measured.misfit.misfit(less)) / 2e-4;
+    EXPECT_NEAR(evidence.slope[i], slope, 1e-3 * std::abs(slope) + 1e-2) << "of unknown " << i;
+  }
+}
+
+TEST_F(MisfitTest, TheAmbientThatNothingMeasuredHasItsSlope) {
+  fit_examples::Measured measured("\"ambient\", \"node.*\"");
+  std::vector<RecordedChange>& changes = measured.recordings[0].files[0].changes;
+  changes.erase(std::remove_if(changes.begin(), changes.end(),
+                               [](const RecordedChange& change) {
+                                 return change.kind == RecordedChange::Kind::kAmbient;
+                               }),
+                changes.end());
+  fit_examples::measure(measured.recordings, measured.plant, {0, 0});
+  measured.addToChip(0, 1000, 0.2);
+  expectSlopes(measured);
+  EXPECT_GT(std::abs(measured.misfit.evidence(measured.values).slope[2]), 10);
+}
+
+TEST_F(MisfitTest, TheAmbientThatWasMeasuredIsNoUnknown) {
+  fit_examples::Measured measured("\"ambient\"");
+  measured.addToChip(0, 1000, 0.2);
+  EXPECT_EQ(measured.misfit.evidence(measured.values).slope[0], 0);
+  expectSlopes(measured);
+}
+
+TEST_F(MisfitTest, WattsThatWereMeasuredHaveNoSlope) {
+  fit_examples::Measured measured("\"source.*\", \"resistance.*\"");
+  for (RecordedChange& change : measured.recordings[0].files[0].changes)
+    if (change.kind == RecordedChange::Kind::kLoad && change.index == 0)
+      change.kind = RecordedChange::Kind::kWatts;
+  fit_examples::measure(measured.recordings, measured.plant, {0, 0});
+  measured.addToChip(0, 1000, 0.2);
+  expectSlopes(measured);
+  const VectorXd slope = measured.misfit.evidence(measured.values).slope;
+  for (size_t i = 0; i < measured.quantities.size(); ++i) {
+    const Quantity& quantity = measured.quantities[i];
+    if (quantity.kind == Quantity::Kind::kResistance || quantity.index != 0) continue;
+    EXPECT_EQ(slope[static_cast<Index>(i)], 0) << quantity.name;
+  }
+}
+
+TEST_F(MisfitTest, TheTruthGoesBest) {
+  fit_examples::Measured measured("\"node.*\", \"resistance.*\"");
+  EXPECT_NEAR(measured.misfit.misfit(measured.values), 0, 1e-6);
+  EXPECT_LT(measured.misfit.evidence(measured.values).slope.cwiseAbs().maxCoeff(), 1e-3);
 }
 
 } // namespace

@@ -1,0 +1,78 @@
+#include "fit/FitJson.h"
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "FitExamples.h"
+
+namespace {
+
+class FitJsonTest : public testing::Test {
+protected:
+  // Nothing where it is no JSON.
+  nlohmann::json written() const {
+    FitResult result;
+    result.misfit = &measured.misfit;
+    result.estimation = &estimation;
+    result.names = namesOfOutputs(measured.plant, fit_examples::board());
+    std::ostringstream out;
+    writeFitJson(result, out);
+    return nlohmann::json::parse(out.str(), nullptr, false);
+  }
+
+  fit_examples::Measured measured{"\"node.*\", \"sensor.chip_t.offset\""};
+  Estimation estimation = fit_examples::estimationOf(measured);
+};
+
+TEST_F(FitJsonTest, ANumberHasItsUnitItsGuessAndItsInterval) {
+  const nlohmann::json first = written()["quantities"][0];
+  EXPECT_EQ(first["name"], "node.chip.joules_per_kelvin");
+  EXPECT_EQ(first["unit"], "J/K");
+  EXPECT_EQ(first["guess"], 2.5);
+  EXPECT_EQ(first["determined"], true);
+  EXPECT_NEAR(first["interval"][0].get<double>(), 0.95 * 2.5, 1e-9);
+}
+
+TEST_F(FitJsonTest, ANumberThatKeepsItsGuessHasNoInterval) {
+  estimation.estimates[0].frozen = true;
+  estimation.estimates[1].follows = 0;
+  const nlohmann::json quantities = written()["quantities"];
+  EXPECT_EQ(quantities[0]["determined"], false);
+  EXPECT_TRUE(quantities[0]["interval"].is_null());
+  EXPECT_EQ(quantities[1]["determined"], false);
+  EXPECT_EQ(quantities[1]["depends_on"], "node.chip.joules_per_kelvin");
+}
+
+TEST_F(FitJsonTest, WhatIsNoNumberIsNull) {
+  estimation.estimates[0].high = std::numeric_limits<double>::infinity();
+  estimation.correlations(0, 1) = std::numeric_limits<double>::quiet_NaN();
+  const nlohmann::json json = written();
+  ASSERT_FALSE(json.is_discarded());
+  EXPECT_TRUE(json["quantities"][0]["interval"][1].is_null());
+  EXPECT_TRUE(json["correlations"][0][1].is_null());
+}
+
+TEST_F(FitJsonTest, AFilesNameNeedNotBeText) {
+  measured.recordings[0].name = "\xff.csv";
+  EXPECT_FALSE(written().is_discarded());
+}
+
+TEST_F(FitJsonTest, OnlyWhatWasReadHasNoise) {
+  // The sensors, and neither node.
+  EXPECT_EQ(written()["sensors"].size(), 2U);
+}
+
+TEST(OverallTest, ReadingsCountAndNotSensors) {
+  const Agreeing all = overall({{0, 0, 30, 1, 2}, {0, 1, 10, 3, 5}});
+  EXPECT_EQ(all.readings, 40U);
+  EXPECT_DOUBLE_EQ(all.rmse, std::sqrt((30 * 1 + 10 * 9) / 40.0));
+  EXPECT_EQ(all.largest, 5);
+  EXPECT_EQ(overall({}).readings, 0U);
+}
+
+} // namespace

@@ -1,0 +1,74 @@
+#include "fit/Plan.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "FitExamples.h"
+
+namespace {
+
+constexpr char kThermal[] = "\"node.*\", \"resistance.*\"";
+
+TEST(PlanTest, NoIntervalGetsWider) {
+  const fit_examples::Measured measured(kThermal);
+  const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured));
+  ASSERT_EQ(plan.after.size(), 4U);
+  for (size_t i = 0; i < 4; ++i)
+    EXPECT_LT(plan.after[i], plan.before[i]) << measured.quantities[i].name;
+}
+
+TEST(PlanTest, InARoomWarmerThanAnythingRecordedTheDeviceRests) {
+  std::string text = fit_examples::kPlant;
+  text.replace(text.find("ambient = 20"), 12, "ambient = 70");
+  // The recording has its own ambient, of 23 degrees.
+  const fit_examples::Measured measured(kThermal, text);
+  const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured));
+  ASSERT_EQ(plan.loads.size(), static_cast<size_t>(Plan::kSteps));
+  // It begins 2 degrees above it, and its idle power warms the chip by 1.6 beside the case.
+  EXPECT_LT(plan.hottest, 73.6);
+}
+
+TEST(PlanTest, APlantWithoutSourcesCanBeWatchedAlone) {
+  std::string text = fit_examples::kPlant;
+  const size_t from = text.find("[source.cpu]");
+  text.erase(from, text.find("[sensor.chip_t]") - from);
+  const PlantDescription plant = fit_examples::plantOf(text);
+  const auto quantities = fit_examples::quantitiesOf(kThermal, text);
+  std::vector<Recorded> recordings{fit_examples::recorded()};
+  recordings[0].files[0].changes.clear();
+  Misfit misfit(plant, quantities, recordings, stretchesOf(recordings[0], 0, {0, 0}));
+  misfit.likelihoods.assign(misfit.outputs(), {0.3, 0});
+  Estimation estimation;
+  estimation.fit.values = guessesOf(misfit);
+  estimation.fit.information = misfit.evidence(estimation.fit.values).information;
+  estimation.agreement = agreementOf(misfit, estimation.fit.values);
+  EXPECT_EQ(planFor(misfit, estimation).loads.size(), static_cast<size_t>(Plan::kSteps));
+}
+
+TEST(PlanTest, ItsWorkloadHasAColumnForEachSource) {
+  const fit_examples::Measured measured(kThermal);
+  Plan plan;
+  plan.loads = {{1, 0.5}, {0, 0.25}};
+  EXPECT_EQ(
+      workloadOf(plan, measured.misfit),
+      "# The next experiment, by thermalctl fit --plan.\ntime,cpu,panel\n0s,1,0.5\n120s,0,0.25\n");
+}
+
+TEST(PlanTest, ItsStepsNameWhatChangesAlone) {
+  const fit_examples::Measured measured("\"node.case.*\"");
+  Plan plan;
+  plan.loads = {{1, 0.5}, {1, 0}};
+  plan.before = {0.1};
+  plan.after = {0.01};
+  const std::string steps = stepsOf(plan, measured.misfit);
+  EXPECT_NE(steps.find("0:00:00  cpu 100 %  panel 50 %\n0:02:00  panel 0 %\n"), std::string::npos)
+      << steps;
+  // A logarithm of 0.1 is a share of 10.5 %.
+  EXPECT_NE(steps.find("node.case.joules_per_kelvin: from 11 % to 1 % to either side"),
+            std::string::npos)
+      << steps;
+}
+
+} // namespace
