@@ -1,7 +1,6 @@
 #include "fit/MeasurementFile.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <functional>
@@ -44,14 +43,6 @@ std::vector<Cell> cellsOf(std::string_view line) {
     at = end + 1;
   }
   return cells;
-}
-
-std::optional<double> numberOf(std::string_view text) {
-  double value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
-    return std::nullopt;
-  return value;
 }
 
 struct Column {
@@ -256,7 +247,7 @@ private:
           return wrong(cell, quoted(std::string(cell.text)) + " is no time that there has been",
                        "'time' is in seconds, 'time_ms' in milliseconds");
       } else if (column.kind != Column::Kind::kNone) {
-        const auto value = numberOf(cell.text);
+        const auto value = parseNumber(std::string(cell.text));
         if (!value && !cell.text.empty())
           return wrong(cell, quoted(std::string(cell.text)) + " is no number",
                        "leave the cell empty where nothing was measured");
@@ -270,7 +261,7 @@ private:
   }
 
   static std::optional<double> timeOf(std::string_view text) {
-    if (const auto number = numberOf(text)) return number;
+    if (const auto number = parseNumber(std::string(text))) return number;
     const auto duration = parseDuration(std::string(text));
     return duration ? std::optional(static_cast<double>(*duration) / 1000) : std::nullopt;
   }
