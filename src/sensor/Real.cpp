@@ -1,9 +1,7 @@
 #include "sensor/Real.h"
 
 #include <atomic>
-#include <charconv>
 #include <exception>
-#include <system_error>
 
 #include "base/Int32.h"
 #include "base/Log.h"
@@ -15,13 +13,6 @@ namespace {
 // Of the C locale, which is the daemon's.
 bool isSpace(int character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
-}
-
-// The digits of a sample without the way through a locale; whatever else there is, as ever.
-int32_t readingOf(const std::string& token) {
-  long number = 0;
-  const auto read = std::from_chars(token.data(), token.data() + token.size(), number);
-  return read.ec == std::errc() ? static_cast<int32_t>(number) : parseInt32(token);
 }
 
 } // namespace
@@ -38,7 +29,7 @@ Real::Real(const std::string& name_, uint32_t sampling_, const std::string& node
 }
 
 void Real::updateTemp() {
-  const int32_t value = readingOf(nextToken());
+  const int32_t value = parseInt32(nextToken());
   // Whoever this sample wakes sees it by the wake-up; whoever is awake may see it a moment later.
   temperature.store(value, std::memory_order_release);
   LOG_LINE(message::kSample, name.c_str(), scenario.c_str(), value);

@@ -450,6 +450,8 @@ def stuck(board, pipe):
     pipe.fill()
     board.set("cpu", 60000)
     board.wait_log(monitor_line("hot", 60000, 0, 1))
+    # Behind it in the walk, which may be held up once its worker is awake.
+    board.wait_log("[TalmorThermal] Sensor [cpu] activate Algo [neighbour], scen [Default]")
     return board
 
 
