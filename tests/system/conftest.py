@@ -71,3 +71,13 @@ def daemon(new_daemon):
 @pytest.fixture
 def thermalctl(build_dir, request):
     return Thermalctl(build_dir, request.config.getoption("--emulator"))
+
+
+@pytest.fixture
+def simulate(thermalctl):
+    """Runs the command; `status` is what it must end with."""
+    def run(*arguments, status=0):
+        result = thermalctl("simulate", *arguments)
+        assert result.status == status, result.err
+        return result
+    return run

@@ -24,16 +24,6 @@ NIGHT = "talmor-thermal_night.conf"
 WORKLOADS = ("idle", "game", "camera", "navigation", "benchmark")
 
 
-@pytest.fixture
-def simulate(thermalctl):
-    """Runs the command; `status` is what it must end with."""
-    def run(*arguments, status=0):
-        result = thermalctl("simulate", *arguments)
-        assert result.status == status, result.err
-        return result
-    return run
-
-
 def events(out, kind):
     """The (seconds, name, value) of one kind of event in a trace."""
     with open(out / "trace.csv", newline="") as trace:

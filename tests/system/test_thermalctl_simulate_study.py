@@ -28,16 +28,6 @@ SHORT = ("--board", PHONE, "--workload", "game", "--duration", "1m")
 
 
 @pytest.fixture
-def simulate(thermalctl):
-    """Runs the command; `status` is what it must end with."""
-    def run(*arguments, status=0):
-        result = thermalctl("simulate", *arguments)
-        assert result.status == status, result.err
-        return result
-    return run
-
-
-@pytest.fixture
 def board(tmp_path):
     """A copy of the phone board without its study."""
     board = Path(shutil.copytree(PHONE, tmp_path / "board"))

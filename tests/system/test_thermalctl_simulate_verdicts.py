@@ -26,16 +26,6 @@ def board(tmp_path):
     return Path(shutil.copytree(PHONE, tmp_path / "board"))
 
 
-@pytest.fixture
-def simulate(thermalctl):
-    """Runs the command; `status` is what it must end with."""
-    def run(*arguments, status=0):
-        result = thermalctl("simulate", *arguments)
-        assert result.status == status, result.err
-        return result
-    return run
-
-
 def change(path, old, new):
     text = path.read_text()
     assert old in text
