@@ -8,9 +8,9 @@ REPOSITORY = Path(__file__).resolve().parents[2]
 SOURCES = REPOSITORY / "src"
 
 CXX_HEADERS = set("""
-    algorithm array atomic cctype cerrno chrono condition_variable cstddef cstdint cstdio cstdlib
-    exception fstream functional istream map memory mutex optional sstream string string_view thread
-    typeinfo utility vector
+    algorithm array atomic cctype cerrno charconv chrono condition_variable cstddef cstdint cstdio
+    cstdlib exception fstream functional istream map memory mutex optional sstream string string_view
+    system_error thread typeinfo utility vector
     """.split())
 PLATFORM_HEADERS = {"android/log.h", "fcntl.h", "signal.h", "time.h", "unistd.h"}
 
