@@ -12,7 +12,7 @@ import pytest
 from thermalctl import environment
 
 TOOL = Path(__file__).resolve().parents[2] / "tools" / "thermalctl"
-COMMANDS = ("check", "scenario", "reload", "status", "simulate", "fit", "plot", "integrate", "diff")
+COMMANDS = ("check", "scenario", "reload", "status", "simulate", "margin", "fit", "plot", "integrate", "diff")
 BASH = TOOL / "completion" / "thermalctl.bash"
 ZSH = TOOL / "completion" / "_thermalctl"
 
@@ -84,7 +84,7 @@ def test_it_has_a_version(thermalctl):
     (("reload",), "FILE is required"),
     (("simulat",), "there is no command 'simulat'; did you mean 'simulate'?"),
     (("night",), "there is no command 'night'; there are check, scenario, reload, status, simulate,"
-                 " fit, plot, integrate and diff"),
+                 " margin, fit, plot, integrate and diff"),
     (("scenario", "game", "more"), "The following argument was not expected: more"),
     (("status", "--wach"), "there is no option '--wach'; did you mean '--watch'?"),
     (("status", "--wach=5"), "there is no option '--wach'; did you mean '--watch'?"),

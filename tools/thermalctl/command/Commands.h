@@ -12,9 +12,11 @@ Command plotCommand();
 Command integrateCommand();
 Command fitCommand();
 Command diffCommand();
+Command marginCommand();
 
 // In the order in which the help shows them.
 inline std::vector<Command> allCommands() {
-  return {checkCommand(), scenarioCommand(), reloadCommand(),    statusCommand(), simulateCommand(),
-          fitCommand(),   plotCommand(),     integrateCommand(), diffCommand()};
+  return {checkCommand(),     scenarioCommand(), reloadCommand(), statusCommand(),
+          simulateCommand(),  marginCommand(),   fitCommand(),    plotCommand(),
+          integrateCommand(), diffCommand()};
 }

@@ -1,7 +1,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 #include "base/TextReader.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
+#include "command/Interruptible.h"
 #include "file/OutputFiles.h"
 #include "fit/Estimate.h"
 #include "fit/FitJson.h"
@@ -57,25 +57,6 @@ struct Options {
   std::vector<std::string> validations;
   std::vector<std::string> requirements;
   std::string out;
-};
-
-volatile std::sig_atomic_t interrupted = 0;
-
-// While one of these lives, Ctrl-C asks to come to an end.
-class Interruptible {
-public:
-  Interruptible() {
-    struct sigaction ours = {};
-    ours.sa_handler = [](int) { interrupted = 1; };
-    ours.sa_flags = static_cast<int>(SA_RESETHAND);
-    ::sigaction(SIGINT, &ours, &before);
-  }
-  ~Interruptible() { ::sigaction(SIGINT, &before, nullptr); }
-  Interruptible(const Interruptible&) = delete;
-  Interruptible& operator=(const Interruptible&) = delete;
-
-private:
-  struct sigaction before = {};
 };
 
 // What the fit must reach on the validation recordings, or without any on its own.
@@ -193,7 +174,7 @@ public:
       next = now + std::chrono::milliseconds(100);
       line.show(fmt::format("{}: misfit {:.6g}", stage, misfit));
     }
-    return interrupted == 0;
+    return !Interruptible::isAsked();
   }
 
 private:

@@ -10,27 +10,11 @@
 
 namespace {
 
-// A word as a shell takes it for one.
-std::string asWord(const std::string& text) {
-  const bool isPlain =
-      !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                              "0123456789@%+=:,./_-") == std::string::npos;
-  if (isPlain) return text;
-  std::string word = "'";
-  for (const char each : text) {
-    if (each == '\'')
-      word += "'\\''";
-    else
-      word += each;
-  }
-  return word + "'";
-}
-
 std::string commandLine() {
   std::ifstream words("/proc/self/cmdline");
   std::string line;
   for (std::string word; std::getline(words, word, '\0');)
-    line += (line.empty() ? "" : " ") + asWord(word);
+    line += (line.empty() ? "" : " ") + shellWord(word);
   return line;
 }
 
@@ -47,6 +31,21 @@ std::string date() {
 }
 
 } // namespace
+
+std::string shellWord(const std::string& text) {
+  const bool isPlain =
+      !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                              "0123456789@%+=:,./_-") == std::string::npos;
+  if (isPlain) return text;
+  std::string word = "'";
+  for (const char each : text) {
+    if (each == '\'')
+      word += "'\\''";
+    else
+      word += each;
+  }
+  return word + "'";
+}
 
 Provenance originOf(const std::vector<std::string>& files, const std::string& seed) {
   Provenance origin{commandLine(), THERMALCTL_VERSION, date(), seed, {}};

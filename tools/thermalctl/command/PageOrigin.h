@@ -10,3 +10,6 @@
 // Shape:  the command line as a shell would take it, the files in the order given, each once.
 // Errors: a file that cannot be read has no digest.
 Provenance originOf(const std::vector<std::string>& files, const std::string& seed);
+
+// A word as a shell takes it for one.
+std::string shellWord(const std::string& text);

@@ -1,10 +1,8 @@
-#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "base/TextReader.h"
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/OutputOptions.h"
@@ -19,8 +17,6 @@
 #include "toml/Problems.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // A day has some hundred megabytes of traces.
 constexpr int64_t kMostTraced = 86'400'000; // milliseconds
@@ -71,24 +67,11 @@ Outputs usualOutputs(const Study& study) {
   return outputs;
 }
 
-std::string titleOf(const StudyRequest& request) {
-  std::vector<std::string> names;
-  for (const NamedWorkload& workload : request.workloads)
-    names.push_back(fs::path(workload.path).stem().string());
-  return enumerated(names) + " on " +
-         fs::absolute(request.environment).parent_path().filename().string();
-}
-
 Provenance provenanceOf(const StudyRequest& request, const Study& study) {
-  std::vector<std::string> files{request.environment};
-  files.insert(files.end(), study.configurations.begin(), study.configurations.end());
-  files.push_back(request.plant);
-  for (const NamedWorkload& workload : request.workloads)
-    stringTokenizer(workload.path, files, workload.text ? "," : "");
   std::string seeds;
   for (const uint64_t seed : request.seeds)
     seeds += (seeds.empty() ? "" : ", ") + std::to_string(seed);
-  return originOf(files, seeds);
+  return originOf(filesOf(request, study), seeds);
 }
 
 ExitStatus run(const SimulateOptions& options, const StudyRequest& request, const Study& study,
@@ -124,7 +107,9 @@ ExitStatus runSimulation(const SimulateOptions& options) {
   const Outputs outputs = readOutputs(options.outputs, problems);
   std::optional<Baseline> baseline;
   if (!options.against.empty()) baseline = Baseline::read(options.against, problems);
-  const Study study = problems.none() ? readStudy(request, problems) : Study();
+  Study study = problems.none() ? readStudy(request, problems) : Study();
+  if (options.unit.isAsked() && problems.none())
+    study = studyOfUnit(options.unit, study, request, problems);
   if (!mayRun(request.environment, study.configurations, problems)) return kCouldNotRun;
   return run(options, request, study, outputs, baseline, tolerances);
 }

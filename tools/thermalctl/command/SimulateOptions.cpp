@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/Names.h"
+#include "base/TextReader.h"
 #include "study/Seeds.h"
 #include "study/StudyFile.h"
 #include "study/Workloads.h"
@@ -171,7 +172,9 @@ void setTolerances(const std::vector<std::string>& texts, Tolerances& tolerances
   }
 }
 
-void addRunOptions(CommandLine& line, SimulateOptions& options) {
+} // namespace
+
+void addRunOptions(CommandLine& line, SimulateOptions& options, const std::string& seedHelp) {
   line.option("--board", &options.board,
               "Folder with talmor-thermal.env, talmor-thermal.conf, plant.toml, workloads/ and "
               "study.toml, for what is not named otherwise")
@@ -194,19 +197,15 @@ void addRunOptions(CommandLine& line, SimulateOptions& options) {
   line.option("--duration", &options.duration,
               "Time to run, such as 90s, 15m or 1h; by default 1h, or a recording's")
       .takes("TIME");
-  line.option("--seed", &options.seeds,
-              "Of the sensors' noise, such as 7, 1..20 or 1,2,5; by default 1")
-      .takes("SEEDS")
-      .takesAll();
+  line.option("--seed", &options.seeds, seedHelp).takes("SEEDS").takesAll();
   line.option("--jobs", &options.jobs, "Runs at a time; by default one for each processor")
       .takes("NUMBER")
       .isWithin(1, 1024);
 }
 
-} // namespace
-
 void addSimulateOptions(CommandLine& line, SimulateOptions& options) {
-  addRunOptions(line, options);
+  addRunOptions(line, options, "Of the sensors' noise, such as 7, 1..20 or 1,2,5; by default 1");
+  addUnitOptions(line, options.unit);
   addBudgetOptions(line, options.budgets,
                    "a sensor and the node it reads, or with node: a node of the plant");
   addOutputOptions(line, options.outputs);
@@ -228,4 +227,21 @@ AskedStudy readAskedStudy(const SimulateOptions& options, Problems& problems) {
   AskedStudy asked{RequestReader(options, path, file, problems).read(), file.tolerances};
   setTolerances(options.tolerances, asked.tolerances, problems);
   return asked;
+}
+
+std::string titleOf(const StudyRequest& request) {
+  std::vector<std::string> names;
+  for (const NamedWorkload& workload : request.workloads)
+    names.push_back(fs::path(workload.path).stem().string());
+  return enumerated(names) + " on " +
+         fs::absolute(request.environment).parent_path().filename().string();
+}
+
+std::vector<std::string> filesOf(const StudyRequest& request, const Study& study) {
+  std::vector<std::string> files{request.environment};
+  files.insert(files.end(), study.configurations.begin(), study.configurations.end());
+  files.push_back(request.plant);
+  for (const NamedWorkload& workload : request.workloads)
+    stringTokenizer(workload.path, files, workload.text ? "," : "");
+  return files;
 }

@@ -10,6 +10,7 @@
 #include "command/CommandLine.h"
 #include "command/OutputOptions.h"
 #include "command/RecordingOption.h"
+#include "command/UnitOption.h"
 #include "study/Study.h"
 #include "study/Tolerances.h"
 #include "toml/Problems.h"
@@ -30,6 +31,7 @@ struct SimulateOptions {
   OutputOptions outputs;
   std::string against;
   std::vector<std::string> tolerances;
+  UnitOption unit;
 };
 
 // What it comes to, with the study's file and the board's folder for the rest.
@@ -40,5 +42,12 @@ struct AskedStudy {
   Tolerances tolerances;
 };
 
+// What says what is run; `seedHelp` is of its --seed.
+void addRunOptions(CommandLine& line, SimulateOptions& options, const std::string& seedHelp);
 void addSimulateOptions(CommandLine& line, SimulateOptions& options);
 AskedStudy readAskedStudy(const SimulateOptions& options, Problems& problems);
+
+// What a page of the study is called.
+std::string titleOf(const StudyRequest& request);
+// All files that it was read from.
+std::vector<std::string> filesOf(const StudyRequest& request, const Study& study);

@@ -16,22 +16,23 @@ std::error_code lastError() {
   return {errno, std::generic_category()};
 }
 
-int openNameless(const std::string& folder) {
+} // namespace
+
+FileHandle namelessFile(const std::filesystem::path& path) {
+  const std::string folder = path.empty() ? "." : path.string();
   const int fd = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  if (fd >= 0) return fd;
+  if (fd >= 0) return FileHandle(fd);
   // Not every disk has files that never had a name.
   const NoSignals both;
   std::string name = folder + "/.spool.XXXXXX";
   const int named = ::mkostemp(name.data(), O_CLOEXEC);
   if (named >= 0) ::unlink(name.c_str());
-  return named;
+  return FileHandle(named);
 }
 
-} // namespace
-
 Spool::Spool(const std::filesystem::path& folder)
-    : file(openNameless(folder.empty() ? "." : folder.string())),
-      opening(file ? std::error_code() : lastError()), buffer(file.get()), text(&buffer) {}
+    : file(namelessFile(folder)), opening(file ? std::error_code() : lastError()),
+      buffer(file.get()), text(&buffer) {}
 
 std::error_code Spool::moveTo(std::ostream& out) {
   if (opening) return opening;

@@ -8,6 +8,10 @@
 #include "file/FileHandle.h"
 #include "file/OutputFiles.h"
 
+// Opened for both, in that folder: it is gone with its last handle. None where the system gives
+// none, with errno.
+FileHandle namelessFile(const std::filesystem::path& folder);
+
 // A file without a name, for what will stand in another one that is not yet there so far. It is
 // gone with the process, however that ends.
 //

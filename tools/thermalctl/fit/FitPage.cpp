@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "fit/PlantText.h"
+#include "text/Characters.h"
 #include "text/Phrases.h"
 
 namespace {
@@ -28,21 +29,6 @@ constexpr char kStyle[] =
     "svg{width:100%;height:auto;background:#f6f8fa}.m{fill:#2767b0;fill-opacity:.45}"
     ".f{fill:none;stroke:#c2410c;stroke-width:1.6}.z{stroke:#8792a1;stroke-width:1}"
     "text{font:11px system-ui,sans-serif;fill:#4a5563}";
-
-std::string escaped(const std::string& text) {
-  std::string result;
-  for (const char each : text) {
-    if (each == '<')
-      result += "&lt;";
-    else if (each == '&')
-      result += "&amp;";
-    else if (each == '"')
-      result += "&quot;";
-    else
-      result += each;
-  }
-  return result;
-}
 
 struct Point {
   double time = 0;
@@ -113,7 +99,7 @@ void writeNumbers(const FitResult& result, std::ostream& out) {
     const double half = found.frozen ? 0 : (found.high - found.low) / 2;
     out << fmt::format(
         "<tr><td>{}</td><td>{}</td><td>{}</td><td>{}</td><td>{}{}</td></tr>\n",
-        escaped(quantity.name), deserved(quantity.guess, 0), deserved(found.value, half),
+        escapedMarkup(quantity.name), deserved(quantity.guess, 0), deserved(found.value, half),
         found.frozen ? "" : deserved(found.low, half) + " to " + deserved(found.high, half),
         quantity.unit(),
         found.frozen    ? " <span class=\"kept\">not determined, the guess is kept</span>"
@@ -123,7 +109,7 @@ void writeNumbers(const FitResult& result, std::ostream& out) {
   out << "</table>\n";
   for (const auto* sentences : {&result.undetermined, &result.remarks}) {
     for (const std::string& sentence : *sentences)
-      out << "<p class=\"kept\">" << escaped(sentence) << "</p>\n";
+      out << "<p class=\"kept\">" << escapedMarkup(sentence) << "</p>\n";
   }
 }
 
@@ -135,8 +121,8 @@ void writeCourses(const FitResult& result, const Misfit& misfit, const Estimatio
                      all.largest);
   for (const Agreeing& one : estimation.agreement) {
     out << fmt::format("<h3>{} in {}: RMSE {:.3f} C, largest {:.2f} C</h3>\n",
-                       escaped(result.names[one.output]),
-                       escaped(misfit.recordings[one.recording].name), one.rmse, one.largest);
+                       escapedMarkup(result.names[one.output]),
+                       escapedMarkup(misfit.recordings[one.recording].name), one.rmse, one.largest);
     drawCourse(courses.at({one.recording, one.output}), out);
   }
 }
@@ -147,7 +133,7 @@ void writeCorrelations(const FitResult& result, std::ostream& out) {
   out << "<h2>Correlations</h2><p>Near 1 or -1: the recordings hardly tell the two apart.</p>"
          "<div class=\"wide\"><table class=\"corr\">\n";
   for (size_t i = 0; i < quantities.size(); ++i) {
-    out << "<tr><td>" << escaped(quantities[i].name) << "</td>";
+    out << "<tr><td>" << escapedMarkup(quantities[i].name) << "</td>";
     for (size_t j = 0; j <= i; ++j) {
       const double value = matrix(static_cast<Eigen::Index>(i), static_cast<Eigen::Index>(j));
       out << fmt::format("<td style=\"background:rgba(194,65,12,{:.2f})\">{:.2f}</td>",
@@ -163,8 +149,8 @@ void writeCorrelations(const FitResult& result, std::ostream& out) {
 void writeFitPage(const FitResult& result, const std::string& title, std::ostream& out) {
   out << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>"
-      << escaped(title) << "</title>\n<style>" << kStyle << "</style>\n</head>\n<body>\n<h1>"
-      << escaped(title) << "</h1>\n";
+      << escapedMarkup(title) << "</title>\n<style>" << kStyle << "</style>\n</head>\n<body>\n<h1>"
+      << escapedMarkup(title) << "</h1>\n";
   if (result.estimation->fit.interrupted)
     out << "<p class=\"kept\">The search was interrupted: this is the best so far.</p>\n";
   writeNumbers(result, out);

@@ -30,18 +30,6 @@ bool areSideBySide(const Resistance& one, const Resistance& other) {
          (one.to && other.to && one.from == *other.to && *one.to == other.from);
 }
 
-// By its ends in one order and in the other. A second one between the same two has a number.
-std::vector<std::string> namesOf(const PlantDescription& plant, size_t index) {
-  const Resistance& own = plant.resistances[index];
-  const auto begin = plant.resistances.begin();
-  const auto twins = std::count_if(begin, begin + static_cast<std::ptrdiff_t>(index),
-                                   [&](const auto& each) { return areSideBySide(each, own); });
-  const std::string number = twins > 0 ? "#" + std::to_string(twins + 1) : "";
-  const std::vector<std::string> ends = endsOf(plant, own);
-  return {"resistance." + ends[0] + "-" + ends[1] + number,
-          "resistance." + ends[1] + "-" + ends[0] + number};
-}
-
 // All that could be fitted, with the places of its numbers.
 class Candidates {
 public:
@@ -88,7 +76,7 @@ private:
   void addResistances() {
     size_t index = 0;
     for (TomlSection& section : root.list("resistance")) {
-      addNumber(Quantity::Kind::kResistance, index, namesOf(plant, index).front(), section,
+      addNumber(Quantity::Kind::kResistance, index, resistanceNames(plant, index).front(), section,
                 "kelvin_per_watt");
       ++index;
     }
@@ -155,7 +143,7 @@ bool isMeant(const std::string& pattern, const Quantity& quantity, const PlantDe
     return ::fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
   };
   if (quantity.kind != Quantity::Kind::kResistance) return fits(quantity.name);
-  const std::vector<std::string> names = namesOf(plant, quantity.index);
+  const std::vector<std::string> names = resistanceNames(plant, quantity.index);
   return std::any_of(names.begin(), names.end(), fits);
 }
 
@@ -229,6 +217,17 @@ private:
 };
 
 } // namespace
+
+std::vector<std::string> resistanceNames(const PlantDescription& plant, size_t index) {
+  const Resistance& own = plant.resistances[index];
+  const auto begin = plant.resistances.begin();
+  const auto twins = std::count_if(begin, begin + static_cast<std::ptrdiff_t>(index),
+                                   [&](const auto& each) { return areSideBySide(each, own); });
+  const std::string number = twins > 0 ? "#" + std::to_string(twins + 1) : "";
+  const std::vector<std::string> ends = endsOf(plant, own);
+  return {"resistance." + ends[0] + "-" + ends[1] + number,
+          "resistance." + ends[1] + "-" + ends[0] + number};
+}
 
 std::vector<Quantity> readFreeQuantities(const std::string& text, const std::string& file,
                                          const PlantDescription& plant,

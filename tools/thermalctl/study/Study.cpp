@@ -53,7 +53,7 @@ std::string nameOf(const Study::Cell& cell, const StudyRequest& request, size_t 
 
 RunInput Study::inputOf(const Cell& cell) const {
   RunInput input = inputs[cell.input];
-  input.seed = cell.seed;
+  input.seed = cell.noiseSeed.value_or(cell.seed);
   input.description.name = cell.name;
   return input;
 }

@@ -48,6 +48,7 @@ struct Study {
     std::string configuration;
     std::string workload;
     uint64_t seed = 0;
+    std::optional<uint64_t> noiseSeed{}; // where it is not the seed
   };
 
   std::vector<RunInput> inputs;

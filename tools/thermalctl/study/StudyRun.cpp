@@ -1,17 +1,13 @@
 #include "study/StudyRun.h"
 
-#include <unistd.h>
-
-#include <chrono>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "report/Judgement.h"
 #include "simulate/Engine.h"
 #include "study/Jobs.h"
-#include "terminal/ProgressLine.h"
+#include "study/StudyProgress.h"
 #include "text/Characters.h"
 #include "text/Phrases.h"
 
@@ -19,55 +15,12 @@ namespace {
 
 constexpr double kMillisecondsPerHour = 3'600'000;
 
-// Tells on standard error how far all runs together are; by several threads.
-class Progress {
-public:
-  Progress(size_t runs_, int64_t duration)
-      : runs(runs_), total(static_cast<double>(duration) * static_cast<double>(runs_)) {}
-
-  // So much more virtual time has passed in one of them.
-  void advance(int64_t milliseconds) {
-    const std::lock_guard lock(mutex);
-    passed += static_cast<double>(milliseconds);
-    const Clock::time_point now = Clock::now();
-    if (now < next) return;
-    next = now + std::chrono::milliseconds(100);
-    const double share = passed / total;
-    const double spent = std::chrono::duration<double>(now - start).count();
-    line.show(std::to_string(done) + " of " + counted(runs, "run") + ", " +
-              std::to_string(static_cast<int>(100 * share)) + " %, " +
-              clockTime(static_cast<int64_t>(spent * (1 - share) / share + 0.5)) + " left");
-  }
-
-  void finishOne() {
-    const std::lock_guard lock(mutex);
-    ++done;
-  }
-
-  void clear() {
-    const std::lock_guard lock(mutex);
-    line.clear();
-  }
-
-private:
-  using Clock = std::chrono::steady_clock;
-
-  const size_t runs;
-  const double total; // milliseconds
-  std::mutex mutex;
-  double passed = 0;
-  size_t done = 0;
-  ProgressLine line{STDERR_FILENO};
-  const Clock::time_point start = Clock::now();
-  // A study that is over before it would be read shows nothing.
-  Clock::time_point next = start + std::chrono::milliseconds(300);
-};
-
 class StudyRun {
 public:
   StudyRun(const Study& study_, bool inOrder_, RunReport& report_, std::ostream& warnings_)
       : study(study_), inOrder(inOrder_), report(report_), warnings(warnings_),
-        outcomes(study.cells.size()), progress(study.cells.size(), study.inputs.front().duration) {}
+        outcomes(study.cells.size()),
+        progress("run", study.cells.size(), study.inputs.front().duration) {}
 
   void work(size_t index) {
     const Study::Cell& cell = study.cells[index];
@@ -117,7 +70,7 @@ private:
   RunReport& report;
   std::ostream& warnings;
   std::vector<Outcome> outcomes;
-  Progress progress;
+  StudyProgress progress;
 };
 
 } // namespace

@@ -99,3 +99,26 @@ std::string visible(std::string_view text) {
   });
   return result;
 }
+
+std::string escapedMarkup(std::string_view text) {
+  std::string result;
+  for (const char character : visible(text)) {
+    switch (character) {
+    case '&':
+      result += "&amp;";
+      break;
+    case '<':
+      result += "&lt;";
+      break;
+    case '>':
+      result += "&gt;";
+      break;
+    case '"':
+      result += "&quot;";
+      break;
+    default:
+      result += character;
+    }
+  }
+  return result;
+}

@@ -25,3 +25,7 @@ std::string lowerCase(std::string text);
 // UTF-8, and character that does not show or changes the direction of writing. The number of
 // characters is kept.
 std::string visible(std::string_view text);
+
+// `text` where a page or XML has text, or a value in quotes: visible, and without what would be
+// read as their own.
+std::string escapedMarkup(std::string_view text);

@@ -1,0 +1,335 @@
+#include "margin/ToleranceFile.h"
+
+#include <cmath>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/SysfsDir.h"
+#include "thermalctl/simulate/RunFiles.h"
+
+namespace {
+
+// A board with two nodes, a law and a workload that ramps.
+class ToleranceFileTest : public testing::Test {
+protected:
+  ToleranceFileTest() {
+    files.plant = "ambient = 20\n"
+                  "[node.die]\njoules_per_kelvin = 2\n"
+                  "[node.case]\njoules_per_kelvin = 50\ncelsius = 22\n"
+                  "[[resistance]]\nbetween = [\"die\", \"case\"]\nkelvin_per_watt = 10\n"
+                  "[[resistance]]\nbetween = [\"case\", \"ambient\"]\nkelvin_per_watt = 5\n"
+                  "[source.gpu]\nnodes = { die = 0.75, case = 0.25 }\ndevice = \"gpu\"\n"
+                  "law = { a = 0.5, b = 2, unit = 100 }\nwork = true\n"
+                  "[sensor.cpu]\nnode = \"die\"\nnoise = 0.1\nlag = 0\n";
+    files.workload = "time,ramp ambient,gpu\n0,20,0.5\n10,30,0.75\n20,30,1\n";
+    files.request.duration = 60'000;
+  }
+
+  Population read(const std::string& text) { return readWith(text, ""); }
+
+  // What is wrong with it, without the folder's name.
+  std::string wrong(const std::string& text, const std::string& fit = "") {
+    readWith(text, fit);
+    std::ostringstream out;
+    problems.print(out);
+    std::string shown = out.str();
+    const std::string prefix = folder.node("");
+    for (size_t at = shown.find(prefix); at != std::string::npos; at = shown.find(prefix))
+      shown.erase(at, prefix.size());
+    return shown;
+  }
+
+  Population readWith(const std::string& text, const std::string& fit) {
+    problems = Problems();
+    runs = files.read();
+    EXPECT_TRUE(files.problems.none()) << files.wrongInFull();
+    if (!fit.empty()) folder.write("fit.json", fit);
+    return readTolerances(folder.write("tolerances.toml", text), runs, files.path("plant.toml"),
+                          files.problems.none() ? withPlant() : problems)
+        .population;
+  }
+
+  Problems& withPlant() {
+    problems.read(files.path("plant.toml"), files.plant);
+    return problems;
+  }
+
+  // The unit whose numbers all stand so far out.
+  RunInput unitAt(const Population& population, double standard) const {
+    return population.unit(runs.front(), std::vector<double>(population.spreads.size(), standard));
+  }
+
+  static std::string varied(const std::string& name, const std::string& how) {
+    return "[[vary]]\nof = [\"" + name + "\"]\n" + how + "\n";
+  }
+
+  RunFiles files;
+  SysfsDir folder;
+  Problems problems;
+  std::vector<RunInput> runs;
+};
+
+TEST_F(ToleranceFileTest, EachNumberIsSetByItsName) {
+  using Read = double (*)(const RunInput&);
+  struct Case {
+    const char* name;
+    double number;
+    Read read;
+  };
+  const Case cases[] = {
+      {"node.die.joules_per_kelvin", 3,
+       [](const RunInput& of) { return of.plant.nodes[0].capacity; }},
+      {"node.case.celsius", 31, [](const RunInput& of) { return of.plant.nodes[1].initial; }},
+      {"resistance.die-case", 11, [](const RunInput& of) { return of.plant.resistances[0].value; }},
+      {"resistance.ambient-case", 6,
+       [](const RunInput& of) { return of.plant.resistances[1].value; }},
+      {"source.gpu.idle_watts", 0.1, [](const RunInput& of) { return of.plant.sources[0].idle; }},
+      {"source.gpu.watts.1", 0.3, [](const RunInput& of) { return of.plant.sources[0].watts[1]; }},
+      {"source.gpu.speed.2", 0.3, [](const RunInput& of) { return of.plant.sources[0].speed[2]; }},
+      {"sensor.cpu.offset", -1, [](const RunInput& of) { return of.plant.probes[0].offset; }},
+      {"sensor.cpu.lag", 2, [](const RunInput& of) { return of.plant.probes[0].lag; }},
+      {"sensor.cpu.noise", 0.4, [](const RunInput& of) { return of.plant.probes[0].noise; }},
+      {"sensor.cpu.step", 0.5, [](const RunInput& of) { return of.plant.probes[0].step; }},
+      {"ambient", 33, [](const RunInput& of) { return of.plant.ambient; }}};
+  for (const auto& [name, number, value] : cases) {
+    const Population population =
+        read(varied(name, "list = { values = [" + std::to_string(number) + "] }"));
+    ASSERT_EQ(population.spreads.size(), 1U) << wrong(varied(name, "list = { values = [1] }"));
+    EXPECT_NE(value(runs.front()), number) << name;
+    EXPECT_DOUBLE_EQ(value(unitAt(population, 0)), number) << name;
+  }
+}
+
+TEST_F(ToleranceFileTest, ANumberIsAValueAFactorOrAnAmountMore) {
+  const auto unit = [&](const std::string& as) {
+    const Population population =
+        read(varied("resistance.case-ambient", as + "list = { values = [2] }"));
+    return unitAt(population, 0).plant.resistances[1].value;
+  };
+  EXPECT_EQ(unit(""), 2);
+  EXPECT_EQ(unit("as = \"value\"\n"), 2);
+  EXPECT_EQ(unit("as = \"factor\"\n"), 10);
+  EXPECT_EQ(unit("as = \"plus\"\n"), 7);
+}
+
+TEST_F(ToleranceFileTest, ThePowersOfASourceKeepTheirProportionsAndALawItsForm) {
+  Population population = read(varied("source.gpu.watts", "list = { values = [5] }"));
+  const std::vector<double> nominal = runs.front().plant.sources[0].watts;
+  std::vector<double> watts = unitAt(population, 0).plant.sources[0].watts;
+  ASSERT_EQ(nominal[0], 2.5); // 0.5 + 2 f^3
+  for (size_t i = 0; i < watts.size(); ++i)
+    EXPECT_DOUBLE_EQ(watts[i], 2 * nominal[i]);
+  // Both constants and then the scale, in whatever order they stand.
+  population = read(varied("source.gpu.watts", "as = \"factor\"\nlist = { values = [3] }") +
+                    varied("source.gpu.law.b", "list = { values = [4] }") +
+                    varied("source.gpu.law.a", "list = { values = [1] }"));
+  watts = unitAt(population, 0).plant.sources[0].watts;
+  const double speeds[] = {1, 0.8, 0.6, 0.4};
+  for (size_t i = 0; i < watts.size(); ++i)
+    EXPECT_NEAR(watts[i], 3 * (1 + 4 * std::pow(speeds[i], 3)), 1e-12);
+}
+
+TEST_F(ToleranceFileTest, TheSharesOfASourceStillAddUp) {
+  const Population population = read(varied("source.gpu.nodes.die", "list = { values = [0.6] }"));
+  const RunInput unit = unitAt(population, 0);
+  const auto& heats = unit.plant.sources[0].heats;
+  double sum = 0;
+  for (const auto& [node, share] : heats) {
+    EXPECT_NEAR(share, node == 0 ? 0.6 : 0.4, 1e-12);
+    sum += share;
+  }
+  EXPECT_NEAR(sum, 1, 1e-12);
+}
+
+TEST_F(ToleranceFileTest, LoadsStayBetweenNothingAndAll) {
+  const Population population =
+      read(varied("workload.load.gpu", "as = \"factor\"\nuniform = { from = 0.5, to = 1.5 }"));
+  const auto loads = [&](double standard) {
+    std::vector<double> values;
+    for (const Change& change : unitAt(population, standard).workload.changes)
+      if (change.kind == Change::Kind::kLoad) values.push_back(change.value);
+    return values;
+  };
+  EXPECT_EQ(loads(-20), (std::vector<double>{0.25, 0.375, 0.5}));
+  EXPECT_EQ(loads(20), (std::vector<double>{0.75, 1, 1}));
+}
+
+TEST_F(ToleranceFileTest, TimesMoveAndRampsLeadToWhereTheyLed) {
+  const Population population =
+      read(varied("workload.time", "as = \"factor\"\nlist = { values = [2] }") +
+           varied("ambient", "as = \"plus\"\nlist = { values = [-4] }"));
+  const RunInput unit = unitAt(population, 0);
+  std::map<int64_t, Change> ambients;
+  for (const Change& change : unit.workload.changes)
+    if (change.kind == Change::Kind::kAmbient) ambients[change.time] = change;
+  ASSERT_EQ(ambients.size(), 3U);
+  EXPECT_DOUBLE_EQ(ambients[0].value, 16);
+  EXPECT_DOUBLE_EQ(ambients[0].slope, 0.5); // to 26 in 20 s
+  EXPECT_DOUBLE_EQ(ambients[20'000].value, 26);
+  EXPECT_DOUBLE_EQ(ambients[20'000].slope, 0);
+  EXPECT_DOUBLE_EQ(ambients[40'000].value, 26);
+  EXPECT_DOUBLE_EQ(unit.plant.ambient, 16);
+}
+
+TEST_F(ToleranceFileTest, GroupsVaryTogetherAndOthersByThemselves) {
+  const std::string both = "[[vary]]\nof = [\"resistance.*\"]\nas = \"factor\"\n"
+                           "lognormal = { median = 1, deviation = 0.1 }\n";
+  EXPECT_EQ(read(both).spreads.size(), 2U);
+  const Population together = read(both + "together = true\nname = \"glue\"\n");
+  ASSERT_EQ(together.spreads.size(), 1U);
+  EXPECT_EQ(together.spreads[0].name, "glue");
+  const RunInput unit = unitAt(together, 1);
+  EXPECT_DOUBLE_EQ(unit.plant.resistances[0].value / 10, unit.plant.resistances[1].value / 5);
+  EXPECT_DOUBLE_EQ(unit.plant.resistances[0].value, 10 * std::exp(0.1));
+}
+
+TEST_F(ToleranceFileTest, CorrelationsAreAsAskedFor) {
+  const Population population =
+      read(varied("resistance.die-case", "normal = { mean = 10, deviation = 0.5 }") +
+           varied("resistance.case-ambient", "normal = { mean = 5, deviation = 0.1 }") +
+           varied("node.die.joules_per_kelvin", "normal = { mean = 2, deviation = 0.1 }") +
+           "[[correlation]]\nbetween = [\"resistance.die-case\", "
+           "\"node.die.joules_per_kelvin\"]\nis = -0.6\n");
+  ASSERT_TRUE(problems.none());
+  constexpr size_t kUnits = 20'000;
+  double product[2] = {};
+  double squares[3] = {};
+  for (size_t unit = 1; unit <= kUnits; ++unit) {
+    const RunInput run = population.unit(runs.front(), standardNumbers(3, unit, Stream::kUnit, 3));
+    const double numbers[] = {(run.plant.resistances[0].value - 10) / 0.5,
+                              (run.plant.nodes[0].capacity - 2) / 0.1,
+                              (run.plant.resistances[1].value - 5) / 0.1};
+    for (size_t i = 0; i < 3; ++i)
+      squares[i] += numbers[i] * numbers[i] / kUnits;
+    product[0] += numbers[0] * numbers[1] / kUnits;
+    product[1] += numbers[0] * numbers[2] / kUnits;
+  }
+  for (const double each : squares)
+    EXPECT_NEAR(each, 1, 0.04);
+  EXPECT_NEAR(product[0], -0.6, 0.03);
+  EXPECT_NEAR(product[1], 0, 0.03);
+  using Parts = std::vector<std::vector<size_t>>;
+  EXPECT_EQ(population.independentParts(), (Parts{{0, 2}, {1}}));
+}
+
+constexpr char kFit[] =
+    R"({"quantities": [{"name": "resistance.die-case", "interval": [8, 12.5]},
+                       {"name": "ambient", "interval": [19, 21]},
+                       {"name": "node.case.joules_per_kelvin", "interval": null},
+                       {"name": "sensor.cpu.offset", "interval": [-0.5, 0.7]}],
+        "correlations": [[1, 0, 0, 0.5], [0, 1, 0, 0], [0, 0, 1, 0], [0.5, 0, 0, 1]]})";
+
+TEST_F(ToleranceFileTest, AFitGivesItsIntervalsAndCorrelations) {
+  const Population population = readWith("[[fit]]\nfile = \"fit.json\"\n", kFit);
+  ASSERT_TRUE(problems.none());
+  ASSERT_EQ(population.spreads.size(), 2U); // the ambient is that of the laboratory
+  EXPECT_EQ(population.spreads[0].name, "resistance.die-case");
+  EXPECT_NEAR(population.spreads[0].distribution.at(0), 10, 1e-9);
+  EXPECT_NEAR(population.spreads[0].distribution.at(1.959964), 12.5, 1e-5);
+  EXPECT_NEAR(population.spreads[1].distribution.at(-1.959964), -0.5, 1e-6);
+  EXPECT_NEAR(correlated({1, 0}, population.factor)[1], 0.5, 1e-12);
+  EXPECT_EQ(readWith("[[fit]]\nfile = \"fit.json\"\nof = [\"sensor.*\"]\n", kFit).spreads.size(),
+            1U);
+}
+
+TEST_F(ToleranceFileTest, WhatIsWrongIsToldAtItsPlace) {
+  const std::string well = "normal = { mean = 10, deviation = 0.5 }";
+  const struct {
+    std::string text;
+    const char* told;
+  } cases[] = {
+      {varied("resistance.dye-case", well), "tolerances.toml:2:7: error: 'resistance.dye-case' is "
+                                            "no number of the plant or the workload"},
+      {varied("resistance.dye-case", well), "hint: did you mean 'resistance.die-case'?"},
+      {varied("resistance.die-case", "normal = { mean = 1, deviation = 0.5 }"),
+       "tolerances.toml:3:10: error: 'resistance.die-case' may come to -3.15, and must lie from "
+       "1e-09"},
+      {varied("resistance.die-case", "normal = { mean = 1, deviation = 0.5 }"),
+       "hint: leave out what cannot be, such as truncated"},
+      {varied("resistance.die-case", "as = \"factor\"\nnormal = { interval = [-1, 2] }"),
+       "may come to -"},
+      {varied("workload.load.gpu", "as = \"factor\"\nnormal = { mean = 1, deviation = 1 }"),
+       "the factor of 'workload.load.gpu' may be as low as -7.3, below 0"},
+      {varied("workload.time", "as = \"plus\"\nuniform = { from = -11, to = 5 }"),
+       "'workload.time' may come to -1, and must lie from 0.001"},
+      {varied("workload.time", "uniform = { from = 1, to = 5 }"),
+       "'workload.time' cannot be a value"},
+      {varied("resistance.die-case", "normall = { mean = 1, deviation = 0.5 }"),
+       "'normall' is no key that is known here"},
+      {varied("resistance.die-case", ""), "has no distribution"},
+      {varied("resistance.die-case", well + "\nuniform = { from = 9, to = 11 }"),
+       "has two distributions, 'normal' and 'uniform'"},
+      {varied("resistance.die-case", "normal = { mean = 10 }"), "'deviation' is missing"},
+      {varied("resistance.die-case", "normal = { mean = 10, deviation = 0 }"),
+       "'deviation' must be above 0"},
+      {varied("resistance.die-case", "uniform = { from = 12, to = 9 }"),
+       "'to' must be above 'from'"},
+      {varied("resistance.die-case", "triangular = { from = 9, mode = 15, to = 12 }"),
+       "'mode' must lie from 'from' to 'to'"},
+      {varied("resistance.die-case", "list = { values = [9, 10], weights = [1] }"),
+       "'weights' has 1 numbers, and 'values' has 2"},
+      {varied("resistance.die-case", "list = { values = [9, 10], weights = [0, 0] }"),
+       "none of the values has any weight"},
+      {varied("resistance.die-case", "lognormal = { interval = [0, 2] }"),
+       "the interval of a lognormal distribution must lie above 0"},
+      {varied("resistance.die-case", well + "\ntruncated = [1, 2]\nas = \"valeu\""),
+       "'valeu' is none of 'value', 'factor' and 'plus'"},
+      {varied("resistance.die-case", "uniform = { from = 9, to = 11 }\ntruncated = [12, 13]"),
+       "nothing of the distribution lies between the two"},
+      {varied("resistance.die-case", well) + varied("resistance.*", well),
+       "'resistance.die-case' varies twice"},
+      {varied("resistance.die-case", well) +
+           "[[correlation]]\nbetween = [\"resistance.die-case\", \"ambient\"]\nis = 0.5\n",
+       "'ambient' does not vary"},
+      {varied("resistance.die-case", well) + "[[correlation]]\nbetween = [\"resistance.die-case\", "
+                                             "\"resistance.die-case\"]\nis = 0.5\n",
+       "the two vary together already"},
+      {"", "no [[vary]] and no [[fit]]: all units are alike"},
+      {"[[fit]]\nfile = \"nowhere.json\"\n",
+       "tolerances.toml:2:8: error: nowhere.json cannot be read"},
+      {"[[fit]]\nfile = \"tolerances.toml\"\n", "is no fit.json of thermalctl fit"}};
+  for (const auto& [text, told] : cases)
+    EXPECT_NE(wrong(text).find(told), std::string::npos) << told << "\n" << wrong(text);
+}
+
+TEST_F(ToleranceFileTest, CorrelationsThatNoNumbersHaveAreToldWhereTheyContradict) {
+  const std::string three = "[[vary]]\nof = [\"resistance.*\", \"node.die.joules_per_kelvin\"]\n"
+                            "as = \"factor\"\nuniform = { from = 0.9, to = 1.1 }\n";
+  const auto correlated = [](const std::string& one, const std::string& other, const char* is) {
+    return "[[correlation]]\nbetween = [\"" + one + "\", \"" + other + "\"]\nis = " + is + "\n";
+  };
+  const std::string two = three +
+                          correlated("resistance.die-case", "resistance.case-ambient", "0.6") +
+                          correlated("resistance.die-case", "node.die.joules_per_kelvin", "0.6");
+  EXPECT_EQ(wrong(two), "");
+  const std::string told =
+      wrong(two + correlated("resistance.case-ambient", "node.die.joules_per_kelvin", "-0.9"));
+  // What contradicts only as long as a third is not there is none.
+  EXPECT_EQ(wrong(three + correlated("resistance.die-case", "resistance.case-ambient", "0.9") +
+                  correlated("resistance.die-case", "node.die.joules_per_kelvin", "0.9") +
+                  correlated("resistance.case-ambient", "node.die.joules_per_kelvin", "0.9")),
+            "");
+  EXPECT_NE(told.find("tolerances.toml:13:6: error: no numbers have all the correlations"),
+            std::string::npos)
+      << told;
+  EXPECT_NE(wrong(three + correlated("resistance.die-case", "resistance.case-ambient", "1"))
+                .find("their matrix is not positive definite"),
+            std::string::npos);
+  EXPECT_NE(wrong(three + correlated("resistance.die-case", "resistance.case-ambient", "1.5"))
+                .find("'is' must be a number from -1 to 1"),
+            std::string::npos);
+}
+
+TEST_F(ToleranceFileTest, WhatCannotBeMayBeCutOff) {
+  EXPECT_EQ(wrong(varied("resistance.die-case",
+                         "normal = { mean = 1, deviation = 0.5 }\ntruncated = [0.1, 3]")),
+            "");
+  // So far out that no unit is ever drawn there.
+  EXPECT_EQ(wrong(varied("resistance.die-case", "normal = { mean = 10, deviation = 1 }")), "");
+}
+
+} // namespace

@@ -1,0 +1,295 @@
+#include "margin/PartFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "file/OutputFiles.h"
+#include "file/Sha256.h"
+#include "text/Phrases.h"
+
+namespace {
+
+using PartJson = nlohmann::ordered_json;
+
+// The first line of each part; another form of them has another.
+constexpr char kFirstLine[] = "thermalctl margin part, version 1, little-endian\n";
+constexpr size_t kDigits = 64;
+
+struct Part {
+  std::string path;
+  FileHandle file;
+  Shard shard;
+  MarginStudy study;
+  int64_t rowsAt = 0; // bytes
+};
+
+std::string unitsOf(const Range& range) {
+  if (range.size() == 0) return "no units";
+  if (range.size() == 1) return fmt::format("unit {}", range.first);
+  return fmt::format("units {} to {}", range.first, range.end - 1);
+}
+
+// Reads a file as what `writePart` has made, or tells what it is instead.
+class PartReader {
+public:
+  PartReader(const std::string& path_, Problems& problems_) : path(path_), problems(problems_) {}
+
+  std::optional<Part> read() {
+    part.path = path;
+    part.file = FileHandle(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status = {};
+    if (!part.file || ::fstat(part.file.get(), &status) != 0)
+      return tell("cannot be read: " + std::generic_category().message(errno));
+    if (!S_ISREG(status.st_mode)) return tell("is no file, and so no part");
+    if (!readHead()) return std::nullopt;
+    const int64_t rows = bytes(part.shard.units().size()) +
+                         bytes(part.shard.samples(part.study).size() * part.study.sobolRuns());
+    if (status.st_size != part.rowsAt + rows + static_cast<int64_t>(kDigits))
+      return tell("is torn: it has " + std::to_string(status.st_size) +
+                      " bytes, and its head promises " +
+                      std::to_string(part.rowsAt + rows + static_cast<int64_t>(kDigits)),
+                  kAgain);
+    return isWhole(part.rowsAt + rows)
+               ? std::optional(std::move(part))
+               : tell("is torn: its bytes are not those that were written", kAgain);
+  }
+
+private:
+  static constexpr char kAgain[] = "run its shard again";
+
+  std::nullopt_t tell(const std::string& what, const std::string& hint = "") {
+    problems.add({path, {}, what, hint});
+    return std::nullopt;
+  }
+
+  int64_t bytes(uint64_t rows) const {
+    return static_cast<int64_t>(rows * part.study.columns() * sizeof(int32_t));
+  }
+
+  std::string textAt(int64_t at, size_t length) const {
+    std::string text(length, '\0');
+    const ssize_t read = ::pread(part.file.get(), text.data(), length, at);
+    text.resize(static_cast<size_t>(std::max<ssize_t>(0, read)));
+    return text;
+  }
+
+  bool readHead() {
+    constexpr size_t kMostHead = 64 << 20;
+    const std::string first = kFirstLine;
+    if (textAt(0, first.size()) != first) {
+      tell("is no part of thermalctl margin, or one of another version",
+           "name the files that --shard I/N --out FILE has written");
+      return false;
+    }
+    std::string head;
+    while (head.find('\n') == std::string::npos && head.size() < kMostHead) {
+      const std::string more = textAt(static_cast<int64_t>(first.size() + head.size()), 1 << 16);
+      if (more.empty()) break;
+      head += more;
+    }
+    const size_t end = head.find('\n');
+    if (end == std::string::npos || !takeHead(head.substr(0, end))) {
+      tell("is torn: its head is not whole", kAgain);
+      return false;
+    }
+    part.rowsAt = static_cast<int64_t>(first.size() + end + 1);
+    return true;
+  }
+
+  bool takeHead(const std::string& text) {
+    const PartJson json = PartJson::parse(text, nullptr, false);
+    if (!json.is_object()) return false;
+    const auto study = MarginStudy::fromJson(json.value("study", PartJson()).dump());
+    part.shard = {{json.value("first", uint64_t{0}), json.value("end", uint64_t{0})},
+                  json.value("shard", uint64_t{0}),
+                  json.value("shards", uint64_t{0})};
+    const Shard& shard = part.shard;
+    if (!study || shard.index < 1 || shard.index > shard.count ||
+        shard.asked.first > shard.asked.end)
+      return false;
+    part.study = *study;
+    return true;
+  }
+
+  bool isWhole(int64_t end) const {
+    Sha256 hash;
+    for (int64_t at = 0; at < end;) {
+      const std::string text =
+          textAt(at, static_cast<size_t>(std::min<int64_t>(1 << 16, end - at)));
+      if (text.empty()) return false;
+      hash.add(text);
+      at += static_cast<int64_t>(text.size());
+    }
+    return hash.digest() == textAt(end, kDigits);
+  }
+
+  const std::string& path;
+  Problems& problems;
+  Part part;
+};
+
+// What two studies differ in, of which a user knows; empty if they are of one question.
+std::string differenceOf(const MarginStudy& one, const MarginStudy& other) {
+  std::map<std::string, std::string> files;
+  for (const Provenance::Input& input : one.inputs)
+    files[input.path] = input.sha256;
+  for (const Provenance::Input& input : other.inputs) {
+    const auto found = files.find(input.path);
+    if (found == files.end()) return input.path + " is not among the files of the first";
+    if (found->second != input.sha256) return input.path + " was another text";
+    files.erase(found);
+  }
+  if (!files.empty()) return files.begin()->first + " is not among its files";
+  if (one.seed != other.seed) return fmt::format("its seed is {} and not {}", other.seed, one.seed);
+  if (one.duration != other.duration)
+    return "each run takes " + clockOf(other.duration) + " and not " + clockOf(one.duration);
+  if (one.sobolSamples != other.sobolSamples)
+    return fmt::format("it has {} samples for Sobol indices in all and not {}", other.sobolSamples,
+                       one.sobolSamples);
+  const auto rest = [](MarginStudy study) {
+    study.replay.clear();
+    return study.asJson();
+  };
+  return rest(one) == rest(other) ? ""
+                                  : "its configurations, workloads, limits or thermalctl differ";
+}
+
+class Merger {
+public:
+  Merger(std::vector<Part> parts_, Problems& problems_)
+      : parts(std::move(parts_)), problems(problems_) {}
+
+  std::optional<MergedParts> merge() {
+    std::sort(parts.begin(), parts.end(),
+              [](const Part& a, const Part& b) { return keyOf(a) < keyOf(b); });
+    for (const Part& part : parts)
+      tellIfForeign(part);
+    if (!problems.none()) return std::nullopt;
+    tellDouble();
+    tellMissing();
+    if (!problems.none()) return std::nullopt;
+    return joined();
+  }
+
+private:
+  static std::tuple<uint64_t, uint64_t, uint64_t, std::string> keyOf(const Part& part) {
+    const Range units = part.shard.units();
+    return {units.first, units.end, part.shard.index, part.path};
+  }
+
+  void tellIfForeign(const Part& part) {
+    const std::string difference = differenceOf(parts.front().study, part.study);
+    if (!difference.empty())
+      problems.add({part.path,
+                    {},
+                    "is of another question than " + parts.front().path + ": " + difference,
+                    "merge the parts of one command alone"});
+  }
+
+  void tellDouble() {
+    const Part* before = nullptr;
+    for (const Part& part : parts) {
+      if (part.shard.units().size() == 0) continue;
+      if (before && part.shard.units().first < before->shard.units().end)
+        problems.add({part.path,
+                      {},
+                      "has " + unitsOf(part.shard.units()) + ", and " + before->path + " has " +
+                          unitsOf(before->shard.units()),
+                      "name each unit's part once"});
+      if (!before || part.shard.units().end > before->shard.units().end) before = &part;
+    }
+  }
+
+  // Of every command that made a part all of its shards must be there; and between two commands'
+  // units there may be no gap.
+  void tellMissing() {
+    std::map<std::tuple<uint64_t, uint64_t, uint64_t>, std::set<uint64_t>> there;
+    for (const Part& part : parts) {
+      const Shard& shard = part.shard;
+      there[{shard.asked.first, shard.asked.end, shard.count}].insert(shard.index);
+    }
+    uint64_t end = std::get<0>(there.begin()->first);
+    for (const auto& [asked, shards] : there) {
+      const auto& [first, askedEnd, count] = asked;
+      if (first > end) tellGap({end, first}, "");
+      end = std::max(end, askedEnd);
+      for (uint64_t index = 1; index <= count; ++index)
+        if (shards.count(index) == 0)
+          tellGap(Shard{{first, askedEnd}, index, count}.units(),
+                  fmt::format(", shard {}/{},", index, count));
+    }
+  }
+
+  void tellGap(const Range& range, const std::string& shard) {
+    problems.add({"margin merge",
+                  {},
+                  unitsOf(range) + shard + (range.size() == 1 ? " is missing" : " are missing"),
+                  "run the shard, and name its part, too"});
+  }
+
+  MergedParts joined() {
+    MergedParts merged;
+    merged.study = parts.front().study;
+    merged.first = parts.front().shard.units().first;
+    const size_t columns = merged.study.columns();
+    merged.units.columns = merged.samples.columns = columns;
+    for (Part& part : parts) {
+      UnitRows::Piece piece{part.file.get(), part.rowsAt, part.shard.units().size()};
+      merged.units.pieces.push_back(piece);
+      piece.at += merged.units.bytesOf(piece);
+      piece.rows = part.shard.samples(merged.study).size() * merged.study.sobolRuns();
+      merged.samples.pieces.push_back(piece);
+      merged.files.push_back(std::move(part.file));
+    }
+    return merged;
+  }
+
+  std::vector<Part> parts;
+  Problems& problems;
+};
+
+} // namespace
+
+std::optional<std::string> writePart(const std::string& path, const MarginStudy& study,
+                                     const Shard& shard, const UnitRows& units,
+                                     const UnitRows& samples) {
+  const std::filesystem::path place(path);
+  OutputFiles outputs(place.parent_path().empty() ? "." : place.parent_path());
+  std::ostream& out = outputs.add(place.filename());
+  Sha256 hash;
+  const auto write = [&](std::string_view text) {
+    hash.add(text);
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+  };
+  const PartJson head = {{"first", shard.asked.first},
+                         {"end", shard.asked.end},
+                         {"shard", shard.index},
+                         {"shards", shard.count},
+                         {"study", PartJson::parse(study.asJson())}};
+  write(kFirstLine);
+  write(head.dump() + "\n");
+  units.copyTo(write);
+  samples.copyTo(write);
+  out << hash.digest();
+  return outputs.putInPlace();
+}
+
+std::optional<MergedParts> mergeParts(const std::vector<std::string>& paths, Problems& problems) {
+  std::vector<Part> parts;
+  for (const std::string& path : paths)
+    if (auto part = PartReader(path, problems).read()) parts.push_back(std::move(*part));
+  if (!problems.none() || parts.empty()) return std::nullopt;
+  return Merger(std::move(parts), problems).merge();
+}
