@@ -21,10 +21,17 @@ void countWarnings(size_t warnings, const std::string& environment,
   complain(kFine, counted(warnings, "warning") + ", told by " + command);
 }
 
-} // namespace
+// The sensors whose nodes count in something else than millidegrees, as the board's settings say.
+std::vector<std::string> sensorsInOtherUnits(const Inspection& inspection) {
+  std::vector<std::string> names;
+  for (const auto& [sensor, unit] : inspection.settings.units)
+    if (unit != 1) names.push_back(sensor);
+  return names;
+}
 
-bool passesCheck(const std::string& environment, const std::vector<std::string>& configurations) {
-  Inspection inspection = inspect({environment, configurations, std::nullopt, {}});
+// Tells its errors and takes the rest out. False with an error.
+bool passes(Inspection& inspection, const std::string& environment,
+            const std::vector<std::string>& configurations) {
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
   inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
@@ -39,20 +46,21 @@ bool passesCheck(const std::string& environment, const std::vector<std::string>&
   return findings.empty() && inspection.isWhole();
 }
 
-std::vector<std::string> sensorsInOtherUnits(const std::string& environment) {
-  std::vector<std::string> names;
-  for (const auto& [sensor, unit] : inspect({environment, {}, std::nullopt, {}}).settings.units)
-    if (unit != 1) names.push_back(sensor);
-  return names;
+} // namespace
+
+bool passesCheck(const std::string& environment, const std::vector<std::string>& configurations) {
+  Inspection inspection = inspect({environment, configurations, std::nullopt, {}});
+  return passes(inspection, environment, configurations);
 }
 
 bool mayRun(const std::string& environment, const std::vector<std::string>& configurations,
             const Problems& problems) {
-  if (!configurations.empty() && !passesCheck(environment, configurations)) {
+  Inspection inspection = inspect({environment, configurations, std::nullopt, {}});
+  if (!configurations.empty() && !passes(inspection, environment, configurations)) {
     complain(kCouldNotRun, "nothing was run: the check has found errors");
     return false;
   }
-  const std::vector<std::string> others = sensorsInOtherUnits(environment);
+  const std::vector<std::string> others = sensorsInOtherUnits(inspection);
   if (!others.empty()) {
     complain(kCouldNotRun, "nothing was run: a plant's sensors count in millidegrees, and by the "
                            "board's settings not " +

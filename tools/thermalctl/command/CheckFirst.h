@@ -10,9 +10,6 @@
 // the daemon would not do what the files say.
 bool passesCheck(const std::string& environment, const std::vector<std::string>& configurations);
 
-// The sensors whose nodes count in something else than millidegrees, as the board's settings say.
-std::vector<std::string> sensorsInOtherUnits(const std::string& environment);
-
 // Whether a study of them may be run. If not, that is told: what is wrong with the board's own
 // files before `problems`, which may only follow from it.
 bool mayRun(const std::string& environment, const std::vector<std::string>& configurations,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 
 #include <Eigen/Cholesky>
 
@@ -224,9 +225,10 @@ template <typename Function> double leastOf(const Function& function, double low
 // How unlikely the readings are with their noises as they are now.
 double surpriseOf(const Misfit& misfit, const VectorXd& values) {
   double total = 0;
+  const std::vector<LikelihoodTable>& tables = misfit.tables();
   misfit.eachResidual(values, [&](const Residual& residual) {
-    const Likelihood& likelihood = misfit.likelihoods[residual.reading.output];
-    total += likelihood.of(residual.reading.celsius, residual.fitted).misfit - likelihood.best();
+    const LikelihoodTable& table = tables[residual.reading.output];
+    total += table.of(residual.reading.celsius, residual.fitted).misfit - table.best();
   });
   return total;
 }
@@ -295,32 +297,38 @@ private:
 
   // True where one of them is other than before.
   bool setNoise(const VectorXd& values) {
-    std::vector<std::vector<std::pair<double, double>>> pairs(misfit.outputs());
+    std::vector<std::vector<double>> residuals(misfit.outputs());
     misfit.eachResidual(values, [&](const Residual& residual) {
-      pairs[residual.reading.output].emplace_back(residual.reading.celsius, residual.fitted);
+      residuals[residual.reading.output].push_back(residual.reading.celsius - residual.fitted);
     });
     bool changes = false;
-    for (size_t i = 0; i < pairs.size(); ++i) {
-      if (pairs[i].empty()) continue;
+    for (size_t i = 0; i < residuals.size(); ++i) {
+      if (residuals[i].empty()) continue;
       Likelihood& likelihood = misfit.likelihoods[i];
       const double before = likelihood.noise;
-      likelihood.noise = noiseOf(pairs[i], likelihood.step);
+      likelihood.noise = noiseOf(residuals[i], likelihood);
       changes |= std::abs(std::log(likelihood.noise / before)) > 0.02;
     }
     return changes;
   }
 
-  static double noiseOf(const std::vector<std::pair<double, double>>& pairs, double step) {
-    const size_t skip = std::max<size_t>(1, pairs.size() / kResidualsEnough);
+  // Those that are as good as equal beside the noise that there was are counted.
+  static double noiseOf(const std::vector<double>& residuals, const Likelihood& before) {
+    const double width = before.noise / 32;
+    const size_t skip = std::max<size_t>(1, residuals.size() / kResidualsEnough);
+    std::map<int64_t, double> counts;
+    double number = 0;
+    for (size_t i = 0; i < residuals.size(); i += skip, ++number)
+      ++counts[std::llround(residuals[i] / width)];
     const auto surprise = [&](double logNoise) {
-      const Likelihood likelihood{std::exp(logNoise), step};
+      const Likelihood likelihood{std::exp(logNoise), before.step};
       double total = 0;
-      for (size_t i = 0; i < pairs.size(); i += skip)
-        total += likelihood.of(pairs[i].first, pairs[i].second).misfit - likelihood.best();
-      return total;
+      for (const auto& [place, count] : counts)
+        total += count * likelihood.of(static_cast<double>(place) * width, 0).misfit;
+      return total - likelihood.best() * number;
     };
-    return std::exp(
-        leastOf(surprise, std::log(std::max(kLeastNoise, step * 0.05)), std::log(kMostNoise)));
+    return std::exp(leastOf(surprise, std::log(std::max(kLeastNoise, before.step * 0.05)),
+                            std::log(kMostNoise)));
   }
 
   void scanClocks(VectorXd& values) const {

@@ -56,3 +56,24 @@ double Likelihood::best() const {
   const double most = width > kFine ? between(-width / 2, width / 2) / step : kTop / noise;
   return std::log(most + kStray);
 }
+
+LikelihoodTable::LikelihoodTable(const Likelihood& likelihood_)
+    : likelihood(likelihood_), highest(likelihood.best()) {
+  constexpr double kPerNoise = 16;
+  constexpr double kReach = 8; // in units of the noise, on either side of a step
+  perDegree = kPerNoise / likelihood.noise;
+  const auto count =
+      static_cast<size_t>(std::ceil((likelihood.step / 2 + kReach * likelihood.noise) * perDegree));
+  const double width = 1 / perDegree;
+  Agreement left = likelihood.of(0, 0);
+  for (size_t i = 0; i < count; ++i) {
+    const Agreement right = likelihood.of(0, static_cast<double>(i + 1) * width);
+    const double rise = right.misfit - left.misfit;
+    const double from = left.slope * width;
+    const double to = right.slope * width;
+    pieces.push_back({left.misfit, from, 3 * rise - 2 * from - to, from + to - 2 * rise,
+                      left.weight, right.weight - left.weight});
+    left = right;
+  }
+  beyond = {left.misfit, 0, 0};
+}

@@ -113,21 +113,41 @@ private:
   Index used = 0;
 };
 
+// The plant with some values, and what it is made of.
+struct Misfit::Model {
+  Model(const Misfit& misfit, const VectorXd& values)
+      : plant(withValues(misfit.plant, misfit.quantities, misfit.naturalOf(values))),
+        model(plant, misfit.quantities) {}
+
+  const PlantDescription plant;
+  const ThermalModel model;
+};
+
+const std::vector<LikelihoodTable>& Misfit::tables() const {
+  for (size_t i = 0; i < likelihoods.size(); ++i) {
+    if (i == kept.size())
+      kept.emplace_back(likelihoods[i]);
+    else if (!kept[i].isOf(likelihoods[i]))
+      kept[i] = LikelihoodTable(likelihoods[i]);
+  }
+  return kept;
+}
+
 Evidence Misfit::evidence(const VectorXd& values) const {
   const Index count = indexOf(unknowns.count);
   Evidence evidence{0, VectorXd::Zero(count), MatrixXd::Zero(count, count)};
+  const Model model(*this, values);
   for (size_t i = 0; i < stretches.size(); ++i)
-    addEvidence(i, values, evidence);
+    addEvidence(i, model, values, evidence);
   return evidence;
 }
 
 // Of every reading of the stretch, in the order of its course.
-std::vector<double> Misfit::predictions(size_t stretch, const VectorXd& values) const {
-  const PlantDescription now = withValues(plant, quantities, naturalOf(values));
-  const ThermalModel model(now, quantities);
+std::vector<double> Misfit::predictions(size_t stretch, const Model& model,
+                                        const VectorXd& values) const {
   const Recorded& recorded = recordings[stretches[stretch].recording];
   const std::vector<double> offsets = unknowns.offsetsOf(stretches[stretch].recording, values);
-  Course course(model, now, recorded, stretches[stretch], offsets, false);
+  Course course(model.model, model.plant, recorded, stretches[stretch], offsets, false);
   // By the place of the row in its file: with other clocks the rows of two files change places.
   std::vector<size_t> before(1, 0);
   for (const RecordedFile& file : recorded.files)
@@ -143,7 +163,8 @@ std::vector<double> Misfit::predictions(size_t stretch, const VectorXd& values) 
   return predicted;
 }
 
-void Misfit::addEvidence(size_t stretch, const VectorXd& values, Evidence& evidence) const {
+void Misfit::addEvidence(size_t stretch, const Model& model, const VectorXd& values,
+                         Evidence& evidence) const {
   const Stretch& part = stretches[stretch];
   const Recorded& recorded = recordings[part.recording];
   std::vector<std::vector<double>> byClock;
@@ -151,21 +172,20 @@ void Misfit::addEvidence(size_t stretch, const VectorXd& values, Evidence& evide
     if (!clock) continue;
     VectorXd moved = values;
     moved[indexOf(*clock)] += kClockStep;
-    byClock.push_back(predictions(stretch, moved));
+    byClock.push_back(predictions(stretch, model, moved));
     moved[indexOf(*clock)] -= 2 * kClockStep;
-    const std::vector<double> earlier = predictions(stretch, moved);
+    const std::vector<double> earlier = predictions(stretch, model, moved);
     for (size_t i = 0; i < earlier.size(); ++i)
       byClock.back()[i] = (byClock.back()[i] - earlier[i]) / (2 * kClockStep);
   }
-  const PlantDescription now = withValues(plant, quantities, naturalOf(values));
-  const ThermalModel model(now, quantities);
   const std::vector<double> offsets = unknowns.offsetsOf(part.recording, values);
+  const std::vector<LikelihoodTable>& likely = tables();
   const Index own = indexOf(unknowns.quantities + unknowns.perStretch);
   Accumulation accumulation(*this, stretch, own + indexOf(byClock.size()));
   std::vector<size_t> before(1, 0);
   for (const RecordedFile& file : recorded.files)
     before.push_back(before.back() + file.readings.size());
-  Course course(model, now, recorded, part, offsets, true);
+  Course course(model.model, model.plant, recorded, part, offsets, true);
   course.go(values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
                            indexOf(unknowns.perStretch)),
             [&](size_t file, const ReadingRow& row) {
@@ -179,8 +199,8 @@ void Misfit::addEvidence(size_t stretch, const VectorXd& values, Evidence& evide
                 course.sensitivity(reading.output, line.head(own));
                 for (size_t clock = 0; clock < byClock.size(); ++clock)
                   line[own + indexOf(clock)] = byClock[clock][before[file] + i];
-                accumulation.take(likelihoods[reading.output].of(
-                    reading.celsius, course.temperature(reading.output)));
+                accumulation.take(
+                    likely[reading.output].of(reading.celsius, course.temperature(reading.output)));
               }
             });
   accumulation.addTo(evidence);
@@ -188,12 +208,12 @@ void Misfit::addEvidence(size_t stretch, const VectorXd& values, Evidence& evide
 
 double Misfit::misfit(const VectorXd& values, std::optional<size_t> recording) const {
   double total = 0;
+  const std::vector<LikelihoodTable>& likely = tables();
   eachResidual(
       values,
       [&](const Residual& residual) {
-        total += likelihoods[residual.reading.output]
-                     .of(residual.reading.celsius, residual.fitted)
-                     .misfit;
+        total +=
+            likely[residual.reading.output].of(residual.reading.celsius, residual.fitted).misfit;
       },
       recording);
   return total;
@@ -201,14 +221,13 @@ double Misfit::misfit(const VectorXd& values, std::optional<size_t> recording) c
 
 void Misfit::eachResidual(const VectorXd& values, const std::function<void(const Residual&)>& take,
                           std::optional<size_t> recording) const {
-  const PlantDescription now = withValues(plant, quantities, naturalOf(values));
-  const ThermalModel model(now, quantities);
+  const Model model(*this, values);
   for (size_t stretch = 0; stretch < stretches.size(); ++stretch) {
     const Stretch& part = stretches[stretch];
     if (recording && part.recording != *recording) continue;
     const Recorded& recorded = recordings[part.recording];
     const std::vector<double> offsets = unknowns.offsetsOf(part.recording, values);
-    Course course(model, now, recorded, part, offsets, false);
+    Course course(model.model, model.plant, recorded, part, offsets, false);
     course.go(
         values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
                        indexOf(unknowns.perStretch)),

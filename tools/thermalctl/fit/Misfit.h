@@ -79,8 +79,16 @@ struct Misfit {
   size_t stride = 1;
   std::optional<size_t> only{}; // of the outputs, where one alone counts
 
+  // The likelihoods for many readings, made anew for those that have changed.
+  const std::vector<LikelihoodTable>& tables() const;
+
 private:
   class Accumulation;
-  void addEvidence(size_t stretch, const Eigen::VectorXd& values, Evidence& evidence) const;
-  std::vector<double> predictions(size_t stretch, const Eigen::VectorXd& values) const;
+  struct Model;
+  void addEvidence(size_t stretch, const Model& model, const Eigen::VectorXd& values,
+                   Evidence& evidence) const;
+  std::vector<double> predictions(size_t stretch, const Model& model,
+                                  const Eigen::VectorXd& values) const;
+
+  mutable std::vector<LikelihoodTable> kept;
 };

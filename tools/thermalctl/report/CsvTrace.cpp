@@ -50,7 +50,7 @@ void CsvTrace::end(int64_t time, const std::vector<Performance>&) {
 }
 
 void CsvTrace::write(const csv::Frame& frame, int64_t time, std::optional<int64_t> value) {
-  writer << frame.start << time << frame.middle;
+  writer << frame.start << times.of(time) << frame.middle;
   if (value) writer << *value;
   writer << frame.end;
 }

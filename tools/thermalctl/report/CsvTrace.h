@@ -34,6 +34,7 @@ private:
   void write(const csv::Frame& frame, int64_t time, std::optional<int64_t> value = std::nullopt);
 
   Writer writer;
+  NumberText times;
   TraceDescription run;
   std::vector<csv::Frame> sensors; // whose lines are most of a trace
 };

@@ -22,7 +22,7 @@ int64_t Envelope::Stretch::mean() const {
 
 void Envelope::add(int64_t time, int32_t value) {
   const Stretch sample{time, value, 1, value, value};
-  if (length > 1 && !kept.empty() && kept.back().time / length == time / length)
+  if (doublings > 0 && !kept.empty() && numberOf(kept.back().time) == numberOf(time))
     return join(kept.back(), sample);
   // What is never filled costs nothing, and a vector that grows is twice as large for a moment.
   if (kept.empty()) kept.reserve(capacity + 1);
@@ -40,10 +40,10 @@ void Envelope::limitTo(size_t most) {
 void Envelope::thin(size_t most) {
   while (kept.size() > most) {
     // A longer stretch is made of whole shorter ones.
-    length *= 2;
+    ++doublings;
     size_t count = 0;
     for (const Stretch& stretch : kept) {
-      if (count > 0 && kept[count - 1].time / length == stretch.time / length)
+      if (count > 0 && numberOf(kept[count - 1].time) == numberOf(stretch.time))
         join(kept[count - 1], stretch);
       else
         kept[count++] = stretch;
@@ -58,14 +58,14 @@ std::string Envelope::encoded() const {
   int64_t step = 0;
   int64_t mean = 0;
   for (const Stretch& stretch : kept) {
-    appendNumber(text, stretch.time / length - number - step);
+    appendNumber(text, numberOf(stretch.time) - number - step);
     appendNumber(text, stretch.mean() - mean);
-    if (length > 1) {
+    if (doublings > 0) {
       appendNumber(text, stretch.mean() - stretch.low);
       appendNumber(text, stretch.high - stretch.mean());
     }
-    step = stretch.time / length - number;
-    number = stretch.time / length;
+    step = numberOf(stretch.time) - number;
+    number = numberOf(stretch.time);
     mean = stretch.mean();
   }
   return text;

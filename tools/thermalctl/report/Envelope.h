@@ -39,7 +39,7 @@ public:
   size_t size() const { return kept.size(); }
   const std::vector<Stretch>& stretches() const { return kept; }
   // How long each is, in milliseconds; 1 as long as every sample is kept.
-  int64_t stretch() const { return length; }
+  int64_t stretch() const { return int64_t{1} << doublings; }
 
   // As text: for each sample the second difference of the time and the difference of the value; for
   // each stretch the second difference of its number, the difference of the mean, and how far below
@@ -49,7 +49,10 @@ public:
 private:
   void thin(size_t most);
 
+  // The stretch that a time lies in.
+  int64_t numberOf(int64_t time) const { return time >> doublings; }
+
   size_t capacity;
-  int64_t length = 1; // milliseconds
+  int doublings = 0; // of a stretch of a millisecond
   std::vector<Stretch> kept;
 };

@@ -34,10 +34,14 @@ void EventTrace::begin(const TraceDescription& run) {
   names.clear();
   for (const SensorTrack& sensor : run.sensors)
     names.push_back(sensor.name);
+  // Some event always stands before the first sample.
+  sampleStart = ",\n{\"ph\":\"C\",\"pid\":" + std::to_string(process) + ",\"ts\":";
   for (const SensorTrack& sensor : run.sensors)
-    sensors.push_back(jsonString(sensor.name + (sensor.kind == SensorTrack::Kind::kPlantNode
+    sensors.push_back(",\"name\":" +
+                      jsonString(sensor.name + (sensor.kind == SensorTrack::Kind::kPlantNode
                                                     ? " of the plant, degrees C"
-                                                    : ", degrees C")));
+                                                    : ", degrees C")) +
+                      ",\"args\":{\"value\":");
   devices.clear();
   for (const DeviceTrack& device : run.devices)
     devices.push_back(jsonString(device.name + ", level"));
@@ -47,8 +51,7 @@ void EventTrace::begin(const TraceDescription& run) {
 }
 
 void EventTrace::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  event("C") << R"(,"ts":)" << time * kMicroseconds << R"(,"name":)" << sensors[sensor]
-             << R"(,"args":{"value":)";
+  writer << sampleStart << times.of(time * kMicroseconds) << sensors[sensor];
   writer.decimal(millidegrees) << "}}";
 }
 

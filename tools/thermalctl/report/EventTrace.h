@@ -48,11 +48,13 @@ private:
   void endSlice(int64_t time, int64_t thread);
 
   Writer writer;
+  NumberText times;
   bool first;
   int64_t process;
   std::vector<std::string> names;   // of the sensors
-  std::vector<std::string> sensors; // ready for JSON, like the devices
-  std::vector<std::string> devices;
+  std::string sampleStart;          // up to its time
+  std::vector<std::string> sensors; // a sample from there to its value
+  std::vector<std::string> devices; // ready for JSON, like the sources
   std::vector<std::string> sources;
   std::vector<bool> open; // by thread
 };

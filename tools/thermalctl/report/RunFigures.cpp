@@ -23,14 +23,6 @@ void RunFigures::begin(const TraceDescription& run) {
   }
 }
 
-void RunFigures::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  temperatures[sensor].set(time, millidegrees);
-  for (Watch& watch : watches[sensor]) {
-    if (!watch.firstAbove && millidegrees > description.budgets[watch.budget].bound)
-      watch.firstAbove = time;
-  }
-}
-
 void RunFigures::level(int64_t time, size_t device, int32_t level, const std::string&) {
   levels[device].set(time, level);
 }

@@ -15,10 +15,16 @@
 // Shape:  the records and the verdicts are whole once the run has ended.
 // Units:  milliseconds, and those of the records.
 // Memory: grows with the number of different values, not with the length of the run.
-class RunFigures : public TraceSink {
+class RunFigures final : public TraceSink {
 public:
   void begin(const TraceDescription& run) override;
-  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override {
+    temperatures[sensor].set(time, millidegrees);
+    for (Watch& watch : watches[sensor]) {
+      if (!watch.firstAbove && millidegrees > description.budgets[watch.budget].bound)
+        watch.firstAbove = time;
+    }
+  }
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void power(int64_t time, size_t source, int64_t microwatts) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;

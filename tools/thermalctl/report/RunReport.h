@@ -48,8 +48,11 @@ public:
     RunResult& result() { return results.back(); }
 
     void begin(const TraceDescription& run) override { pass(&TraceSink::begin, run); }
+    // Nearly all that is ever told.
     void temperature(int64_t time, size_t sensor, int32_t millidegrees) override {
-      pass(&TraceSink::temperature, time, sensor, millidegrees);
+      figures.temperature(time, sensor, millidegrees);
+      for (TraceSink* sink : sinks)
+        sink->temperature(time, sensor, millidegrees);
     }
     void level(int64_t time, size_t device, int32_t level, const std::string& entry) override {
       pass(&TraceSink::level, time, device, level, entry);
@@ -77,6 +80,7 @@ public:
 
     template <typename... Parameters, typename... Arguments>
     void pass(void (TraceSink::*event)(Parameters...), const Arguments&... arguments) {
+      (figures.*event)(arguments...);
       for (TraceSink* sink : sinks)
         (sink->*event)(arguments...);
     }
@@ -89,7 +93,7 @@ public:
     std::unique_ptr<CsvTrace> csv;
     std::unique_ptr<EventTrace> events;
     std::unique_ptr<HtmlReport> page;
-    std::vector<TraceSink*> sinks{&figures};
+    std::vector<TraceSink*> sinks; // beside the figures
   };
 
   // Makes the directory, if need be, and begins the files. Returns what stands in the way.

@@ -97,10 +97,6 @@ void Summary::begin(const TraceDescription& run) {
   runs.back()->begin(run);
 }
 
-void Summary::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
-  runs.back()->temperature(time, sensor, millidegrees);
-}
-
 void Summary::level(int64_t time, size_t device, int32_t level, const std::string& entry) {
   runs.back()->level(time, device, level, entry);
 }

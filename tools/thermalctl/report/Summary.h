@@ -16,10 +16,12 @@
 //         no such value.
 // Units:  shown in degrees Celsius with one digit, h:mm:ss, per cent, changes per minute, and joules.
 // Memory: grows with the number of different values, not with the length of a run.
-class Summary : public TraceSink {
+class Summary final : public TraceSink {
 public:
   void begin(const TraceDescription& run) override;
-  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override;
+  void temperature(int64_t time, size_t sensor, int32_t millidegrees) override {
+    runs.back()->temperature(time, sensor, millidegrees);
+  }
   void level(int64_t time, size_t device, int32_t level, const std::string& entry) override;
   void power(int64_t time, size_t source, int64_t microwatts) override;
   void gap(int64_t from, int64_t to, std::optional<size_t> sensor) override;

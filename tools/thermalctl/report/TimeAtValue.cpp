@@ -1,50 +1,63 @@
 #include "report/TimeAtValue.h"
 
 #include <algorithm>
-#include <iterator>
 #include <numeric>
 
-namespace {
-
-template <typename Iterator> int64_t sum(Iterator first, Iterator last) {
-  return std::accumulate(first, last, int64_t{0},
-                         [](int64_t total, const auto& held) { return total + held.second; });
-}
-
-} // namespace
-
-void TimeAtValue::set(int64_t time, int32_t value) {
-  if (!current) {
+void TimeAtValue::change(int64_t time, int32_t value) {
+  if (current) {
+    finish(time);
+    ++changeCount;
+    least = std::min(least, value);
+    most = std::max(most, value);
+  } else {
     since = time;
-    current = times.try_emplace(value, 0).first;
-    return;
+    first = least = most = value;
   }
-  if ((*current)->first == value) return;
-  finish(time);
-  ++changeCount;
-  // A value that another replaces at the same time was still there: it may be the highest.
-  current = times.try_emplace(placeOf(value), value, 0);
+  held = value;
+  moveTo(value);
 }
 
-// What a value is put in front of. A temperature that moves goes to one of its neighbours, mostly.
-TimeAtValue::Times::iterator TimeAtValue::placeOf(int32_t value) {
-  constexpr int kNeighbours = 3;
-  auto place = *current;
-  for (int i = 0; i < kNeighbours; ++i) {
-    if (place->first < value) {
-      if (++place == times.end() || place->first >= value) return place;
-    } else {
-      if (place == times.begin() || std::prev(place)->first < value) return place;
-      --place;
-    }
+// A value that another replaces at the same time was still there: it may be the highest.
+void TimeAtValue::moveTo(int32_t value) {
+  constexpr auto kSize = static_cast<int64_t>(kNeighbours);
+  const int64_t distance = value - first;
+  if (unit == 0 ? distance != 0 : distance % unit != 0) takeUnit(distance);
+  const int64_t index = unit == 0 ? 0 : distance / unit;
+  place = static_cast<size_t>(index & (kSize - 1));
+  const int64_t number = (index - static_cast<int64_t>(place)) / kSize;
+  Near& known = near[static_cast<size_t>(number) % kNear];
+  if (!known.block || known.number != number) {
+    const auto [found, isNew] = blocks.try_emplace(number);
+    if (isNew) found->second.times.fill(kNever);
+    known = {number, &found->second};
   }
-  return times.lower_bound(value);
+  current = known.block;
+  add(0);
+}
+
+void TimeAtValue::add(int64_t time) {
+  int64_t& here = current->times[place];
+  here = std::max<int64_t>(here, 0) + time;
+  current->whole += time;
+}
+
+// A value lies between those that could be told apart up to now.
+void TimeAtValue::takeUnit(int64_t distance) {
+  const auto values = all();
+  blocks.clear();
+  near = {};
+  unit = std::gcd(unit, distance);
+  for (const auto& [value, time] : values) {
+    moveTo(value);
+    add(time);
+  }
 }
 
 void TimeAtValue::finish(int64_t time) {
   if (current) {
-    (*current)->second += time - since;
+    add(time - since);
     whole += time - since;
+    weighted += static_cast<double>(held) * static_cast<double>(time - since);
   }
   since = time;
 }
@@ -54,34 +67,64 @@ void TimeAtValue::skip(int64_t from, int64_t to) {
   since = std::max(to, since);
 }
 
+int64_t TimeAtValue::valueOf(int64_t number, size_t in) const {
+  const int64_t index = number * static_cast<int64_t>(kNeighbours) + static_cast<int64_t>(in);
+  return first + index * std::max<int64_t>(unit, 1);
+}
+
+std::vector<std::pair<int32_t, int64_t>> TimeAtValue::all() const {
+  std::vector<std::pair<int32_t, int64_t>> values;
+  for (const auto& [number, block] : blocks) {
+    for (size_t i = 0; i < kNeighbours; ++i)
+      if (block.times[i] != kNever)
+        values.emplace_back(static_cast<int32_t>(valueOf(number, i)), block.times[i]);
+  }
+  return values;
+}
+
+int64_t TimeAtValue::below(int64_t value) const {
+  int64_t sum = 0;
+  for (const auto& [number, block] : blocks) {
+    if (valueOf(number + 1, 0) <= value) {
+      sum += block.whole;
+      continue;
+    }
+    for (size_t i = 0; i < kNeighbours && valueOf(number, i) < value; ++i)
+      sum += std::max<int64_t>(block.times[i], 0);
+  }
+  return sum;
+}
+
 int64_t TimeAtValue::at(int32_t value) const {
-  const auto held = times.find(value);
-  return held == times.end() ? 0 : held->second;
+  return atMost(value) - below(value);
 }
 
 int64_t TimeAtValue::atLeast(int32_t value) const {
-  return sum(times.lower_bound(value), times.end());
+  return whole - below(value);
 }
 
 int64_t TimeAtValue::atMost(int32_t value) const {
-  return sum(times.begin(), times.upper_bound(value));
+  return below(int64_t{value} + 1);
 }
 
 double TimeAtValue::mean() const {
-  if (whole == 0) return (*current)->first;
-  double weighted = 0;
-  for (const auto& [value, time] : times)
-    weighted += static_cast<double>(value) * static_cast<double>(time);
-  return weighted / static_cast<double>(whole);
+  return whole == 0 ? held : weighted / static_cast<double>(whole);
 }
 
 int32_t TimeAtValue::percentile(double percent) const {
-  if (whole == 0) return (*current)->first;
+  if (whole == 0) return held;
   const double wanted = static_cast<double>(whole) * percent / 100;
   int64_t passed = 0;
-  for (const auto& [value, time] : times) {
-    passed += time;
-    if (static_cast<double>(passed) >= wanted) return value;
+  for (const auto& [number, block] : blocks) {
+    if (static_cast<double>(passed + block.whole) < wanted) {
+      passed += block.whole;
+      continue;
+    }
+    for (size_t i = 0; i < kNeighbours; ++i) {
+      if (block.times[i] == kNever) continue;
+      passed += block.times[i];
+      if (static_cast<double>(passed) >= wanted) return static_cast<int32_t>(valueOf(number, i));
+    }
   }
-  return highest();
+  return most;
 }

@@ -32,8 +32,9 @@ Writer& Writer::decimal(int64_t thousandths) {
   char* end = std::to_chars(first, first + kLongest, size / 1000).ptr;
   if (const uint64_t rest = size % 1000) {
     *end++ = '.';
-    for (uint64_t left = rest, digit = 100; left > 0; left %= digit, digit /= 10)
-      *end++ = static_cast<char>('0' + left / digit);
+    *end++ = static_cast<char>('0' + rest / 100);
+    if (rest % 100 > 0) *end++ = static_cast<char>('0' + rest / 10 % 10);
+    if (rest % 10 > 0) *end++ = static_cast<char>('0' + rest % 10);
   }
   used += static_cast<size_t>(end - first);
   return *this;
@@ -42,6 +43,12 @@ Writer& Writer::decimal(int64_t thousandths) {
 void Writer::flush() {
   out.write(block.data(), static_cast<std::streamsize>(used));
   used = 0;
+}
+
+void NumberText::make(int64_t number) {
+  length = static_cast<size_t>(std::to_chars(text.data(), text.data() + text.size(), number).ptr -
+                               text.data());
+  known = number;
 }
 
 std::string jsonString(const std::string& text) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -45,6 +46,22 @@ private:
   std::ostream& out;
   std::string block;
   size_t used = 0; // of it
+};
+
+// A number as text, kept while the same one comes again: much happens at one time.
+class NumberText {
+public:
+  std::string_view of(int64_t number) {
+    if (length == 0 || number != known) make(number);
+    return {text.data(), length};
+  }
+
+private:
+  void make(int64_t number);
+
+  std::array<char, 20> text{}; // the longest number has as many
+  size_t length = 0;
+  int64_t known = 0;
 };
 
 // `text` as a JSON string, quotes included. Bytes that are not UTF-8 are replaced.

@@ -45,6 +45,7 @@ void Engine::Control::handOverName(SensorThread& thread, bool newConf) {
     engine.observer.inForce(engine.now, owner->confFileName, requestedScenName);
   prepareName(thread, newConf);
   engine.sample(engine.schedule.workerOf(thread), &SensorThread::takeOverScenario);
+  engine.observer.items(engine.now);
 }
 
 // A worker that slept until now makes a whole pass, one in its period lets the woken items decide
@@ -191,12 +192,14 @@ void Engine::sample(const SensorWorker& worker, void (SensorThread::*step)()) {
     feed.refresh(probe);
   (worker.thread->*step)();
   observer.temperatures(now, worker);
-  observer.items(now);
   schedule.wake(now);
 }
 
+// It may wake items, and changes nothing else of them.
 void Engine::pass(SensorWorker& worker) {
+  const int64_t awake = schedule.awakeItems();
   sample(worker, &SensorThread::samplingPass);
+  if (schedule.awakeItems() != awake) observer.items(now);
   worker.due = now + worker.period;
 }
 

@@ -196,16 +196,6 @@ void Network::apply(const Step& step) {
     state[mode] = after(step.modes[mode], state[mode], drives[mode], driveSlopes[mode]);
 }
 
-double Network::temperature(size_t node) const {
-  const double own = node < numbers.nodes ? 0 : observers[node - numbers.nodes].part;
-  return presentAmbient() + own + aboveAmbient(node);
-}
-
-// But for the part of an observer that is its own.
-double Network::aboveAmbient(size_t node) const {
-  return std::inner_product(state.begin(), state.end(), row(node), 0.0);
-}
-
 // The solution of x' = -r x + drive + slope t, and for a mode of nearly an observer's rate that of
 // the chain of both.
 Network::Step Network::stepOf(double seconds) const {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <vector>
 
 #include "simulate/Modes.h"
@@ -46,7 +47,10 @@ public:
   void advanceBy(double seconds);
 
   // In proportion to the number of nodes.
-  double temperature(size_t node) const;
+  double temperature(size_t node) const {
+    const double own = node < numbers.nodes ? 0 : observers[node - numbers.nodes].part;
+    return presentAmbient() + own + aboveAmbient(node);
+  }
 
 private:
   // What follows a node, as the part of it that no mode holds: it goes by itself, but for the modes
@@ -74,10 +78,15 @@ private:
   };
 
   const double* row(size_t node) const { return rows.data() + node * numbers.nodes; }
-  double aboveAmbient(size_t node) const;
+  // But for the part of an observer that is its own.
+  double aboveAmbient(size_t node) const {
+    return std::inner_product(state.begin(), state.end(), row(node), 0.0);
+  }
   void addObserverRow(Observer& observer);
   double sinceSet() const { return static_cast<double>(milliseconds) / 1000 + beyond; }
-  double presentAmbient() const { return ambient + ambientSlope * sinceSet(); }
+  double presentAmbient() const {
+    return ambientSlope == 0 ? ambient : ambient + ambientSlope * sinceSet();
+  }
   void setFromNowOn();
   void updateDrives();
   void apply(const Step& step);

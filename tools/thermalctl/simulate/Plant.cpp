@@ -13,27 +13,7 @@ double secondsOf(int64_t milliseconds) {
   return static_cast<double>(milliseconds) / 1000;
 }
 
-// As std::round has it, which is a call into a library where the processor need not have it. Of
-// numbers below 1e15, whose fractions are exact.
-int64_t nearestWhole(double number) {
-  const auto whole = static_cast<int64_t>(number);
-  const double rest = number - static_cast<double>(whole);
-  return whole + static_cast<int64_t>(rest >= 0.5) - static_cast<int64_t>(rest <= -0.5);
-}
-
-bool isLarge(double number) {
-  return !(std::abs(number) < 1e15);
-}
-
 } // namespace
-
-int32_t millidegreesOf(double celsius) {
-  using Limits = std::numeric_limits<int32_t>;
-  const double exact = celsius * 1000;
-  if (isLarge(exact)) return exact > 0 ? Limits::max() : Limits::min();
-  return static_cast<int32_t>(
-      std::clamp<int64_t>(nearestWhole(exact), Limits::min(), Limits::max()));
-}
 
 Plant::Plant(const PlantDescription& description, uint64_t seed)
     : plant(description), network(networkOf(description, observed)),
@@ -148,7 +128,9 @@ int32_t Plant::reading(size_t probe) {
   if (sensor.noise > 0) celsius += sensor.noise * noise[probe].normal();
   if (sensor.step > 0) {
     const double steps = celsius / sensor.step;
-    celsius = (isLarge(steps) ? steps : static_cast<double>(nearestWhole(steps))) * sensor.step;
+    const bool hasFraction = std::abs(steps) < 1e15;
+    celsius =
+        (hasFraction ? static_cast<double>(nearestWhole<int64_t>(steps)) : steps) * sensor.step;
   }
   return millidegreesOf(celsius);
 }

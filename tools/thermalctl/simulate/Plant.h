@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -11,8 +12,20 @@
 #include "simulate/SourceLevels.h"
 #include "trace/Trace.h"
 
+// As std::round has it, which is a call into a library where the processor need not have it. Of
+// numbers that the type can hold.
+template <typename Whole> Whole nearestWhole(double number) {
+  const auto whole = static_cast<Whole>(number);
+  const double rest = number - static_cast<double>(whole);
+  return whole + static_cast<Whole>(rest >= 0.5) - static_cast<Whole>(rest <= -0.5);
+}
+
 // As a reading has it: rounded. A plant may run away to any temperature; the daemon knows 32 bits.
-int32_t millidegreesOf(double celsius);
+inline int32_t millidegreesOf(double celsius) {
+  constexpr double kLeast = std::numeric_limits<int32_t>::min();
+  constexpr double kMost = std::numeric_limits<int32_t>::max();
+  return nearestWhole<int32_t>(std::min(std::max(kLeast, celsius * 1000), kMost));
+}
 
 // The board's heat in time: what the sources give off at the devices' levels and the workload's
 // loads, and what the sensors read of it.

@@ -21,11 +21,13 @@ public:
   // Close to a normal distribution of mean 0 and deviation 1, and never beyond 6: the sum of twelve
   // even ones.
   double normal() {
-    double sum = -6;
+    // As many bits as a double holds, each a number from 0 to 1 in the last of its places: a power
+    // of two changes no digit, so that it is enough to take it off the sum.
+    constexpr double kPlaces = 0x1p53;
+    double sum = -6 * kPlaces;
     for (int i = 0; i < 12; ++i)
-      // As many bits as a double holds, as a number from 0 to 1.
-      sum += static_cast<double>(next() >> 11) * 0x1p-53;
-    return sum;
+      sum += static_cast<double>(static_cast<int64_t>(next() >> 11));
+    return sum / kPlaces;
   }
 
 private:

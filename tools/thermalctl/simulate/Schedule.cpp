@@ -67,6 +67,13 @@ const Change& Schedule::takeChange() {
   return change;
 }
 
+int64_t Schedule::awakeItems() const {
+  int64_t count = 0;
+  for (const ItemWorker& worker : itemWorkers)
+    count += worker.ask([](auto* thread) { return thread->activeCount.load(); });
+  return count;
+}
+
 void Schedule::wake(int64_t now) {
   const auto wakeUp = [now](auto& worker) {
     if (worker.due == kNever && worker.isAwake()) worker.due = now;

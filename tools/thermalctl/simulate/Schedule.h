@@ -67,6 +67,8 @@ public:
 
   const Change& takeChange();
 
+  // How many items are awake.
+  int64_t awakeItems() const;
   // Lets whoever slept and is awake by now have a pass at once.
   void wake(int64_t now);
 

@@ -78,4 +78,30 @@ TEST(LikelihoodTest, AFineStepIsAsGoodAsNone) {
                 (Likelihood{1, 0.049}.of(40, 40 + apart).misfit), 1e-3);
 }
 
+TEST(LikelihoodTest, ATableHasWhatTheLikelihoodHas) {
+  for (const double noise : {0.05, 0.3, 2.0})
+    for (const double step : {0.0, 0.1, 1.0, 5.0}) {
+      const Likelihood likelihood{noise, step};
+      const LikelihoodTable table(likelihood);
+      EXPECT_EQ(table.best(), likelihood.best());
+      for (double apart = -2 * step - 10 * noise; apart < 2 * step + 10 * noise;
+           apart += noise / 37) {
+        const Agreement exact = likelihood.of(40, 40 + apart);
+        const Agreement found = table.of(40, 40 + apart);
+        const std::string where = std::to_string(noise) + " " + std::to_string(step) + " " +
+                                  std::to_string(apart / noise);
+        EXPECT_NEAR(found.misfit, exact.misfit, 1e-6) << where;
+        EXPECT_NEAR(found.slope * noise, exact.slope * noise, 1e-4) << where;
+        EXPECT_NEAR(found.weight * noise * noise, exact.weight * noise * noise, 2e-3) << where;
+      }
+    }
+}
+
+TEST(LikelihoodTest, ATableIsOfOneNoiseAndOneStep) {
+  const LikelihoodTable table({0.3, 1});
+  EXPECT_TRUE(table.isOf({0.3, 1}));
+  EXPECT_FALSE(table.isOf({0.3, 0.1}));
+  EXPECT_FALSE(table.isOf({0.2, 1}));
+}
+
 } // namespace

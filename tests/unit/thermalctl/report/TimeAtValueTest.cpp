@@ -1,5 +1,9 @@
 #include "report/TimeAtValue.h"
 
+#include <limits>
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -115,6 +119,66 @@ TEST(TimeAtValueTest, APercentileOfNoTimeIsTheLastValue) {
   record.set(0, 10);
   record.set(0, 5);
   EXPECT_EQ(record.percentile(99), 5);
+}
+
+TEST(TimeAtValueTest, CountsAValueThatIsAlone) {
+  TimeAtValue record;
+  record.set(0, 30);
+  record.finish(4000);
+  EXPECT_EQ(record.at(30), 4000);
+  EXPECT_EQ(record.at(29), 0);
+  EXPECT_EQ(record.atLeast(30), 4000);
+  EXPECT_EQ(record.atLeast(31), 0);
+  EXPECT_EQ(record.atMost(29), 0);
+  EXPECT_EQ(record.percentile(50), 30);
+}
+
+TEST(TimeAtValueTest, KeepsTheTimesWhenAValueLiesBetweenTheSteps) {
+  TimeAtValue record;
+  const int32_t values[] = {25'000, 25'100, 24'800, 31'000, 25'100, 25'130, 24'999, 25'000};
+  int64_t time = 0;
+  for (const int32_t value : values)
+    record.set(time += 1000, value);
+  record.finish(time + 1000);
+  using Times = std::vector<std::pair<int32_t, int64_t>>;
+  EXPECT_EQ(record.all(), (Times{{24'800, 1000},
+                                 {24'999, 1000},
+                                 {25'000, 2000},
+                                 {25'100, 2000},
+                                 {25'130, 1000},
+                                 {31'000, 1000}}));
+  EXPECT_EQ(record.atLeast(25'001), 4000);
+  EXPECT_EQ(record.atMost(25'100), 6000);
+  EXPECT_EQ(record.percentile(75), 25'100);
+}
+
+TEST(TimeAtValueTest, TakesValuesAsFarApartAsThereAre) {
+  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+  TimeAtValue record;
+  record.set(0, kMost);
+  record.set(1000, kLeast);
+  record.set(2000, 0);
+  record.finish(4000);
+  EXPECT_EQ(record.at(kLeast), 1000);
+  EXPECT_EQ(record.at(kMost), 1000);
+  EXPECT_EQ(record.atLeast(kLeast), 4000);
+  EXPECT_EQ(record.atMost(kMost), 4000);
+  EXPECT_EQ(record.percentile(50), 0);
+}
+
+TEST(TimeAtValueTest, FindsItsWayBackFromManyValues) {
+  TimeAtValue record;
+  int64_t time = 0;
+  for (int32_t round = 0; round < 3; ++round) {
+    for (int32_t value = -9000; value <= 9000; value += 7)
+      record.set(time++, value);
+  }
+  record.finish(time);
+  EXPECT_EQ(record.all().size(), 2572u);
+  for (const auto& [value, held] : record.all())
+    ASSERT_EQ(held, 3) << value;
+  EXPECT_DOUBLE_EQ(record.mean(), -1.5);
 }
 
 } // namespace

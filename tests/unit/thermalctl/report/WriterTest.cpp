@@ -26,6 +26,15 @@ TEST(WriterTest, WritesThousandthsWithoutZerosAtTheEnd) {
   EXPECT_EQ(decimalOf(std::numeric_limits<int64_t>::min()), "-9223372036854775.808");
 }
 
+TEST(WriterTest, KeepsTheTextOfANumberUntilAnotherComes) {
+  NumberText text;
+  EXPECT_EQ(text.of(0), "0");
+  EXPECT_EQ(text.of(0), "0");
+  EXPECT_EQ(text.of(1'250'000), "1250000");
+  EXPECT_EQ(text.of(std::numeric_limits<int64_t>::min()), "-9223372036854775808");
+  EXPECT_EQ(text.of(0), "0");
+}
+
 TEST(WriterTest, LosesNothingAcrossItsBlocks) {
   std::string wanted;
   std::ostringstream out;
