@@ -39,24 +39,14 @@ bool passesCheck(const std::string& environment, const std::vector<std::string>&
   return findings.empty() && inspection.isWhole();
 }
 
-std::vector<std::string> sensorsInOtherUnits(const std::string& environment) {
-  std::vector<std::string> names;
-  for (const auto& [sensor, unit] : inspect({environment, {}, std::nullopt, {}}).settings.units)
-    if (unit != 1) names.push_back(sensor);
-  return names;
+SensorUnits unitsOf(const std::string& environment) {
+  return inspect({environment, {}, std::nullopt, {}}).settings.units;
 }
 
 bool mayRun(const std::string& environment, const std::vector<std::string>& configurations,
             const Problems& problems) {
   if (!configurations.empty() && !passesCheck(environment, configurations)) {
     complain(kCouldNotRun, "nothing was run: the check has found errors");
-    return false;
-  }
-  const std::vector<std::string> others = sensorsInOtherUnits(environment);
-  if (!others.empty()) {
-    complain(kCouldNotRun, "nothing was run: a plant's sensors count in millidegrees, and by the "
-                           "board's settings not " +
-                               listed(others));
     return false;
   }
   problems.print(std::cerr, colourFor(STDERR_FILENO));
