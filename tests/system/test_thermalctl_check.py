@@ -243,7 +243,7 @@ def test_without_a_readable_board_every_name_is_taken_for_granted(board):
 @pytest.mark.parametrize("args, message", [
     ([], "--env is required"),
     (["--env"], "--env"),
-    (["--env", "board.env", "--format", "xml"], "xml not in {text,json,sarif"),
+    (["--env", "board.env", "--format", "xml"], "'xml' is none of text, json, sarif"),
     (["--env", "board.env", "--format", "markdown"], "--format: markdown is for --explain all"),
     (["--env", "board.env", "--disable", "sampling-too-shrt"],
      "--disable: there is no rule 'sampling-too-shrt'; did you mean 'sampling-too-short'?"),

@@ -333,6 +333,41 @@ def test_what_cannot_be_run_is_told_with_its_place(thermalctl, boards, name, old
     assert err.endswith(f"thermalctl: '{new}' cannot be simulated\n")
 
 
+@pytest.mark.parametrize("name, old_text, new_text, message", [
+    ("study.toml", '"game"', '"gmae"', "{}study.toml:"),
+    ("plant.toml", "= 70.0", "= -70.0", "{}plant.toml:23:21: error: 'joules_per_kelvin' must be a number"),
+    (DAY, "algo_type monitor", "algo_type monitr", "{}talmor-thermal.conf:4:11: error: the daemon ends"),
+    ("plant.toml", "", None, "{}plant.toml"), ("talmor-thermal.env", "", None, "holds no environment file")])
+def test_the_files_of_a_revision_are_named_as_git_names_them(thermalctl, boards, name, old_text, new_text, message):
+    old, _ = boards
+    git(old.parent, "init", "-q")
+    if new_text is None:
+        (old / name).unlink()
+    else:
+        edit(old, old_text, new_text, name)
+    git(old.parent, "add", old.name)
+    git(old.parent, "commit", "-qm", "board")
+    shutil.copytree(boards[1], old, dirs_exist_ok=True)
+    run = subprocess.run([*thermalctl.command, "diff", "HEAD", old.name, "--simulate"], cwd=old.parent,
+                         capture_output=True, text=True)
+    assert (run.returncode, run.stdout) == (2, "")
+    assert message.format("HEAD:old/") in run.stderr
+    assert "'HEAD:old'" in run.stderr or "HEAD:old/" in run.stderr
+    assert "thermalctl-" not in run.stderr
+
+
+def test_a_file_that_a_revision_lacks_is_named_as_git_names_it(thermalctl, board):
+    git(board, "init", "-q")
+    git(board, "add", ".")
+    git(board, "commit", "-qm", "board")
+    shutil.copy(board / DAY, board / "new.conf")
+    run = subprocess.run([*thermalctl.command, "diff", "HEAD", "new.conf"], cwd=board, capture_output=True,
+                         text=True)
+    assert (run.returncode, run.stdout) == (2, "")
+    assert run.stderr.startswith("thermalctl: cannot read HEAD:new.conf: No such file or directory")
+    assert "thermalctl-" not in run.stderr
+
+
 @pytest.mark.parametrize("words, message", [
     (("nowhere", "."), "there is no file, no folder and no revision 'nowhere'"),
     ((PHONE, PHONE / DAY), "are a folder and a file; compare two of a kind"),

@@ -71,6 +71,19 @@ def test_a_finding_tells_the_devices_view(build_dir, tmp_path, what, view):
     assert view in told["message"]
 
 
+def test_a_virtual_sensor_that_no_heat_of_the_plant_switches_on_is_told(thermalctl, tmp_path):
+    for path in PHONE.iterdir():
+        if path.is_file():
+            (tmp_path / path.name).write_bytes(path.read_bytes())
+    (tmp_path / "thermalctl.toml").write_text('plant = "plant.toml"\n')
+    environment = tmp_path / "talmor-thermal.env"
+    environment.write_text(environment.read_text().replace("set_point 29000", "set_point 99000"))
+    told = json.loads(thermalctl("check", *files_of(tmp_path), "--format", "json").out)["findings"]
+    assert [each["rule"] for each in told] == ["virtual-never-on"]
+    assert re.fullmatch(r"'battery' never comes above 99 °C: its hottest is [\d.]+ °C, so that the sensor is never "
+                        r"switched on, and 12 items on it sleep for ever", told[0]["message"])
+
+
 # The coverage.
 
 def coverage(thermalctl, *options):
@@ -105,6 +118,18 @@ def test_the_coverage_as_json(thermalctl):
     gpu = next(each for each in scenarios[1]["sensors"] if each["sensor"] == "gpu")
     assert gpu["heat"] == {"celsius": 68.0, "item": "game_gpu", "line": 109, "devices": {"gpu": 6}}
     assert (gpu["cold"], gpu["report"]) == (None, None)
+
+
+@pytest.mark.parametrize("line, direction", [("", "heat"), ("lowactive true\n", "cold")])
+def test_the_coverage_tells_the_direction_of_a_report(thermalctl, tmp_path, line, direction):
+    board = BOARDS / "camera-and-report"
+    (tmp_path / "board.env").write_text((board / "board.env").read_text())
+    (tmp_path / "day.conf").write_text(
+        f"SCEN Default\n[alarm]\nalgo_type monitor\nsensor battery\n{line}thresholds 50000\n"
+        f"thresholds_clr {'52000' if line else '48000'}\nactions report\naction_info 1\n")
+    scenarios = json.loads(thermalctl("check", *files_of(tmp_path), "--coverage", "--format", "json").out)["scenarios"]
+    battery = next(each for each in scenarios[0]["sensors"] if each["sensor"] == "battery")
+    assert battery["report"] == {"celsius": 50.0, "item": "alarm", "line": 5 + bool(line), "direction": direction}
 
 
 class Cells(HTMLParser):

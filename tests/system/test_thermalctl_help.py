@@ -79,24 +79,37 @@ def test_it_has_a_version(thermalctl):
 
 
 @pytest.mark.parametrize("words, message", [
-    ((), "A subcommand is required"),
-    (("scenario",), "NAME is required"),
-    (("reload",), "FILE is required"),
+    ((), "no command is given; there are check, scenario, reload, status, simulate, margin, fit, plot, integrate and diff"),
+    (("scenario",), "NAME is required; write thermalctl scenario NAME"),
+    (("reload",), "FILE is required; write thermalctl reload FILE"),
+    (("diff",), "OLD is required; write thermalctl diff OLD"),
+    (("integrate",), "--env is required; write --env FILE"),
+    (("check",), "--env is required; write --env FILE"),
     (("simulat",), "there is no command 'simulat'; did you mean 'simulate'?"),
     (("night",), "there is no command 'night'; there are check, scenario, reload, status, simulate,"
                  " margin, fit, plot, integrate and diff"),
-    (("scenario", "game", "more"), "The following argument was not expected: more"),
+    (("scenario", "game", "more"), "there is no place for 'more'; scenario takes NAME alone"),
+    (("check", "board.env"),
+     "there is no place for 'board.env'; check takes no word without its option, such as --env FILE"),
+    (("check", "--env"), "--env lacks its value; write --env FILE"),
+    (("check", "--format"), "--format lacks its value; write --format {text,json,sarif,github,markdown,html}"),
+    (("check", "--env", "a", "--env", "b"), "--env is given 2 times, and can be once; leave all but one out"),
     (("status", "--wach"), "there is no option '--wach'; did you mean '--watch'?"),
     (("status", "--wach=5"), "there is no option '--wach'; did you mean '--watch'?"),
     (("status", "--quite-another"), "there is no option '--quite-another'"),
     # And not that --workload is missing.
     (("simulate", "--worklaod", "game"), "there is no option '--worklaod'; did you mean '--workload'?"),
     (("check", "--format", "jsno"),
-     "--format: jsno not in {text,json,sarif,github,markdown,html}; did you mean 'json'?"),
+     "--format: 'jsno' is none of text, json, sarif, github, markdown and html; did you mean 'json'?"),
     (("scenario", "game", "--timeout", "soon"),
-     "--timeout: Value soon not in range 0.100000 to 86400.000000"),
+     "--timeout: 'soon' is no number from 0.1 to 86400"),
     (("reload", "x.conf", "--timeout", "0"),
-     "--timeout: Value 0 not in range 0.100000 to 86400.000000"),
+     "--timeout: '0' is no number from 0.1 to 86400"),
+    (("scenario", "game", "--timeout", "nan"), "--timeout: 'nan' is no number from 0.1 to 86400"),
+    (("scenario", "game", "--timeout"), "--timeout lacks its value; write --timeout SECONDS"),
+    (("simulate", "--jobs", "1.5"), "--jobs: '1.5' is no whole number from 1 to 1024"),
+    (("simulate", "--jobs", "0x4"), "--jobs: '0x4' is no whole number from 1 to 1024"),
+    (("simulate", "--jobs", "-1"), "--jobs: '-1' is no whole number from 1 to 1024"),
 ])
 def test_a_wrong_command_line_could_not_run(thermalctl, words, message):
     assert thermalctl(*words) == (

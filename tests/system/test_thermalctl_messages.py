@@ -52,6 +52,25 @@ class Phone:
 
 # Wrong kinds of files.
 
+@pytest.mark.parametrize("path, what", [("plant.toml", "a plant"), ("workloads/game.csv", "a workload"),
+                                        ("workloads/benchmark.toml", "a workload")])
+def test_a_file_that_stands_beside_the_two_is_told_once(phone, path, what):
+    text = (PHONE / path).read_text()
+    phone.write("other.env", text)
+    finding = phone.the_finding(env="other.env")
+    assert finding["rule"] == "wrong-kind-of-file"
+    assert finding["message"].startswith(f"this is {what}, of which the daemon reads nothing; 24 items depend on it")
+    assert finding["hint"] == "name the file that was meant"
+    assert text.splitlines()[finding["line"] - 1].startswith(("[node.", "time,", "[[at]]"))
+    finding = phone.the_finding(confs=["other.env", "night.conf"])
+    assert finding["message"].endswith(f"this is {what}, of which the daemon reads nothing")
+
+
+def test_a_check_that_could_read_nothing_is_no_green_answer(phone):
+    run = phone.run("--env", "nowhere.env")
+    assert (run.returncode, run.stdout) == (2, "nothing was checked\n")
+
+
 def test_two_files_swapped_are_told_once(phone):
     finding = phone.the_finding(env="day.conf", confs=["board.env"])
     assert (finding["file"], finding["line"], finding["column"]) == ("day.conf", 1, 1)

@@ -410,6 +410,12 @@ def test_everything_that_is_wrong_with_the_command_is_told_at_once(simulate):
     ]
 
 
+def test_of_a_command_line_that_names_nothing_one_thing_is_missing(simulate):
+    done = simulate(status=2)
+    assert done.err.splitlines() == ["--board: error: is missing",
+                                     "      hint: write --board DIR, or name each file with its option"]
+
+
 def test_files_that_cannot_be_read_or_written_are_named(simulate, tmp_path):
     done = simulate("--env", tmp_path / "none.env", "--conf", tmp_path / "none.conf",
                     "--plant", tmp_path, "--workload", tmp_path / "none.csv", status=2)

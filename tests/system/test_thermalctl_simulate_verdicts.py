@@ -197,11 +197,59 @@ def test_a_run_in_which_the_daemon_stands_still_is_no_pass(simulate, board, limi
     assert {row["event"] for row in events if int(row["time_ms"]) > still} == {"plant", "end"}
 
 
-def test_a_sensor_in_tenths_is_not_simulated(simulate, board):
+def in_tenths(text):
+    """The board's files with its battery in tenths of a degree."""
+    def shorter(match):
+        return re.sub(r"(-?\d+)00\b", r"\1", match[0])
+    blocks = re.split(r"\n\n", text)
+    return "\n\n".join(re.sub(r"^(thresholds|thresholds_clr|set_point|set_point_clr) .*$", shorter, block, flags=re.M)
+                       if re.search(r"^sensor battery$|^trip_sensor battery$", block, re.M) else block
+                       for block in blocks)
+
+
+def temperatures(board, sensor):
+    with open(board / "out" / "trace.csv", newline="") as file:
+        return [int(row["value"]) for row in csv.DictReader(file)
+                if (row["event"], row["name"]) == ("temperature", sensor)]
+
+
+def levels(board):
+    with open(board / "out" / "trace.csv", newline="") as file:
+        return [(row["name"], row["value"]) for row in csv.DictReader(file) if row["event"] == "level"]
+
+
+def test_a_sensor_in_tenths_is_simulated_and_told_in_degrees(simulate, board):
+    # What only the battery feeds, for the skin would sum up tenths and thousandths.
+    environment = board / "talmor-thermal.env"
+    environment.write_text(environment.read_text().replace("sensors battery big gpu", "sensors gpu big gpu"))
+    run = ("--board", board, "--workload", "game", "--duration", "20m", "--limit", "battery=40C", "--out", board / "out",
+           "--only", "csv")
+    usual = simulate(*run, status=1)
+    usual_levels, usual_temperatures = levels(board), temperatures(board, "battery")
+    for path in [environment, *board.glob("*.conf")]:
+        assert in_tenths(path.read_text()) != path.read_text()
+        path.write_text(in_tenths(path.read_text()))
     (board / "thermalctl.toml").write_text('[sensor.battery]\nunit = "tenths"\n')
-    done = simulate("--board", board, "--workload", "game", status=2)
-    assert done.out == ""
-    assert "nothing was run: " in done.err
+    done = simulate(*run, status=1)
+    now = temperatures(board, "battery")
+    assert all(value % 100 == 0 for value in now)
+    assert len(now) == len(usual_temperatures)
+    # A tenth is enough to shift a decision, and no more.
+    assert max(abs(a - b) for a, b in zip(now, usual_temperatures)) < 500
+    assert {name for name, _ in levels(board)} == {name for name, _ in usual_levels}
+    assert rows(done.out).keys() == rows(usual.out).keys()
+
+
+def test_a_fault_of_a_sensor_in_tenths_is_told_in_degrees_and_judged(simulate, board):
+    environment = board / "talmor-thermal.env"
+    environment.write_text(environment.read_text().replace("sensors battery big gpu", "sensors gpu big gpu"))
+    for path in [environment, *board.glob("*.conf")]:
+        path.write_text(in_tenths(path.read_text()))
+    (board / "thermalctl.toml").write_text('[sensor.battery]\nunit = "tenths"\n')
+    (board / "workloads" / "hot.csv").write_text("time,ambient,fault battery\n0,25,\n1m,25,52.4\n")
+    done = simulate("--board", board, "--workload", "hot", "--duration", "5m", "--limit", "battery=50C", "--out",
+                    board / "out", "--only", "csv", status=1)
+    assert max(temperatures(board, "battery")) == 52_400, done.out
 
 
 def test_the_same_configuration_twice_is_one_run(simulate, tmp_path):

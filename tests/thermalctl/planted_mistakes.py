@@ -143,6 +143,7 @@ MISTAKES = [
     phone("offsets in thousandths of a degree", "offsets -600", "offsets -6000", file=ENV),
     phone("weights that overflow", "weights 28 1 2\noffsets -600", "weights 28000 1000 8000\noffsets -600",
           file=ENV),
+    phone("a trip that is never passed", "set_point 29000", "set_point 150000", file=ENV),
     phone("a trip above the first threshold", "set_point 29000", "set_point 39000", file=ENV),
     Mistake("a trip sensor slower than its sensor", "virtuals", "board.env", "sampling 1000",
             "sampling 500", "[skin]", ("board.env", "trip_sensor battery")),

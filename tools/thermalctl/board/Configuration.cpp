@@ -1,6 +1,7 @@
 #include "board/Configuration.h"
 
 #include <algorithm>
+#include <map>
 
 #include "base/Names.h"
 #include "base/TextReader.h"
@@ -270,8 +271,13 @@ void listMeantItems(Configuration& configuration, const Environment& environment
 
 } // namespace
 
-std::vector<std::string> itemKeys(ItemKind kind) {
-  return keysOf<Item>(kind);
+const std::vector<std::string>& itemKeys(ItemKind kind) {
+  // They are asked for with each line that has a slip.
+  static const std::map<ItemKind, std::vector<std::string>> keys = {
+      {ItemKind::kMonitor, keysOf<Item>(ItemKind::kMonitor)},
+      {ItemKind::kSS, keysOf<Item>(ItemKind::kSS)},
+      {ItemKind::kNone, keysOf<Item>(ItemKind::kNone)}};
+  return keys.at(kind);
 }
 
 ItemKind meantKind(const std::string& word) {

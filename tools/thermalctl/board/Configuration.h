@@ -13,7 +13,7 @@
 #include "config/ItemFields.h"
 
 // The keys that the daemon takes up in an item of that kind; none without a kind.
-std::vector<std::string> itemKeys(ItemKind kind);
+const std::vector<std::string>& itemKeys(ItemKind kind);
 
 // A line that changes the scenario in force for the items below it: "SCEN" with a name, or a "]"
 // that does not end an item.

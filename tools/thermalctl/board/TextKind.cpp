@@ -1,6 +1,7 @@
 #include "board/TextKind.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <string_view>
 #include <vector>
 
@@ -141,7 +142,28 @@ TextKind kindByKeys(const std::string& content, const std::vector<LineWords>& li
                line.words.front().size());
 }
 
+// By the first line that gives a plant or a workload away.
+TextKind kindByLine(const std::string& content, const std::vector<LineWords>& lines) {
+  for (const LineWords& line : lines) {
+    const Kind kind = kindOfLine(line.text.substr(line.text.find(line.words.front())));
+    if (kind != Kind::kText)
+      return found(kind, content, line.start + line.text.find(line.words.front()),
+                   line.words.front().size());
+  }
+  return {};
+}
+
 } // namespace
+
+TextKind::Kind kindOfLine(const std::string& line) {
+  const auto startsWithAny = [&line](std::initializer_list<const char*> starts) {
+    return std::any_of(starts.begin(), starts.end(),
+                       [&line](const char* start) { return startsWith(line, start); });
+  };
+  if (startsWithAny({"[node.", "[sensor.", "[source.", "[[resistance]]"})) return Kind::kPlant;
+  if (startsWithAny({"[[at]]", "time,", "time;", "time\t"})) return Kind::kWorkload;
+  return Kind::kText;
+}
 
 TextKind textKindOf(const std::string& content) {
   if (isUtf16(content)) return found(Kind::kUtf16, content, 0);
@@ -153,7 +175,9 @@ TextKind textKindOf(const std::string& content) {
   const std::vector<LineWords> lines = linesOf(content);
   if (lines.empty()) return {Kind::kEmpty, {}};
   const TextKind cells = separated(content, lines);
-  return cells.kind == Kind::kText ? kindByKeys(content, lines) : cells;
+  if (cells.kind != Kind::kText) return cells;
+  const TextKind own = kindByKeys(content, lines);
+  return own.kind == Kind::kText ? kindByLine(content, lines) : own;
 }
 
 bool isUnreadable(TextKind::Kind kind) {

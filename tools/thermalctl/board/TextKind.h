@@ -21,12 +21,19 @@ struct TextKind {
     kCarriageReturns, // with no other line ends
     kSeparators,      // the cells of a spreadsheet
     kBinary,
+    // Files that stand beside the two.
+    kPlant,
+    kWorkload,
   };
   Kind kind = kText;
   Word at;
 };
 
 TextKind textKindOf(const std::string& content);
+
+// A plant or a workload by a line that no other file has, without the white space around it; text
+// otherwise.
+TextKind::Kind kindOfLine(const std::string& line);
 
 // Whether nothing of such a file is what its author meant.
 bool isUnreadable(TextKind::Kind kind);

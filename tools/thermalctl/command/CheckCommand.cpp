@@ -113,7 +113,7 @@ RuleChoice choiceOf(const Options& options) {
 }
 
 InspectionOrder orderOf(const Options& options) {
-  if (options.environment.empty()) throw UsageError("--env is required");
+  if (options.environment.empty()) throw UsageError("--env is required; write --env FILE");
   if (options.format == "markdown") throw UsageError("--format: markdown is for --explain all");
   const bool isPage = options.format == "html";
   if (isPage && !options.showsCoverage) throw UsageError("--format: html is for --coverage");

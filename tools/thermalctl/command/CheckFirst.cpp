@@ -21,17 +21,10 @@ void countWarnings(size_t warnings, const std::string& environment,
   complain(kFine, counted(warnings, "warning") + ", told by " + command);
 }
 
-// The sensors whose nodes count in something else than millidegrees, as the board's settings say.
-std::vector<std::string> sensorsInOtherUnits(const Inspection& inspection) {
-  std::vector<std::string> names;
-  for (const auto& [sensor, unit] : inspection.settings.units)
-    if (unit != 1) names.push_back(sensor);
-  return names;
-}
+} // namespace
 
-// Tells its errors and takes the rest out. False with an error.
-bool passes(Inspection& inspection, const std::string& environment,
-            const std::vector<std::string>& configurations) {
+bool passesCheck(const std::string& environment, const std::vector<std::string>& configurations) {
+  Inspection inspection = inspect({environment, configurations, std::nullopt, {}});
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
   inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
@@ -46,25 +39,14 @@ bool passes(Inspection& inspection, const std::string& environment,
   return findings.empty() && inspection.isWhole();
 }
 
-} // namespace
-
-bool passesCheck(const std::string& environment, const std::vector<std::string>& configurations) {
-  Inspection inspection = inspect({environment, configurations, std::nullopt, {}});
-  return passes(inspection, environment, configurations);
+SensorUnits unitsOf(const std::string& environment) {
+  return inspect({environment, {}, std::nullopt, {}}).settings.units;
 }
 
 bool mayRun(const std::string& environment, const std::vector<std::string>& configurations,
             const Problems& problems) {
-  Inspection inspection = inspect({environment, configurations, std::nullopt, {}});
-  if (!configurations.empty() && !passes(inspection, environment, configurations)) {
+  if (!configurations.empty() && !passesCheck(environment, configurations)) {
     complain(kCouldNotRun, "nothing was run: the check has found errors");
-    return false;
-  }
-  const std::vector<std::string> others = sensorsInOtherUnits(inspection);
-  if (!others.empty()) {
-    complain(kCouldNotRun, "nothing was run: a plant's sensors count in millidegrees, and by the "
-                           "board's settings not " +
-                               listed(others));
     return false;
   }
   problems.print(std::cerr, colourFor(STDERR_FILENO));

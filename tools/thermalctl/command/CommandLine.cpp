@@ -5,9 +5,11 @@
 
 // Compiled here alone: it takes longer than all of the commands together.
 #include <CLI/CLI.hpp>
+#include <fmt/core.h>
 
 #include "text/Characters.h"
 #include "text/Nearest.h"
+#include "text/Numbers.h"
 #include "text/Phrases.h"
 
 namespace {
@@ -33,12 +35,20 @@ std::string withHint(const std::string& what, const std::string& word,
   return hint.empty() ? what : what + "; " + hint;
 }
 
-std::string noSuchCommand(const std::string& word, const std::vector<Command>& commands) {
+std::vector<std::string> namesOf(const std::vector<Command>& commands) {
   std::vector<std::string> names(commands.size());
   std::transform(commands.begin(), commands.end(), names.begin(),
                  [](const Command& command) { return command.name; });
-  const std::string what = "there is no command '" + word + "'";
-  return what + "; " + didYouMean(word, names, "there are " + enumerated(names));
+  return names;
+}
+
+std::string thereAre(const std::vector<std::string>& names) {
+  return (names.size() == 1 ? "there is " : "there are ") + enumerated(names);
+}
+
+std::string noSuchCommand(const std::string& word, const std::vector<Command>& commands) {
+  const std::vector<std::string> names = namesOf(commands);
+  return "there is no command '" + word + "'; " + didYouMean(word, names, thereAre(names));
 }
 
 std::string noSuchOption(const std::string& word, const CLI::App& command) {
@@ -59,6 +69,90 @@ std::optional<std::string> mistypedWord(const CLI::App& app, const std::vector<C
     if (chosen.empty()) return noSuchCommand(word, commands);
   }
   return std::nullopt;
+}
+
+// "--env FILE", as it is to be written.
+std::string usageOf(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  // Of a word that is one of several, those.
+  const std::string value = type.substr(type.find(':') + 1);
+  return option.get_positional() ? option.get_name() : option.get_name() + " " + value;
+}
+
+// What a command takes, of one kind.
+template <typename IsOne> std::vector<std::string> usages(const CLI::App& command, IsOne isOne) {
+  std::vector<std::string> texts;
+  for (const CLI::Option* option : command.get_options())
+    if (isOne(*option)) texts.push_back(usageOf(*option));
+  return texts;
+}
+
+std::string missing(const CLI::App& command) {
+  const std::vector<std::string> all = usages(command, [](const CLI::Option& option) {
+    return option.get_required() && option.count() == 0;
+  });
+  const std::string first = all.front().substr(0, all.front().find(' '));
+  const bool isArgument = first.front() != '-';
+  return first + " is required; write " +
+         (isArgument ? "thermalctl " + command.get_name() + " " + first : all.front());
+}
+
+// A word that no option of the command takes, and no argument.
+std::string oneTooMany(const std::string& word, const CLI::App& command) {
+  const std::string what = "there is no place for " + quoted(word);
+  const std::vector<std::string> own =
+      usages(command, [](const CLI::Option& option) { return option.get_positional(); });
+  const std::string takes = "; " + command.get_name() + " takes ";
+  if (!own.empty()) return what + takes + enumerated(own) + " alone";
+  return what + takes + "no word without its option, such as " +
+         usages(command, [](const CLI::Option& option) {
+           return option.get_expected_max() > 0;
+         }).front();
+}
+
+// The option that a complaint of the library begins with.
+const CLI::Option* optionIn(const std::string& complaint, const CLI::App& command) {
+  const std::string name = complaint.substr(0, complaint.find_first_of(": "));
+  return command.get_option_no_throw(name);
+}
+
+// What is wrong with how often, or with how many values, an option is given.
+std::string wrongNumber(const CLI::Option& option) {
+  if (option.get_expected_max() == 0) return option.get_name() + " takes no value";
+  if (option.count() < 2) return option.get_name() + " lacks its value; write " + usageOf(option);
+  return option.get_name() + " is given " + std::to_string(option.count()) +
+         " times, and can be once; leave all but one out";
+}
+
+// What the library complains of, in the words of all others.
+std::string complaintOf(const CLI::App& app, const CLI::Error& error,
+                        const std::vector<Command>& commands) {
+  if (const auto mistyped = mistypedWord(app, commands)) return *mistyped;
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  if (chosen.empty()) return "no command is given; " + thereAre(namesOf(commands));
+  const CLI::App& command = *chosen.front();
+  const std::string kind = error.get_name();
+  if (kind == "RequiredError") return missing(command);
+  if (kind == "ExtrasError") return oneTooMany(app.remaining(true).front(), command);
+  const CLI::Option* option = optionIn(error.what(), command);
+  const bool isOwn = kind == "ValidationError" || !option;
+  return isOwn ? error.what() : wrongNumber(*option);
+}
+
+// The library would take octal and hexadecimal digits for one, too.
+bool isWholeNumber(const std::string& word) {
+  return word.find_first_not_of("0123456789") == std::string::npos && word.front() != '0';
+}
+
+CLI::Validator isNumber(double least, double most, bool isWhole) {
+  const auto complaint = [=](const std::string& word) {
+    const std::optional<double> number = parseNumber(word);
+    const bool isOne = number && (!isWhole || isWholeNumber(word));
+    if (isOne && *number >= least && *number <= most) return std::string();
+    return fmt::format("{} is no {}number from {} to {}", quoted(word), isWhole ? "whole " : "",
+                       least, most);
+  };
+  return CLI::Validator(complaint, "");
 }
 
 void addCommand(CLI::App& app, const Command& command, int& status) {
@@ -96,14 +190,14 @@ const CommandOption& CommandOption::isRequired() const {
 const CommandOption& CommandOption::isOneOf(const std::vector<std::string>& words) const {
   const auto complaint = [words](const std::string& word) {
     if (std::find(words.begin(), words.end(), word) != words.end()) return std::string();
-    return withHint(word + " not in " + CLI::detail::generate_set(words), word, words);
+    return withHint(quoted(word) + " is none of " + enumerated(words), word, words);
   };
   option->check(CLI::Validator(complaint, CLI::detail::generate_set(words)));
   return *this;
 }
 
 const CommandOption& CommandOption::isWithin(double least, double most) const {
-  option->check(CLI::Range(least, most));
+  option->check(isNumber(least, most, isWhole));
   return *this;
 }
 
@@ -120,7 +214,8 @@ const CommandOption& CommandOption::takesAll() const {
 CommandOption CommandLine::option(const std::string& name, OptionValue value,
                                   const std::string& help) {
   return CommandOption(
-      std::visit([&](auto* one) { return app->add_option(name, *one, help); }, value));
+      std::visit([&](auto* one) { return app->add_option(name, *one, help); }, value),
+      std::holds_alternative<uint64_t*>(value));
 }
 
 void CommandLine::flag(const std::string& name, bool* value, const std::string& help) {
@@ -133,7 +228,7 @@ int runCommand(const std::vector<Command>& commands, int argc, char* argv[]) {
   app.require_subcommand(1);
   app.set_version_flag("--version", "thermalctl " THERMALCTL_VERSION, "Print the version and exit");
   app.failure_message([&commands](const CLI::App* whole, const CLI::Error& error) {
-    return wrongCommandLine(mistypedWord(*whole, commands).value_or(error.what()));
+    return wrongCommandLine(complaintOf(*whole, error, commands));
   });
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.footer(kExamples);

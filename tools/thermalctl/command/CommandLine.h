@@ -20,10 +20,10 @@ class Option;
 //
 // Shape:  the calls follow one another on one option. It is good as long as the command line is
 //         read.
-// Errors: what the user gives against it is told by the library, and no command runs.
+// Errors: what the user gives against it is told with what to write, and no command runs.
 class CommandOption {
 public:
-  explicit CommandOption(CLI::Option* option_) : option(option_) {}
+  CommandOption(CLI::Option* option_, bool isWhole_) : option(option_), isWhole(isWhole_) {}
 
   // What stands behind it in the help, such as "FILE"; nothing for an empty text.
   const CommandOption& takes(const std::string& what) const;
@@ -32,6 +32,7 @@ public:
   const CommandOption& showsDefault() const;
   const CommandOption& isRequired() const;
   const CommandOption& isOneOf(const std::vector<std::string>& words) const;
+  // A number has its bounds: what is none, or beyond them, is told with both.
   const CommandOption& isWithin(double least, double most) const;
   // Given by itself, it means `value`.
   const CommandOption& mayStandAlone(const std::string& value) const;
@@ -40,6 +41,8 @@ public:
 
 private:
   CLI::Option* option;
+  // Whether its value is a number without a fraction.
+  bool isWhole;
 };
 
 using OptionValue = std::variant<std::string*, std::optional<std::string>*,
@@ -50,8 +53,8 @@ using OptionValue = std::variant<std::string*, std::optional<std::string>*,
 //
 // Shape:  names without "--" are those of arguments. A value that the user does not give stays as
 //         it was: that is its default.
-// Errors: a text that is no number, where `value` is one, is told by the library, and no command
-//         runs.
+// Errors: an option of a number is told its bounds, without which the library would take what it
+//         takes for one.
 class CommandLine {
 public:
   explicit CommandLine(CLI::App* app_) : app(app_) {}

@@ -33,6 +33,7 @@ inline void addDirectoryOption(CommandLine& line, ControlOptions& options) {
 inline void addTimeoutOption(CommandLine& line, ControlOptions& options,
                              const std::string& description) {
   line.option("--timeout", &options.timeout, description)
+      .takes("SECONDS")
       .isWithin(0.1, 86400.0)
       .showsAs("SECONDS=10");
 }

@@ -2,7 +2,9 @@
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/TextReader.h"
@@ -176,8 +178,31 @@ SimulatedSide simulatedSide(const Side& side, const Side& other) {
           own.configurations.front()};
 }
 
-ExitStatus run(const Options& options) {
-  const auto [before, after] = sidesOf(options);
+// What is told while it lives, of files of revisions by the names that git has for them.
+class Telling {
+public:
+  explicit Telling(const std::pair<Side, Side>& sides_)
+      : sides(sides_), usual(std::cerr.rdbuf(told.rdbuf())) {}
+  Telling(const Telling&) = delete;
+  Telling& operator=(const Telling&) = delete;
+  ~Telling() {
+    std::cerr.rdbuf(usual);
+    std::cerr << named(told.str());
+  }
+
+  std::string named(std::string text) const {
+    for (const Side* side : {&sides.first, &sides.second})
+      if (side->revision) text = side->revision->named(text);
+    return text;
+  }
+
+private:
+  const std::pair<Side, Side>& sides;
+  std::ostringstream told;
+  std::streambuf* usual;
+};
+
+ExitStatus compare(const Options& options, const Side& before, const Side& after) {
   Difference difference = differenceOf(readingOf(before, after), readingOf(after, before));
   if (options.simulates || options.failsOn("verdict")) {
     difference.runs = simulated(simulatedSide(before, after), simulatedSide(after, before));
@@ -188,6 +213,16 @@ ExitStatus run(const Options& options) {
                      (options.failsOn("coverage") && !difference.coverage.empty()) ||
                      (options.failsOn("verdict") && difference.runs->figures.isWorse());
   return fails ? kProblems : kFine;
+}
+
+ExitStatus run(const Options& options) {
+  const std::pair<Side, Side> sides = sidesOf(options);
+  const Telling telling(sides);
+  try {
+    return compare(options, sides.first, sides.second);
+  } catch (const UsageError& error) {
+    throw UsageError(telling.named(error.what()));
+  }
 }
 
 void addOptions(CommandLine& line, Options& options) {

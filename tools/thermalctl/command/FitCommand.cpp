@@ -93,7 +93,8 @@ std::vector<std::string> pathsOf(const std::string& list) {
 std::optional<BoardFolder> boardOf(const std::string& folder, Problems& problems) {
   std::vector<std::string> found;
   std::optional<BoardFolder> board;
-  const auto files = BoardFolder::find(folder, found);
+  auto files = BoardFolder::find(folder, found);
+  if (files) files->units = unitsOf(files->environment);
   if (files && !passesCheck(files->environment, files->configurations))
     found.push_back("nothing is fitted: the check has found errors");
   else if (files)
@@ -352,8 +353,9 @@ ExitStatus sketch(const Options& options) {
 
 ExitStatus runFit(const Options& options) {
   if (!options.sketch.empty()) return sketch(options);
-  if (options.board.empty()) throw UsageError("--board is required");
-  if (options.recordings.empty()) throw UsageError("--recording is required");
+  if (options.board.empty()) throw UsageError("--board is required; write --board DIR");
+  if (options.recordings.empty())
+    throw UsageError("--recording is required; write --recording FILE");
   Problems problems;
   std::vector<Requirement> requirements;
   for (const std::string& text : options.requirements)

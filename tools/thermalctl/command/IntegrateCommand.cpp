@@ -86,8 +86,9 @@ std::vector<Finding> findingsOf(const Inspection& inspection, const BoardNodes& 
 
 ExitStatus run(const Options& options) {
   if (options.out.has_value() == options.verified.has_value())
-    throw UsageError(options.out ? "--out and --verify exclude each other"
-                                 : "--out or --verify is required");
+    throw UsageError(options.out
+                         ? "--out and --verify exclude each other; write one of them"
+                         : "--out or --verify is required; write --out DIR or --verify DIR");
   InspectionOrder order;
   order.environment = options.environment;
   const Inspection inspection = inspect(order);

@@ -115,9 +115,9 @@ public:
   Provenance origin() const {
     std::vector<std::string> paths = options.logs;
     if (board) {
-      const auto& [environment, configurations] = board->files();
-      paths.push_back(environment);
-      paths.insert(paths.end(), configurations.begin(), configurations.end());
+      const BoardFolder::Files& own = board->files();
+      paths.push_back(own.environment);
+      paths.insert(paths.end(), own.configurations.begin(), own.configurations.end());
     }
     Provenance origin = originOf(paths, "");
     for (size_t i = 0; i < files.size(); ++i) {
@@ -258,7 +258,8 @@ bool reach(const Sources& sources, const Window::Times& times) {
 std::optional<BoardFolder> readBoard(const std::string& folder) {
   std::vector<std::string> problems;
   std::optional<BoardFolder> board;
-  const auto files = BoardFolder::find(folder, problems);
+  auto files = BoardFolder::find(folder, problems);
+  if (files) files->units = unitsOf(files->environment);
   if (files && !passesCheck(files->environment, files->configurations))
     problems.push_back("nothing is shown: the check has found errors");
   else if (files)

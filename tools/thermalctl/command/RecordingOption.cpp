@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/TextReader.h"
+#include "command/CheckFirst.h"
 #include "fit/RecordingFiles.h"
 #include "fit/Replay.h"
 #include "log/BoardFolder.h"
@@ -27,7 +28,7 @@ RecordedWorkload readRecordedWorkload(const RecordingOption& option, const std::
                                       const std::string& plantPath, Problems& problems) {
   RecordedWorkload made{{"recording", option.files, ""}, 0};
   std::vector<std::string> found;
-  const BoardFolder board({environment, {}}, found);
+  const BoardFolder board({environment, {}, unitsOf(environment)}, found);
   const std::optional<std::string> text = readFile(plantPath);
   if (!found.empty() || !text) return made;
   Problems ofPlant;

@@ -6,6 +6,7 @@
 
 #include "base/Names.h"
 #include "base/TextReader.h"
+#include "command/CheckFirst.h"
 #include "study/Seeds.h"
 #include "study/StudyFile.h"
 #include "study/Workloads.h"
@@ -25,6 +26,17 @@ void requireBoard(const std::string& board, Problems& problems) {
       {"--board " + board, {}, error ? "cannot be read: " + error.message() : "is no folder"});
 }
 
+// Of a command line that names none of its files each is missing for one reason.
+Problem missing(const std::string& option, const std::string& why, const SimulateOptions& options) {
+  const bool namesNothing = options.board.empty() && options.study.empty() &&
+                            options.environment.empty() && options.configurations.empty() &&
+                            options.plant.empty() && options.workloads.empty() &&
+                            options.recording.files.empty();
+  if (namesNothing)
+    return {"--board", {}, "is missing", "write --board DIR, or name each file with its option"};
+  return {option, {}, "is missing, and there is no " + why};
+}
+
 // The study's file that is meant; nothing for a run that the command line tells.
 std::string studyPath(const SimulateOptions& options, Problems& problems) {
   const bool isNamed = !options.workloads.empty() || !options.recording.files.empty();
@@ -33,11 +45,9 @@ std::string studyPath(const SimulateOptions& options, Problems& problems) {
   std::error_code ignored;
   if (!options.board.empty() && fs::exists(beside, ignored)) return beside;
   if (problems.none())
-    problems.add({"--workload",
-                  {},
-                  options.board.empty()
-                      ? "is missing, and there is no --board or --study to name one"
-                      : "is missing, and there is no " + beside + " to name one"});
+    problems.add(missing("--workload",
+                         (options.board.empty() ? "--board or --study" : beside) + " to name one",
+                         options));
   return "";
 }
 
@@ -52,6 +62,7 @@ public:
 
   StudyRequest read() {
     request.environment = fromBoard(options.environment, "--env", kEnvironmentFile);
+    request.units = unitsOf(request.environment);
     request.plant = fromBoard(options.plant, "--plant", "plant.toml");
     request.configurationFolder = board;
     readConfigurations();
@@ -78,8 +89,7 @@ private:
 
   std::string fromBoard(const std::string& named, const char* option, const char* path) {
     if (!named.empty()) return named;
-    if (board.empty())
-      problems.add({option, {}, "is missing, and there is no --board to take it from"});
+    if (board.empty()) problems.add(missing(option, "--board to take it from", options));
     return (fs::path(board) / fs::path(path).filename()).string();
   }
 

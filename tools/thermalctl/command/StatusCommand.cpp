@@ -1,13 +1,12 @@
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <iostream>
 #include <limits>
+#include <optional>
 
 #include "base/Names.h"
-#include "base/TextReader.h"
 #include "check/Inspection.h"
 #include "command/Commands.h"
 #include "command/ControlOptions.h"
@@ -85,12 +84,10 @@ ExitStatus run(const Options& options) {
   const ControlDirectory directory(placeOf(options.directory, kDataDirectory, root));
   const std::string file = placeOf(options.environment, kEnvironmentFile, root);
   if (const auto fault = faultOf(directory.path)) return complain(kCouldNotRun, *fault);
-  errno = 0;
-  const std::optional<std::string> content = readFile(file);
-  if (!content)
-    return complain(kCouldNotRun, describe({file, std::generic_category().message(errno)}));
-  const Environment environment = readEnvironment(file, *content);
-  const auto look = [&] { return readStatus(directory, environment, root); };
+  // With the settings beside it, which say what a node counts in.
+  const Inspection board = inspect({file, {}, std::nullopt, {}});
+  if (!board.hasBoard) return complain(kCouldNotRun, describe(board.unread.front()));
+  const auto look = [&] { return readStatus(directory, board.environment, root); };
   return options.watch ? watch(look) : show(look());
 }
 

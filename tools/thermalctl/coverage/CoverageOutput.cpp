@@ -132,6 +132,13 @@ Json toJson(const Action& action) {
   return json;
 }
 
+// A report has no direction of its own in the cell.
+Json reportToJson(const Onset& report) {
+  Json json = toJson(report);
+  json["direction"] = report.item->lowactive ? "cold" : "heat";
+  return json;
+}
+
 template <typename Entry> Json orNull(const std::optional<Entry>& entry) {
   return entry ? toJson(*entry) : Json(nullptr);
 }
@@ -140,7 +147,7 @@ Json toJson(const Section* sensor, const CoverageCell& cell) {
   return {{"sensor", sensor->name},
           {"heat", orNull(cell.heat)},
           {"cold", orNull(cell.cold)},
-          {"report", orNull(cell.report)}};
+          {"report", cell.report ? reportToJson(*cell.report) : Json(nullptr)}};
 }
 
 constexpr char kPageHead[] =

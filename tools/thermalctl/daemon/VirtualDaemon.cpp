@@ -105,6 +105,11 @@ void describeDetails(const SS& ss, const TraceDescription& board, AlgorithmTrack
   if (const auto index = indexOf(board.devices, ss.device->name)) track.devices.push_back(*index);
 }
 
+void toMillidegrees(std::vector<AlgorithmTrack::Threshold>& thresholds, const SensorTrack& sensor) {
+  for (AlgorithmTrack::Threshold& each : thresholds)
+    each = {sensor.millidegreesOf(each.reached), sensor.millidegreesOf(each.cleared)};
+}
+
 } // namespace
 
 VirtualDaemon::VirtualDaemon(const std::string& environment, const NodeSource& nodes) {
@@ -175,6 +180,7 @@ std::vector<AlgorithmTrack> VirtualDaemon::describeItems(const TraceDescription&
       describeDetails(*monitor, board, track);
     else
       describeDetails(dynamic_cast<const SS&>(item), board, track);
+    if (track.sensor) toMillidegrees(track.thresholds, board.sensors[*track.sensor]);
     tracks.push_back(std::move(track));
   });
   return tracks;

@@ -5,11 +5,9 @@
 
 #include <fmt/core.h>
 
-namespace {
+#include "text/Affixes.h"
 
-bool endsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
+namespace {
 
 // "from 42.0 to 43.0 C": a unit that both have is told once.
 std::string fromTo(const std::string& before, const std::string& after) {

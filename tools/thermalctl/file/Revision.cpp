@@ -35,9 +35,17 @@ bool runScript(const std::vector<std::string>& words) {
   return waitpid(child, &status, 0) == child && status == 0;
 }
 
+void replaceAll(std::string& text, const std::string& old, const std::string& by) {
+  for (size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + by.size()))
+    text.replace(at, old.size(), by);
+}
+
 } // namespace
 
-Revision::Revision(const std::string& name, const std::filesystem::path& folder) {
+Revision::Revision(const std::string& name, const std::filesystem::path& folder)
+    : prefix(name + ":") {
+  const std::filesystem::path own = folder.lexically_normal();
+  if (!own.empty() && own != ".") prefix += (own / "").string();
   std::error_code error;
   std::string pattern =
       (std::filesystem::temp_directory_path(error) / "thermalctl-XXXXXX").string();
@@ -47,7 +55,14 @@ Revision::Revision(const std::string& name, const std::filesystem::path& folder)
 }
 
 Revision::Revision(Revision&& other) noexcept
-    : copy(std::exchange(other.copy, {})), there(other.there) {}
+    : copy(std::exchange(other.copy, {})), prefix(std::move(other.prefix)), there(other.there) {}
+
+std::string Revision::named(std::string text) const {
+  replaceAll(text, (copy / "").string(), prefix);
+  // The folder itself, of which git's name has no slash behind it.
+  replaceAll(text, copy.string(), prefix.substr(0, prefix.find_last_not_of('/') + 1));
+  return text;
+}
 
 Revision::~Revision() {
   std::error_code error;

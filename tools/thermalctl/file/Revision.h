@@ -18,8 +18,13 @@ public:
 
   bool isThere() const { return there; }
   const std::filesystem::path& folder() const { return copy; }
+  // A text about these files with the names that git has for them, "REV:FOLDER/FILE", in place of
+  // those that they have for the time being.
+  std::string named(std::string text) const;
 
 private:
   std::filesystem::path copy;
+  // "REV:FOLDER/", the folder as the user gave it.
+  std::string prefix;
   bool there = false;
 };

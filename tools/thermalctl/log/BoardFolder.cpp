@@ -46,6 +46,7 @@ BoardFolder::BoardFolder(const Files& files, std::vector<std::string>& problems)
     return;
   }
   parts = VirtualDaemon(*environment).describe();
+  parts.countIn(files.units);
   for (const std::string& path : files.configurations)
     addConfiguration(path, *environment, problems);
   if (all.empty()) return;

@@ -31,9 +31,12 @@ public:
   };
 
   // The files of a folder, by their paths.
+  //
+  // Units: `units` are for the caller to say, who knows the board's settings.
   struct Files {
     std::string environment;
     std::vector<std::string> configurations;
+    SensorUnits units{};
   };
   // Finds the one *.env file and all *.conf files; nothing, and a problem, without exactly the one.
   static std::optional<Files> find(const std::string& folder, std::vector<std::string>& problems);

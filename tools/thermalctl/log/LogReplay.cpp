@@ -49,8 +49,7 @@ void LogReplay::takeMeaning(const LogLine& line) {
   case Kind::kSample:
     return sample(line);
   case Kind::kVirtual:
-    sink.temperature(now, cast.sensor(line.name, SensorTrack::Kind::kVirtual), line.value);
-    return;
+    return showTemperature(cast.sensor(line.name, SensorTrack::Kind::kVirtual), line.value);
   case Kind::kWoken:
     return wake(line);
   case Kind::kPutToSleep:
@@ -115,6 +114,10 @@ void LogReplay::restart() {
   enterScenario(kDefaultScenario);
 }
 
+void LogReplay::showTemperature(size_t sensor, int32_t number) {
+  sink.temperature(now, sensor, cast.description().sensors[sensor].millidegreesOf(number));
+}
+
 void LogReplay::sample(const LogLine& line) {
   const std::string_view its = declaredScenario(line.scenario);
   // A switch of which the log does not tell.
@@ -122,7 +125,7 @@ void LogReplay::sample(const LogLine& line) {
     endIf([&](const Awake& one) { return scenarioOf(one) != its; });
     enterScenario(std::string(its));
   }
-  sink.temperature(now, cast.sensor(line.name, SensorTrack::Kind::kReal), line.value);
+  showTemperature(cast.sensor(line.name, SensorTrack::Kind::kReal), line.value);
   if (lastGap >= 0) endUnheard();
 }
 

@@ -71,6 +71,8 @@ private:
   void retireAll();
   void endRetired();
   void restart();
+  // A number of the daemon's, in whatever the sensor counts in.
+  void showTemperature(size_t sensor, int32_t number);
   void sample(const LogLine& line);
   void wake(const LogLine& line);
   void putToSleep(const LogLine& line);

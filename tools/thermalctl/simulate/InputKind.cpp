@@ -13,11 +13,6 @@ namespace {
 
 constexpr char kTimeColumn[] = "time";
 
-bool startsWithAny(const std::string& text, std::initializer_list<const char*> starts) {
-  return std::any_of(starts.begin(), starts.end(),
-                     [&text](const char* start) { return startsWith(text, start); });
-}
-
 struct Foreign {
   std::string what;
   std::string hint{};
@@ -51,14 +46,6 @@ const char* optionOf(InputKind kind) {
     break;
   }
   return "--workload";
-}
-
-// Of a line that only one kind of file has.
-std::optional<InputKind> kindOfLine(const std::string& line) {
-  if (startsWithAny(line, {"[node.", "[sensor.", "[source.", "[[resistance]]"}))
-    return InputKind::kPlant;
-  if (startsWithAny(line, {"[[at]]", "time,", "time;", "time\t"})) return InputKind::kWorkload;
-  return std::nullopt;
 }
 
 Foreign swapped(InputKind found, InputKind named, const Position& at, size_t length) {
@@ -95,10 +82,11 @@ std::optional<Foreign> foreignLine(const std::string& text, InputKind named) {
     ++number;
     const size_t indent = std::min(line.find_first_not_of(kWhiteSpace), line.size());
     trim(line);
-    const auto kind = kindOfLine(line);
-    if (kind && *kind != named)
-      return swapped(*kind, named, {number, static_cast<int>(indent) + 1}, line.size());
-    if (kind) return std::nullopt;
+    const TextKind::Kind kind = kindOfLine(line);
+    if (kind == TextKind::kText) continue;
+    const InputKind found = kind == TextKind::kPlant ? InputKind::kPlant : InputKind::kWorkload;
+    if (found == named) return std::nullopt;
+    return swapped(found, named, {number, static_cast<int>(indent) + 1}, line.size());
   }
   return std::nullopt;
 }

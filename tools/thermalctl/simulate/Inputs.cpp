@@ -97,6 +97,7 @@ private:
   void readBoard() {
     const VirtualDaemon board(base.environment);
     base.description = board.describe();
+    base.description.countIn(request.units);
     initialWord = board.confFileName;
     if (base.description.sensors.empty())
       problems.add({request.environment, {}, "declares no sensor"});

@@ -37,6 +37,7 @@ struct SimulationRequest {
   // Where the files lie that the workload asks for, beside the folder of a run's own configuration.
   std::string configurationFolder;
   std::vector<AskedBudget> budgets;
+  SensorUnits units{};
   int64_t duration = 0;
   uint64_t seed = 0;
 };

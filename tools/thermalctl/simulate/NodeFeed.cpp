@@ -1,5 +1,6 @@
 #include "simulate/NodeFeed.h"
 
+#include <cmath>
 #include <stdexcept>
 #include <utility>
 
@@ -20,9 +21,15 @@ void NodeFeed::refresh(size_t probe) {
   if (!node || node->faulty) return;
   const int32_t reading = plant.reading(probe);
   if (reading == node->shown) return;
-  node->text.show(reading);
+  node->text.show(numberOf(probe, reading));
   node->shown = reading;
   node->begun = true;
+}
+
+int32_t NodeFeed::numberOf(size_t probe, int32_t millidegrees) const {
+  const int32_t unit = input.description.sensors[input.plant.probes[probe].sensor].unit;
+  if (unit == 1) return millidegrees;
+  return static_cast<int32_t>(std::lround(static_cast<double>(millidegrees) / unit));
 }
 
 void NodeFeed::setFault(const Change& change) {
@@ -35,12 +42,14 @@ void NodeFeed::setFault(const Change& change) {
   // A stuck node keeps its text. One that has none yet sticks at what would have been its first
   // reading.
   const bool isNew = !std::exchange(node->begun, true);
-  if (change.word == fault::kStuck && isNew) return node->text.show(plant.reading(change.index));
+  if (change.word == fault::kStuck && isNew)
+    return node->text.show(numberOf(change.index, plant.reading(change.index)));
   if (change.word == fault::kStuck) return;
   // A stream that finds nothing fails, and the daemon clears no failure: such a sensor reads 0 to
   // the end of the run, whatever its node holds later.
   if (change.word == fault::kUnreadable) return node->text.show("");
   if (change.word == fault::kNonsense) return node->text.show("nonsense");
-  if (change.word == fault::kValue) return node->text.show(millidegreesOf(change.value));
+  if (change.word == fault::kValue)
+    return node->text.show(numberOf(change.index, millidegreesOf(change.value)));
   throw std::logic_error("a fault that no node can have: " + change.word);
 }

@@ -27,6 +27,9 @@ public:
   void setFault(const Change& change);
 
 private:
+  // What the probe's node shows of a temperature, in the unit that it counts in.
+  int32_t numberOf(size_t probe, int32_t millidegrees) const;
+
   struct Node {
     NodeText text;
     bool begun = false; // whether it has ever been given a text

@@ -66,7 +66,9 @@ void Observer::forgetRetired(int64_t now) {
 void Observer::temperatures(int64_t now, const SensorWorker& worker) {
   for (const auto& [sensor, track] : worker.sensors) {
     // A virtual sensor stands behind its trip sensor, so whoever is on by now was on in its turn.
-    if (sensor->active) sink.temperature(now, track, sensor->temperature);
+    if (sensor->active)
+      sink.temperature(now, track,
+                       input.description.sensors[track].millidegreesOf(sensor->temperature));
   }
   for (const size_t probe : worker.probes)
     showNode(now, input.plant.probes[probe].node);

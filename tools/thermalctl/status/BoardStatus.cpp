@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -80,7 +81,10 @@ StatusRow readSensor(const Section& sensor, const std::string& root) {
   std::string word;
   // The daemon reads the first word, and of that the digits at its front.
   std::istringstream(reading.content) >> word;
-  row.value = degreesInFull(parseInt32(word)) + " C";
+  const int64_t millidegrees = int64_t{parseInt32(word)} * sensor.unit;
+  row.value =
+      degreesInFull(static_cast<int32_t>(std::clamp<int64_t>(millidegrees, INT32_MIN, INT32_MAX))) +
+      " C";
   if (word.empty()) return faultIn(row, "empty, which reads as 0");
   if (!isNumber(word)) return faultIn(row, "'" + word + "', which reads as 0");
   return row;

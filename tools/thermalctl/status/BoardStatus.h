@@ -39,6 +39,7 @@ struct BoardStatus {
   bool hasFault() const;
 };
 
-// `root` is put before the path of every node: empty on the device itself.
+// `root` is put before the path of every node: empty on the device itself. A sensor's number counts
+// in the unit of its section.
 BoardStatus readStatus(const ControlDirectory& directory, const Environment& environment,
                        const std::string& root = "");

@@ -73,13 +73,18 @@ std::optional<Problem> problemOf(const Json& json, const std::string& path) {
     return Problem{path, {}, "holds no results of thermalctl", hint};
   if (!json.contains("version") || !json.at("version").is_number_integer())
     return Problem{path, {}, "does not say which version of results it holds", hint};
-  const int version = json.at("version").get<int>();
+  const Json& version = json.at("version");
+  if (version < 1)
+    return Problem{path,
+                   {},
+                   fmt::format("holds results of version {}, which never was", version.dump()),
+                   hint};
   if (version > kResultsVersion)
     return Problem{path,
                    {},
                    fmt::format("holds results of version {}, and this thermalctl knows them up to "
                                "{}",
-                               version, kResultsVersion),
+                               version.dump(), kResultsVersion),
                    "take the thermalctl that wrote it, or a newer one"};
   if (!json.contains("runs") || !json.at("runs").is_array())
     return Problem{path, {}, "has no list 'runs'", hint};

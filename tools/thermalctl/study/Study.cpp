@@ -25,6 +25,7 @@ SimulationRequest requestOf(const StudyRequest& study, const NamedWorkload& work
   request.workload = workload.path;
   request.workloadText = workload.text;
   request.configurationFolder = study.configurationFolder;
+  request.units = study.units;
   request.duration = study.duration;
   for (const SelectedBudget& budget : study.budgets) {
     if (!selects(budget.workloads, workload.path)) continue;

@@ -31,6 +31,7 @@ struct StudyRequest {
   std::vector<NamedWorkload> workloads;
   std::vector<uint64_t> seeds;
   std::vector<SelectedBudget> budgets;
+  SensorUnits units{};
   int64_t duration = 0;
 };
 

@@ -22,20 +22,25 @@ size_t tolerance(size_t length) {
 } // namespace
 
 size_t editDistance(const std::string& a, const std::string& b) {
-  // Of the first i letters of one word to the first j of the other.
-  std::vector<std::vector<size_t>> table(a.size() + 1, std::vector<size_t>(b.size() + 1));
+  // Of the first i letters of one word to the first j of the other; by rows, of which the last two
+  // are looked back at.
+  std::vector<size_t> row(b.size() + 1);
+  std::vector<size_t> above = row;
+  std::vector<size_t> aboveThat = row;
   for (size_t i = 0; i <= a.size(); ++i) {
+    aboveThat.swap(above);
+    above.swap(row);
     for (size_t j = 0; j <= b.size(); ++j) {
-      size_t& least = table[i][j] = i + j;
+      size_t& least = row[j] = i + j;
       if (i == 0 || j == 0) continue;
-      const size_t replaced = table[i - 1][j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1);
-      least = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1, replaced});
+      const size_t replaced = above[j - 1] + (same(a[i - 1], b[j - 1]) ? 0 : 1);
+      least = std::min({above[j] + 1, row[j - 1] + 1, replaced});
       // Two letters that have changed places are one slip and not two.
       if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
-        least = std::min(least, table[i - 2][j - 2] + 1);
+        least = std::min(least, aboveThat[j - 2] + 1);
     }
   }
-  return table.back().back();
+  return row.back();
 }
 
 std::string nearest(const std::string& word, const std::vector<std::string>& candidates) {

@@ -254,7 +254,11 @@ std::shared_ptr<const toml::table> parseToml(const std::string& text, const std:
     const auto number = static_cast<int>(error.source().begin.line);
     const size_t byte = byteOf(problems.source(file).line(number), error.source().begin.column);
     const Position at = {number, static_cast<int>(byte) + 1};
-    problems.add({file, {at, 1}, std::string(error.description())});
+    problems.add({file,
+                  {at, 1},
+                  std::string(error.description()),
+                  "a line is a [table], or KEY = VALUE with a number, true, false, a \"text\" or a "
+                  "[list] for the value"});
     return nullptr;
   }
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,10 +14,15 @@
 //
 // Units: times in milliseconds since the start of the run, temperatures in millidegrees Celsius.
 
+// What the nodes of some sensors count in, in thousandths of a degree: 100 are tenths. A sensor
+// that is not named counts in thousandths.
+using SensorUnits = std::map<std::string, int32_t>;
+
 // One course of temperatures: a sensor of the board, or a node of the plant.
 //
 // Shape:  a name stands once among the sensors and once among the nodes.
-// Units:  `period` in milliseconds, `limit` in millidegrees Celsius.
+// Units:  `period` in milliseconds, `limit` in millidegrees Celsius. `unit` is what the daemon's
+//         numbers of it count, in thousandths of a degree; all else is told in millidegrees.
 // Source: the board's environment, `--limit` and the plant. A record without a board gives names,
 //         and a log also which sensors are virtual.
 struct SensorTrack {
@@ -27,7 +33,10 @@ struct SensorTrack {
   Kind kind = Kind::kReal;
   std::optional<uint32_t> period; // between two samples, if it is known
   std::optional<int32_t> limit;   // the lowest that the temperature must never pass
+  int32_t unit = 1;
 
+  // Of a number of the daemon's.
+  int32_t millidegreesOf(int32_t number) const;
   bool isNode() const { return kind == Kind::kPlantNode; }
 };
 
@@ -98,6 +107,8 @@ struct TraceDescription {
   // How long the run will be, if that is known before its end.
   std::optional<int64_t> duration;
 
+  // Has the board's sensors count in those units.
+  void countIn(const SensorUnits& units);
   // Adds a budget, unless it is there.
   void hold(const Budget& budget);
   // A limit that one of the sensors is held to, whatever name it bears.

@@ -728,7 +728,7 @@ Lines saidAbout(const std::string& example) {
 std::set<std::string> rulesWithExamples() {
   std::set<std::string> names;
   for (const Rule& rule : allRules())
-    if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0 && !*rule.example.bad)
+    if (std::string(rule.explanation).rfind("With --nodes:", 0) != 0 && rule.example.bad.empty())
       names.insert(rule.name);
   names.erase("ends-the-daemon");
   for (const Rule& rule : kSettingsRules)

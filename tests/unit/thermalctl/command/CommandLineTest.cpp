@@ -24,7 +24,7 @@ void addOptions(CommandLine& line, Options& options) {
   line.option("--root", &options.root, "A folder").takes("[ROOT]").mayStandAlone("/");
   line.option("--limit", &options.limits, "Limits").takes("LIMIT").takesAll();
   line.option("--timeout", &options.seconds, "A time").isWithin(0.5, 20).showsAs("SECONDS=10");
-  line.option("--seed", &options.seed, "A number").isRequired();
+  line.option("--seed", &options.seed, "A number").isWithin(1, 9).isRequired();
   line.flag("--loud", &options.loud, "Loudly");
 }
 
@@ -112,7 +112,7 @@ TEST(CommandLineTest, AsksWhetherAWordThatIsNearlyRightWasMeant) {
     const char* complaint;
   } cases[] = {
       {{"tyr"}, "there is no command 'tyr'; did you mean 'try'?"},
-      {{"quite-another"}, "there is no command 'quite-another'; there are try"},
+      {{"quite-another"}, "there is no command 'quite-another'; there is try"},
       {{"--versoin"}, "there is no option '--versoin'; did you mean '--version'?"},
       {{"try", "--seed=7", "--luod"}, "there is no option '--luod'; did you mean '--loud'?"},
       // And not that the one that was meant is missing.
@@ -120,10 +120,22 @@ TEST(CommandLineTest, AsksWhetherAWordThatIsNearlyRightWasMeant) {
       {{"try", "--seed=7", "--nothing"}, "there is no option '--nothing'"},
       {{"try", "--seed=7", "-x"}, "there is no option '-x'"},
       {{"try", "--seed=7", "--word", "usaul"},
-       "--word: usaul not in {usual,other}; did you mean 'usual'?"},
-      {{"try", "--seed=7", "--word", "third"}, "--word: third not in {usual,other}"},
-      {{"try"}, "--seed is required"},
-      {{}, "A subcommand is required"},
+       "--word: 'usaul' is none of usual and other; did you mean 'usual'?"},
+      {{"try", "--seed=7", "--word", "third"}, "--word: 'third' is none of usual and other"},
+      {{"try"}, "--seed is required; write --seed UINT"},
+      {{}, "no command is given; there is try"},
+      {{"try", "--seed"}, "--seed lacks its value; write --seed UINT"},
+      {{"try", "--seed=7", "--word"}, "--word lacks its value; write --word {usual,other}"},
+      {{"try", "--seed=7", "--seed=8"},
+       "--seed is given 2 times, and can be once; leave all but one out"},
+      {{"try", "--seed=7", "--loud=loudly"}, "--loud takes no value"},
+      {{"try", "--seed=x"}, "--seed: 'x' is no whole number from 1 to 9"},
+      {{"try", "--seed=010"}, "--seed: '010' is no whole number from 1 to 9"},
+      {{"try", "--seed=0x1"}, "--seed: '0x1' is no whole number from 1 to 9"},
+      {{"try", "--seed=1.5"}, "--seed: '1.5' is no whole number from 1 to 9"},
+      {{"try", "--seed=10"}, "--seed: '10' is no whole number from 1 to 9"},
+      {{"try", "--seed=7", "--timeout=nan"}, "--timeout: 'nan' is no number from 0.5 to 20"},
+      {{"try", "--seed=7", "--timeout=1e999"}, "--timeout: '1e999' is no number from 0.5 to 20"},
   };
   for (const auto& c : cases)
     EXPECT_EQ(run(c.words).err, std::string("thermalctl: ") + c.complaint +

@@ -106,10 +106,15 @@ TEST_F(CoverageOutputTest, JsonHasEveryCell) {
       {"sensor": "cpu",
        "heat": {"celsius": 45.5, "item": "item", "line": 4, "devices": {"clock": 2}},
        "cold": {"celsius": 5.0, "item": "item", "line": 12, "devices": {"charger": 3}},
-       "report": {"celsius": 5.0, "item": "item", "line": 12}},
+       "report": {"celsius": 5.0, "item": "item", "line": 12, "direction": "cold"}},
       {"sensor": "skin", "heat": null, "cold": null, "report": null}]}],
     "periods": {"sensors": [1000, 2000], "items": [1000], "item_threads": 1,
                 "wake_ups_per_second": 2.5}})"));
+}
+
+TEST_F(CoverageOutputTest, JsonHasTheDirectionOfAReport) {
+  add(monitor("45500", "43000", "alarm", "1"));
+  EXPECT_EQ(json()["scenarios"][0]["sensors"][0]["report"]["direction"], "heat");
 }
 
 TEST_F(CoverageOutputTest, APageMarksWhatIsNotCooled) {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "support/SysfsDir.h"
+#include "text/Phrases.h"
 
 namespace {
 
@@ -91,6 +92,23 @@ TEST_F(RevisionTest, HasAFileThatIsGoneSince) {
   commit();
   EXPECT_EQ(textOf(Revision("HEAD~1", path("board")).folder() / "day.conf"), "old");
   EXPECT_FALSE(fs::exists(Revision("HEAD", path("board")).folder() / "day.conf"));
+}
+
+TEST_F(RevisionTest, NamesItsFilesAsGitDoes) {
+  const Revision revision("HEAD", path("board"));
+  const std::string file = (revision.folder() / "day.conf").string();
+  const std::string board = path("board").string();
+  EXPECT_EQ(revision.named(file + ":3:1: and " + file),
+            "HEAD:" + board + "/day.conf:3:1: and HEAD:" + board + "/day.conf");
+  EXPECT_EQ(revision.named(quoted(revision.folder().string())), "'HEAD:" + board + "'");
+  EXPECT_EQ(revision.named("nothing of it"), "nothing of it");
+}
+
+TEST_F(RevisionTest, OfTheFolderInHandNamesItsFilesAlone) {
+  for (const char* here : {"", ".", "./"}) {
+    const Revision revision("v1", here);
+    EXPECT_EQ(revision.named((revision.folder() / "day.conf").string()), "v1:day.conf") << here;
+  }
 }
 
 TEST_F(RevisionTest, IsNotThereUnderAnotherName) {

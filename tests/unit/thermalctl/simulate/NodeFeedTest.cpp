@@ -37,6 +37,26 @@ TEST_F(NodeFeedTest, ANodeShowsWhatItsProbeReads) {
   EXPECT_EQ(wordIn(node), "25000");
 }
 
+TEST_F(NodeFeedTest, ANodeOfAnotherUnitShowsWhatItsDriverWould) {
+  const struct {
+    int32_t unit;
+    double celsius;
+    const char* word;
+  } cases[] = {{100, 25.04, "250"},     {100, 25.05, "251"}, {100, -0.05, "-1"},
+               {1000, 25.4999, "25"},   {1000, 25.5, "26"},  {1000, -25.5, "-26"},
+               {1000, 2.2e6, "2147484"}};
+  for (const auto& c : cases) {
+    RunInput run = runs.at(0);
+    run.description.countIn({{"cpu", c.unit}});
+    NodeFeed other(run, plant);
+    std::streambuf* const node = other.make("cpu");
+    other.refresh(0);
+    EXPECT_EQ(wordIn(node), c.unit == 100 ? "250" : "25");
+    other.setFault({0, Change::Kind::kFault, 0, c.celsius, 0, fault::kValue, {}});
+    EXPECT_EQ(wordIn(node), c.word) << c.unit << ' ' << c.celsius;
+  }
+}
+
 TEST_F(NodeFeedTest, ASensorThatThePlantDoesNotFeedHasNoNode) {
   EXPECT_EQ(feed.make("other"), nullptr);
   feed.refresh(0);

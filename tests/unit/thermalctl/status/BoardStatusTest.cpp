@@ -106,6 +106,21 @@ TEST_F(BoardStatusTest, ShowsMillidegreesAsDegrees) {
   }
 }
 
+TEST_F(BoardStatusTest, ShowsANumberInWhatTheNodeCountsIn) {
+  write("temp", "381\n");
+  environment =
+      readEnvironment("board.env", "[cpu]\ntype real\nnode_path " + files.node("temp") + "\n");
+  const auto shownIn = [&](int32_t unit) {
+    environment.sections.front().unit = unit;
+    return readStatus(ControlDirectory(files.node("")), environment).sensors.at(0).value;
+  };
+  EXPECT_EQ(shownIn(1), "0.381 C");
+  EXPECT_EQ(shownIn(100), "38.100 C");
+  EXPECT_EQ(shownIn(1000), "381.000 C");
+  write("temp", "2147484");
+  EXPECT_EQ(shownIn(1000), "2147483.647 C");
+}
+
 TEST_F(BoardStatusTest, TellsWhatReadsAsNought) {
   for (const auto& [content, note] :
        {std::pair("", "empty, which reads as 0"), std::pair("\n \n", "empty, which reads as 0"),

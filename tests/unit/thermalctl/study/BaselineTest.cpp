@@ -137,6 +137,16 @@ TEST_F(BaselineTest, AForeignFileIsNone) {
 }
 
 TEST_F(BaselineTest, ANewerVersionIsRefused) {
+  for (const char* version : {"0", "-1", "-4294967295"})
+    EXPECT_EQ(wrong(R"({"format": "thermalctl results", "version": )" + std::string(version) +
+                    R"(, "runs": []})"),
+              std::string(": error: holds results of version ") + version +
+                  ", which never was\n      hint: --against takes a results.json of thermalctl "
+                  "simulate\n");
+  // No number that is cut to one that is known.
+  EXPECT_NE(wrong(R"({"format": "thermalctl results", "version": 4294967297, "runs": []})")
+                .find("holds results of version 4294967297, and"),
+            std::string::npos);
   EXPECT_EQ(wrong(R"({"format": "thermalctl results", "version": 2, "runs": []})"),
             ": error: holds results of version 2, and this thermalctl knows them up to 1\n"
             "      hint: take the thermalctl that wrote it, or a newer one\n");

@@ -204,7 +204,9 @@ TEST_F(TomlSectionTest, TellsWhereTheNotationIsWrong) {
   EXPECT_FALSE(parseToml("a = 1\nb = = 2\n", file, problems));
   EXPECT_EQ(inFull(), "f:2:5: error: Error while parsing value: could not determine value type\n"
                       "    2 | b = = 2\n"
-                      "      |     ^\n");
+                      "      |     ^\n"
+                      "      hint: a line is a [table], or KEY = VALUE with a number, true, false, "
+                      "a \"text\" or a [list] for the value\n");
 }
 
 } // namespace

@@ -48,6 +48,18 @@ TEST_F(TraceTest, OfSeveralLimitsTheLowestIsTheSensors) {
   EXPECT_FALSE(run.sensors[1].limit);
 }
 
+TEST_F(TraceTest, TheDaemonsNumbersOfASensorCountInItsUnit) {
+  run.countIn({{"skin", 100}, {"case", 1000}, {"other", 100}});
+  EXPECT_EQ(run.sensors[0].millidegreesOf(381), 38'100);
+  EXPECT_EQ(run.sensors[0].millidegreesOf(-5), -500);
+  // No number wraps round to one that a limit would let pass.
+  EXPECT_EQ(run.sensors[0].millidegreesOf(21'474'837), INT32_MAX);
+  EXPECT_EQ(run.sensors[0].millidegreesOf(-21'474'837), INT32_MIN);
+  EXPECT_EQ(run.sensors[0].millidegreesOf(21'474'836), 2'147'483'600);
+  // A node of the plant is no sensor, whatever its name.
+  EXPECT_EQ(run.sensors[1].millidegreesOf(45'000), 45'000);
+}
+
 TEST_F(TraceTest, ALimitThatMayBePassedForAWhileIsNone) {
   run.hold(run.sensors[0], limit("skin=43C:60s"));
   run.hold(run.sensors[0], limit("p95:skin=42C"));

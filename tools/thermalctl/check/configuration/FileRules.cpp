@@ -32,6 +32,11 @@ std::pair<Message, Message> tellingOf(const TextKind& kind) {
             "put blanks between the words, and blank lines between the blocks"};
   case TextKind::kBinary:
     return {"this is a binary file and no text", "name the file that was meant"};
+  case TextKind::kPlant:
+    return {"this is a plant, of which the daemon reads nothing", "name the file that was meant"};
+  case TextKind::kWorkload:
+    return {"this is a workload, of which the daemon reads nothing",
+            "name the file that was meant"};
   default:
     return {"the file is empty: the daemon finds no sensor and no device here",
             "write the board's sections, or name the file that was meant"};

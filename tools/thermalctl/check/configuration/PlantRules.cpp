@@ -1,4 +1,9 @@
 #include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <fmt/core.h>
 
 #include "check/configuration/ConfigurationRules.h"
 #include "check/rule/Numbers.h"
@@ -70,20 +75,26 @@ double fallOf(const Hysteresis& level, const SensorHeat& heat, uint32_t period) 
   return fall * period / 1000;
 }
 
-constexpr char kPlant[] = "== thermalctl.toml\nplant = \"plant.toml\"\n"
-                          "== plant.toml\n"
-                          "node.cpu = { joules_per_kelvin = 10.0 }\n"
-                          "node.battery = { joules_per_kelvin = 50.0 }\n"
-                          "resistance = [\n"
-                          "  { between = [\"cpu\", \"ambient\"], kelvin_per_watt = 10.0 },\n"
-                          "  { between = [\"battery\", \"ambient\"], kelvin_per_watt = 5.0 },\n"
-                          "]\n"
-                          "source.cpu = { node = \"cpu\", device = \"clock\", watts = [8.0, 7.5, "
-                          "7.0, 6.5] }\n"
-                          "source.charger = { node = \"battery\", device = \"charger\", watts = "
-                          "[5.0, 3.0, 1.0] }\n"
-                          "sensor.cpu = { node = \"cpu\", noise = 0.1 }\n"
-                          "sensor.battery = { node = \"battery\" }\n";
+// The board of the examples with its plant, in which the processor's node and its power may be
+// others.
+std::string plantWith(const char* cpuCapacity, const char* cpuWatts) {
+  return fmt::format("== thermalctl.toml\nplant = \"plant.toml\"\n"
+                     "== plant.toml\n"
+                     "node.cpu = {{ joules_per_kelvin = {} }}\n"
+                     "node.battery = {{ joules_per_kelvin = 50.0 }}\n"
+                     "resistance = [\n"
+                     "  {{ between = [\"cpu\", \"ambient\"], kelvin_per_watt = 10.0 }},\n"
+                     "  {{ between = [\"battery\", \"ambient\"], kelvin_per_watt = 5.0 }},\n"
+                     "]\n"
+                     "source.cpu = {{ node = \"cpu\", device = \"clock\", watts = [{}] }}\n"
+                     "source.charger = {{ node = \"battery\", device = \"charger\", watts = [5.0, "
+                     "3.0, 1.0] }}\n"
+                     "sensor.cpu = {{ node = \"cpu\", noise = 0.1 }}\n"
+                     "sensor.battery = {{ node = \"battery\" }}\n",
+                     cpuCapacity, cpuWatts);
+}
+
+const std::string kPlant = plantWith("10.0", "8.0, 7.5, 7.0, 6.5");
 
 } // namespace
 
@@ -107,19 +118,7 @@ const std::vector<Rule> kPlantRules = {
                                 celsius(static_cast<double>(millidegreesOf(start, item)))},
                                "write a temperature that the plant reaches");
      }),
-     {"== thermalctl.toml\nplant = \"plant.toml\"\n"
-      "== plant.toml\n"
-      "node.cpu = { joules_per_kelvin = 10.0 }\n"
-      "node.battery = { joules_per_kelvin = 50.0 }\n"
-      "resistance = [\n"
-      "  { between = [\"cpu\", \"ambient\"], kelvin_per_watt = 10.0 },\n"
-      "  { between = [\"battery\", \"ambient\"], kelvin_per_watt = 5.0 },\n"
-      "]\n"
-      "source.cpu = { node = \"cpu\", device = \"clock\", watts = [6.0, 5.5, 5.0, 4.5] }\n"
-      "source.charger = { node = \"battery\", device = \"charger\", watts = [5.0, 3.0, 1.0] }\n"
-      "sensor.cpu = { node = \"cpu\" }\n"
-      "sensor.battery = { node = \"battery\" }\n",
-      kPlant}},
+     {plantWith("10.0", "6.0, 5.5, 5.0, 4.5"), kPlant}},
 
     {"sampled-too-slowly",
      Severity::kWarning,
@@ -136,19 +135,7 @@ const std::vector<Rule> kPlantRules = {
                        rounded(sensor.sampling.value / 1000.0, 1)},
                       {"write at most {}", static_cast<int64_t>(most)});
      }),
-     {"== thermalctl.toml\nplant = \"plant.toml\"\n"
-      "== plant.toml\n"
-      "node.cpu = { joules_per_kelvin = 0.4 }\n"
-      "node.battery = { joules_per_kelvin = 50.0 }\n"
-      "resistance = [\n"
-      "  { between = [\"cpu\", \"ambient\"], kelvin_per_watt = 10.0 },\n"
-      "  { between = [\"battery\", \"ambient\"], kelvin_per_watt = 5.0 },\n"
-      "]\n"
-      "source.cpu = { node = \"cpu\", device = \"clock\", watts = [8.0, 7.5, 7.0, 6.5] }\n"
-      "source.charger = { node = \"battery\", device = \"charger\", watts = [5.0, 3.0, 1.0] }\n"
-      "sensor.cpu = { node = \"cpu\" }\n"
-      "sensor.battery = { node = \"battery\" }\n",
-      kPlant}},
+     {plantWith("0.4", "8.0, 7.5, 7.0, 6.5"), kPlant}},
 
     {"hysteresis-within-noise",
      Severity::kWarning,
@@ -193,17 +180,5 @@ const std::vector<Rule> kPlantRules = {
                "a wider band, a weaker level or a shorter period");
        }
      }),
-     {"== thermalctl.toml\nplant = \"plant.toml\"\n"
-      "== plant.toml\n"
-      "node.cpu = { joules_per_kelvin = 1.0 }\n"
-      "node.battery = { joules_per_kelvin = 50.0 }\n"
-      "resistance = [\n"
-      "  { between = [\"cpu\", \"ambient\"], kelvin_per_watt = 10.0 },\n"
-      "  { between = [\"battery\", \"ambient\"], kelvin_per_watt = 5.0 },\n"
-      "]\n"
-      "source.cpu = { node = \"cpu\", device = \"clock\", watts = [8.0, 3.0, 2.5, 2.0] }\n"
-      "source.charger = { node = \"battery\", device = \"charger\", watts = [5.0, 3.0, 1.0] }\n"
-      "sensor.cpu = { node = \"cpu\" }\n"
-      "sensor.battery = { node = \"battery\" }\n",
-      kPlant}},
+     {plantWith("1.0", "8.0, 3.0, 2.5, 2.0"), kPlant}},
 };

@@ -2,11 +2,16 @@
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <optional>
+#include <string>
+
+#include <fmt/core.h>
 
 #include "base/Int32.h"
 #include "check/environment/EnvironmentRules.h"
 #include "check/rule/Numbers.h"
 #include "check/rule/Visits.h"
+#include "text/Affixes.h"
 #include "text/Phrases.h"
 
 namespace {
@@ -33,10 +38,6 @@ std::vector<int64_t> decimalsOf(const Section& device) {
     numbers.push_back(std::strtoll(level.text.c_str(), nullptr, 10));
   }
   return numbers;
-}
-
-bool endsWith(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 bool hasPart(const std::string& text, const char* part) {
@@ -126,6 +127,45 @@ std::optional<int64_t> firstOn(const Section& sensor, const Coverage& coverage) 
 const Section* tripOf(const Section& sensor) {
   const Section* trip = sensor.trip ? sensor.trip->section : nullptr;
   return trip && trip->kind == SectionKind::kReal ? trip : nullptr;
+}
+
+// The hottest that the sensor gets: what the settings say of it, or the plant at full load.
+double hottestOf(const Section& sensor, const Context& context) {
+  const auto reach = static_cast<double>(context.subject.settings.reachOf(sensor.name));
+  const auto heat = context.subject.plant.find(sensor.name);
+  return heat == context.subject.plant.end() ? reach : std::min(reach, heat->second.fullLoad);
+}
+
+// The temperature that the trip sensor must pass, and that nothing else is to be said against.
+std::optional<int64_t> tripTemperatureOf(const Section& sensor) {
+  const Section* trip = tripOf(sensor);
+  if (!trip || !sensor.last("set_point") || !sound(sensor.setPoint) ||
+      beyondAnySensor(sensor.setPoint, trip->unit))
+    return std::nullopt;
+  return static_cast<int64_t>(sensor.setPoint.value) * trip->unit;
+}
+
+bool isNeverOn(const Section& sensor, const Context& context) {
+  const std::optional<int64_t> at = tripTemperatureOf(sensor);
+  return at && static_cast<double>(*at) >= hottestOf(*tripOf(sensor), context);
+}
+
+void tellOfNeverOn(const Section& sensor, Context& context) {
+  if (!isNeverOn(sensor, context)) return;
+  size_t items = 0;
+  for (size_t i = 0; i < context.subject.coverage.columns.size(); ++i)
+    items += context.subject.coverage.cell(&sensor, i).items.size();
+  const Section& trip = *tripOf(sensor);
+  context.tell(
+      sensor.setPoint.word,
+      {"'{}' never comes above {}: its hottest is {}, so that the sensor is never switched "
+       "on{}",
+       trip.name, celsius(*tripTemperatureOf(sensor)),
+       celsius(static_cast<int64_t>(hottestOf(trip, context))),
+       items == 0   ? ""
+       : items == 1 ? ", and the item on it sleeps for ever"
+                    : fmt::format(", and {} items on it sleep for ever", items)},
+      "write a temperature that the trip sensor has long before its sources are hot");
 }
 
 Check eachNode(bool (*isOfThem)(const Section&), const char* what) {
@@ -244,22 +284,37 @@ const std::vector<Rule> kBoardRules = {
       "[skin_less]\nalgo_type monitor\nsensor skin\nthresholds 40000\nthresholds_clr 38000\n"
       "actions clock\naction_info 1"}},
 
+    {"virtual-never-on",
+     Severity::kWarning,
+     "A virtual sensor is sampled only once its trip sensor is above 'set_point', and that never "
+     "is: it lies beyond the trip sensor's 'range' in the settings file, beyond what full load "
+     "makes of the plant, or beyond 150 °C. The sensor reads 0 forever, and every item on it "
+     "sleeps for ever.",
+     eachVirtual(tellOfNeverOn),
+     {"[skin]\ntype virtual\nsampling 1000\ntrip_sensor battery\nset_point 55000\n"
+      "sensors battery cpu\nweights 28 3\n\n"
+      "[skin_less]\nalgo_type monitor\nsensor skin\nthresholds 58000\nthresholds_clr 56000\n"
+      "actions clock\naction_info 1\n\n"
+      "== thermalctl.toml\n[sensor.battery]\nrange = [\"-20C\", \"55C\"]",
+      "[skin]\ntype virtual\nsampling 1000\ntrip_sensor battery\nset_point 54000\n"
+      "sensors battery cpu\nweights 28 3\n\n"
+      "[skin_less]\nalgo_type monitor\nsensor skin\nthresholds 58000\nthresholds_clr 56000\n"
+      "actions clock\naction_info 1\n\n"
+      "== thermalctl.toml\n[sensor.battery]\nrange = [\"-20C\", \"55C\"]"}},
+
     {"trip-above-thresholds",
      Severity::kWarning,
      "A virtual sensor is sampled only once its trip sensor is above 'set_point', and that lies "
      "above the first threshold of an item on it: until then the item sees no heat at all, however "
      "hot the sources are.",
      eachVirtual([](const Section& sensor, Context& context) {
-       const Section* trip = tripOf(sensor);
        const std::optional<int64_t> first = firstOn(sensor, context.subject.coverage);
-       if (!trip || !first || !sensor.last("set_point") || !sound(sensor.setPoint)) return;
-       const int64_t at = static_cast<int64_t>(sensor.setPoint.value) * trip->unit;
-       if (at <= *first || beyondAnySensor(sensor.setPoint, trip->unit)) return;
+       const std::optional<int64_t> at = tripTemperatureOf(sensor);
+       if (!first || !at || *at <= *first || isNeverOn(sensor, context)) return;
        context.tell(sensor.setPoint.word,
-                    {"until '{}' is above {} °C the sensor stands still: the item that waits for "
-                     "{} °C on it sees nothing",
-                     trip->name, degrees(static_cast<int32_t>(at)),
-                     degrees(static_cast<int32_t>(*first))},
+                    {"until '{}' is above {} the sensor stands still: the item that waits for {} "
+                     "on it sees nothing",
+                     tripOf(sensor)->name, celsius(*at), celsius(*first)},
                     "write a temperature that the trip sensor has long before");
      }),
      {"[skin]\ntype virtual\nsampling 1000\ntrip_sensor battery\nset_point 45000\n"

@@ -65,7 +65,7 @@ constexpr char kExampleConfiguration[] = "SCEN Default\n"
                                          "action_info 1\n";
 
 bool hasExample(const Rule& rule) {
-  return rule.example.bad[0] != '\0';
+  return !rule.example.bad.empty();
 }
 
 std::string withLineFeed(std::string text) {

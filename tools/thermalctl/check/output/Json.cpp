@@ -1,5 +1,8 @@
 #include "check/output/Json.h"
 
+#include <string>
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
 #include "base/Messages.h"
@@ -102,22 +105,37 @@ Json modelOf(const Inspection& inspection) {
           {"configurations", configurations}};
 }
 
+// A file may hold any bytes; what is not UTF-8 must not stop the output.
+std::string textOf(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+// One at a time: there may be more of them than fit into the memory as a tree.
+void printFindings(std::ostream& out, const Inspection& inspection) {
+  const char* before = "\n    ";
+  for (const Finding& finding : inspection.findings) {
+    out << before;
+    for (const char c : textOf(toJson(finding, inspection.sources)))
+      out << c << (c == '\n' ? "    " : "");
+    before = ",\n    ";
+  }
+  if (!inspection.findings.empty()) out << "\n  ";
+}
+
 } // namespace
 
 void printJson(std::ostream& out, const Inspection& inspection) {
-  Json findings = Json::array();
-  for (const Finding& finding : inspection.findings)
-    findings.push_back(toJson(finding, inspection.sources));
   Json unread = Json::array();
   for (const UnreadFile& file : inspection.unread)
     unread.push_back(toJson(file));
-  Json result = {{"version", kFormatVersion},
-                 {"findings", findings},
-                 {"counts", countsOf(inspection)},
-                 {"unread", unread},
-                 {"model", modelOf(inspection)}};
+  out << "{\n  \"version\": " << kFormatVersion << ",\n  \"findings\": [";
+  printFindings(out, inspection);
+  Json rest;
+  rest["counts"] = countsOf(inspection);
+  rest["unread"] = std::move(unread);
+  rest["model"] = modelOf(inspection);
   // Of a board without settings nothing is silenced.
-  if (!inspection.settings.file.empty()) result["silenced"] = silencedOf(inspection);
-  // A file may hold any bytes; what is not UTF-8 must not stop the output.
-  out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  if (!inspection.settings.file.empty()) rest["silenced"] = silencedOf(inspection);
+  // Behind the findings, in the same object.
+  out << "]," << textOf(rest).substr(1) << '\n';
 }

@@ -30,6 +30,8 @@ std::vector<const Finding*> mostImportant(const std::vector<Finding>& findings) 
 }
 
 std::string countOf(const std::vector<Finding>& findings, size_t files) {
+  // None could be read: that is no green answer.
+  if (files == 0) return "nothing was checked";
   const size_t errors = errorsIn(findings);
   const size_t warnings = findings.size() - errors;
   std::string problems;

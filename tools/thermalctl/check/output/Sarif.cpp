@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <fmt/core.h>
 #include <nlohmann/json.hpp>
@@ -110,16 +111,17 @@ Json toolOf() {
 } // namespace
 
 void printSarif(std::ostream& out, const Inspection& inspection) {
-  const Json run = {{"tool", toolOf()},
-                    // As marks count, and not in the units of UTF-16 that SARIF knows as well.
-                    {"columnKind", "unicodeCodePoints"},
-                    {"invocations", Json::array({invocationOf(inspection)})},
-                    {"results", Results(inspection).all()}};
-  const Json log = {{"$schema",
-                     "https://docs.oasis-open.org/sarif/sarif/v2.1.0/errata01/os/schemas/"
-                     "sarif-schema-2.1.0.json"},
-                    {"version", "2.1.0"},
-                    {"runs", Json::array({run})}};
+  Json run = {{"tool", toolOf()},
+              // As marks count, and not in the units of UTF-16 that SARIF knows as well.
+              {"columnKind", "unicodeCodePoints"},
+              {"invocations", Json::array({invocationOf(inspection)})}};
+  run["results"] = Results(inspection).all();
+  Json log = {{"$schema", "https://docs.oasis-open.org/sarif/sarif/v2.1.0/errata01/os/schemas/"
+                          "sarif-schema-2.1.0.json"},
+              {"version", "2.1.0"}};
+  // Moved: of many findings a copy would take as much memory again.
+  log["runs"] = Json::array();
+  log["runs"].push_back(std::move(run));
   // A file may hold any bytes; what is not UTF-8 must not stop the output.
   out << log.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }

@@ -47,8 +47,8 @@ template <typename Thing> using Look = std::function<void(const Thing&, Context&
 //        the page of the rules begins with; or whole sections and items, which are added to it or
 //        take the place of those of the same name. A line "== NAME" begins a further file.
 struct RuleExample {
-  const char* bad = "";
-  const char* good = "";
+  std::string bad;
+  std::string good;
 };
 
 // One thing that can be wrong with the files. All that makes it stands in one place, the list of

@@ -60,7 +60,7 @@ TEST(AnnotationsTest, TellOfAFileThatCouldNotBeRead) {
   std::ostringstream out;
   printAnnotations(out, inspection);
   EXPECT_EQ(out.str(), "::error title=thermalctl check::cannot read day.conf: No such file or "
-                       "directory\nno problems in 0 files\n");
+                       "directory\nnothing was checked\n");
 }
 
 TEST(AnnotationsTest, AreAHundredAndThenANumber) {
