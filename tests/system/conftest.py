@@ -35,7 +35,7 @@ def pytest_collection_modifyitems(config, items):
     """One browser serves all tests that look at a page. The page is the same in every build, and
     only the build as released keeps the pace of a simulated daemon. What takes a minute by itself
     comes first."""
-    long = [item for item in items if {"browser", "ahead_of_others"} & set(item.fixturenames)]
+    long = [item for item in items if {"browser", "ahead_of_others", "cluster"} & set(item.fixturenames)]
     for item in long:
         if "browser" in item.fixturenames:
             item.add_marker(pytest.mark.xdist_group("browser"))
