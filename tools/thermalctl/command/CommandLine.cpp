@@ -131,11 +131,12 @@ std::string complaintOf(const CLI::App& app, const CLI::Error& error,
   const std::vector<CLI::App*> chosen = app.get_subcommands();
   if (chosen.empty()) return "no command is given; " + thereAre(namesOf(commands));
   const CLI::App& command = *chosen.front();
-  const std::string kind = error.get_name();
-  if (kind == "RequiredError") return missing(command);
-  if (kind == "ExtrasError") return oneTooMany(app.remaining(true).front(), command);
+  // Not by its name, which is the command's where a word is left over.
+  const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
+  if (kind == CLI::ExitCodes::RequiredError) return missing(command);
+  if (kind == CLI::ExitCodes::ExtrasError) return oneTooMany(app.remaining(true).front(), command);
   const CLI::Option* option = optionIn(error.what(), command);
-  const bool isOwn = kind == "ValidationError" || !option;
+  const bool isOwn = kind == CLI::ExitCodes::ValidationError || !option;
   return isOwn ? error.what() : wrongNumber(*option);
 }
 
