@@ -110,10 +110,11 @@ std::string oneTooMany(const std::string& word, const CLI::App& command) {
          }).front();
 }
 
-// The option that a complaint of the library begins with.
+// The option that a complaint of the library begins with, of a flag without its dashes.
 const CLI::Option* optionIn(const std::string& complaint, const CLI::App& command) {
   const std::string name = complaint.substr(0, complaint.find_first_of(": "));
-  return command.get_option_no_throw(name);
+  const CLI::Option* option = command.get_option_no_throw(name);
+  return option ? option : command.get_option_no_throw("--" + name);
 }
 
 // What is wrong with how often, or with how many values, an option is given.
@@ -220,7 +221,7 @@ CommandOption CommandLine::option(const std::string& name, OptionValue value,
 }
 
 void CommandLine::flag(const std::string& name, bool* value, const std::string& help) {
-  app->add_flag(name, *value, help);
+  app->add_flag(name, *value, help)->disable_flag_override();
 }
 
 int runCommand(const std::vector<Command>& commands, int argc, char* argv[]) {
