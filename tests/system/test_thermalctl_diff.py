@@ -336,7 +336,7 @@ def test_what_cannot_be_run_is_told_with_its_place(thermalctl, boards, name, old
 @pytest.mark.parametrize("name, old_text, new_text, message", [
     ("study.toml", '"game"', '"gmae"', "{}study.toml:"),
     ("plant.toml", "= 70.0", "= -70.0", "{}plant.toml:23:21: error: 'joules_per_kelvin' must be a number"),
-    (DAY, "algo_type monitor", "algo_type monitr", "{}talmor-thermal.conf:4:11: error: the daemon ends"),
+    (DAY, "algo_type monitor", "algo_type monitr", "{}talmor-thermal.conf:13:11: error: the daemon ends"),
     ("plant.toml", "", None, "{}plant.toml"), ("talmor-thermal.env", "", None, "holds no environment file")])
 def test_the_files_of_a_revision_are_named_as_git_names_them(thermalctl, boards, name, old_text, new_text, message):
     old, _ = boards

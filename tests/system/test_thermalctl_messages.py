@@ -59,7 +59,7 @@ def test_a_file_that_stands_beside_the_two_is_told_once(phone, path, what):
     phone.write("other.env", text)
     finding = phone.the_finding(env="other.env")
     assert finding["rule"] == "wrong-kind-of-file"
-    assert finding["message"].startswith(f"this is {what}, of which the daemon reads nothing; 24 items depend on it")
+    assert finding["message"].startswith(f"this is {what}, of which the daemon reads nothing; 48 items depend on it")
     assert finding["hint"] == "name the file that was meant"
     assert text.splitlines()[finding["line"] - 1].startswith(("[node.", "time,", "[[at]]"))
     finding = phone.the_finding(confs=["other.env", "night.conf"])

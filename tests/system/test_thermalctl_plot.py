@@ -734,3 +734,21 @@ def test_it_reads_what_the_daemon_itself_writes_on_a_host(build_dir, plot, tmp_p
     # Spread over their seconds, which is all that the log tells.
     at = [when for when, _, name, _ in events(tmp_path, "temperature") if name == "big"]
     assert len(set(at)) > 0.7 * len(at)
+
+
+# A board whose battery counts in tenths of a degree.
+
+def test_a_log_of_tenths_is_shown_and_judged_in_degrees(plot, tmp_path):
+    board = REPOSITORY / "tests" / "thermalctl" / "boards" / "tenths"
+    messages = [(at, text) for at in range(0, 60_000, 1000) for text in (
+        f"Sensor [battery], Scen [Default] temp({330 + at // 500})", "Sensor [soc], Scen [Default] temp(45000)")]
+    log = tmp_path / "phone.log"
+    write(log, messages)
+    done = plot(log, "--board", board, "--limit", "battery=44C", "--limit", "soc=46C", "--out", tmp_path / "out", status=1)
+    temperatures = [int(value) for _, _, name, value in events(tmp_path / "out", "temperature") if name == "battery"]
+    assert (min(temperatures), max(temperatures)) == (33_000, 44_800)
+    assert re.search(r"^battery +peak, degrees C +44\.8$", done.out, re.M)
+    # Its thresholds are 40 and 45 degrees.
+    assert re.search(r"^ +time >=40 +0:00:24\n +never <=0, <=5, >=45$", done.out, re.M), done.out
+    # Without the board nobody knows, and nothing is scaled.
+    assert re.search(r"^battery +peak, degrees C +0\.4$", plot(log).out, re.M)

@@ -222,7 +222,10 @@ def test_a_sensor_in_tenths_is_simulated_and_told_in_degrees(simulate, board):
     # What only the battery feeds, for the skin would sum up tenths and thousandths.
     environment = board / "talmor-thermal.env"
     environment.write_text(environment.read_text().replace("sensors battery big gpu", "sensors gpu big gpu"))
-    run = ("--board", board, "--workload", "game", "--duration", "20m", "--limit", "battery=40C", "--out", board / "out",
+    day = board / CONFIGURATION
+    change(day, "38000 41000 44000 48000\nthresholds_clr 36500 39500 42500 45000",
+           "33000 34000 35000 48000\nthresholds_clr 32000 33000 34000 45000")
+    run = ("--board", board, "--workload", "game", "--duration", "20m", "--limit", "battery=34C", "--out", board / "out",
            "--only", "csv")
     usual = simulate(*run, status=1)
     usual_levels, usual_temperatures = levels(board), temperatures(board, "battery")
@@ -236,7 +239,8 @@ def test_a_sensor_in_tenths_is_simulated_and_told_in_degrees(simulate, board):
     assert len(now) == len(usual_temperatures)
     # A tenth is enough to shift a decision, and no more.
     assert max(abs(a - b) for a, b in zip(now, usual_temperatures)) < 500
-    assert {name for name, _ in levels(board)} == {name for name, _ in usual_levels}
+    assert ("charger", "3") in usual_levels
+    assert set(levels(board)) == set(usual_levels)
     assert rows(done.out).keys() == rows(usual.out).keys()
 
 
@@ -246,7 +250,8 @@ def test_a_fault_of_a_sensor_in_tenths_is_told_in_degrees_and_judged(simulate, b
     for path in [environment, *board.glob("*.conf")]:
         path.write_text(in_tenths(path.read_text()))
     (board / "thermalctl.toml").write_text('[sensor.battery]\nunit = "tenths"\n')
-    (board / "workloads" / "hot.csv").write_text("time,ambient,fault battery\n0,25,\n1m,25,52.4\n")
+    (board / "workloads" / "hot.csv").write_text(
+        "time,little,big,gpu,panel,charger,fault battery\n0,0.3,0.2,0.1,1,1,\n1m,,,,,,52.4\n")
     done = simulate("--board", board, "--workload", "hot", "--duration", "5m", "--limit", "battery=50C", "--out",
                     board / "out", "--only", "csv", status=1)
     assert max(temperatures(board, "battery")) == 52_400, done.out

@@ -4,6 +4,7 @@ import os
 import re
 import shutil
 import signal
+from pathlib import Path
 
 import pytest
 
@@ -149,6 +150,18 @@ def test_the_other_files_are_below_the_root_unless_named(image, board, thermalct
         2, "", f"thermalctl: cannot read {image}/vendor/etc/talmor-thermal.env: No such file or"
                " directory\n")
     assert thermalctl("status", "--root", image, "--env", board.box.env_file).status == 0
+
+
+def test_a_node_in_tenths_is_shown_in_degrees(image, board, thermalctl):
+    Path(f"{image}{board.path('cpu')}").write_text("412\n")
+    assert "cpu      real     0.412 C\n" in thermalctl("status", "--root", image).out
+    settings = image / "vendor/etc/thermalctl.toml"
+    settings.write_text('[sensor.cpu]\nunit = "tenths"\n')
+    assert "cpu      real     41.200 C\n" in thermalctl("status", "--root", image).out
+    # Settings that are wrong keep nobody from looking at the board.
+    settings.write_text("unit")
+    status, out, err = thermalctl("status", "--root", image)
+    assert (status, err) == (0, "") and "cpu      real     0.412 C\n" in out
 
 
 def test_a_node_that_is_missing_below_the_root_is_named_with_it(image, board, thermalctl, words):

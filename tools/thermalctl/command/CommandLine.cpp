@@ -110,10 +110,11 @@ std::string oneTooMany(const std::string& word, const CLI::App& command) {
          }).front();
 }
 
-// The option that a complaint of the library begins with.
+// The option that a complaint of the library begins with, of a flag without its dashes.
 const CLI::Option* optionIn(const std::string& complaint, const CLI::App& command) {
   const std::string name = complaint.substr(0, complaint.find_first_of(": "));
-  return command.get_option_no_throw(name);
+  const CLI::Option* option = command.get_option_no_throw(name);
+  return option ? option : command.get_option_no_throw("--" + name);
 }
 
 // What is wrong with how often, or with how many values, an option is given.
@@ -131,11 +132,12 @@ std::string complaintOf(const CLI::App& app, const CLI::Error& error,
   const std::vector<CLI::App*> chosen = app.get_subcommands();
   if (chosen.empty()) return "no command is given; " + thereAre(namesOf(commands));
   const CLI::App& command = *chosen.front();
-  const std::string kind = error.get_name();
-  if (kind == "RequiredError") return missing(command);
-  if (kind == "ExtrasError") return oneTooMany(app.remaining(true).front(), command);
+  // Not by its name, which is the command's where a word is left over.
+  const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
+  if (kind == CLI::ExitCodes::RequiredError) return missing(command);
+  if (kind == CLI::ExitCodes::ExtrasError) return oneTooMany(app.remaining(true).front(), command);
   const CLI::Option* option = optionIn(error.what(), command);
-  const bool isOwn = kind == "ValidationError" || !option;
+  const bool isOwn = kind == CLI::ExitCodes::ValidationError || !option;
   return isOwn ? error.what() : wrongNumber(*option);
 }
 
@@ -219,7 +221,7 @@ CommandOption CommandLine::option(const std::string& name, OptionValue value,
 }
 
 void CommandLine::flag(const std::string& name, bool* value, const std::string& help) {
-  app->add_flag(name, *value, help);
+  app->add_flag(name, *value, help)->disable_flag_override();
 }
 
 int runCommand(const std::vector<Command>& commands, int argc, char* argv[]) {

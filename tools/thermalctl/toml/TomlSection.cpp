@@ -54,7 +54,9 @@ std::string wantedBy(const TomlSection::Bounds& bounds) {
 
 // What is wrong with a number; empty if nothing is.
 std::string faultOf(double value, const TomlSection::Bounds& bounds) {
-  if (value != 0 && !std::isnormal(value)) return "is too small to be calculated with: write 0";
+  const bool mayBeNought = bounds.mayBeZero || (bounds.least <= 0 && bounds.most >= 0);
+  if (mayBeNought && std::fpclassify(value) == FP_SUBNORMAL)
+    return "is too small to be calculated with: write 0";
   if (value == 0 && bounds.mayBeZero) return "";
   return value >= bounds.least && value <= bounds.most ? "" : "must be " + wantedBy(bounds);
 }

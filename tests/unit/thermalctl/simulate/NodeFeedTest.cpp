@@ -43,7 +43,7 @@ TEST_F(NodeFeedTest, ANodeOfAnotherUnitShowsWhatItsDriverWould) {
     double celsius;
     const char* word;
   } cases[] = {{100, 25.04, "250"},     {100, 25.05, "251"}, {100, -0.05, "-1"},
-               {1000, 25.4999, "25"},   {1000, 25.5, "26"},  {1000, -25.5, "-26"},
+               {1000, 25.499, "25"},    {1000, 25.5, "26"},  {1000, -25.5, "-26"},
                {1000, 2.2e6, "2147484"}};
   for (const auto& c : cases) {
     RunInput run = runs.at(0);

@@ -75,6 +75,12 @@ TEST_F(TomlSectionTest, RefusesANumberThatHasLostItsDigits) {
                     "f:2:12: error: 'list' is too small to be calculated with: write 0\n");
 }
 
+TEST_F(TomlSectionTest, AdvisesNoNoughtWhereThatIsRefusedToo) {
+  TomlSection section = sectionOf("tiny = 1e-310\n");
+  EXPECT_EQ(section.number("tiny", {1e-9, 1e9, "K/W"}), std::nullopt);
+  EXPECT_EQ(told(), "f:1:8: error: 'tiny' must be a number from 1e-09 to 1000000000 K/W\n");
+}
+
 TEST_F(TomlSectionTest, MarksTheNumbersOfAListThatAreOutsideTheBounds) {
   TomlSection section = sectionOf("watts = [1, -2, 3, 4e9]\n");
   EXPECT_EQ(section.numbers("watts", {0, 1e6, "W"}), std::nullopt);

@@ -88,6 +88,16 @@ Check eachNumberRead(Reading reading, const char* how, const char* hint) {
   });
 }
 
+// Whoever writes one temperature of a list with a unit, or in another one, writes all so: the first
+// of a line stands for them.
+class OncePerLine {
+public:
+  bool operator()(const Word& word) { return lines.insert(word.at.line).second; }
+
+private:
+  std::set<int> lines;
+};
+
 } // namespace
 
 const std::vector<Rule> kNumberRules = {
@@ -104,8 +114,9 @@ const std::vector<Rule> kNumberRules = {
      "lets go of its devices. Of '0x11170' it reads 0, which for a set point counts as none and "
      "ends the daemon. Write thousandths of a degree in digits alone.",
      eachItem([](const Item& item, Context& context) {
+       OncePerLine once;
        for (const auto& [key, number] : numbersOf(item)) {
-         if (!cutToNothing(key, number, item)) continue;
+         if (!cutToNothing(key, number, item) || !once(number.word)) continue;
          const Ending end = endForWantOf(key, item, context);
          context.tell(number.word,
                       {"the daemon reads '{}' as {}{}{}", number.word.text, number.value,
@@ -133,10 +144,9 @@ const std::vector<Rule> kNumberRules = {
      "counts in degrees or in tenths of them, say so in the settings file: the temperatures of its "
      "items are then taken as such.",
      eachItem([](const Item& item, Context& context) {
-       // Whoever writes degrees does so for a whole line.
-       std::set<int> lines;
+       OncePerLine once;
        for (const auto& [key, number] : temperaturesOf(item))
-         if (looksLikeDegrees(number, unitOf(item)) && lines.insert(number.word.at.line).second)
+         if (looksLikeDegrees(number, unitOf(item)) && once(number.word))
            context.tell(number.word,
                         {"the daemon takes this for {} thousandths of a degree",
                          number.value * unitOf(item)},
@@ -148,8 +158,9 @@ const std::vector<Rule> kNumberRules = {
      "is never reached and one below -200 °C always is, so that the item does nothing, or never "
      "stops.",
      eachItem([](const Item& item, Context& context) {
+       OncePerLine once;
        for (const auto& [key, number] : temperaturesOf(item))
-         if (beyondAnySensor(number, unitOf(item)))
+         if (beyondAnySensor(number, unitOf(item)) && once(number.word))
            context.tell(number.word,
                         {"no sensor of a phone reads {} °C",
                          static_cast<int64_t>(number.value) * unitOf(item) / 1000},

@@ -115,11 +115,16 @@ void tellOfSettling(const Section& sensor, Context& context) {
   }
 }
 
+// Of a number that is cut short, or of one that lost a digit, the item's own rules tell.
+bool isSoundHeat(const Action& heat) {
+  return heat.at >= kColdRoom && soundTemperature(numberOf(heat.word), *heat.item);
+}
+
 // The first heat that an item waits for on the sensor.
 std::optional<int64_t> firstOn(const Section& sensor, const Coverage& coverage) {
   std::optional<int64_t> first;
   for (size_t i = 0; i < coverage.columns.size(); ++i)
-    if (const auto& heat = coverage.cell(&sensor, i).heat)
+    if (const auto& heat = coverage.cell(&sensor, i).heat; heat && isSoundHeat(*heat))
       if (!first || heat->at < *first) first = heat->at;
   return first;
 }

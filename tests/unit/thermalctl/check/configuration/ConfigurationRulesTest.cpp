@@ -412,6 +412,14 @@ TEST(ConfigurationRulesTest, TellOfAListInDegreesOnceALine) {
             (Lines{"a:5 degrees", "a:6 degrees"}));
 }
 
+TEST(ConfigurationRulesTest, TellOfAListWithUnitsOrBeyondAnySensorOnceALine) {
+  EXPECT_EQ(placesIn(with(with(kMonitor, "thresholds", "60C 70C"), "thresholds_clr", "57C 67C")),
+            (Lines{"a:5 temperature-cut-short", "a:6 temperature-cut-short"}));
+  EXPECT_EQ(placesIn(with(with(kMonitor, "thresholds", "60000000 70000000"), "thresholds_clr",
+                          "57000000 67000000")),
+            (Lines{"a:5 beyond-any-sensor", "a:6 beyond-any-sensor"}));
+}
+
 TEST(ConfigurationRulesTest, TellOfTheDefaultPeriodWhereTheSensorsIsLonger) {
   const std::string slow = "[cpu]\ntype real\nsampling 1112\nnode_path /cpu\n\n"
                            "[fan]\ntype charger\nnode_path /fan\nlevel_table 0 1 2 3 4\n";

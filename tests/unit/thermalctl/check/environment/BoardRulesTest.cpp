@@ -190,6 +190,16 @@ TEST_F(BoardRulesTest, ATripMayBeWhereTheFirstItemBegins) {
   EXPECT_EQ(of(skin("set_point", "60001")), Places{"virtual-never-on env:34"});
 }
 
+TEST_F(BoardRulesTest, WhatIsWrongWithTheItemsNumberIsNotToldOfTheTrip) {
+  const std::string sound = items.front();
+  for (const char* first : {"24999C", "24", "14999"}) {
+    items = {with(sound, "thresholds", std::string(first) + " 70000")};
+    EXPECT_EQ(of(skin()), Places()) << first;
+  }
+  items = {with(sound, "thresholds", "24999 70000")};
+  EXPECT_EQ(of(skin()), Places{"trip-above-thresholds env:34"});
+}
+
 TEST_F(BoardRulesTest, ATripSensorIsSampledAsOftenAsWhatItSwitches) {
   const std::string slow = "[case]\ntype real\nsampling 2000\nnode_path /sys/case\n\n";
   const Places slower = {"trip-sensor-slower env:38"};

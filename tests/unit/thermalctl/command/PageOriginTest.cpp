@@ -1,0 +1,66 @@
+#include "command/PageOrigin.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/SysfsDir.h"
+
+namespace {
+
+class PageOriginTest : public testing::Test {
+protected:
+  ~PageOriginTest() override { ::unsetenv("SOURCE_DATE_EPOCH"); }
+
+  static std::string dateAt(const char* epoch) {
+    ::setenv("SOURCE_DATE_EPOCH", epoch, 1);
+    return originOf({}, "").date;
+  }
+
+  SysfsDir files;
+};
+
+TEST_F(PageOriginTest, NamesEachFileOnceWithTheDigestOfItsBytes) {
+  const std::string day = files.write("day.conf", "abc");
+  const std::string empty = files.write("empty", "");
+  const Provenance origin = originOf({day, empty, day}, "7");
+  ASSERT_EQ(origin.inputs.size(), 2U);
+  EXPECT_EQ(origin.inputs[0].path, day);
+  EXPECT_EQ(origin.inputs[0].sha256,
+            "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  EXPECT_EQ(origin.inputs[1].sha256,
+            "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  EXPECT_EQ(origin.seed, "7");
+}
+
+TEST_F(PageOriginTest, AFileThatCannotBeReadHasNoDigest) {
+  const Provenance origin = originOf({files.node("nowhere")}, "");
+  ASSERT_EQ(origin.inputs.size(), 1U);
+  EXPECT_EQ(origin.inputs[0].sha256, "");
+}
+
+TEST_F(PageOriginTest, TheDateMayBeGiven) {
+  EXPECT_EQ(dateAt("0"), "1970-01-01T00:00:00Z");
+  EXPECT_EQ(dateAt("951827696"), "2000-02-29T12:34:56Z");
+  EXPECT_EQ(dateAt("4102444800"), "2100-01-01T00:00:00Z");
+}
+
+TEST_F(PageOriginTest, OtherwiseTheDateIsNow) {
+  ::unsetenv("SOURCE_DATE_EPOCH");
+  const std::string date = originOf({}, "").date;
+  ASSERT_EQ(date.size(), 20U);
+  EXPECT_GE(date.substr(0, 4), "2024");
+  EXPECT_EQ(date.back(), 'Z');
+}
+
+TEST_F(PageOriginTest, TheCommandIsTheOneThatRuns) {
+  std::ifstream own("/proc/self/cmdline");
+  std::string program;
+  std::getline(own, program, '\0');
+  EXPECT_EQ(originOf({}, "").command.rfind(program, 0), 0U) << originOf({}, "").command;
+}
+
+} // namespace
