@@ -109,6 +109,10 @@ void printRun(const MarginStudy& study, const MarginResult& result, size_t index
     const std::string of = textOf(run.budgets[i]);
     const std::string answer = answerText(result, budget);
     if (!answer.empty()) tell(of + " in " + run.name + ": " + answer, out);
+    if (budget.unjudged > 0)
+      tell(of + " in " + run.name + ": nobody knows of " + counted(budget.unjudged, "unit") +
+               ", in which it was never seen or the daemon stood still",
+           out);
     if (budget.broken == 0) continue;
     tell(commonText(study, budget), out);
     tell(driversText(study, figureOf(run, one, i)), out);
@@ -215,7 +219,7 @@ std::string driversText(const MarginStudy& study, const MarginResult::Figure& fi
   Weighed weighed;
   if (!figure.sobol.empty()) {
     for (size_t i = 0; i < figure.sobol.size(); ++i)
-      weighed.emplace_back(100 * figure.sobol[i].first.value,
+      weighed.emplace_back(std::max(0.0, 100 * figure.sobol[i].first.value),
                            partName(study, study.independent[i]));
     return "what drives it, in per cent of its variance: " +
            enumerated(texts(heaviest(weighed), "{:.0f} %"));

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "report/Judgement.h"
+#include "report/RunFigures.h"
 
 namespace {
 
@@ -76,8 +77,14 @@ int32_t wholeOf(double value) {
   return static_cast<int32_t>(std::llround(value));
 }
 
-int32_t workIn(const RunFigures& run, const std::string& source) {
-  const Performance* const work = run.workOf(source);
+const Performance* performanceOf(const std::string& source,
+                                 const std::vector<Performance>& performance) {
+  const auto is = [&](const Performance& each) { return each.source == source; };
+  const auto found = std::find_if(performance.begin(), performance.end(), is);
+  return found == performance.end() ? nullptr : &*found;
+}
+
+int32_t workOf(const Performance* work) {
   if (!work || work->demanded == 0) return kUnseen;
   return wholeOf(100 * work->delivered / work->demanded * kPerPercent);
 }
@@ -128,17 +135,87 @@ RunMeasures measuresOf(const TraceDescription& run, const std::vector<std::strin
   return Measuring(run, working).made;
 }
 
-std::vector<int32_t> measuredIn(const RunFigures& run, const std::vector<std::string>& working) {
-  std::vector<int32_t> values;
-  for (const TimeAtValue& record : run.temperatures)
-    values.push_back(record.empty() ? kUnseen : record.highest());
-  for (size_t i = 0; i < run.levels.size(); ++i)
-    if (hasLevels(run.description.devices[i]))
-      values.push_back(static_cast<int32_t>(run.levels[i].changes()));
+void UnitFigures::begin(const TraceDescription& run) {
+  description = &run;
+  courses.resize(run.sensors.size());
+  steps.resize(run.devices.size());
+  for (size_t i = 0; i < courses.size(); ++i) {
+    for (size_t budget = 0; budget < run.budgets.size(); ++budget) {
+      if (!isOf(run.budgets[budget], run.sensors[i])) continue;
+      Watch watch{budget, static_cast<int32_t>(run.budgets[budget].bound)};
+      if (run.budgets[budget].of == Budget::Of::kPercentile) watch.record.emplace();
+      courses[i].watches.push_back(std::move(watch));
+    }
+  }
+}
+
+void UnitFigures::hold(Course& course, int64_t time) {
+  for (Watch& watch : course.watches)
+    if (course.value > watch.bound) watch.above += time - course.since;
+  course.since = time;
+}
+
+void UnitFigures::temperature(int64_t time, size_t sensor, int32_t millidegrees) {
+  Course& course = courses[sensor];
+  if (course.begun)
+    hold(course, time);
+  else
+    course.begun = course.since = time;
+  course.value = millidegrees;
+  course.highest = std::max(course.highest, millidegrees);
+  for (Watch& watch : course.watches)
+    if (watch.record) watch.record->set(time, millidegrees);
+}
+
+void UnitFigures::level(int64_t, size_t device, int32_t level, const std::string&) {
+  Steps& taken = steps[device];
+  if (taken.level && *taken.level != level) ++taken.changes;
+  taken.level = level;
+}
+
+void UnitFigures::end(int64_t time, const std::vector<Performance>& performance) {
+  duration = time;
+  for (Course& course : courses) {
+    if (course.begun) hold(course, time);
+    for (Watch& watch : course.watches)
+      if (watch.record) watch.record->finish(time);
+    measured.push_back(course.highest);
+  }
+  for (size_t i = 0; i < steps.size(); ++i)
+    if (hasLevels(description->devices[i])) measured.push_back(steps[i].changes);
   for (const std::string& source : working)
-    values.push_back(workIn(run, source));
-  values.push_back(run.stoodStill ? static_cast<int32_t>(*run.stoodStill) : kUnseen);
-  for (const Verdict& verdict : run.verdicts)
-    addVerdict(verdict, values);
-  return values;
+    measured.push_back(workOf(performanceOf(source, performance)));
+  measured.push_back(stoodStill ? static_cast<int32_t>(*stoodStill) : kUnseen);
+  for (size_t budget = 0; budget < description->budgets.size(); ++budget)
+    addVerdict(verdictOn(budget, performance), measured);
+}
+
+// A limit asks for no more than the highest value and the time above the bound.
+TimeAtValue UnitFigures::recordOf(const Course& course, const Watch& watch) const {
+  TimeAtValue record;
+  record.set(*course.begun, std::min(watch.bound, course.highest));
+  record.set(duration - watch.above, course.highest);
+  record.finish(duration);
+  return record;
+}
+
+Verdict UnitFigures::verdictOn(size_t index, const std::vector<Performance>& performance) const {
+  const Budget& budget = description->budgets[index];
+  Evidence evidence;
+  evidence.stoodStill = stoodStill.has_value();
+  if (budget.of == Budget::Of::kWork)
+    evidence.performance = performanceOf(budget.name, performance);
+  for (size_t i = 0; i < steps.size(); ++i)
+    if (budget.of == Budget::Of::kChanges && description->devices[i].name == budget.name &&
+        steps[i].level)
+      evidence.changesAMinute = steps[i].changes / (static_cast<double>(duration) / kMinute);
+  TimeAtValue record;
+  for (const Course& course : courses) {
+    for (const Watch& watch : course.watches) {
+      if (watch.budget != index || !course.begun) continue;
+      if (!watch.record) record = recordOf(course, watch);
+      evidence.temperatures = watch.record ? &*watch.record : &record;
+    }
+  }
+  return judge(budget, evidence);
 }

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "margin/Measures.h"
-#include "report/RunFigures.h"
 #include "simulate/Engine.h"
 #include "study/Jobs.h"
 #include "study/StudyProgress.h"
@@ -31,11 +30,10 @@ std::vector<int32_t> Sampling::rowOf(const std::vector<double>& standard, uint64
   for (const Study::Cell& cell : study.cells) {
     RunInput input = population.unit(study.inputs[cell.input], standard);
     input.seed = noise;
-    RunFigures figures;
+    UnitFigures figures(working);
     Engine engine(input, figures, {[](int64_t) {}, [](int64_t, const std::string&) {}});
     engine.run();
-    const std::vector<int32_t> values = measuredIn(figures, working);
-    row.insert(row.end(), values.begin(), values.end());
+    row.insert(row.end(), figures.values().begin(), figures.values().end());
   }
   return row;
 }

@@ -1,0 +1,90 @@
+#include "margin/Measures.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "report/Results.h"
+#include "report/RunFigures.h"
+#include "simulate/Engine.h"
+#include "support/LogSwitchedOff.h"
+#include "thermalctl/simulate/RunFiles.h"
+
+namespace {
+
+class MeasuresTest : public testing::Test {
+protected:
+  MeasuresTest() {
+    files.plant +=
+        "noise = 0.5\n"
+        "[source.gpu]\nnode = \"die\"\ndevice = \"gpu\"\nwatts = [6, 4, 3, 1]\nwork = true\n"
+        "[source.idle]\nnode = \"die\"\nwatts = 1\nwork = true\n";
+    files.workload = "time,ambient,gpu,idle\n0,25,1,0\n40,10,0.2,0\n80,30,1,0\n";
+    files.request.duration = 120'000;
+  }
+
+  void hold(const std::string& text) {
+    BudgetText read = readLimit(text);
+    if (!read.budget) read = readRequirement(text);
+    files.request.budgets.push_back({*read.budget, text});
+  }
+
+  // What is kept of the run, and what all of its figures are, by their names.
+  void expectTheFiguresOfTheRun() {
+    const std::vector<RunInput> runs = files.read();
+    ASSERT_TRUE(files.problems.none()) << files.wrongInFull();
+    const std::vector<std::string> working = {"gpu", "idle"};
+    UnitFigures unit(working);
+    RunFigures all;
+    run(runs.front(), unit);
+    run(runs.front(), all);
+    const RunMeasures kept = measuresOf(runs.front().description, working);
+    ASSERT_EQ(kept.measures.size(), unit.values().size());
+    std::map<std::string, RunResult::Json> figures;
+    for (const auto& [name, value] : flattened(resultOf(all).row()))
+      figures[name] = value;
+    for (size_t i = 0; i < kept.measures.size(); ++i) {
+      const Measure& measure = kept.measures[i];
+      const int32_t value = unit.values()[i];
+      ASSERT_EQ(figures.count(measure.name), 1U) << measure.name;
+      const RunResult::Json& figure = figures[measure.name];
+      if (measure.of == Measure::Of::kVerdict)
+        EXPECT_EQ(figure.get<std::string>(), words[static_cast<size_t>(value)]) << measure.name;
+      else if (value == kUnseen)
+        EXPECT_TRUE(figure.is_null()) << measure.name;
+      else
+        EXPECT_EQ(figure.get<double>(), measure.inUnits(value, 120'000)) << measure.name;
+    }
+  }
+
+  static void run(const RunInput& input, TraceSink& sink) {
+    Engine(input, sink, {[](int64_t) {}, [](int64_t, const std::string&) {}}).run();
+  }
+
+  const LogSwitchedOff quiet;
+  RunFiles files;
+  std::vector<std::string> words = {"kept", "passed", "unjudged"};
+};
+
+TEST_F(MeasuresTest, AUnitsFiguresAreThoseOfItsRun) {
+  expectTheFiguresOfTheRun();
+}
+
+TEST_F(MeasuresTest, EveryKindOfLimitIsJudgedAsElsewhere) {
+  for (const char* limit : {"cpu=55C", "cpu=90C", "cpu=55C:10s", "cpu=55C:100s", "p90:cpu=50C",
+                            "p20:cpu=50C", "node:die=60C", "changes:gpu<=9/min"})
+    hold(limit);
+  expectTheFiguresOfTheRun();
+}
+
+TEST_F(MeasuresTest, WorkThatIsMissedIsMissed) {
+  words[1] = "missed";
+  for (const char* requirement :
+       {"work:gpu=99%", "work:gpu=10%", "work:idle=90%", "changes:gpu<=0.1/min"})
+    hold(requirement);
+  expectTheFiguresOfTheRun();
+}
+
+} // namespace
