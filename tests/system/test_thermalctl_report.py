@@ -697,6 +697,14 @@ def test_a_zoom_into_a_day_shows_the_course_and_how_to_look_closer(browser, tool
     browser.open(tmp_path / "closer" / "report.html")
     points = page_courses(browser)["talmor-thermal.conf", "temperature", "big", ""]
     assert len(points) > 4 * 30
+    tool("simulate", "--board", BOARD, "--workload", "navigation", "--duration", "24h", "--only", "html",
+         "--out", tmp_path / "alone")
+    assert not (tmp_path / "alone" / "trace.csv").exists()
+    browser.open(tmp_path / "alone" / "report.html")
+    settle(browser)
+    browser.run("setWindow(5 * 3600e3, 5 * 3600e3 + 30e3)")
+    settle(browser)
+    assert "with --only html,csv a trace.csv is written, too; then thermalctl plot trace.csv" in browser.run(closer)
 
 
 # Where it comes from.

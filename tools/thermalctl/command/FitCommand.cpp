@@ -1,9 +1,12 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <fmt/format.h>
@@ -52,6 +55,7 @@ struct Options {
   std::string sketch;
   bool plan = false;
   std::string board;
+  std::string environment;
   std::string plant;
   std::vector<std::string> recordings;
   std::vector<std::string> validations;
@@ -90,17 +94,31 @@ std::vector<std::string> pathsOf(const std::string& list) {
   return paths;
 }
 
-std::optional<BoardFolder> boardOf(const std::string& folder, Problems& problems) {
+// What a folder has, but for an environment that is named by itself.
+std::optional<BoardFolder::Files> filesOf(const std::string& folder, const std::string& environment,
+                                          std::vector<std::string>& found) {
+  if (environment.empty()) return BoardFolder::find(folder, found);
+  BoardFolder::Files files{environment, {}, {}};
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, ignored))
+    if (entry.path().extension() == ".conf") files.configurations.push_back(entry.path().string());
+  std::sort(files.configurations.begin(), files.configurations.end());
+  return files;
+}
+
+std::optional<BoardFolder> boardOf(const std::string& folder, const std::string& environment,
+                                   Problems& problems) {
   std::vector<std::string> found;
   std::optional<BoardFolder> board;
-  auto files = BoardFolder::find(folder, found);
+  auto files = filesOf(folder, environment, found);
   if (files) files->units = unitsOf(files->environment);
   if (files && !passesCheck(files->environment, files->configurations))
     found.push_back("nothing is fitted: the check has found errors");
   else if (files)
     board.emplace(*files, found);
+  const std::string named = environment.empty() ? "--board " + folder : "--env " + environment;
   for (const std::string& problem : found)
-    problems.add({"--board " + folder, {}, problem});
+    problems.add({named, {}, problem});
   return found.empty() ? std::move(board) : std::nullopt;
 }
 
@@ -177,6 +195,7 @@ public:
     }
     return !Interruptible::isAsked();
   }
+  void clear() { line.clear(); }
 
 private:
   using Clock = std::chrono::steady_clock;
@@ -250,8 +269,10 @@ public:
         names(namesOfOutputs(inputs.plant, board.description())) {}
 
   ExitStatus go(const std::vector<Requirement>& requirements) {
+    const Interruptible untilTheEnd;
     Misfit misfit = misfitOf(inputs, inputs.recordings);
-    const Estimation estimation = search(misfit);
+    Estimation estimation =
+        withoutStuck(misfit, inputs.recordings, [&] { return estimate(misfit, going); });
     FitResult result{&misfit,
                      &estimation,
                      nullptr,
@@ -264,13 +285,15 @@ public:
     if (!inputs.validations.empty() && !estimation.fit.interrupted) {
       other.emplace(misfitOf(inputs, inputs.validations));
       other->likelihoods = misfit.likelihoods;
-      validation =
-          validate(*other, valuesOf(estimation), [](const std::string&, double) { return true; });
+      validation = withoutStuck(*other, inputs.validations,
+                                [&] { return validate(*other, valuesOf(estimation), going); });
       result.validationMisfit = &*other;
       result.validation = &validation;
     }
     std::optional<Plan> plan;
-    if (options.plan && !estimation.fit.interrupted) plan = planFor(misfit, estimation);
+    if (options.plan && interrupted == 0) plan = planFor(misfit, estimation, going);
+    estimation.fit.interrupted |= interrupted != 0;
+    progress.clear();
     if (const auto error = write(result, plan)) return complain(kCouldNotRun, *error);
     print(result);
     printAgreement(result, misfit, estimation, "recording");
@@ -282,20 +305,18 @@ public:
   }
 
 private:
-  // What a sensor that is stuck has shown is left out, and the rest fitted anew.
-  Estimation search(Misfit& misfit) {
-    const Interruptible untilTheEnd;
-    Progress progress;
-    const Going going = [&](const std::string& stage, double cost) {
-      return progress.go(stage, cost);
-    };
-    Estimation estimation = estimate(misfit, going);
+  // What a sensor that is stuck has shown is left out, and what is left fitted anew.
+  template <typename Fitting>
+  Estimation withoutStuck(Misfit& misfit, std::vector<Recorded>& recordings,
+                          const Fitting& fitting) {
+    Estimation estimation = fitting();
     const std::vector<Stuck> stuck = stuckOf(misfit, estimation.fit.values);
     if (stuck.empty() || estimation.fit.interrupted) return estimation;
+    progress.clear();
     for (const Stuck& one : stuck)
-      std::cerr << visible(inWords(one, inputs.recordings, names)) << "\n";
-    leaveOut(inputs.recordings, stuck);
-    return estimate(misfit, going);
+      std::cerr << visible(inWords(one, recordings, names)) << "\n";
+    leaveOut(recordings, stuck);
+    return fitting();
   }
 
   std::vector<std::string> remarksOn(const Misfit& misfit, const Estimation& estimation) const {
@@ -320,7 +341,10 @@ private:
     outputs.add("plant.toml") << withEstimates(inputs.plantText, inputs.quantities,
                                                result.estimation->estimates);
     writeFitJson(result, outputs.add("fit.json"));
-    writeFitPage(result, "A thermal model of " + options.board, outputs.add("fit.html"));
+    writeFitPage(result,
+                 "A thermal model of " +
+                     (options.board.empty() ? options.environment : options.board),
+                 outputs.add("fit.html"));
     if (plan) {
       outputs.add("plan.csv") << workloadOf(*plan, *result.misfit);
       outputs.add("plan.txt") << stepsOf(*plan, *result.misfit);
@@ -332,11 +356,15 @@ private:
   const BoardFolder& board;
   Inputs inputs;
   const std::vector<std::string> names;
+  Progress progress;
+  const Going going = [this](const std::string& stage, double cost) {
+    return progress.go(stage, cost);
+  };
 };
 
 ExitStatus sketch(const Options& options) {
   Problems problems;
-  const std::optional<BoardFolder> board = boardOf(options.sketch, problems);
+  const std::optional<BoardFolder> board = boardOf(options.sketch, "", problems);
   problems.print(std::cerr, colourFor(STDERR_FILENO));
   if (!board) return kCouldNotRun;
   const std::string name = std::filesystem::absolute(options.sketch).filename().string();
@@ -353,14 +381,17 @@ ExitStatus sketch(const Options& options) {
 
 ExitStatus runFit(const Options& options) {
   if (!options.sketch.empty()) return sketch(options);
-  if (options.board.empty()) throw UsageError("--board is required; write --board DIR");
+  if (options.board.empty() && options.environment.empty())
+    throw UsageError("--board is required, or --env and --plant; write --board DIR");
+  if (options.board.empty() && options.plant.empty())
+    throw UsageError("--plant is required where there is no --board; write --plant FILE");
   if (options.recordings.empty())
     throw UsageError("--recording is required; write --recording FILE");
   Problems problems;
   std::vector<Requirement> requirements;
   for (const std::string& text : options.requirements)
     if (auto requirement = requirementOf(text, problems)) requirements.push_back(*requirement);
-  const std::optional<BoardFolder> board = boardOf(options.board, problems);
+  const std::optional<BoardFolder> board = boardOf(options.board, options.environment, problems);
   Inputs inputs;
   if (board) inputs = readInputs(options, *board, problems);
   if (!problems.none()) {
@@ -375,6 +406,9 @@ ExitStatus runFit(const Options& options) {
 void addOptions(CommandLine& line, Options& options) {
   line.option("--board", &options.board, "Folder with the board's *.env and *.conf files")
       .takes("DIR");
+  line.option("--env", &options.environment,
+              "Environment file, where the folder's own is not meant or there is no folder")
+      .takes("FILE");
   line.option("--plant", &options.plant, "Sketch of the thermal model, whose numbers are guesses")
       .takes("FILE");
   line.option("--recording", &options.recordings,

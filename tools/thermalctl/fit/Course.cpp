@@ -18,8 +18,9 @@ int64_t microsecondsOf(double seconds) {
 } // namespace
 
 Course::Course(const ThermalModel& model_, const PlantDescription& plant, const Recorded& recorded_,
-               const Stretch& stretch_, const std::vector<double>& offsets_, bool sensitive_)
-    : model(model_), recorded(recorded_), stretch(stretch_), offsets(offsets_),
+               const Stretch& stretch_, const std::vector<double>& offsets_, size_t stride_,
+               bool sensitive_)
+    : model(model_), recorded(recorded_), stretch(stretch_), offsets(offsets_), stride(stride_),
       sensitive(sensitive_), powers(plant) {
   const Index states = model.rates.size();
   const auto quantities = static_cast<Index>(model.effects.size());
@@ -47,7 +48,8 @@ void Course::begin(const Eigen::VectorXd& starts) {
   std::set<std::pair<RecordedChange::Kind, uint32_t>> told;
   for (size_t i = 0; i < recorded.files.size(); ++i) {
     const RecordedFile& file = recorded.files[i];
-    Place place{stretch.rows[i].first, stretch.rows[i].second, 0};
+    const size_t first = (stretch.rows[i].first + stride - 1) / stride * stride;
+    Place place{first, stretch.rows[i].second, 0};
     for (const RecordedChange& change : file.changes) {
       const bool isFirst = told.insert({change.kind, change.index}).second;
       const bool isPast = change.time + offsets[i] <= start;
@@ -63,6 +65,7 @@ void Course::begin(const Eigen::VectorXd& starts) {
   decay = Eigen::ArrayXd::Ones(state.size());
   ofStates = ofSpeeds = Eigen::MatrixXd::Zero(state.size(), state.size());
   ofPowers = Eigen::MatrixXd::Zero(state.size(), stateRows.cols());
+  effects = Eigen::MatrixXd::Zero(state.size(), stateRows.cols() + state.size());
   drivesAreOld = true;
 }
 
@@ -93,7 +96,7 @@ void Course::go(const Eigen::VectorXd& starts, const Take& takeRow) {
     if (isChange)
       take(file.changes[places[next].change++]);
     else
-      takeRow(next, file.rows[places[next].row++]);
+      takeRow(next, file.rows[std::exchange(places[next].row, places[next].row + stride)]);
   }
 }
 
@@ -117,45 +120,58 @@ void Course::advanceTo(double time) {
   // A clock's setting may put what stands at one time a little before it.
   if (then <= now) return;
   if (drivesAreOld) updateDrives();
-  const ThermalModel::Step& step = model.step(then - now, sensitive);
-  if (sensitive) advanceSensitivities(step);
-  state = step.decay * state.array() + step.driven * drives.array();
+  if (then - now != length) {
+    length = then - now;
+    step = &model.step(length, sensitive);
+  }
+  if (sensitive) advanceSensitivities();
+  state.array() = step->decay * state.array() + step->driven * drives.array();
   now = then;
 }
 
-void Course::advanceSensitivities(const ThermalModel::Step& step) {
-  const Eigen::VectorXd speed = drives - model.rates.cwiseProduct(state);
-  ofStates = step.decay.matrix().asDiagonal() * ofStates + step.pairs * state.asDiagonal() +
-             step.drivenPairs * drives.asDiagonal();
-  ofSpeeds = step.decay.matrix().asDiagonal() * ofSpeeds + step.pairs * speed.asDiagonal();
-  decay *= step.decay;
+void Course::advanceSensitivities() {
+  speed = drives - model.rates.cwiseProduct(state);
+  for (Index i = 0; i < state.size(); ++i) {
+    ofStates.col(i).array() = step->decay * ofStates.col(i).array() +
+                              state[i] * step->pairs.col(i).array() +
+                              drives[i] * step->drivenPairs.col(i).array();
+    ofSpeeds.col(i).array() =
+        step->decay * ofSpeeds.col(i).array() + speed[i] * step->pairs.col(i).array();
+  }
+  decay *= step->decay;
   for (Index i = 0; i < ofPowers.cols(); ++i) {
     const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
     if (effect.role != Role::kByPower && effect.role != Role::kByIdle) continue;
     const double power =
         effect.role == Role::kByPower ? powers.ofLoad(effect.index) : powers.ofIdle(effect.index);
-    ofPowers.col(i).array() = step.decay * ofPowers.col(i).array() + step.driven * power;
+    ofPowers.col(i).array() = step->decay * ofPowers.col(i).array() + step->driven * power;
   }
 }
 
 double Course::temperature(size_t output) const {
   const auto index = static_cast<Index>(output);
-  return ambient + model.offsets[index] + model.outputs.row(index).dot(state);
+  return ambient + model.offsets[index] + model.outputs.col(index).dot(state);
 }
 
+// Of a few states each product is small: put together as it is, it needs no memory of its own.
 void Course::prepareSensitivities() {
-  effects = model.columns.cwiseProduct(ofStates * stateRows + ofSpeeds * speedRows + ofPowers);
+  const Index quantities = ofPowers.cols();
+  effects.leftCols(quantities).noalias() =
+      ofStates.lazyProduct(stateRows) + ofSpeeds.lazyProduct(speedRows);
+  effects.leftCols(quantities) =
+      model.columns.cwiseProduct(effects.leftCols(quantities) + ofPowers);
+  effects.rightCols(state.size()) = decay.matrix().asDiagonal() * model.starts;
 }
 
 void Course::sensitivity(size_t output, Eigen::Ref<Eigen::RowVectorXd> row) const {
   const auto index = static_cast<Index>(output);
-  const Index quantities = effects.cols();
-  row.head(quantities) = model.outputs.row(index) * effects;
-  const Eigen::RowVectorXd left = model.outputs.row(index).cwiseProduct(decay.matrix().transpose());
-  row.segment(quantities, state.size()) = left * model.starts;
+  const Index quantities = ofPowers.cols();
+  const auto own = model.outputs.col(index);
+  row.head(effects.cols()).noalias() = own.transpose().lazyProduct(effects);
   for (Index i = 0; i < quantities; ++i) {
     const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
     if (effect.role == Role::kOffset) row[i] = effect.index == output ? 1 : 0;
-    if (effect.role == Role::kAmbient) row[i] = measuresAmbient ? 0 : 1 - left.dot(model.evenly);
+    if (effect.role == Role::kAmbient)
+      row[i] = measuresAmbient ? 0 : 1 - own.cwiseProduct(decay.matrix()).dot(model.evenly);
   }
 }

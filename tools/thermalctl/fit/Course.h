@@ -15,8 +15,9 @@
 // The temperatures of a model over one stretch of a recording, free-running: no reading corrects
 // them.
 //
-// Shape:  `go` calls `take(file, row)` at each row of readings, in the order of the files' set
-//         clocks. `temperature` and `sensitivities` are those of that moment.
+// Shape:  `go` calls `take(file, row)` at each row of readings whose number in its file `stride`
+//         divides, in the order of the files' set clocks. `temperature` and `sensitivities` are
+//         those of that moment.
 // Units:  seconds, degrees Celsius; `offsets` in seconds, of each file's clock; `starts` in degrees,
 //         of each node and then of each lagged probe at the first row.
 // Exact:  between two changes of what warms the device; a step adds no error.
@@ -26,7 +27,8 @@ public:
   using Take = std::function<void(size_t file, const ReadingRow& row)>;
 
   Course(const ThermalModel& model_, const PlantDescription& plant, const Recorded& recorded_,
-         const Stretch& stretch_, const std::vector<double>& offsets_, bool sensitive_);
+         const Stretch& stretch_, const std::vector<double>& offsets_, size_t stride_,
+         bool sensitive_);
 
   void go(const Eigen::VectorXd& starts, const Take& take);
 
@@ -46,13 +48,14 @@ private:
   void begin(const Eigen::VectorXd& starts);
   void take(const RecordedChange& change);
   void advanceTo(double time);
-  void advanceSensitivities(const ThermalModel::Step& step);
+  void advanceSensitivities();
   void updateDrives();
 
   const ThermalModel& model;
   const Recorded& recorded;
   const Stretch& stretch;
   const std::vector<double>& offsets;
+  const size_t stride;
   const bool sensitive;
   bool measuresAmbient = false;
   Powers powers;
@@ -67,5 +70,9 @@ private:
   Eigen::MatrixXd ofStates, ofSpeeds;
   Eigen::MatrixXd ofPowers; // by state and quantity
   Eigen::MatrixXd stateRows, speedRows;
-  Eigen::MatrixXd effects; // by state and quantity
+  Eigen::MatrixXd effects; // by state and quantity, and behind them each start
+  Eigen::VectorXd speed;
+  // Of the step before, which is mostly that of the next one.
+  int64_t length = 0;
+  const ThermalModel::Step* step = nullptr;
 };

@@ -30,7 +30,7 @@ constexpr double kScanStep = 2;
 // How little is known of a temperature at the start.
 constexpr double kStartSpread = 30;
 
-constexpr size_t kRowsOfFirstLook = 1500;
+constexpr size_t kRowsOfFirstLook = 500;
 constexpr size_t kRowsOfSecondLook = 20'000;
 // Of one sensor, for its noise.
 constexpr size_t kResidualsEnough = 4000;

@@ -34,7 +34,7 @@ struct Likelihood {
 // A likelihood for very many readings, by a table: what a reading tells goes by nothing but its
 // distance from the temperature.
 //
-// Exact: misfits within 1e-6, and the slope is exactly that of the misfit here. Beyond the table a
+// Exact: misfits within 1e-5, and the slope is exactly that of the misfit here. Beyond the table a
 //        reading has nothing to do with the heat.
 class LikelihoodTable {
 public:

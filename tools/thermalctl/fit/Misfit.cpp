@@ -147,7 +147,7 @@ std::vector<double> Misfit::predictions(size_t stretch, const Model& model,
                                         const VectorXd& values) const {
   const Recorded& recorded = recordings[stretches[stretch].recording];
   const std::vector<double> offsets = unknowns.offsetsOf(stretches[stretch].recording, values);
-  Course course(model.model, model.plant, recorded, stretches[stretch], offsets, false);
+  Course course(model.model, model.plant, recorded, stretches[stretch], offsets, stride, false);
   // By the place of the row in its file: with other clocks the rows of two files change places.
   std::vector<size_t> before(1, 0);
   for (const RecordedFile& file : recorded.files)
@@ -185,12 +185,11 @@ void Misfit::addEvidence(size_t stretch, const Model& model, const VectorXd& val
   std::vector<size_t> before(1, 0);
   for (const RecordedFile& file : recorded.files)
     before.push_back(before.back() + file.readings.size());
-  Course course(model.model, model.plant, recorded, part, offsets, true);
+  Course course(model.model, model.plant, recorded, part, offsets, stride, true);
   course.go(values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
                            indexOf(unknowns.perStretch)),
             [&](size_t file, const ReadingRow& row) {
               const RecordedFile& in = recorded.files[file];
-              if (stride > 1 && static_cast<size_t>(&row - in.rows.data()) % stride != 0) return;
               course.prepareSensitivities();
               for (size_t i = row.first; i < row.end; ++i) {
                 const Reading& reading = in.readings[i];
@@ -227,13 +226,12 @@ void Misfit::eachResidual(const VectorXd& values, const std::function<void(const
     if (recording && part.recording != *recording) continue;
     const Recorded& recorded = recordings[part.recording];
     const std::vector<double> offsets = unknowns.offsetsOf(part.recording, values);
-    Course course(model.model, model.plant, recorded, part, offsets, false);
+    Course course(model.model, model.plant, recorded, part, offsets, stride, false);
     course.go(
         values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
                        indexOf(unknowns.perStretch)),
         [&](size_t file, const ReadingRow& row) {
           const RecordedFile& in = recorded.files[file];
-          if (stride > 1 && static_cast<size_t>(&row - in.rows.data()) % stride != 0) return;
           for (size_t i = row.first; i < row.end; ++i)
             take({stretch, file, &row, in.readings[i], course.temperature(in.readings[i].output)});
         });

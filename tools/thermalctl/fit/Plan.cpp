@@ -46,7 +46,7 @@ public:
     findHottest(estimation_);
   }
 
-  Plan plan() {
+  Plan plan(const Going& going) {
     Plan best;
     double least = std::numeric_limits<double>::max();
     Random random(1);
@@ -57,14 +57,14 @@ public:
       best.loads = loads;
     };
     consider(rest());
-    for (int i = 0; i < kRandomPlans; ++i) {
+    for (int i = 0; i < kRandomPlans && going("planning", least); ++i) {
       Loads loads = rest();
       for (auto& step : loads)
         for (double& load : step)
           load = someLoad(random) * (i % 3 + 1) / 3.0;
       consider(loads);
     }
-    for (int i = 0; i < kChanges && !plant.sources.empty(); ++i) {
+    for (int i = 0; i < kChanges && !plant.sources.empty() && going("planning", least); ++i) {
       Loads loads = best.loads;
       loads[random.next() % loads.size()][random.next() % plant.sources.size()] = someLoad(random);
       consider(loads);
@@ -188,8 +188,8 @@ private:
 
 } // namespace
 
-Plan planFor(const Misfit& misfit, const Estimation& estimation) {
-  return Planner(misfit, estimation).plan();
+Plan planFor(const Misfit& misfit, const Estimation& estimation, const Going& going) {
+  return Planner(misfit, estimation).plan(going);
 }
 
 std::string workloadOf(const Plan& plan, const Misfit& misfit) {

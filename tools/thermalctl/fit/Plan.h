@@ -24,8 +24,9 @@ struct Plan {
 };
 
 // The loads that shrink the widest intervals most, of many that are tried. No node gets hotter than
-// it was in the recordings, as far as the fit tells.
-Plan planFor(const Misfit& misfit, const Estimation& estimation);
+// it was in the recordings, as far as the fit tells. Told to stop, it gives the best that was found
+// so far.
+Plan planFor(const Misfit& misfit, const Estimation& estimation, const Going& going);
 
 // As a workload file, and as steps for a person.
 std::string workloadOf(const Plan& plan, const Misfit& misfit);

@@ -81,18 +81,18 @@ VectorXd ThermalModel::whole(const VectorXd& modes) const {
 void ThermalModel::addOutputs(const PlantDescription& plant) {
   const Index probes = indexOf(plant.probes.size());
   const Index modes = shapes.cols();
-  outputs = MatrixXd::Zero(probes + shapes.rows(), rates.size());
-  offsets = VectorXd::Zero(outputs.rows());
+  outputs = MatrixXd::Zero(rates.size(), probes + shapes.rows());
+  offsets = VectorXd::Zero(outputs.cols());
   for (Index i = 0; i < probes; ++i) {
     const PlantDescription::Probe& probe = plant.probes[static_cast<size_t>(i)];
-    outputs.row(i).head(modes) = shapes.row(indexOf(probe.node));
+    outputs.col(i).head(modes) = shapes.row(indexOf(probe.node)).transpose();
     offsets[i] = probe.offset;
   }
-  outputs.block(probes, 0, shapes.rows(), modes) = shapes;
+  outputs.block(0, probes, modes, shapes.rows()) = shapes.transpose();
   for (size_t i = 0; i < lagged.size(); ++i) {
     const Index probe = indexOf(lagged[i].probe);
-    outputs.row(probe).head(modes) = lagged[i].shares.transpose();
-    outputs(probe, modes + indexOf(i)) = 1;
+    outputs.col(probe).head(modes) = lagged[i].shares;
+    outputs(modes + indexOf(i), probe) = 1;
   }
 }
 
@@ -146,7 +146,7 @@ void ThermalModel::addEffect(const PlantDescription& plant, const Quantity& quan
     const Index state = modes + (own - lagged.begin());
     effect.role = Role::kByState;
     // -(T - O) / lag
-    effect.row = own->rate * outputs.row(indexOf(index)).transpose();
+    effect.row = own->rate * outputs.col(indexOf(index));
     effect.row.head(modes) -= own->rate * shapes.row(indexOf(plant.probes[index].node)).transpose();
     columns(state, column) = 1;
     break;

@@ -28,7 +28,7 @@ struct ThermalModel {
   size_t states() const { return static_cast<size_t>(rates.size()); }
 
   Eigen::VectorXd rates;
-  Eigen::MatrixXd outputs; // by output and state
+  Eigen::MatrixXd outputs; // by state and output
   Eigen::VectorXd offsets; // of each output
   Eigen::VectorXd evenly;  // the states at one kelvin above the ambient everywhere
   Eigen::MatrixXd starts;  // by state: of a kelvin at each node, then at each lagged probe

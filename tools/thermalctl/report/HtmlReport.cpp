@@ -246,14 +246,15 @@ std::vector<std::string> HtmlReport::fitting() {
   }
 }
 
-void HtmlReport::write(std::ostream& out) {
+void HtmlReport::write(std::ostream& out, bool traced) {
   // The data stand in front of the scripts, which find them whole when they are run.
   out << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>"
       << escapedForHtml(title) << "</title>\n<style>\n"
       << page::kStyle << "</style>\n</head>\n"
       << page::kBody << "<script type=\"application/json\" id=\"data\">{\"title\":" << dumped(title)
-      << ",\"origin\":" << dumped(describe(origin)) << ",\"runs\":[";
+      << ",\"origin\":" << dumped(describe(origin)) << ",\"traced\":" << dumped(traced)
+      << ",\"runs\":[";
   const char* separator = "\n";
   for (const std::string& run : fitting()) {
     out << separator << run;

@@ -43,8 +43,8 @@ public:
   // What the run that ended last has done, and what came of its budgets.
   void figured(const RunFigures& figures);
 
-  // What does not fit into the page is thinned for it.
-  void write(std::ostream& out);
+  // What does not fit into the page is thinned for it. Whether a trace.csv beside it has the rest.
+  void write(std::ostream& out, bool traced);
 
 private:
   // The course of a name, as the index of the name in force.

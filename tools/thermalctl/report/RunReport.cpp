@@ -82,7 +82,7 @@ void RunReport::move(Spool* spool, std::ostream* to) {
 std::optional<std::string> RunReport::finish() {
   if (!files) return std::nullopt;
   if (files->events) EventTrace(*files->events, all.size()).finish();
-  if (files->page) files->html.write(*files->page);
+  if (files->page) files->html.write(*files->page, files->csv != nullptr);
   if (files->results) writeResults(all, *files->results);
   if (files->resultsCsv) writeResultsCsv(all, *files->resultsCsv);
   return files->outputs.putInPlace();

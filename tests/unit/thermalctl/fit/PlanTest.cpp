@@ -11,9 +11,13 @@ namespace {
 
 constexpr char kThermal[] = "\"node.*\", \"resistance.*\"";
 
+bool toTheEnd(const std::string&, double) {
+  return true;
+}
+
 TEST(PlanTest, NoIntervalGetsWider) {
   const fit_examples::Measured measured(kThermal);
-  const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured));
+  const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured), toTheEnd);
   ASSERT_EQ(plan.after.size(), 4U);
   for (size_t i = 0; i < 4; ++i)
     EXPECT_LT(plan.after[i], plan.before[i]) << measured.quantities[i].name;
@@ -24,7 +28,7 @@ TEST(PlanTest, InARoomWarmerThanAnythingRecordedTheDeviceRests) {
   text.replace(text.find("ambient = 20"), 12, "ambient = 70");
   // The recording has its own ambient, of 23 degrees.
   const fit_examples::Measured measured(kThermal, text);
-  const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured));
+  const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured), toTheEnd);
   ASSERT_EQ(plan.loads.size(), static_cast<size_t>(Plan::kSteps));
   // It begins 2 degrees above it, and its idle power warms the chip by 1.6 beside the case.
   EXPECT_LT(plan.hottest, 73.6);
@@ -44,7 +48,7 @@ TEST(PlanTest, APlantWithoutSourcesCanBeWatchedAlone) {
   estimation.fit.values = guessesOf(misfit);
   estimation.fit.information = misfit.evidence(estimation.fit.values).information;
   estimation.agreement = agreementOf(misfit, estimation.fit.values);
-  EXPECT_EQ(planFor(misfit, estimation).loads.size(), static_cast<size_t>(Plan::kSteps));
+  EXPECT_EQ(planFor(misfit, estimation, toTheEnd).loads.size(), static_cast<size_t>(Plan::kSteps));
 }
 
 TEST(PlanTest, ItsWorkloadHasAColumnForEachSource) {
@@ -69,6 +73,17 @@ TEST(PlanTest, ItsStepsNameWhatChangesAlone) {
   EXPECT_NE(steps.find("node.case.joules_per_kelvin: from 11 % to 1 % to either side"),
             std::string::npos)
       << steps;
+}
+
+TEST(PlanTest, ToldToStopItGivesTheBestSoFar) {
+  const fit_examples::Measured measured(kThermal);
+  int asked = 0;
+  const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured),
+                            [&asked](const std::string&, double) { return ++asked < 4; });
+  // Three more loads, and the answer to each of the two searches.
+  EXPECT_EQ(asked, 5);
+  EXPECT_EQ(plan.loads.size(), static_cast<size_t>(Plan::kSteps));
+  EXPECT_EQ(plan.after.size(), 4U);
 }
 
 } // namespace

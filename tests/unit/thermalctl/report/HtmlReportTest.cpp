@@ -14,7 +14,7 @@ class HtmlReportTest : public ::testing::Test {
 protected:
   std::string page() {
     std::ostringstream out;
-    report.write(out);
+    report.write(out, true);
     return out.str();
   }
 
@@ -44,6 +44,13 @@ void playNoisyDay(HtmlReport& report, size_t sensors, int64_t period) {
     }
   }
   report.end(kDay, {});
+}
+
+TEST_F(HtmlReportTest, TellsWhetherATraceHasTheRest) {
+  EXPECT_EQ(data()["traced"], true);
+  std::ostringstream out;
+  report.write(out, false);
+  EXPECT_NE(out.str().find("\"traced\":false"), std::string::npos);
 }
 
 TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {

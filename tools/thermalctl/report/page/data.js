@@ -197,7 +197,7 @@ function readVerdict(run, verdict) {
 
 const SHORTEST_WINDOW = 1000; // milliseconds
 
-const { title, origin, runs } = JSON.parse(document.getElementById('data').textContent);
+const { title, origin, runs, traced } = JSON.parse(document.getElementById('data').textContent);
 runs.forEach(readRun);
 const duration = Math.max(SHORTEST_WINDOW, ...runs.map((run) => run.duration));
 const tintedScenarios = [...new Set(runs.flatMap((run) => run.scenarios.map((stretch) => stretch.name)))]

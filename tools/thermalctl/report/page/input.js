@@ -53,8 +53,10 @@ function showHowToLookCloser() {
   closer.hidden = coarsest < 4 * pixel;
   if (closer.hidden) return;
   const around = [Math.max(0, from - coarsest), to + coarsest].map((time) => clock(time));
-  closer.replaceChildren(`A point here stands for ${span(coarsest)}. Every sample: `, element('code', {
-    textContent: `thermalctl plot trace.csv --from ${around[0]} --to ${around[1]} --out closer` }));
+  const plot = `thermalctl plot trace.csv --from ${around[0]} --to ${around[1]} --out closer`;
+  closer.replaceChildren(`A point here stands for ${span(coarsest)}. Every sample: `, ...(traced ? [] : ['with ',
+    element('code', { textContent: '--only html,csv' }), ' a trace.csv is written, too; then ']),
+  element('code', { textContent: plot }));
 }
 
 function setCursor(time) {
