@@ -61,7 +61,8 @@ struct Options {
 
 volatile std::sig_atomic_t interrupted = 0;
 
-// While one of these lives, Ctrl-C asks to come to an end.
+// While one of these lives, Ctrl-C asks to come to an end: what has been found by then is worth
+// showing, and takes minutes to find again. A second one ends the command at once.
 class Interruptible {
 public:
   Interruptible() {
@@ -124,6 +125,9 @@ std::optional<BoardFolder> boardOf(const std::string& folder, Problems& problems
 }
 
 // All that the command line names, read.
+//
+// Shape:  of the plant the text, too: what is found is written into it, under its own remarks.
+// Errors: told in the Problems of whoever reads them; then nothing here is to be relied on.
 struct Inputs {
   std::string plantText;
   PlantDescription plant;
@@ -173,6 +177,7 @@ Inputs readInputs(const Options& options, const BoardFolder& board, Problems& pr
   return inputs;
 }
 
+// No file's clock is off at first: by how much each is, is one of the things to be found.
 Misfit misfitOf(const Inputs& inputs, const std::vector<Recorded>& recordings) {
   std::vector<Stretch> stretches;
   for (size_t i = 0; i < recordings.size(); ++i) {
@@ -192,6 +197,7 @@ public:
     const Clock::time_point now = Clock::now();
     if (now >= next) {
       next = now + std::chrono::milliseconds(100);
+      // Ten times a second is as often as anyone reads it; a step may take less than a millisecond.
       line.show(fmt::format("{}: misfit {:.6g}", stage, misfit));
     }
     return interrupted == 0;
@@ -282,6 +288,7 @@ public:
     Estimation validation;
     if (!inputs.validations.empty() && !estimation.fit.interrupted) {
       other.emplace(misfitOf(inputs, inputs.validations));
+      // Judged by the noise that was found: another recording shall not excuse itself by more.
       other->likelihoods = misfit.likelihoods;
       validation =
           validate(*other, valuesOf(estimation), [](const std::string&, double) { return true; });
