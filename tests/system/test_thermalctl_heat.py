@@ -181,6 +181,8 @@ def test_a_coverage_in_no_format_of_its_own_could_not_run(thermalctl, options, m
     ('[sensor.soc]\nrange = ["85C", "20C"]\n', "'range' is no range"),
     ('[sensor.soc]\nrange = ["85F", "20C"]\n', "'85F' is no temperature"),
     ('[sensor.soc]\nnoise = "much"\n', "'much' is no temperature"),
+    ('[sensor.soc]\nnoise = -0.1\n', "'noise' is below 0"),
+    ('[sensor.soc]\nnoise = "-100mC"\n', "'noise' is below 0"),
     ('[device.clokc]\nentries = "kHz"\n', "the board has no device 'clokc'"),
     ('[device.clock]\nentries = "khz"\n', "no table counts 'khz'"),
     ('must_cool = ["sco"]\n', "the board has no sensor 'sco'"),

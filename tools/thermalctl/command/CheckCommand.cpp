@@ -61,6 +61,7 @@ std::vector<std::string> ruleNames() {
   return names;
 }
 
+// A slip in a rule's name would leave out nothing, and say nothing.
 void requireRule(const std::string& option, const std::string& name) {
   const std::vector<std::string> names = ruleNames();
   if (std::find(names.begin(), names.end(), name) != names.end()) return;
@@ -112,6 +113,8 @@ RuleChoice choiceOf(const Options& options) {
   return choice;
 }
 
+// Errors: a format that does not fit what is asked for is none of the library's to tell: each is
+//         one of the words that --format takes.
 InspectionOrder orderOf(const Options& options) {
   if (options.environment.empty()) throw UsageError("--env is required; write --env FILE");
   if (options.format == "markdown") throw UsageError("--format: markdown is for --explain all");
@@ -148,6 +151,8 @@ ExitStatus checkFiles(const Options& options) {
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
   inspection.problems.print(std::cerr, colourFor(STDERR_FILENO));
+  // In the place of the findings, and with their exit status: a CI may keep the one and go by the
+  // other.
   if (options.showsCoverage)
     printCoverage(inspection, options.format);
   else

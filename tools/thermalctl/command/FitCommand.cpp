@@ -123,6 +123,9 @@ std::optional<BoardFolder> boardOf(const std::string& folder, const std::string&
 }
 
 // All that the command line names, read.
+//
+// Shape:  of the plant the text, too: what is found is written into it, under its own remarks.
+// Errors: told in the Problems of whoever reads them; then nothing here is to be relied on.
 struct Inputs {
   std::string plantText;
   PlantDescription plant;
@@ -172,6 +175,7 @@ Inputs readInputs(const Options& options, const BoardFolder& board, Problems& pr
   return inputs;
 }
 
+// No file's clock is off at first: by how much each is, is one of the things to be found.
 Misfit misfitOf(const Inputs& inputs, const std::vector<Recorded>& recordings) {
   std::vector<Stretch> stretches;
   for (size_t i = 0; i < recordings.size(); ++i) {
@@ -191,6 +195,7 @@ public:
     const Clock::time_point now = Clock::now();
     if (now >= next) {
       next = now + std::chrono::milliseconds(100);
+      // Ten times a second is as often as anyone reads it; a step may take less than a millisecond.
       line.show(fmt::format("{}: misfit {:.6g}", stage, misfit));
     }
     return !Interruptible::isAsked();
@@ -284,6 +289,7 @@ public:
     Estimation validation;
     if (!inputs.validations.empty() && !estimation.fit.interrupted) {
       other.emplace(misfitOf(inputs, inputs.validations));
+      // Judged by the noise that was found: another recording shall not excuse itself by more.
       other->likelihoods = misfit.likelihoods;
       validation = withoutStuck(*other, inputs.validations,
                                 [&] { return validate(*other, valuesOf(estimation), going); });
@@ -291,8 +297,8 @@ public:
       result.validation = &validation;
     }
     std::optional<Plan> plan;
-    if (options.plan && interrupted == 0) plan = planFor(misfit, estimation, going);
-    estimation.fit.interrupted |= interrupted != 0;
+    if (options.plan && !Interruptible::isAsked()) plan = planFor(misfit, estimation, going);
+    estimation.fit.interrupted |= Interruptible::isAsked();
     progress.clear();
     if (const auto error = write(result, plan)) return complain(kCouldNotRun, *error);
     print(result);

@@ -70,6 +70,7 @@ struct Source {
   Comparison::Origin origin = Comparison::Origin::kLive;
 };
 
+// By its first line: a trace may bear any name, and come through a pipe.
 bool isTrace(LineFile& file) {
   std::string_view line;
   const bool is = file.next(line) && isCsvTrace(line);
@@ -122,6 +123,7 @@ public:
     Provenance origin = originOf(paths, "");
     for (size_t i = 0; i < files.size(); ++i) {
       for (Provenance::Input& input : origin.inputs) {
+        // What can be read only once was summed up while it was kept.
         if (input.path == options.logs[i] && input.sha256.empty()) input.sha256 = files[i].sha256();
       }
     }
@@ -140,9 +142,11 @@ private:
       (isTrace(files.back()) ? traces : logs).push_back({path, &files.back(), {}});
     }
     if (!readable) return false;
+    // Only logs have parts: two traces are two simulations, however they are called.
     records = partsOfLogs(std::move(logs));
     for (const JoinedLog::Part& trace : traces)
       records.push_back({trace});
+    // A log in parts stands where the user named the first of them.
     const auto placeOf = [this](const std::vector<JoinedLog::Part>& parts) {
       auto first = options.logs.end();
       for (const JoinedLog::Part& part : parts)

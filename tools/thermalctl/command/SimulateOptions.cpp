@@ -60,6 +60,7 @@ public:
       : options(options_), studyPath(studyPath_), file(file_), problems(problems_),
         studyFolder(fs::path(studyPath).parent_path().string()), board(boardOf()) {}
 
+  // All that can be read is, so that one look shows all that is wrong.
   StudyRequest read() {
     request.environment = fromBoard(options.environment, "--env", kEnvironmentFile);
     request.units = unitsOf(request.environment);
@@ -103,6 +104,7 @@ private:
 
   void readConfigurations() {
     request.configurations = options.configurations;
+    // The study's, or for want of any what a device starts with.
     if (request.configurations.empty()) {
       for (const std::string& name : file.configurations)
         request.configurations.push_back(besideStudy(name));
@@ -136,6 +138,7 @@ private:
     usualDuration = recorded.length;
   }
 
+  // The command line's take the place of the study's, and each counts once: a seed is a run.
   void readSeedsOf() {
     request.seeds = file.seeds;
     if (!options.seeds.empty()) request.seeds.clear();

@@ -49,6 +49,7 @@ bool saysAnything(const Row& row) {
 
 using Direction = std::optional<Action> CoverageCell::*;
 
+// Those of all columns of the part, so that a device has its row in each of them.
 std::set<std::string> devicesOf(const Part& part, const Section* sensor, Direction direction) {
   std::set<std::string> devices;
   for (size_t i = part.begin; i < part.end; ++i)
@@ -80,6 +81,7 @@ void addSensor(Rows& rows, const Part& part, const Section* sensor) {
     if (!cell.report) return std::string(kNothing);
     return (cell.report->item->lowactive ? "<=" : ">=") + celsius(cell.report->at);
   });
+  // Of most sensors nothing is reported, and nothing done about the cold.
   if (saysAnything(reported)) rows.push_back(reported);
   Rows cold;
   addDirection(cold, part, sensor, &CoverageCell::cold, name + ", cold", "<=");
@@ -172,6 +174,7 @@ std::string escaped(const std::string& text) {
   return result;
 }
 
+// Without a sheet or a script of its own: it is opened from a mail, or as an artefact of a CI.
 void printPageRow(std::ostream& out, const Row& row) {
   const bool isDevice = row.front().rfind("  ", 0) == 0;
   out << (isDevice ? "<tr>" : "<tr class=\"sensor\">") << "<th scope=\"row\">"

@@ -115,6 +115,8 @@ Json toJson(const StudyDifference& study) {
           {"gone", study.figures.gone}};
 }
 
+// Of a change that nobody can see in the coverage there is no heading: an empty one would have a
+// reviewer look for what is missing.
 void printMeaning(std::ostream& out, const Difference& difference) {
   if (difference.meansNothing()) {
     out << kNoChange;

@@ -26,7 +26,7 @@ std::string nameIn(const std::optional<Reference>& reference) {
   return reference && reference->section ? reference->word.text : "none";
 }
 
-// What the daemon writes for an entry.
+// What the daemon writes for an entry: two spellings of one number are no change.
 std::string written(const Section& device, const Level& level) {
   const std::string& kind = device.kindWord.text;
   if (kind == "camera") return level.text;
@@ -42,6 +42,7 @@ Facts factsOf(const Section& section) {
   Facts facts = {{"kind", section.kindWord.text}};
   if (section.nodePath) facts["node"] = section.nodePath->text;
   if (section.isDevice()) {
+    // It writes a line of its own, whatever the table has.
     if (isReport(section)) return facts;
     facts["levels"] = std::to_string(section.levels.size());
     for (size_t i = 0; i < section.levels.size(); ++i)
@@ -115,6 +116,7 @@ Facts factsOf(const Item& item) {
                  {"sensor", nameIn(item.sensor)},
                  {"sampling", milliseconds(item.sampling)},
                  {"lowactive", item.lowactive ? "true" : "false"}};
+  // Of such an item the daemon has nothing, and what stands there may yet be a change.
   if (!item.created) facts["in force"] = "never: the daemon ends before, or for it";
   if (item.kind == ItemKind::kSS)
     addSS(facts, item);

@@ -58,7 +58,9 @@ std::string notKept() {
          " (TMPDIR names another folder for it)";
 }
 
-// Copies all of `from` to `to`: compressed, unless it is so already. Returns what went wrong.
+// Copies all of `from` to `to`: compressed, unless it is so already, as what comes from a pipe may
+// be larger than the disk has room for. As quickly as that goes: the other end waits. Returns what
+// went wrong.
 std::string keep(int from, int to, Sha256& sum) {
   std::array<char, kBlock> bytes;
   ssize_t got = ::read(from, bytes.data(), bytes.size());
@@ -157,6 +159,7 @@ void LineFile::recognise() {
 bool LineFile::next(std::string_view& line) {
   if (!whyNot.empty()) return false;
   size_t end = block.find('\n', at);
+  // A line that does not end is given in parts, so that a file of one line fills no memory.
   while (end == std::string::npos && block.size() - at < kLongestLine) {
     const size_t searched = block.size() - at;
     if (!fill()) break;
@@ -186,6 +189,7 @@ bool LineFile::fill() {
 void LineFile::noteDamage() {
   int error = Z_OK;
   const char* text = ::gzerror(file.get(), &error);
+  // A dump whose cable was pulled is worth showing as far as it goes; a disk that fails is not.
   if (error == Z_BUF_ERROR)
     whatIsDamaged = "its compressed data end in the middle; what comes before is shown";
   else if (error == Z_ERRNO)
@@ -204,6 +208,7 @@ void LineFile::append(std::string_view bytes) {
 
 void LineFile::appendUtf16(std::string_view bytes) {
   halfUnit.append(bytes);
+  // A block may end in the middle of a unit, whose first byte waits for the next one.
   const size_t high = encoding == Encoding::kUtf16Big ? 0 : 1;
   size_t i = 0;
   for (; i + 1 < halfUnit.size(); i += 2) {
@@ -214,6 +219,7 @@ void LineFile::appendUtf16(std::string_view bytes) {
   halfUnit.erase(0, i);
 }
 
+// A half of a pair that stands alone is left out: no message of the daemon has one.
 void LineFile::takeUnit(char16_t unit) {
   if (unit < 0x80) {
     block += static_cast<char>(unit);

@@ -57,6 +57,7 @@ private:
     section.missing("file", "the file, relative to this one, in which they are");
     section.missing("reason", "why nobody needs to hear of them");
     section.refuseOtherKeys();
+    // Whoever comes later has to decide whether it still holds.
     if (reason && reason->find_first_not_of(" \t\n") == std::string::npos)
       section.problem(section.at("reason"), "'reason' is empty",
                       "say why nobody needs to hear of them");
@@ -83,12 +84,11 @@ private:
       section.problem(section.at(), "the board has no sensor '" + name + "'",
                       didYouMean(name, *known.sensors, "write a sensor of the environment file"));
     const std::optional<std::string> unit = section.text("unit");
+    // A table that says nothing of the sensor was hardly meant so.
     if (!section.has("range") && !section.has("noise"))
       section.missing("unit", "what the sensor's node counts in");
     takeRange(name, section);
-    if (const auto noise = section.word("noise"))
-      if (const auto celsius = temperatureOf(section, section.at("noise"), *noise))
-        settings.noise[name] = *celsius;
+    takeNoise(name, section);
     section.refuseOtherKeys();
     if (!unit) return;
     const auto size = kUnits.find(*unit);
@@ -97,6 +97,16 @@ private:
     else
       section.problem(section.at("unit"), "no node counts in '" + *unit + "'",
                       didYouMean(*unit, unitNames(), "write one of " + listed(unitNames())));
+  }
+
+  void takeNoise(const std::string& name, TomlSection& section) {
+    const auto noise = section.word("noise");
+    if (!noise) return;
+    const auto celsius = temperatureOf(section, section.at("noise"), *noise);
+    if (celsius && *celsius < 0)
+      return section.problem(section.at("noise"), "'noise' is below 0",
+                             "write a standard deviation, such as \"0.1C\"");
+    if (celsius) settings.noise[name] = *celsius;
   }
 
   void takeRange(const std::string& name, TomlSection& section) {
@@ -146,7 +156,7 @@ private:
             at, "the board has no sensor '" + names[i] + "'",
             didYouMean(names[i], *known.sensors, "write a sensor of the environment file"));
       MustCool rule{{names[i], insideQuotes(at.at)}, std::nullopt};
-      // "skin" = "43C" beside the list.
+      // "skin" = "43C" beside the list; a name that is in no list is a key that nobody knows.
       if (const auto limit = file.word(names[i]))
         rule.atMost = temperatureOf(file, file.at(names[i]), *limit);
       settings.mustCool.push_back(std::move(rule));

@@ -146,6 +146,7 @@ TEST_F(SettingsTest, TakeABareNumberForDegrees) {
   EXPECT_EQ(read("[sensor.cpu]\nrange = [-20, 85]\n").reachOf("cpu"), 85000);
   EXPECT_EQ(read("[sensor.cpu]\nnoise = 0.25\n").noise.at("cpu"), 250);
   EXPECT_EQ(read("[sensor.cpu]\nnoise = \"100mC\"\n").noise.at("cpu"), 100);
+  EXPECT_EQ(read("[sensor.cpu]\nnoise = 0\n").noise.at("cpu"), 0);
   EXPECT_TRUE(problems.none());
 }
 
