@@ -59,7 +59,7 @@ KnownNames knownNames(const Inspection& inspection) {
   return known;
 }
 
-void readSettings(Inspection& inspection, const std::string& environment) {
+void takeSettings(Inspection& inspection, const std::string& environment) {
   const std::string name = settingsFileBeside(environment);
   std::error_code error;
   if (!std::filesystem::exists(name, error)) return;
@@ -129,7 +129,7 @@ Inspection inspect(const InspectionOrder& order) {
   inspection.hasBoard = board != nullptr;
   inspection.environment = readEnvironment(order.environment, board ? *board : "");
   if (!board) inspection.environment.kind = {};
-  readSettings(inspection, order.environment);
+  takeSettings(inspection, order.environment);
   readConfigurations(inspection, order.configurations);
 
   RuleChoice rules = order.rules;

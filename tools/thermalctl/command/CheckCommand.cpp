@@ -132,7 +132,7 @@ void print(const Inspection& inspection, const std::string& format) {
   printText(std::cout, inspection, colourFor(STDOUT_FILENO));
 }
 
-void printCoverage(const Inspection& inspection, const std::string& format) {
+void showCoverage(const Inspection& inspection, const std::string& format) {
   const Coverage coverage(inspection.environment, inspection.configurations);
   if (format == "json") return printCoverageAsJson(std::cout, coverage);
   if (format == "html") return printCoverageAsPage(std::cout, coverage);
@@ -154,7 +154,7 @@ ExitStatus checkFiles(const Options& options) {
   // In the place of the findings, and with their exit status: a CI may keep the one and go by the
   // other.
   if (options.showsCoverage)
-    printCoverage(inspection, options.format);
+    showCoverage(inspection, options.format);
   else
     print(inspection, options.format);
   return statusOf(inspection, options.werror);

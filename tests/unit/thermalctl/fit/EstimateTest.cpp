@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "FitExamples.h"
 #include "fit/Words.h"
+#include "thermalctl/fit/FitExamples.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "FitExamples.h"
+#include "thermalctl/fit/FitExamples.h"
 
 namespace {
 

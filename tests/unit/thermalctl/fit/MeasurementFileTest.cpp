@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "FitExamples.h"
+#include "thermalctl/fit/FitExamples.h"
 #include "thermalctl/log/TextLines.h"
 
 namespace {

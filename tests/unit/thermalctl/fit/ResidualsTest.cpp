@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "FitExamples.h"
+#include "thermalctl/fit/FitExamples.h"
 
 namespace {
 

@@ -109,7 +109,7 @@ void tellOfColdItems(Context& context) {
     const Number* start = startOf(item);
     if (!start || item.lowactive.word || misspelt(item, "lowactive") || runsDown(item) ||
         millidegreesOf(*start, item) >= kColdRoom || othersStart(item, starts) ||
-        readingOf(start->word.text) != Reading::kWhole || start->value == 0)
+        readingOf(start->word.text) != NumberReading::kWhole || start->value == 0)
       return;
     within.tell(start->word,
                 {"the item is awake in every room: it acts from {} on and not below it",

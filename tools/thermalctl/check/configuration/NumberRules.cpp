@@ -52,7 +52,7 @@ Numbers numbersOf(const Item& item) {
 // Whether the daemon reads so little of a temperature that the item is on, or off, for good.
 bool cutToNothing(const std::string& key, const Number& number, const Item& item) {
   return contains({"thresholds", "thresholds_clr", "set_point", "set_point_clr"}, key) &&
-         readingOf(number.word.text) == Reading::kCutShort && outOfUse(number, item);
+         readingOf(number.word.text) == NumberReading::kCutShort && outOfUse(number, item);
 }
 
 // What becomes of an item whose temperature is next to nothing.
@@ -73,7 +73,7 @@ bool isMuchBelow(int32_t period, int32_t other) {
 }
 
 // Tells of each number that is read in this way what it is read as.
-Check eachNumberRead(Reading reading, const char* how, const char* hint) {
+Check eachNumberRead(NumberReading reading, const char* how, const char* hint) {
   return eachItem([=](const Item& item, Context& context) {
     // The rest of a line behind a word that is no number is seldom better.
     std::set<int> lines;
@@ -105,7 +105,7 @@ const std::vector<Rule> kNumberRules = {
      "A word without digits where a number is due is 0, without a message. At the end of a list it "
      "is one more entry: 'thresholds 60000 70000 # warm' has four thresholds, the last two of them "
      "0, and at 70000 the monitor jumps to a level that has no row.",
-     eachNumberRead(Reading::kNoDigits, "", "write a number; there are no comments")},
+     eachNumberRead(NumberReading::kNoDigits, "", "write a number; there are no comments")},
 
     {"temperature-cut-short", Severity::kError,
      "A number ends at its first character that is no digit, and the rest of the word is ignored "
@@ -129,12 +129,13 @@ const std::vector<Rule> kNumberRules = {
     {"item-number-cut-short", Severity::kWarning,
      "A number ends at its first character that is no digit, and the rest of the word is ignored "
      "without a message: '60000mC' is 60000, '1s' is 1 and '0x10' is 0.",
-     eachNumberRead(Reading::kCutShort, "", "write digits alone: no point, no comma, no unit")},
+     eachNumberRead(NumberReading::kCutShort, "",
+                    "write digits alone: no point, no comma, no unit")},
 
     {"item-number-too-large", Severity::kError,
      "Numbers have 32 bits and a sign. Of a larger one the daemon keeps the lowest 32 bits, "
      "without a message: 3000000000 becomes -1294967296.",
-     eachNumberRead(Reading::kTooLarge, ", what is left of it in 32 bits",
+     eachNumberRead(NumberReading::kTooLarge, ", what is left of it in 32 bits",
                     "write a number from -2147483648 to 2147483647")},
 
     {"degrees", Severity::kError,

@@ -63,7 +63,7 @@ bool isHex(const std::string& entry) {
 
 bool isTooLarge(const Entry& entry) {
   return formOf(entry.device) == Form::kDecimal &&
-         readingOf(entry.level.text) == Reading::kTooLarge;
+         readingOf(entry.level.text) == NumberReading::kTooLarge;
 }
 
 bool isNoNumber(const Entry& entry) {

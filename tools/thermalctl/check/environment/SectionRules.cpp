@@ -20,14 +20,14 @@ Check eachBreak(Look<EnvironmentBreak> look) {
   };
 }
 
-Ending dependents(const Word& mistake, const Context& context) {
+Ending dependentsOf(const Word& mistake, const Context& context) {
   return dependents(mistake.at.line, context);
 }
 
 Ending stopsReading(const EnvironmentBreak& each, const Context& context) {
   if (&each != &context.subject.environment.breaks.front())
     return {"the daemon would stop reading the file here, too"};
-  Ending lost = dependents(each.word, context);
+  Ending lost = dependentsOf(each.word, context);
   return {"the daemon stops reading the file here, without a word" + lost.words, lost.end};
 }
 
@@ -166,7 +166,7 @@ const std::vector<Rule> kSectionRules = {
        context.tell(section.header,
                     {"the header's first word does not end with \"]\": the daemon drops its last "
                      "character all the same and takes '{}' for the name{}",
-                     section.name, dependents(section.header, context)},
+                     section.name, dependentsOf(section.header, context)},
                     "write the name in brackets and without white space");
      })},
 
@@ -187,7 +187,7 @@ const std::vector<Rule> kSectionRules = {
        if (section.typeWord && section.kindWord.text.empty())
          context.tell(*section.typeWord,
                       {"no kind behind 'type': the daemon drops the section without a word{}",
-                       dependents(*section.typeWord, context)},
+                       dependentsOf(*section.typeWord, context)},
                       "the kinds are " + listed(sectionKindWords()));
      })},
 
@@ -200,7 +200,7 @@ const std::vector<Rule> kSectionRules = {
        context.tell(section.kindWord,
                     {"the daemon knows the kind '{}' in small letters alone and drops the section "
                      "without a word{}",
-                     kind, dependents(section.kindWord, context)},
+                     kind, dependentsOf(section.kindWord, context)},
                     {"did you mean '{}'?", kind});
      })},
 
@@ -210,7 +210,7 @@ const std::vector<Rule> kSectionRules = {
        if (hasUnknownKind(section) && !isKindInWrongCase(section))
          context.tell(section.kindWord,
                       {"unknown kind '{}': the daemon drops the section without a word{}", kind,
-                       dependents(section.kindWord, context)},
+                       dependentsOf(section.kindWord, context)},
                       didYouMean(kind, sectionKindWords()));
      })},
 
@@ -224,7 +224,7 @@ const std::vector<Rule> kSectionRules = {
            context.tell(property.key,
                         {"no blank line above this header: the daemon takes it for an unknown key "
                          "and the lines below it for those of '{}'{}",
-                         section.name, dependents(property.key, context)},
+                         section.name, dependentsOf(property.key, context)},
                         "put a blank line above it");
      })},
 

@@ -19,7 +19,7 @@ Message readAs(const std::string& key, const Number& number) {
   const std::string& word = number.word.text;
   if (word.empty()) return {"no value behind '{}': the daemon reads {}", key, number.value};
   return {"'{}' is {}: the daemon reads {}", word,
-          readingOf(word) == Reading::kTooLarge ? "beyond 32 bits" : "no whole number",
+          readingOf(word) == NumberReading::kTooLarge ? "beyond 32 bits" : "no whole number",
           number.value};
 }
 

@@ -22,22 +22,22 @@ int64_t millidegreesOf(const Number& temperature, int32_t unit) {
 
 } // namespace
 
-Reading readingOf(const std::string& word) {
+NumberReading readingOf(const std::string& word) {
   char* end = nullptr;
   const long long value = std::strtoll(word.c_str(), &end, 10);
-  if (end == word.c_str()) return Reading::kNoDigits;
-  if (value > INT32_MAX || value < INT32_MIN) return Reading::kTooLarge;
-  return static_cast<size_t>(end - word.c_str()) < word.size() ? Reading::kCutShort
-                                                               : Reading::kWhole;
+  if (end == word.c_str()) return NumberReading::kNoDigits;
+  if (value > INT32_MAX || value < INT32_MIN) return NumberReading::kTooLarge;
+  return static_cast<size_t>(end - word.c_str()) < word.size() ? NumberReading::kCutShort
+                                                               : NumberReading::kWhole;
 }
 
 bool isNumber(const std::string& word) {
-  return readingOf(word) == Reading::kWhole;
+  return readingOf(word) == NumberReading::kWhole;
 }
 
 bool haveDigits(const std::vector<Number>& list) {
   return std::none_of(list.begin(), list.end(), [](const Number& number) {
-    return readingOf(number.word.text) == Reading::kNoDigits;
+    return readingOf(number.word.text) == NumberReading::kNoDigits;
   });
 }
 

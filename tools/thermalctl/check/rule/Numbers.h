@@ -9,8 +9,8 @@
 
 // What `parseInt32` makes of a word: its number, the digits at its front, 0 for want of any, or
 // what is left of it in 32 bits.
-enum class Reading { kWhole, kCutShort, kNoDigits, kTooLarge };
-Reading readingOf(const std::string& word);
+enum class NumberReading { kWhole, kCutShort, kNoDigits, kTooLarge };
+NumberReading readingOf(const std::string& word);
 // Whether the daemon reads as a number what is written.
 bool isNumber(const std::string& word);
 // Without digits a list is likely to be a text in the wrong place: its length then says nothing.

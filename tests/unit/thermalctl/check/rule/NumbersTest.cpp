@@ -23,21 +23,21 @@ protected:
 };
 
 TEST(NumbersTest, TellsWhatTheDaemonMakesOfAWord) {
-  EXPECT_EQ(readingOf("45000"), Reading::kWhole);
-  EXPECT_EQ(readingOf("-1"), Reading::kWhole);
-  EXPECT_EQ(readingOf("+1"), Reading::kWhole);
-  EXPECT_EQ(readingOf("45C"), Reading::kCutShort);
-  EXPECT_EQ(readingOf("45.5"), Reading::kCutShort);
-  EXPECT_EQ(readingOf("hot"), Reading::kNoDigits);
-  EXPECT_EQ(readingOf(""), Reading::kNoDigits);
+  EXPECT_EQ(readingOf("45000"), NumberReading::kWhole);
+  EXPECT_EQ(readingOf("-1"), NumberReading::kWhole);
+  EXPECT_EQ(readingOf("+1"), NumberReading::kWhole);
+  EXPECT_EQ(readingOf("45C"), NumberReading::kCutShort);
+  EXPECT_EQ(readingOf("45.5"), NumberReading::kCutShort);
+  EXPECT_EQ(readingOf("hot"), NumberReading::kNoDigits);
+  EXPECT_EQ(readingOf(""), NumberReading::kNoDigits);
 }
 
 TEST(NumbersTest, TheLimitIsThatOf32Bits) {
-  EXPECT_EQ(readingOf("2147483647"), Reading::kWhole);
-  EXPECT_EQ(readingOf("2147483648"), Reading::kTooLarge);
-  EXPECT_EQ(readingOf("-2147483648"), Reading::kWhole);
-  EXPECT_EQ(readingOf("-2147483649"), Reading::kTooLarge);
-  EXPECT_EQ(readingOf("99999999999999999999999"), Reading::kTooLarge);
+  EXPECT_EQ(readingOf("2147483647"), NumberReading::kWhole);
+  EXPECT_EQ(readingOf("2147483648"), NumberReading::kTooLarge);
+  EXPECT_EQ(readingOf("-2147483648"), NumberReading::kWhole);
+  EXPECT_EQ(readingOf("-2147483649"), NumberReading::kTooLarge);
+  EXPECT_EQ(readingOf("99999999999999999999999"), NumberReading::kTooLarge);
 }
 
 TEST(NumbersTest, OnlyAWholeOneIsANumber) {
