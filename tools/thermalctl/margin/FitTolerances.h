@@ -13,6 +13,7 @@
 // Shape:  `correlations` row by row, of the numbers in their order; positive definite.
 // Source: a fit.json.
 struct FittedNumbers {
+  // By its name in the plant, and the interval's ends.
   struct Number {
     std::string name;
     double low = 0;

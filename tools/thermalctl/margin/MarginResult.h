@@ -60,6 +60,7 @@ struct MarginResult {
     std::vector<Known> correlations;
     std::vector<SobolIndex> sobol;
   };
+  // Of one of the study's runs.
   struct Run {
     std::vector<Budgeted> budgets;
     std::vector<Figure> figures;

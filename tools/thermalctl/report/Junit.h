@@ -14,6 +14,7 @@ struct JunitCase {
   std::string message{};
 };
 
+// Cases that belong together, such as those of one run.
 struct JunitSuite {
   std::string name;
   std::vector<JunitCase> cases;
