@@ -442,22 +442,30 @@ def test_a_short_run_shows_the_table_alone(thermalctl):
         assert "%)" not in terminal.text and "\x1b[K" not in terminal.text
 
 
-def test_the_trace_grows_with_the_duration_and_the_memory_does_not(thermalctl, tmp_path):
-    def resident(duration):
-        """The most kibibytes that were seen of a run that writes its traces."""
-        peak = 0
-        run = subprocess.Popen([*thermalctl.command, "simulate", "--board", BOARD, "--workload",
-                                "game", "--duration", duration, "--out", tmp_path / duration],
-                               stdout=subprocess.DEVNULL)
-        while run.poll() is None:
-            seen = re.search(r"VmRSS:\s+(\d+)", Path(f"/proc/{run.pid}/status").read_text())
-            peak = max(peak, int(seen[1]) if seen else 0)
-            time.sleep(0.002)
-        assert run.returncode == 0
-        return peak
+def resident(thermalctl, out, *words):
+    """The most kibibytes that were seen of a game that writes its traces."""
+    peak = 0
+    run = subprocess.Popen([*thermalctl.command, "simulate", "--board", BOARD, "--workload", "game", *words,
+                            "--out", out], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    while run.poll() is None:
+        seen = re.search(r"VmRSS:\s+(\d+)", Path(f"/proc/{run.pid}/status").read_text())
+        peak = max(peak, int(seen[1]) if seen else 0)
+        time.sleep(0.002)
+    assert run.returncode == 0
+    return peak
 
+
+def test_a_study_holds_the_figures_of_its_runs_and_no_traces(thermalctl, tmp_path):
+    few, many = (resident(thermalctl, tmp_path / str(seeds), "--seed", f"1..{seeds}", "--duration", "5m",
+                          "--only", "csv,results") for seeds in (20, 140))
+    trace_of_one = (tmp_path / "140" / "trace.csv").stat().st_size / 140 / 1024
+    assert trace_of_one > 250
+    assert (many - few) / 120 < trace_of_one / 6
+
+
+def test_the_trace_grows_with_the_duration_and_the_memory_does_not(thermalctl, tmp_path):
     # The page has room for every sample of two hours.
-    short, long = resident("3h"), resident("24h")
+    short, long = (resident(thermalctl, tmp_path / duration, "--duration", duration) for duration in ("3h", "24h"))
     trace = "trace.csv"
     assert (tmp_path / "24h" / trace).stat().st_size > 7 * (tmp_path / "3h" / trace).stat().st_size
     assert long < 1.3 * short + 1024

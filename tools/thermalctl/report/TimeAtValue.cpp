@@ -20,9 +20,12 @@ void TimeAtValue::change(int64_t time, int32_t value) {
 // A value that another replaces at the same time was still there: it may be the highest.
 void TimeAtValue::moveTo(int32_t value) {
   constexpr auto kSize = static_cast<int64_t>(kNeighbours);
-  const int64_t distance = value - first;
-  if (unit == 0 ? distance != 0 : distance % unit != 0) takeUnit(distance);
-  const int64_t index = unit == 0 ? 0 : distance / unit;
+  int64_t index = value - first;
+  if (unit != 1) {
+    const int64_t distance = index;
+    if (unit == 0 ? distance != 0 : distance % unit != 0) takeUnit(distance);
+    index = unit == 0 ? 0 : distance / unit;
+  }
   place = static_cast<size_t>(index & (kSize - 1));
   const int64_t number = (index - static_cast<int64_t>(place)) / kSize;
   Near& known = near[static_cast<size_t>(number) % kNear];

@@ -46,6 +46,7 @@ void Engine::Control::handOverName(SensorThread& thread, bool newConf) {
   prepareName(thread, newConf);
   engine.sample(engine.schedule.workerOf(thread), &SensorThread::takeOverScenario);
   engine.observer.items(engine.now);
+  engine.schedule.wakeItems(engine.now);
 }
 
 // A worker that slept until now makes a whole pass, one in its period lets the woken items decide
@@ -192,14 +193,17 @@ void Engine::sample(const SensorWorker& worker, void (SensorThread::*step)()) {
     feed.refresh(probe);
   (worker.thread->*step)();
   observer.temperatures(now, worker);
-  schedule.wake(now);
+  schedule.wakeSensors(now);
 }
 
 // It may wake items, and changes nothing else of them.
 void Engine::pass(SensorWorker& worker) {
   const int64_t awake = schedule.awakeItems();
   sample(worker, &SensorThread::samplingPass);
-  if (schedule.awakeItems() != awake) observer.items(now);
+  if (schedule.awakeItems() != awake) {
+    observer.items(now);
+    schedule.wakeItems(now);
+  }
   worker.due = now + worker.period;
 }
 

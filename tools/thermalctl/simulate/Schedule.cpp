@@ -70,16 +70,18 @@ const Change& Schedule::takeChange() {
 int64_t Schedule::awakeItems() const {
   int64_t count = 0;
   for (const ItemWorker& worker : itemWorkers)
-    count += worker.ask([](auto* thread) { return thread->activeCount.load(); });
+    count += *worker.awakeItems;
   return count;
 }
 
-void Schedule::wake(int64_t now) {
-  const auto wakeUp = [now](auto& worker) {
+void Schedule::wakeSensors(int64_t now) {
+  for (SensorWorker& worker : sensorWorkers)
     if (worker.due == kNever && worker.isAwake()) worker.due = now;
-  };
-  std::for_each(sensorWorkers.begin(), sensorWorkers.end(), wakeUp);
-  std::for_each(itemWorkers.begin(), itemWorkers.end(), wakeUp);
+}
+
+void Schedule::wakeItems(int64_t now) {
+  for (ItemWorker& worker : itemWorkers)
+    if (worker.due == kNever && worker.isAwake()) worker.due = now;
 }
 
 int64_t Schedule::gatherItemWorkers(int64_t now) {
@@ -87,7 +89,8 @@ int64_t Schedule::gatherItemWorkers(int64_t now) {
   before.swap(itemWorkers);
   const auto gather = [&](const auto& workers) {
     for (const auto& [name, thread] : workers) {
-      ItemWorker worker{thread, waitOf(thread->period), thread->activeCount > 0 ? now : kNever};
+      ItemWorker worker{thread, &thread->activeCount, waitOf(thread->period),
+                        thread->activeCount > 0 ? now : kNever};
       const auto known = std::find_if(before.begin(), before.end(), [&worker](const ItemWorker& w) {
         return w.thread == worker.thread;
       });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <limits>
 #include <utility>
@@ -32,12 +33,11 @@ struct SensorWorker {
 // Units: virtual time in milliseconds.
 struct ItemWorker {
   template <typename Ask> auto ask(Ask what) const { return std::visit(what, thread); }
-  bool isAwake() const {
-    return ask([](auto* worker) { return worker->activeCount > 0; });
-  }
+  bool isAwake() const { return *awakeItems > 0; }
 
   std::variant<SSThread*, MonitorThread*> thread;
-  int64_t period; // known also when the thread is gone
+  const std::atomic<int32_t>* awakeItems; // its thread's own
+  int64_t period;                         // known also when the thread is gone
   int64_t due;
 };
 
@@ -69,8 +69,10 @@ public:
 
   // How many items are awake.
   int64_t awakeItems() const;
-  // Lets whoever slept and is awake by now have a pass at once.
-  void wake(int64_t now);
+  // Lets whoever slept and is awake by now have a pass at once: the sensors' workers, and those of
+  // items.
+  void wakeSensors(int64_t now);
+  void wakeItems(int64_t now);
 
   SensorWorker& workerOf(const SensorThread& thread);
 
