@@ -275,7 +275,7 @@ def test_an_environment_without_a_node_is_refused(integrate, board, tmp_path):
 @pytest.mark.parametrize("words, message", [
     ((), "--out or --verify is required"),
     (("--out", "a", "--verify", "b"), "--out and --verify exclude each other"),
-    (("--out", ), "--out: 1 required"),
+    (("--out", ), "--out lacks its value; write --out DIR"),
     (("--verfy", "a"), "--verfy"),
 ])
 def test_a_wrong_command_line_could_not_run(integrate, words, message):
