@@ -6,7 +6,7 @@
 #include <fmt/core.h>
 #include <nlohmann/json.hpp>
 
-#include "coverage/Periods.h"
+#include "coverage/BoardPeriods.h"
 #include "text/Characters.h"
 #include "text/Columns.h"
 #include "text/Phrases.h"
@@ -237,7 +237,7 @@ void printCoverageAsJson(std::ostream& out, const Coverage& coverage) {
                          {"scenario", coverage.columns[i].scenario},
                          {"sensors", sensors}});
   }
-  const Periods periods = periodsOf(coverage);
+  const BoardPeriods periods = periodsOf(coverage);
   const Json result = {{"version", kFormatVersion},
                        {"scenarios", scenarios},
                        {"periods",

@@ -119,7 +119,7 @@ public:
       if (!std::isfinite(result[count])) result[count] = 1e100;
       return true;
     }
-    const Evidence evidence = misfit.evidence(here);
+    const MisfitEvidence evidence = misfit.evidence(here);
     const double total = evidence.misfit + pull(here);
     if (total < lowest) {
       lowest = total;
@@ -159,8 +159,9 @@ private:
     return sum;
   }
 
-  void write(const Evidence& evidence, const VectorXd& here, const Eigen::Ref<const VectorXd>& at,
-             double total, Eigen::Map<VectorXd>& result, double* jacobian) const {
+  void write(const MisfitEvidence& evidence, const VectorXd& here,
+             const Eigen::Ref<const VectorXd>& at, double total, Eigen::Map<VectorXd>& result,
+             double* jacobian) const {
     const Index count = at.size();
     VectorXd scale = VectorXd::Ones(count);
     VectorXd slope(count);
@@ -372,7 +373,7 @@ VectorXd startFor(const Misfit& misfit, const std::vector<bool>& frozen, int num
 }
 
 Fit resultOf(const Misfit& misfit, const VectorXd& values, bool interrupted) {
-  Evidence evidence = misfit.evidence(values);
+  MisfitEvidence evidence = misfit.evidence(values);
   return {values, std::move(evidence.information), evidence.misfit, interrupted};
 }
 

@@ -85,7 +85,7 @@ public:
     if (used == kRowsAtOnce) flush();
   }
 
-  void addTo(Evidence& evidence) {
+  void addTo(MisfitEvidence& evidence) {
     flush();
     evidence.misfit += total;
     for (Index i = 0; i < slope.size(); ++i) {
@@ -133,9 +133,9 @@ const std::vector<LikelihoodTable>& Misfit::tables() const {
   return kept;
 }
 
-Evidence Misfit::evidence(const VectorXd& values) const {
+MisfitEvidence Misfit::evidence(const VectorXd& values) const {
   const Index count = indexOf(unknowns.count);
-  Evidence evidence{0, VectorXd::Zero(count), MatrixXd::Zero(count, count)};
+  MisfitEvidence evidence{0, VectorXd::Zero(count), MatrixXd::Zero(count, count)};
   const Model model(*this, values);
   for (size_t i = 0; i < stretches.size(); ++i)
     addEvidence(i, model, values, evidence);
@@ -164,7 +164,7 @@ std::vector<double> Misfit::predictions(size_t stretch, const Model& model,
 }
 
 void Misfit::addEvidence(size_t stretch, const Model& model, const VectorXd& values,
-                         Evidence& evidence) const {
+                         MisfitEvidence& evidence) const {
   const Stretch& part = stretches[stretch];
   const Recorded& recorded = recordings[part.recording];
   std::vector<std::vector<double>> byClock;

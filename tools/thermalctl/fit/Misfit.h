@@ -37,7 +37,7 @@ struct Unknowns {
 // What the readings say of the unknowns around some values.
 //
 // Shape: `information` is the matrix of second derivatives, without those of the temperatures.
-struct Evidence {
+struct MisfitEvidence {
   double misfit = 0;
   Eigen::VectorXd slope;
   Eigen::MatrixXd information;
@@ -64,7 +64,7 @@ struct Misfit {
   size_t outputs() const { return plant.probes.size() + plant.nodes.size(); }
   std::vector<double> naturalOf(const Eigen::VectorXd& values) const;
 
-  Evidence evidence(const Eigen::VectorXd& values) const;
+  MisfitEvidence evidence(const Eigen::VectorXd& values) const;
   // The misfit alone, of all stretches or of those of one recording.
   double misfit(const Eigen::VectorXd& values, std::optional<size_t> recording = {}) const;
   void eachResidual(const Eigen::VectorXd& values, const std::function<void(const Residual&)>& take,
@@ -86,7 +86,7 @@ private:
   class Accumulation;
   struct Model;
   void addEvidence(size_t stretch, const Model& model, const Eigen::VectorXd& values,
-                   Evidence& evidence) const;
+                   MisfitEvidence& evidence) const;
   std::vector<double> predictions(size_t stretch, const Model& model,
                                   const Eigen::VectorXd& values) const;
 

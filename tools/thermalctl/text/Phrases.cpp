@@ -20,7 +20,7 @@ std::string enumerated(const std::vector<std::string>& texts) {
 
 std::string listed(std::vector<std::string> texts) {
   for (std::string& text : texts)
-    text = quoted(text);
+    text = ::quoted(text);
   return enumerated(texts);
 }
 
@@ -34,7 +34,7 @@ std::string listedBriefly(std::vector<std::string> texts) {
   const size_t more = texts.size() - kMost;
   texts.resize(kMost);
   for (std::string& text : texts)
-    text = quoted(text);
+    text = ::quoted(text);
   texts.push_back(std::to_string(more) + " more");
   return enumerated(texts);
 }

@@ -125,7 +125,7 @@ BudgetText readLimit(const std::string& text) {
   }
   const TemperatureText temperature = readTemperature(number);
   if (!temperature.millidegrees)
-    return wrong(quoted(number) + " " + temperature.wrong, temperature.hint);
+    return wrong(::quoted(number) + " " + temperature.wrong, temperature.hint);
   budget.bound = *temperature.millidegrees;
   return {budget};
 }

@@ -44,7 +44,7 @@ TEST_F(MisfitTest, KnowsEveryKindOfQuantityTheClockAndTheStarts) {
 }
 
 TEST_F(MisfitTest, SlopeIsThatOfTheMisfitByEachUnknown) {
-  const Evidence evidence = misfit.evidence(values);
+  const MisfitEvidence evidence = misfit.evidence(values);
   EXPECT_NEAR(evidence.misfit, misfit.misfit(values), 1e-9 * evidence.misfit);
   for (Index i = 0; i < values.size(); ++i) {
     constexpr double kStep = 1e-5;
@@ -71,7 +71,7 @@ TEST_F(MisfitTest, ALagAsSlowAsAModeHasTheSameSlope) {
   for (size_t i = 0; i < quantities.size(); ++i)
     if (quantities[i].kind == Quantity::Kind::kLag)
       values[static_cast<Index>(i)] = std::log(200.005);
-  const Evidence evidence = other.evidence(values);
+  const MisfitEvidence evidence = other.evidence(values);
   for (Index i = 0; i < values.size(); ++i) {
     VectorXd more = values;
     VectorXd less = values;
@@ -83,7 +83,7 @@ TEST_F(MisfitTest, ALagAsSlowAsAModeHasTheSameSlope) {
 }
 
 TEST_F(MisfitTest, OneOutputAloneAddsUpToAll) {
-  const Evidence all = misfit.evidence(values);
+  const MisfitEvidence all = misfit.evidence(values);
   double sum = 0;
   for (size_t i = 0; i < misfit.outputs(); ++i) {
     misfit.only = i;
@@ -97,7 +97,7 @@ void expectSlopes(const fit_examples::Measured& measured) {
   VectorXd values = measured.values;
   // Off the whole seconds, where loads change and rows stand.
   values[static_cast<Index>(measured.misfit.unknowns.clocksBegin())] = 0.37;
-  const Evidence evidence = measured.misfit.evidence(values);
+  const MisfitEvidence evidence = measured.misfit.evidence(values);
   for (Index i = 0; i < values.size(); ++i) {
     VectorXd more = values;
     VectorXd less = values;

@@ -8,8 +8,8 @@
 #include "check/rule/Keys.h"
 #include "check/rule/Numbers.h"
 #include "check/rule/Visits.h"
+#include "coverage/BoardPeriods.h"
 #include "coverage/Coverage.h"
-#include "coverage/Periods.h"
 #include "text/Phrases.h"
 
 namespace {
@@ -181,7 +181,7 @@ void tellOfNames(Context& context) {
 
 // Where a period is used that fewest share.
 void tellOfPeriods(Context& context) {
-  const Periods periods = periodsOf(context.subject.coverage);
+  const BoardPeriods periods = periodsOf(context.subject.coverage);
   if (distinct(periods).size() <= kMostPeriods) return;
   std::map<uint32_t, size_t> users;
   for (const Section* sensor : context.subject.coverage.sensors)

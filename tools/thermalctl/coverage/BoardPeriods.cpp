@@ -1,4 +1,4 @@
-#include "coverage/Periods.h"
+#include "coverage/BoardPeriods.h"
 
 #include <algorithm>
 #include <map>
@@ -21,8 +21,8 @@ struct Load {
 
 } // namespace
 
-Periods periodsOf(const Coverage& coverage) {
-  Periods periods;
+BoardPeriods periodsOf(const Coverage& coverage) {
+  BoardPeriods periods;
   for (const Section* sensor : coverage.sensors)
     if (periods.ofSensors.insert(static_cast<uint32_t>(sensor->sampling.value)).second)
       periods.wakeUps += wakeUpsOf(static_cast<uint32_t>(sensor->sampling.value));
@@ -44,13 +44,13 @@ Periods periodsOf(const Coverage& coverage) {
   return periods;
 }
 
-std::set<uint32_t> distinct(const Periods& periods) {
+std::set<uint32_t> distinct(const BoardPeriods& periods) {
   std::set<uint32_t> all = periods.ofSensors;
   all.insert(periods.ofItems.begin(), periods.ofItems.end());
   return all;
 }
 
-std::string describe(const Periods& periods) {
+std::string describe(const BoardPeriods& periods) {
   std::vector<std::string> texts;
   for (const uint32_t period : periods.ofSensors)
     texts.push_back(std::to_string(period));
