@@ -3,7 +3,7 @@
 import statistics
 from typing import NamedTuple
 
-from . import calls, cost, memory, micro, reaction, scale, simulation, startup, wakeups
+from . import calls, cost, memory, micro, page, reaction, scale, simulation, startup, wakeups
 
 MEBIBYTE = 1 << 20
 
@@ -214,6 +214,11 @@ def _simulation_rows(ground, effort):
                 for cores in (1, 2))
     yield Row("a study of 40 runs of 12 h on two cores, beside one", "at least 1.8 x as fast",
               f"{one:.2f} s and {two:.2f} s: {one / two:.2f} x", one / two >= 1.8)
+    opened = page.of_sensors(ground, 512)
+    yield Row("the page of an hour of 512 sensors in a browser",
+              "open within 2 s, a zoom within 0.2 s, 5 MB at most",
+              f"{opened.opening:.2f} s, {opened.zoom:.2f} s, {opened.size / 1e6:.2f} MB",
+              opened.opening <= 2 and opened.zoom <= 0.2 and opened.size <= 5e6)
     hour, day = (of_phone(ground, duration, output=True).peak for duration in ("1h", "24h"))
     yield Row("resident memory of a simulation, 1 h and 24 h, with both traces and the page",
               "at most 2 MiB more for the day",

@@ -23,7 +23,7 @@ def of_phone(ground, duration, output=False):
     return _run(ground, ["--board", boards.PHONE, "--workload", "game"], duration, output)
 
 
-def of_sensors(ground, count):
+def of_sensors(ground, count, *words):
     """An hour of so many sensors at a second, each with noise and a monitor that never wakes."""
     board = _folder(ground, "sensors")
     nodes = [f"/nowhere/{i}" for i in range(count)]
@@ -35,7 +35,7 @@ def of_sensors(ground, count):
         + "".join(f'[sensor.sensor{i}]\nnode = "case"\nnoise = 0.05\nstep = 0.1\n'
                   for i in range(count)))
     (board / "work.csv").write_text("time,load\n0,0.2\n5m,1\n20m,0.3\n")
-    return _run(ground, ["--board", board, "--workload", board / "work.csv"], "1h")
+    return _run(ground, ["--board", board, "--workload", board / "work.csv", *words], "1h")
 
 
 def of_odd_times(ground, nodes):
