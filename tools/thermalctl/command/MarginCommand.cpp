@@ -287,7 +287,8 @@ private:
 };
 
 ExitStatus runUnits(const MarginOptions& options) {
-  if (options.tolerances.empty()) throw UsageError("--tolerances is required");
+  if (options.tolerances.empty())
+    throw UsageError("--tolerances is required; write --tolerances FILE");
   Problems problems;
   const Range range = readUnits(options.units, problems);
   const std::optional<Shard> shard = readShard(options.shard, range, problems);

@@ -423,7 +423,7 @@ private:
               column.values.begin() + static_cast<std::ptrdiff_t>(end), kNothing);
     remarks.push_back(fmt::format("{}:{}: {} is 0 from {} to {}, as after a read that failed: "
                                   "left out",
-                                  file, lineNumbers[from], quoted(column.title),
+                                  file, lineNumbers[from], ::quoted(column.title),
                                   clockTime(std::lround(times[from] - times.front())),
                                   clockTime(std::lround(times[end - 1] - times.front()))));
   }
