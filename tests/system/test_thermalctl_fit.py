@@ -277,7 +277,7 @@ def test_an_environment_is_named_by_itself(desk, thermalctl):
     assert (missing.status, "none.env" in missing.err) == (2, True)
     unplanted = thermalctl("fit", "--env", environment, "--recording", recording)
     assert unplanted.status == 2
-    assert "--plant is missing, and there is no --board to take it from" in unplanted.err
+    assert "--plant is required where there is no --board" in unplanted.err
 
 
 def test_a_stuck_sensor_is_left_out_and_told(desk):

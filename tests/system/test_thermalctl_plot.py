@@ -644,8 +644,9 @@ def test_what_three_live_swaps_do_is_shown_move_by_move(phone, plot, tmp_path):
     shown = events(tmp_path, "configuration")
     assert [name for _, _, name, _ in shown] == [DAY, NIGHT, DAY, NIGHT]
     begun = [event.time for event in log if event.text.endswith("Start to apply new CONF file")]
+    # Shown in the row of the second behind it; and the change itself takes a while on a busy machine.
     assert [at for at, *_ in shown[1:]] == pytest.approx(
-        [1000 * (when - log[0].time) for when in begun], abs=1000)
+        [1000 * (when - log[0].time) for when in begun], abs=1500)
     assert [name for _, _, name, _ in events(tmp_path, "scenario")] == ["Default", "game", "Default"]
 
 
