@@ -67,12 +67,12 @@ public:
       : misfit(misfit_), rows(kRowsAtOnce, rowLength), information(rowLength, rowLength),
         slope(VectorXd::Zero(rowLength)) {
     information.setZero();
-    const Unknowns& unknowns = misfit.unknowns;
-    for (size_t i = 0; i < unknowns.quantities; ++i)
+    const Unknowns& laidOut = misfit.unknowns;
+    for (size_t i = 0; i < laidOut.quantities; ++i)
       places.push_back(i);
-    for (size_t i = 0; i < unknowns.perStretch; ++i)
-      places.push_back(unknowns.startsBegin + stretch * unknowns.perStretch + i);
-    for (const auto& clock : unknowns.clocks[misfit.stretches[stretch].recording])
+    for (size_t i = 0; i < laidOut.perStretch; ++i)
+      places.push_back(laidOut.startsBegin + stretch * laidOut.perStretch + i);
+    for (const auto& clock : laidOut.clocks[misfit.stretches[stretch].recording])
       if (clock) places.push_back(*clock);
   }
 
