@@ -174,7 +174,7 @@ TextKind textKindOf(const std::string& content) {
   if (lone != std::string::npos) return found(Kind::kCarriageReturns, content, lone);
   const std::vector<LineWords> lines = linesOf(content);
   if (lines.empty()) return {Kind::kEmpty, {}};
-  const TextKind cells = separated(content, lines);
+  TextKind cells = separated(content, lines);
   if (cells.kind != Kind::kText) return cells;
   const TextKind own = kindByKeys(content, lines);
   return own.kind == Kind::kText ? kindByLine(content, lines) : own;

@@ -1,5 +1,7 @@
 #include "command/BudgetOptions.h"
 
+#include <fmt/format.h>
+
 #include "trace/Budget.h"
 
 namespace {
@@ -12,7 +14,7 @@ void read(const std::string& option, const std::vector<std::string>& texts,
     if (read.budget)
       budgets.push_back({*read.budget, option + " " + subjectOf(*read.budget)});
     else
-      problems.add({option + " " + text, {}, read.wrong, read.hint});
+      problems.add({fmt::format("{} {}", option, text), {}, read.wrong, read.hint});
   }
 }
 

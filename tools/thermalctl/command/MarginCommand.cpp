@@ -129,6 +129,7 @@ std::string replayOf(const MarginOptions& options, uint64_t seed) {
 std::vector<Provenance::Input> namedInputs(const std::vector<std::string>& files) {
   std::vector<Provenance::Input> inputs = originOf(files, "").inputs;
   std::vector<std::string> paths;
+  paths.reserve(inputs.size());
   for (const Provenance::Input& input : inputs)
     paths.push_back(input.path);
   for (Provenance::Input& input : inputs)

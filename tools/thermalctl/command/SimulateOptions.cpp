@@ -41,7 +41,7 @@ Problem missing(const std::string& option, const std::string& why, const Simulat
 std::string studyPath(const SimulateOptions& options, Problems& problems) {
   const bool isNamed = !options.workloads.empty() || !options.recording.files.empty();
   if (!options.study.empty() || isNamed) return options.study;
-  const std::string beside = (fs::path(options.board) / kStudyFile).string();
+  std::string beside = (fs::path(options.board) / kStudyFile).string();
   std::error_code ignored;
   if (!options.board.empty() && fs::exists(beside, ignored)) return beside;
   if (problems.none())

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include <fmt/core.h>
+#include <fmt/format.h>
 
 #include "base/Int32.h"
 #include "coverage/Coverage.h"
@@ -97,7 +98,7 @@ void addMonitor(Facts& facts, const Item& item) {
     if (i < item.thresholdsClr.size())
       facts[level + " clearing"] = temperatureOf(item.thresholdsClr[i], item);
     for (const auto& [device, request] : requestsOf(item, i))
-      facts[level + " " + device] = request;
+      facts[fmt::format("{} {}", level, device)] = request;
   }
 }
 

@@ -26,6 +26,7 @@ bool runScript(const std::vector<std::string>& words) {
   std::vector<std::string> all = {"sh", "-c", kScript, "sh"};
   all.insert(all.end(), words.begin(), words.end());
   std::vector<char*> pointers;
+  pointers.reserve(all.size() + 1);
   for (std::string& word : all)
     pointers.push_back(word.data());
   pointers.push_back(nullptr);

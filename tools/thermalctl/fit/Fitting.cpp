@@ -91,8 +91,11 @@ public:
     height = 2 * misfit.misfit(values) + 100;
   }
 
+  // Ceres asks for them by these names.
+  // NOLINTBEGIN(readability-identifier-naming)
   int NumResiduals() const { return static_cast<int>(free.size()) + 1; }
   int NumParameters() const { return static_cast<int>(free.size()); }
+  // NOLINTEND(readability-identifier-naming)
 
   VectorXd start() const {
     VectorXd point(indexOf(free.size()));

@@ -133,7 +133,7 @@ private:
       recording = std::make_unique<LogRecording>(joined, path, &board);
     if (const auto problem = recording->problem()) return fail(path, *problem);
     for (const std::string& remark : recording->remarks())
-      remarks.push_back(path + ": " + remark);
+      remarks.push_back(fmt::format("{}: {}", path, remark));
     LogTaker taker(file, plant, board.description());
     recording->play(taker);
     if (taker.runs > 1) remarks.push_back(path + ": of its runs only the first is taken");

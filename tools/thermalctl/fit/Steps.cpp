@@ -25,6 +25,7 @@ std::vector<double> stepsOf(const std::vector<Recorded>& recordings, size_t outp
           ++step;
       }
   std::vector<double> found;
+  found.reserve(steps.size());
   for (const size_t step : steps)
     found.push_back(step < kSteps.size() ? kSteps[step] : 0);
   return found;

@@ -100,6 +100,7 @@ private:
 
   std::vector<std::string> namesOf(const std::vector<size_t>& members) const {
     std::vector<std::string> names;
+    names.reserve(members.size());
     for (const size_t i : members)
       names.push_back(nameOf(i));
     return names;

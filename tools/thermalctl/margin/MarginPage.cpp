@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <set>
 #include <string>
@@ -158,8 +159,8 @@ private:
 
   void drawDistributions(const std::string& title,
                          const std::vector<std::pair<size_t, size_t>>& members) {
-    double from = INFINITY;
-    double to = -INFINITY;
+    double from = std::numeric_limits<double>::infinity();
+    double to = -from;
     const auto figureAt = [&](const auto& member) -> const MarginResult::Figure& {
       return result.runs[member.first].figures[member.second];
     };
@@ -346,6 +347,7 @@ private:
     });
     all.resize(std::min<size_t>(all.size(), 3));
     std::vector<std::string> texts;
+    texts.reserve(all.size());
     for (const auto& [number, name] : all)
       texts.push_back(fmt::format("{} {:+.1f}", name, number));
     return enumerated(texts);
@@ -384,7 +386,7 @@ private:
       };
       line += point(share);
       upper += point(intervals[i].high);
-      lower = point(intervals[i].low) + lower;
+      lower.insert(0, point(intervals[i].low));
     }
     out << fmt::format(
         "<svg viewBox=\"0 0 {} {}\" role=\"img\"><title>share over units</title><polygon "

@@ -316,6 +316,7 @@ MarginResult::Answer MarginResult::answer() const {
 
 std::string partName(const MarginStudy& study, const std::vector<size_t>& part) {
   std::vector<std::string> names;
+  names.reserve(part.size());
   for (const size_t driver : part)
     names.push_back(study.drivers[driver].name);
   return enumerated(names);

@@ -94,6 +94,7 @@ void printWorst(const MarginStudy& study, const MarginStudy::Run& run, const std
                 size_t measure, const std::vector<MarginResult::Worst>& worst, std::ostream& out) {
   if (worst.empty()) return;
   std::vector<std::string> units;
+  units.reserve(worst.size());
   for (const MarginResult::Worst& each : worst)
     units.push_back(fmt::format("{} ({})", each.unit,
                                 figureText(study, run.figures.measures[measure], each.value)));
@@ -107,10 +108,11 @@ void printRun(const MarginStudy& study, const MarginResult& result, size_t index
   for (size_t i = 0; i < one.budgets.size(); ++i) {
     const MarginResult::Budgeted& budget = one.budgets[i];
     const std::string of = textOf(run.budgets[i]);
+    const std::string inRun = of + " in " + run.name + ": ";
     const std::string answer = answerText(result, budget);
-    if (!answer.empty()) tell(of + " in " + run.name + ": " + answer, out);
+    if (!answer.empty()) tell(inRun + answer, out);
     if (budget.unjudged > 0)
-      tell(of + " in " + run.name + ": nobody knows of " + counted(budget.unjudged, "unit") +
+      tell(inRun + "nobody knows of " + counted(budget.unjudged, "unit") +
                ", in which it was never seen or the daemon stood still",
            out);
     if (budget.broken == 0) continue;

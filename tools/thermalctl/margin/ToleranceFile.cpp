@@ -31,8 +31,8 @@ constexpr char kAs[] = "as";
 constexpr char kOf[] = "of";
 constexpr char kInterval[] = "interval";
 
-template <size_t count>
-std::vector<std::string> asTexts(const std::array<const char*, count>& words) {
+template <size_t Count>
+std::vector<std::string> asTexts(const std::array<const char*, Count>& words) {
   return {words.begin(), words.end()};
 }
 

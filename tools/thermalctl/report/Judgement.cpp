@@ -91,7 +91,7 @@ std::string wordOf(const Verdict& verdict) {
 std::string cellOf(const Verdict& verdict) {
   if (verdict.is == Verdict::Is::kUnjudged)
     return verdict.measured || !verdict.budget.ofTemperature() ? "not judged" : "no sample";
-  const std::string word = wordOf(verdict);
+  std::string word = wordOf(verdict);
   switch (verdict.budget.of) {
   case Of::kPeak:
     return verdict.is == Verdict::Is::kKept ? word : word + " for " + clockOf(*verdict.above);

@@ -63,6 +63,7 @@ void writeJunit(const std::string& name, const std::vector<JunitSuite>& suites, 
 
 void writeJunit(const std::string& name, const std::vector<RunResult>& results, std::ostream& out) {
   std::vector<JunitSuite> suites;
+  suites.reserve(results.size());
   for (const RunResult& result : results)
     suites.push_back({result.name, casesOf(result)});
   writeJunit(name, suites, out);

@@ -16,6 +16,8 @@
 //         board: temperatures, devices, sources, budgets. A value that is not known is null.
 // Units:  degrees Celsius, seconds, per cent, joules; changes a minute.
 // Memory: some kilobytes, however long the run was.
+// NOLINTNEXTLINE(bugprone-exception-escape): what the library promises of moving JSON is more than
+// it says
 struct RunResult {
   using Json = nlohmann::ordered_json;
 

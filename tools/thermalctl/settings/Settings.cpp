@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 #include "text/Nearest.h"
 #include "text/Phrases.h"
@@ -165,6 +166,7 @@ private:
 
   static std::vector<std::string> unitNames() {
     std::vector<std::string> names;
+    names.reserve(std::size(kUnits));
     for (const auto& [name, size] : kUnits)
       names.push_back(name);
     return names;

@@ -73,8 +73,9 @@ public:
     addNodesAndSources();
     base.description.duration = request.duration;
 
-    std::vector<RunInput> runs;
     const std::vector<std::string> starts = files;
+    std::vector<RunInput> runs;
+    runs.reserve(starts.size());
     for (const std::string& path : starts)
       runs.push_back(runOf(path, starts));
     checkScenarios();

@@ -30,6 +30,7 @@ constexpr TomlSection::Bounds kShare = {0, 1};
 
 std::vector<std::string> keysOf(const std::map<std::string, size_t>& numbers) {
   std::vector<std::string> keys;
+  keys.reserve(numbers.size());
   for (const auto& [key, number] : numbers)
     keys.push_back(key);
   return keys;
@@ -37,6 +38,7 @@ std::vector<std::string> keysOf(const std::map<std::string, size_t>& numbers) {
 
 template <typename Track> std::vector<std::string> namesOf(const std::vector<Track>& tracks) {
   std::vector<std::string> names;
+  names.reserve(tracks.size());
   for (const Track& track : tracks)
     names.push_back(track.name);
   return names;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <utility>
 
 #include "text/Phrases.h"
@@ -20,7 +21,7 @@ void StudyProgress::advance(int64_t milliseconds) {
   const double spent = std::chrono::duration<double>(now - start).count();
   line.show(std::to_string(done) + " of " + counted(count, what) + ", " +
             std::to_string(static_cast<int>(100 * share)) + " %, " +
-            clockTime(static_cast<int64_t>(spent * (1 - share) / share + 0.5)) + " left");
+            clockTime(std::lround(spent * (1 - share) / share)) + " left");
 }
 
 void StudyProgress::finishOne() {

@@ -29,7 +29,7 @@ std::vector<std::string> workloadNames(const fs::path& folder) {
 
 std::string findWorkload(const std::string& board, const std::string& folder,
                          const std::string& word, const Problem& place, Problems& problems) {
-  const std::string path = (fs::path(folder) / word).string();
+  std::string path = (fs::path(folder) / word).string();
   if (board.empty()) return path;
   std::error_code ignored;
   const fs::path own = fs::path(board) / "workloads";

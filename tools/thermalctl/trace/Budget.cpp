@@ -156,7 +156,7 @@ std::string textOf(const Budget& budget) {
   const std::string subject = subjectOf(budget);
   if (budget.of == Budget::Of::kWork) return subject + "=" + shortest(100 * budget.bound) + "%";
   if (budget.of == Budget::Of::kChanges) return subject + "<=" + shortest(budget.bound) + kAMinute;
-  const std::string limit = subject + "=" + degrees(static_cast<int32_t>(budget.bound)) + "C";
+  std::string limit = subject + "=" + degrees(static_cast<int32_t>(budget.bound)) + "C";
   if (budget.of == Budget::Of::kTimeAbove) return limit + ":" + inUnit(budget.allowed);
   if (budget.of == Budget::Of::kPercentile) return "p" + shortest(budget.percentile) + ":" + limit;
   return limit;

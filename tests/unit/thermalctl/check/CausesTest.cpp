@@ -23,6 +23,7 @@ Finding found(const std::string& rule, const std::string& file, int line,
 // What is left, as "rule: message".
 std::vector<std::string> left(const std::vector<Finding>& findings) {
   std::vector<std::string> lines;
+  lines.reserve(findings.size());
   for (const Finding& finding : findings)
     lines.push_back(finding.rule + ": " + finding.message);
   return lines;

@@ -1,24 +1,25 @@
 #include "command/PageOrigin.h"
 
-#include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "support/EnvironmentVariable.h"
 #include "support/SysfsDir.h"
 
 namespace {
 
 class PageOriginTest : public testing::Test {
 protected:
-  ~PageOriginTest() override { ::unsetenv("SOURCE_DATE_EPOCH"); }
-
-  static std::string dateAt(const char* epoch) {
-    ::setenv("SOURCE_DATE_EPOCH", epoch, 1);
+  std::string dateAt(const std::optional<std::string>& epoch) const {
+    given.set(epoch);
     return originOf({}, "").date;
   }
+
+  const EnvironmentVariable given{"SOURCE_DATE_EPOCH", std::nullopt};
 
   SysfsDir files;
 };
@@ -49,8 +50,7 @@ TEST_F(PageOriginTest, TheDateMayBeGiven) {
 }
 
 TEST_F(PageOriginTest, OtherwiseTheDateIsNow) {
-  ::unsetenv("SOURCE_DATE_EPOCH");
-  const std::string date = originOf({}, "").date;
+  const std::string date = dateAt(std::nullopt);
   ASSERT_EQ(date.size(), 20U);
   EXPECT_GE(date.substr(0, 4), "2024");
   EXPECT_EQ(date.back(), 'Z');

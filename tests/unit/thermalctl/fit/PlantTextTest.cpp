@@ -20,6 +20,7 @@ std::string without(std::string text, const std::string& what) {
 
 std::vector<Estimate> guessesOf(const std::vector<Quantity>& quantities) {
   std::vector<Estimate> estimates;
+  estimates.reserve(quantities.size());
   for (const Quantity& quantity : quantities)
     estimates.push_back({quantity.guess, 0, 0, true, {}});
   return estimates;

@@ -14,8 +14,12 @@ namespace {
 double chance(uint64_t like, uint64_t count, double share) {
   const auto k = static_cast<double>(like);
   const auto n = static_cast<double>(count);
-  return std::exp(std::lgamma(n + 1) - std::lgamma(k + 1) - std::lgamma(n - k + 1) +
-                  k * std::log(share) + (n - k) * std::log1p(-share));
+  const auto logFactorial = [](double number) {
+    int sign = 0;
+    return ::lgamma_r(number + 1, &sign);
+  };
+  return std::exp(logFactorial(n) - logFactorial(k) - logFactorial(n - k) + k * std::log(share) +
+                  (n - k) * std::log1p(-share));
 }
 
 TEST(ChancesTest, TheEndsOfAnIntervalAreWhereTheTailsHaveTwoAndAHalfPerCent) {

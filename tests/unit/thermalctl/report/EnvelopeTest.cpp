@@ -13,7 +13,7 @@ using Stretches = std::vector<Envelope::Stretch>;
 TEST(EnvelopeTest, KeepsEverySampleAsLongAsTheyFit) {
   Envelope envelope(3);
   for (int32_t i = 0; i < 3; ++i)
-    envelope.add(i * 250, 10 * i);
+    envelope.add(int64_t{250} * i, 10 * i);
   ASSERT_EQ(envelope.size(), 3u);
   EXPECT_EQ(envelope.stretch(), 1);
   for (int32_t i = 0; i < 3; ++i) {

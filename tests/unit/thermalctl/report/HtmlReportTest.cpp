@@ -35,7 +35,7 @@ void playNoisyDay(HtmlReport& report, size_t sensors, int64_t period) {
   for (size_t i = 0; i < sensors; ++i)
     run.sensors.push_back({"s" + std::to_string(i), SensorTrack::Kind::kReal, {}, {}});
   report.begin(run);
-  constexpr int64_t kDay = 24 * 3600 * 1000;
+  constexpr int64_t kDay = int64_t{24} * 3600 * 1000;
   uint32_t noise = 1;
   for (int64_t time = 0; time < kDay; time += period) {
     for (size_t i = 0; i < sensors; ++i) {

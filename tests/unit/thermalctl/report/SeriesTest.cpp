@@ -76,7 +76,7 @@ TEST(SeriesTest, KeepsTheLastOfManyChangesAtOneTime) {
 TEST(SeriesTest, KeepsAnOutlineOfWhatItHadWhenItsRoomShrinks) {
   Series series(64);
   for (int32_t i = 0; i < 60; ++i)
-    series.add(i * 1000, i == 17 ? 99 : i % 2);
+    series.add(int64_t{1000} * i, i == 17 ? 99 : i % 2);
   series.limitTo(100);
   EXPECT_EQ(series.size(), 60u);
   series.limitTo(20);

@@ -19,6 +19,7 @@ bool mattersMore(const Finding* a, const Finding* b) {
 
 std::vector<const Finding*> mostImportant(const std::vector<Finding>& findings) {
   std::vector<const Finding*> shown;
+  shown.reserve(findings.size());
   for (const Finding& finding : findings)
     shown.push_back(&finding);
   if (shown.size() <= kMostShown) return shown;

@@ -139,8 +139,8 @@ TEST_F(CoverageRulesTest, AScenarioThatTheOtherFileLacksIsToldWhereItIs) {
 TEST_F(CoverageRulesTest, CapitalsMakeTwoScenariosInOneFileAndAcrossTwo) {
   const std::string usual = inScenario("Default", {monitor()});
   const std::string game = usual + "\n" + inScenario("game", {monitor("m")});
-  const std::string Game = usual + "\n" + inScenario("Game", {monitor("m")});
-  EXPECT_EQ(of({game, Game}), Places{"scenario-not-everywhere b:11"});
+  const std::string capital = usual + "\n" + inScenario("Game", {monitor("m")});
+  EXPECT_EQ(of({game, capital}), Places{"scenario-not-everywhere b:11"});
   EXPECT_EQ(of({game + "\n" + inScenario("Game", {monitor("n")})}),
             Places{"scenario-not-everywhere a:21"});
 }
