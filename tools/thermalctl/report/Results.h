@@ -16,9 +16,8 @@
 //         board: temperatures, devices, sources, budgets. A value that is not known is null.
 // Units:  degrees Celsius, seconds, per cent, joules; changes a minute.
 // Memory: some kilobytes, however long the run was.
-// NOLINTNEXTLINE(bugprone-exception-escape): what the library promises of moving JSON is more than
-// it says
-struct RunResult {
+// Errors: moving it may throw, as far as the library of its JSON says.
+struct RunResult { // NOLINT(bugprone-exception-escape)
   using Json = nlohmann::ordered_json;
 
   std::string name;
