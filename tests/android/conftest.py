@@ -1,4 +1,6 @@
+import json
 import os
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -18,6 +20,16 @@ def built(preset, target="talmor-thermal"):
                               stderr=subprocess.STDOUT, text=True)
         assert done.returncode == 0, done.stdout
     return REPOSITORY / "build" / preset
+
+
+def compilations(directory):
+    """Those of the daemon's sources: which are read at once, and the words of the command."""
+    for entry in json.loads((directory / "compile_commands.json").read_text()):
+        file = Path(entry["file"])
+        batch = re.findall(r'^#include "(.*\.cpp)"$', file.read_text(), re.MULTILINE)
+        ours = [path for path in (file, *map(Path, batch)) if path.is_relative_to(REPOSITORY / "src")]
+        if ours:
+            yield ours, entry["command"].split()
 
 
 @pytest.fixture(scope="session")

@@ -1,12 +1,12 @@
 """The Blueprint file says the same as CMake's lists, and what it names is there."""
 
-import json
 import subprocess
 from pathlib import Path
 
 import pytest
 
 import blueprint
+from conftest import compilations
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 
@@ -36,11 +36,10 @@ def test_each_module_is_of_its_kind(modules):
 
 
 def test_the_sources_are_those_of_the_other_build(modules, ndk_build):
-    compiled = json.loads((ndk_build / "compile_commands.json").read_text())
     listed = (properties(modules, "libtalmor-thermal")["srcs"]
               + properties(modules, "talmor-thermal")["srcs"])
-    files = (str(Path(entry["file"]).relative_to(REPOSITORY)) for entry in compiled)
-    assert sorted(listed) == sorted(file for file in files if file.startswith("src/"))
+    compiled = [source for sources, _ in compilations(ndk_build) for source in sources]
+    assert sorted(listed) == sorted(str(source.relative_to(REPOSITORY)) for source in compiled)
 
 
 def test_the_unit_tests_are_those_of_the_other_build(modules):

@@ -1,6 +1,5 @@
 """The built daemon: hard to take over, small, and with nothing to offer to others."""
 
-import json
 import re
 import subprocess
 from pathlib import Path
@@ -8,6 +7,7 @@ from pathlib import Path
 import pytest
 
 import blueprint
+from conftest import compilations
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 SOURCES = {*(REPOSITORY / "src").rglob("*.cpp")}
@@ -20,25 +20,17 @@ def readelf(file, *options):
                           stdout=subprocess.PIPE, text=True).stdout
 
 
-def sources_of(file):
-    """The daemon's sources that the compiler reads with this one: itself, or those of a batch."""
-    batch = re.findall(r'^#include "(.*\.cpp)"$', file.read_text(), re.MULTILINE)
-    return SOURCES & {file, *map(Path, batch)}
-
-
 class Build:
     def __init__(self, name, directory):
         self.name = name
         self.directory = directory
         self.binary = directory / "talmor-thermal"
 
-    def compilations(self):
-        """Those of the daemon, as the words of each command."""
-        listed = json.loads((self.directory / "compile_commands.json").read_text())
-        ours = {Path(entry["file"]): entry["command"].split() for entry in listed}
-        compiled = [source for file in ours for source in sources_of(file)]
-        assert sorted(compiled) == sorted(SOURCES)
-        return [words for file, words in ours.items() if sources_of(file)]
+    def commands(self):
+        """The words of each that compiles some of the daemon's sources; together they do all of them."""
+        found = list(compilations(self.directory))
+        assert {source for sources, _ in found for source in sources} == SOURCES
+        return [words for _, words in found]
 
     def segments(self):
         """Yields the type and the flags of each program header."""
@@ -133,7 +125,7 @@ def test_calls_that_fill_a_buffer_are_checked(name, request):
 
 
 def test_every_source_is_compiled_with_checked_calls(build):
-    for words in build.compilations():
+    for words in build.commands():
         assert {"-D_FORTIFY_SOURCE=2", "-O2"} <= set(words)
 
 
@@ -141,7 +133,7 @@ def test_every_jump_and_return_of_our_code_is_guarded(build):
     """Each object bears the mark; the program loses it where the C library's start code has none."""
     if build.name == "host" and "X86-64" not in readelf(build.binary, "--file-header"):
         pytest.skip("this host is no x86-64")
-    for words in build.compilations():
+    for words in build.commands():
         made = build.directory / words[words.index("-o") + 1]
         assert MARKS[build.name] in readelf(made, "--notes"), made
 
