@@ -1,8 +1,8 @@
 #include "study/Seeds.h"
 
-#include <algorithm>
 #include <charconv>
 #include <sstream>
+#include <unordered_set>
 
 namespace {
 
@@ -22,6 +22,7 @@ std::optional<uint64_t> numberOf(const std::string& text) {
 
 SeedsText readSeeds(const std::string& text) {
   std::vector<uint64_t> seeds;
+  std::unordered_set<uint64_t> taken;
   std::istringstream parts(text + ",");
   for (std::string part; std::getline(parts, part, ',');) {
     const size_t dots = part.find(kRange);
@@ -36,7 +37,7 @@ SeedsText readSeeds(const std::string& text) {
       return {std::nullopt, "'" + part + "' are more than " + std::to_string(kMost) + " seeds",
               kHint};
     for (uint64_t seed = *first; seed - *first <= *last - *first; ++seed) {
-      if (std::find(seeds.begin(), seeds.end(), seed) == seeds.end()) seeds.push_back(seed);
+      if (taken.insert(seed).second) seeds.push_back(seed);
       if (seed == *last) break;
     }
   }

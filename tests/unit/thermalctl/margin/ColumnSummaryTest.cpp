@@ -25,7 +25,8 @@ protected:
   static std::vector<int32_t> random(size_t count, int32_t from, uint64_t range) {
     std::vector<int32_t> values;
     for (const uint32_t word : randomWords(1, range, Stream::kUnit, count))
-      values.push_back(from + static_cast<int32_t>(word * range >> 32));
+      values.push_back(
+          static_cast<int32_t>(from + static_cast<int64_t>(uint64_t{word} * range >> 32)));
     return values;
   }
 
