@@ -3,7 +3,7 @@
 import statistics
 from typing import NamedTuple
 
-from . import calls, cost, memory, micro, page, reaction, scale, simulation, startup, wakeups
+from . import calls, cost, margin, memory, micro, page, reaction, scale, simulation, startup, wakeups
 
 MEBIBYTE = 1 << 20
 
@@ -25,14 +25,15 @@ class Effort(NamedTuple):
     micro_seconds: float
     simulations: int
     simulated_days: int  # of the longest one
+    units: int
 
 
 FULL = Effort(rounds=7, slow_window=8.0, fast_window=4.0, idle_seconds=20.0, settle_seconds=60.0,
               swaps=10000, starts=15, crossings=400, pass_seconds=3.0, scale_swaps=20, micro_seconds=0.3, simulations=9,
-              simulated_days=365)
+              simulated_days=365, units=10000)
 QUICK = Effort(rounds=1, slow_window=2.0, fast_window=1.0, idle_seconds=5.0, settle_seconds=5.0,
                swaps=500, starts=3, crossings=40, pass_seconds=1.0, scale_swaps=3, micro_seconds=0.02, simulations=1,
-               simulated_days=7)
+               simulated_days=7, units=1000)
 
 
 class Row(NamedTuple):
@@ -71,6 +72,7 @@ def measure_all(ground, effort, progress):
               scale.swaps(ground, effort.scale_swaps)]
     add(*_scale_rows(curves))
     add(*_simulation_rows(ground, effort))
+    add(*_margin_rows(ground, effort))
     return Result(rows, reactions, curves, micro.measure(ground, effort.micro_seconds), effort)
 
 
@@ -224,6 +226,19 @@ def _simulation_rows(ground, effort):
               "at most 2 MiB more for the day",
               f"{hour / MEBIBYTE:.2f} MiB and {day / MEBIBYTE:.2f} MiB",
               day <= hour + 2 * MEBIBYTE)
+
+
+def _margin_rows(ground, effort):
+    units, bar = effort.units, 45 * effort.units / 10000
+    two, one = (margin.of_units(ground, units, "30m", cores) for cores in (2, 1))
+    yield Row(f"{units:,} units of half an hour of the phone board on two cores", f"at most {bar:.3g} s",
+              f"{two.clock:.1f} s", two.clock <= bar)
+    yield Row("the same on two cores, beside one", "at least 1.8 x as fast",
+              f"{one.clock:.1f} s and {two.clock:.1f} s: {one.clock / two.clock:.2f} x",
+              one.clock / two.clock >= 1.8)
+    few, many = (margin.of_units(ground, count, "1m").peak for count in (units // 10, 10 * units))
+    yield Row(f"resident memory of a study of {units // 10:,} and of {10 * units:,} units", "at most 1 MiB more",
+              f"{few / MEBIBYTE:.2f} MiB and {many / MEBIBYTE:.2f} MiB", many <= few + MEBIBYTE)
 
 
 def _simulated(what, bar, simulated, effort, run):
