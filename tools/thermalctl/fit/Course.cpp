@@ -48,6 +48,7 @@ void Course::begin(const Eigen::VectorXd& starts) {
   std::set<std::pair<RecordedChange::Kind, uint32_t>> told;
   for (size_t i = 0; i < recorded.files.size(); ++i) {
     const RecordedFile& file = recorded.files[i];
+    // By the number in the file and not in the stretch: then any two courses take the same rows.
     const size_t first = (stretch.rows[i].first + stride - 1) / stride * stride;
     Place place{first, stretch.rows[i].second, 0};
     for (const RecordedChange& change : file.changes) {
@@ -69,6 +70,9 @@ void Course::begin(const Eigen::VectorXd& starts) {
   drivesAreOld = true;
 }
 
+// The files side by side, each in its order and by its own clock: whatever comes next is next, and
+// of a change and a row at one time the change. The course ends with the last row; changes behind
+// it warm nothing that is read.
 void Course::go(const Eigen::VectorXd& starts, const Take& takeRow) {
   begin(starts);
   constexpr double kNever = std::numeric_limits<double>::max();
@@ -124,11 +128,16 @@ void Course::advanceTo(double time) {
     length = then - now;
     step = &model.step(length, sensitive);
   }
+  // Before the state, from whose value at the begin of the step they go on.
   if (sensitive) advanceSensitivities();
   state.array() = step->decay * state.array() + step->driven * drives.array();
   now = then;
 }
 
+// With the rates r and h the length of the step, `ofStates` of k and i is the integral from the
+// start to now of exp(-r_k (now - t)) z_i(t) dt. Over one step z_i is made of exp(-r_i t) and a
+// constant drive, so that the integral is a divided difference of exp, of two points or with 0 of
+// three; the same holds for the speed z_i', to which no constant belongs.
 void Course::advanceSensitivities() {
   speed = drives - model.rates.cwiseProduct(state);
   for (Index i = 0; i < state.size(); ++i) {
@@ -154,6 +163,8 @@ double Course::temperature(size_t output) const {
 }
 
 // Of a few states each product is small: put together as it is, it needs no memory of its own.
+// A quantity's effect on state k is its column at k times what its row gathers of the integrals. A
+// kelvin at a start has decayed since.
 void Course::prepareSensitivities() {
   const Index quantities = ofPowers.cols();
   effects.leftCols(quantities).noalias() =
@@ -170,6 +181,8 @@ void Course::sensitivity(size_t output, Eigen::Ref<Eigen::RowVectorXd> row) cons
   row.head(effects.cols()).noalias() = own.transpose().lazyProduct(effects);
   for (Index i = 0; i < quantities; ++i) {
     const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
+    // These two have no integral. A warmer ambient warms all; but at the start the temperatures
+    // were given, and what they then were above it is as much less.
     if (effect.role == Role::kOffset) row[i] = effect.index == output ? 1 : 0;
     if (effect.role == Role::kAmbient)
       row[i] = measuresAmbient ? 0 : 1 - own.cwiseProduct(decay.matrix()).dot(model.evenly);

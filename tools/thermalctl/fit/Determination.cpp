@@ -38,6 +38,8 @@ MatrixXd part(const MatrixXd& matrix, const std::vector<Index>& places) {
 
 } // namespace
 
+// With A of the quantities, D of clocks and starts, and B across, A - B^T D^-1 B is what is left
+// for the quantities once the others have gone where they fit best (the complement of Schur).
 MatrixXd informationOfQuantities(const Misfit& misfit, const MatrixXd& information,
                                  const std::vector<bool>& frozen) {
   const Index own = indexOf(misfit.unknowns.quantities);
@@ -56,6 +58,9 @@ MatrixXd informationOfQuantities(const Misfit& misfit, const MatrixXd& informati
   return result;
 }
 
+// In units of what counts as unknown, an eigenvalue is the inverse of the variance along its
+// direction: below 1 the readings know less of it than the guess does. The quantity with the
+// largest share in it is kept, and those left are asked again, until nothing is below 1.
 std::vector<Undetermined> undeterminedOf(const Misfit& misfit, const MatrixXd& information,
                                          const VectorXd& values, const std::vector<bool>& frozen) {
   std::vector<Undetermined> all;

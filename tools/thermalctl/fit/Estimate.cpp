@@ -17,6 +17,9 @@ constexpr double kInterval = 1.96;
 
 // How much less than as many independent ones the readings of each output tell: their residuals in
 // units of the noise, summed over neighbours. White noise has 1.
+// For each stretch 1 + 2 (rho_1 + rho_2 + ...), with rho_k the correlation of scores k readings
+// apart, up to the first one that is within two standard deviations, 2 / sqrt(n), of none. A score
+// is the slope of the likelihood, in which a stray counts for nothing.
 std::vector<double> correlationsInTime(const Misfit& misfit, const VectorXd& values) {
   std::map<std::pair<size_t, size_t>, std::vector<double>> scores; // by output and stretch
   misfit.eachResidual(values, [&](const Residual& residual) {
@@ -53,6 +56,8 @@ MatrixXd scatterOf(const Misfit& misfit, const Fit& fit) {
   MatrixXd scatter = fit.information;
   const std::vector<double> times = correlationsInTime(misfit, fit.values);
   for (size_t i = 0; i < times.size(); ++i) {
+    // So little is chance in white noise, and each output costs the evidence of all readings
+    // again.
     if (times[i] < 1.3) continue;
     Misfit alone = misfit;
     alone.only = i;
@@ -75,11 +80,14 @@ std::vector<Estimate> estimatesOf(const Misfit& misfit, const Fit& fit, const Ma
 }
 
 // By a sandwich, with what the readings say on either side of how they scatter.
+//   cov = I^-1 S I^-1, with I the information and S the variance of the slope (Huber 1967).
+// Where the readings are independent S is I, and the usual inverse is left.
 MatrixXd sandwichOf(const Misfit& misfit, const Fit& fit, const std::vector<bool>& frozen) {
   const size_t count = misfit.unknowns.count;
   std::vector<bool> out(count, false);
   std::copy(frozen.begin(), frozen.end(), out.begin());
   MatrixXd information = fit.information;
+  // As for what is determined: a clock that nothing moves leaves a row of 0.
   information.diagonal().array() += 1e-6;
   const MatrixXd inverse = covarianceOf(information, out);
   return inverse * scatterOf(misfit, fit) * inverse;
@@ -129,6 +137,8 @@ Estimation estimate(Misfit& misfit, const Going& going) {
   frozen.assign(misfit.quantities.size(), false);
   Fit& fit = estimation.fit;
   fit = fitTo(misfit, frozen, going);
+  // What looked undetermined at one place may be determined at the next, and the other way round:
+  // with the guesses kept the rest moves, and is asked again.
   for (int round = 0; round < 3; ++round) {
     const MatrixXd information = informationOfQuantities(misfit, fit.information, frozen);
     const auto found = undeterminedOf(misfit, information, fit.values, frozen);
@@ -140,6 +150,7 @@ Estimation estimate(Misfit& misfit, const Going& going) {
     VectorXd from = fit.values;
     const VectorXd guesses = guessesOf(misfit);
     for (size_t i = 0; i < frozen.size(); ++i)
+      // Along such a direction the first fit went anywhere; only the guess means something.
       if (frozen[i]) from[indexOf(i)] = guesses[indexOf(i)];
     fit = refine(misfit, from, frozen, going);
   }
@@ -149,6 +160,7 @@ Estimation estimate(Misfit& misfit, const Going& going) {
     for (const size_t member : each.members)
       if (!frozen[member]) estimation.estimates[member].follows = each.frozen;
   const Index own = indexOf(misfit.quantities.size());
+  // A frozen one has no variance: its row of correlations becomes 0 instead of no number.
   const VectorXd scale =
       covariance.diagonal().head(own).cwiseMax(1e-300).cwiseSqrt().cwiseInverse();
   estimation.correlations =
@@ -160,6 +172,8 @@ Estimation estimate(Misfit& misfit, const Going& going) {
 Estimation validate(Misfit& misfit, const std::vector<double>& values, const Going& going) {
   Estimation estimation;
   estimation.frozen.assign(misfit.quantities.size(), true);
+  // The values are given, and all of them frozen: only clocks and starts of these recordings are
+  // free.
   VectorXd from = guessesOf(misfit);
   for (size_t i = 0; i < values.size(); ++i)
     from[indexOf(i)] = misfit.quantities[i].byLogarithm() ? std::log(values[i]) : values[i];

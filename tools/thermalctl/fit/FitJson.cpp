@@ -9,6 +9,11 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+// One number of the plant:
+//   {"name": "node.big.joules_per_kelvin", "unit": "J/K", "guess": 3.0, "value": 4.1,
+//    "determined": true, "interval": [3.9, 4.3]}
+// A number that kept its guess has null as its interval; one of which only a combination with such
+// a one is known says by "depends_on" whose guess its interval holds for.
 Json quantitiesOf(const FitResult& result) {
   Json all = Json::array();
   for (size_t i = 0; i < result.misfit->quantities.size(); ++i) {
@@ -73,6 +78,7 @@ Agreeing overall(const std::vector<Agreeing>& agreement) {
   Agreeing all;
   for (const Agreeing& one : agreement) {
     all.readings += one.readings;
+    // Weighted by readings: a sensor that was read ten times as often counts ten times.
     all.rmse += one.rmse * one.rmse * static_cast<double>(one.readings);
     all.largest = std::max(all.largest, one.largest);
   }

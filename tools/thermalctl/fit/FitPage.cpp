@@ -14,6 +14,7 @@
 
 namespace {
 
+// In units of the picture, which the browser scales to the width of the page.
 constexpr double kWidth = 900;
 constexpr double kHeight = 170;
 constexpr double kResidualHeight = 60;
@@ -38,6 +39,7 @@ struct Point {
 
 using Courses = std::map<std::pair<size_t, size_t>, std::vector<Point>>; // by recording and output
 
+// Each nth reading, so that of a million 800 to 1,600 are left: a browser would choke on all.
 Courses coursesOf(const Misfit& misfit, const Estimation& estimation) {
   std::map<std::pair<size_t, size_t>, size_t> skips;
   std::map<std::pair<size_t, size_t>, size_t> seen;

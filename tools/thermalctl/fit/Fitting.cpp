@@ -13,12 +13,18 @@
 
 #include "simulate/Random.h"
 
+// How a fit goes: from three starts a few steps each, on few of the rows, with the clocks scanned;
+// the likeliest of the three goes on to the end, first on more rows and then on all. The noise of
+// each sensor is no unknown of the steps: noise and values are found in turns, each with the other
+// held, until the noise stays.
+
 namespace {
 
 using Eigen::Index;
 using Eigen::MatrixXd;
 using Eigen::VectorXd;
 
+// The guesses of the plant and two others, against a valley that is not the deepest.
 constexpr int kStarts = 3;
 // How far the other starts are from the guesses, as the largest logarithm of a factor.
 constexpr double kSpread = 0.9;
@@ -72,6 +78,11 @@ std::vector<Range> rangesOf(const Misfit& misfit) {
 // The misfit as the library wants it: as the sum of squares of few residuals with the same value,
 // slope and curvature. Of half a million readings it would keep the derivative of each.
 //
+// Of the curvature C = L L^T, the slope g and the value f at a point, the residuals are
+//   r = (L^-1 g, sqrt(2 (f + height) - |L^-1 g|^2))  with the derivative  J = (L^T, 0):
+//   |r|^2 / 2 = f + height,  J^T r = g,  J^T J = C,
+// so that a step of Levenberg and Marquardt comes out as if made of all readings.
+//
 // Shape: the unknowns that are free, stretched so that those with bounds have none.
 class Squares {
 public:
@@ -88,6 +99,7 @@ public:
       free.push_back(indexOf(i));
     }
     best = values;
+    // Lifts the misfit, so that the root in the last residual has a value above 0 to be taken of.
     height = 2 * misfit.misfit(values) + 100;
   }
 
@@ -104,6 +116,8 @@ public:
       const double value = values[free[static_cast<size_t>(i)]];
       point[i] = value;
       if (!range.isBounded()) continue;
+      // A bounded value is least + (most - least) / (1 + exp(-point)). At a bound itself the point
+      // would be infinite, and nothing would ever lead back.
       const double share = (value - range.least) / (range.most - range.least);
       const double inside = std::clamp(share, 1e-6, 1 - 1e-6);
       point[i] = std::log(inside / (1 - inside));
@@ -116,6 +130,7 @@ public:
     const Eigen::Map<const VectorXd> at(point, count);
     Eigen::Map<VectorXd> result(residuals, count + 1);
     const VectorXd here = valuesAt(at);
+    // For a step on trial the library asks for the value alone, which needs no sensitivities.
     if (!jacobian) {
       result.setZero();
       result[count] = std::sqrt(2 * (misfit.misfit(here) + pull(here) + height));
@@ -173,6 +188,7 @@ private:
       const Range& range = rangeOf(i);
       const Index place = free[static_cast<size_t>(i)];
       if (range.isBounded())
+        // The derivative of the value by its point, from the formula in `start`.
         scale[i] =
             (here[place] - range.least) * (range.most - here[place]) / (range.most - range.least);
       slope[i] =
@@ -183,6 +199,7 @@ private:
     }
     slope = scale.cwiseProduct(slope);
     curve = scale.asDiagonal() * curve * scale.asDiagonal();
+    // At a bound `scale` is as good as 0, and the root needs a matrix that is above it.
     curve.diagonal().array() += 1e-9;
     const Eigen::LLT<MatrixXd> root(curve);
     const VectorXd head = root.matrixL().solve(slope);
@@ -204,6 +221,8 @@ private:
 };
 
 // Least of a function with one valley.
+// By the golden section: of the two points inside, one is always that of the round before. The end
+// at 0.004 is meant for logarithms: 0.4 % of a noise.
 template <typename Function> double leastOf(const Function& function, double low, double high) {
   constexpr double kGolden = 0.6180339887498949;
   double a = high - kGolden * (high - low);
@@ -227,6 +246,8 @@ template <typename Function> double leastOf(const Function& function, double low
 }
 
 // How unlikely the readings are with their noises as they are now.
+// A misfit alone is 0 where nothing could go better, whatever the noise: between two noises it
+// says nothing, and the larger one would always win.
 double surpriseOf(const Misfit& misfit, const VectorXd& values) {
   double total = 0;
   const std::vector<LikelihoodTable>& tables = misfit.tables();
@@ -250,6 +271,8 @@ public:
   VectorXd look(VectorXd values, bool alsoClocks, const std::string& name) {
     stage = name;
     misfit.stride = strideFor(kRowsOfFirstLook);
+    // The noise first: by that of the last round, wrong values would count as strays and be passed
+    // over.
     for (int i = 0; i < 4 && !stopped; ++i) {
       setNoise(values);
       values = solve(values, 15, 0.1);
@@ -263,6 +286,7 @@ public:
   VectorXd finish(VectorXd values) {
     stage = "refining";
     misfit.stride = strideFor(kRowsOfSecondLook);
+    // Of a long recording, most of the way is gone on some of the rows, and the last of it on all.
     if (misfit.stride > 1) values = settle(values, 6);
     misfit.stride = 1;
     return settle(values, 8);
@@ -275,6 +299,8 @@ public:
 private:
   size_t strideFor(size_t rows) const { return std::max<size_t>(1, rowCount / rows); }
 
+  // Noise and values in turns, until the noise is what it was; the first round always moves the
+  // values.
   VectorXd settle(VectorXd values, int most) {
     for (int i = 0; i < most && !stopped; ++i) {
       const bool settled = !setNoise(values);
@@ -290,6 +316,8 @@ private:
     solver.options.max_num_iterations = iterations;
     solver.options.function_tolerance = tolerance;
     solver.options.parameter_tolerance = 1e-10;
+    // What is thrown is caught here, with the best values of all that were tried: the library's
+    // own point would be lost with it.
     VectorXd point = squares.start();
     try {
       solver.Solve(squares, &point);
@@ -311,12 +339,15 @@ private:
       Likelihood& likelihood = misfit.likelihoods[i];
       const double before = likelihood.noise;
       likelihood.noise = noiseOf(residuals[i], likelihood);
+      // By 2 %: less moves no value by what could be seen beside its interval.
       changes |= std::abs(std::log(likelihood.noise / before)) > 0.02;
     }
     return changes;
   }
 
   // Those that are as good as equal beside the noise that there was are counted.
+  // The noise that makes the residuals likeliest; no root of a mean square, which rounding and
+  // strays would widen.
   static double noiseOf(const std::vector<double>& residuals, const Likelihood& before) {
     const double width = before.noise / 32;
     const size_t skip = std::max<size_t>(1, residuals.size() / kResidualsEnough);
@@ -335,6 +366,9 @@ private:
                             std::log(kMostNoise)));
   }
 
+  // A wrong clock puts each step of heat beside its answer: its misfit has valleys at every pair
+  // of the two that could belong together, and a descent finds only the next one. So each clock is
+  // tried in steps over its whole reach, with all else held.
   void scanClocks(VectorXd& values) const {
     const Unknowns& unknowns = misfit.unknowns;
     for (size_t recording = 0; recording < unknowns.clocks.size(); ++recording) {
@@ -367,6 +401,7 @@ VectorXd startFor(const Misfit& misfit, const std::vector<bool>& frozen, int num
   Random random(static_cast<uint64_t>(number));
   for (size_t i = 0; i < misfit.quantities.size() && number > 0; ++i) {
     const Quantity& quantity = misfit.quantities[i];
+    // Drawn for frozen ones, too: what is frozen does not change the starts of the others.
     const double change = kSpread * std::clamp(random.normal(), -1.0, 1.0);
     if (frozen[i] || !quantity.byLogarithm()) continue;
     start[indexOf(i)] = std::clamp(start[indexOf(i)] + change, std::log(quantity.least * 1.05),
@@ -382,6 +417,8 @@ Fit resultOf(const Misfit& misfit, const VectorXd& values, bool interrupted) {
 
 } // namespace
 
+// A clock's guess is 0. The guess of a start is the first reading of its node, or of a sensor on
+// it, within fifty rows of a file; where nothing reads a node, the mean of those that are read.
 VectorXd guessesOf(const Misfit& misfit) {
   const Unknowns& unknowns = misfit.unknowns;
   VectorXd guesses = VectorXd::Zero(indexOf(unknowns.count));
@@ -430,6 +467,7 @@ Fit fitTo(Misfit& misfit, const std::vector<bool>& frozen, const Going& going) {
     const VectorXd found =
         search.look(startFor(misfit, frozen, i), true,
                     "start " + std::to_string(i + 1) + " of " + std::to_string(kStarts));
+    // Each start has found noises of its own, so that the misfits of two starts do not compare.
     const double surprise = search.surprise(found);
     if (best.size() > 0 && surprise >= least) continue;
     least = surprise;

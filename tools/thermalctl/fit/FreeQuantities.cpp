@@ -10,6 +10,15 @@
 #include "text/Phrases.h"
 #include "toml/TomlSection.h"
 
+// What a plant file says of a fit, and what the numbers are called in it:
+//   [fit]
+//   free = ["node.*.joules_per_kelvin", "resistance.big-case", "source.gpu.watts", "ambient"]
+//   [[fit.bounds]]
+//   of = "source.gpu.watts"
+//   least = 1
+//   most = 4
+// First all numbers that could be free are gathered, then the patterns choose among them.
+
 namespace {
 
 // How far a number may be from its guess, as a factor, and an offset or an ambient in degrees.
@@ -85,6 +94,8 @@ private:
   void addSources() {
     size_t index = 0;
     for (auto& [name, section] : root.named("source")) {
+      // One quantity for the whole table or law: the power at its hottest level, along which all
+      // others are scaled.
       const std::vector<double>& watts = plant.sources[index].watts;
       const double most = watts.empty() ? 0 : *std::max_element(watts.begin(), watts.end());
       Quantity quantity{
@@ -116,6 +127,7 @@ private:
       const auto offset = section.number("offset");
       // Without a number it goes behind the section's head, and an inline table has none.
       if (!offset && !isHead(section.at().at.line)) continue;
+      // Below, a length of 0 says that a line has to be put in behind this one.
       const Span place = offset ? section.at("offset") : section.at();
       add({Quantity::Kind::kOffset,
            index,
@@ -143,6 +155,7 @@ bool isMeant(const std::string& pattern, const Quantity& quantity, const PlantDe
     return ::fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
   };
   if (quantity.kind != Quantity::Kind::kResistance) return fits(quantity.name);
+  // Nobody can know in which order the plant gives the ends of a resistance.
   const std::vector<std::string> names = resistanceNames(plant, quantity.index);
   return std::any_of(names.begin(), names.end(), fits);
 }

@@ -27,6 +27,13 @@ double between(double low, double high) {
 
 } // namespace
 
+// With Phi the normal distribution, phi its density, s the noise, w the step and z = (r - T) / s,
+// a reading r has at the temperature T the density
+//   p = (Phi(z + w / 2s) - Phi(z - w / 2s)) / w, or phi(z) / s without a step,
+// and the misfit is log(most) - log(p + stray). The slope of log p by T is `pull` / s, and its
+// second derivative -`bend` / s^2; both count by p / (p + stray), the chance that the reading is
+// none of the strays. What the strays add to the second derivative is left out: it is negative,
+// and without it no weight is below 0.
 Agreement Likelihood::of(double reading, double temperature) const {
   const double z = (reading - temperature) / noise;
   const double width = step / noise;
@@ -40,6 +47,8 @@ Agreement Likelihood::of(double reading, double temperature) const {
     const double share = between(low, high);
     likely = share / step;
     if (share > 0) {
+      // Where the share is 0 to the last digit, no trust is left, and pull and bend count for
+      // nothing.
       const double fromLow = density(low);
       const double fromHigh = density(high);
       pull = (fromLow - fromHigh) / share;
@@ -57,6 +66,8 @@ double Likelihood::best() const {
   return std::log(most + kStray);
 }
 
+// Between two places the misfit is the cubic that has its values and its slopes at both (Hermite).
+// Misfits are alike on either side of the reading, so that one side is enough.
 LikelihoodTable::LikelihoodTable(const Likelihood& likelihood_)
     : likelihood(likelihood_), highest(likelihood.best()) {
   constexpr double kPerNoise = 16;

@@ -18,6 +18,15 @@
 #include "text/Phrases.h"
 #include "text/Temperature.h"
 
+// What comes in looks like this, with "#" in front of lines that are passed over:
+//   time,skin,battery,cpu:W,gpu:%,ambient
+//   0,31.2,29.8,0.61,12,24.9
+//   1,31.3,,0.58,11,
+// The line of the columns says what each column may be; the rows fill the columns; then each
+// column is looked at as a whole, because only all its values tell a unit that cannot be meant, a
+// load from a temperature of the same name, and zeros that are failures. Readings and changes are
+// written last, row by row.
+
 namespace {
 
 // In seconds since 1970 the year 5138.
@@ -155,6 +164,7 @@ private:
       column.scale = time->second;
       return column;
     }
+    // Only a known unit is cut off: "node:NAME" has a colon, too.
     std::string name = title;
     std::string unit;
     const size_t colon = title.rfind(':');
@@ -236,6 +246,7 @@ private:
     std::optional<double> time;
     for (size_t i = 0; i < columns.size(); ++i) {
       Column& column = columns[i];
+      // A line that ends early has nothing in the columns behind: an empty cell, and no mistake.
       const Cell cell = i < cells.size() ? cells[i] : Cell{};
       if (column.kind == Column::Kind::kTime) {
         if (i < cells.size()) time = timeOf(cell.text);
@@ -254,6 +265,8 @@ private:
         column.values.push_back(value ? *value * column.scale : kNothing);
       }
     }
+    // There is a time by here: the header has exactly one such column, and a row without it has
+    // returned.
     if (!times.empty() && *time < times.back())
       return wrong(cells.front(), "the times must not go back");
     times.push_back(*time);
@@ -271,6 +284,8 @@ private:
     const auto time = std::find_if(columns.begin(), columns.end(), [](const Column& column) {
       return column.kind == Column::Kind::kTime;
     });
+    // A device is sampled each second or faster: regular rows that seem 20 s apart and more were
+    // meant in milliseconds.
     if (times.size() >= 20 && isRegular && medianStep >= 20 && time->scale == 1)
       tellUnit(*time,
                fmt::format("the rows are {:g} s apart: milliseconds are 'time_ms'", medianStep));
@@ -298,6 +313,7 @@ private:
       least = std::min(least, column.values[i]);
     }
     if (least > most) return;
+    // No device is between 0 and 1 degree all the time, and no share ever is outside.
     if (column.kind == Kind::kOutputOrLoad) {
       column.kind = least >= 0 && most <= 1 ? Kind::kLoad : Kind::kOutput;
       if (column.kind == Kind::kLoad) column.index = column.source;
@@ -324,6 +340,8 @@ private:
   void checkWatts(const Column& column, double least, double most, size_t mostAt, size_t leastAt) {
     const PlantDescription::Source& source = plant.sources[column.index];
     double expected = source.idle;
+    // The plant's own guess: it may well be wrong by ten, but not by the thousand that is between
+    // the units.
     for (const double watts : source.watts)
       expected = std::max(expected, watts + source.idle);
     if (least < 0)
@@ -350,6 +368,8 @@ private:
             hint);
   }
 
+  // The median, which gaps do not move. Regular is what is sampled: nine of ten steps at most
+  // three times as long. A table that is written at changes alone is not, and has no gaps.
   double stepOfTime() {
     std::vector<double> steps;
     for (size_t i = 1; i < times.size(); ++i)
@@ -401,6 +421,7 @@ private:
   // The daemon reads 0 where its node gives nothing, and others write it, too. What comes before
   // tells whether the device is in the frost, or at the begin what comes behind.
   void leaveOutZeros(Column& column) {
+    // Degrees: nearer to 0 than this, a 0 may be the temperature.
     constexpr double kFar = 5;
     double before = kNothing;
     for (size_t row = 0; row < times.size(); ++row) {

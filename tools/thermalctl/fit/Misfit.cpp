@@ -31,6 +31,8 @@ Unknowns::Unknowns(const PlantDescription& plant, const std::vector<Quantity>& q
       clocks.back().push_back(has ? std::optional(count++) : std::nullopt);
     }
   }
+  // A stretch starts with a temperature for each node, and for each reading that lags behind its
+  // node.
   startsBegin = count;
   perStretch = plant.nodes.size();
   for (const PlantDescription::Probe& probe : plant.probes)
@@ -61,6 +63,9 @@ std::vector<double> Misfit::naturalOf(const VectorXd& values) const {
 
 // What one stretch adds to the evidence: rows are gathered, so that most of the work is a product
 // of matrices.
+// A row is the derivative of one fitted temperature by the unknowns of the stretch, g; with s and
+// w the slope and the weight of its likelihood, it adds s g to the slope and w g g^T to the
+// information (Gauss and Newton: without the second derivatives of the temperature itself).
 class Misfit::Accumulation {
 public:
   Accumulation(const Misfit& misfit_, size_t stretch, Index rowLength)
@@ -100,6 +105,7 @@ private:
   Index placeOf(Index i) const { return indexOf(places[static_cast<size_t>(i)]); }
 
   void flush() {
+    // The lower half alone; `addTo` mirrors it.
     information.selfadjointView<Eigen::Lower>().rankUpdate(rows.topRows(used).transpose());
     used = 0;
   }
@@ -167,6 +173,9 @@ void Misfit::addEvidence(size_t stretch, const Model& model, const VectorXd& val
                          MisfitEvidence& evidence) const {
   const Stretch& part = stretches[stretch];
   const Recorded& recorded = recordings[part.recording];
+  // With a clock move both the rows and the changes of its file, past those of the others. So its
+  // derivative is a difference: the stretch is gone through twice more, with the clock a little
+  // ahead and a little behind.
   std::vector<std::vector<double>> byClock;
   for (const auto& clock : unknowns.clocks[part.recording]) {
     if (!clock) continue;
@@ -180,6 +189,7 @@ void Misfit::addEvidence(size_t stretch, const Model& model, const VectorXd& val
   }
   const std::vector<double> offsets = unknowns.offsetsOf(part.recording, values);
   const std::vector<LikelihoodTable>& likely = tables();
+  // A row of the accumulation, in the order of its places: quantities, starts, clocks.
   const Index own = indexOf(unknowns.quantities + unknowns.perStretch);
   Accumulation accumulation(*this, stretch, own + indexOf(byClock.size()));
   std::vector<size_t> before(1, 0);

@@ -12,6 +12,12 @@
 #include "simulate/Random.h"
 #include "text/Phrases.h"
 
+// What a plan would tell is known before any reading: how far the temperatures move with each
+// quantity does not depend on what is read. So plans are compared by the intervals that they would
+// leave: some at random first, of low, middle and full loads, and then changes of one load of one
+// step in the best, kept where they help. Plans that would make a node hotter than it was seen are
+// none.
+
 namespace {
 
 using Eigen::Index;
@@ -37,6 +43,8 @@ public:
       outputs.insert(one.output);
     values = estimation_.fit.values.head(indexOf(misfit.quantities.size()));
     // The weak word of the bounds, so that what nothing tells has an interval, too.
+    // As if they were two standard deviations to either side of the middle: (range / 4)^2 is the
+    // variance.
     for (size_t i = 0; i < misfit.quantities.size(); ++i) {
       const Quantity& quantity = misfit.quantities[i];
       const double range = quantity.byLogarithm() ? std::log(quantity.most / quantity.least)
@@ -113,12 +121,14 @@ private:
     Misfit planned(plant, misfit.quantities, recordings, stretchesOf(recordings[0], 0, {0}));
     for (const Likelihood& likelihood : misfit.likelihoods)
       // Rounding costs about as much as noise of its size.
+      // A value anywhere within a step has the variance step^2 / 12.
       planned.likelihoods.push_back(
           {std::hypot(likelihood.noise, likelihood.step / std::sqrt(12.0)), 0});
     const VectorXd at = valuesFor(planned);
     std::vector<double> fitted;
     planned.eachResidual(at, [&](const Residual& each) { fitted.push_back(each.fitted); });
     for (size_t i = 0; i < fitted.size(); ++i)
+      // What is read is what is expected: no residual, and the information alone is left.
       recordings[0].files[0].readings[i].celsius = fitted[i];
     // A reading counts for as many as lie between two of them.
     const double each = static_cast<double>(kReadEach);

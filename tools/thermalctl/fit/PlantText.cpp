@@ -19,6 +19,9 @@ struct Edit {
   std::string text;
 };
 
+// A plant file belongs to the user: its comments, its order and the ends of its lines stay, and
+// only the numbers are other ones. So nothing is written anew from what was read; places of the
+// text are replaced.
 class Editor {
 public:
   explicit Editor(const std::string& text) {
@@ -64,6 +67,7 @@ private:
     for (const Edit& edit : own)
       line.replace(edit.column, edit.length, edit.text);
     // What an earlier fit remarked holds no more.
+    // Such as "  # 95 %: 2.9 to 3.1 J/K", or with a name, where a line has numbers of two.
     static const std::regex kEarlier("  # (\\S+ )?(95 %: .* to |not determined: the guess).*");
     return remarks[number].empty() ? line : std::regex_replace(line, kEarlier, "");
   }
@@ -115,6 +119,8 @@ std::string withEstimates(const std::string& text, const std::vector<Quantity>& 
       continue;
     }
     for (const Quantity::Place& place : quantity.places) {
+      // Of a table of watts each entry keeps its share of the largest; of a quantity with one
+      // place the factor is 1.
       const double factor = quantity.byLogarithm() ? place.value / quantity.guess : 1;
       if (!found.frozen && factor > 0)
         editor.replace(place.span, deserved(found.value * factor, half * factor));

@@ -29,6 +29,7 @@ double Powers::ofIdle(size_t source) const {
   return states[source].measured ? 0 : plant.sources[source].idle;
 }
 
+// Measured watts turned back into a load, for a replay in which the simulator throttles anew.
 double Powers::load(size_t index) const {
   const PlantDescription::Source& source = plant.sources[index];
   const Source& state = states[index];

@@ -49,6 +49,7 @@ public:
       return;
     }
     const auto at = static_cast<uint32_t>(file.readings.size());
+    // All that is read in one millisecond is one row.
     if (file.rows.empty() || file.rows.back().time < seconds)
       file.rows.push_back({seconds, at, at, 0});
     file.readings.push_back({*outputs[sensor], millidegrees / 1000.0});
@@ -98,6 +99,8 @@ public:
         std::vector<std::string>& remarks_)
       : plant(plant_), board(board_), problems(problems_), remarks(remarks_) {}
 
+  // Three kinds of files: a trace of the simulator, known by its first line; any other .csv, also
+  // a compressed one, is a table of measurements; and all else a log of the daemon.
   std::optional<RecordedFile> read(const std::string& path) {
     LineFile lines(path);
     if (!lines.problem().empty()) return fail(path, lines.problem());
@@ -149,6 +152,7 @@ private:
   std::vector<std::string>& remarks;
 };
 
+// What holds on without an end has as its last time a number beyond all times.
 double endOf(const RecordedFile& file) {
   return std::max({file.rows.empty() ? file.first : file.rows.back().time,
                    file.changes.empty() ? file.first : file.changes.back().time,
@@ -177,6 +181,8 @@ void rebase(std::vector<RecordedFile>& files) {
     if (file.first > kEpoch) shift(file, -start);
 }
 
+// With the distance of two clocks that a fit can find, and no more: files of two days would be
+// shifted over one another and fitted as one.
 bool overlap(const std::vector<RecordedFile>& files, Problems& problems) {
   const RecordedFile& first = files.front();
   bool all = true;

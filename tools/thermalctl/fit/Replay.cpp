@@ -10,6 +10,13 @@
 
 #include "fit/Powers.h"
 
+// What is written is a workload of the simulator, a line for each time at which something changed:
+//   time,ambient,watts cpu,watts gpu
+//   0.000,25.0000,0.41,0
+//   12.500,25.0000,2.83,0.2
+// In the open loop the powers are those that were recorded, whatever levels the simulated daemon
+// sets; in the closed one the columns are loads, and it throttles them by itself.
+
 namespace {
 
 // Behind it a file's end is no time, but that nothing ends.
@@ -57,6 +64,7 @@ std::string workloadOf(const Recorded& recorded, const PlantDescription& plant, 
   text += rowOf(0, powers, plant, loop);
   for (size_t i = 0; i < changes.size(); ++i) {
     powers.take(changes[i]);
+    // Of what changes at one time one line is written, which has all of it.
     const bool isLast = i + 1 == changes.size() || changes[i + 1].time > changes[i].time;
     if (isLast && changes[i].time > start)
       text += rowOf(changes[i].time - start, powers, plant, loop);

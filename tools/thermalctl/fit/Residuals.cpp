@@ -41,6 +41,8 @@ void believeTheMost(Point* from, size_t length) {
     if (from[i].astray) from[i].pull = from[i].apart;
 }
 
+// A course is taken in blocks of equal numbers of readings. The mean of n readings has the noise
+// divided by sqrt(n): a mean well beyond that is no noise.
 std::vector<Block> oddBlocks(std::vector<Point>& points, double noise) {
   std::vector<Block> odd;
   const size_t length = std::max<size_t>(10, points.size() / kBlocks);
@@ -63,6 +65,7 @@ std::vector<Block> oddBlocks(std::vector<Point>& points, double noise) {
   return odd;
 }
 
+// Of the straight line with the least squares, in degrees a second.
 double slopeOf(const std::vector<Point>& points, const Block& block) {
   double count = 0;
   double time = 0;
@@ -90,6 +93,8 @@ std::vector<std::string> oddResiduals(const Misfit& misfit, const Eigen::VectorX
     const Likelihood& likelihood = misfit.likelihoods[residual.reading.output];
     const double apart = residual.reading.celsius - residual.fitted;
     const bool isAstray = std::abs(apart) > kAstray * likelihood.noise + likelihood.step;
+    // Times the variance it is a distance in degrees: without a step the residual itself, within a
+    // step next to nothing, and of a stray 0.
     const double pull = -likelihood.of(residual.reading.celsius, residual.fitted).slope;
     courses[{misfit.stretches[residual.stretch].recording, residual.reading.output}].push_back(
         {residual.row->time, pull * likelihood.noise * likelihood.noise, apart, isAstray});

@@ -24,6 +24,7 @@ constexpr Usual kUsual[] = {{"batt", 45, 1.5}, {"pack", 45, 1.5}, {"skin", 30, 2
 
 const Usual& usualOf(const std::string& name) {
   const std::string lower = lowerCase(name);
+  // The last entry has an empty word, which is in any name.
   return *std::find_if(std::begin(kUsual), std::end(kUsual), [&](const Usual& usual) {
     return lower.find(usual.word) != std::string::npos;
   });
@@ -61,6 +62,8 @@ std::vector<double> numbersOf(const DeviceTrack& device) {
 }
 
 // Of a processor's power that of its clock and its voltage, of everything else its share.
+// Power goes by the clock and the square of the voltage, and the voltage about by the clock: by
+// the third power of the clock. Without numbers the levels are taken to be evenly apart.
 std::string wattsOf(const DeviceTrack& device, const Kind& kind) {
   const std::vector<double> numbers = numbersOf(device);
   std::string list;

@@ -22,6 +22,8 @@ struct Run {
   double high = 0;
 };
 
+// A sensor at rest reads the same for long, too. It is stuck only where the model moves by more
+// than noise or step could hide, and goes well away from what is read.
 bool isStuck(const Run& run, const Likelihood& likelihood) {
   const double unit = std::max(likelihood.noise, likelihood.step);
   const double apart =
@@ -60,6 +62,8 @@ std::vector<Stuck> stuckOf(const Misfit& misfit, const Eigen::VectorXd& values) 
   return stuck;
 }
 
+// Rows stay, with fewer readings or none: places of other stuck ones, and of stretches, go by
+// their numbers.
 void leaveOut(std::vector<Recorded>& recordings, const std::vector<Stuck>& stuck) {
   for (const Stuck& one : stuck) {
     RecordedFile& file = recordings[one.recording].files[one.file];

@@ -37,6 +37,8 @@ NetworkNumbers numbersOf(const PlantDescription& plant) {
 } // namespace
 
 ThermalModel::ThermalModel(const PlantDescription& plant, const std::vector<Quantity>& quantities) {
+  // The order matters: outputs, starts and powers go by the states, of which the lagged ones are
+  // some, and an effect is made of all of these.
   const Modes modes = modesOf(numbersOf(plant));
   const Index nodes = indexOf(plant.nodes.size());
   rates = Eigen::Map<const VectorXd>(modes.rates.data(), nodes);
@@ -122,12 +124,15 @@ void ThermalModel::addEffect(const PlantDescription& plant, const Quantity& quan
   switch (quantity.kind) {
   case Kind::kCapacity:
     // More of it slows whatever goes on at its node.
+    // By its logarithm: at the node i, -C_i T_i' is as good as a power.
     effect.role = Role::kBySpeed;
     effect.row.head(modes) = shapes.row(indexOf(index));
     columns.col(column) = -starts.col(indexOf(index));
     break;
   case Kind::kResistance: {
     const PlantDescription::Resistance& resistance = plant.resistances[index];
+    // By its logarithm: of the heat (T_from - T_to) / R that goes through, so much goes less, as
+    // if given to one end and taken from the other.
     VectorXd between = shapes.row(indexOf(resistance.from)).transpose();
     if (resistance.to) between -= shapes.row(indexOf(*resistance.to)).transpose();
     effect.role = Role::kByState;
@@ -163,6 +168,8 @@ void ThermalModel::addEffect(const PlantDescription& plant, const Quantity& quan
 const ThermalModel::Step& ThermalModel::step(int64_t microseconds, bool sensitive) const {
   const auto known = steps.find(microseconds);
   if (known != steps.end() && (!sensitive || known->second.pairs.size() > 0)) return known->second;
+  // Recordings are mostly regular: a few lengths of steps come again and again. Clocks that move
+  // make new ones, without end.
   if (steps.size() > kStepsKept) steps.clear();
   const double seconds = static_cast<double>(microseconds) / 1e6;
   const Index count = rates.size();

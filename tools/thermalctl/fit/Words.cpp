@@ -12,6 +12,12 @@
 #include "fit/ThermalModel.h"
 #include "text/Phrases.h"
 
+// How a sentence is found: a direction with one quantity is told by what that quantity is; one in
+// which powers, capacities and conductances go up together is the common scale; one with two is a
+// relation; others are a combination. The advice is the first that applies: sources that moved
+// together, one that never moved, a recording that is too short, and at last which source to step
+// or where to put a sensor.
+
 namespace {
 
 using Kind = Quantity::Kind;
@@ -44,6 +50,7 @@ public:
     for (const auto& powers : all)
       product += (powers[a] - mean(a)) * (powers[b] - mean(b));
     const double both = spread(a) * spread(b);
+    // Correlated by more than 0.97, in either direction.
     return both > 0 && std::abs(product / static_cast<double>(all.size())) > 0.97 * both;
   }
 
@@ -160,6 +167,7 @@ private:
       sum += kind == Kind::kResistance ? -one.shares[i] : one.shares[i];
       squares += one.shares[i] * one.shares[i];
     }
+    // (sum)^2 is at most n times the squares, and reaches it where all shares are the same.
     return hasPower && one.members.size() > 2 &&
            sum * sum > 0.9 * squares * static_cast<double>(one.members.size());
   }
@@ -171,6 +179,9 @@ private:
     const double a = one.shares[0];
     const double b = one.shares[1];
     if (!logs) return "a combination of " + both;
+    // What stays the same along the direction is what the recordings determine: the sum where the
+    // numbers themselves move against each other, the product where their logarithms do, and the
+    // ratio where the logarithms move together.
     const double inA = one.changes[0];
     const double inB = one.changes[1];
     const bool alike = quantity(one.members[0]).kind == quantity(one.members[1]).kind;
@@ -202,6 +213,7 @@ private:
     std::vector<double> values;
     for (const Estimate& each : estimation.estimates)
       values.push_back(each.value);
+    // The rates of the model are those of its modes; the smallest belongs to the slowest part.
     const ThermalModel model(withValues(plant, misfit.quantities, values), {});
     const double slowest = 1 / model.rates.minCoeff();
     double longest = 0;
