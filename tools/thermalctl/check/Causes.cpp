@@ -9,6 +9,9 @@
 #include "check/rule/FileRuleNames.h"
 #include "text/Phrases.h"
 
+// Findings come from rules that know nothing of one another. Here those go that only follow from
+// another one, and that one takes over what it hides: above all that the daemon ends.
+
 namespace {
 
 using Place = std::pair<std::string, int>;
@@ -122,6 +125,8 @@ void dropWhatFollowsInItem(std::vector<Finding>& findings, const Subject& subjec
 
 } // namespace
 
+// The widest cause first: of a file of another kind nothing else is worth saying, and of a line
+// with a character that only looks right nothing but that.
 std::vector<Finding> withoutWhatFollows(std::vector<Finding> findings, const Subject& subject) {
   keepTheKindAlone(findings, subject);
   joinWithLookAlikes(findings);

@@ -79,6 +79,8 @@ std::vector<Finding> check(const std::vector<Rule>& rules, const Subject& subjec
     Context context(rule, subject, findings);
     rule.check(context);
   }
+  // Sorted before findings are joined, because the first place tells for the others; severities
+  // last, because by then a cause has taken over that the daemon ends, which no choice changes.
   leaveOut(choice.disabled, findings);
   sortByPlace(findings, subject);
   findings = withoutWhatFollows(std::move(findings), subject);

@@ -12,6 +12,11 @@
 #include "file/Names.h"
 #include "text/Nearest.h"
 
+// A whole check: both files are read, the settings beside the environment and the plant that they
+// name; then the rules run over all of it, and what the settings silence is put aside. Whatever
+// cannot be read is noted, and the rest is checked as far as it goes: a configuration without a
+// board is read on a board that has every name which it uses.
+
 namespace {
 
 // The content of a file, which the inspection then holds; or null and a remark that it is unread.

@@ -10,6 +10,13 @@
 #include "check/environment/EnvironmentRules.h"
 #include "text/Nearest.h"
 
+// An entry of the settings file takes findings of one rule out, and says where and why:
+//   [[silenced]]
+//   rule = "sensor-uncooled"
+//   file = "night.conf"
+//   scenario = "night"
+//   reason = "the charger is off at night"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -37,6 +44,7 @@ bool isThere(const Silenced& silenced, const Finding& finding, const Subject& su
     return false;
   const bool inEnvironment = finding.file == subject.environment.file;
   const Whereabouts where = whereaboutsOf(finding, subject.environment, subject.configurations);
+  // What an entry does not say it does not ask for; what it says must hold.
   if (silenced.section && (!inEnvironment || where.block != *silenced.section)) return false;
   if (silenced.item && (inEnvironment || where.block != *silenced.item)) return false;
   return !silenced.scenario || (!inEnvironment && where.scenario == *silenced.scenario);
@@ -57,6 +65,7 @@ bool hasRule(const std::vector<Rule>& rules, const std::string& name) {
 // Whether this run looks at the file, and in the way of the rule.
 bool isAsked(const Silenced& silenced, const Subject& subject) {
   const std::string& rule = silenced.rule.text;
+  // Rules that were not asked for find nothing, and their silence says nothing about the entry.
   if (!subject.nodesRoot && hasRule(kNodeRules, rule)) return false;
   if (subject.configurations.empty() && hasRule(configurationRules(), rule)) return false;
   const std::vector<std::string> files = filesOf(subject);

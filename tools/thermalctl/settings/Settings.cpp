@@ -9,6 +9,21 @@
 #include "text/Temperature.h"
 #include "toml/TomlSection.h"
 
+// What the two files of a board cannot say about themselves, in a file beside them:
+//   must_cool = ["skin"]
+//   skin = "43C"
+//   plant = "plant.toml"
+//   [sensor.skin]
+//   unit = "tenths"
+//   range = ["-20C", "85C"]
+//   noise = "0.1C"
+//   [device.cpu]
+//   entries = "kHz"
+//   [[silenced]]
+//   rule = "sensor-uncooled"
+//   file = "night.conf"
+//   reason = "the charger is off at night"
+
 namespace {
 
 constexpr char kFileName[] = "thermalctl.toml";

@@ -10,6 +10,12 @@
 #include "text/Nearest.h"
 #include "text/Phrases.h"
 
+// These rules look at which sensor is cooled where: at a table of all sensors by all scenarios of
+// all configurations, each cell of which has the first temperature at which something drives a
+// device. A scenario shares nothing with another, so that what lacks in one cell is there in no
+// other way. Items that have findings of their own count as cooling, or are left out (`counts`):
+// one mistake is to give one finding.
+
 namespace {
 
 // A scenario may be hotter than another on purpose, but hardly by more.
@@ -100,6 +106,7 @@ int64_t hottestOf(const Section* sensor, const CoverageLook& look) {
   int64_t hottest = 0;
   for (size_t i = 0; i < look.all.columns.size(); ++i)
     if (const auto& heat = look.all.cell(sensor, i).heat)
+      // An ss item has no list of thresholds: its one onset is that of the cell.
       for (const int64_t onset :
            onsetsOf(*heat->item).empty() ? std::vector{heat->at} : onsetsOf(*heat->item))
         hottest = std::max(hottest, onset);
@@ -142,6 +149,7 @@ public:
     for (const Section* sensor : look.all.sensors) {
       if (look.context.subject.settings.hasToCool(sensor->name)) continue;
       std::optional<size_t> other = look.earliest(sensor, columns);
+      // What another scenario of this file does comes first; failing that, what another file does.
       const bool here = other.has_value();
       if (!here) other = look.earliest(sensor, everywhere);
       if (other) tell(sensor, *other, here);
@@ -156,6 +164,8 @@ private:
       const CoverageCell& cell = look.all.cell(sensor, i);
       if (cell.heat || cell.doubtful || !look.all.columns[i].sound || isToldElsewhere(sensor, i))
         continue;
+      // Where an item is there but does not cool, it is the place to mend; where none is, the
+      // scenario.
       if (look.all.isWatched(sensor, i))
         tellOfItem(sensor, i, other, cell);
       else
@@ -250,6 +260,8 @@ void tellOfLateScenarios(Context& context) {
     byFile.push_back(look.columnsOf(configuration));
   for (const Section* sensor : look.all.sensors) {
     bool told = false;
+    // First within each file, where whoever wrote it had all of it before him; across files only
+    // where no file is odd by itself.
     for (const Columns& columns : byFile)
       told = tellOfLatest(look, sensor, columns) || told;
     if (told) continue;
@@ -322,6 +334,7 @@ void compare(const Configuration& first, const Configuration& second, Context& c
     return tellOfSpelling(second, onlySecond.front(), onlyFirst.front(), " of " + first.file,
                           context);
   for (const std::string& name : onlySecond) {
+    // Taken out as soon as it is found, so that of two slips each finds a name of its own.
     const std::string meant = nearest(name, onlyFirst);
     if (meant.empty()) continue;
     tellOfSpelling(second, name, meant, " of " + first.file, context);

@@ -8,6 +8,10 @@
 #include "text/Nearest.h"
 #include "text/Phrases.h"
 
+// A rule for each place at which the daemon ends over a file: what stands there instead, and what
+// must. The checker reads on behind it, so that there may be several errors in a file, of which
+// the daemon meets the first alone.
+
 namespace {
 
 using Error = ConfigurationError;

@@ -99,6 +99,8 @@ std::optional<int64_t> othersStart(const Item& item, const Starts& starts) {
   const int64_t own = millidegreesOf(*start, item);
   // Of two one is off, and it is the one that no device in use has.
   const bool isOdd = own < kColdRoom || own > 110000;
+  // Of an even number there are two in the middle: for an item below them the upper one, for one
+  // above them the lower one, so that with two items the other one is the measure.
   const int64_t middle = all[own < all[all.size() / 2] ? all.size() / 2 : (all.size() - 1) / 2];
   return isOdd && isTenfold(own, middle) ? std::optional(middle) : std::nullopt;
 }
@@ -195,6 +197,8 @@ void tellOfPeriods(Context& context) {
       })->first;
   const Message message = {"the board has {} periods: {}", distinct(periods).size(),
                            describe(periods)};
+  // A sensor of that period is told before an item: it is in the file that all configurations
+  // share.
   for (const Section* sensor : context.subject.coverage.sensors)
     if (static_cast<uint32_t>(sensor->sampling.value) == rarest)
       return context.tell(sensor->place("sampling"), message, "share periods");
@@ -377,6 +381,7 @@ const std::vector<Rule> kHeatRules = {
        if (trigger < 1 || !sound(item.timeTickTrigger) || item.sampling.value < 1) return;
        const int64_t floor = std::min<int64_t>(item.devicePerfFloor.value, lastLevelOf(item));
        const int64_t levels = floor - std::max(1, item.startLevel.value);
+       // A level more after each `trigger` decisions, of which there is one each period.
        const int64_t time = levels * trigger * item.sampling.value;
        if (levels < 2 || time > kFastestWindUp) return;
        context.tell(item.timeTickTrigger.word,

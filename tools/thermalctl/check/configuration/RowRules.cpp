@@ -8,6 +8,12 @@
 #include "check/rule/Visits.h"
 #include "text/Phrases.h"
 
+// The rows of a monitor stand across several lines of the file, a column for each level:
+//   thresholds   60000  70000
+//   actions      clock  clock+charger
+//   action_info  1      2+1
+// At 70 degrees, here, `clock` is asked for level 2 and `charger` for level 1.
+
 namespace {
 
 std::string levelName(size_t row) {

@@ -11,6 +11,17 @@
 #include "config/ConfGrammar.h"
 #include "text/Nearest.h"
 
+// What an item looks like. A blank line or "]" ends it; "SCEN" must be followed by an item's
+// header.
+//   SCEN game
+//   [cpu_less]
+//   algo_type monitor
+//   sensor cpu
+//   thresholds 60000 70000
+//   thresholds_clr 57000 67000
+//   actions clock clock+charger
+//   action_info 1 2+1
+
 namespace {
 
 // The lines that open a scenario.
@@ -22,6 +33,7 @@ Check eachOpening(Look<ScenarioLine> look) {
       });
 }
 
+// The name is the header without its first and its last character, whatever these are.
 bool hasBracket(const Item& item) {
   return item.header.text.size() > 1 && item.header.text.back() == ']';
 }

@@ -73,6 +73,8 @@ const std::map<std::string, Size> kSizes = {{"Hz", {10'000'000, 10'000'000'000}}
 
 // What a virtual sensor settles at, in millidegrees, with all of its sources at one temperature.
 std::optional<double> settledAt(const Section& sensor, double millidegrees) {
+  // What stays as it is from one sample to the next: T = (T + weighted + offsets) / sum, solved
+  // for T.
   double weighted = 0;
   for (size_t i = 0; i < std::min(sensor.sources.size(), sensor.weights.size()); ++i) {
     if (!sensor.sources[i].section) return std::nullopt;
@@ -95,6 +97,8 @@ bool isWhole(const Section& sensor) {
 
 void tellOfSettling(const Section& sensor, Context& context) {
   if (!isWhole(sensor)) return;
+  // A room, a warm phone and a hot processor: a slip in an offset shows at the first, one in a
+  // weight at the last.
   for (const double source : {25000.0, 40000.0, 60000.0}) {
     const std::optional<double> settled = settledAt(sensor, source);
     if (!settled) return;

@@ -11,6 +11,14 @@
 #include "text/Nearest.h"
 #include "text/Phrases.h"
 
+// What a section looks like, and what the daemon is strict about: the header in the first line,
+// "type" right below it, and a blank line only at its end.
+//   [cpu]
+//   type real
+//   sampling 1000
+//   node_path /sys/class/thermal/thermal_zone0/temp
+// Nothing may stand between two sections, not even a comment: there the daemon stops reading.
+
 namespace {
 
 Check eachBreak(Look<EnvironmentBreak> look) {
@@ -25,6 +33,8 @@ Ending dependentsOf(const Word& mistake, const Context& context) {
 }
 
 Ending stopsReading(const EnvironmentBreak& each, const Context& context) {
+  // Only at the first break the daemon is still there. The later ones are told all the same:
+  // whoever mends the first one would run into them next.
   if (&each != &context.subject.environment.breaks.front())
     return {"the daemon would stop reading the file here, too"};
   Ending lost = dependentsOf(each.word, context);
@@ -219,6 +229,7 @@ const std::vector<Rule> kSectionRules = {
      "takes the header for an unknown key: the second section does not exist, and its lines "
      "replace values of the first. Put a blank line between the two.",
      eachSection([](const Section& section, Context& context) {
+       // The daemon knows no header inside of a section; here it is the key of a line.
        for (const Property& property : section.properties)
          if (property.key.text[0] == '[')
            context.tell(property.key,

@@ -9,6 +9,12 @@
 #include "check/rule/Visits.h"
 #include "text/Nearest.h"
 
+// A virtual sensor is sampled while its trip sensor is warm, and each time becomes
+//   T = (T before + weight_1 * source_1 + ... + 100 * (offset_1 + ...)) / (weight_1 + ...)
+// in whole numbers of 32 bits. So it settles at the weighted sum over the sum of the weights less
+// 1: with weights that add up to 1 it only grows, and the smaller they are, the further it is from
+// a mean. Sources and trip sensor must stand above it in the file.
+
 namespace {
 
 constexpr char kMultiplyWeights[] =

@@ -7,6 +7,8 @@
 
 namespace {
 
+// What the words of a line are is told by the type of the field that they fill: the daemon's own
+// list of keys is all that is asked.
 template <typename Field> constexpr Shape kShape = Shape::kName;
 template <> constexpr Shape kShape<Number> = Shape::kNumber;
 template <> constexpr Shape kShape<Flag> = Shape::kFlag;

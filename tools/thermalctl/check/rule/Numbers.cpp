@@ -22,6 +22,8 @@ int64_t millidegreesOf(const Number& temperature, int32_t unit) {
 
 } // namespace
 
+// The daemon reads "500ms" as 500, "fast" as 0 and 5000000000 as its last 32 bits: by the first
+// digits and no further.
 NumberReading readingOf(const std::string& word) {
   char* end = nullptr;
   const long long value = std::strtoll(word.c_str(), &end, 10);

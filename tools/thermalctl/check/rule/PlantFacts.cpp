@@ -32,6 +32,7 @@ std::vector<double> settledNodes(const PlantDescription& plant) {
   for (const PlantDescription::Source& source : plant.sources)
     for (const auto& [node, share] : source.heats)
       network.addPower(node, share * wattsOf(source, 0));
+  // One step is exact however long it is, so that nothing has to be solved here.
   network.advance(kForever);
   std::vector<double> settled;
   for (size_t i = 0; i < plant.nodes.size(); ++i)
@@ -56,6 +57,7 @@ void addFalls(SensorHeat& heat, size_t node, const PlantDescription& plant,
       std::vector<double>& falls = heat.fall[board.devices[*source.device].name];
       falls.resize(std::max(falls.size(), source.watts.size()));
       for (size_t level = 1; level < source.watts.size(); ++level)
+        // In millidegrees a second: what is given off less, into the heat capacity of the node.
         falls[level] += share * (source.watts[level - 1] - source.watts[level]) * 1000 /
                         plant.nodes[node].capacity;
     }
@@ -64,6 +66,7 @@ void addFalls(SensorHeat& heat, size_t node, const PlantDescription& plant,
 
 // Of a virtual sensor, once its sources are known.
 void addVirtual(PlantFacts& facts, const Section& sensor) {
+  // As what a virtual sensor settles at: its weighted sources over the sum of the weights less 1.
   double sum = 0;
   for (size_t i = 0; i < sensor.sources.size(); ++i) {
     const auto source = facts.find(sensor.sources[i].word.text);
