@@ -130,6 +130,7 @@ public:
       item->scenarioLine = configuration.scenarioLines.size() - 1;
   }
 
+  // Where no word is left on the line, the place of the last one is where the kind lacks.
   bool takeKind() {
     item->kindWord = text.nextWord() ? text.placedWord() : Word{"", text.placedWord().at};
     item->kind = itemKind(text.word());
@@ -189,6 +190,7 @@ private:
       return skipParagraph(blockCutOff());
     case Error::kNoType:
       fail(failure, Error::kTypeLine, lineFound(), text.placedWord());
+      // A blank line below the header: the item goes on where its type line is found.
       if (text.lineFound() || text.findBelow(kItemTypeKey)) readOn();
       return resumeBehind(build());
     case Error::kBadType:

@@ -39,6 +39,8 @@ bool merged(const Item& item) {
   return std::any_of(item.properties.begin(), item.properties.end(), beginsAnother);
 }
 
+// For want of a blank line the daemon read several items as one. Their lines are parted again at
+// each header, and what "SCEN" says among them holds for those behind it.
 std::deque<Item> meantItems(const Item& whole, const Environment& environment) {
   std::deque<Item> items = {headOf(whole)};
   std::string scenario = whole.scenario;

@@ -40,6 +40,7 @@ bool isUtf16(const std::string& content) {
   for (size_t i = 0; i < content.size(); ++i)
     if (content[i] == '\0') ++zeros[i % 2];
   const size_t half = content.size() / 2;
+  // Nine of ten characters have a 0 in one byte, and at most one of ten in the other.
   return half > 1 && std::max(zeros[0], zeros[1]) * 10 >= half * 9 &&
          std::min(zeros[0], zeros[1]) * 10 <= half;
 }
@@ -121,6 +122,7 @@ TextKind separated(const std::string& content, const std::vector<LineWords>& lin
     if (end != std::string::npos && cells++ == 0)
       kind = found(Kind::kSeparators, content, line.start + end);
   }
+  // A comma in one line is a slip of its own; most lines of a spreadsheet have one.
   return cells > 1 && cells * 2 > lines.size() ? kind : TextKind();
 }
 
@@ -135,6 +137,7 @@ TextKind kindByKeys(const std::string& content, const std::vector<LineWords>& li
       section = &line;
     if ((word == kItemTypeKey || word == kScenarioKey) && !item) item = &line;
   }
+  // Both, or none: then it is not a matter of two files that were swapped.
   if (!section == !item) return {};
   const LineWords& line = section ? *section : *item;
   const size_t at = line.start + line.text.find(line.words.front());
@@ -166,6 +169,8 @@ TextKind::Kind kindOfLine(const std::string& line) {
 }
 
 TextKind textKindOf(const std::string& content) {
+  // From the bytes to the words: a text of two bytes for each character is full of zeros, and
+  // would count as binary.
   if (isUtf16(content)) return found(Kind::kUtf16, content, 0);
   if (startsWith(content, kMark)) return found(Kind::kByteOrderMark, content, 0, sizeof kMark - 1);
   const size_t binary = binaryByte(content);

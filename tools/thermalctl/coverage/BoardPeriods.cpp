@@ -21,6 +21,8 @@ struct Load {
 
 } // namespace
 
+// Sensors of one period share a thread, and so do items of one period and kind within a scenario.
+// One scenario is in force at a time, so that of all scenarios the busiest counts.
 BoardPeriods periodsOf(const Coverage& coverage) {
   BoardPeriods periods;
   for (const Section* sensor : coverage.sensors)

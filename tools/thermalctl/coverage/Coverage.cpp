@@ -26,6 +26,8 @@ void raise(Action& action, const std::string& device, int32_t level) {
 // Where an item that acts on heat from `start` on comes into its second degree, as the daemon
 // counts them: towards 0, and by thousands of whatever the node counts in.
 int64_t secondDegree(int64_t start) {
+  // Division goes towards 0: of -500 the degree is 0, and the next one begins at 1000; of -1500 it
+  // is -1, and 0 begins at -999.
   const int64_t degree = start / 1000 + 1;
   return degree > 0 ? degree * 1000 : degree * 1000 - 999;
 }
@@ -52,6 +54,8 @@ std::optional<Action> actionOfSS(const Item& item) {
 }
 
 template <typename Visit> void eachRequest(const Item& item, Visit visit) {
+  // The daemon goes no further than the shortest of the three lists, nor in a row than the shorter
+  // of the two.
   const size_t rows =
       std::min({item.thresholds.size(), item.actions.size(), item.actionInfo.size()});
   for (size_t row = 0; row < rows; ++row) {
@@ -69,6 +73,8 @@ std::optional<Action> actionOfMonitor(const Item& item) {
   eachRequest(item, [&](size_t row, const Section& device, int32_t request) {
     const int32_t level = levelAt(device, request);
     if (isReport(device) || level == 0) return;
+    // Rows come in the order of their onsets, so that the first one that does anything is the
+    // earliest.
     if (!action) action = Action{{onsets[row], &item, item.thresholds[row].word}, {}};
     raise(*action, device.name, level);
   });
@@ -132,6 +138,8 @@ std::vector<int64_t> onsetsOf(const Item& item) {
   std::vector<int64_t> onsets;
   for (const Number& threshold : item.thresholds) {
     const int64_t own = millidegreesOf(threshold, item);
+    // A level is entered only from the one before: one with a lower threshold than that waits for
+    // it.
     if (onsets.empty())
       onsets.push_back(own);
     else

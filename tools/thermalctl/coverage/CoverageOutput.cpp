@@ -11,6 +11,12 @@
 #include "text/Columns.h"
 #include "text/Phrases.h"
 
+// As a table for the terminal, a sensor with its devices below it by scenarios:
+//   sensor      Default  game
+//   cpu         >=60     >=65
+//     clock     3        2
+//   battery     >=40     -
+
 namespace {
 
 using Json = nlohmann::ordered_json;

@@ -18,6 +18,10 @@
 #include "status/NodeReading.h"
 #include "text/Phrases.h"
 
+// The board as its files and nodes show it, without a word to the daemon: what it reads and writes
+// there is read as well. A device's level is nowhere written down; it is the entry of the table
+// that the node holds.
+
 namespace {
 
 StatusRow faultIn(StatusRow row, const std::string& note) {
