@@ -10,6 +10,11 @@
 #include "text/Phrases.h"
 #include "trace/CsvFormat.h"
 
+// A trace as it was written, of one run or several, below the line that names the columns:
+//   day,1000,temperature,cpu,61000,
+//   day,1000,algorithm,cpu_less,1,Default
+//   day,1000,level,clock,1,600000
+
 namespace {
 
 template <typename Number> std::optional<Number> numberOf(const std::string& text) {
@@ -165,6 +170,8 @@ void CsvRecording::go(const std::function<TraceSink&(Cast&)>& begin) {
     if (csv::takeFields(line, fields)) {
       if (!run || fields[csv::kRun] != name) {
         if (run) longest = std::max(longest, run->end());
+        // The second pass finds the same runs in the same order, so that each takes the cast of
+        // the first.
         name = fields[csv::kRun];
         if (isFirst) casts.emplace_back(name, board);
         Cast& cast = casts[next++];

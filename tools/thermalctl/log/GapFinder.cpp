@@ -20,6 +20,8 @@ std::vector<LogGap> GapFinder::take(int64_t time, int64_t uncertainty, const Log
   std::vector<LogGap> gaps;
   const int64_t before = lastMessage.value_or(time);
   lastMessage = time;
+  // Nobody was heard of for longer than the fastest sensor is silent: a gap of everything. Else it
+  // may be one sensor that is missing.
   if (shortestPeriod > 0 && time - before > longest(shortestPeriod, uncertainty)) {
     gaps.push_back({before + shortestPeriod, time, ""});
     changing = false;

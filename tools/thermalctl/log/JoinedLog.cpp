@@ -6,6 +6,10 @@
 
 #include "text/Pattern.h"
 
+// Files are parts of one log if their names are those of a rotation, if one process goes on in the
+// next after a short pause, or if one dump begins inside of another. Files that were given in any
+// order come out in the order of their times, and what two dumps have in common comes once.
+
 namespace {
 
 using Part = JoinedLog::Part;
@@ -84,6 +88,8 @@ void sortByTime(Parts& parts) {
     if (!a.span.first || !b.span.first) return rotated(a.name).number > rotated(b.name).number;
     const auto begin = [latest](const Part& part) {
       const int64_t first = *part.span.first;
+      // Without a year December counts as later than January: what lies more than half a year
+      // before the latest is of the next year, and goes behind.
       return std::pair(latest - first > kHalfAYear, first);
     };
     return begin(a) < begin(b);

@@ -17,6 +17,10 @@
 #include "file/Sha256.h"
 #include "text/Affixes.h"
 
+// Whatever somebody has for a log: plain or gzip, from a file or a pipe, in UTF-8 or UTF-16, with
+// a terminal's colours. Out come lines without their end. A log is read several times, and a pipe
+// only once: what comes from one is kept in a temporary file.
+
 namespace {
 
 constexpr size_t kBlock = 1 << 16;

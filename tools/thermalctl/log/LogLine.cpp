@@ -32,6 +32,8 @@ struct Meaning {
 
 using Kind = LogLine::Kind;
 
+// Places stand in the order of the conversions in the daemon's own format, which is the pattern
+// that a line is taken apart by: there is no second text to be kept in step.
 // The frequent ones first.
 constexpr Meaning kMeanings[] = {
     {message::kSample, Kind::kSample, {kName, kScenario, kValue}},
@@ -86,6 +88,8 @@ bool takeNumber(std::string_view& text, int32_t& number) {
 
 // Takes a message apart by its own format, in which every conversion is a single letter.
 bool scan(std::string_view text, const Meaning& meaning, LogLine& line) {
+  // What stands between two conversions must be there as it is; a name goes up to what stands
+  // behind it in the format, a number as far as its digits do.
   std::string_view format = lineOf(meaning.format);
   for (const Place& place : meaning.places) {
     const std::string_view literal = literalOf(format);

@@ -50,6 +50,9 @@ void tellGaps(std::vector<LogGap> gaps, std::vector<std::string>& remarks) {
 LogRecording::LogRecording(LineSource& log_, const std::string& name, const BoardFolder* board_)
     : log(log_), board(board_), known(periodsOf(board)), periods(known), survey(board),
       cast(name, board) {
+  // A log is gone through twice or three times before it is played, and never held: for the
+  // periods of sensors that no board tells, once more for the gaps that these make, and for who
+  // takes part, whom a sink must know before the first event.
   PeriodsSeen periodsSeen;
   seen = go([this](const LogGap& gap) { survey.gap(gap); },
             [&](const LogReader& reader, const LogLine& line) {

@@ -6,6 +6,14 @@
 #include "algo/SS.h"
 #include "base/Names.h"
 
+// What a device logs is who woke, decided and fell asleep:
+//   [TalmorThermal] Sensor [cpu] activate Algo [cpu_less], scen [Default]
+//   [TalmorThermal] [TalmorThermal] Monitor [cpu_less] temp(61000) status(0 -> 1)
+// What a picture wants besides is the level of each device. It follows from what the board's items
+// ask for at these levels, posted to devices of the daemon's own class, which merge it as on the
+// phone. Of what a log does not tell (lines are lost, a swap or a scenario change lies in a gap)
+// the next message that does not fit is the sign, and what it speaks against is ended.
+
 namespace {
 
 using Kind = LogLine::Kind;
@@ -34,12 +42,15 @@ void LogReplay::take(int64_t time, const LogLine& line) {
   now = time;
   event = swaps.take(line);
   if (event == SwapWatch::Event::kRestart) restart();
+  // From here on what is awake belongs to the configuration before: it decides on until it is let
+  // go.
   if (event == SwapWatch::Event::kNew) {
     retireAll();
     enterStretch();
     if (!stretches[stretch].isTold) untold.push_back({now, configuration});
   }
   takeMeaning(line);
+  // Behind the message itself, which may be the last one of an item that ends with it.
   const bool ends = event == SwapWatch::Event::kNew && !swaps.underWay();
   if (ends || event == SwapWatch::Event::kDone) endRetired();
 }

@@ -7,6 +7,10 @@
 #include "base/Int32.h"
 #include "sensor/Sensor.h"
 
+// A log never names the configuration in force. For each stretch between two swaps, starts or
+// gaps, every configuration of the board is held against what happened, and what it could not have
+// done counts against it; the one with the least is taken, and of several the one before.
+
 namespace {
 
 using Kind = LogLine::Kind;
@@ -160,6 +164,7 @@ std::vector<LogSurvey::Stretch> LogSurvey::stretches() const {
   std::vector<Stretch> all;
   const BoardFolder::ConfigurationTracks* before = initial;
   for (const Found& stretch : found) {
+    // A daemon that starts is taken to be in the board's own configuration.
     if (stretch.beginning == Found::Beginning::kStart) before = initial;
     Stretch next{before, true};
     if (!stretch.against.empty()) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+// Without any time in the log the samples are the clock: the n-th of a sensor comes n periods
+// behind the start, or behind the last change of the scenario.
 int64_t SampleClock::at(const LogLine& line) {
   if (line.kind == LogLine::Kind::kChange) beginChange();
   if (line.kind != LogLine::Kind::kSample) return now;

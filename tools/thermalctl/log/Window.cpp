@@ -19,6 +19,8 @@ bool Window::shows(int64_t time) {
   return time <= times.to;
 }
 
+// What held at the start of the window is not told again inside of it: it comes first, as of time
+// 0.
 void Window::open() {
   isOpen = true;
   if (configurationBefore) sink.configuration(0, *configurationBefore);
