@@ -10,6 +10,9 @@
 #include "coverage/Coverage.h"
 #include "text/Phrases.h"
 
+// What the daemon makes of a file, as facts: names with texts, block by block. Two files that
+// differ only in the spelling of numbers or in the order of their blocks have the same facts.
+
 namespace {
 
 std::string joined(const std::vector<std::string>& texts) {
@@ -66,6 +69,7 @@ Facts factsOf(const Section& section) {
   std::sort(sources.begin(), sources.end());
   facts["sources"] = joined(sources);
   facts["sum of the weights"] = std::to_string(section.weightSum());
+  // As the daemon adds them up: a sum beyond 32 bits goes around, which a signed number must not.
   uint32_t offsets = 0;
   for (const Number& offset : section.offsets)
     offsets += static_cast<uint32_t>(offset.value);
@@ -152,6 +156,7 @@ void addMeaning(Meaning& meaning, const Configuration& configuration, const std:
     meaning[{name, "", ""}]["the daemon ends"] = configuration.fatal()->message;
   std::map<std::pair<std::string, std::string>, size_t> seen;
   for (const Item& item : configuration.items) {
+    // Namesakes in one scenario are told apart by their order alone: there is nothing else.
     const size_t count = ++seen[{item.scenario, item.name}];
     const std::string itemName = count == 1 ? item.name : fmt::format("{} ({})", item.name, count);
     meaning[{name, item.scenario, itemName}] = factsOf(item);

@@ -43,6 +43,8 @@ Finding findingAt(const Environment& environment, const Word& word, Severity sev
   return finding;
 }
 
+// What is wrong with a node, and what to do about it: as an error where no file could be written
+// for it, as a warning where one may turn out not to fit.
 struct Trouble {
   std::string message;
   std::string hint;
@@ -58,6 +60,7 @@ std::optional<Trouble> troubleWith(const std::string& path) {
     return Trouble{"this path cannot be told to init and to the policy as it is",
                    "write it with letters, digits and _-.,:@+=~% between single slashes, without "
                    "'.' and '..'"};
+  // Both are below /sys, and mounted there from file systems of their own.
   if (startsWith(path, "/sys/kernel/debug/") || startsWith(path, "/sys/kernel/tracing/"))
     return Trouble{"a user build has no such node: it belongs to a file system for debugging",
                    "have the driver give the node a place below /sys/devices"};
@@ -126,6 +129,8 @@ private:
     if (const auto trouble = troubleWith(path)) return tell(word, Severity::kError, *trouble);
     node.path = path;
     node.place = *placeOf(path);
+    // A label holds for the node whoever uses it, so that it has one line even where several
+    // sections share it, all cameras their frame rate's node included.
     const auto same = std::find_if(result.nodes.begin(), result.nodes.end(),
                                    [&path](const BoardNode& other) { return other.path == path; });
     if (same == result.nodes.end()) {

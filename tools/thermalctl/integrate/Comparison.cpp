@@ -5,6 +5,10 @@
 
 #include "text/Phrases.h"
 
+// A file that is made of the environment, beside the one in the tree: remarks and white space do
+// not count, what differs is told line by line. The lines in common are the longest sequence that
+// both have; whatever stands between two of them was changed, left out or put in.
+
 namespace {
 
 // A line that means something: where it stands, and its words with one space between them.
@@ -119,6 +123,8 @@ private:
   // What differs between two lines that are alike; `next` is the one behind.
   void tellStretch(size_t next) {
     for (const Significant* line : extra) {
+      // A line that begins with the same word as a missing one was meant for it: its path, or its
+      // command.
       const auto meant = std::find_if(missing.begin(), missing.end(), [line](const auto* one) {
         return one->firstWord() == line->firstWord();
       });

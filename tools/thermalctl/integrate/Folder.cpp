@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::vector<IntegrationFile> filesFor(const std::string& folder, const Integration& integration) {
+  // What the folder's owner has written there on licences is carried over.
   const std::string before = readFile((fs::path(folder) / kBlueprintFile).string()).value_or("");
   return integrationFiles(integration.nodes, integration.environment, before);
 }
@@ -81,6 +82,7 @@ WrittenFolder writeFolder(const std::string& folder, const Integration& integrat
   }
   if (const std::error_code error = takeConfiguration(folder, integration, result))
     result.trouble = FileTrouble{result.written.back(), error};
+  // Last: where one of the board's files could not be written, nothing is taken away.
   for (const std::string& path : leftOver(folder, files)) {
     std::error_code ignored;
     if (fs::remove(path, ignored)) result.removed.push_back(path);

@@ -67,18 +67,21 @@ std::string linesAt(BoardNode::Place place, const std::vector<BoardNode>& nodes,
   return lines;
 }
 
+// genfscon sysfs /devices/virtual/thermal/skin/temp u:object_r:sysfs_talmor_thermal_sensor:s0
 std::string genfsContexts(const std::vector<BoardNode>& nodes) {
   return origin(kHash) + linesAt(BoardNode::kSys, nodes, [](const BoardNode& node) {
            return "genfscon sysfs " + node.path.substr(sizeof "/sys" - 1) + " " + label(node);
          });
 }
 
+// /dev/charger_limit u:object_r:talmor_thermal_device:s0
 std::string fileContexts(const std::vector<BoardNode>& nodes) {
   return origin(kHash) + linesAt(BoardNode::kDev, nodes, [](const BoardNode& node) {
            return asExpression(node.path) + " " + label(node);
          });
 }
 
+// /dev/charger_limit 0660 system system
 std::string deviceLines(const std::vector<BoardNode>& nodes) {
   return origin(kHash) + linesAt(BoardNode::kDev, nodes, [](const BoardNode& node) {
            return node.path + (node.isWritten ? " 0660 system system" : " 0440 system system");
@@ -95,6 +98,7 @@ std::string initWord(const std::string& text) {
   std::string word;
   for (const char c : text)
     word += c == '$' ? "$$" : std::string(1, c);
+  // Quotes around what would end the word or begin a remark.
   return word.find_first_of(" #\\") == std::string::npos ? word : "\"" + word + "\"";
 }
 
@@ -177,6 +181,7 @@ std::string licensesIn(const std::string& blueprintText) {
   std::istringstream in(blueprintText);
   std::string kept;
   std::string module;
+  // A module begins and ends at the left edge; whatever is deeper belongs to the one in hand.
   for (std::string line; std::getline(in, line);) {
     if (line == "package {" || line == "license {")
       module.clear();

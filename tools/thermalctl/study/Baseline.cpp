@@ -13,6 +13,13 @@
 #include "text/Columns.h"
 #include "text/Phrases.h"
 
+// Earlier results, as they were written for a study, one row for each run:
+//   {"format": ..., "version": ..., "runs": [
+//     {"configuration": "day.conf", "workload": "game", "seed": 1, ...figures...}, ...]}
+// Nested figures are taken apart into one name each, with points between the parts, and are held
+// against those of the run with the same configuration, workload and seed: a verdict may get
+// better or worse, a figure only differ by more than its tolerance.
+
 namespace {
 
 using Json = RunResult::Json;
@@ -118,6 +125,7 @@ public:
       else if (earlier != before.end())
         compareFigures(figure, earlier->second, value);
     }
+    // A budget that is no longer asked for would else go without a word.
     for (const auto& [figure, value] : before) {
       if (isVerdict(figure) && seen.count(figure) == 0)
         compareVerdicts(figure, shown(value), kNotAsked);

@@ -11,6 +11,10 @@
 
 namespace {
 
+// Each thread takes the next job, works at it without the lock, and then settles whatever is next
+// in order and done, under the lock, so that `after` is called for one job at a time and in their
+// order. The first error ends it: nobody takes a further job, and the caller gets the error once
+// all are back.
 class Crew {
 public:
   Crew(size_t count_, size_t threads_, const std::function<void(size_t)>& work_,
@@ -48,6 +52,7 @@ private:
   }
 
   bool waitForOne(std::unique_lock<std::mutex>& lock) {
+    // Notified by whoever settles; all that it looks at changes under this mutex.
     changed.wait(lock, [this] { return failure || next == count || next < settled + ahead; });
     return !failure && next < count;
   }

@@ -84,6 +84,8 @@ Study readStudy(const StudyRequest& request, Problems& problems) {
   }
   for (size_t configuration = 0; configuration < configurations; ++configuration) {
     for (size_t workload = 0; workload < workloads; ++workload) {
+      // Inputs stand workload by workload, as they were read; runs go configuration by
+      // configuration, as a reader compares them.
       const size_t input = workload * configurations + configuration;
       for (const uint64_t seed : request.seeds) {
         Study::Cell cell{input, "", study.inputs[input].description.name,

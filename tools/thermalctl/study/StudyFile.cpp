@@ -11,6 +11,17 @@
 #include "text/Phrases.h"
 #include "toml/TomlSection.h"
 
+// What a study is, in a file:
+//   configurations = ["day.conf", "night.conf"]
+//   workloads = ["game.csv", "charge.csv"]
+//   seeds = "1..10"
+//   duration = "1h"
+//   [[budget]]
+//   workloads = ["game.csv"]
+//   limits = ["skin=43C"]
+//   [tolerance]
+//   peak = 0.1
+
 namespace {
 
 class Reader {
