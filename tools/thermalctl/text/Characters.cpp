@@ -51,6 +51,7 @@ void eachCharacter(std::string_view text,
                    const std::function<void(size_t start, char32_t number)>& take) {
   const char* const end = text.data() + text.size();
   for (const char* at = text.data(); at != end;) {
+    // Whole characters up to the next byte that is of none; that one counts for itself.
     const char* const stray = utf8::find_invalid(at, end);
     while (at != stray) {
       const auto start = static_cast<size_t>(at - text.data());

@@ -82,6 +82,8 @@ std::optional<char> digitOf(char32_t character) {
   return std::nullopt;
 }
 
+// By what hides best: signs that are not seen at all, then those that look like a space, a dash, a
+// letter or a digit of ASCII.
 std::optional<LookAlike> lookAlike(char32_t character) {
   if (character < 0x80) return std::nullopt;
   if (isInvisible(character))

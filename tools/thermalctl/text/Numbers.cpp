@@ -35,6 +35,8 @@ std::optional<int64_t> parseDuration(const std::string& text) {
   static const std::map<std::string, double> kUnits = {
       {"ms", 1}, {"s", 1000}, {"m", 60e3}, {"h", 3600e3}, {"d", 86400e3}};
   double total = 0;
+  // "1h30m" is read piece by piece, and each unit must be smaller than the one before: "5s1h" is a
+  // slip.
   double before = kYear;
   for (size_t at = 0; at < text.size();) {
     const size_t unit = std::min(text.find_first_not_of(kNumberSigns, at), text.size());

@@ -70,6 +70,8 @@ std::optional<std::string> wordOf(const toml::node& node) {
 
 } // namespace
 
+// Each question notes its key, whatever becomes of the answer: what was never asked for is a key
+// that nobody knows, and is refused at the end.
 template <typename Convert>
 auto TomlSection::read(const std::string& key, const std::string& wanted, Convert convert) {
   using Result = std::invoke_result_t<Convert, const toml::node&>;
