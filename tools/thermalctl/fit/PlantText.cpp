@@ -67,7 +67,6 @@ private:
     for (const Edit& edit : own)
       line.replace(edit.column, edit.length, edit.text);
     // What an earlier fit remarked holds no more.
-    // Such as "  # 95 %: 2.9 to 3.1 J/K", or with a name, where a line has numbers of two.
     static const std::regex kEarlier("  # (\\S+ )?(95 %: .* to |not determined: the guess).*");
     return remarks[number].empty() ? line : std::regex_replace(line, kEarlier, "");
   }
@@ -79,6 +78,7 @@ private:
   std::map<int, std::vector<std::string>> inserted;
 };
 
+// Such as "95 %: 2.9 to 3.1 J/K", which stands behind the number and says how far it is known.
 std::string remarkOf(const Quantity& quantity, const Estimate& estimate) {
   if (estimate.frozen) return "not determined: the guess";
   const double half = (estimate.high - estimate.low) / 2;

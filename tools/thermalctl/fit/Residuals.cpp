@@ -41,10 +41,10 @@ void believeTheMost(Point* from, size_t length) {
     if (from[i].astray) from[i].pull = from[i].apart;
 }
 
-// A course is taken in blocks of equal numbers of readings. The mean of n readings has the noise
-// divided by sqrt(n): a mean well beyond that is no noise.
 std::vector<Block> oddBlocks(std::vector<Point>& points, double noise) {
   std::vector<Block> odd;
+  // A course is taken in blocks of equal numbers of readings. The mean of n readings has the noise
+  // divided by sqrt(n): a mean well beyond that is no noise.
   const size_t length = std::max<size_t>(10, points.size() / kBlocks);
   for (size_t at = 0; at + length <= points.size(); at += length) {
     believeTheMost(&points[at], length);
@@ -65,7 +65,6 @@ std::vector<Block> oddBlocks(std::vector<Point>& points, double noise) {
   return odd;
 }
 
-// Of the straight line with the least squares, in degrees a second.
 double slopeOf(const std::vector<Point>& points, const Block& block) {
   double count = 0;
   double time = 0;
@@ -80,6 +79,7 @@ double slopeOf(const std::vector<Point>& points, const Block& block) {
     both += point.time * point.pull;
     square += point.time * point.time;
   }
+  // The straight line with the least squares, in degrees a second.
   const double spread = square - time * time / count;
   return spread > 0 ? (both - time * apart / count) / spread : 0;
 }

@@ -62,12 +62,12 @@ std::vector<double> numbersOf(const DeviceTrack& device) {
 }
 
 // Of a processor's power that of its clock and its voltage, of everything else its share.
-// Power goes by the clock and the square of the voltage, and the voltage about by the clock: by
-// the third power of the clock. Without numbers the levels are taken to be evenly apart.
 std::string wattsOf(const DeviceTrack& device, const Kind& kind) {
   const std::vector<double> numbers = numbersOf(device);
   std::string list;
   for (size_t i = 0; i < device.levels.size(); ++i) {
+    // Power goes by the clock and the square of the voltage, and the voltage about by the clock:
+    // by the third power of the clock. Without numbers the levels are taken to be evenly apart.
     const double share =
         numbers.empty() ? 1 - static_cast<double>(i) / static_cast<double>(device.levels.size())
                         : numbers[i] / numbers.front();
