@@ -31,6 +31,10 @@ bool isInside(const std::optional<double>& share) {
 
 } // namespace
 
+// With k of n like these, the lower end is the share at which k or more would be as rare as half
+// of what the interval leaves out, the upper one that at which k or fewer would be (Clopper and
+// Pearson, 1934). Both are quantiles of beta distributions; at none and at all one end is 0 or 1,
+// and the other one has all that is left out.
 Interval shareOf(uint64_t like, uint64_t count, double confidence) {
   const auto k = static_cast<double>(like);
   const auto n = static_cast<double>(count);
@@ -43,6 +47,12 @@ Interval shareOf(uint64_t like, uint64_t count, double confidence) {
 
 bool Question::isAnswered(uint64_t bad, uint64_t count) const {
   const auto k = static_cast<double>(bad);
+  // The evidence against "the share is p" is how much likelier k bad of n are by a mixture of
+  // shares q than by p alone:
+  //   integral of q^k (1 - q)^(n - k) Beta(q; a, b) dq, over p^k (1 - p)^(n - k)
+  //   = B(a + k, b + n - k) / B(a, b) / (p^k (1 - p)^(n - k)),
+  // here by logarithms. Where p is true, its mean is 1 behind each unit, so that the chance that
+  // it ever comes to 1 / (1 - confidence) is 1 - confidence at most.
   const auto good = static_cast<double>(count - bad);
   // Of a mean as asked, and wide: half of the weight of one unit.
   const double a = 0.5;

@@ -4,6 +4,10 @@
 
 #include "margin/Measures.h"
 
+// Exact percentiles of more values than memory holds, in three passes over a column: the range;
+// how many values lie in each of 65,536 equal parts of it, which tells the part of each
+// percentile; and within these parts how many there are of each value.
+
 namespace {
 
 constexpr int64_t kPlaces = 65'536;
@@ -76,6 +80,7 @@ void ColumnSummary::rank() {
   const auto all = static_cast<double>(units);
   uint64_t before = 0;
   for (const uint64_t count : counts) {
+    // Of equal values the middle, as rank correlations have it: half of them count as less.
     ranks.push_back(
         static_cast<float>((static_cast<double>(before) + static_cast<double>(count) / 2) / all));
     before += count;

@@ -11,6 +11,8 @@ namespace {
 constexpr double kOuter = 1.959963984540054;
 
 // How wide a distribution is beside its interval of 95 %.
+// A uniform one has 5 % of its width outside. A symmetric triangle has (1 - t)^2 / 2 of its area
+// behind the share t of its half width, which is 2.5 % at t = 1 - sqrt(0.05).
 constexpr double kUniformWidth = 1 / 0.95;
 const double kTriangularWidth = 1 / (1 - std::sqrt(0.05));
 
@@ -89,6 +91,8 @@ bool Distribution::cut(double least, double most) {
 double Distribution::at(double standard) const {
   if (!isCut && kind == Kind::kNormal) return centre + deviation * standard;
   if (!isCut && kind == Kind::kLognormal) return std::exp(centre + deviation * standard);
+  // By its rank: whatever the distribution, a standard number of rank p becomes the value below
+  // which the share p of what is left of it lies. So correlations of ranks stay as they are.
   const double inside = share.first + (share.second - share.first) * normalProbability(standard);
   return std::clamp(quantile(inside), within.first, within.second);
 }

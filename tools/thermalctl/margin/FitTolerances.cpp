@@ -47,6 +47,9 @@ FittedNumbers readFittedNumbers(const std::string& path, const Problem& place, P
   FittedNumbers fitted;
   try {
     std::vector<size_t> kept;
+    // Of each number of the fit, of which one that kept its guess has no interval and does not
+    // vary:
+    //   {"name": "node.big.joules_per_kelvin", ..., "interval": [3.9, 4.3]}
     const FitJson& quantities = json.at("quantities");
     for (size_t i = 0; i < quantities.size(); ++i) {
       const FitJson& one = quantities.at(i);

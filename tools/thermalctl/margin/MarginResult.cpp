@@ -19,6 +19,8 @@ using Blocks = std::vector<std::vector<int32_t>>;
 
 // Behind which numbers of units it is told how many had not kept a budget.
 std::vector<uint64_t> lookouts(uint64_t units) {
+  // Each a quarter further: a picture of how it settles needs as many points for the first hundred
+  // units as for the last hundred thousand.
   std::vector<uint64_t> all;
   for (double next = 10; next < static_cast<double>(units); next *= 1.25)
     all.push_back(static_cast<uint64_t>(next));
@@ -71,6 +73,7 @@ public:
     std::vector<Known> all;
     if (count < 4 || spread <= 1e-12 * n) return all;
     for (size_t i = 0; i < grades.size(); ++i) {
+      // Sums of squares about the means: r = together / sqrt(own * spread).
       const double own = squares[i] - grades[i] * grades[i] / n;
       const double together = products[i] - grades[i] * sum / n;
       all.push_back(known(own <= 0 ? 0 : together / std::sqrt(own * spread), n));
@@ -83,6 +86,7 @@ private:
   // correlations (2000).
   static Known known(double correlation, double n) {
     const double bounded = std::clamp(correlation, -0.999999, 0.999999);
+    // By atanh r, which is about normal with the variance (1 + r^2 / 2) / (n - 3).
     const double half = kOutOf95 * std::sqrt((1 + bounded * bounded / 2) / (n - 3));
     return {correlation,
             {std::tanh(std::atanh(bounded) - half), std::tanh(std::atanh(bounded) + half)}};
@@ -143,6 +147,7 @@ private:
   }
 
   void take(uint64_t unit, size_t row, const Blocks& values) {
+    // Drawn again instead of kept: they follow from the seed and the unit's number.
     const std::vector<double> numbers = correlated(
         standardNumbers(study.seed, unit, Stream::kUnit, study.drivers.size()), study.factor);
     const std::vector<double> grades = gradesOf(numbers);

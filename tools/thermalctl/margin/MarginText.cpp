@@ -184,6 +184,7 @@ std::vector<JunitSuite> marginSuites(const MarginStudy& study, const MarginResul
 
 std::string percentOf(double share) {
   const double least = std::min(share, 1 - share);
+  // Two digits of the share, or of what it lacks to all: 99.970 % must not become 100.
   const double digits = least <= 0 ? 0 : 1 - std::floor(std::log10(100 * least) + 1e-9);
   return rounded(100 * share, static_cast<int>(std::clamp(digits, 0.0, 12.0)));
 }
@@ -204,6 +205,7 @@ std::string figureText(const MarginStudy& study, const Measure& measure, int32_t
 std::string commonText(const MarginStudy& study, const MarginResult::Budgeted& budget) {
   if (budget.common.empty()) return "";
   Weighed weighed;
+  // Over all units a driver has the deviation 1, so that the mean of n of them has 1 / sqrt(n).
   const double root = std::sqrt(static_cast<double>(budget.broken));
   // What chance alone hardly makes of the mean of so many.
   for (size_t i = 0; i < budget.common.size(); ++i)

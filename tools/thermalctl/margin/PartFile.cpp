@@ -19,6 +19,14 @@
 #include "file/Sha256.h"
 #include "text/Phrases.h"
 
+// A part is a file of its own, whole or refused:
+//   the line kFirstLine
+//   a line of JSON: the study, the shard, and which units it has
+//   the rows of its units, and of its samples, as 32-bit numbers
+//   64 digits, the SHA-256 of all before
+// Parts of one question are merged by putting their rows one behind the other, in the order of
+// their units, and judged as if one machine had run them all.
+
 namespace {
 
 using PartJson = nlohmann::ordered_json;

@@ -8,6 +8,8 @@
 
 namespace {
 
+// The place of a number is its counter: unit, block and stream; the seed is the key. So unit
+// 70,000 is the same whether or not those before it were drawn, and on whichever machine.
 std::array<uint32_t, 4> wordsOf(uint64_t seed, uint64_t unit, Stream stream, size_t block) {
   return philox({static_cast<uint32_t>(unit), static_cast<uint32_t>(unit >> 32),
                  static_cast<uint32_t>(block), static_cast<uint32_t>(stream)},
@@ -20,6 +22,7 @@ uint64_t joined(uint32_t high, uint32_t low) {
 
 // Never 0 or 1.
 double evenly(uint64_t bits) {
+  // The upper 53 bits, in the middle between two of the numbers that they could mean.
   return (static_cast<double>(bits >> 11) + 0.5) * 0x1p-53;
 }
 
@@ -55,6 +58,8 @@ std::vector<double> correlated(const std::vector<double>& standard, const Square
   const size_t size = standard.size();
   std::vector<double> numbers(size);
   for (size_t i = 0; i < size; ++i) {
+    // Below the diagonal alone: the factor L is that of Cholesky, and what it makes of z has its
+    // correlations.
     for (size_t j = 0; j <= i; ++j)
       numbers[i] += factor[i * size + j] * standard[j];
     numbers[i] = std::clamp(numbers[i], -kFarthest, kFarthest);
@@ -64,6 +69,8 @@ std::vector<double> correlated(const std::vector<double>& standard, const Square
 
 RunInput Population::unit(const RunInput& nominal, const std::vector<double>& standard) const {
   const std::vector<double> numbers = correlated(standard, factor);
+  // In the order of the variables and not of the file: some act on the same numbers, as a law and
+  // one of its levels do, and a unit is not to depend on how its tolerances are written down.
   std::vector<std::pair<size_t, size_t>> order; // variables and the spreads that decide them
   for (size_t i = 0; i < spreads.size(); ++i)
     for (const size_t variable : spreads[i].variables)

@@ -43,6 +43,8 @@ Sampling::Rows Sampling::sampleOf(uint64_t number) {
   const uint64_t noise = noiseSeed(asked.seed, number);
   const std::vector<double> unit = standardNumbers(asked.seed, number, Stream::kUnit, count);
   const std::vector<double> other = standardNumbers(asked.seed, number, Stream::kOther, count);
+  // All with one noise: what differs between two rows is to come of the drivers alone. Correlated
+  // drivers change hands together, since one alone would make a unit that there is not.
   Rows rows = {rowOf(unit, noise), rowOf(other, noise)};
   for (const std::vector<size_t>& part : asked.independent) {
     std::vector<double> mixed = unit;
@@ -94,6 +96,7 @@ size_t Sampling::run(const Range& range, size_t runsEach, const std::function<Ro
     // Behind one that was not run none counts: what is known is known of the first ones.
     closed = closed || found == waiting.end();
     if (closed) return;
+    // Taken out under the lock, and written without it: the others go on meanwhile.
     const Rows made = std::move(found->second);
     waiting.erase(found);
     lock.unlock();

@@ -15,6 +15,7 @@ std::array<double, 8> poissonSteps() {
   double sum = 0;
   for (size_t i = 0; i < steps.size(); ++i) {
     sum += part;
+    // More than 7 has a chance of about 1 in 100,000: what is left of the words counts as 8.
     steps[i] = sum * 0x1p32;
     part /= static_cast<double>(i + 1);
   }
@@ -22,6 +23,7 @@ std::array<double, 8> poissonSteps() {
 }
 
 Known knownBy(double value, std::vector<double> others) {
+  // A fortieth on either side is 2.5 %.
   std::sort(others.begin(), others.end());
   const size_t outside = others.size() / 40;
   return {value, {others[outside], others[others.size() - 1 - outside]}};
@@ -64,6 +66,10 @@ void SobolSums::add(const std::vector<double>& sample, const std::vector<uint8_t
     sums.sum += weight * (unit + other);
     sums.squares += weight * (unit * unit + other * other);
     for (size_t driver = 0; driver < sums.first.size(); ++driver) {
+      // With f(A) the figure of the unit, f(B) that of the other one, and f(AB) that of the unit
+      // with one driver of the other, over all samples:
+      //   first order   mean of f(B) (f(AB) - f(A)) / variance   (Saltelli 2010)
+      //   total         mean of (f(AB) - f(A))^2 / 2 / variance  (Jansen 1999)
       const double change = sample[2 + driver] - centre - unit;
       sums.first[driver] += weight * other * change;
       sums.total[driver] += weight * change * change / 2;

@@ -15,6 +15,7 @@ double normalQuantile(double probability) {
 }
 
 double betaQuantile(double a, double b, double probability) {
+  // By halves: the function rises, and each step gives a bit of the result.
   double low = 0;
   double high = 1;
   // Until the two are neighbours: near 0 they come closer for long.

@@ -17,6 +17,20 @@
 #include "text/Phrases.h"
 #include "toml/TomlSection.h"
 
+// How the units of a board differ, in a file:
+//   [[vary]]
+//   of = ["resistance.case-ambient"]
+//   as = "factor"
+//   lognormal = { interval = [0.8, 1.25] }
+//   reason = "glue, by the supplier's data sheet"
+//   [[fit]]
+//   file = "fit.json"
+//   [[correlation]]
+//   between = ["source.cpu.watts", "source.gpu.watts"]
+//   is = 0.6
+// First each [[vary]] and each [[fit]] makes its spreads; then the correlations between these are
+// gathered, from the file and from the fits, and taken apart into one factor.
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -226,6 +240,7 @@ private:
     for (const auto& [variable, at] : varied) {
       if (!isFree(section, variable, at)) continue;
       checkRange(section, variable, {*as, distribution->least()}, {*as, distribution->most()});
+      // Numbers that vary together are one spread, the one that the first of them has made.
       const bool joins = together && variable != varied.front().first &&
                          spreadOf[varied.front().first].has_value();
       if (!joins)
@@ -422,6 +437,8 @@ private:
     for (TomlSection& section : file.list("correlation"))
       readCorrelation(section);
     if (pairs.empty()) return;
+    // Which pair is told: the first one that spoils what those before it allow. Of none the matrix
+    // is that of the diagonal, so that this ends.
     size_t good = pairs.size();
     while (!factorOf(good))
       --good;

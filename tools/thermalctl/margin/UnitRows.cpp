@@ -49,6 +49,8 @@ void UnitRows::eachBlock(const std::vector<size_t>& which, const Visit& visit) c
       const size_t rows = std::min(kBlock, piece.rows - done);
       for (size_t i = 0; i < which.size(); ++i) {
         values[i].resize(rows);
+        // All columns of the blocks before, and in this one the columns before, each as long as
+        // its rows.
         const size_t place = done * columns + which[i] * rows;
         readAt(piece.fd, piece.at + static_cast<int64_t>(place * sizeof(int32_t)), values[i].data(),
                rows * sizeof(int32_t));

@@ -54,6 +54,9 @@ std::vector<RampEnd> rampEnds(const Workload& workload) {
 }
 
 // Lets `edit` change each of them, and draws the ramps anew.
+// A ramp is kept as a value and a slope. When the numbers or the times at its ends change, it must
+// still lead from the one to the other: so its end is noted before, edited like the rest, and the
+// slope made of the two.
 void redraw(Workload& workload, const std::function<void(Change&)>& edit) {
   std::vector<RampEnd> ends = rampEnds(workload);
   for (Change& change : workload.changes)
@@ -90,6 +93,7 @@ void changeTimes(Workload& workload, const Drawn& drawn) {
 void setShare(PlantDescription::Source& source, size_t which, double share) {
   const double before = source.heats[which].second;
   for (size_t i = 0; i < source.heats.size(); ++i)
+    // The others keep their proportions, and all add up to 1 as before.
     source.heats[i].second *= i == which ? 0 : (1 - share) / (1 - before);
   source.heats[which].second = share;
 }
@@ -170,6 +174,7 @@ private:
     const std::string name = "source." + plant.sources[index].name + ".law.";
     add(name + "a", kWatt, a, [index, a](RunInput& unit, const Drawn& drawn) {
       for (double& watts : unit.plant.sources[index].watts)
+        // The law is a + b f^3 at each level: a shifts all of them, and b scales what is above a.
         watts += drawn.of(a) - a;
     });
     if (b <= 0) return;
