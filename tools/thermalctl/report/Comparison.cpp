@@ -113,8 +113,10 @@ struct Comparison::Pair {
     constexpr int64_t kLooks = 1500;
     const int64_t finest = finestStep();
     const int64_t longest = std::max(live.duration, simulated.duration);
+    // Half of the shorter run lies beside the other one, at least: a short piece fits anywhere.
     const int64_t overlap = std::min(live.duration, simulated.duration) / 2;
     int64_t step = std::max(finest, longest / kLooks / finest * finest);
+    // As many offsets as moments, about 1500 of each, however long the runs are.
     const int64_t looks = step;
     int64_t found =
         best(-((simulated.duration - overlap) / step) * step, live.duration - overlap, step, looks);

@@ -58,6 +58,9 @@ std::string Envelope::encoded() const {
   int64_t step = 0;
   int64_t mean = 0;
   for (const Stretch& stretch : kept) {
+    // Small numbers are short texts: of the time how much the step differs from the one before,
+    // which is 0 for regular samples; of the mean the difference; of the extremes the distance
+    // from the mean.
     appendNumber(text, numberOf(stretch.time) - number - step);
     appendNumber(text, stretch.mean() - mean);
     if (doublings > 0) {

@@ -20,6 +20,9 @@ void EventTrace::finish() {
   writer.flush();
 }
 
+// The phases of the format: "M" names a process or a thread, "B" and "E" begin and end a slice,
+// "X" is one whose length is known, "C" a counter, "i" an instant. A "B" has no name for its "E":
+// a thread has one slice open at a time, which the next one ends.
 void EventTrace::begin(const TraceDescription& run) {
   ++process;
   // By the threads' numbers; of a gap both ends are known when it is told.

@@ -21,6 +21,7 @@ void HeldSeries::finish(int64_t time) {
 void HeldSeries::holdUntil(int64_t time) {
   while (static_cast<int64_t>(values.size()) * width < time) {
     if (values.size() == kCapacity) {
+      // Full: every second value stays, and a step is twice as long from here on.
       for (size_t i = 0; i < kCapacity / 2; ++i)
         values[i] = values[2 * i];
       values.resize(kCapacity / 2);

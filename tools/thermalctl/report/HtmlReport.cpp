@@ -236,6 +236,8 @@ std::vector<std::string> HtmlReport::fitting() {
     room -= part.size();
   size_t longest = 0;
   forEachCourse([&](const auto& course) { longest = std::max(longest, course.size()); });
+  // Whoever has the most points gives up half of them, again and again, until the page is small
+  // enough to be sent around.
   for (;; longest /= 2) {
     forEachCourse([&](auto& course) { course.limitTo(longest); });
     std::vector<std::string> texts;

@@ -59,6 +59,8 @@ Json inSeconds(const std::optional<int64_t>& milliseconds) {
 Verdict judge(const Budget& budget, const Evidence& evidence) {
   Verdict verdict{budget};
   measure(evidence, verdict);
+  // A daemon that stood still may have passed a limit before, and that counts; but nothing is kept
+  // by it.
   if (isPassed(verdict))
     verdict.is = Verdict::Is::kPassed;
   else if (verdict.measured && !evidence.stoodStill)

@@ -148,6 +148,10 @@ Json RunResult::row() const {
   return row;
 }
 
+// A row, with its groups as they stand in results.json:
+//   {"run": "day", "seconds": 3600.0, "verdict": "kept",
+//    "temperatures": {"cpu": {"peak": 61.2, "mean": 48.7, ...}, "node:case": {...}},
+//    "devices": {"clock": {"mean_level": 0.4, ...}}, "sources": {...}, "budgets": {...}}
 RunResult resultOf(const RunFigures& run) {
   RunResult result;
   result.name = run.description.name;
@@ -195,6 +199,8 @@ void writeResults(const std::vector<RunResult>& results, std::ostream& out) {
 }
 
 void writeResultsCsv(const std::vector<RunResult>& results, std::ostream& out) {
+  // Runs of different boards, or with other budgets, have other figures: each column that any of
+  // them has, in the order in which they first appear.
   std::vector<std::string> columns;
   std::vector<std::map<std::string, Json>> rows;
   for (const RunResult& result : results) {

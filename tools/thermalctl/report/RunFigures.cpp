@@ -5,6 +5,10 @@
 #include "report/Judgement.h"
 #include "text/Phrases.h"
 
+// All that is told of a run comes of how long each value stood: peaks, means, percentiles, times
+// above a limit. So the records of values are filled as the events come, and the verdicts are made
+// of them at the end.
+
 namespace {
 
 constexpr double kMillisecondsPerMinute = 60000;
@@ -48,6 +52,8 @@ void RunFigures::end(int64_t time, const std::vector<Performance>& performance_)
   duration = time;
   performance = performance_;
   workIsKnown = !performance.empty();
+  // A simulated run tells what each source did. A recorded one has at most the powers, of which
+  // the energy follows, and nothing of the work that was asked for.
   if (!workIsKnown) addHeats();
   for (std::vector<TimeAtValue>* records : {&temperatures, &levels}) {
     for (TimeAtValue& record : *records)
@@ -59,6 +65,7 @@ void RunFigures::end(int64_t time, const std::vector<Performance>& performance_)
 
 void RunFigures::addHeats() {
   for (size_t i = 0; i < heats.size(); ++i) {
+    // Closes the last stretch, up to the end of the run.
     heats[i].set(duration, 0);
     performance.push_back({description.sources[i], 0, 0, heats[i].joules});
   }

@@ -41,6 +41,8 @@ std::optional<std::string> RunReport::writeTo(const std::filesystem::path& direc
 std::unique_ptr<RunReport::Part> RunReport::part(size_t before, bool inOrder) const {
   auto part = std::make_unique<Part>();
   if (!files) return part;
+  // Runs that come one after the other write into the files as they go. Of those side by side each
+  // has a file of its own to write to, which `take` puts behind those before it.
   const auto stream = [&](std::ostream* file, std::unique_ptr<Spool>& spool) -> std::ostream& {
     if (inOrder) return *file;
     spool = std::make_unique<Spool>(files->folder);

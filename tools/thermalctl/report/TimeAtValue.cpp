@@ -18,6 +18,9 @@ void TimeAtValue::change(int64_t time, int32_t value) {
 }
 
 // A value that another replaces at the same time was still there: it may be the highest.
+// Its index is how many units it lies from the first one. The last digits of that are its place in
+// a block, those before the number of the block, for values below the first one, too; the blocks
+// that were used last are found without the map.
 void TimeAtValue::moveTo(int32_t value) {
   constexpr auto kSize = static_cast<int64_t>(kNeighbours);
   int64_t index = value - first;
@@ -88,6 +91,7 @@ std::vector<std::pair<int32_t, int64_t>> TimeAtValue::all() const {
 int64_t TimeAtValue::below(int64_t value) const {
   int64_t sum = 0;
   for (const auto& [number, block] : blocks) {
+    // All of the block lies below where the next one would begin at or below the value.
     if (valueOf(number + 1, 0) <= value) {
       sum += block.whole;
       continue;

@@ -11,6 +11,14 @@
 #include "text/Phrases.h"
 #include "text/Temperature.h"
 
+// What a run may be held to:
+//   skin=43C               never above
+//   node:case=45C          the same of a node of the plant
+//   skin=43C:60s           above for so long in all, at most
+//   p95:skin=42C           for 95 % of the time no more than that
+//   work:gpu=75%           so much of the work that was asked for, at least
+//   changes:cpu_big<=6/min so many changes of the level a minute, at most
+
 namespace {
 
 constexpr char kNode[] = "node:";
