@@ -13,6 +13,7 @@ constexpr int64_t kProgressPeriod = 60'000;
 } // namespace
 
 Engine::Control::Control(Engine& engine_) : engine(engine_) {
+  // The daemon's own control cycle, with its two files in memory.
   owner = &engine.daemon;
   scenPath = scenarioFile.path();
   dconfPath = requestFile.path();
@@ -92,6 +93,7 @@ void Engine::runTo(int64_t end) {
     observer.begin(control.currentScenName);
     nextProgress = kProgressPeriod;
   }
+  // Powers are shown when all of a moment is done: a level may move several times within it.
   for (Schedule::Turn turn = schedule.next(); turn.time < end; turn = schedule.next()) {
     if (turn.time > now) observer.powers(now);
     now = turn.time;

@@ -109,6 +109,8 @@ std::optional<Foreign> foreignCells(const std::string& text) {
   return std::nullopt;
 }
 
+// By lines before bytes, and by bytes before sections: the surest sign tells, and a plant that was
+// named as a workload is that and no table with the wrong separators.
 std::optional<Foreign> foreignOf(const std::string& text, InputKind named) {
   if (startsWith(text, csv::header()))
     return Foreign{"this is the trace of a run; thermalctl plot shows it"};

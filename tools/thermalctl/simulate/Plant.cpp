@@ -75,6 +75,8 @@ void Plant::setLevel(size_t device, int32_t level) {
 
 void Plant::advanceTo(int64_t time) {
   if (time == now) return;
+  // A load that ramps may come to what its source can do between two milliseconds. There its slope
+  // bends, and so the network goes from bend to bend, each step exact, and at last to the time.
   const double length = secondsOf(time - now);
   updatePowers();
   for (double bend = nextBend(); beyond + bend < length; bend = nextBend()) {

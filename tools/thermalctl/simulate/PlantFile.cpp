@@ -13,6 +13,23 @@
 #include "text/Temperature.h"
 #include "toml/TomlSection.h"
 
+// What a plant is, in a file:
+//   ambient = 25.0
+//   [node.cpu]
+//   joules_per_kelvin = 5.0
+//   [[resistance]]
+//   between = ["cpu", "ambient"]
+//   kelvin_per_watt = 10.0
+//   [source.cpu]
+//   node = "cpu"
+//   device = "clock"
+//   watts = [3.0, 2.0, 1.2, 0.6]
+//   work = true
+//   [sensor.cpu]
+//   node = "cpu"
+//   noise = 0.1
+// Nodes are read first wherever they stand, because all others name them.
+
 namespace {
 
 constexpr char kAmbientNode[] = "ambient";

@@ -85,6 +85,8 @@ void Schedule::wakeItems(int64_t now) {
 }
 
 int64_t Schedule::gatherItemWorkers(int64_t now) {
+  // Workers come and go with configurations. Those that stay keep their time, those that are new
+  // begin now, and for those that are gone the daemon has waited.
   std::vector<ItemWorker> before;
   before.swap(itemWorkers);
   const auto gather = [&](const auto& workers) {

@@ -19,6 +19,14 @@
 #include "text/Word.h"
 #include "toml/TomlSection.h"
 
+// What happens on a device, as a table or as TOML with a [[at]] for each row:
+//   time,ambient,cpu,watts display,scenario,fault skin
+//   0,25,0.2,0.5,,
+//   60s,,1,,game,
+//   90s,,,,,stuck
+// What either says goes through one Maker, which looks the names up, puts all changes in the order
+// of their times, draws the ramps and then checks what only all of them tell.
+
 namespace {
 
 constexpr char kTime[] = "time";
