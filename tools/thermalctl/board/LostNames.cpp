@@ -9,6 +9,10 @@
 #include "text/Nearest.h"
 #include "text/Phrases.h"
 
+// A name that an item uses and the daemon does not know is mostly no mistake of the item: the
+// section was there, and was lost by a line above it, by its kind or by its header. Here each such
+// name is kept with the line that lost it, and whatever counts on it is counted for that line.
+
 namespace {
 
 // The kind that a word behind "type" was meant to be, if it is near one.
@@ -104,6 +108,7 @@ void LostNames::loseMerged(const Section& section) {
     if (header.text[0] != '[') continue;
     const std::vector<Word>* kind =
         i + 1 < section.properties.size() ? &section.properties[i + 1].words : nullptr;
+    // The line below a swallowed header is its "type" line, if there is one.
     lose(headerName(header.text),
          kind && !kind->empty() ? guessedKind(kind->front().text) : SectionKind::kUnknown,
          header.at.line);

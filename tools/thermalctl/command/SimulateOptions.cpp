@@ -61,6 +61,8 @@ public:
         studyFolder(fs::path(studyPath).parent_path().string()), board(boardOf()) {}
 
   // All that can be read is, so that one look shows all that is wrong.
+  // What the command line names is taken before the study's file, and that before the board's
+  // folder.
   StudyRequest read() {
     request.environment = fromBoard(options.environment, "--env", kEnvironmentFile);
     request.units = unitsOf(request.environment);

@@ -53,6 +53,10 @@ private:
   std::string asked;
 };
 
+// A request, step by step: wait until no other is pending, put the configuration's copy in place,
+// watch that copy, ask, and then tell by what the daemon does whether it has read it. A daemon
+// answers every request in the same way, taken or refused: only that it opened the copy, how
+// often, and what it wrote besides, tell the one from the other.
 class ConfigurationRequest {
 public:
   ConfigurationRequest(const ControlDirectory& directory_, const std::string& name_,

@@ -60,6 +60,8 @@ std::chrono::nanoseconds ControlFile::age() const {
 std::error_code ControlFile::ask(const std::string& word) {
   Exchange exchange = exchangeFile(path, word);
   if (exchange.error) return exchange.error;
+  // What stood there before is kept open: a writer that had opened it before writes into it still,
+  // and its word would be lost unseen.
   displaced = std::move(exchange.displaced);
   displacedWas = seen;
   file = std::move(exchange.file);

@@ -91,6 +91,7 @@ std::string levelsOf(const Action& action) {
   return text;
 }
 
+// "cooled from 42.0 to 43.0 C, up to clock 3 instead of clock 2"
 std::string changeOf(const std::optional<Action>& before, const std::optional<Action>& after,
                      const char* verb) {
   if (!before && !after) return "";

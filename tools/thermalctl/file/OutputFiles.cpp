@@ -63,6 +63,7 @@ OutputFiles::File::File(fs::path place_) : place(std::move(place_)) {}
 
 std::error_code OutputFiles::File::open() {
   if (const auto error = replaceable(place)) return error;
+  // In the folder of its place, since only within a file system a name can be changed at once.
   const std::string name = besides(place);
   {
     const NoSignals both;

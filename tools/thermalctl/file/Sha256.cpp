@@ -39,6 +39,7 @@ std::array<uint32_t, 64> scheduleOf(const unsigned char* block) {
 
 } // namespace
 
+// FIPS 180-4: `first` and `second` are its T1 and T2, with the letters of its working variables.
 void Sha256::take(const unsigned char* block) {
   const std::array<uint32_t, 64> words = scheduleOf(block);
   auto [a, b, c, d, e, f, g, h] = state;

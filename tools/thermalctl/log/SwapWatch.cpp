@@ -22,6 +22,8 @@ std::string_view declaredScenario(std::string_view scenario) {
   return scenario;
 }
 
+// From state to state: the swap begins, a scenario with the mark is heard of, the first change
+// ends or whoever wakes has no mark, and the swap is done.
 SwapWatch::Event SwapWatch::take(const LogLine& line) {
   if (line.kind == Kind::kStart) {
     *this = SwapWatch();

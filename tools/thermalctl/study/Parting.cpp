@@ -75,6 +75,8 @@ public:
                 Course(now.description, places(subjectsOf(now.description), subjects, subjects))},
         engines{Engine(before, courses[0], quiet()), Engine(now, courses[1], quiet())} {}
 
+  // Side by side and not one behind the other: the first difference ends both, and no more than a
+  // minute of either is ever held.
   std::optional<Parting> run() {
     for (int64_t time = 0; time < end;) {
       time = std::min(end, time + kStride);

@@ -36,6 +36,7 @@ SeedsText readSeeds(const std::string& text) {
     if (*last - *first >= kMost)
       return {std::nullopt, "'" + part + "' are more than " + std::to_string(kMost) + " seeds",
               kHint};
+    // Held against the length of the range: so it ends behind the largest number of 64 bits, too.
     for (uint64_t seed = *first; seed - *first <= *last - *first; ++seed) {
       if (taken.insert(seed).second) seeds.push_back(seed);
       if (seed == *last) break;
