@@ -19,8 +19,8 @@ using Blocks = std::vector<std::vector<int32_t>>;
 
 // Behind which numbers of units it is told how many had not kept a budget.
 std::vector<uint64_t> lookouts(uint64_t units) {
-  // Each a quarter further: a picture of how it settles needs as many points for the first hundred
-  // units as for the last hundred thousand.
+  // Each a quarter further, so that they lie evenly by the logarithm: most happens in the first
+  // hundreds of units, and little in the last hundred thousands.
   std::vector<uint64_t> all;
   for (double next = 10; next < static_cast<double>(units); next *= 1.25)
     all.push_back(static_cast<uint64_t>(next));
