@@ -6,8 +6,13 @@ from scipy.optimize import least_squares
 from scipy.signal import lfilter
 
 
-def fit(plant, guess, loads, readings):
-    """`guess` is a Plant with wrong numbers; gives its numbers as found, by the names of both."""
+# As many as thermalctl fit takes, as far from the guess.
+STARTS = 3
+SPREAD = 0.9
+
+
+def fit(plant, guess, loads, readings, random):
+    """`guess` is a Plant with wrong numbers; gives the best numbers of all starts, by the names of both."""
     nodes = list(plant.capacities)
     edges = list(plant.resistances)
     powers = loads * np.array([watts for watts, _ in plant.sources.values()])
@@ -51,7 +56,14 @@ def fit(plant, guess, loads, readings):
     count = len(nodes) + len(edges)
     low = np.concatenate([begin[:count] - spread, [-60], first - 30])
     high = np.concatenate([begin[:count] + spread, [60], first + 30])
-    found = least_squares(lambda values: (temperatures(values) - readings).ravel(), begin, bounds=(low, high),
-                          x_scale="jac", loss="soft_l1")
-    numbers = np.exp(found.x[:count])
+
+    def from_start(number):
+        start = begin.copy()
+        if number > 0:
+            start[:count] += SPREAD * np.clip(random.normal(size=count), -1, 1)
+        return least_squares(lambda values: (temperatures(values) - readings).ravel(), start, bounds=(low, high),
+                             x_scale="jac", loss="soft_l1")
+
+    best = min(map(from_start, range(STARTS)), key=lambda found: found.cost)
+    numbers = np.exp(best.x[:count])
     return dict(zip(nodes, numbers)), dict(zip(edges, numbers[len(nodes):]))

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <utility>
 
 #include <Eigen/Cholesky>
 
@@ -32,6 +33,7 @@ constexpr double kSpread = 0.9;
 constexpr double kClockReach = 75; // seconds: a minute, and some more so that its end is no wall
 constexpr double kClockScan = 60;
 constexpr double kScanStep = 2;
+constexpr int kLooksAtClocks = 2;
 
 // How little is known of a temperature at the start.
 constexpr double kStartSpread = 30;
@@ -268,15 +270,18 @@ public:
   }
 
   // A few steps from some values, on some of the rows.
-  VectorXd look(VectorXd values, bool alsoClocks, const std::string& name) {
+  VectorXd look(VectorXd values, const std::string& name) {
     stage = name;
     misfit.stride = strideFor(kRowsOfFirstLook);
     // The noise first: by that of the last round, wrong values would count as strays and be passed
     // over.
     for (int i = 0; i < 4 && !stopped; ++i) {
-      setNoise(values);
-      values = solve(values, 15, 0.1);
-      if (alsoClocks && i < 2 && !stopped) scanClocks(values);
+      const bool settled = !setNoise(values);
+      if (settled && i > kLooksAtClocks) break;
+      // Beside a wrong clock there is no bottom worth finding.
+      const bool looksAtClocks = i < kLooksAtClocks;
+      values = solve(values, looksAtClocks ? 6 : 15, 0.1);
+      if (looksAtClocks && !stopped) scanClocks(values);
     }
     if (!stopped) setNoise(values);
     return values;
@@ -349,7 +354,7 @@ private:
   // The noise that makes the residuals likeliest; no root of a mean square, which rounding and
   // strays would widen.
   static double noiseOf(const std::vector<double>& residuals, const Likelihood& before) {
-    const double width = before.noise / 32;
+    const double width = before.noise / 8;
     const size_t skip = std::max<size_t>(1, residuals.size() / kResidualsEnough);
     std::map<int64_t, double> counts;
     double number = 0;
@@ -369,8 +374,10 @@ private:
   // A wrong clock puts each step of heat beside its answer: its misfit has valleys at every pair
   // of the two that could belong together, and a descent finds only the next one. So each clock is
   // tried in steps over its whole reach, with all else held.
-  void scanClocks(VectorXd& values) const {
+  void scanClocks(VectorXd& values) {
     const Unknowns& unknowns = misfit.unknowns;
+    // Every other row tells a step of two seconds from the next one as well.
+    const size_t stride = std::exchange(misfit.stride, 2 * misfit.stride);
     for (size_t recording = 0; recording < unknowns.clocks.size(); ++recording) {
       for (const auto& clock : unknowns.clocks[recording]) {
         if (!clock) continue;
@@ -386,6 +393,7 @@ private:
         at = bestAt;
       }
     }
+    misfit.stride = stride;
   }
 
   Misfit& misfit;
@@ -465,7 +473,7 @@ Fit fitTo(Misfit& misfit, const std::vector<bool>& frozen, const Going& going) {
   double least = std::numeric_limits<double>::max();
   for (int i = 0; i < kStarts && !search.stopped; ++i) {
     const VectorXd found =
-        search.look(startFor(misfit, frozen, i), true,
+        search.look(startFor(misfit, frozen, i),
                     "start " + std::to_string(i + 1) + " of " + std::to_string(kStarts));
     // Each start has found noises of its own, so that the misfits of two starts do not compare.
     const double surprise = search.surprise(found);
