@@ -12,7 +12,9 @@
 #include "command/CheckFirst.h"
 #include "command/Commands.h"
 #include "command/Interruptible.h"
+#include "command/MarginSearch.h"
 #include "command/PageOrigin.h"
+#include "command/Replay.h"
 #include "command/SimulateOptions.h"
 #include "command/UnitOption.h"
 #include "file/Names.h"
@@ -42,15 +44,17 @@ constexpr char kExamples[] =
     "  thermalctl margin --board boards/phone --tolerances boards/phone/tolerances.toml \\\n"
     "    --workload game --limit skin=44C --units 100000 --until 'share<=0.1%@95%'\n"
     "  thermalctl margin merge part-* --out margin\n"
+    "  thermalctl margin --board boards/phone --tolerances boards/phone/tolerances.toml \\\n"
+    "    --workload game --limit skin=44.5C --search --out worst\n"
     "\n"
     "Runs many units of a board, each with numbers of its own, and tells what share of them keeps\n"
     "each limit, as far as so many units can tell, what drives it, and which units are the worst.\n"
     "--shard I/N runs one of N parts, on whatever machine, and merge puts them together.\n"
+    "--search looks for a workload and a unit that break a limit, and writes as little as does.\n"
     "\n"
-    "Exit status: 0 every unit kept every limit, or --until was answered so; 1 one did not, or\n"
-    "--until was answered so; 2 could not run, or was interrupted; 3 no verdict, or --until is "
-    "not\n"
-    "answered yet.";
+    "Exit status: 0 every unit kept every limit, --until was answered so, or --search broke none;\n"
+    "1 one did not, or one was broken; 2 could not run, or was interrupted; 3 no verdict, or\n"
+    "--until is not answered yet.";
 
 struct MarginOptions {
   std::vector<std::string> merge; // the word and its parts
@@ -60,6 +64,8 @@ struct MarginOptions {
   std::string sobol;
   std::string until;
   std::string shard;
+  bool search = false;
+  uint64_t simulations = 1500;
   std::string out;
   std::string format = "text";
 };
@@ -97,33 +103,6 @@ std::optional<Question> readUntil(const std::string& text, Problems& problems) {
   const QuestionText read = readQuestion(text);
   if (!read.question) problems.add({"--until " + text, {}, read.wrong, read.hint});
   return read.question;
-}
-
-// What runs one unit, but for its number.
-std::string replayOf(const MarginOptions& options, uint64_t seed) {
-  std::string command = "thermalctl simulate";
-  const auto add = [&](const char* option, const std::string& value) {
-    if (!value.empty()) command += std::string(" ") + option + " " + shellWord(value);
-  };
-  const SimulateOptions& run = options.simulate;
-  add("--board", run.board);
-  add("--study", run.study);
-  add("--env", run.environment);
-  for (const std::string& each : run.configurations)
-    add("--conf", each);
-  add("--plant", run.plant);
-  for (const std::string& each : run.workloads)
-    add("--workload", each);
-  add("--recording", run.recording.files);
-  if (!run.recording.files.empty()) add("--loop", run.recording.loop);
-  add("--duration", run.duration);
-  for (const std::string& each : run.budgets.limits)
-    add("--limit", each);
-  for (const std::string& each : run.budgets.requirements)
-    add("--require", each);
-  add("--tolerances", options.tolerances);
-  add("--seed", std::to_string(seed));
-  return command;
 }
 
 std::vector<Provenance::Input> namedInputs(const std::vector<std::string>& files) {
@@ -169,7 +148,7 @@ Ready readyToRun(const MarginOptions& options, uint64_t sobolSamples, Problems& 
   ready.asked.title = titleOf(request);
   ready.asked.sobolSamples = sobolSamples;
   ready.asked.inputs = namedInputs(files);
-  ready.asked.replay = replayOf(options, ready.asked.seed);
+  ready.asked.replay = replayOf(options.simulate, options.tolerances, ready.asked.seed);
   return ready;
 }
 
@@ -314,7 +293,8 @@ ExitStatus runUnits(const MarginOptions& options) {
 ExitStatus runMerge(const MarginOptions& options) {
   if (options.merge.front() != "merge")
     throw UsageError("'" + options.merge.front() + "' is no word of margin: write merge PART...");
-  if (!options.tolerances.empty() || !options.shard.empty() || !options.simulate.board.empty())
+  if (!options.tolerances.empty() || !options.shard.empty() || options.search ||
+      !options.simulate.board.empty())
     throw UsageError("merge takes --out, --format and --until alone: its parts say the rest");
   Problems problems;
   const std::optional<Question> question = readUntil(options.until, problems);
@@ -328,8 +308,20 @@ ExitStatus runMerge(const MarginOptions& options) {
                  true, merged->units);
 }
 
+ExitStatus runSearch(const MarginOptions& options) {
+  if (options.tolerances.empty())
+    throw UsageError("--tolerances is required; write --tolerances FILE");
+  if (!options.sobol.empty() || !options.until.empty() || options.units != MarginOptions().units)
+    throw UsageError("--search excludes --units, --sobol and --until: it draws no units");
+  if (!options.shard.empty())
+    throw UsageError("--search excludes --shard: give each machine a --seed of its own");
+  return runMarginSearch({options.simulate, options.tolerances, options.simulations, options.out,
+                          options.format == "junit"});
+}
+
 ExitStatus runMargin(const MarginOptions& options) {
-  return options.merge.empty() ? runUnits(options) : runMerge(options);
+  if (!options.merge.empty()) return runMerge(options);
+  return options.search ? runSearch(options) : runUnits(options);
 }
 
 void addMarginOptions(CommandLine& line, MarginOptions& options) {
@@ -354,10 +346,18 @@ void addMarginOptions(CommandLine& line, MarginOptions& options) {
               "Stop when it is known whether no more than a share breaks each limit, such as "
               "'share<=0.1%@95%'")
       .takes("QUESTION");
+  line.flag("--search", &options.search,
+            "Look for a workload and a unit that break a limit, within the bounds that the "
+            "tolerances' [search] has");
+  line.option("--simulations", &options.simulations, "Of a search")
+      .takes("NUMBER")
+      .isWithin(1, 1'000'000)
+      .showsDefault();
   line.option("--shard", &options.shard, "Run one of so many parts, into the file of --out")
       .takes("I/N");
   line.option("--out", &options.out,
-              "Folder for margin.json, margin.csv and margin.html; with --shard the part's file")
+              "Folder for margin.json, margin.csv and margin.html; with --shard the part's file, "
+              "with --search the folder of the worst workload and unit")
       .takes("DIR");
   line.option("--format", &options.format, "Of what goes to standard output")
       .showsDefault()

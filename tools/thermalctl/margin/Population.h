@@ -11,7 +11,7 @@
 #include "simulate/Inputs.h"
 
 // What the numbers of a unit are drawn for: each stream is independent of the others.
-enum class Stream : uint32_t { kUnit, kOther, kNoise, kResampling };
+enum class Stream : uint32_t { kUnit, kOther, kNoise, kResampling, kSearch };
 
 // So many standard normal numbers of a unit: they depend on the seed, the unit and the stream, and
 // on nothing that was drawn before.

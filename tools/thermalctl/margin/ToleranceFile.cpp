@@ -176,7 +176,9 @@ public:
       readVaried(section);
     for (TomlSection& section : file.list("fit"))
       readFit(section, problems);
-    if (population().spreads.empty() && problems.none())
+    // What a search may do it reads itself, and the nominal unit is enough for one.
+    const bool isSearched = file.section("search").has_value();
+    if (population().spreads.empty() && problems.none() && !isSearched)
       file.problem(file.at(), "no [[vary]] and no [[fit]]: all units are alike");
     correlate();
     file.refuseOtherKeys();

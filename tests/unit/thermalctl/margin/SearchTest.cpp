@@ -1,0 +1,152 @@
+#include "margin/Search.h"
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "margin/SearchBounds.h"
+#include "margin/Shrinking.h"
+#include "margin/ToleranceFile.h"
+#include "support/LogSwitchedOff.h"
+#include "support/SysfsDir.h"
+#include "thermalctl/simulate/RunFiles.h"
+
+namespace {
+
+// A die that settles at once at the ambient and ten times its watts, 5 at full load.
+class SearchTest : public testing::Test {
+protected:
+  SearchTest() {
+    files.plant = "ambient = 25\n"
+                  "[node.die]\njoules_per_kelvin = 0.001\n"
+                  "[[resistance]]\nbetween = [\"die\", \"ambient\"]\nkelvin_per_watt = 10\n"
+                  "[source.a]\nnode = \"die\"\nwatts = 2\n"
+                  "[source.b]\nnode = \"die\"\nwatts = 3\n"
+                  "[sensor.cpu]\nnode = \"die\"\n";
+    files.workload = "time,ambient,a,b\n0,25,0.1,0.1\n";
+    files.configuration = "[hot]\nalgo_type monitor\nsensor cpu\nsampling 1000\nthresholds 500000\n"
+                          "thresholds_clr 490000\nactions gpu\naction_info 1\n";
+    files.request.duration = 60'000;
+  }
+
+  SearchSpace spaceOf(const std::string& tolerances, const std::string& limit) {
+    files.request.budgets = {{*readLimit(limit).budget, limit}};
+    std::vector<RunInput> runs = files.read();
+    EXPECT_TRUE(files.problems.none()) << files.wrongInFull();
+    Problems problems;
+    problems.read(files.path("plant.toml"), files.plant);
+    const std::string file = folder.write("tolerances.toml", tolerances);
+    Population population =
+        readTolerances(file, runs, files.path("plant.toml"), problems).population;
+    std::vector<std::string> paths;
+    SearchBounds bounds = readSearchBounds(file, {}, runs.front(), paths, problems);
+    EXPECT_TRUE(problems.none());
+    return {runs.front(), std::move(population), std::move(bounds)};
+  }
+
+  const LogSwitchedOff quiet;
+  RunFiles files;
+  SysfsDir folder;
+  const std::function<bool()> always = [] { return true; };
+};
+
+constexpr char kUnit[] = "[[vary]]\nof = [\"resistance.die-ambient\"]\nas = \"factor\"\n"
+                         "normal = { mean = 1, deviation = 0.05 }\n";
+
+TEST_F(SearchTest, TheWorstIsAtTheEndsOfTheBounds) {
+  const SearchSpace space = spaceOf(std::string(kUnit) + "[search]\nload = { a = [0, 0.5] }\n"
+                                                         "ambient = [20, 30]\n",
+                                    "node:die=1000C");
+  const SearchResult result = searchWorst(space, 1, 600, 1, always);
+  EXPECT_EQ(result.simulations, 600U);
+  EXPECT_FALSE(result.worst.front().broken);
+  // 30 degrees, and 10 K/W and three deviations more, of 0.5 x 2 W and 3 W.
+  EXPECT_NEAR(result.worst.front().outcome.measured.front(), 30'000 + 11'500 * 4, 300);
+  EXPECT_LE(result.worst.front().outcome.measured.front(), 30'000 + 11'500 * 4);
+  EXPECT_FALSE(result.smallest);
+}
+
+TEST_F(SearchTest, WhatIsBrokenIsMadeSmall) {
+  const SearchSpace space = spaceOf(std::string(kUnit) + "[search]\nsteps = 4\n", "node:die=50C");
+  const SearchResult result = searchWorst(space, 1, 200, 1, always);
+  ASSERT_TRUE(result.smallest);
+  const Attempt& attempt = result.smallest->attempt;
+  EXPECT_EQ(attempt.steps.size(), 1U);
+  EXPECT_FALSE(attempt.unit.front());
+  EXPECT_EQ(space.tolerancesOf(attempt), "");
+  EXPECT_LE(attempt.duration, 2000);
+  // One of the two sources alone is enough.
+  EXPECT_EQ(attempt.steps.front().loads.front(), 0);
+  EXPECT_TRUE(result.smallest->outcome.broken.front());
+  EXPECT_TRUE(space.outcomeOf(attempt).broken.front());
+}
+
+TEST_F(SearchTest, WhatIsSmallerStaysWithinTheBounds) {
+  const SearchSpace space = spaceOf("[search]\nsteps = 4\nlasts = [\"10s\", \"15s\"]\n"
+                                    "load = { a = [0.2, 1], b = [0.1, 1] }\n",
+                                    "node:die=40C");
+  const SearchResult result = searchWorst(space, 1, 50, 1, always);
+  ASSERT_TRUE(result.smallest);
+  EXPECT_TRUE(space.holds(result.smallest->attempt));
+  EXPECT_GE(result.smallest->attempt.steps.front().loads[0], 0.2);
+}
+
+TEST_F(SearchTest, AnAttemptIsWrittenAsItIsRun) {
+  const SearchSpace space =
+      spaceOf(std::string(kUnit) + "[search]\nfaults = { cpu = [\"stuck\"] }\n"
+                                   "ambient = [20, 30]\n",
+              "node:die=50C");
+  Attempt attempt;
+  attempt.unit = {1.1};
+  attempt.duration = 20'000;
+  attempt.steps = {{0, 21.5, {0.5, 1}}, {12'300, 21.5, {0.5, 0.25}, "Default", "", {{0, "stuck"}}}};
+  EXPECT_EQ(space.workloadOf(attempt),
+            "[[at]]\ntime = 0\nambient = 21.5\nload = { a = 0.5, b = 1 }\n"
+            "\n[[at]]\ntime = 12.3\nload = { b = 0.25 }\n"
+            "scenario = \"Default\"\nfault = { cpu = \"stuck\" }\n");
+  EXPECT_EQ(space.tolerancesOf(attempt), "[[vary]]\nof = [\"resistance.die-ambient\"]\n"
+                                         "as = \"factor\"\nlist = { values = [1.1] }\n");
+  // 21.5 degrees and 11 K/W of 4 W.
+  EXPECT_NEAR(space.outcomeOf(attempt).measured.front(), 65'500, 20);
+}
+
+TEST_F(SearchTest, AWorkloadsOwnSpreadsAndTheAmbientAreLeftToTheBounds) {
+  const std::string all =
+      std::string(kUnit) +
+      "[[vary]]\nof = [\"ambient\"]\nas = \"plus\"\nuniform = { from = -1, to = 1 }\n"
+      "[[vary]]\nof = [\"workload.load.a\"]\nas = \"factor\"\n"
+      "uniform = { from = 0.5, to = 1 }\n[search]\nsteps = 1\n";
+  const SearchSpace given = spaceOf(all + "ambient = [0, 1]\n", "node:die=50C");
+  const SearchSpace kept = spaceOf(all, "node:die=50C");
+  const auto isDrawn = [](const SearchSpace& space, size_t spread) {
+    return space.at(std::vector<double>(space.dimensions(), 0.9)).unit[spread].has_value();
+  };
+  EXPECT_TRUE(isDrawn(kept, 0) && isDrawn(kept, 1));
+  EXPECT_TRUE(isDrawn(given, 0));
+  EXPECT_FALSE(isDrawn(given, 1));
+  EXPECT_FALSE(isDrawn(given, 2) || isDrawn(kept, 2));
+}
+
+TEST_F(SearchTest, WhoeverIsInterruptedHasTheWorstSoFar) {
+  const SearchSpace space = spaceOf("[search]\n", "node:die=50C");
+  size_t asked = 0;
+  const SearchResult result = searchWorst(space, 1, 500, 1, [&] { return ++asked <= 20; });
+  EXPECT_FALSE(result.complete);
+  EXPECT_EQ(result.simulations, 20U);
+  EXPECT_TRUE(result.worst.front().broken);
+  EXPECT_FALSE(result.smallest);
+}
+
+TEST_F(SearchTest, ASpaceOfOnePointIsLookedAtOnce) {
+  const SearchSpace space =
+      spaceOf("[search]\nsteps = 1\nscenarios = []\nload = { a = 1, b = 1 }\n", "node:die=80C");
+  EXPECT_EQ(space.dimensions(), 0U);
+  const SearchResult result = searchWorst(space, 1, 10, 1, always);
+  EXPECT_EQ(result.simulations, 1U);
+  EXPECT_EQ(result.worst.front().outcome.measured.front(), 75'000);
+}
+
+} // namespace
