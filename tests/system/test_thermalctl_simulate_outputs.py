@@ -131,3 +131,20 @@ def test_a_place_that_cannot_be_taken_is_found_before_anything_is_replaced(therm
                         "Is a directory\n")
     assert (tmp_path / "trace.csv").read_text() == "old"
     assert {path.name for path in tmp_path.iterdir()} == {"trace.csv", "report.html"}
+
+
+# What the kernel counts for a process begins with what the one that started it has; so a small one does.
+STARTER = ("import resource, subprocess, sys; subprocess.run(sys.argv[1:], check=True, stdout=subprocess.DEVNULL); "
+           "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)")
+
+
+def peak_kilobytes(thermalctl, *words):
+    run = subprocess.run(["/usr/bin/python3", "-I", "-S", "-c", STARTER, *map(str, [*thermalctl.command, *words])],
+                         capture_output=True, text=True, check=True)
+    return int(run.stdout)
+
+
+def test_the_page_of_a_day_takes_little_more_memory_than_that_of_an_hour(thermalctl, tmp_path):
+    hour, day = (peak_kilobytes(thermalctl, *COMMON, "--duration", duration, "--only", "html", "--out", tmp_path)
+                 for duration in ("1h", "24h"))
+    assert day < hour + 2048, (hour, day)

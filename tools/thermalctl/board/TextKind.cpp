@@ -18,7 +18,6 @@ namespace {
 using Kind = TextKind::Kind;
 
 constexpr char kMark[] = "\xEF\xBB\xBF";
-constexpr char kCellEnds[] = ";,";
 
 bool contains(const std::vector<std::string>& words, const std::string& word) {
   return std::find(words.begin(), words.end(), word) != words.end();
@@ -74,19 +73,40 @@ size_t loneReturn(const std::string& content) {
   return lone > 1 && lone > feeds ? first : std::string::npos;
 }
 
-struct LineWords {
+// A line that has a word, and its first two.
+struct LineStart {
   size_t start; // in the content
-  std::string text;
-  std::vector<std::string> words;
+  std::string_view text;
+  std::string_view first;
+  std::string_view second;
+
+  // Where its first word stands in the content.
+  size_t at() const { return start + static_cast<size_t>(first.data() - text.data()); }
 };
 
-std::vector<LineWords> linesOf(const std::string& content) {
-  std::vector<LineWords> lines;
+// As the daemon's own reader has it.
+bool isSpace(char byte) {
+  return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
+
+std::string_view takeWord(std::string_view& rest) {
+  const auto begin = std::find_if_not(rest.begin(), rest.end(), isSpace);
+  const auto end = std::find_if(begin, rest.end(), isSpace);
+  const auto skipped = static_cast<size_t>(begin - rest.begin());
+  const std::string_view word = rest.substr(skipped, static_cast<size_t>(end - begin));
+  rest.remove_prefix(skipped + word.size());
+  return word;
+}
+
+std::vector<LineStart> linesOf(std::string_view content) {
+  std::vector<LineStart> lines;
   for (size_t start = 0; start < content.size();) {
     const size_t end = std::min(content.find('\n', start), content.size());
-    LineWords line{start, content.substr(start, end - start), {}};
-    stringTokenizer(line.text, line.words, kWhiteSpace);
-    if (!line.words.empty()) lines.push_back(std::move(line));
+    LineStart line{start, content.substr(start, end - start), {}, {}};
+    std::string_view rest = line.text;
+    line.first = takeWord(rest);
+    line.second = takeWord(rest);
+    if (!line.first.empty()) lines.push_back(line);
     start = end + 1;
   }
   return lines;
@@ -104,20 +124,20 @@ bool isKnownKey(const std::string& word) {
 
 // Where the first cell of a line ends, if a spreadsheet made it: a header, a key or nothing stands
 // in it, and the values in the next ones.
-size_t cellEnd(const LineWords& line) {
-  const size_t end = line.text.find_first_of(kCellEnds);
+size_t cellEnd(const LineStart& line) {
+  const size_t end = std::min(line.text.find(';'), line.text.find(','));
   if (end == std::string::npos) return end;
-  std::string cell = line.text.substr(0, end);
+  std::string cell(line.text.substr(0, end));
   cell.erase(std::remove(cell.begin(), cell.end(), '"'), cell.end());
   trim(cell);
   const bool isCell = cell.empty() || cell.front() == '[' || isKnownKey(cell);
   return isCell ? end : std::string::npos;
 }
 
-TextKind separated(const std::string& content, const std::vector<LineWords>& lines) {
+TextKind separated(const std::string& content, const std::vector<LineStart>& lines) {
   size_t cells = 0;
   TextKind kind;
-  for (const LineWords& line : lines) {
+  for (const LineStart& line : lines) {
     const size_t end = cellEnd(line);
     if (end != std::string::npos && cells++ == 0)
       kind = found(Kind::kSeparators, content, line.start + end);
@@ -127,38 +147,34 @@ TextKind separated(const std::string& content, const std::vector<LineWords>& lin
 }
 
 // By the lines that only one of the two has, and has in every block.
-TextKind kindByKeys(const std::string& content, const std::vector<LineWords>& lines) {
-  const LineWords* section = nullptr;
-  const LineWords* item = nullptr;
-  for (const LineWords& line : lines) {
-    const std::string& word = line.words.front();
-    const std::string second = line.words.size() > 1 ? lowerCase(line.words[1]) : "";
-    if (word == kSectionTypeKey && sectionKind(second) != SectionKind::kUnknown && !section)
+TextKind kindByKeys(const std::string& content, const std::vector<LineStart>& lines) {
+  const LineStart* section = nullptr;
+  const LineStart* item = nullptr;
+  for (const LineStart& line : lines) {
+    if (line.first == kSectionTypeKey && !section &&
+        sectionKind(lowerCase(std::string(line.second))) != SectionKind::kUnknown)
       section = &line;
-    if ((word == kItemTypeKey || word == kScenarioKey) && !item) item = &line;
+    if ((line.first == kItemTypeKey || line.first == kScenarioKey) && !item) item = &line;
   }
   // Both, or none: then it is not a matter of two files that were swapped.
   if (!section == !item) return {};
-  const LineWords& line = section ? *section : *item;
-  const size_t at = line.start + line.text.find(line.words.front());
-  return found(section ? Kind::kEnvironment : Kind::kConfiguration, content, at,
-               line.words.front().size());
+  const LineStart& line = section ? *section : *item;
+  return found(section ? Kind::kEnvironment : Kind::kConfiguration, content, line.at(),
+               line.first.size());
 }
 
 // By the first line that gives a plant or a workload away.
-TextKind kindByLine(const std::string& content, const std::vector<LineWords>& lines) {
-  for (const LineWords& line : lines) {
-    const Kind kind = kindOfLine(line.text.substr(line.text.find(line.words.front())));
-    if (kind != Kind::kText)
-      return found(kind, content, line.start + line.text.find(line.words.front()),
-                   line.words.front().size());
+TextKind kindByLine(const std::string& content, const std::vector<LineStart>& lines) {
+  for (const LineStart& line : lines) {
+    const Kind kind = kindOfLine(line.text.substr(line.at() - line.start));
+    if (kind != Kind::kText) return found(kind, content, line.at(), line.first.size());
   }
   return {};
 }
 
 } // namespace
 
-TextKind::Kind kindOfLine(const std::string& line) {
+TextKind::Kind kindOfLine(std::string_view line) {
   const auto startsWithAny = [&line](std::initializer_list<const char*> starts) {
     return std::any_of(starts.begin(), starts.end(),
                        [&line](const char* start) { return startsWith(line, start); });
@@ -177,7 +193,7 @@ TextKind textKindOf(const std::string& content) {
   if (binary != std::string::npos) return found(Kind::kBinary, content, binary);
   const size_t lone = loneReturn(content);
   if (lone != std::string::npos) return found(Kind::kCarriageReturns, content, lone);
-  const std::vector<LineWords> lines = linesOf(content);
+  const std::vector<LineStart> lines = linesOf(content);
   if (lines.empty()) return {Kind::kEmpty, {}};
   TextKind cells = separated(content, lines);
   if (cells.kind != Kind::kText) return cells;

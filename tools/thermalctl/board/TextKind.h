@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "text/Word.h"
 
@@ -33,7 +34,7 @@ TextKind textKindOf(const std::string& content);
 
 // A plant or a workload by a line that no other file has, without the white space around it; text
 // otherwise.
-TextKind::Kind kindOfLine(const std::string& line);
+TextKind::Kind kindOfLine(std::string_view line);
 
 // Whether nothing of such a file is what its author meant.
 bool isUnreadable(TextKind::Kind kind);

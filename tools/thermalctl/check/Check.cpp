@@ -11,10 +11,10 @@
 
 namespace {
 
-std::vector<Rule> joined(std::initializer_list<std::vector<Rule>> lists) {
+std::vector<Rule> joined(std::initializer_list<const std::vector<Rule>*> lists) {
   std::vector<Rule> all;
-  for (const std::vector<Rule>& list : lists)
-    all.insert(all.end(), list.begin(), list.end());
+  for (const std::vector<Rule>* list : lists)
+    all.insert(all.end(), list->begin(), list->end());
   return all;
 }
 
@@ -49,21 +49,23 @@ void setSeverities(const RuleChoice& choice, std::vector<Finding>& findings) {
 } // namespace
 
 const std::vector<Rule>& environmentRules() {
-  static const std::vector<Rule> rules = joined({kSectionRules, kSensorRules, kVirtualSensorRules,
-                                                 kLevelTableRules, kBoardRules, kNodeRules});
+  static const std::vector<Rule> rules =
+      joined({&kSectionRules, &kSensorRules, &kVirtualSensorRules, &kLevelTableRules, &kBoardRules,
+              &kNodeRules});
   return rules;
 }
 
 const std::vector<Rule>& configurationRules() {
-  static const std::vector<Rule> rules = joined(
-      {kFileRules, kEndRules, kShapeRules, kKeyRules, kNameRules, kNumberRules, kThresholdRules,
-       kRowRules, kStepRules, kHeatRules, kCoverageRules, kPlantRules, kUntoldEndRules});
+  static const std::vector<Rule> rules =
+      joined({&kFileRules, &kEndRules, &kShapeRules, &kKeyRules, &kNameRules, &kNumberRules,
+              &kThresholdRules, &kRowRules, &kStepRules, &kHeatRules, &kCoverageRules, &kPlantRules,
+              &kUntoldEndRules});
   return rules;
 }
 
 const std::vector<Rule>& allRules() {
   static const std::vector<Rule> rules =
-      joined({environmentRules(), configurationRules(), kSettingsRules});
+      joined({&environmentRules(), &configurationRules(), &kSettingsRules});
   return rules;
 }
 

@@ -77,6 +77,14 @@ void takeSettings(Inspection& inspection, const std::string& environment) {
       section.unit = unit->second;
 }
 
+void takeBoard(Inspection& inspection, const std::string& environment) {
+  const std::string* board = readInto(inspection, environment);
+  inspection.hasBoard = board != nullptr;
+  inspection.environment = readEnvironment(environment, board ? *board : "");
+  if (!board) inspection.environment.kind = {};
+  takeSettings(inspection, environment);
+}
+
 // What the plant that the settings name says of the board. What is wrong in it is told like what is
 // wrong in the settings.
 PlantFacts readPlantOf(Inspection& inspection) {
@@ -128,13 +136,18 @@ std::string describe(const UnreadFile& file) {
   return "cannot read " + file.name + ": " + file.reason + (hint.empty() ? "" : "; " + hint);
 }
 
+Settings settingsOf(const std::string& environment) {
+  // Most boards have none, and need not be read for them.
+  std::error_code error;
+  if (!std::filesystem::exists(settingsFileBeside(environment), error)) return {};
+  Inspection inspection;
+  takeBoard(inspection, environment);
+  return inspection.settings;
+}
+
 Inspection inspect(const InspectionOrder& order) {
   Inspection inspection;
-  const std::string* board = readInto(inspection, order.environment);
-  inspection.hasBoard = board != nullptr;
-  inspection.environment = readEnvironment(order.environment, board ? *board : "");
-  if (!board) inspection.environment.kind = {};
-  takeSettings(inspection, order.environment);
+  takeBoard(inspection, order.environment);
   readConfigurations(inspection, order.configurations);
 
   RuleChoice rules = order.rules;

@@ -68,6 +68,10 @@ struct Inspection {
 // "cannot read NAME: REASON", and which file beside it may have been meant.
 std::string describe(const UnreadFile& file);
 
+// The settings beside an environment file, as far as they can be read: without what only the rules
+// would find.
+Settings settingsOf(const std::string& environment);
+
 // Without the environment file a configuration is judged for a board that has what it names. The
 // settings are those beside the environment file, if there are any.
 Inspection inspect(const InspectionOrder& order);

@@ -40,7 +40,7 @@ bool passesCheck(const std::string& environment, const std::vector<std::string>&
 }
 
 SensorUnits unitsOf(const std::string& environment) {
-  return inspect({environment, {}, std::nullopt, {}}).settings.units;
+  return settingsOf(environment).units;
 }
 
 bool mayRun(const std::string& environment, const std::vector<std::string>& configurations,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <string_view>
 
 // Compiled here alone: it takes longer than all of the commands together.
 #include <CLI/CLI.hpp>
@@ -157,10 +158,12 @@ CLI::Validator isNumber(double least, double most, bool isWhole) {
   return CLI::Validator(complaint, "");
 }
 
-void addCommand(CLI::App& app, const Command& command, int& status) {
+// Of those that nobody means only the names are of use, and to make all their options takes as long
+// as a short command does.
+void addCommand(CLI::App& app, const Command& command, bool isMeant, int& status) {
   CLI::App* added = app.add_subcommand(command.name, command.description);
   CommandLine line(added);
-  command.addOptions(line);
+  if (isMeant) command.addOptions(line);
   added->footer(command.examples);
   // The library calls it while it parses, and lets its exceptions through.
   added->callback([&command, &status] { status = command.run(); });
@@ -235,7 +238,8 @@ int runCommand(const std::vector<Command>& commands, int argc, char* argv[]) {
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.footer(kExamples);
   for (const Command& command : commands)
-    addCommand(app, command, status);
+    addCommand(app, command, std::count(argv, argv + argc, std::string_view(command.name)) > 0,
+               status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& ending) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,7 @@
 //         the mean. The stretches begin at multiples of their length, which grows with the run.
 // Units:  milliseconds since the start of the run, none below 0; the value in the unit of what it
 //         is the course of.
-// Memory: 32 bytes a stretch, and `capacity` stretches at most.
+// Memory: `capacity` stretches at most, each of a few bytes: what tells it from the one before it.
 class Envelope {
 public:
   // What is left of the samples of one stretch of time.
@@ -22,7 +23,7 @@ public:
   struct Stretch {
     int64_t mean() const;
 
-    int64_t time = 0; // of the first sample, in milliseconds
+    int64_t time = 0; // at which it begins, in milliseconds
     int64_t sum = 0;
     uint32_t count = 0;
     int32_t low = 0;
@@ -36,8 +37,8 @@ public:
   // From now on it keeps no more stretches than that, of which there must be a few.
   void limitTo(size_t most);
 
-  size_t size() const { return kept.size(); }
-  const std::vector<Stretch>& stretches() const { return kept; }
+  size_t size() const { return number; }
+  std::vector<Stretch> stretches() const;
   // How long each is, in milliseconds; 1 as long as every sample is kept.
   int64_t stretch() const { return int64_t{1} << doublings; }
 
@@ -47,12 +48,27 @@ public:
   std::string encoded() const;
 
 private:
-  void thin(size_t most);
+  // What a stretch is told beside: the one before it.
+  //
+  // Units: those of a Stretch.
+  struct Before {
+    void follow(const Stretch& stretch);
 
-  // The stretch that a time lies in.
-  int64_t numberOf(int64_t time) const { return time >> doublings; }
+    int64_t time = 0;
+    int64_t step = 0;
+    int64_t mean = 0;
+  };
+
+  void append(const Stretch& stretch);
+  void pack();
+  void forEach(const std::function<void(const Stretch&)>& visit) const;
+  void thin(size_t most);
 
   size_t capacity;
   int doublings = 0; // of a stretch of a millisecond
-  std::vector<Stretch> kept;
+  size_t number = 0; // of stretches
+  Stretch last;
+  // Those before it, and what comes of them for the next.
+  std::string packed;
+  Before before;
 };

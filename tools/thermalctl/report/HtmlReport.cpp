@@ -66,6 +66,13 @@ Json describe(const std::string& source) {
   return {{"name", source}};
 }
 
+Json describe(const Performance& source) {
+  return {{"source", source.source},
+          {"demanded", source.demanded},
+          {"delivered", source.delivered},
+          {"joules", source.joules}};
+}
+
 // Which budget, of what, and all that came of it.
 Json describe(const Verdict& verdict) {
   Json json = {{"budget", textOf(verdict.budget)},
@@ -78,14 +85,10 @@ Json describe(const Verdict& verdict) {
 }
 
 template <typename Track, typename Course>
-Json describeAll(const std::vector<Track>& tracks, const std::vector<Course>& courses) {
-  Json all = Json::array();
-  for (size_t i = 0; i < tracks.size(); ++i) {
-    Json track = describe(tracks[i]);
-    addCourse(track, courses[i]);
-    all.push_back(std::move(track));
-  }
-  return all;
+Json describe(const Track& track, const Course& course) {
+  Json json = describe(track);
+  addCourse(json, course);
+  return json;
 }
 
 Json describe(const Provenance& origin) {
@@ -190,35 +193,41 @@ void HtmlReport::take(HtmlReport& other) {
   other.runs.clear();
 }
 
-std::string HtmlReport::asJson(const Run& run) {
-  const auto course = [](const NameSeries& series) {
+void HtmlReport::putRun(const Run& run, const Put& put) {
+  const TraceDescription& who = run.description;
+  const auto member = [&put](const std::string& name, const Json& json) {
+    put(",\"" + name + "\":" + dumped(json));
+  };
+  const auto list = [&put](const std::string& name, size_t count, const auto& at) {
+    put(",\"" + name + "\":[");
+    for (size_t i = 0; i < count; ++i)
+      put((i == 0 ? "" : ",") + dumped(at(i)));
+    put("]");
+  };
+  const auto names = [](const NameSeries& series) {
     return Json{{"names", series.names}, {"points", encoded(series.indices.points())}};
   };
-  Json sensors = describeAll(run.description.sensors, run.temperatures);
-  for (size_t i = 0; i < sensors.size(); ++i) {
-    if (!run.sensorGaps[i].empty()) sensors[i]["gaps"] = run.sensorGaps[i];
-  }
-  Json performance = Json::array();
-  for (const Performance& source : run.performance)
-    performance.push_back({{"source", source.source},
-                           {"demanded", source.demanded},
-                           {"delivered", source.delivered},
-                           {"joules", source.joules}});
-  Json verdicts = Json::array();
-  for (const Verdict& verdict : run.verdicts)
-    verdicts.push_back(describe(verdict));
-  return dumped({{"name", run.description.name},
-                 {"duration", run.duration},
-                 {"standstill", orNull(run.standstill)},
-                 {"gaps", run.gaps},
-                 {"sensors", sensors},
-                 {"devices", describeAll(run.description.devices, run.levels)},
-                 {"algorithms", describeAll(run.description.algorithms, run.algorithms)},
-                 {"sources", describeAll(run.description.sources, run.powers)},
-                 {"scenarios", course(run.scenarios)},
-                 {"configurations", course(run.configurations)},
-                 {"performance", performance},
-                 {"verdicts", verdicts}});
+  put("{\"name\":" + dumped(who.name));
+  member("duration", run.duration);
+  member("standstill", orNull(run.standstill));
+  member("gaps", run.gaps);
+  list("sensors", who.sensors.size(), [&](size_t i) {
+    Json sensor = describe(who.sensors[i], run.temperatures[i]);
+    if (!run.sensorGaps[i].empty()) sensor["gaps"] = run.sensorGaps[i];
+    return sensor;
+  });
+  list("devices", who.devices.size(),
+       [&](size_t i) { return describe(who.devices[i], run.levels[i]); });
+  list("algorithms", who.algorithms.size(),
+       [&](size_t i) { return describe(who.algorithms[i], run.algorithms[i]); });
+  list("sources", who.sources.size(),
+       [&](size_t i) { return describe(who.sources[i], run.powers[i]); });
+  member("scenarios", names(run.scenarios));
+  member("configurations", names(run.configurations));
+  list("performance", run.performance.size(),
+       [&](size_t i) { return describe(run.performance[i]); });
+  list("verdicts", run.verdicts.size(), [&](size_t i) { return describe(run.verdicts[i]); });
+  put("}");
 }
 
 template <typename Visit> void HtmlReport::forEachCourse(Visit visit) {
@@ -230,7 +239,7 @@ template <typename Visit> void HtmlReport::forEachCourse(Visit visit) {
   }
 }
 
-std::vector<std::string> HtmlReport::fitting() {
+void HtmlReport::fit() {
   size_t room = kPageBytes;
   for (const std::string_view part : {page::kStyle, page::kBody, page::kDygraphs, page::kScript})
     room -= part.size();
@@ -240,15 +249,15 @@ std::vector<std::string> HtmlReport::fitting() {
   // enough to be sent around.
   for (;; longest /= 2) {
     forEachCourse([&](auto& course) { course.limitTo(longest); });
-    std::vector<std::string> texts;
     size_t size = 0;
     for (const Run& run : runs)
-      size += texts.emplace_back(asJson(run)).size();
-    if (size <= room || longest < kFewestSamples / 8) return texts;
+      putRun(run, [&size](const std::string& text) { size += text.size(); });
+    if (size <= room || longest < kFewestSamples / 8) return;
   }
 }
 
 void HtmlReport::write(std::ostream& out, bool traced) {
+  fit();
   // The data stand in front of the scripts, which find them whole when they are run.
   out << "<!doctype html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>"
@@ -258,8 +267,9 @@ void HtmlReport::write(std::ostream& out, bool traced) {
       << ",\"origin\":" << dumped(describe(origin)) << ",\"traced\":" << dumped(traced)
       << ",\"runs\":[";
   const char* separator = "\n";
-  for (const std::string& run : fitting()) {
-    out << separator << run;
+  for (const Run& run : runs) {
+    out << separator;
+    putRun(run, [&out](const std::string& text) { out << text; });
     separator = ",\n";
   }
   out << "\n]}</script>\n<script>\n"

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -76,10 +77,12 @@ private:
     int64_t duration = 0;              // milliseconds
   };
 
-  static std::string asJson(const Run& run);
+  // A run as JSON, piece by piece: as text its courses are longer than what is kept of them.
+  using Put = std::function<void(const std::string&)>;
+  static void putRun(const Run& run, const Put& put);
   template <typename Visit> void forEachCourse(Visit visit);
-  // Each run as text, all of them within the room that the page has.
-  std::vector<std::string> fitting();
+  // Thins the courses until all runs have room in the page.
+  void fit();
 
   std::string title;
   Provenance origin;

@@ -4,7 +4,7 @@
 #include <numeric>
 
 void TimeAtValue::change(int64_t time, int32_t value) {
-  if (current) {
+  if (here) {
     finish(time);
     ++changeCount;
     least = std::min(least, value);
@@ -26,25 +26,32 @@ void TimeAtValue::moveTo(int32_t value) {
   int64_t index = value - first;
   if (unit != 1) {
     const int64_t distance = index;
-    if (unit == 0 ? distance != 0 : distance % unit != 0) takeUnit(distance);
     index = unit == 0 ? 0 : distance / unit;
+    if (index * unit != distance) {
+      takeUnit(distance);
+      index = distance / unit;
+    }
   }
-  place = static_cast<size_t>(index & (kSize - 1));
+  const auto place = static_cast<size_t>(index & (kSize - 1));
   const int64_t number = (index - static_cast<int64_t>(place)) / kSize;
+  if (!current.block || current.number != number) enter(number);
+  here = &current.block->times[place];
+  *here = std::max<int64_t>(*here, 0);
+}
+
+void TimeAtValue::enter(int64_t number) {
   Near& known = near[static_cast<size_t>(number) % kNear];
   if (!known.block || known.number != number) {
     const auto [found, isNew] = blocks.try_emplace(number);
     if (isNew) found->second.times.fill(kNever);
     known = {number, &found->second};
   }
-  current = known.block;
-  add(0);
+  current = known;
 }
 
 void TimeAtValue::add(int64_t time) {
-  int64_t& here = current->times[place];
-  here = std::max<int64_t>(here, 0) + time;
-  current->whole += time;
+  *here += time;
+  current.block->whole += time;
 }
 
 // A value lies between those that could be told apart up to now.
@@ -52,6 +59,7 @@ void TimeAtValue::takeUnit(int64_t distance) {
   const auto values = all();
   blocks.clear();
   near = {};
+  current = {};
   unit = std::gcd(unit, distance);
   for (const auto& [value, time] : values) {
     moveTo(value);
@@ -60,7 +68,7 @@ void TimeAtValue::takeUnit(int64_t distance) {
 }
 
 void TimeAtValue::finish(int64_t time) {
-  if (current) {
+  if (here) {
     add(time - since);
     whole += time - since;
     weighted += static_cast<double>(held) * static_cast<double>(time - since);

@@ -23,14 +23,14 @@ public:
 
   // Times never fall. The first value begins the record.
   void set(int64_t time, int32_t value) {
-    if (!current || value != held) change(time, value);
+    if (!here || value != held) change(time, value);
   }
   // The last value held until then.
   void finish(int64_t time);
   // Nothing is known of the time between the two; behind it the last value holds on.
   void skip(int64_t from, int64_t to);
 
-  bool empty() const { return !current; }
+  bool empty() const { return !here; }
   uint32_t changes() const { return changeCount; }
   int64_t total() const { return whole; }
   int64_t at(int32_t value) const;
@@ -65,6 +65,7 @@ private:
 
   void change(int64_t time, int32_t value);
   void moveTo(int32_t value);
+  void enter(int64_t number);
   void add(int64_t time);
   void takeUnit(int64_t distance);
   int64_t valueOf(int64_t number, size_t place) const;
@@ -74,8 +75,9 @@ private:
   int64_t unit = 0;
   std::map<int64_t, Block> blocks; // by their numbers
   std::array<Near, kNear> near{};  // of these, by the last digits of their numbers
-  Block* current = nullptr;        // that of the value in force
-  size_t place = 0;                // of the value in force, therein
+  // That of the value in force, and the time therein.
+  Near current;
+  int64_t* here = nullptr;
   int32_t held = 0;                // the value in force
   int32_t least = 0;
   int32_t most = 0;

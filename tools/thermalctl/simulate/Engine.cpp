@@ -46,7 +46,7 @@ void Engine::Control::handOverName(SensorThread& thread, bool newConf) {
     engine.observer.inForce(engine.now, owner->confFileName, requestedScenName);
   prepareName(thread, newConf);
   engine.sample(engine.schedule.workerOf(thread), &SensorThread::takeOverScenario);
-  engine.observer.items(engine.now);
+  engine.showItems();
   engine.schedule.wakeItems(engine.now);
 }
 
@@ -60,7 +60,7 @@ void Engine::Control::letWokenItemsDecide() {
       engine.pass(worker);
     } else {
       worker.ask([](auto* thread) { thread->decideWoken(); });
-      engine.observer.itemsAndDevices(engine.now);
+      engine.showItemsAndDevices();
     }
   }
 }
@@ -68,7 +68,7 @@ void Engine::Control::letWokenItemsDecide() {
 // The sensor thread would go on with its pass at once.
 void Engine::Control::release(SensorThread& thread) {
   thread.leaveOldScenario();
-  engine.observer.itemsAndDevices(engine.now);
+  engine.showItemsAndDevices();
   engine.pass(engine.schedule.workerOf(thread));
 }
 
@@ -168,7 +168,7 @@ void Engine::takeScenarioCycle() {
   // The scenario thread joins the workers that it retires, and its next look comes that much later.
   busyUntil = now + schedule.gatherItemWorkers(now);
   schedule.scenarioDue = busyUntil + kControlPeriod.count();
-  observer.itemsAndDevices(now);
+  showItemsAndDevices();
 }
 
 // A change waits until every sensor worker takes part, and those that take part sample nothing
@@ -200,10 +200,9 @@ void Engine::sample(const SensorWorker& worker, void (SensorThread::*step)()) {
 
 // It may wake items, and changes nothing else of them.
 void Engine::pass(SensorWorker& worker) {
-  const int64_t awake = schedule.awakeItems();
   sample(worker, &SensorThread::samplingPass);
-  if (schedule.awakeItems() != awake) {
-    observer.items(now);
+  if (schedule.awakeItems() != awakeWhenShown) {
+    showItems();
     schedule.wakeItems(now);
   }
   worker.due = now + worker.period;
@@ -212,5 +211,15 @@ void Engine::pass(SensorWorker& worker) {
 void Engine::pass(ItemWorker& worker) {
   worker.ask([](auto* thread) { thread->decisionPass(); });
   worker.due = now + worker.period;
+  showItemsAndDevices();
+}
+
+void Engine::showItems() {
+  observer.items(now);
+  awakeWhenShown = schedule.awakeItems();
+}
+
+void Engine::showItemsAndDevices() {
   observer.itemsAndDevices(now);
+  awakeWhenShown = schedule.awakeItems();
 }

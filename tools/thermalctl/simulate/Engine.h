@@ -90,6 +90,8 @@ private:
   void sample(const SensorWorker& worker, void (SensorThread::*step)());
   void pass(SensorWorker& worker);
   void pass(ItemWorker& worker);
+  void showItems();
+  void showItemsAndDevices();
 
   const RunInput& input;
   Listener listener;
@@ -103,6 +105,7 @@ private:
   int64_t nextProgress = 0; // before the run has begun
   int64_t wokenAt = -1;
   uint64_t wakeupCount = 0;
+  int64_t awakeWhenShown = 0; // items
   // Until then the scenario thread waits for workers that it retires, and then it overwrites what
   // the request file holds.
   int64_t busyUntil = 0;

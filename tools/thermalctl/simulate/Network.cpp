@@ -84,6 +84,7 @@ void Network::start(const std::vector<double>& nodeTemperatures, double ambient_
   for (Observer& observer : observers)
     addObserverRow(observer);
   steps.resize(kFactorsKept / (count + observers.size()) + 1);
+  known.resize(count + observers.size());
 }
 
 // With O the observer above the ambient, a mode z that decays with the rate r, and q z its share in
@@ -114,6 +115,7 @@ void Network::setFromNowOn() {
 
 void Network::setAmbient(double celsius, double kelvinPerSecond) {
   setFromNowOn();
+  ++states;
   // The temperatures stay, so that what they are above the ambient changes.
   const double change = celsius - ambient;
   for (size_t mode = 0; mode < state.size(); ++mode)
@@ -178,6 +180,7 @@ void Network::advanceBy(double seconds) {
 }
 
 void Network::apply(const Step& step) {
+  ++states;
   const double passed = sinceSet();
   const auto after = [this, passed](const Factors& factors, double old, double drive,
                                     double slope) {
@@ -224,7 +227,9 @@ Network::Step Network::stepOf(double seconds) const {
 }
 
 const Network::Step& Network::keptStep(int64_t length) {
-  Step& step = steps[static_cast<size_t>(length) % steps.size()];
+  // Mostly the one before was as long.
+  if (steps[lastStep].length != length) lastStep = static_cast<size_t>(length) % steps.size();
+  Step& step = steps[lastStep];
   if (step.length == length && (step.hasSlopes || !sloped)) return step;
   step = stepOf(static_cast<double>(length) / 1000);
   step.length = length;

@@ -46,10 +46,11 @@ public:
   // To where a slope ends between two milliseconds; the length of such a step is not kept.
   void advanceBy(double seconds);
 
-  // In proportion to the number of nodes.
+  // In proportion to the number of nodes, the first time after a step.
   double temperature(size_t node) const {
-    const double own = node < numbers.nodes ? 0 : observers[node - numbers.nodes].part;
-    return presentAmbient() + own + aboveAmbient(node);
+    Known& one = known[node];
+    if (one.state != states) one = {states, calculated(node)};
+    return one.celsius;
   }
 
 private:
@@ -77,6 +78,16 @@ private:
     std::vector<Factors> resonances; // by observer and its resonant modes
   };
 
+  // A temperature and in which state it was calculated.
+  struct Known {
+    uint64_t state = 0;
+    double celsius = 0;
+  };
+
+  double calculated(size_t node) const {
+    const double own = node < numbers.nodes ? 0 : observers[node - numbers.nodes].part;
+    return presentAmbient() + own + aboveAmbient(node);
+  }
   const double* row(size_t node) const { return rows.data() + node * numbers.nodes; }
   // But for the part of an observer that is its own.
   double aboveAmbient(size_t node) const {
@@ -113,5 +124,8 @@ private:
   bool sloped = false;
 
   std::vector<double> state; // of the modes
+  uint64_t states = 1;       // that there have been
+  mutable std::vector<Known> known;
   std::vector<Step> steps;
+  size_t lastStep = 0;
 };

@@ -9,8 +9,10 @@ NodeFeed::NodeFeed(const RunInput& input_, Plant& plant_)
 
 std::streambuf* NodeFeed::make(const std::string& sensor) {
   for (size_t i = 0; i < nodes.size(); ++i) {
-    if (input.description.sensors[input.plant.probes[i].sensor].name != sensor) continue;
+    const SensorTrack& track = input.description.sensors[input.plant.probes[i].sensor];
+    if (track.name != sensor) continue;
     nodes[i] = std::make_unique<Node>();
+    nodes[i]->unit = track.unit;
     return &nodes[i]->text;
   }
   return nullptr;
@@ -21,13 +23,12 @@ void NodeFeed::refresh(size_t probe) {
   if (!node || node->faulty) return;
   const int32_t reading = plant.reading(probe);
   if (reading == node->shown) return;
-  node->text.show(numberOf(probe, reading));
+  node->text.show(node->numberOf(reading));
   node->shown = reading;
   node->begun = true;
 }
 
-int32_t NodeFeed::numberOf(size_t probe, int32_t millidegrees) const {
-  const int32_t unit = input.description.sensors[input.plant.probes[probe].sensor].unit;
+int32_t NodeFeed::Node::numberOf(int32_t millidegrees) const {
   if (unit == 1) return millidegrees;
   return static_cast<int32_t>(std::lround(static_cast<double>(millidegrees) / unit));
 }
@@ -43,13 +44,13 @@ void NodeFeed::setFault(const Change& change) {
   // reading.
   const bool isNew = !std::exchange(node->begun, true);
   if (change.word == fault::kStuck && isNew)
-    return node->text.show(numberOf(change.index, plant.reading(change.index)));
+    return node->text.show(node->numberOf(plant.reading(change.index)));
   if (change.word == fault::kStuck) return;
   // A stream that finds nothing fails, and the daemon clears no failure: such a sensor reads 0 to
   // the end of the run, whatever its node holds later.
   if (change.word == fault::kUnreadable) return node->text.show("");
   if (change.word == fault::kNonsense) return node->text.show("nonsense");
   if (change.word == fault::kValue)
-    return node->text.show(numberOf(change.index, millidegreesOf(change.value)));
+    return node->text.show(node->numberOf(millidegreesOf(change.value)));
   throw std::logic_error("a fault that no node can have: " + change.word);
 }

@@ -27,10 +27,11 @@ public:
   void setFault(const Change& change);
 
 private:
-  // What the probe's node shows of a temperature, in the unit that it counts in.
-  int32_t numberOf(size_t probe, int32_t millidegrees) const;
-
   struct Node {
+    // What it shows of a temperature.
+    int32_t numberOf(int32_t millidegrees) const;
+
+    int32_t unit = 1; // that it counts in
     NodeText text;
     bool begun = false; // whether it has ever been given a text
     bool faulty = false;

@@ -7,7 +7,7 @@
 
 Observer::Observer(const RunInput& input_, const VirtualDaemon& daemon_, Plant& plant_,
                    TraceSink& sink_)
-    : input(input_), daemon(daemon_), plant(plant_), sink(sink_),
+    : input(input_), firstNode(input.firstNode()), daemon(daemon_), plant(plant_), sink(sink_),
       shownAt(input_.plant.nodes.size(), -1), shownPowers(input_.plant.sources.size(), -1) {
   // In the description's order, which goes through a registry of the same names: an index fits
   // both.
@@ -83,7 +83,7 @@ void Observer::nodes(int64_t now) {
 void Observer::showNode(int64_t now, size_t node) {
   if (shownAt[node] == now) return;
   shownAt[node] = now;
-  sink.temperature(now, input.firstNode() + node, millidegreesOf(plant.temperature(node)));
+  sink.temperature(now, firstNode + node, millidegreesOf(plant.temperature(node)));
 }
 
 void Observer::powers(int64_t now) {

@@ -54,6 +54,7 @@ private:
   };
 
   const RunInput& input;
+  const size_t firstNode; // among the sensors of the description
   const VirtualDaemon& daemon;
   Plant& plant;
   TraceSink& sink;

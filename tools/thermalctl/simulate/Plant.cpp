@@ -127,7 +127,7 @@ int32_t Plant::reading(size_t probe) {
   const PlantDescription::Probe& sensor = plant.probes[probe];
   double celsius = network.temperature(observed[probe]) + sensor.offset;
   // As in a sensor: what it has of the heat, noise included, is what it turns into steps.
-  if (sensor.noise > 0) celsius += sensor.noise * noise[probe].normal();
+  if (sensor.noise > 0) celsius += sensor.noise * noise[probe].next();
   if (sensor.step > 0) {
     const double steps = celsius / sensor.step;
     const bool hasFraction = std::abs(steps) < 1e15;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "simulate/Network.h"
@@ -96,6 +97,15 @@ private:
     double bend = std::numeric_limits<double>::infinity(); // seconds until its slopes change
   };
 
+  // A number ahead: no reading waits until its own is added up.
+  struct Noise {
+    explicit Noise(uint64_t seed) : random(seed), ahead(random.normal()) {}
+    double next() { return std::exchange(ahead, random.normal()); }
+
+    Random random;
+    double ahead;
+  };
+
   static Network networkOf(const PlantDescription& plant, std::vector<size_t>& observed);
   void give(size_t source, const Given& given);
   void change(size_t source);
@@ -110,7 +120,7 @@ private:
   // Above `network`, whose making fills it.
   std::vector<size_t> observed; // by probe: the state of the network that it reads
   Network network;
-  std::vector<Random> noise; // by probe
+  std::vector<Noise> noise; // by probe
   std::vector<Source> sources;
   bool powersChanged = true;
   bool anyRamp = false; // of a source

@@ -24,9 +24,15 @@ public:
     // As many bits as a double holds, each a number from 0 to 1 in the last of its places: a power
     // of two changes no digit, so that it is enough to take it off the sum.
     constexpr double kPlaces = 0x1p53;
+    const auto draw = [this] { return static_cast<double>(static_cast<int64_t>(next() >> 11)); };
     double sum = -6 * kPlaces;
-    for (int i = 0; i < 12; ++i)
-      sum += static_cast<double>(static_cast<int64_t>(next() >> 11));
+    // Four at a time: to count them takes a tenth of what they do.
+    for (int i = 0; i < 12; i += 4) {
+      sum += draw();
+      sum += draw();
+      sum += draw();
+      sum += draw();
+    }
     return sum / kPlaces;
   }
 

@@ -43,13 +43,24 @@ SensorWorker& Schedule::workerOf(const SensorThread& thread) {
 // In the order in which they come at one time.
 Schedule::Turn Schedule::next() {
   Turn first{changeDue(), Turn::Kind::kChange};
-  for (ItemWorker& worker : itemWorkers)
-    if (worker.due < first.time) first = {worker.due, Turn::Kind::kItems, &worker};
+  int64_t others = std::min(scenarioDue, nodesDue);
+  for (const SensorWorker& worker : sensorWorkers)
+    others = std::min(others, worker.due);
+  // Mostly they sleep, all of them.
+  if (itemsDue <= others) findItems(first);
   for (SensorWorker& worker : sensorWorkers)
     if (worker.due < first.time) first = {worker.due, Turn::Kind::kSensors, nullptr, &worker};
   if (scenarioDue < first.time) first = {scenarioDue, Turn::Kind::kScenario};
   if (nodesDue < first.time) first = {nodesDue, Turn::Kind::kNodes};
   return first;
+}
+
+void Schedule::findItems(Turn& first) {
+  itemsDue = kNever;
+  for (ItemWorker& worker : itemWorkers) {
+    itemsDue = std::min(itemsDue, worker.due);
+    if (worker.due < first.time) first = {worker.due, Turn::Kind::kItems, &worker};
+  }
 }
 
 int64_t Schedule::changeDue() const {
@@ -80,6 +91,7 @@ void Schedule::wakeSensors(int64_t now) {
 }
 
 void Schedule::wakeItems(int64_t now) {
+  itemsDue = now;
   for (ItemWorker& worker : itemWorkers)
     if (worker.due == kNever && worker.isAwake()) worker.due = now;
 }
@@ -87,6 +99,7 @@ void Schedule::wakeItems(int64_t now) {
 int64_t Schedule::gatherItemWorkers(int64_t now) {
   // Workers come and go with configurations. Those that stay keep their time, those that are new
   // begin now, and for those that are gone the daemon has waited.
+  itemsDue = now;
   std::vector<ItemWorker> before;
   before.swap(itemWorkers);
   const auto gather = [&](const auto& workers) {

@@ -87,10 +87,12 @@ public:
 
 private:
   int64_t changeDue() const;
+  void findItems(Turn& first);
   SensorWorker made(SensorThread* thread) const;
 
   const RunInput& input;
   const VirtualDaemon& daemon;
   size_t nextChange = 0;
   int64_t workloadStart = 0; // of its present repetition
+  int64_t itemsDue = 0;      // no worker of items earlier
 };

@@ -2,11 +2,6 @@
 
 #include <algorithm>
 
-int32_t SensorTrack::millidegreesOf(int32_t number) const {
-  const int64_t millidegrees = int64_t{number} * unit;
-  return static_cast<int32_t>(std::clamp<int64_t>(millidegrees, INT32_MIN, INT32_MAX));
-}
-
 void TraceDescription::countIn(const SensorUnits& units) {
   for (SensorTrack& sensor : sensors)
     if (const auto own = units.find(sensor.name); !sensor.isNode() && own != units.end())

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -36,7 +37,10 @@ struct SensorTrack {
   int32_t unit = 1;
 
   // Of a number of the daemon's.
-  int32_t millidegreesOf(int32_t number) const;
+  int32_t millidegreesOf(int32_t number) const {
+    const int64_t millidegrees = int64_t{number} * unit;
+    return static_cast<int32_t>(std::clamp<int64_t>(millidegrees, INT32_MIN, INT32_MAX));
+  }
   bool isNode() const { return kind == Kind::kPlantNode; }
 };
 

@@ -1,7 +1,10 @@
 #include "report/Envelope.h"
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,7 +20,7 @@ TEST(EnvelopeTest, KeepsEverySampleAsLongAsTheyFit) {
   ASSERT_EQ(envelope.size(), 3u);
   EXPECT_EQ(envelope.stretch(), 1);
   for (int32_t i = 0; i < 3; ++i) {
-    const Envelope::Stretch& sample = envelope.stretches()[static_cast<size_t>(i)];
+    const Envelope::Stretch sample = envelope.stretches()[static_cast<size_t>(i)];
     EXPECT_EQ(sample.time, i * 250);
     EXPECT_EQ(sample.mean(), 10 * i);
     EXPECT_EQ(sample.low, 10 * i);
@@ -42,7 +45,7 @@ TEST(EnvelopeTest, KeepsTheLowestMeanAndHighestOfEachStretch) {
   ASSERT_EQ(envelope.stretch(), 512);
   ASSERT_EQ(envelope.size(), 8u);
   for (size_t i = 0; i < 8; ++i) {
-    const Envelope::Stretch& stretch = envelope.stretches()[i];
+    const Envelope::Stretch stretch = envelope.stretches()[i];
     const auto first = values.begin() + static_cast<ptrdiff_t>(512 * i);
     EXPECT_EQ(stretch.time, static_cast<int64_t>(512 * i));
     EXPECT_EQ(stretch.low, *std::min_element(first, first + 512));
@@ -79,7 +82,35 @@ TEST(EnvelopeTest, HasNothingWhereNothingWasSampled) {
   for (int64_t i = 0; i < 100; ++i)
     envelope.add(i < 50 ? i : i + 100000, 1);
   for (const Envelope::Stretch& stretch : envelope.stretches())
-    EXPECT_TRUE(stretch.time < 50 || stretch.time >= 100050) << stretch.time;
+    EXPECT_TRUE(stretch.time < 50 || stretch.time + envelope.stretch() > 100050) << stretch.time;
+}
+
+TEST(EnvelopeTest, KeepsWhateverStretchesAreApart) {
+  constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
+  constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+  Envelope envelope(5);
+  // Three stretches of two samples, a late one of a single sample, and one much later.
+  const std::vector<std::pair<int64_t, int32_t>> samples = {{0, kLeast},
+                                                            {1, kMost},
+                                                            {2, 0},
+                                                            {3, -1},
+                                                            {4, 63},
+                                                            {5, 64},
+                                                            {1'000'000'000'001, kLeast},
+                                                            {4'000'000'000'000, kMost}};
+  for (const auto& [time, value] : samples)
+    envelope.add(time, value);
+  ASSERT_EQ(envelope.stretch(), 2);
+  const Stretches kept = envelope.stretches();
+  ASSERT_EQ(kept.size(), 5u);
+  const auto of = [&kept](size_t i) {
+    return std::make_tuple(kept[i].time, kept[i].sum, kept[i].count, kept[i].low, kept[i].high);
+  };
+  EXPECT_EQ(of(0), std::make_tuple(0, -1, 2u, kLeast, kMost));
+  EXPECT_EQ(of(1), std::make_tuple(2, -1, 2u, -1, 0));
+  EXPECT_EQ(of(2), std::make_tuple(4, 127, 2u, 63, 64));
+  EXPECT_EQ(of(3), std::make_tuple(1'000'000'000'000, kLeast, 1u, kLeast, kLeast));
+  EXPECT_EQ(of(4), std::make_tuple(4'000'000'000'000, kMost, 1u, kMost, kMost));
 }
 
 TEST(EnvelopeTest, IsEncodedAsSamplesAndThenAsStretches) {

@@ -1,6 +1,10 @@
 #include "check/rule/Keys.h"
 
 #include <algorithm>
+#include <map>
+#include <optional>
+#include <string>
+#include <type_traits>
 
 #include "text/LookAlikes.h"
 #include "text/Nearest.h"
@@ -31,6 +35,21 @@ template <typename Of> bool hasSlipFor(const Of& block, const std::string& key) 
                      [&](const Property& property) { return meantKey(block, property) == key; });
 }
 
+// Of every key of items and sections.
+std::map<std::string, Shape> shapesOfKeys() {
+  std::map<std::string, Shape> shapes;
+  const auto take = [&](const char* key, const auto& field, auto...) {
+    shapes[key] = kShape<std::decay_t<decltype(field)>>;
+  };
+  const Item item;
+  for (const ItemKind kind : {ItemKind::kMonitor, ItemKind::kSS})
+    visitKeys(item, kind, take);
+  const Section section;
+  for (const std::string& word : sectionKindWords())
+    visitKeys(section, sectionKind(word), take);
+  return shapes;
+}
+
 } // namespace
 
 bool contains(const std::vector<std::string>& words, const std::string& word) {
@@ -38,17 +57,9 @@ bool contains(const std::vector<std::string>& words, const std::string& word) {
 }
 
 std::optional<Shape> shapeOf(const std::string& key) {
-  std::optional<Shape> shape;
-  const auto look = [&](const char* known, const auto& field, auto...) {
-    if (key == known) shape = kShape<std::decay_t<decltype(field)>>;
-  };
-  const Item item;
-  for (const ItemKind kind : {ItemKind::kMonitor, ItemKind::kSS})
-    visitKeys(item, kind, look);
-  const Section section;
-  for (const std::string& word : sectionKindWords())
-    visitKeys(section, sectionKind(word), look);
-  return shape;
+  static const std::map<std::string, Shape> shapes = shapesOfKeys();
+  const auto found = shapes.find(key);
+  return found == shapes.end() ? std::nullopt : std::optional(found->second);
 }
 
 bool takesAList(const std::string& key) {

@@ -1,8 +1,10 @@
 #include "check/rule/Numbers.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
+#include <system_error>
 
 #include "text/Phrases.h"
 
@@ -25,12 +27,21 @@ int64_t millidegreesOf(const Number& temperature, int32_t unit) {
 // The daemon reads "500ms" as 500, "fast" as 0 and 5000000000 as its last 32 bits: by the first
 // digits and no further.
 NumberReading readingOf(const std::string& word) {
-  char* end = nullptr;
-  const long long value = std::strtoll(word.c_str(), &end, 10);
-  if (end == word.c_str()) return NumberReading::kNoDigits;
+  // Digits need no way through a locale. White space and a "+" are left to it.
+  long long value = 0;
+  const char* const begin = word.c_str();
+  const auto read = std::from_chars(begin, begin + word.size(), value);
+  const char* end = read.ptr;
+  if (read.ec == std::errc::result_out_of_range) return NumberReading::kTooLarge;
+  if (read.ec != std::errc()) {
+    char* behind = nullptr;
+    value = std::strtoll(begin, &behind, 10);
+    end = behind;
+  }
+  if (end == begin) return NumberReading::kNoDigits;
   if (value > INT32_MAX || value < INT32_MIN) return NumberReading::kTooLarge;
-  return static_cast<size_t>(end - word.c_str()) < word.size() ? NumberReading::kCutShort
-                                                               : NumberReading::kWhole;
+  return static_cast<size_t>(end - begin) < word.size() ? NumberReading::kCutShort
+                                                        : NumberReading::kWhole;
 }
 
 bool isNumber(const std::string& word) {
