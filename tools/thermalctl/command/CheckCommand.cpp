@@ -23,7 +23,7 @@
 
 namespace {
 
-struct Options {
+struct CheckOptions {
   std::string environment;
   std::vector<std::string> configurations;
   std::string format = "text";
@@ -37,7 +37,7 @@ struct Options {
   bool listsRules = false;
 };
 
-constexpr char kExamples[] =
+constexpr char kCheckExamples[] =
     "Examples:\n"
     "  thermalctl check --env talmor-thermal.env --conf talmor-thermal.conf\n"
     "  thermalctl check --env board.env --conf day.conf --conf night.conf --werror\n"
@@ -75,7 +75,7 @@ void listRules() {
     std::cout << rule.name << '\n';
 }
 
-void explain(const Options& options) {
+void explain(const CheckOptions& options) {
   const std::string& name = options.explainedRule;
   if (name != "all") requireRule("--explain", name);
   if (options.format == "markdown" && name == "all") return printRulesPage(std::cout);
@@ -104,7 +104,7 @@ std::set<std::string> chosen(const std::string& option, const std::vector<std::s
   return {rules.begin(), rules.end()};
 }
 
-RuleChoice choiceOf(const Options& options) {
+RuleChoice choiceOf(const CheckOptions& options) {
   std::map<std::string, std::string> choices;
   RuleChoice choice;
   choice.disabled = chosen("--disable", options.disabledRules, choices);
@@ -115,7 +115,7 @@ RuleChoice choiceOf(const Options& options) {
 
 // Errors: a format that does not fit what is asked for is none of the library's to tell: each is
 //         one of the words that --format takes.
-InspectionOrder orderOf(const Options& options) {
+InspectionOrder orderOf(const CheckOptions& options) {
   if (options.environment.empty()) throw UsageError("--env is required; write --env FILE");
   if (options.format == "markdown") throw UsageError("--format: markdown is for --explain all");
   const bool isPage = options.format == "html";
@@ -146,7 +146,7 @@ ExitStatus statusOf(const Inspection& inspection, bool werror) {
   return problems > 0 ? kProblems : kFine;
 }
 
-ExitStatus checkFiles(const Options& options) {
+ExitStatus checkFiles(const CheckOptions& options) {
   const Inspection inspection = inspect(orderOf(options));
   for (const UnreadFile& file : inspection.unread)
     complain(kCouldNotRun, describe(file));
@@ -160,7 +160,7 @@ ExitStatus checkFiles(const Options& options) {
   return statusOf(inspection, options.werror);
 }
 
-ExitStatus run(const Options& options) {
+ExitStatus runCheck(const CheckOptions& options) {
   if (options.listsRules)
     listRules();
   else if (!options.explainedRule.empty())
@@ -170,7 +170,7 @@ ExitStatus run(const Options& options) {
   return kFine;
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addCheckOptions(CommandLine& line, CheckOptions& options) {
   line.option("--env", &options.environment, "The environment file").takes("FILE");
   line.option("--conf", &options.configurations, "A configuration for it; any number")
       .takes("FILE");
@@ -203,5 +203,5 @@ void addOptions(CommandLine& line, Options& options) {
 
 Command checkCommand() {
   return commandOf("check", "Tell what the daemon will do wrong with a board's two files",
-                   kExamples, addOptions, run);
+                   kCheckExamples, addCheckOptions, runCheck);
 }

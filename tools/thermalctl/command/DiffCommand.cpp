@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Options {
+struct DiffOptions {
   std::string before;
   std::string after = ".";
   std::string format = "text";
@@ -31,7 +31,7 @@ struct Options {
   }
 };
 
-constexpr char kExamples[] =
+constexpr char kDiffExamples[] =
     "Examples:\n"
     "  thermalctl diff old.conf new.conf\n"
     "  thermalctl diff boards/phone boards/tablet\n"
@@ -65,7 +65,7 @@ Side atRevision(const std::string& name, const fs::path& other) {
   return side;
 }
 
-std::pair<Side, Side> sidesOf(const Options& options) {
+std::pair<Side, Side> sidesOf(const DiffOptions& options) {
   const bool hasBefore = fs::exists(options.before);
   const bool hasAfter = fs::exists(options.after);
   const fs::path here = hasBefore ? options.before : hasAfter ? options.after : ".";
@@ -111,7 +111,7 @@ InspectionOrder orderOf(const fs::path& path) {
 }
 
 // What one side means.
-struct Reading {
+struct ReadSide {
   Inspection inspection;
   Meaning meaning;
   FileNames names;
@@ -119,17 +119,17 @@ struct Reading {
 
 // Whether all that was named could be read. Without a board a configuration is read for one that
 // has whatever it names.
-bool isRead(const Reading& reading, const InspectionOrder& order) {
+bool isRead(const ReadSide& reading, const InspectionOrder& order) {
   return std::all_of(
       reading.inspection.unread.begin(), reading.inspection.unread.end(),
       [&](const UnreadFile& file) { return file.name.empty() && order.environment.empty(); });
 }
 
 // A configuration without a board beside it is for that of the other one.
-Reading readingOf(const Side& side, const Side& other) {
+ReadSide readingOf(const Side& side, const Side& other) {
   InspectionOrder order = orderOf(side.path);
   if (order.environment.empty()) order.environment = orderOf(other.path).environment;
-  Reading reading{inspect(order), {}, {}};
+  ReadSide reading{inspect(order), {}, {}};
   if (!isRead(reading, order)) {
     for (const UnreadFile& file : reading.inspection.unread)
       complain(kCouldNotRun, describe(file));
@@ -148,7 +148,7 @@ Reading readingOf(const Side& side, const Side& other) {
   return reading;
 }
 
-Difference differenceOf(const Reading& before, const Reading& after) {
+Difference differenceOf(const ReadSide& before, const ReadSide& after) {
   const Coverage old(before.inspection.environment, before.inspection.configurations);
   const Coverage now(after.inspection.environment, after.inspection.configurations);
   return {changesOf(before.meaning, after.meaning),
@@ -202,7 +202,7 @@ private:
   std::streambuf* usual;
 };
 
-ExitStatus compare(const Options& options, const Side& before, const Side& after) {
+ExitStatus compare(const DiffOptions& options, const Side& before, const Side& after) {
   Difference difference = differenceOf(readingOf(before, after), readingOf(after, before));
   if (options.simulates || options.failsOn("verdict")) {
     difference.runs = simulated(simulatedSide(before, after), simulatedSide(after, before));
@@ -215,7 +215,7 @@ ExitStatus compare(const Options& options, const Side& before, const Side& after
   return fails ? kProblems : kFine;
 }
 
-ExitStatus run(const Options& options) {
+ExitStatus runDiff(const DiffOptions& options) {
   const std::pair<Side, Side> sides = sidesOf(options);
   const Telling telling(sides);
   try {
@@ -225,7 +225,7 @@ ExitStatus run(const Options& options) {
   }
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addDiffOptions(CommandLine& line, DiffOptions& options) {
   line.option("OLD", &options.before, "A file, a folder with a board's files, or a git revision")
       .takes("FILE|DIR")
       .isRequired();
@@ -246,6 +246,6 @@ void addOptions(CommandLine& line, Options& options) {
 } // namespace
 
 Command diffCommand() {
-  return commandOf("diff", "Tell what an edit of a board's files changes, by meaning", kExamples,
-                   addOptions, run);
+  return commandOf("diff", "Tell what an edit of a board's files changes, by meaning",
+                   kDiffExamples, addDiffOptions, runDiff);
 }

@@ -41,7 +41,7 @@
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kFitExamples[] =
     "Examples:\n"
     "  thermalctl fit --board boards/phone --plant sketch.toml --recording step.log,rails.csv \\\n"
     "    --validate game.log,rails2.csv --require 'rmse<=0.5C' --out fitted\n"
@@ -51,7 +51,7 @@ constexpr char kExamples[] =
     "\n"
     "Exit status: 0 fine, 1 a requirement was missed, 2 could not run.";
 
-struct Options {
+struct FitOptions {
   std::string sketch;
   bool plan = false;
   std::string board;
@@ -155,7 +155,7 @@ std::vector<Recorded> readAll(const std::vector<std::string>& lists, const Board
   return all;
 }
 
-Inputs readInputs(const Options& options, const BoardFolder& board, Problems& problems) {
+Inputs readInputs(const FitOptions& options, const BoardFolder& board, Problems& problems) {
   Inputs inputs;
   const std::string path = options.plant.empty() ? options.board + "/plant.toml" : options.plant;
   errno = 0;
@@ -269,7 +269,7 @@ ExitStatus judge(const std::vector<Requirement>& requirements, const Estimation&
 // A fit, and with it all that is told of it.
 class Run {
 public:
-  Run(const Options& options_, const BoardFolder& board_, Inputs inputs_)
+  Run(const FitOptions& options_, const BoardFolder& board_, Inputs inputs_)
       : options(options_), board(board_), inputs(std::move(inputs_)),
         names(namesOfOutputs(inputs.plant, board.description())) {}
 
@@ -358,7 +358,7 @@ private:
     return outputs.putInPlace();
   }
 
-  const Options& options;
+  const FitOptions& options;
   const BoardFolder& board;
   Inputs inputs;
   const std::vector<std::string> names;
@@ -368,7 +368,7 @@ private:
   };
 };
 
-ExitStatus sketch(const Options& options) {
+ExitStatus sketch(const FitOptions& options) {
   Problems problems;
   const std::optional<BoardFolder> board = boardOf(options.sketch, "", problems);
   problems.print(std::cerr, colourFor(STDERR_FILENO));
@@ -385,7 +385,7 @@ ExitStatus sketch(const Options& options) {
   return kFine;
 }
 
-ExitStatus runFit(const Options& options) {
+ExitStatus runFit(const FitOptions& options) {
   if (!options.sketch.empty()) return sketch(options);
   if (options.board.empty() && options.environment.empty())
     throw UsageError("--board is required, or --env and --plant; write --board DIR");
@@ -409,7 +409,7 @@ ExitStatus runFit(const Options& options) {
   return Run(options, *board, std::move(inputs)).go(requirements);
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addFitOptions(CommandLine& line, FitOptions& options) {
   line.option("--board", &options.board, "Folder with the board's *.env and *.conf files")
       .takes("DIR");
   line.option("--env", &options.environment,
@@ -443,6 +443,6 @@ void addOptions(CommandLine& line, Options& options) {
 } // namespace
 
 Command fitCommand() {
-  return commandOf("fit", "Find a thermal model's numbers from recordings of the device", kExamples,
-                   addOptions, runFit);
+  return commandOf("fit", "Find a thermal model's numbers from recordings of the device",
+                   kFitExamples, addFitOptions, runFit);
 }

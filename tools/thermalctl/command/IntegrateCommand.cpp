@@ -15,13 +15,13 @@
 
 namespace {
 
-struct Options {
+struct IntegrateOptions {
   std::string environment;
   std::optional<std::string> out;
   std::optional<std::string> verified;
 };
 
-constexpr char kExamples[] =
+constexpr char kIntegrateExamples[] =
     "Examples:\n"
     "  thermalctl integrate --env boards/phone/talmor-thermal.env --out android/phone\n"
     "  thermalctl integrate --env boards/phone/talmor-thermal.env --verify android/phone\n"
@@ -84,7 +84,7 @@ std::vector<Finding> findingsOf(const Inspection& inspection, const BoardNodes& 
   return findings;
 }
 
-ExitStatus run(const Options& options) {
+ExitStatus runIntegrate(const IntegrateOptions& options) {
   if (options.out.has_value() == options.verified.has_value())
     throw UsageError(options.out
                          ? "--out and --verify exclude each other; write one of them"
@@ -114,7 +114,7 @@ ExitStatus run(const Options& options) {
   return options.out ? write(*options.out, integration) : verify(*options.verified, integration);
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addIntegrateOptions(CommandLine& line, IntegrateOptions& options) {
   line.option("--env", &options.environment, "The environment file of the board")
       .takes("FILE")
       .isRequired();
@@ -127,6 +127,6 @@ void addOptions(CommandLine& line, Options& options) {
 
 Command integrateCommand() {
   return commandOf("integrate",
-                   "Write what an Android tree needs to take a board up, or compare it", kExamples,
-                   addOptions, run);
+                   "Write what an Android tree needs to take a board up, or compare it",
+                   kIntegrateExamples, addIntegrateOptions, runIntegrate);
 }

@@ -32,7 +32,7 @@
 
 namespace {
 
-constexpr char kExamples[] =
+constexpr char kPlotExamples[] =
     "Examples:\n"
     "  thermalctl plot phone.log --board boards/phone --out report\n"
     "  thermalctl plot phone.log simulated/trace.csv --board boards/phone --out both\n"
@@ -48,7 +48,7 @@ constexpr char kExamples[] =
     "without times where no --board has the sensors' periods, 3 no verdict: a sensor with a limit\n"
     "has no sample.";
 
-struct Options {
+struct PlotOptions {
   std::vector<std::string> logs;
   std::string board;
   OutputOptions outputs;
@@ -81,7 +81,8 @@ bool isTrace(LineFile& file) {
 // What the user gives, in the order in which he gives it; parts of one log are one.
 class Sources {
 public:
-  Sources(const Options& options_, const BoardFolder* board_) : options(options_), board(board_) {}
+  Sources(const PlotOptions& options_, const BoardFolder* board_)
+      : options(options_), board(board_) {}
 
   // Tells on standard error what there is to know of each. False if one is of no use.
   bool read() {
@@ -194,7 +195,7 @@ private:
     }
   }
 
-  const Options& options;
+  const PlotOptions& options;
   const BoardFolder* board;
   std::deque<LineFile> files;
   std::vector<JoinedLog::Part> traces;
@@ -210,7 +211,7 @@ std::optional<int64_t> parseTimeOfRun(const std::string& text) {
 }
 
 // The stretch that is asked for; nothing if it cannot be.
-std::optional<Window::Times> timesOf(const Options& options) {
+std::optional<Window::Times> timesOf(const PlotOptions& options) {
   Window::Times times;
   bool good = true;
   const auto take = [&good](const char* option, const std::string& text, int64_t& time) {
@@ -284,7 +285,7 @@ void play(const Sources& sources, const Window::Times& times, RunReport::Part& p
   }
 }
 
-ExitStatus report(const Options& options, const Sources& sources, const Window::Times& times,
+ExitStatus report(const PlotOptions& options, const Sources& sources, const Window::Times& times,
                   const Outputs& outputs) {
   RunReport report;
   if (!options.outputs.out.empty()) {
@@ -302,7 +303,7 @@ ExitStatus report(const Options& options, const Sources& sources, const Window::
   return verdictOf(report.results());
 }
 
-ExitStatus runPlot(const Options& options) {
+ExitStatus runPlot(const PlotOptions& options) {
   std::optional<BoardFolder> board;
   if (!options.board.empty()) board = readBoard(options.board);
   const std::optional<Window::Times> times = timesOf(options);
@@ -318,7 +319,7 @@ ExitStatus runPlot(const Options& options) {
   return report(options, sources, *times, outputs);
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addPlotOptions(CommandLine& line, PlotOptions& options) {
   line.option("LOG", &options.logs,
               "A log of a device, or a trace.csv of simulated runs; - is standard input")
       .isRequired()
@@ -340,5 +341,5 @@ void addOptions(CommandLine& line, Options& options) {
 Command plotCommand() {
   return commandOf("plot",
                    "Show what a device's log holds, laid over other logs and simulated runs",
-                   kExamples, addOptions, runPlot);
+                   kPlotExamples, addPlotOptions, runPlot);
 }

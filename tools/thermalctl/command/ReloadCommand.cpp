@@ -16,7 +16,7 @@
 
 namespace {
 
-struct Options : ControlOptions {
+struct ReloadOptions : ControlOptions {
   std::string file;
   std::string environment = kEnvironmentFile;
   bool force = false;
@@ -25,7 +25,7 @@ struct Options : ControlOptions {
   std::string name() const { return std::filesystem::path(file).filename().string(); }
 };
 
-constexpr char kExamples[] =
+constexpr char kReloadExamples[] =
     "Examples:\n"
     "  thermalctl reload night.conf\n"
     "  thermalctl reload boards/phone/talmor-thermal_night.conf --timeout 60\n"
@@ -60,7 +60,7 @@ Sources sourcesOf(const std::vector<Finding>& findings, const Inspection& inspec
 }
 
 // Whoever has asked for the scenario that was in force would like to know.
-ExitStatus tellInForce(const Options& options, const std::string& before,
+ExitStatus tellInForce(const ReloadOptions& options, const std::string& before,
                        const std::string& after) {
   std::cout << visible(options.name()) << " is in force";
   if (before != after) std::cout << ", scenario " << visible(after);
@@ -68,7 +68,7 @@ ExitStatus tellInForce(const Options& options, const std::string& before,
   return kFine;
 }
 
-ExitStatus explain(const Options& options, const Answer& answer) {
+ExitStatus explain(const ReloadOptions& options, const Answer& answer) {
   switch (answer.outcome) {
   case Outcome::kRefused:
     return complain(kProblems, "the daemon has rejected " + options.name() +
@@ -93,7 +93,7 @@ ExitStatus explain(const Options& options, const Answer& answer) {
   }
 }
 
-std::string scenarioIn(const Options& options) {
+std::string scenarioIn(const ReloadOptions& options) {
   return ControlFile(ControlDirectory(options.directory).scenarioFile).word().value_or("");
 }
 
@@ -108,7 +108,7 @@ std::string harmOf(const Configuration& configuration, const std::string& scenar
   return inForce ? "" : "leaves no item in force";
 }
 
-ExitStatus reload(const Options& options, const std::string& content, bool endsTheDaemon) {
+ExitStatus reload(const ReloadOptions& options, const std::string& content, bool endsTheDaemon) {
   const ControlDirectory directory(options.directory);
   const std::string before = scenarioIn(options);
   const Answer answer = askInTurn(options, [&](Waiting& waiting) {
@@ -124,7 +124,7 @@ ExitStatus reload(const Options& options, const std::string& content, bool endsT
   return tellInForce(options, before, scenarioIn(options));
 }
 
-ExitStatus run(const Options& options) {
+ExitStatus runReload(const ReloadOptions& options) {
   if (!isOneWord(options.name()) || options.name() == kParsed)
     return complain(kCouldNotRun, "a file called '" + options.name() +
                                       "' cannot be asked for: the request is one word");
@@ -148,7 +148,7 @@ ExitStatus run(const Options& options) {
                 configuration.fatal() != nullptr);
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addReloadOptions(CommandLine& line, ReloadOptions& options) {
   line.option("FILE", &options.file, "The configuration").takes("").isRequired();
   addDirectoryOption(line, options);
   line.option("--env", &options.environment, "The environment file of the running daemon")
@@ -162,5 +162,5 @@ void addOptions(CommandLine& line, Options& options) {
 
 Command reloadCommand() {
   return commandOf("reload", "Check a configuration, put it in force, and wait until it is",
-                   kExamples, addOptions, run);
+                   kReloadExamples, addReloadOptions, runReload);
 }

@@ -17,11 +17,11 @@
 
 namespace {
 
-struct Options : ControlOptions {
+struct ScenarioOptions : ControlOptions {
   std::string name;
 };
 
-constexpr char kExamples[] =
+constexpr char kScenarioExamples[] =
     "Examples:\n"
     "  thermalctl scenario game\n"
     "  thermalctl scenario Default --timeout 30\n"
@@ -45,14 +45,14 @@ std::vector<std::string> declaredScenarios(const ControlDirectory& directory) {
   return {scenarios.begin(), scenarios.end()};
 }
 
-ExitStatus tellRefusal(const Options& options, const std::string& inForce) {
+ExitStatus tellRefusal(const ScenarioOptions& options, const std::string& inForce) {
   const std::string hint =
       didYouMean(options.name, declaredScenarios(ControlDirectory(options.directory)));
   return complain(kProblems, "the configuration has no scenario '" + options.name + "'; " +
                                  inForce + " stays in force" + (hint.empty() ? "" : "; " + hint));
 }
 
-ExitStatus run(const Options& options) {
+ExitStatus runScenario(const ScenarioOptions& options) {
   if (!isOneWord(options.name))
     return complain(kCouldNotRun, "no scenario can be called '" + options.name + "'");
   const ControlDirectory directory(options.directory);
@@ -75,7 +75,7 @@ ExitStatus run(const Options& options) {
   }
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addScenarioOptions(CommandLine& line, ScenarioOptions& options) {
   line.option("NAME", &options.name, "The scenario").takes("").isRequired();
   addDirectoryOption(line, options);
   addTimeoutOption(line, options, "How long to wait");
@@ -84,6 +84,6 @@ void addOptions(CommandLine& line, Options& options) {
 } // namespace
 
 Command scenarioCommand() {
-  return commandOf("scenario", "Put a scenario in force, and wait until it is", kExamples,
-                   addOptions, run);
+  return commandOf("scenario", "Put a scenario in force, and wait until it is", kScenarioExamples,
+                   addScenarioOptions, runScenario);
 }

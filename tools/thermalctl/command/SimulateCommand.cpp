@@ -21,7 +21,7 @@ namespace {
 // A day has some hundred megabytes of traces.
 constexpr int64_t kMostTraced = 86'400'000; // milliseconds
 
-constexpr char kExamples[] =
+constexpr char kSimulateExamples[] =
     "Examples:\n"
     "  thermalctl simulate --board boards/phone --workload game --out report\n"
     "  thermalctl simulate --board boards/phone --workload game --conf old.conf --conf new.conf\n"
@@ -119,5 +119,5 @@ ExitStatus runSimulation(const SimulateOptions& options) {
 Command simulateCommand() {
   return commandOf("simulate",
                    "Run configurations against a thermal model of the device, in virtual time",
-                   kExamples, addSimulateOptions, runSimulation);
+                   kSimulateExamples, addSimulateOptions, runSimulation);
 }

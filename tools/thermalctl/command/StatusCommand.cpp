@@ -17,7 +17,7 @@
 
 namespace {
 
-struct Options : ControlOptions {
+struct StatusOptions : ControlOptions {
   std::string environment = kEnvironmentFile;
   std::string root;
   bool watch = false;
@@ -28,7 +28,7 @@ std::string placeOf(const std::string& path, const char* usual, const std::strin
   return path == usual ? root + path : path;
 }
 
-constexpr char kExamples[] =
+constexpr char kStatusExamples[] =
     "Examples:\n"
     "  thermalctl status\n"
     "  thermalctl status --watch\n"
@@ -79,7 +79,7 @@ std::optional<std::string> faultOf(const std::string& directory) {
   return std::nullopt;
 }
 
-ExitStatus run(const Options& options) {
+ExitStatus runStatus(const StatusOptions& options) {
   const std::string root = rootOf(options.root);
   const ControlDirectory directory(placeOf(options.directory, kDataDirectory, root));
   const std::string file = placeOf(options.environment, kEnvironmentFile, root);
@@ -91,7 +91,7 @@ ExitStatus run(const Options& options) {
   return options.watch ? watch(look) : show(look());
 }
 
-void addOptions(CommandLine& line, Options& options) {
+void addStatusOptions(CommandLine& line, StatusOptions& options) {
   addDirectoryOption(line, options);
   line.option("--env", &options.environment, "The environment file of the running daemon")
       .takes("FILE")
@@ -106,5 +106,5 @@ void addOptions(CommandLine& line, Options& options) {
 
 Command statusCommand() {
   return commandOf("status", "Show the scenario, the pending request, and every node's value",
-                   kExamples, addOptions, run);
+                   kStatusExamples, addStatusOptions, runStatus);
 }

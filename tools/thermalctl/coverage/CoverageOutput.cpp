@@ -9,6 +9,7 @@
 #include "coverage/BoardPeriods.h"
 #include "text/Characters.h"
 #include "text/Columns.h"
+#include "text/Json.h"
 #include "text/Phrases.h"
 
 // As a table for the terminal, a sensor with its devices below it by scenarios:
@@ -251,7 +252,7 @@ void printCoverageAsJson(std::ostream& out, const Coverage& coverage) {
                          {"items", periods.ofItems},
                          {"item_threads", periods.itemThreads},
                          {"wake_ups_per_second", periods.wakeUps}}}};
-  out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  out << jsonText(result, 2) << '\n';
 }
 
 void printCoverageAsPage(std::ostream& out, const Coverage& coverage) {

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "text/Characters.h"
+#include "text/Json.h"
 #include "text/Phrases.h"
 
 namespace {
@@ -173,5 +174,5 @@ void printDifferenceAsJson(std::ostream& out, const Difference& difference) {
                  {"changes", toJson(difference.changes, "about")},
                  {"coverage", toJson(difference.coverage, "sensor")}};
   if (difference.runs) result["simulation"] = toJson(*difference.runs);
-  out << result.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  out << jsonText(result, 2) << '\n';
 }

@@ -34,16 +34,20 @@ private:
 // What a file's mode says of rights.
 constexpr mode_t kModeBits = 07777;
 
+inline std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
 // What a call of the system says that is negative on failure.
 inline std::error_code outcome(int result) {
-  return result < 0 ? std::error_code(errno, std::generic_category()) : std::error_code();
+  return result < 0 ? lastError() : std::error_code();
 }
 
 // Writes all of it, in as many parts as the system takes.
 inline std::error_code writeAll(int fd, std::string_view content) {
   while (!content.empty()) {
     const ssize_t written = ::write(fd, content.data(), content.size());
-    if (written < 0 && errno != EINTR) return {errno, std::generic_category()};
+    if (written < 0 && errno != EINTR) return lastError();
     if (written > 0) content.remove_prefix(static_cast<size_t>(written));
   }
   return {};

@@ -17,10 +17,6 @@ namespace {
 constexpr mode_t kNewFile = 0666; // less the umask
 constexpr mode_t kNewFolder = 0777;
 
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
-
 // Nobody else's, as long as this process lives.
 std::string besides(const fs::path& place) {
   return (place.parent_path() /

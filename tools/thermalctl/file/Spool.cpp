@@ -10,14 +10,6 @@
 
 #include "file/Litter.h"
 
-namespace {
-
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
-
-} // namespace
-
 FileHandle namelessFile(const std::filesystem::path& path) {
   const std::string folder = path.empty() ? "." : path.string();
   const int fd = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);

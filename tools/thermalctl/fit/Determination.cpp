@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include <Eigen/Cholesky>
-#include <Eigen/Eigenvalues>
+#include <Eigen/SVD>
 
 #include "fit/Indices.h"
 
@@ -71,9 +71,12 @@ std::vector<Undetermined> undeterminedOf(const Misfit& misfit, const MatrixXd& i
     units[indexOf(i)] = misfit.quantities[i].byLogarithm() ? kUnknown : kUnknownDegrees;
   const MatrixXd scaled = units.asDiagonal() * information * units.asDiagonal();
   while (!free.empty()) {
-    const Eigen::SelfAdjointEigenSolver<MatrixXd> solver(part(scaled, free));
-    if (solver.eigenvalues()[0] >= 1) return all;
-    const VectorXd direction = solver.eigenvectors().col(0);
+    // Of such a matrix the singular values are the eigenvalues, the least of them last; Eigen's
+    // solver for these takes many seconds to compile.
+    const Eigen::JacobiSVD<MatrixXd, Eigen::NoQRPreconditioner> solver(part(scaled, free),
+                                                                       Eigen::ComputeFullV);
+    if (solver.singularValues().tail<1>()[0] >= 1) return all;
+    const VectorXd direction = solver.matrixV().rightCols<1>();
     Index largest = 0;
     direction.cwiseAbs().maxCoeff(&largest);
     Undetermined found;

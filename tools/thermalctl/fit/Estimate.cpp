@@ -12,9 +12,6 @@ using Eigen::Index;
 using Eigen::MatrixXd;
 using Eigen::VectorXd;
 
-// Standard deviations to either side of 95 % of a normal distribution.
-constexpr double kInterval = 1.96;
-
 // How much less than as many independent ones the readings of each output tell: their residuals in
 // units of the noise, summed over neighbours. White noise has 1.
 // For each stretch 1 + 2 (rho_1 + rho_2 + ...), with rho_k the correlation of scores k readings

@@ -8,6 +8,9 @@
 #include "fit/Fitting.h"
 #include "fit/Misfit.h"
 
+// Standard deviations to either side of 95 % of a normal distribution.
+constexpr double kInterval = 1.96;
+
 // What a fit found of one quantity.
 //
 // Shape: `low` to `high` is what it lies in with a probability of 95 %. One that keeps its guess is

@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "text/Json.h"
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -106,5 +108,5 @@ void writeFitJson(const FitResult& result, std::ostream& out) {
                {"correlations", correlationsOf(*result.estimation)}};
   if (result.validation)
     json["validation"] = recordingsOf(result, *result.validationMisfit, *result.validation);
-  out << json.dump(1, ' ', false, Json::error_handler_t::replace) << "\n";
+  out << jsonText(json, 1) << "\n";
 }

@@ -25,7 +25,6 @@ using Eigen::MatrixXd;
 using Eigen::VectorXd;
 using Loads = std::vector<std::vector<double>>;
 
-constexpr double kInterval = 1.96;
 constexpr int kRandomPlans = 12;
 constexpr int kChanges = 120;
 // Seconds between two readings: enough to judge a plan by.

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <regex>
 
 #include <fmt/format.h>
+
+#include "text/Pattern.h"
 
 namespace {
 
@@ -67,8 +68,11 @@ private:
     for (const Edit& edit : own)
       line.replace(edit.column, edit.length, edit.text);
     // What an earlier fit remarked holds no more.
-    static const std::regex kEarlier("  # (\\S+ )?(95 %: .* to |not determined: the guess).*");
-    return remarks[number].empty() ? line : std::regex_replace(line, kEarlier, "");
+    static const Pattern kEarlier(
+        "  # ([^[:space:]]+ )?(95 %: .* to |not determined: the guess).*");
+    if (remarks[number].empty()) return line;
+    const auto earlier = kEarlier.find(line);
+    return earlier ? line.substr(0, line.size() - earlier->front().size()) : line;
   }
 
   std::vector<std::string> lines;

@@ -19,7 +19,7 @@ constexpr size_t kBlocks = 24;
 
 // What a reading is off, as far as its step lets tell; and when, in seconds. One that is `astray`
 // pulls at nothing.
-struct Point {
+struct ReadPoint {
   double time;
   double pull;
   double apart;
@@ -33,15 +33,15 @@ struct Block {
 };
 
 // Where most are astray, it is not the readings that are wrong.
-void believeTheMost(Point* from, size_t length) {
+void believeTheMost(ReadPoint* from, size_t length) {
   const auto count =
-      std::count_if(from, from + length, [](const Point& each) { return each.astray; });
+      std::count_if(from, from + length, [](const ReadPoint& each) { return each.astray; });
   if (2 * static_cast<size_t>(count) <= length) return;
   for (size_t i = 0; i < length; ++i)
     if (from[i].astray) from[i].pull = from[i].apart;
 }
 
-std::vector<Block> oddBlocks(std::vector<Point>& points, double noise) {
+std::vector<Block> oddBlocks(std::vector<ReadPoint>& points, double noise) {
   std::vector<Block> odd;
   // A course is taken in blocks of equal numbers of readings. The mean of n readings has the noise
   // divided by sqrt(n): a mean well beyond that is no noise.
@@ -65,13 +65,13 @@ std::vector<Block> oddBlocks(std::vector<Point>& points, double noise) {
   return odd;
 }
 
-double slopeOf(const std::vector<Point>& points, const Block& block) {
+double slopeOf(const std::vector<ReadPoint>& points, const Block& block) {
   double count = 0;
   double time = 0;
   double apart = 0;
   double both = 0;
   double square = 0;
-  for (const Point& point : points) {
+  for (const ReadPoint& point : points) {
     if (point.time < block.from || point.time > block.to) continue;
     ++count;
     time += point.time;
@@ -88,7 +88,7 @@ double slopeOf(const std::vector<Point>& points, const Block& block) {
 
 std::vector<std::string> oddResiduals(const Misfit& misfit, const Eigen::VectorXd& values,
                                       const std::vector<std::string>& names) {
-  std::map<std::pair<size_t, size_t>, std::vector<Point>> courses; // by recording and output
+  std::map<std::pair<size_t, size_t>, std::vector<ReadPoint>> courses; // by recording and output
   misfit.eachResidual(values, [&](const Residual& residual) {
     const Likelihood& likelihood = misfit.likelihoods[residual.reading.output];
     const double apart = residual.reading.celsius - residual.fitted;

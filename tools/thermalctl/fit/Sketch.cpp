@@ -39,17 +39,17 @@ std::string nodeOf(const SensorTrack& sensor) {
 }
 
 // Most watts of a device's kind, and whether a lower level delays its work.
-struct Kind {
+struct CooledKind {
   const char* word;
   double watts;
   bool work;
 };
 
-constexpr Kind kKinds[] = {{"cpufreq", 3, true},
-                           {"gpufreq", 3, true},
-                           {"charger", 1, false},
-                           {"backlight", 1, false},
-                           {"camera", 1, false}};
+constexpr CooledKind kKinds[] = {{"cpufreq", 3, true},
+                                 {"gpufreq", 3, true},
+                                 {"charger", 1, false},
+                                 {"backlight", 1, false},
+                                 {"camera", 1, false}};
 
 std::vector<double> numbersOf(const DeviceTrack& device) {
   std::vector<double> numbers;
@@ -62,7 +62,7 @@ std::vector<double> numbersOf(const DeviceTrack& device) {
 }
 
 // Of a processor's power that of its clock and its voltage, of everything else its share.
-std::string wattsOf(const DeviceTrack& device, const Kind& kind) {
+std::string wattsOf(const DeviceTrack& device, const CooledKind& kind) {
   const std::vector<double> numbers = numbersOf(device);
   std::string list;
   for (size_t i = 0; i < device.levels.size(); ++i) {
@@ -96,8 +96,9 @@ std::string keyOf(const std::string& name) {
 }
 
 std::string sourceOf(const TraceDescription& board, const DeviceTrack& device) {
-  const auto* const kind = std::find_if(std::begin(kKinds), std::end(kKinds),
-                                        [&](const Kind& each) { return device.kind == each.word; });
+  const auto* const kind =
+      std::find_if(std::begin(kKinds), std::end(kKinds),
+                   [&](const CooledKind& each) { return device.kind == each.word; });
   if (kind == std::end(kKinds) || device.levels.empty()) return "";
   const bool work = kind->work && !numbersOf(device).empty();
   return fmt::format("[source.{}]\nnode = {}\ndevice = {}\nwatts = {}\n{}\n", keyOf(device.name),

@@ -8,10 +8,11 @@
 #include <nlohmann/json.hpp>
 
 #include "base/TextReader.h"
+#include "text/Json.h"
 
 namespace {
 
-using FitJson = nlohmann::json;
+using FitJson = nlohmann::ordered_json;
 
 constexpr char kNoFit[] = "is no fit.json of thermalctl fit";
 
@@ -43,7 +44,7 @@ FittedNumbers readFittedNumbers(const std::string& path, const Problem& place, P
   errno = 0;
   const std::optional<std::string> text = readFile(path);
   if (!text) return tell("cannot be read: " + std::generic_category().message(errno));
-  const FitJson json = FitJson::parse(*text, nullptr, false);
+  const FitJson json = parsedJson(*text, false);
   FittedNumbers fitted;
   try {
     std::vector<size_t> kept;

@@ -10,6 +10,7 @@
 #include "margin/Population.h"
 #include "report/Judgement.h"
 #include "report/Writer.h"
+#include "text/Json.h"
 #include "trace/CsvFormat.h"
 
 namespace {
@@ -226,7 +227,7 @@ void writeMarginJson(const MarginStudy& study, const MarginResult& result, bool 
     json["question"] = {{"share", result.question->share},
                         {"confidence", result.question->confidence}};
   json["runs"] = runs;
-  out << json.dump(1, ' ', false, MarginJson::error_handler_t::replace) << "\n";
+  out << jsonText(json, 1) << "\n";
 }
 
 void writeMarginCsv(const MarginStudy& study, uint64_t first, const UnitRows& units,

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "text/Json.h"
+
 namespace {
 
 using StudyJson = nlohmann::ordered_json;
@@ -99,12 +101,12 @@ std::string MarginStudy::asJson() const {
                           {"factor", factor},
                           {"independent", independent},
                           {"runs", all}};
-  return json.dump(-1, ' ', false, StudyJson::error_handler_t::replace);
+  return jsonText(json);
 }
 
 std::optional<MarginStudy> MarginStudy::fromJson(const std::string& text) {
   try {
-    return studyFrom(StudyJson::parse(text));
+    return studyFrom(parsedJson(text));
   } catch (const std::exception&) {
     return std::nullopt;
   }

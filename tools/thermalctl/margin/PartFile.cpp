@@ -17,6 +17,7 @@
 
 #include "file/OutputFiles.h"
 #include "file/Sha256.h"
+#include "text/Json.h"
 #include "text/Phrases.h"
 
 // A part is a file of its own, whole or refused:
@@ -117,9 +118,9 @@ private:
   }
 
   bool takeHead(const std::string& text) {
-    const PartJson json = PartJson::parse(text, nullptr, false);
+    const PartJson json = parsedJson(text, false);
     if (!json.is_object()) return false;
-    const auto study = MarginStudy::fromJson(json.value("study", PartJson()).dump());
+    const auto study = MarginStudy::fromJson(jsonText(json.value("study", PartJson())));
     part.shard = {{json.value("first", uint64_t{0}), json.value("end", uint64_t{0})},
                   json.value("shard", uint64_t{0}),
                   json.value("shards", uint64_t{0})};
@@ -285,9 +286,9 @@ std::optional<std::string> writePart(const std::string& path, const MarginStudy&
                          {"end", shard.asked.end},
                          {"shard", shard.index},
                          {"shards", shard.count},
-                         {"study", PartJson::parse(study.asJson())}};
+                         {"study", parsedJson(study.asJson())}};
   write(kFirstLine);
-  write(head.dump() + "\n");
+  write(jsonText(head) + "\n");
   units.copyTo(write);
   samples.copyTo(write);
   out << hash.digest();

@@ -9,6 +9,7 @@
 
 #include "report/Judgement.h"
 #include "report/Page.h"
+#include "text/Json.h"
 
 NLOHMANN_JSON_SERIALIZE_ENUM(SensorTrack::Kind, {{SensorTrack::Kind::kReal, "real"},
                                                  {SensorTrack::Kind::kVirtual, "virtual"},
@@ -116,7 +117,7 @@ std::string replaced(const std::string& text, char character, const char* sign) 
 std::string dumped(const Json& json) {
   // Inside a script element, which a text could otherwise end. A "<" is in strings alone, where the
   // escape means the same.
-  std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  std::string text = jsonText(json);
   return text.find('<') == std::string::npos ? text : replaced(text, '<', "\\u003c");
 }
 

@@ -6,6 +6,7 @@
 
 #include "report/Judgement.h"
 #include "text/Columns.h"
+#include "text/Json.h"
 #include "text/Phrases.h"
 #include "trace/CsvFormat.h"
 
@@ -62,7 +63,7 @@ void flatten(const Json& group, const std::string& prefix, FlatRow& row) {
 
 std::string csvField(const Json& value) {
   if (value.is_null()) return "";
-  return value.is_string() ? csv::field(value.get<std::string>()) : value.dump();
+  return value.is_string() ? csv::field(value.get<std::string>()) : jsonText(value);
 }
 
 std::string peakOf(const Json& temperatures) {
@@ -192,7 +193,7 @@ void writeResults(const std::vector<RunResult>& results, std::ostream& out) {
       << R"(, "runs": [)";
   const char* separator = "\n";
   for (const RunResult& result : results) {
-    out << separator << result.row().dump(-1, ' ', false, Json::error_handler_t::replace);
+    out << separator << jsonText(result.row());
     separator = ",\n";
   }
   out << "\n]}\n";

@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "text/Json.h"
+
 namespace {
 
 // Of the longest number, its sign, point and thousandths included.
@@ -56,5 +58,5 @@ std::string jsonString(const std::string& text) {
   // one place for all threads.
   static std::mutex mutex;
   const std::lock_guard lock(mutex);
-  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return jsonText(text);
 }

@@ -11,6 +11,7 @@
 #include "base/TextReader.h"
 #include "text/Characters.h"
 #include "text/Columns.h"
+#include "text/Json.h"
 #include "text/Phrases.h"
 
 // Earlier results, as they were written for a study, one row for each run:
@@ -32,7 +33,7 @@ constexpr char kNotAsked[] = "not asked for";
 std::string shown(const Json& value) {
   if (value.is_null()) return "-";
   if (value.is_string()) return value.get<std::string>();
-  return value.is_number() ? fmt::format("{:g}", value.get<double>()) : value.dump();
+  return value.is_number() ? fmt::format("{:g}", value.get<double>()) : jsonText(value);
 }
 
 // Which of the earlier runs it is.
@@ -40,7 +41,7 @@ std::string keyOf(const Json& row) {
   std::string key;
   for (const char* part : kIdentity)
     key += (key.empty() ? "" : ", ") +
-           (row.at(part).is_string() ? row.at(part).get<std::string>() : row.at(part).dump());
+           (row.at(part).is_string() ? row.at(part).get<std::string>() : jsonText(row.at(part)));
   return key;
 }
 
@@ -84,14 +85,14 @@ std::optional<Problem> problemOf(const Json& json, const std::string& path) {
   if (version < 1)
     return Problem{path,
                    {},
-                   fmt::format("holds results of version {}, which never was", version.dump()),
+                   fmt::format("holds results of version {}, which never was", jsonText(version)),
                    hint};
   if (version > kResultsVersion)
     return Problem{path,
                    {},
                    fmt::format("holds results of version {}, and this thermalctl knows them up to "
                                "{}",
-                               version.dump(), kResultsVersion),
+                               jsonText(version), kResultsVersion),
                    "take the thermalctl that wrote it, or a newer one"};
   if (!json.contains("runs") || !json.at("runs").is_array())
     return Problem{path, {}, "has no list 'runs'", hint};
@@ -171,7 +172,7 @@ std::optional<Baseline> Baseline::read(const std::string& path, Problems& proble
   problems.read(path, *text);
   Json json;
   try {
-    json = Json::parse(*text);
+    json = parsedJson(*text);
   } catch (const Json::parse_error& error) {
     const Position at = positionOf(*text, error.byte > 0 ? error.byte - 1 : 0);
     problems.add({path,

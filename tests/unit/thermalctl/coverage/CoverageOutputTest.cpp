@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "thermalctl/coverage/CoverageBoard.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ protected:
     return out.str();
   }
   std::string table() const { return printed(printCoverage); }
-  nlohmann::json json() const { return nlohmann::json::parse(printed(printCoverageAsJson)); }
+  nlohmann::json json() const { return jsonOf(printed(printCoverageAsJson)); }
   std::string page() const { return printed(printCoverageAsPage); }
 
   static std::string scenarios(int from, int to) {
@@ -100,7 +101,7 @@ TEST_F(CoverageOutputTest, WithoutAScenarioOnlyThePeriodsAreTold) {
 TEST_F(CoverageOutputTest, JsonHasEveryCell) {
   add(monitor("45500", "43000", "clock", "9") +
       monitor("5000", "8000", "charger+alarm", "3+1", "lowactive true\n"));
-  EXPECT_EQ(json(), nlohmann::json::parse(R"({
+  EXPECT_EQ(json(), jsonOf(R"({
     "version": 1,
     "scenarios": [{"file": "day.conf", "scenario": "Default", "sensors": [
       {"sensor": "cpu",

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "thermalctl/support/JsonText.h"
+
 namespace {
 
 class DiffOutputTest : public testing::Test {
@@ -32,9 +34,8 @@ TEST_F(DiffOutputTest, WithoutADifferenceThereIsNoChange) {
   EXPECT_TRUE(difference.none());
   EXPECT_EQ(printed(printDifference), "no change\n");
   EXPECT_EQ(printed(printDifferenceAsMarkdown), "no change\n");
-  EXPECT_EQ(
-      nlohmann::json::parse(printed(printDifferenceAsJson)),
-      nlohmann::json::parse(R"({"version": 1, "changed": false, "changes": [], "coverage": []})"));
+  EXPECT_EQ(jsonOf(printed(printDifferenceAsJson)),
+            jsonOf(R"({"version": 1, "changed": false, "changes": [], "coverage": []})"));
 }
 
 TEST_F(DiffOutputTest, EachPlaceStandsOnceAboveItsChanges) {
@@ -85,21 +86,20 @@ TEST_F(DiffOutputTest, MarkdownIsForAReview) {
 TEST_F(DiffOutputTest, JsonHasEachChange) {
   fill();
   difference.changes = {difference.changes[0], difference.changes[2]};
-  const auto expected = nlohmann::json::parse(R"json({
+  const auto expected = jsonOf(R"json({
     "version": 1, "changed": true,
     "changes": [
       {"file": "", "scenario": "", "about": "sensor cpu", "change": "goes (real)"},
       {"file": "day.conf", "scenario": "Default", "about": "a", "change": "floor from 2 to 3"}],
     "coverage": [{"file": "day.conf", "scenario": "Default", "sensor": "cpu",
                   "change": "no longer cooled"}]})json");
-  EXPECT_EQ(nlohmann::json::parse(printed(printDifferenceAsJson)), expected);
+  EXPECT_EQ(jsonOf(printed(printDifferenceAsJson)), expected);
 }
 
 TEST_F(DiffOutputTest, ANameThatIsNoTextIsShownAsFarAsItIs) {
   difference.changes = {{"d\x1B", "n\xFF", "a\t", "goes"}};
   EXPECT_EQ(printed(printDifference), "d\u241B, n\uFFFD\n  a\u2409: goes\n");
-  EXPECT_EQ(nlohmann::json::parse(printed(printDifferenceAsJson))["changes"][0]["scenario"],
-            "n\uFFFD");
+  EXPECT_EQ(jsonOf(printed(printDifferenceAsJson))["changes"][0]["scenario"], "n\uFFFD");
 }
 
 } // namespace

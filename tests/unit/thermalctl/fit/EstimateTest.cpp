@@ -12,7 +12,6 @@
 namespace {
 
 const Going kGoOn = [](const std::string&, double) { return true; };
-constexpr char kThermal[] = "\"node.*\", \"resistance.*\"";
 
 std::string replaced(std::string text, const std::string& what, const std::string& by) {
   return text.replace(text.find(what), what.size(), by);
@@ -42,7 +41,7 @@ TEST_F(EstimateTest, FindsTheTruthFromWrongGuessesAndAWrongClock) {
   sketch = replaced(sketch, "= 40.0", "= 15");
   sketch = replaced(sketch, "= 8", "= 3");
   sketch = replaced(sketch, "= 5", "= 12");
-  const Estimation found = estimateFrom(sketch, kThermal);
+  const Estimation found = estimateFrom(sketch, fit_examples::kThermal);
   ASSERT_EQ(found.estimates.size(), 4U);
   const double truths[] = {2.5, 40, 8, 5};
   for (size_t i = 0; i < 4; ++i)
@@ -54,8 +53,8 @@ TEST_F(EstimateTest, FindsTheTruthFromWrongGuessesAndAWrongClock) {
 
 TEST_F(EstimateTest, ACommonScaleOfAllPowersIsNamed) {
   const Estimation found =
-      estimateFrom(fit_examples::kPlant,
-                   std::string(kThermal) + ", \"source.*.watts\", \"source.*.idle_watts\"");
+      estimateFrom(fit_examples::kPlant, std::string(fit_examples::kThermal) +
+                                             ", \"source.*.watts\", \"source.*.idle_watts\"");
   ASSERT_EQ(found.undetermined.size(), 1U);
   EXPECT_NE(inWords(*misfit, found).front().find("common scale"), std::string::npos);
 }
@@ -63,8 +62,8 @@ TEST_F(EstimateTest, ACommonScaleOfAllPowersIsNamed) {
 TEST_F(EstimateTest, ASourceThatWasNeverOnKeepsItsGuess) {
   for (RecordedChange& change : recordings[0].files[0].changes)
     if (change.kind == RecordedChange::Kind::kLoad && change.index == 1) change.value = 0;
-  const Estimation found =
-      estimateFrom(fit_examples::kPlant, std::string(kThermal) + ", \"source.panel.watts\"");
+  const Estimation found = estimateFrom(fit_examples::kPlant, std::string(fit_examples::kThermal) +
+                                                                  ", \"source.panel.watts\"");
   ASSERT_EQ(found.undetermined.size(), 1U);
   EXPECT_TRUE(found.estimates[4].frozen);
   EXPECT_EQ(found.estimates[4].value, 1);
@@ -73,8 +72,9 @@ TEST_F(EstimateTest, ASourceThatWasNeverOnKeepsItsGuess) {
 
 TEST_F(EstimateTest, ToldToStopItGivesTheBestSoFar) {
   int asked = 0;
-  const Estimation found = estimateFrom(
-      fit_examples::kPlant, kThermal, [&asked](const std::string&, double) { return ++asked < 5; });
+  const Estimation found =
+      estimateFrom(fit_examples::kPlant, fit_examples::kThermal,
+                   [&asked](const std::string&, double) { return ++asked < 5; });
   EXPECT_TRUE(found.fit.interrupted);
   EXPECT_EQ(found.estimates.size(), 4U);
 }

@@ -41,6 +41,9 @@ inline constexpr char kPlant[] = "ambient = 20\n"
                                  "node = \"case\"\n"
                                  "lag = 12\n";
 
+// The free quantities that every thermal model has.
+inline constexpr char kThermal[] = "\"node.*\", \"resistance.*\"";
+
 inline TraceDescription board() {
   TraceDescription board;
   for (const char* name : {"chip_t", "case_t"})

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "thermalctl/fit/FitExamples.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ protected:
     result.names = namesOfOutputs(measured.plant, fit_examples::board());
     std::ostringstream out;
     writeFitJson(result, out);
-    return nlohmann::json::parse(out.str(), nullptr, false);
+    return jsonOf(out.str());
   }
 
   fit_examples::Measured measured{"\"node.*\", \"sensor.chip_t.offset\""};

@@ -9,14 +9,12 @@
 
 namespace {
 
-constexpr char kThermal[] = "\"node.*\", \"resistance.*\"";
-
 bool toTheEnd(const std::string&, double) {
   return true;
 }
 
 TEST(PlanTest, NoIntervalGetsWider) {
-  const fit_examples::Measured measured(kThermal);
+  const fit_examples::Measured measured(fit_examples::kThermal);
   const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured), toTheEnd);
   ASSERT_EQ(plan.after.size(), 4U);
   for (size_t i = 0; i < 4; ++i)
@@ -27,7 +25,7 @@ TEST(PlanTest, InARoomWarmerThanAnythingRecordedTheDeviceRests) {
   std::string text = fit_examples::kPlant;
   text.replace(text.find("ambient = 20"), 12, "ambient = 70");
   // The recording has its own ambient, of 23 degrees.
-  const fit_examples::Measured measured(kThermal, text);
+  const fit_examples::Measured measured(fit_examples::kThermal, text);
   const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured), toTheEnd);
   ASSERT_EQ(plan.loads.size(), static_cast<size_t>(Plan::kSteps));
   // It begins 2 degrees above it, and its idle power warms the chip by 1.6 beside the case.
@@ -39,7 +37,7 @@ TEST(PlanTest, APlantWithoutSourcesCanBeWatchedAlone) {
   const size_t from = text.find("[source.cpu]");
   text.erase(from, text.find("[sensor.chip_t]") - from);
   const PlantDescription plant = fit_examples::plantOf(text);
-  const auto quantities = fit_examples::quantitiesOf(kThermal, text);
+  const auto quantities = fit_examples::quantitiesOf(fit_examples::kThermal, text);
   std::vector<Recorded> recordings{fit_examples::recorded()};
   recordings[0].files[0].changes.clear();
   Misfit misfit(plant, quantities, recordings, stretchesOf(recordings[0], 0, {0, 0}));
@@ -52,7 +50,7 @@ TEST(PlanTest, APlantWithoutSourcesCanBeWatchedAlone) {
 }
 
 TEST(PlanTest, ItsWorkloadHasAColumnForEachSource) {
-  const fit_examples::Measured measured(kThermal);
+  const fit_examples::Measured measured(fit_examples::kThermal);
   Plan plan;
   plan.loads = {{1, 0.5}, {0, 0.25}};
   EXPECT_EQ(
@@ -76,7 +74,7 @@ TEST(PlanTest, ItsStepsNameWhatChangesAlone) {
 }
 
 TEST(PlanTest, ToldToStopItGivesTheBestSoFar) {
-  const fit_examples::Measured measured(kThermal);
+  const fit_examples::Measured measured(fit_examples::kThermal);
   int asked = 0;
   const Plan plan = planFor(measured.misfit, fit_examples::estimationOf(measured),
                             [&asked](const std::string&, double) { return ++asked < 4; });

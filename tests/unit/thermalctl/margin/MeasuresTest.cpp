@@ -11,6 +11,7 @@
 #include "simulate/Engine.h"
 #include "support/LogSwitchedOff.h"
 #include "thermalctl/simulate/RunFiles.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "thermalctl/support/JsonText.h"
+
 namespace {
 
 class HtmlReportTest : public ::testing::Test {
@@ -22,7 +24,7 @@ protected:
     const std::string html = page();
     const std::string start = "id=\"data\">";
     const size_t from = html.find(start) + start.size();
-    return nlohmann::json::parse(html.substr(from, html.find("</script>", from) - from));
+    return jsonOf(html.substr(from, html.find("</script>", from) - from));
   }
 
   HtmlReport report{
@@ -82,7 +84,7 @@ TEST_F(HtmlReportTest, HoldsWhatTookPartAndTheirCourses) {
   figures.performance = {{"cores", 2, 1, 12.5}};
   report.figured(figures);
 
-  EXPECT_EQ(data()["runs"], nlohmann::json::parse(R"([{
+  EXPECT_EQ(data()["runs"], jsonOf(R"([{
       "name": "day", "duration": 1000, "standstill": 800, "gaps": [],
       "sensors": [{"name": "skin", "kind": "virtual", "period": 1000, "limit": 43000,
                    "points": "0Pe", "stretch": 1}],
@@ -109,7 +111,7 @@ TEST_F(HtmlReportTest, HoldsWhatCameOfEachBudget) {
   RunFigures figures;
   figures.verdicts = {verdict};
   report.figured(figures);
-  EXPECT_EQ(data()["runs"][0]["verdicts"], nlohmann::json::parse(R"([{
+  EXPECT_EQ(data()["runs"][0]["verdicts"], jsonOf(R"([{
       "budget": "node:case=43C:60s", "label": "limit 43 for 0:01:00 in all",
       "cell": "passed: 0:01:30", "name": "case", "plant": true, "verdict": "passed",
       "bound": 43.0, "measured": 44.1, "beyond": 1.1, "allowed_s": 60.0, "above_s": 90.0,
@@ -205,8 +207,7 @@ TEST_F(HtmlReportTest, HasADayOfAPhoneToAFewSeconds) {
 }
 
 TEST_F(HtmlReportTest, TellsWhereItComesFrom) {
-  EXPECT_EQ(data()["origin"],
-            nlohmann::json::parse(R"({"command": "thermalctl plot 'a b'", "version": "1.0",
+  EXPECT_EQ(data()["origin"], jsonOf(R"({"command": "thermalctl plot 'a b'", "version": "1.0",
                 "date": "2024-01-30T14:03:20Z", "seed": "",
                 "inputs": [{"path": "a b", "sha256": "0a1b"}]})"));
 }
@@ -219,8 +220,8 @@ TEST_F(HtmlReportTest, HasTheGapsOfARunAndThoseOfOneSensor) {
   report.gap(3000, 4000, 0);
   report.end(5000, {});
   const nlohmann::json written = data()["runs"][0];
-  EXPECT_EQ(written["gaps"], nlohmann::json::parse("[[1000, 2000]]"));
-  EXPECT_EQ(written["sensors"][0]["gaps"], nlohmann::json::parse("[[3000, 4000]]"));
+  EXPECT_EQ(written["gaps"], jsonOf("[[1000, 2000]]"));
+  EXPECT_EQ(written["sensors"][0]["gaps"], jsonOf("[[3000, 4000]]"));
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "text/Json.h"
+
 namespace {
 
 using Is = Verdict::Is;
@@ -131,10 +133,10 @@ TEST_F(JudgementTest, AFigureHasNoDigitsOfTheCalculation) {
 }
 
 TEST_F(JudgementTest, JsonHasNullForWhatWasNotMeasured) {
-  EXPECT_EQ(asJson(requirement("changes:cpu<=6/min")).dump(),
+  EXPECT_EQ(jsonText(asJson(requirement("changes:cpu<=6/min"))),
             R"({"verdict":"unjudged","bound":6.0,"measured":null,"beyond":null})");
   evidence.temperatures = nullptr;
-  EXPECT_EQ(asJson(limit("skin=43C:1m")).dump(),
+  EXPECT_EQ(jsonText(asJson(limit("skin=43C:1m"))),
             R"({"verdict":"unjudged","bound":43.0,"measured":null,"beyond":null,)"
             R"("allowed_s":60.0,"above_s":null,"first_above_s":null})");
 }

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "report/Junit.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 
@@ -45,8 +46,8 @@ protected:
 };
 
 TEST_F(ResultsTest, HaveTheFiguresOfARun) {
-  const auto json = nlohmann::json::parse(textOfResults(writeResults, {result()}));
-  EXPECT_EQ(json, nlohmann::json::parse(R"({
+  const auto json = jsonOf(textOfResults(writeResults, {result()}));
+  EXPECT_EQ(json, jsonOf(R"({
     "format": "thermalctl results", "version": 1, "runs": [{
       "run": "a, \"b\"", "seconds": 100.0, "seconds_in_gaps": 0.0, "verdict": "passed",
       "stood_still_s": null,
@@ -172,8 +173,7 @@ TEST_F(ResultsTest, ARunWithoutBudgetsThatStoodStillIsAnErrorForACi) {
 }
 
 TEST_F(ResultsTest, OfNoRunsAreAnEmptyList) {
-  EXPECT_EQ(nlohmann::json::parse(textOfResults(writeResults, {}))["runs"],
-            nlohmann::json::array());
+  EXPECT_EQ(jsonOf(textOfResults(writeResults, {}))["runs"], nlohmann::json::array());
 }
 
 } // namespace

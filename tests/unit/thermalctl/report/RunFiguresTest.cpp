@@ -7,6 +7,7 @@
 
 #include "report/Judgement.h"
 #include "report/Results.h"
+#include "text/Json.h"
 
 namespace {
 
@@ -112,13 +113,13 @@ TEST_F(RunFiguresTest, NothingIsKeptByADaemonThatStandsStill) {
 }
 
 TEST_F(RunFiguresTest, AVerdictForMachinesHasUnitsOfItsOwn) {
-  EXPECT_EQ(asJson(limited("skin=43C:60s")).dump(),
+  EXPECT_EQ(jsonText(asJson(limited("skin=43C:60s"))),
             R"({"verdict":"kept","bound":43.0,"measured":44.0,"beyond":1.0,"allowed_s":60.0,)"
             R"("above_s":30.0,"first_above_s":570.0})");
-  EXPECT_EQ(asJson(required("work:gpu=80%")).dump(),
+  EXPECT_EQ(jsonText(asJson(required("work:gpu=80%"))),
             R"({"verdict":"missed","bound":80.0,"measured":75.0,"beyond":5.0})");
   hasSamples = false;
-  EXPECT_EQ(asJson(limited("skin=43C")).dump(),
+  EXPECT_EQ(jsonText(asJson(limited("skin=43C"))),
             R"({"verdict":"unjudged","bound":43.0,"measured":null,"beyond":null,"above_s":null,)"
             R"("first_above_s":null})");
 }

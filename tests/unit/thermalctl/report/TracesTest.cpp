@@ -5,6 +5,7 @@
 
 #include "report/CsvTrace.h"
 #include "report/EventTrace.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 
@@ -110,7 +111,7 @@ protected:
     for (const TraceDescription& run : runs)
       play(trace, run);
     trace.finish();
-    return nlohmann::json::parse(out.str());
+    return jsonOf(out.str());
   }
 };
 
@@ -120,7 +121,7 @@ TEST_F(EventTraceTest, IsJsonWithoutAnyRun) {
 
 TEST_F(EventTraceTest, HasTemperaturesInDegreesLevelsAndWattsAsCounters) {
   const nlohmann::json trace = played({smallBoard("day")});
-  EXPECT_EQ(pick(trace, "C", {"ts", "name", "args"}), nlohmann::json::parse(R"([
+  EXPECT_EQ(pick(trace, "C", {"ts", "name", "args"}), jsonOf(R"([
       [0, "gpu, level", {"value": 0}],
       [0, "gpu, degrees C", {"value": 61.25}],
       [0, "case of the plant, degrees C", {"value": -0.5}],
@@ -130,10 +131,10 @@ TEST_F(EventTraceTest, HasTemperaturesInDegreesLevelsAndWattsAsCounters) {
 
 TEST_F(EventTraceTest, HasScenariosConfigurationsAndAlgorithmsAsSlices) {
   const nlohmann::json trace = played({smallBoard("day")});
-  EXPECT_EQ(pick(trace, "B", {"ts", "tid", "name"}), nlohmann::json::parse(R"([
+  EXPECT_EQ(pick(trace, "B", {"ts", "tid", "name"}), jsonOf(R"([
       [0, 1, "day.conf"], [0, 2, "Default"], [250000, 3, "level 0"], [250000, 3, "level 1"],
       [500000, 2, "game"]])"));
-  EXPECT_EQ(pick(trace, "E", {"ts", "tid"}), nlohmann::json::parse(R"([
+  EXPECT_EQ(pick(trace, "E", {"ts", "tid"}), jsonOf(R"([
       [250000, 3], [500000, 3], [500000, 2], [1000000, 1], [1000000, 2]])"));
 }
 
@@ -144,7 +145,7 @@ TEST_F(EventTraceTest, GivesEachRunAProcess) {
     if (event.value("name", "") == "process_name")
       names.push_back({event["pid"], event["args"]["name"]});
   }
-  EXPECT_EQ(names, nlohmann::json::parse(R"([[1, "day"], [2, "night"]])"));
+  EXPECT_EQ(names, jsonOf(R"([[1, "day"], [2, "night"]])"));
 }
 
 TEST_F(EventTraceTest, StaysJsonWithNamesThatAreNoUtf8) {
@@ -161,8 +162,7 @@ TEST_F(EventTraceTest, HasGapsAsSlices) {
   trace.gap(3000, 4500, 0);
   trace.end(5000, {});
   trace.finish();
-  EXPECT_EQ(pick(nlohmann::json::parse(out.str()), "X", {"ts", "dur", "tid", "name"}),
-            nlohmann::json::parse(R"([
+  EXPECT_EQ(pick(jsonOf(out.str()), "X", {"ts", "dur", "tid", "name"}), jsonOf(R"([
       [1000000, 1000000, 0, "gap"], [3000000, 1500000, 0, "no sample: gpu"]])"));
 }
 

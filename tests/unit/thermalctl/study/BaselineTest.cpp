@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/SysfsDir.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include "study/Workloads.h"
 #include "support/LogSwitchedOff.h"
 #include "support/SysfsDir.h"
+#include "text/Json.h"
 #include "thermalctl/simulate/RunFiles.h"
 
 namespace {
@@ -134,7 +135,7 @@ TEST_F(StudyTest, EachRunIsTheSameByItselfAndInAnyCompany) {
     RunReport report;
     std::ostringstream warnings;
     runStudy(read(), 3, report, warnings);
-    return report.results().at(index).figures.dump();
+    return jsonText(report.results().at(index).figures);
   };
   const std::string inCompany = figuresOf(4); // day.conf, cold, seed 2
   request.configurations.pop_back();

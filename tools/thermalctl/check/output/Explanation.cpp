@@ -6,6 +6,7 @@
 
 #include "check/Check.h"
 #include "check/Silencing.h"
+#include "text/Json.h"
 #include "text/Phrases.h"
 
 namespace {
@@ -136,14 +137,14 @@ void printExplanations(std::ostream& out, const std::vector<Rule>& rules) {
 }
 
 void printExplanationAsJson(std::ostream& out, const Rule& rule) {
-  out << toJson(rule).dump(2) << '\n';
+  out << jsonText(toJson(rule), 2) << '\n';
 }
 
 void printExplanationsAsJson(std::ostream& out, const std::vector<Rule>& rules) {
   Json list = Json::array();
   for (const Rule& rule : rules)
     list.push_back(toJson(rule));
-  out << list.dump(2) << '\n';
+  out << jsonText(list, 2) << '\n';
 }
 
 std::string markdownOf(const Rule& rule) {

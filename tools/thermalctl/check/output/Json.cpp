@@ -7,6 +7,7 @@
 
 #include "base/Messages.h"
 #include "check/output/Mark.h"
+#include "text/Json.h"
 
 namespace {
 
@@ -107,7 +108,7 @@ Json modelOf(const Inspection& inspection) {
 
 // A file may hold any bytes; what is not UTF-8 must not stop the output.
 std::string textOf(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+  return jsonText(json, 2);
 }
 
 // One at a time: there may be more of them than fit into the memory as a tree.

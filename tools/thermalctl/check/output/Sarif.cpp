@@ -13,6 +13,7 @@
 #include "check/output/Fingerprints.h"
 #include "check/output/Mark.h"
 #include "check/output/Sentence.h"
+#include "text/Json.h"
 
 namespace {
 
@@ -123,5 +124,5 @@ void printSarif(std::ostream& out, const Inspection& inspection) {
   log["runs"] = Json::array();
   log["runs"].push_back(std::move(run));
   // A file may hold any bytes; what is not UTF-8 must not stop the output.
-  out << log.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  out << jsonText(log, 2) << '\n';
 }

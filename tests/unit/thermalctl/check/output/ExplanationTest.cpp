@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "check/Check.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 
@@ -36,12 +37,12 @@ TEST(ExplanationTest, SeparatesRulesByABlankLine) {
 TEST(ExplanationTest, GivesARuleAsAnObjectAndSeveralAsAList) {
   std::ostringstream one;
   printExplanationAsJson(one, ruleSaying("One. And \"more\"."));
-  const auto expected = nlohmann::json::parse(R"({"rule": "some-rule", "severity": "warning",
+  const auto expected = jsonOf(R"({"rule": "some-rule", "severity": "warning",
       "summary": "One.", "explanation": "One. And \"more\"."})");
-  EXPECT_EQ(nlohmann::json::parse(one.str()), expected);
+  EXPECT_EQ(jsonOf(one.str()), expected);
   std::ostringstream list;
   printExplanationsAsJson(list, {ruleSaying("One. And \"more\".")});
-  EXPECT_EQ(nlohmann::json::parse(list.str()), nlohmann::json::array({expected}));
+  EXPECT_EQ(jsonOf(list.str()), nlohmann::json::array({expected}));
 }
 
 TEST(ExplanationTest, HasAChapterOfThePageForEachRule) {

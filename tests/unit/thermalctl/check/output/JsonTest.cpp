@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "thermalctl/support/JsonText.h"
+
 namespace {
 
 using Json = nlohmann::json;
@@ -12,7 +14,7 @@ using Json = nlohmann::json;
 Json resultOf(const Inspection& inspection) {
   std::ostringstream out;
   printJson(out, inspection);
-  return Json::parse(out.str());
+  return jsonOf(out.str());
 }
 
 Inspection board(const std::string& environment, const std::string& configuration) {
@@ -66,10 +68,10 @@ TEST(JsonTest, GivesEachFindingWithAllItsFields) {
                           "did you mean 'real'?"}};
   const Json result = resultOf(inspection);
   EXPECT_EQ(result.at("version"), 1);
-  EXPECT_EQ(result.at("findings"), Json::parse(R"([{
+  EXPECT_EQ(result.at("findings"), jsonOf(R"([{
       "rule": "some-rule", "severity": "warning", "file": "board.env", "line": 2, "column": 6,
       "end_column": 10, "message": "the daemon drops it", "hint": "did you mean 'real'?"}])"));
-  EXPECT_EQ(result.at("counts"), Json::parse(R"({"errors": 0, "warnings": 1, "files": 2})"));
+  EXPECT_EQ(result.at("counts"), jsonOf(R"({"errors": 0, "warnings": 1, "files": 2})"));
 }
 
 TEST(JsonTest, CountsErrorsAndWarningsApart) {
@@ -77,7 +79,7 @@ TEST(JsonTest, CountsErrorsAndWarningsApart) {
   inspection.findings.resize(3);
   inspection.findings[1].severity = Severity::kError;
   EXPECT_EQ(resultOf(inspection).at("counts"),
-            Json::parse(R"({"errors": 1, "warnings": 2, "files": 0})"));
+            jsonOf(R"({"errors": 1, "warnings": 2, "files": 0})"));
 }
 
 TEST(JsonTest, GivesWhatTheSettingsSilenceWithTheReason) {
@@ -99,13 +101,12 @@ TEST(JsonTest, NamesTheFilesThatCouldNotBeRead) {
   Inspection inspection;
   inspection.unread = {{"board.env", "Is a directory"}};
   const Json result = resultOf(inspection);
-  EXPECT_EQ(result.at("unread"),
-            Json::parse(R"([{"file": "board.env", "reason": "Is a directory"}])"));
+  EXPECT_EQ(result.at("unread"), jsonOf(R"([{"file": "board.env", "reason": "Is a directory"}])"));
   EXPECT_EQ(result.at("model"), nullptr);
 }
 
 TEST(JsonTest, TellsWhatTheDaemonWillHave) {
-  EXPECT_EQ(resultOf(board(kEnvironment, kConfiguration)).at("model"), Json::parse(R"({
+  EXPECT_EQ(resultOf(board(kEnvironment, kConfiguration)).at("model"), jsonOf(R"({
     "environment": {
       "file": "board.env",
       "sensors": [
@@ -123,7 +124,7 @@ TEST(JsonTest, TellsWhatTheDaemonWillHave) {
 
 TEST(JsonTest, TellsWhereTheDaemonEndsAndWithWhichWords) {
   const Json model = resultOf(board(kEnvironment, "\n[fast]\nalgo_type SS\n")).at("model");
-  EXPECT_EQ(model.at("configurations").at(0).at("fatal"), Json::parse(R"({
+  EXPECT_EQ(model.at("configurations").at(0).at("fatal"), jsonOf(R"({
       "line": 3, "message": "[TalmorThermal] [CONF PARSE FAIL] Algo type should be 'monitor' or 'SS'"})"));
   EXPECT_EQ(model.at("configurations").at(0).at("items"), Json::array());
 }

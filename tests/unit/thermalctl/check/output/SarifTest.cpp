@@ -8,6 +8,7 @@
 #include "check/Check.h"
 #include "check/output/Explanation.h"
 #include "check/output/Fingerprints.h"
+#include "thermalctl/support/JsonText.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ using Json = nlohmann::json;
 Json logOf(const Inspection& inspection) {
   std::ostringstream out;
   printSarif(out, inspection);
-  return Json::parse(out.str());
+  return jsonOf(out.str());
 }
 
 Json runOf(const Inspection& inspection) {
@@ -80,7 +81,7 @@ TEST(SarifTest, PlacesAFindingInCharacters) {
   EXPECT_EQ(result.at("ruleId"), allRules().back().name);
   EXPECT_EQ(result.at("ruleIndex"), allRules().size() - 1);
   EXPECT_EQ(result.at("level"), "error");
-  const Json expected = Json::parse(R"([{"physicalLocation": {
+  const Json expected = jsonOf(R"([{"physicalLocation": {
       "artifactLocation": {"uri": "board.env"},
       "region": {"startLine": 2, "startColumn": 4, "endColumn": 7}}}])");
   EXPECT_EQ(result.at("locations"), expected);
@@ -114,7 +115,7 @@ TEST(SarifTest, GivesWhatIsSilencedAsSuppressed) {
   inspection.findings.clear();
   const Json result = runOf(inspection).at("results").at(0);
   EXPECT_EQ(result.at("suppressions"),
-            Json::parse(R"([{"kind": "external", "justification": "known"}])"));
+            jsonOf(R"([{"kind": "external", "justification": "known"}])"));
 }
 
 TEST(SarifTest, SaysThatTheSettingsAreWrong) {
@@ -142,10 +143,10 @@ TEST(SarifTest, TakesFilesThatAreNotUtf8) {
 
 TEST(SarifTest, SaysWhichFilesItCouldNotRead) {
   EXPECT_EQ(runOf({}).at("invocations"),
-            Json::parse(R"([{"executionSuccessful": true, "toolExecutionNotifications": []}])"));
+            jsonOf(R"([{"executionSuccessful": true, "toolExecutionNotifications": []}])"));
   Inspection inspection;
   inspection.unread = {{"day.conf", "No such file or directory"}};
-  EXPECT_EQ(runOf(inspection).at("invocations"), Json::parse(R"([{
+  EXPECT_EQ(runOf(inspection).at("invocations"), jsonOf(R"([{
       "executionSuccessful": false,
       "toolExecutionNotifications": [{"level": "error", "message": {
           "text": "cannot read day.conf: No such file or directory."}}]}])"));
