@@ -79,9 +79,9 @@ bool isTrace(LineFile& file) {
 }
 
 // What the user gives, in the order in which he gives it; parts of one log are one.
-class Sources {
+class PlotSources {
 public:
-  Sources(const PlotOptions& options_, const BoardFolder* board_)
+  PlotSources(const PlotOptions& options_, const BoardFolder* board_)
       : options(options_), board(board_) {}
 
   // Tells on standard error what there is to know of each. False if one is of no use.
@@ -231,7 +231,8 @@ std::optional<Window::Times> timesOf(const PlotOptions& options) {
 }
 
 // A budget of what is in none of the runs would always be kept.
-void setBudgets(const std::vector<AskedBudget>& asked, const Sources& sources, Problems& problems) {
+void setBudgets(const std::vector<AskedBudget>& asked, const PlotSources& sources,
+                Problems& problems) {
   const std::set<std::string> subjects = sources.subjects();
   std::vector<Budget> budgets;
   for (const AskedBudget& each : asked) {
@@ -249,7 +250,7 @@ void setBudgets(const std::vector<AskedBudget>& asked, const Sources& sources, P
 }
 
 // Whether each has something of the stretch, and its verdict is about something.
-bool reach(const Sources& sources, const Window::Times& times) {
+bool reach(const PlotSources& sources, const Window::Times& times) {
   bool all = true;
   for (const Source& source : sources.all) {
     if (source.recording->duration() <= times.from && times.from > 0)
@@ -274,7 +275,7 @@ std::optional<BoardFolder> readBoard(const std::string& folder) {
   return problems.empty() ? std::move(board) : std::nullopt;
 }
 
-void play(const Sources& sources, const Window::Times& times, RunReport::Part& part,
+void play(const PlotSources& sources, const Window::Times& times, RunReport::Part& part,
           Comparison& comparison) {
   part.alsoTo(comparison);
   Window window(times, part);
@@ -285,8 +286,8 @@ void play(const Sources& sources, const Window::Times& times, RunReport::Part& p
   }
 }
 
-ExitStatus report(const PlotOptions& options, const Sources& sources, const Window::Times& times,
-                  const Outputs& outputs) {
+ExitStatus report(const PlotOptions& options, const PlotSources& sources,
+                  const Window::Times& times, const Outputs& outputs) {
   RunReport report;
   if (!options.outputs.out.empty()) {
     if (const auto error =
@@ -310,7 +311,7 @@ ExitStatus runPlot(const PlotOptions& options) {
   Problems problems;
   const std::vector<AskedBudget> budgets = readBudgets(options.budgets, problems);
   const Outputs outputs = readOutputs(options.outputs, problems);
-  Sources sources(options, board ? &*board : nullptr);
+  PlotSources sources(options, board ? &*board : nullptr);
   const bool usable = (board || options.board.empty()) && times && problems.none();
   const bool isRead = usable && sources.read() && reach(sources, *times);
   if (isRead) setBudgets(budgets, sources, problems);
