@@ -41,11 +41,11 @@ struct Format {
 class LogReaderFormatTest : public ::testing::TestWithParam<Format> {};
 
 TEST_P(LogReaderFormatTest, IsReadWithItsTimes) {
-  using Lines = std::vector<std::string>;
+  using ReadLines = std::vector<std::string>;
   // A host writes whole seconds.
   const char* skin = GetParam().name == std::string("Host") ? "1000 skin" : "1002 skin";
   EXPECT_EQ(messagesOf(GetParam().text),
-            GetParam().hasTime ? (Lines{"0 big", skin}) : (Lines{"0 big", "0 skin"}));
+            GetParam().hasTime ? (ReadLines{"0 big", skin}) : (ReadLines{"0 big", "0 skin"}));
   EXPECT_EQ(countsOf(GetParam().text).torn, 0u);
   EXPECT_EQ(countsOf(GetParam().text).ours, 2u);
   EXPECT_EQ(countsOf(GetParam().text).withoutTime, GetParam().hasTime ? 0u : 2u);

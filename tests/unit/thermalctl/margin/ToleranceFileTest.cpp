@@ -75,12 +75,12 @@ protected:
 
 TEST_F(ToleranceFileTest, EachNumberIsSetByItsName) {
   using Read = double (*)(const RunInput&);
-  struct Case {
+  struct SetCase {
     const char* name;
     double number;
     Read read;
   };
-  const Case cases[] = {
+  const SetCase cases[] = {
       {"node.die.joules_per_kelvin", 3,
        [](const RunInput& of) { return of.plant.nodes[0].capacity; }},
       {"node.case.celsius", 31, [](const RunInput& of) { return of.plant.nodes[1].initial; }},
