@@ -8,7 +8,6 @@ ENDS = (0, 1)
 
 def of_units(ground, units, duration, cores=2):
     return simulation.watched(
-        ["taskset", "--cpu-list", f"0-{cores - 1}", ground.thermalctl, "margin", "--board", boards.PHONE,
-         "--tolerances", boards.PHONE / "tolerances.toml", "--workload", "game", "--limit", "node:case=43C",
-         "--units", str(units), "--duration", duration, "--jobs", str(cores), "--out", ground.box.base / "margin"],
-        ENDS)
+        [ground.thermalctl, "margin", "--board", boards.PHONE, "--tolerances", boards.PHONE / "tolerances.toml",
+         "--workload", "game", "--limit", "node:case=43C", "--units", str(units), "--duration", duration,
+         "--jobs", str(cores), "--out", ground.box.base / "margin"], ENDS, set(range(cores)))

@@ -85,8 +85,7 @@ Json describe(const Verdict& verdict) {
   return json;
 }
 
-template <typename Track, typename Course>
-Json describe(const Track& track, const Course& course) {
+template <typename Track, typename Course> Json describe(const Track& track, const Course& course) {
   Json json = describe(track);
   addCourse(json, course);
   return json;

@@ -78,7 +78,7 @@ private:
   // That of the value in force, and the time therein.
   Near current;
   int64_t* here = nullptr;
-  int32_t held = 0;                // the value in force
+  int32_t held = 0; // the value in force
   int32_t least = 0;
   int32_t most = 0;
   int64_t since = 0;
