@@ -11,10 +11,12 @@ import subprocess
 import time
 import xml.etree.ElementTree as ElementTree
 from concurrent.futures import ThreadPoolExecutor
+from contextlib import closing
 from pathlib import Path
 
 import pytest
 
+from browser import Browser
 from daemon import LIMIT
 
 REPOSITORY = Path(__file__).resolve().parents[2]
@@ -190,6 +192,22 @@ def test_configurations_are_compared_on_the_same_phones(margin):
     page = (margin.out() / "margin.html").read_text()
     assert page.count("<svg") >= 3
     assert "http" not in page.replace("http-equiv", "")
+
+
+def test_the_page_fits_a_phone_and_no_name_reaches_into_a_picture(margin, thermalctl, tmp_path):
+    name = "leakage of the processors, as far as the foundry tells"
+    text = TOLERANCES.read_text().replace("leakage of the processors", name)
+    (tmp_path / "tolerances.toml").write_text(text)
+    assert thermalctl("margin", *GAME, "--tolerances", tmp_path / "tolerances.toml", "--units", "20",
+                      "--limit", "skin=41.5C", "--out", margin.out()).status in (0, 1)
+    with closing(Browser((500, 900))) as browser:
+        browser.open(margin.out() / "margin.html")
+        assert browser.run("return document.documentElement.scrollWidth - innerWidth") <= 0
+        names = browser.run("""return [...document.querySelectorAll('svg text[x="2"]')].map(
+            text => [text.textContent, text.getBBox().x + text.getBBox().width])""")
+        assert any(text.endswith(name) and "\u2026" in text for text, _ in names), names
+        assert all(end < 260 for _, end in names), names
+        assert browser.console() == []
 
 
 def test_the_boards_study_is_run_without_a_workload(margin):

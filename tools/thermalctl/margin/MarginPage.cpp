@@ -23,7 +23,8 @@ constexpr char kPageStyle[] =
     "h3{font-size:1rem;margin:1.4rem 0 .2rem}table{border-collapse:collapse;font-size:.85rem}"
     "th,td{padding:.15rem .6rem;text-align:right;border-bottom:1px solid #dde2e8}"
     "th:first-child,td:first-child,.l{text-align:left}.bad{color:#b3261e}.open{color:#9a6a00}"
-    ".wide{overflow-x:auto}code{font-size:.8rem}svg{width:100%;height:auto;background:#f6f8fa}"
+    ".wide{overflow-x:auto}code{font-size:.8rem;overflow-wrap:anywhere}"
+    "svg{width:100%;min-width:42rem;height:auto;background:#f6f8fa}"
     "text{font:12px system-ui,sans-serif;fill:#4a5563}.b{fill:#2767b0}.o{fill:#c2410c}"
     ".r{stroke:#b3261e;stroke-width:1.5;stroke-dasharray:4 3}.k{stroke:#1c2430;fill:none}"
     ".i{fill:#2767b0;fill-opacity:.2}.z{stroke:#8792a1;stroke-width:1}";
@@ -33,6 +34,7 @@ constexpr double kLabels = 260; // beside pictures
 constexpr double kRow = 46;     // of a distribution
 constexpr double kBar = 18;     // of a driver
 constexpr size_t kDriversShown = 8;
+constexpr size_t kLabelCharacters = 36; // what there is room for beside pictures
 
 // Maps a range to a part of a picture.
 struct Axis {
@@ -54,6 +56,13 @@ struct Shown {
   const MarginResult::Figure& figure() const { return figureOf(run, result, budget); }
   const MarginResult::Budgeted& counts() const { return result.budgets[budget]; }
 };
+
+// The contents of a text beside a picture: a long name in short, and whole where the pointer rests.
+std::string labelOf(const std::string& name) {
+  if (charactersIn(name) <= kLabelCharacters) return escapedMarkup(name);
+  return escapedMarkup(firstCharacters(name, kLabelCharacters - 1)) + "\u2026<title>" +
+         escapedMarkup(name) + "</title>";
+}
 
 const char* classOf(MarginResult::Answer answer) {
   if (answer == MarginResult::Answer::kBroken) return "bad";
@@ -180,9 +189,8 @@ private:
     }
     const Axis x{from, to, kLabels, kPageWidth - kLabels - 20};
     const double height = kRow * static_cast<double>(members.size()) + 22;
-    out << fmt::format("<h3>{}</h3>\n<svg viewBox=\"0 0 {} {}\" role=\"img\"><title>how many units "
-                       "have which value, a row for each configuration</title>\n",
-                       escapedMarkup(title), kPageWidth, height);
+    out << "<h3>" << escapedMarkup(title) << "</h3>\n";
+    beginPicture(height, "how many units have which value, a row for each configuration");
     for (size_t row = 0; row < members.size(); ++row)
       drawHistogram(members[row], figureAt(members[row]), measureAt(members[row]), x,
                     kRow * static_cast<double>(row));
@@ -192,9 +200,18 @@ private:
           height - 20);
     const char* const unit = measureAt(members.front()).unit();
     out << fmt::format("<text x=\"{}\" y=\"{:.0f}\">{:.4g} {}</text><text x=\"{}\" y=\"{:.0f}\" "
-                       "text-anchor=\"end\">{:.4g} {}</text></svg>\n",
+                       "text-anchor=\"end\">{:.4g} {}</text>",
                        kLabels, height - 5, from, unit, kPageWidth - 20, height - 5, to, unit);
+    endPicture();
   }
+
+  // On a narrow page it is moved sideways by itself.
+  void beginPicture(double height, const char* title) {
+    out << fmt::format("<div class=\"wide\"><svg viewBox=\"0 0 {} {:.0f}\" role=\"img\">"
+                       "<title>{}</title>",
+                       kPageWidth, height, title);
+  }
+  void endPicture() { out << "</svg></div>\n"; }
 
   // In the unit of the figure.
   std::vector<double> boundsOf(size_t run, size_t measure) const {
@@ -222,7 +239,7 @@ private:
         static_cast<double>(*std::max_element(figure.histogram.begin(), figure.histogram.end()));
     const double width = std::max(0.6, (x.of(high) - x.of(low)) / bars);
     out << fmt::format("<text x=\"2\" y=\"{:.0f}\">{}</text>\n", top + 22,
-                       escapedMarkup(study.runs[member.first].configuration));
+                       labelOf(study.runs[member.first].configuration));
     out << fmt::format("<text x=\"2\" y=\"{:.0f}\">median {}</text>\n", top + 38,
                        figureText(study, measure, figure.percentiles[3]));
     for (size_t i = 0; i < figure.histogram.size(); ++i) {
@@ -286,21 +303,19 @@ private:
     const bool bySobol = !shown.figure().sobol.empty();
     const Axis x{bySobol ? -0.1 : -1, 1, kLabels, kPageWidth - kLabels - 70};
     const double height = kBar * static_cast<double>(bars.size()) + 4;
-    out << fmt::format("<svg viewBox=\"0 0 {} {:.0f}\" role=\"img\"><title>drivers</title>",
-                       kPageWidth, height);
+    beginPicture(height, "drivers");
     for (size_t i = 0; i < bars.size(); ++i) {
       const double top = kBar * static_cast<double>(i) + 2;
-      out << fmt::format("<text x=\"2\" y=\"{:.0f}\">{}</text>", top + 13,
-                         escapedMarkup(bars[i].name));
+      out << fmt::format("<text x=\"2\" y=\"{:.0f}\">{}</text>", top + 13, labelOf(bars[i].name));
       drawBar(x, bars[i].wide, top + 2, kBar - 6, "b");
       if (bySobol) drawBar(x, bars[i].narrow, top + 6, kBar - 14, "o");
       out << fmt::format("<text x=\"{}\" y=\"{:.0f}\">{}</text>\n", kPageWidth - 65, top + 13,
                          bySobol ? rounded(100 * bars[i].wide.value, 0) + " %"
                                  : fmt::format("{:+.2f}", bars[i].wide.value));
     }
-    out << fmt::format("<line class=\"z\" x1=\"{0:.1f}\" x2=\"{0:.1f}\" y1=\"0\" y2=\"{1:.0f}\"/>"
-                       "</svg>\n",
+    out << fmt::format("<line class=\"z\" x1=\"{0:.1f}\" x2=\"{0:.1f}\" y1=\"0\" y2=\"{1:.0f}\"/>",
                        x.of(0), height);
+    endPicture();
   }
 
   void drawBar(const Axis& x, const Known& known, double top, double tall, const char* kind) {
@@ -388,14 +403,15 @@ private:
       upper += point(intervals[i].high);
       lower.insert(0, point(intervals[i].low));
     }
+    beginPicture(kTall, "share over units");
     out << fmt::format(
-        "<svg viewBox=\"0 0 {} {}\" role=\"img\"><title>share over units</title><polygon "
-        "class=\"i\" "
-        "points=\"{}{}\"/><polyline class=\"k\" points=\"{}\"/><text x=\"2\" y=\"16\">{} %</text>"
+        "<polygon class=\"i\" points=\"{}{}\"/><polyline class=\"k\" points=\"{}\"/><text x=\"2\" "
+        "y=\"16\">{} %</text>"
         "<text x=\"2\" y=\"{}\">0 %</text><text x=\"70\" y=\"{}\">{}</text><text x=\"{}\" y=\"{}\" "
-        "text-anchor=\"end\">{} units</text></svg>\n",
-        kPageWidth, kTall, upper, lower, line, percentOf(most), kTall - 20, kTall - 4,
-        looks.front().units, kPageWidth - 30, kTall - 4, looks.back().units);
+        "text-anchor=\"end\">{} units</text>",
+        upper, lower, line, percentOf(most), kTall - 20, kTall - 4, looks.front().units,
+        kPageWidth - 30, kTall - 4, looks.back().units);
+    endPicture();
   }
 
   void writeInputs() {
