@@ -7,22 +7,26 @@ import sys
 
 from . import chart, reaction, scale
 
-BEGIN = "<!-- written by bench/run from here on -->"
-END = "<!-- written by bench/run up to here -->"
+BEGIN = "<!-- of the {}, written by bench/run from here on -->"
+END = "<!-- of the {}, written by bench/run up to here -->"
 
 
-def markdown(result, command, figure):
-    parts = [f"`{command}` printed this on {_machine()}.", _table(result.rows), _reactions(result),
-             _curves(result.curves, figure), _micro(result.micro)]
+def of_daemon(result, command, figure):
+    parts = [of_rows(result.rows, command), _reactions(result), _curves(result.curves, figure), _micro(result.micro)]
     return "\n\n".join(parts)
 
 
-def replace_block(path, text):
-    before, begin, rest = path.read_text().partition(BEGIN)
-    _, end, after = rest.partition(END)
+def of_rows(rows, command):
+    return f"`{command}` printed this on {_machine()}.\n\n{_table(rows)}"
+
+
+def replace_block(path, part, text):
+    first, last = BEGIN.format(part), END.format(part)
+    before, begin, rest = path.read_text().partition(first)
+    _, end, after = rest.partition(last)
     if not begin or not end:
-        sys.exit(f"{path}: error: no block between '{BEGIN}' and '{END}' to put the result into")
-    path.write_text(f"{before}{BEGIN}\n\n{text}\n\n{END}{after}")
+        sys.exit(f"{path}: error: no block between '{first}' and '{last}' to put the result into")
+    path.write_text(f"{before}{first}\n\n{text}\n\n{last}{after}")
 
 
 def write_figure(path, result):

@@ -51,14 +51,29 @@ class Result(NamedTuple):
     effort: Effort
 
 
-def measure_all(ground, effort, progress):
-    rows = []
+class Rows(list):
+    """Each is told as it comes."""
 
-    def add(*new):
+    def __init__(self, progress):
+        super().__init__()
+        self._progress = progress
+
+    def add(self, *new):
         for row in new:
-            progress(f"{row.work}: {row.measured}{'' if row.met else '  (MISSED)'}")
-        rows.extend(new)
+            self._progress(f"{row.work}: {row.measured}{'' if row.met else '  (MISSED)'}")
+            self.append(row)
 
+
+def measure_tool(ground, effort, progress):
+    rows = Rows(progress)
+    rows.add(*_simulation_rows(ground, effort))
+    rows.add(*_margin_rows(ground, effort))
+    return rows
+
+
+def measure_daemon(ground, effort, progress):
+    rows = Rows(progress)
+    add = rows.add
     add(*_cost_rows(ground, effort))
     add(_calls_row(ground))
     add(_looks_row(ground))
@@ -71,8 +86,6 @@ def measure_all(ground, effort, progress):
     curves = [scale.decision_passes(ground, effort.pass_seconds),
               scale.swaps(ground, effort.scale_swaps)]
     add(*_scale_rows(curves))
-    add(*_simulation_rows(ground, effort))
-    add(*_margin_rows(ground, effort))
     return Result(rows, reactions, curves, micro.measure(ground, effort.micro_seconds), effort)
 
 
