@@ -424,6 +424,25 @@ def test_a_part_of_another_plant_is_told_by_its_file(margin, parts):
     assert "plant.toml was another text" in refused(margin, one, two)
 
 
+def test_rounds_of_shards_come_to_the_answer_of_one_run(plain):
+    asked, question = ("--limit", "cpu=34C"), ("--until", "share<=1%@95%")
+    parts, run = [], None
+    for first in range(1, 2001, 200):
+        for index in 1, 2:
+            parts.append(plain.out(f"part-{first}-{index}"))
+            run = plain("--units", f"{first}..{first + 199}", *asked, "--shard", f"{index}/2", "--out", parts[-1])
+            assert run.status == 0, run.err
+        run = plain.thermalctl("margin", "merge", *parts, *question, "--out", plain.out("rounds"))
+        if run.status != 3:
+            break
+        assert f"{first + 199} units do not settle whether no more than 1 % break it; take more" in run.out
+    assert run.status == 0, run.err
+    assert len(parts) > 2
+    assert plain("--units", "20000", *asked, *question, "--out", plain.out("whole")).status == 0
+    answers = [plain.json(name)["runs"][0]["budgets"][0]["answer"] for name in ("rounds", "whole")]
+    assert answers[0] == answers[1]
+
+
 @pytest.mark.parametrize("shard", ["0/3", "4/3", "3", "a/b", "1/0", "/", "1/2/3"])
 def test_a_shard_is_one_of_so_many(margin, shard):
     status, out, err = margin.phone("--shard", shard, "--out", margin.out())
