@@ -71,7 +71,10 @@ std::vector<Estimate> estimatesOf(const Misfit& misfit, const Fit& fit, const Ma
     const double half = kInterval * std::sqrt(std::max(0.0, covariance(indexOf(i), indexOf(i))));
     const bool log = misfit.quantities[i].byLogarithm();
     const auto natural = [log](double number) { return log ? std::exp(number) : number; };
-    estimates.push_back({natural(value), natural(value - half), natural(value + half), frozen[i]});
+    // A logarithm at its bound comes back a last digit beyond it.
+    const double found =
+        std::clamp(natural(value), misfit.quantities[i].least, misfit.quantities[i].most);
+    estimates.push_back({found, natural(value - half), natural(value + half), frozen[i]});
   }
   return estimates;
 }
