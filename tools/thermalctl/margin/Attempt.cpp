@@ -224,13 +224,13 @@ RunInput SearchSpace::runOf(const Attempt& attempt) const {
   return run;
 }
 
-Outcome SearchSpace::outcomeOf(const Attempt& attempt) const {
+AttemptOutcome SearchSpace::outcomeOf(const Attempt& attempt) const {
   const RunInput run = runOf(attempt);
   UnitFigures figures(working);
   Engine engine(run, figures, {[](int64_t) {}, [](int64_t, const std::string&) {}});
   engine.run();
   const std::vector<int32_t>& values = figures.values();
-  Outcome outcome;
+  AttemptOutcome outcome;
   for (size_t i = 0; i < measures.budgets.size(); ++i) {
     const auto verdict = static_cast<Verdict::Is>(values[measures.budgets[i].verdict]);
     outcome.scores.push_back(score(i, values, attempt.duration));

@@ -40,7 +40,7 @@ struct Attempt {
 //
 // Shape:  the greater a score, the nearer to being broken; those of one budget can be compared, and
 //         nothing else. `measured` as a run's measures have it. All empty where it was not run.
-struct Outcome {
+struct AttemptOutcome {
   std::vector<double> scores;
   std::vector<bool> broken;
   std::vector<int32_t> measured;
@@ -68,7 +68,7 @@ public:
   Attempt at(const std::vector<double>& point) const;
   bool holds(const Attempt& attempt) const;
 
-  Outcome outcomeOf(const Attempt& attempt) const;
+  AttemptOutcome outcomeOf(const Attempt& attempt) const;
 
   // An attempt as files: a workload, and tolerances that have one unit alone.
   std::string workloadOf(const Attempt& attempt) const;

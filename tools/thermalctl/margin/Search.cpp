@@ -69,7 +69,7 @@ public:
     std::vector<Coordinates> points;
     while (points.size() < wide)
       points.push_back(anywhere(points.size()));
-    const std::vector<Outcome> outcomes = tryAll(points);
+    const std::vector<AttemptOutcome> outcomes = tryAll(points);
     for (size_t i = 0; i < points.size() && result.complete; ++i)
       known.push_back({points[i], outcomes[i].scores, choicesOf(space.at(points[i]))});
     // Each budget in turn: the nearest to being broken would hide all others.
@@ -104,12 +104,12 @@ private:
     return point;
   }
 
-  std::vector<Outcome> tryAll(const std::vector<Coordinates>& points) {
+  std::vector<AttemptOutcome> tryAll(const std::vector<Coordinates>& points) {
     std::vector<Attempt> attempts;
     attempts.reserve(points.size());
     for (const Coordinates& point : points)
       attempts.push_back(space.at(point));
-    std::vector<Outcome> outcomes(points.size());
+    std::vector<AttemptOutcome> outcomes(points.size());
     const auto work = [&](size_t i) {
       if (!goesOn()) return;
       outcomes[i] = space.outcomeOf(attempts[i]);
@@ -125,7 +125,7 @@ private:
     return outcomes;
   }
 
-  void take(const Attempt& attempt, const Outcome& outcome) {
+  void take(const Attempt& attempt, const AttemptOutcome& outcome) {
     ++result.simulations;
     result.stoodStill += outcome.stoodStill ? 1 : 0;
     result.unjudged += outcome.unjudged ? 1 : 0;
@@ -169,7 +169,7 @@ private:
           evolution.ask(draws.normal(evolution.size() * space.dimensions()));
       vary(points);
       points.resize(std::min(points.size(), left()));
-      const std::vector<Outcome> outcomes = tryAll(points);
+      const std::vector<AttemptOutcome> outcomes = tryAll(points);
       if (!hasMore()) break;
       std::vector<double> values;
       values.reserve(outcomes.size());

@@ -17,7 +17,7 @@ struct SearchResult {
   // broke the budget, from 1 on.
   struct Worst {
     Attempt attempt;
-    Outcome outcome;
+    AttemptOutcome outcome;
     size_t found = 0;
     std::optional<size_t> broken;
   };
@@ -25,7 +25,7 @@ struct SearchResult {
   struct Smallest {
     size_t budget = 0;
     Attempt attempt;
-    Outcome outcome;
+    AttemptOutcome outcome;
     size_t simulations = 0; // that it took, beside those of the search
   };
 

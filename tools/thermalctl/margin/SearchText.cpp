@@ -11,7 +11,7 @@ namespace {
 
 // "44.61 C, 1.61 C beyond it"
 std::string withDistance(const SearchSpace& space, size_t budget, const Attempt& attempt,
-                         const Outcome& outcome) {
+                         const AttemptOutcome& outcome) {
   const int32_t measured = outcome.measured[budget];
   std::string figure = space.figureText(budget, measured, attempt.duration);
   if (measured == kUnseen) return figure;

@@ -52,7 +52,7 @@ private:
         !goesOn())
       return false;
     ++best.simulations;
-    Outcome outcome = space.outcomeOf(edited);
+    AttemptOutcome outcome = space.outcomeOf(edited);
     if (!outcome.broken[best.budget]) return false;
     best.attempt = std::move(edited);
     best.outcome = std::move(outcome);

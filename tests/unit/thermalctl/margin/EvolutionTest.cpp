@@ -23,6 +23,7 @@ double leastOf(const std::function<double(const Coordinates&)>& function, const 
     const std::vector<Coordinates> points = evolution.ask(
         standardNumbers(7, ++drawn, Stream::kSearch, evolution.size() * start.size()));
     std::vector<double> values;
+    values.reserve(points.size());
     for (const Coordinates& point : points)
       values.push_back(function(point));
     least = std::min(least, *std::min_element(values.begin(), values.end()));
