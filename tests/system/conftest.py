@@ -24,7 +24,7 @@ def pytest_ignore_collect(collection_path, config):
     """thermalctl runs on a workstation: the presets that watch the daemon leave it out, or to its
     unit tests. The parsers have no threads, and their unit tests run on every processor."""
     tool, parsers = ("test_thermalctl_", "test_documents"), ("test_configuration", "test_environment")
-    without = {"asan": tool, "libcxx": tool, "coverage": tool,
+    without = {"asan": tool, "coverage": tool,
                "tsan": (*tool, *parsers), "aarch64": (*tool, *parsers)}
     left_out = collection_path.name.startswith(without.get(build_name(config), ()))
     return True if left_out else None

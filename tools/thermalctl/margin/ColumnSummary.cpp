@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int64_t kPlaces = 65'536;
+constexpr int64_t kParts = 65'536;
 
 template <typename Visit> void eachSeen(const UnitRows& rows, size_t column, Visit visit) {
   rows.eachBlock({column}, [&](size_t, size_t, const std::vector<std::vector<int32_t>>& values) {
@@ -45,7 +45,7 @@ void ColumnSummary::measure(const UnitRows& rows, size_t column) {
   });
   if (units == 0) return;
   mean = static_cast<double>(sum) / static_cast<double>(units);
-  width = (int64_t{most} - least) / kPlaces + 1;
+  width = (int64_t{most} - least) / kParts + 1;
   counts.resize(placeOf(most) + 1);
   eachSeen(rows, column, [this](int32_t value) { ++counts[placeOf(value)]; });
 }

@@ -45,8 +45,8 @@ int64_t unfolded(uint64_t number) {
 } // namespace
 
 int64_t Envelope::Stretch::mean() const {
-  const int64_t number = count;
-  return number == 1 ? sum : (sum + (sum < 0 ? -number : number) / 2) / number;
+  const int64_t added = count;
+  return added == 1 ? sum : (sum + (sum < 0 ? -added : added) / 2) / added;
 }
 
 void Envelope::Before::follow(const Stretch& stretch) {

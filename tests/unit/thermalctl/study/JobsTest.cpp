@@ -24,7 +24,7 @@ std::vector<size_t> upTo(size_t count) {
 }
 
 TEST(JobsTest, AreDoneOnceEachAndFollowedUpInOrder) {
-  for (const size_t threads : {1, 2, 8, 100}) {
+  for (const size_t threads : std::vector<size_t>{1, 2, 8, 100}) {
     std::vector<std::atomic<int>> done(50);
     std::vector<size_t> after;
     runJobs(
@@ -82,7 +82,7 @@ TEST(JobsTest, DoNotRunFarAheadOfTheFirstThatIsNotDone) {
 }
 
 TEST(JobsTest, EndWithTheFirstException) {
-  for (const size_t threads : {1, 4}) {
+  for (const size_t threads : std::vector<size_t>{1, 4}) {
     std::vector<size_t> after;
     const auto run = [&] {
       runJobs(
