@@ -354,6 +354,15 @@ def test_any_number_of_parts_in_any_order_makes_the_same_bytes(margin, parts):
         assert margin.bytes(f"merged{count}") == margin.bytes("whole")
 
 
+def test_parts_may_be_more_than_files_that_a_process_has_open(margin, parts):
+    """A shell allows 1,024 of them unless it is asked for more."""
+    made = " ".join(map(str, parts(30)))
+    command = " ".join(map(str, margin.thermalctl.command))
+    run = subprocess.run(["bash", "-c", f"ulimit -Sn 24; exec {command} margin merge {made}"], capture_output=True, text=True)
+    assert (run.returncode, run.stderr) == (1, "")
+    assert "23 units from 1 on" in run.stdout
+
+
 def test_a_part_has_the_same_bytes_again(margin, parts):
     (first, _) = parts(2)
     before = first.read_bytes()
@@ -549,6 +558,24 @@ def test_an_interrupted_part_leaves_what_was_there(margin, thermalctl):
     assert "interrupted: no part is written" in err
     assert part.read_text() == "earlier"
     assert [path.name for path in margin.folder.iterdir()] == ["part"]
+
+
+def test_an_interrupted_merge_leaves_what_was_there(plain):
+    part = plain.folder / "part"
+    assert plain("--units", "30000", "--shard", "1/1", "--out", part).status == 0
+    plain.out().mkdir()
+    (plain.out() / "margin.json").write_text("earlier")
+    run = plain.thermalctl.start("margin", "merge", part, "--out", plain.out())
+    try:
+        while len(list(plain.out().iterdir())) == 1 and run.poll() is None:
+            time.sleep(0.002)
+        run.send_signal(signal.SIGINT)
+        out, err = run.communicate(timeout=LIMIT)
+    finally:
+        run.kill()
+    assert (run.returncode, out) == (-signal.SIGINT, "")
+    assert [(path.name, path.read_text()) for path in plain.out().iterdir()] == [("margin.json", "earlier")]
+    assert plain.thermalctl("margin", "merge", part).status == 0
 
 
 def memory_of(plain, units):
