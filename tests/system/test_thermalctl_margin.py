@@ -407,6 +407,16 @@ def test_parts_that_are_missing_double_torn_or_foreign_are_refused_by_name(margi
     assert "cannot be read" in refused(margin, one, margin.folder / "nowhere")
 
 
+@pytest.mark.parametrize("words", [
+    ("--limit", "skin=40C"), ("--seed", "7"), ("--units", "5"), ("--sobol", "5"), ("--simulations", "5"), ("--conf", DAY),
+    ("--duration", "1h"), ("--from", "worst"), ("--search",),
+])
+def test_what_the_parts_say_nobody_else_says(margin, parts, words):
+    status, out, err = merge(margin, *parts(1), *words)
+    assert (status, out) == (2, "")
+    assert "merge takes --out, --format and --until alone: its parts say the rest" in err
+
+
 @pytest.mark.parametrize("words, told", [
     (("--seed", "2"), "its seed is 2 and not 1"),
     (("--duration", "7m"), "each run takes 0:07:00 and not 0:06:00"),
@@ -471,6 +481,7 @@ def test_a_shard_is_one_of_so_many(margin, shard):
     (("--seed", "1..3"), "--seed: error: must be one number"),
     (("--limit", "skn=43C"), "did you mean 'skin'?"),
     (("--shard", "1/2"), "--shard 1/2: error: needs --out, the file of the part"),
+    (("--simulations", "5"), "--from and --simulations are of a search: give --search, too"),
 ])
 def test_a_wrong_command_line_is_told(margin, words, told):
     status, out, err = margin.phone(*words)
@@ -521,6 +532,14 @@ def test_a_folder_that_cannot_be_written_is_told_before_the_first_unit(margin):
     status, out, err = margin.phone("--units", "1000000", "--out", margin.folder / "file" / "out")
     assert (status, out) == (2, "")
     assert "cannot be written" in err
+
+
+def test_a_folder_in_the_place_of_a_part_is_told_before_the_first_unit(margin):
+    margin.out().mkdir()
+    for words in ("--units", "1000000"), ("--conf", DAY, "--limit", "skin=43C", "--search", "--simulations", "1000000"):
+        status, out, err = margin.phone(*words, "--shard", "1/2", "--out", margin.out())
+        assert (status, out) == (2, "")
+        assert f"{margin.out()}: cannot be written: Is a directory" in err
 
 
 # Long runs.

@@ -397,7 +397,7 @@ def test_a_round_goes_on_from_the_same_search_alone(parts, tmp_path):
     part.write_bytes(part.read_bytes()[:-9])
     assert f"{part}: error: is torn" in refused("--from", before)
     run = parts.board.run("margin", *parts.board.files(), "--tolerances", tmp_path / "tolerances.toml", "--from", before)
-    assert run.returncode == 2 and "--from is of a search" in run.stderr
+    assert run.returncode == 2 and "--from and --simulations are of a search" in run.stderr
     assert not (tmp_path / "worst").exists()
 
 

@@ -253,7 +253,8 @@ private:
 ExitStatus runUnits(const MarginOptions& options) {
   if (options.tolerances.empty())
     throw UsageError("--tolerances is required; write --tolerances FILE");
-  if (!options.from.empty()) throw UsageError("--from is of a search: give --search, too");
+  if (!options.from.empty() || options.simulations != MarginOptions().simulations)
+    throw UsageError("--from and --simulations are of a search: give --search, too");
   Problems problems;
   const Range range = readUnits(options.units, problems);
   const std::optional<Shard> shard = readShard(options, range, problems);
@@ -273,11 +274,26 @@ ExitStatus runUnits(const MarginOptions& options) {
   return shard ? run.part(*shard) : run.whole(range, question);
 }
 
+// What parts have said already, and nobody else may say.
+bool asksForARun(const MarginOptions& options) {
+  const SimulateOptions& run = options.simulate;
+  const MarginOptions none;
+  const auto isGiven = [](const auto& each) { return !each.empty(); };
+  const auto isAnyGiven = [&](const auto& all) {
+    return std::any_of(all.begin(), all.end(), isGiven);
+  };
+  return options.search || options.units != none.units || options.simulations != none.simulations ||
+         isAnyGiven(std::vector{options.tolerances, options.shard, options.sobol, options.from,
+                                run.board, run.study, run.environment, run.plant,
+                                run.recording.files, run.duration}) ||
+         isAnyGiven(std::vector{run.configurations, run.workloads, run.seeds, run.budgets.limits,
+                                run.budgets.requirements});
+}
+
 ExitStatus runMerge(const MarginOptions& options) {
   if (options.merge.front() != "merge")
     throw UsageError("'" + options.merge.front() + "' is no word of margin: write merge PART...");
-  if (!options.tolerances.empty() || !options.shard.empty() || options.search ||
-      !options.from.empty() || !options.simulate.board.empty())
+  if (asksForARun(options))
     throw UsageError("merge takes --out, --format and --until alone: its parts say the rest");
   Problems problems;
   const std::optional<Question> question = readUntil(options.until, problems);

@@ -144,6 +144,9 @@ void OutputFiles::note(const fs::path& path, std::error_code error) {
 }
 
 std::optional<std::string> standsInTheWay(const fs::path& file) {
+  std::error_code ignored;
+  if (fs::is_directory(file, ignored))
+    return file.string() + ": cannot be written: " + std::generic_category().message(EISDIR);
   OutputFiles probe(file.has_parent_path() ? file.parent_path() : ".");
   probe.add(file.filename());
   return probe.failure();

@@ -159,7 +159,7 @@ TEST_F(SearchTest, ALaterRoundBeginsWithTheWorstOfTheOneBefore) {
   };
   int64_t begun = 0;
   int64_t kept = 0;
-  for (const uint64_t seed : {1, 2, 3, 4, 5, 6, 7, 8}) {
+  for (const uint64_t seed : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U}) {
     const SearchResult first = searchWorst(space, {seed, {1, 41}}, 1, always);
     const SearchResult second = searchWorst(space, {seed, {41, 81}, first.worst}, 1, always);
     const SearchResult one = searchWorst(space, {seed, {41, 42}, first.worst}, 1, always);
