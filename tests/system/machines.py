@@ -14,7 +14,7 @@ HostKey {folder}/host
 AuthorizedKeysFile {folder}/user.pub
 PidFile none
 StrictModes no
-UsePAM no
+UsePAM {pam}
 SetEnv HOME={home} PATH={path}
 ForceCommand cd {home} && eval "$SSH_ORIGINAL_COMMAND"
 """
@@ -43,13 +43,15 @@ class Machines:
 
     def __enter__(self):
         (port,) = free_ports(1)
-        fields = {"port": port, "folder": self.folder, "home": self.home, "user": "root",
+        # Without PAM nobody is let in whose password is locked, and with it not everybody in a container.
+        locked = "\nroot:!" in "\n" + Path("/etc/shadow").read_text()
+        fields = {"port": port, "folder": self.folder, "home": self.home, "user": "root", "pam": "yes" if locked else "no",
                   "path": f"{self.programs}:/usr/local/bin:/usr/bin:/bin"}
         for key in "host", "user":
             subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.folder / key], check=True)
         (self.folder / "sshd_config").write_text(SSHD.format(**fields))
         (self.folder / "ssh_config").write_text(SSH.format(**fields))
-        # Where it is root's alone, whatever runs unprivileged finds nothing.
+        # Its place for what it runs without privileges; the machine's own service would make it.
         Path("/run/sshd").mkdir(mode=0o755, exist_ok=True)
         with open(self.folder / "log", "wb") as log:
             self.server = subprocess.Popen(["/usr/sbin/sshd", "-D", "-e", "-f", self.folder / "sshd_config"],

@@ -184,6 +184,16 @@ TEST_F(SearchTest, AnotherPartTriesOthers) {
   EXPECT_NE(pointOf(2), pointOf(3));
 }
 
+TEST_F(SearchTest, WhoeverIsInterruptedWhileItIsMadeSmallHasNotSeenTheEnd) {
+  const SearchSpace space = spaceOf("[search]\nsteps = 4\n", "node:die=50C");
+  size_t asked = 0;
+  const SearchResult result = searchWorst(space, firstOnes(30), 1, [&] { return ++asked <= 33; });
+  EXPECT_EQ(result.simulations, 30U);
+  ASSERT_TRUE(result.smallest);
+  EXPECT_TRUE(result.smallest->outcome.broken.front());
+  EXPECT_FALSE(result.complete);
+}
+
 TEST_F(SearchTest, ASpaceOfOnePointIsLookedAtOnce) {
   const SearchSpace space =
       spaceOf("[search]\nsteps = 1\nscenarios = []\nload = { a = 1, b = 1 }\n", "node:die=80C");
