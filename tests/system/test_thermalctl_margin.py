@@ -354,6 +354,15 @@ def test_any_number_of_parts_in_any_order_makes_the_same_bytes(margin, parts):
         assert margin.bytes(f"merged{count}") == margin.bytes("whole")
 
 
+def test_parts_may_be_more_than_files_that_a_process_has_open(margin, parts):
+    """A shell allows 1,024 of them unless it is asked for more."""
+    made = " ".join(map(str, parts(30)))
+    command = " ".join(map(str, margin.thermalctl.command))
+    run = subprocess.run(["bash", "-c", f"ulimit -Sn 24; exec {command} margin merge {made}"], capture_output=True, text=True)
+    assert (run.returncode, run.stderr) == (1, "")
+    assert "23 units from 1 on" in run.stdout
+
+
 def test_a_part_has_the_same_bytes_again(margin, parts):
     (first, _) = parts(2)
     before = first.read_bytes()
@@ -396,6 +405,16 @@ def test_parts_that_are_missing_double_torn_or_foreign_are_refused_by_name(margi
     two.write_text("time,gpu\n")
     assert f"{two}: error: is no part of thermalctl margin" in refused(margin, one, two, three)
     assert "cannot be read" in refused(margin, one, margin.folder / "nowhere")
+
+
+@pytest.mark.parametrize("words", [
+    ("--limit", "skin=40C"), ("--seed", "7"), ("--units", "5"), ("--sobol", "5"), ("--simulations", "5"), ("--conf", DAY),
+    ("--duration", "1h"), ("--from", "worst"), ("--search",),
+])
+def test_what_the_parts_say_nobody_else_says(margin, parts, words):
+    status, out, err = merge(margin, *parts(1), *words)
+    assert (status, out) == (2, "")
+    assert "merge takes --out, --format and --until alone: its parts say the rest" in err
 
 
 @pytest.mark.parametrize("words, told", [
@@ -462,6 +481,7 @@ def test_a_shard_is_one_of_so_many(margin, shard):
     (("--seed", "1..3"), "--seed: error: must be one number"),
     (("--limit", "skn=43C"), "did you mean 'skin'?"),
     (("--shard", "1/2"), "--shard 1/2: error: needs --out, the file of the part"),
+    (("--simulations", "5"), "--from and --simulations are of a search: give --search, too"),
 ])
 def test_a_wrong_command_line_is_told(margin, words, told):
     status, out, err = margin.phone(*words)
@@ -514,6 +534,14 @@ def test_a_folder_that_cannot_be_written_is_told_before_the_first_unit(margin):
     assert "cannot be written" in err
 
 
+def test_a_folder_in_the_place_of_a_part_is_told_before_the_first_unit(margin):
+    margin.out().mkdir()
+    for words in ("--units", "1000000"), ("--conf", DAY, "--limit", "skin=43C", "--search", "--simulations", "1000000"):
+        status, out, err = margin.phone(*words, "--shard", "1/2", "--out", margin.out())
+        assert (status, out) == (2, "")
+        assert f"{margin.out()}: cannot be written: Is a directory" in err
+
+
 # Long runs.
 
 def test_an_interrupt_shows_what_is_known_so_far(margin, thermalctl):
@@ -549,6 +577,24 @@ def test_an_interrupted_part_leaves_what_was_there(margin, thermalctl):
     assert "interrupted: no part is written" in err
     assert part.read_text() == "earlier"
     assert [path.name for path in margin.folder.iterdir()] == ["part"]
+
+
+def test_an_interrupted_merge_leaves_what_was_there(plain):
+    part = plain.folder / "part"
+    assert plain("--units", "30000", "--shard", "1/1", "--out", part).status == 0
+    plain.out().mkdir()
+    (plain.out() / "margin.json").write_text("earlier")
+    run = plain.thermalctl.start("margin", "merge", part, "--out", plain.out())
+    try:
+        while len(list(plain.out().iterdir())) == 1 and run.poll() is None:
+            time.sleep(0.002)
+        run.send_signal(signal.SIGINT)
+        out, err = run.communicate(timeout=LIMIT)
+    finally:
+        run.kill()
+    assert (run.returncode, out) == (-signal.SIGINT, "")
+    assert [(path.name, path.read_text()) for path in plain.out().iterdir()] == [("margin.json", "earlier")]
+    assert plain.thermalctl("margin", "merge", part).status == 0
 
 
 def memory_of(plain, units):

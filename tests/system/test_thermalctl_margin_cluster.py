@@ -1,6 +1,7 @@
 """The units of a board on a cluster: a real Slurm, whose node dies and whose shard is killed."""
 
 import os
+import re
 import signal
 import subprocess
 from pathlib import Path
@@ -76,6 +77,26 @@ def test_the_result_is_that_of_one_machine_although_a_node_and_a_shard_die(
     assert (merged / "margin.txt").read_text() == whole.out
     for name in ("margin.json", "margin.csv"):
         assert (merged / name).read_bytes() == (tmp_path / "whole" / name).read_bytes(), name
+
+
+def test_a_search_is_shared_and_the_next_round_goes_on_from_it(cluster, thermalctl, tmp_path):
+    asked = ("--board", PHONE, "--tolerances", PHONE / "tolerances.toml", "--workload", "game", "--conf",
+             PHONE / "talmor-thermal.conf", "--limit", "skin=44.5C", "--duration", "10m", "--search", "--simulations", "40")
+    first, second = tmp_path / "first", tmp_path / "second"
+
+    def ended():
+        cluster.hasten()
+        return not cluster.jobs()
+    for folder, words in (first, asked), (second, (*asked, "--from", first)):
+        cluster.run(SCRIPT, "2", folder, *words, cwd=tmp_path)
+        eventually(ended)
+    merged = thermalctl("margin", "merge", first / "part-1", first / "part-2", "--out", tmp_path / "by-hand")
+    assert merged.status == 1
+    assert (tmp_path / "by-hand" / "worst.part").read_bytes() == (first / "worst.part").read_bytes()
+    told = [(folder / "margin.txt").read_text() for folder in (first, second)]
+    assert "40 simulations of up to" in told[0] and "80 simulations of up to" in told[1]
+    worst = [float(re.search(r"^skin=44.5C: broken, at worst ([\d.]+) C", text, re.M)[1]) for text in told]
+    assert worst[0] < worst[1]
 
 
 def test_a_command_that_cannot_run_is_tried_three_times_and_nothing_is_merged(cluster, tmp_path):

@@ -269,10 +269,10 @@ class Written:
     def own(self):
         return self.run("simulate", *self.files(), "--workload", self.folder / "own.csv", *self.board.budgets)
 
-    def search(self, simulations, *words):
+    def search(self, simulations, *words, out="worst"):
         return self.run("margin", *self.files(), "--workload", self.folder / "own.csv", *self.board.budgets,
                         "--tolerances", self.folder / "tolerances.toml", "--search", "--simulations", simulations,
-                        "--out", self.folder / "worst", *words)
+                        "--out", self.folder / out, *words)
 
     def replay(self, told):
         """What the command that a search has told comes to."""

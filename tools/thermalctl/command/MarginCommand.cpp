@@ -17,7 +17,6 @@
 #include "command/Replay.h"
 #include "command/SimulateOptions.h"
 #include "command/UnitOption.h"
-#include "file/Names.h"
 #include "file/OutputFiles.h"
 #include "margin/Chances.h"
 #include "margin/MarginFiles.h"
@@ -50,7 +49,8 @@ constexpr char kExamples[] =
     "Runs many units of a board, each with numbers of its own, and tells what share of them keeps\n"
     "each limit, as far as so many units can tell, what drives it, and which units are the worst.\n"
     "--shard I/N runs one of N parts, on whatever machine, and merge puts them together.\n"
-    "--search looks for a workload and a unit that break a limit, and writes as little as does.\n"
+    "--search looks for a workload and a unit that break a limit, and writes as little as does;\n"
+    "--from goes on from there. Its parts are merged, too.\n"
     "\n"
     "Exit status: 0 every unit kept every limit, --until was answered so, or --search broke none;\n"
     "1 one did not, or one was broken; 2 could not run, or was interrupted; 3 no verdict, or\n"
@@ -66,6 +66,7 @@ struct MarginOptions {
   std::string shard;
   bool search = false;
   uint64_t simulations = 1500;
+  std::string from;
   std::string out;
   std::string format = "text";
 };
@@ -85,8 +86,12 @@ Range readUnits(const std::string& text, Problems& problems) {
   return range;
 }
 
-std::optional<Shard> readShard(const std::string& text, const Range& asked, Problems& problems) {
+std::optional<Shard> readShard(const MarginOptions& options, const Range& asked,
+                               Problems& problems) {
+  const std::string& text = options.shard;
   if (text.empty()) return std::nullopt;
+  if (options.out.empty())
+    problems.add({"--shard " + text, {}, "needs --out, the file of the part"});
   constexpr char kMust[] = "one of so many, such as 3/8";
   const size_t slash = text.find('/');
   Problems wrong;
@@ -103,17 +108,6 @@ std::optional<Question> readUntil(const std::string& text, Problems& problems) {
   const QuestionText read = readQuestion(text);
   if (!read.question) problems.add({"--until " + text, {}, read.wrong, read.hint});
   return read.question;
-}
-
-std::vector<Provenance::Input> namedInputs(const std::vector<std::string>& files) {
-  std::vector<Provenance::Input> inputs = originOf(files, "").inputs;
-  std::vector<std::string> paths;
-  paths.reserve(inputs.size());
-  for (const Provenance::Input& input : inputs)
-    paths.push_back(input.path);
-  for (Provenance::Input& input : inputs)
-    input.path = shortName(input.path, paths);
-  return inputs;
 }
 
 // All that is to be run, read and checked.
@@ -147,7 +141,7 @@ Ready readyToRun(const MarginOptions& options, uint64_t sobolSamples, Problems& 
   ready.asked = askedOf(ready.study, ready.population);
   ready.asked.title = titleOf(request);
   ready.asked.sobolSamples = sobolSamples;
-  ready.asked.inputs = namedInputs(files);
+  ready.asked.inputs = inputsByName(files);
   ready.asked.replay = replayOf(options.simulate, options.tolerances, ready.asked.seed);
   return ready;
 }
@@ -160,13 +154,6 @@ std::string spoolFolder(const std::string& out) {
   while (!fs::is_directory(folder, ignored) && folder.has_relative_path())
     folder = folder.parent_path();
   return folder.string();
-}
-
-// That a folder cannot be written is known before the first unit.
-std::optional<std::string> standsInTheWay(const std::string& folder, const std::string& name) {
-  OutputFiles probe(folder);
-  probe.add(name);
-  return probe.failure();
 }
 
 ExitStatus statusOf(const MarginResult& result) {
@@ -219,7 +206,7 @@ public:
 
   ExitStatus whole(const Range& range, const std::optional<Question>& question) {
     if (!options.out.empty())
-      if (const auto error = standsInTheWay(options.out, "margin.json"))
+      if (const auto error = standsInTheWay(fs::path(options.out) / "margin.json"))
         return complain(kCouldNotRun, *error);
     Answering answering(ready.asked, question);
     const bool all = go({range, 1, 1}, &answering);
@@ -231,10 +218,7 @@ public:
   }
 
   ExitStatus part(const Shard& shard) {
-    const fs::path place(options.out);
-    if (const auto error = standsInTheWay(place.parent_path().empty() ? "." : place.parent_path(),
-                                          place.filename()))
-      return complain(kCouldNotRun, *error);
+    if (const auto error = standsInTheWay(options.out)) return complain(kCouldNotRun, *error);
     if (!go(shard, nullptr)) return complain(kCouldNotRun, "interrupted: no part is written");
     if (const auto error = writePart(options.out, ready.asked, shard, units.rows(), samples.rows()))
       return complain(kCouldNotRun, *error);
@@ -269,9 +253,11 @@ private:
 ExitStatus runUnits(const MarginOptions& options) {
   if (options.tolerances.empty())
     throw UsageError("--tolerances is required; write --tolerances FILE");
+  if (!options.from.empty() || options.simulations != MarginOptions().simulations)
+    throw UsageError("--from and --simulations are of a search: give --search, too");
   Problems problems;
   const Range range = readUnits(options.units, problems);
-  const std::optional<Shard> shard = readShard(options.shard, range, problems);
+  const std::optional<Shard> shard = readShard(options, range, problems);
   const std::optional<Question> question = readUntil(options.until, problems);
   const uint64_t samples = options.sobol.empty()
                                ? 0
@@ -279,8 +265,6 @@ ExitStatus runUnits(const MarginOptions& options) {
                                          "a number of samples from 1 on, such as 500", problems);
   if (shard && question)
     problems.add({"--until", {}, "cannot be answered by a part", "give it to margin merge"});
-  if (shard && options.out.empty())
-    problems.add({"--shard " + options.shard, {}, "needs --out, the file of the part"});
   const Ready ready = readyToRun(options, samples, problems);
   if (ready.study.cells.empty()) return kCouldNotRun;
   const auto isHeld = [](const MarginStudy::Run& run) { return !run.budgets.empty(); };
@@ -290,22 +274,41 @@ ExitStatus runUnits(const MarginOptions& options) {
   return shard ? run.part(*shard) : run.whole(range, question);
 }
 
+// What parts have said already, and nobody else may say.
+bool asksForARun(const MarginOptions& options) {
+  const SimulateOptions& run = options.simulate;
+  const MarginOptions none;
+  const auto isGiven = [](const auto& each) { return !each.empty(); };
+  const auto isAnyGiven = [&](const auto& all) {
+    return std::any_of(all.begin(), all.end(), isGiven);
+  };
+  return options.search || options.units != none.units || options.simulations != none.simulations ||
+         isAnyGiven(std::vector{options.tolerances, options.shard, options.sobol, options.from,
+                                run.board, run.study, run.environment, run.plant,
+                                run.recording.files, run.duration}) ||
+         isAnyGiven(std::vector{run.configurations, run.workloads, run.seeds, run.budgets.limits,
+                                run.budgets.requirements});
+}
+
 ExitStatus runMerge(const MarginOptions& options) {
   if (options.merge.front() != "merge")
     throw UsageError("'" + options.merge.front() + "' is no word of margin: write merge PART...");
-  if (!options.tolerances.empty() || !options.shard.empty() || options.search ||
-      !options.simulate.board.empty())
+  if (asksForARun(options))
     throw UsageError("merge takes --out, --format and --until alone: its parts say the rest");
   Problems problems;
   const std::optional<Question> question = readUntil(options.until, problems);
   const std::vector<std::string> paths(options.merge.begin() + 1, options.merge.end());
   if (paths.empty()) problems.add({"margin merge", {}, "names no part"});
   const std::optional<MergedParts> merged = mergeParts(paths, problems);
+  if (merged && merged->search && question)
+    problems.add({"--until " + options.until, {}, "is of units, and these are parts of a search"});
   problems.print(std::cerr, colourFor(STDERR_FILENO));
   if (!merged || !problems.none()) return kCouldNotRun;
-  return present(options, merged->study,
-                 resultOf(merged->study, merged->first, merged->units, merged->samples, question),
-                 true, merged->units);
+  if (merged->search) return presentSearch(*merged, options.out, options.format == "junit");
+  return present(
+      options, merged->study,
+      resultOf(merged->study, merged->asked.first, merged->units, merged->samples, question), true,
+      merged->units);
 }
 
 ExitStatus runSearch(const MarginOptions& options) {
@@ -313,10 +316,18 @@ ExitStatus runSearch(const MarginOptions& options) {
     throw UsageError("--tolerances is required; write --tolerances FILE");
   if (!options.sobol.empty() || !options.until.empty() || options.units != MarginOptions().units)
     throw UsageError("--search excludes --units, --sobol and --until: it draws no units");
-  if (!options.shard.empty())
-    throw UsageError("--search excludes --shard: give each machine a --seed of its own");
-  return runMarginSearch({options.simulate, options.tolerances, options.simulations, options.out,
-                          options.format == "junit"});
+  Problems problems;
+  const std::optional<Shard> shard = readShard(options, {1, options.simulations + 1}, problems);
+  if (shard && shard->count > options.simulations)
+    problems.add({"--shard " + options.shard,
+                  {},
+                  "must be one of at most " + std::to_string(options.simulations) +
+                      ": each part has a simulation at least",
+                  "give more --simulations, which all parts share"});
+  problems.print(std::cerr, colourFor(STDERR_FILENO));
+  if (!problems.none()) return kCouldNotRun;
+  return runMarginSearch({options.simulate, options.tolerances, options.from, options.simulations,
+                          shard, options.out, options.format == "junit"});
 }
 
 ExitStatus runMargin(const MarginOptions& options) {
@@ -349,15 +360,18 @@ void addMarginOptions(CommandLine& line, MarginOptions& options) {
   line.flag("--search", &options.search,
             "Look for a workload and a unit that break a limit, within the bounds that the "
             "tolerances' [search] has");
-  line.option("--simulations", &options.simulations, "Of a search")
+  line.option("--simulations", &options.simulations, "Of a search, in all its parts together")
       .takes("NUMBER")
       .isWithin(1, 1'000'000)
       .showsDefault();
+  line.option("--from", &options.from,
+              "Of a search: go on from the worst that another round has found, its --out")
+      .takes("DIR");
   line.option("--shard", &options.shard, "Run one of so many parts, into the file of --out")
       .takes("I/N");
   line.option("--out", &options.out,
-              "Folder for margin.json, margin.csv and margin.html; with --shard the part's file, "
-              "with --search the folder of the worst workload and unit")
+              "Folder for margin.json, margin.csv and margin.html, with --search of the worst "
+              "workload and unit; with --shard the part's file")
       .takes("DIR");
   line.option("--format", &options.format, "Of what goes to standard output")
       .showsDefault()

@@ -1,7 +1,5 @@
 #include "command/MarginSearch.h"
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -12,14 +10,19 @@
 
 #include "command/CheckFirst.h"
 #include "command/Interruptible.h"
+#include "command/PageOrigin.h"
 #include "command/Replay.h"
 #include "file/OutputFiles.h"
+#include "file/Sha256.h"
+#include "margin/MarginStudy.h"
 #include "margin/Measures.h"
+#include "margin/Sampling.h"
 #include "margin/Search.h"
 #include "margin/SearchBounds.h"
+#include "margin/SearchReport.h"
 #include "margin/SearchText.h"
 #include "margin/ToleranceFile.h"
-#include "terminal/Colour.h"
+#include "report/Junit.h"
 #include "text/Phrases.h"
 #include "toml/Problems.h"
 
@@ -29,14 +32,14 @@ namespace fs = std::filesystem;
 
 constexpr char kWorkloadFile[] = "worst.workload.toml";
 constexpr char kUnitFile[] = "worst.tolerances.toml";
+constexpr char kPartFile[] = "worst.part"; // from which another round goes on
 
-// What is searched, and the options that run an attempt of it again.
+// What is searched, and what an earlier round has found.
 struct SearchReady {
-  std::string title;
-  std::string name;
+  MarginStudy asked;
   std::optional<SearchSpace> space;
-  SimulateOptions again;
-  uint64_t seed = 0;
+  std::optional<MergedParts> before;
+  std::string from; // the digest of that
 };
 
 // One run is what can be searched, under what it is held to.
@@ -53,9 +56,10 @@ bool isOneRun(const Study& study, Problems& problems) {
   return problems.none();
 }
 
-// A study's file has its limits for workloads by name, and another workload is to keep them.
-SimulateOptions againOf(const SimulateOptions& options, const StudyRequest& request,
-                        const std::vector<Budget>& budgets) {
+// But for the workload and the unit. A study's file has its limits for workloads by name, and
+// another workload is to keep them.
+std::string againOf(const SimulateOptions& options, const StudyRequest& request,
+                    const std::vector<Budget>& budgets, uint64_t seed) {
   SimulateOptions again;
   again.board = request.configurationFolder;
   again.environment = options.environment;
@@ -64,7 +68,32 @@ SimulateOptions againOf(const SimulateOptions& options, const StudyRequest& requ
   for (const Budget& budget : budgets)
     (budget.ofTemperature() ? again.budgets.limits : again.budgets.requirements)
         .push_back(textOf(budget));
-  return again;
+  return replayOf(again, "", seed);
+}
+
+MarginStudy searchedOf(const MarginSearchOptions& options, const StudyRequest& request,
+                       const Study& study, const Tolerated& tolerated) {
+  MarginStudy asked = askedOf(study, tolerated.population);
+  std::vector<std::string> files = filesOf(request, study);
+  files.insert(files.end(), tolerated.files.begin(), tolerated.files.end());
+  asked.title = titleOf(request);
+  asked.inputs = inputsByName(files);
+  asked.replay = againOf(options.simulate, request, asked.runs.front().budgets, asked.seed);
+  return asked;
+}
+
+void readFrom(const std::string& folder, SearchReady& ready, Problems& problems) {
+  const std::string path = (fs::path(folder) / kPartFile).string();
+  ready.before = mergeParts({path}, problems);
+  if (!ready.before) return;
+  const std::string difference =
+      ready.before->search ? differenceOf(ready.asked, ready.before->study) : "it is of units";
+  if (!difference.empty())
+    problems.add({path,
+                  {},
+                  "is of another search than this one: " + difference,
+                  "search the same in each round, and without --from something else"});
+  ready.from = sha256OfFile(path).value_or("");
 }
 
 SearchReady readyToSearch(const MarginSearchOptions& options, Problems& problems) {
@@ -76,6 +105,7 @@ SearchReady readyToSearch(const MarginSearchOptions& options, Problems& problems
   if (problems.none()) study = readStudy(request, problems);
   Tolerated tolerated;
   SearchBounds bounds;
+  SearchReady ready;
   if (isOneRun(study, problems)) {
     tolerated = readTolerances(options.tolerances, study.inputs, request.plant, problems);
     const std::vector<std::string> folders = {
@@ -83,79 +113,106 @@ SearchReady readyToSearch(const MarginSearchOptions& options, Problems& problems
         request.configurationFolder};
     bounds = readSearchBounds(options.tolerances, folders, study.inputs.front(),
                               study.configurations, problems);
+    if (problems.none()) ready.asked = searchedOf(options, request, study, tolerated);
+    if (problems.none() && !options.from.empty()) readFrom(options.from, ready, problems);
   }
-  SearchReady ready;
   if (!mayRun(request.environment, study.configurations, problems)) return ready;
   RunInput& input = study.inputs.front();
-  input.seed = ready.seed = study.cells.front().seed;
-  ready.title = titleOf(request);
-  ready.name = study.cells.front().name;
-  ready.again = againOf(options.simulate, request, input.description.budgets);
+  input.seed = ready.asked.seed;
   ready.space.emplace(std::move(input), std::move(tolerated.population), std::move(bounds));
   return ready;
 }
 
 // A nominal unit needs no tolerances.
-std::string runsAgain(const SearchReady& ready, const std::string& out, const Attempt& attempt) {
-  SimulateOptions again = ready.again;
-  again.workloads = {(fs::path(out) / kWorkloadFile).string()};
-  again.duration = fmt::format("{}ms", attempt.duration);
-  if (ready.space->tolerancesOf(attempt).empty()) return replayOf(again, "", ready.seed);
-  return replayOf(again, (fs::path(out) / kUnitFile).string(), ready.seed) + " --unit 1";
+std::string runsAgain(const MarginStudy& study, const std::string& out,
+                      const SearchReport::Told& told) {
+  const auto within = [&](const char* name) { return shellWord((fs::path(out) / name).string()); };
+  const std::string run = fmt::format("{} --workload {} --duration {}ms", study.replay,
+                                      within(kWorkloadFile), told.duration);
+  return told.unit.empty() ? run : run + " --tolerances " + within(kUnitFile) + " --unit 1";
 }
 
-std::optional<std::string> writeAttempt(const SearchReady& ready, const std::string& out,
-                                        const Attempt& attempt) {
-  const std::string unit = ready.space->tolerancesOf(attempt);
+std::optional<std::string> writeFound(const MergedParts& found, const std::string& out) {
+  const SearchReport::Told& told = found.search->told;
   OutputFiles outputs(out);
-  outputs.add(kWorkloadFile) << "# " << runsAgain(ready, out, attempt) << "\n"
-                             << ready.space->workloadOf(attempt);
-  outputs.add(kUnitFile) << (unit.empty() ? "# the nominal unit\n" : unit);
+  outputs.add(kWorkloadFile) << "# " << runsAgain(found.study, out, told) << "\n" << told.workload;
+  outputs.add(kUnitFile) << (told.unit.empty() ? "# the nominal unit\n" : told.unit);
+  writeSearchPart(outputs.add(kPartFile), found.study, {found.asked, 1, 1}, *found.search);
   return outputs.putInPlace();
 }
 
-// That a folder cannot be written is known before the first simulation.
-std::optional<std::string> cannotWrite(const std::string& out) {
-  if (out.empty()) return std::nullopt;
-  OutputFiles probe(out);
-  probe.add(kWorkloadFile);
-  return probe.failure();
+ExitStatus writeShard(const MarginSearchOptions& options, const MarginStudy& study,
+                      const Shard& shard, const SearchReport& report) {
+  if (!report.complete) return complain(kCouldNotRun, "interrupted: no part is written");
+  const fs::path place(options.out);
+  OutputFiles outputs(place.has_parent_path() ? place.parent_path() : ".");
+  writeSearchPart(outputs.add(place.filename()), study, shard, report);
+  if (const auto error = outputs.putInPlace()) return complain(kCouldNotRun, *error);
+  std::cout << fmt::format("{}: {} of {}, shard {}/{}\n", options.out,
+                           counted(shard.units().size(), "simulation"), shard.asked.size(),
+                           shard.index, shard.count);
+  return kFine;
 }
 
-ExitStatus presentSearch(const MarginSearchOptions& options, const SearchReady& ready,
-                         const SearchResult& result) {
-  const Attempt& told = toldAttempt(result);
-  if (!options.out.empty())
-    if (const auto error = writeAttempt(ready, options.out, told))
-      return complain(kCouldNotRun, *error);
-  if (options.asJunit)
-    writeJunit(ready.title, searchSuites(ready.name, *ready.space, result), std::cout);
-  else
-    printSearch(ready.title, *ready.space, result,
-                options.out.empty() ? "" : runsAgain(ready, options.out, told), std::cout);
-  if (!result.complete)
+ExitStatus statusOf(const SearchReport& report) {
+  if (!report.complete)
     return complain(kCouldNotRun, "interrupted: what is shown is what the first " +
-                                      counted(result.simulations, "simulation") + " found");
-  for (const SearchResult::Worst& worst : result.worst)
+                                      counted(report.simulations, "simulation") + " found");
+  for (const SearchResult::Worst& worst : report.worst)
     if (worst.broken) return kProblems;
-  if (result.unjudged > 0)
-    return complain(kNoVerdict, "no verdict: in " + counted(result.unjudged, "simulation") +
+  if (report.unjudged > 0)
+    return complain(kNoVerdict, "no verdict: in " + counted(report.unjudged, "simulation") +
                                     " a daemon stood still, or a limit is of what was never seen");
   return kFine;
 }
 
+// Its part of the simulations, those behind what an earlier round has run.
+SearchReport search(const MarginSearchOptions& options, const SearchReady& ready,
+                    const Shard& shard) {
+  const Interruptible untilTheEnd;
+  SearchTask task{ready.asked.seed, shard.units()};
+  if (ready.before) task.from = ready.before->search->worst;
+  const SearchResult result = searchWorst(*ready.space, task, options.simulate.jobs,
+                                          [] { return !Interruptible::isAsked(); });
+  if (result.simulations == 0) return {};
+  SearchReport report = reportOf(*ready.space, result);
+  report.from = ready.from;
+  // So that all parts together have counted it once.
+  if (ready.before && shard.index == 1) report.count(*ready.before->search);
+  return report;
+}
+
 } // namespace
+
+ExitStatus presentSearch(const MergedParts& found, const std::string& out, bool asJunit) {
+  if (!out.empty())
+    if (const auto error = writeFound(found, out)) return complain(kCouldNotRun, *error);
+  const SearchReport& report = *found.search;
+  if (asJunit)
+    writeJunit(found.study.title, searchSuites(found.study, report), std::cout);
+  else
+    printSearch(found.study, report, out.empty() ? "" : runsAgain(found.study, out, report.told),
+                std::cout);
+  return statusOf(report);
+}
 
 ExitStatus runMarginSearch(const MarginSearchOptions& options) {
   Problems problems;
   const SearchReady ready = readyToSearch(options, problems);
   if (!ready.space) return kCouldNotRun;
-  if (const auto error = cannotWrite(options.out)) return complain(kCouldNotRun, *error);
-  const Interruptible untilTheEnd;
-  const SearchResult result =
-      searchWorst(*ready.space, ready.seed, options.simulations, options.simulate.jobs,
-                  [] { return !Interruptible::isAsked(); });
-  if (result.simulations == 0)
+  const uint64_t first = ready.before ? ready.before->asked.end : 1;
+  Shard shard = options.shard.value_or(Shard{});
+  shard.asked = {first, first + options.simulations};
+  const fs::path out(options.out);
+  if (!out.empty())
+    if (const auto error = standsInTheWay(options.shard ? out : out / kPartFile))
+      return complain(kCouldNotRun, *error);
+  SearchReport report = search(options, ready, shard);
+  if (report.worst.empty())
     return complain(kCouldNotRun, "interrupted before the first simulation had run");
-  return presentSearch(options, ready, result);
+  if (options.shard) return writeShard(options, ready.asked, shard, report);
+  // What was interrupted is a search of so many.
+  const Range asked = report.complete ? shard.asked : Range{1, report.simulations + 1};
+  return presentSearch({ready.asked, asked, std::move(report), {}, {}, {}}, options.out,
+                       options.asJunit);
 }

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "file/Names.h"
 #include "file/Sha256.h"
 
 namespace {
@@ -56,4 +57,15 @@ Provenance originOf(const std::vector<std::string>& files, const std::string& se
       origin.inputs.push_back({file, sha256OfFile(file).value_or("")});
   }
   return origin;
+}
+
+std::vector<Provenance::Input> inputsByName(const std::vector<std::string>& files) {
+  std::vector<Provenance::Input> inputs = originOf(files, "").inputs;
+  std::vector<std::string> paths;
+  paths.reserve(inputs.size());
+  for (const Provenance::Input& input : inputs)
+    paths.push_back(input.path);
+  for (Provenance::Input& input : inputs)
+    input.path = shortName(input.path, paths);
+  return inputs;
 }

@@ -11,5 +11,8 @@
 // Errors: a file that cannot be read has no digest.
 Provenance originOf(const std::vector<std::string>& files, const std::string& seed);
 
+// The same files as they are called where there is no room for a path.
+std::vector<Provenance::Input> inputsByName(const std::vector<std::string>& files);
+
 // A word as a shell takes it for one.
 std::string shellWord(const std::string& text);

@@ -142,3 +142,12 @@ void OutputFiles::note(const fs::path& path, std::error_code error) {
   if (error && firstFailure.empty())
     firstFailure = path.string() + ": cannot be written: " + error.message();
 }
+
+std::optional<std::string> standsInTheWay(const fs::path& file) {
+  std::error_code ignored;
+  if (fs::is_directory(file, ignored))
+    return file.string() + ": cannot be written: " + std::generic_category().message(EISDIR);
+  OutputFiles probe(file.has_parent_path() ? file.parent_path() : ".");
+  probe.add(file.filename());
+  return probe.failure();
+}

@@ -76,3 +76,6 @@ private:
   std::deque<File> files;
   std::string firstFailure;
 };
+
+// Why a file could not be written there, known before there is anything to write.
+std::optional<std::string> standsInTheWay(const std::filesystem::path& file);

@@ -78,13 +78,6 @@ bool beginsWith(const std::string& text, const std::string& start) {
   return text.rfind(start, 0) == 0;
 }
 
-// The bound in the unit of the measure.
-double boundOf(const Budget& budget) {
-  if (budget.of == Budget::Of::kTimeAbove) return static_cast<double>(budget.allowed) / 1000;
-  if (budget.of == Budget::Of::kWork) return 100 * budget.bound;
-  return budget.of == Budget::Of::kChanges ? budget.bound : budget.bound / 1000;
-}
-
 const char* asWord(Drawn::As as) {
   if (as == Drawn::As::kValue) return "value";
   return as == Drawn::As::kFactor ? "factor" : "plus";
@@ -249,9 +242,10 @@ double SearchSpace::score(size_t index, const std::vector<int32_t>& values,
   const Budget& budget = budgets()[index];
   const int32_t measured = values[measures.budgets[index].measured];
   if (measured == kUnseen) return kUnseenScore;
-  const double over = beyond(index, measured, duration);
+  const double over =
+      beyond(budget, measures.measures[measures.budgets[index].measured], measured, duration);
   if (budget.of != Budget::Of::kTimeAbove) return over;
-  if (measured > 0) return over / std::max(boundOf(budget), 1.0);
+  if (measured > 0) return over / std::max(static_cast<double>(budget.allowed) / 1000, 1.0);
   const std::string name = "temperatures." + subjectOf(budget) + ".peak";
   for (size_t i = 0; i < measures.measures.size(); ++i)
     if (measures.measures[i].name == name && values[i] != kUnseen)
@@ -301,22 +295,6 @@ std::string SearchSpace::tolerancesOf(const Attempt& attempt) const {
                         *attempt.unit[i]);
   }
   return text;
-}
-
-double SearchSpace::beyond(size_t index, int32_t measured, int64_t duration) const {
-  const Measure& measure = measures.measures[measures.budgets[index].measured];
-  const double over = measure.inUnits(measured, duration) - boundOf(budgets()[index]);
-  return budgets()[index].of == Budget::Of::kWork ? -over : over;
-}
-
-std::string SearchSpace::unitOf(size_t budget) const {
-  return measures.measures[measures.budgets[budget].measured].unit();
-}
-
-std::string SearchSpace::figureText(size_t budget, int32_t measured, int64_t duration) const {
-  if (measured == kUnseen) return "never seen";
-  const Measure& measure = measures.measures[measures.budgets[budget].measured];
-  return rounded(measure.inUnits(measured, duration), 2) + " " + measure.unit();
 }
 
 std::string SearchSpace::described() const {

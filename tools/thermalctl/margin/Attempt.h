@@ -75,11 +75,6 @@ public:
   std::string tolerancesOf(const Attempt& attempt) const;
 
   const std::vector<Budget>& budgets() const { return nominal.description.budgets; }
-  // "44.61 C".
-  std::string figureText(size_t budget, int32_t measured, int64_t duration) const;
-  // How far a figure lies beyond its bound, in the same unit; below 0 within it.
-  double beyond(size_t budget, int32_t measured, int64_t duration) const;
-  std::string unitOf(size_t budget) const;
   // What is searched, in lines.
   std::string described() const;
 

@@ -115,6 +115,20 @@ double Measure::inUnits(int32_t value, int64_t duration) const {
   return value;
 }
 
+double beyond(const Budget& budget, const Measure& measure, int32_t value, int64_t duration) {
+  const double reached = measure.inUnits(value, duration);
+  switch (budget.of) {
+  case Budget::Of::kTimeAbove:
+    return reached - static_cast<double>(budget.allowed) / kPerSecond;
+  case Budget::Of::kWork:
+    return 100 * budget.bound - reached;
+  case Budget::Of::kChanges:
+    return reached - budget.bound;
+  default:
+    return reached - budget.bound / kPerDegree;
+  }
+}
+
 const char* Measure::unit() const {
   switch (of) {
   case Of::kTemperature:

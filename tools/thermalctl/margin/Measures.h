@@ -26,6 +26,9 @@ struct Measure {
   const char* unit() const;
 };
 
+// How far a figure lies beyond a budget's bound, in the measure's unit; below 0 within it.
+double beyond(const Budget& budget, const Measure& measure, int32_t value, int64_t duration);
+
 // Of what was never seen.
 constexpr int32_t kUnseen = std::numeric_limits<int32_t>::min();
 // What the numbers of kinds cannot hold is not run.

@@ -1,6 +1,7 @@
 #include "margin/PartFile.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,9 +23,9 @@
 
 // A part is a file of its own, whole or refused:
 //   the line kFirstLine
-//   a line of JSON: the study, the shard, and which units it has
-//   the rows of its units, and of its samples, as 32-bit numbers
-//   64 digits, the SHA-256 of all before
+//   a line of JSON: the study, the shard, which units or simulations it has; of a search what it
+//   found the rows of its units, and of its samples, as 32-bit numbers 64 digits, the SHA-256 of
+//   all before
 // Parts of one question are merged by putting their rows one behind the other, in the order of
 // their units, and judged as if one machine had run them all.
 
@@ -41,14 +42,17 @@ struct Part {
   FileHandle file;
   Shard shard;
   MarginStudy study;
+  std::optional<SearchReport> search;
   int64_t rowsAt = 0; // bytes
-};
 
-std::string unitsOf(const Range& range) {
-  if (range.size() == 0) return "no units";
-  if (range.size() == 1) return fmt::format("unit {}", range.first);
-  return fmt::format("units {} to {}", range.first, range.end - 1);
-}
+  // "units 8 to 15" or "simulations 8 to 15"
+  std::string named(const Range& range) const {
+    const char* one = search ? "simulation" : "unit";
+    if (range.size() == 0) return fmt::format("no {}s", one);
+    if (range.size() == 1) return fmt::format("{} {}", one, range.first);
+    return fmt::format("{}s {} to {}", one, range.first, range.end - 1);
+  }
+};
 
 // Reads a file as what `writePart` has made, or tells what it is instead.
 class PartReader {
@@ -63,8 +67,10 @@ public:
       return tell("cannot be read: " + std::generic_category().message(errno));
     if (!S_ISREG(status.st_mode)) return tell("is no file, and so no part");
     if (!readHead()) return std::nullopt;
-    const int64_t rows = bytes(part.shard.units().size()) +
-                         bytes(part.shard.samples(part.study).size() * part.study.sobolRuns());
+    const int64_t rows =
+        part.search ? 0
+                    : bytes(part.shard.units().size()) +
+                          bytes(part.shard.samples(part.study).size() * part.study.sobolRuns());
     if (status.st_size != part.rowsAt + rows + static_cast<int64_t>(kDigits))
       return tell("is torn: it has " + std::to_string(status.st_size) +
                       " bytes, and its head promises " +
@@ -129,7 +135,13 @@ private:
         shard.asked.first > shard.asked.end)
       return false;
     part.study = *study;
-    return true;
+    return !json.contains("search") || takeSearch(json.at("search"));
+  }
+
+  bool takeSearch(const PartJson& json) {
+    part.search = SearchReport::fromJson(jsonText(json));
+    return part.search && part.study.runs.size() == 1 &&
+           part.search->worst.size() == part.study.runs.front().budgets.size();
   }
 
   bool isWhole(int64_t end) const {
@@ -149,30 +161,28 @@ private:
   Part part;
 };
 
-// What two studies differ in, of which a user knows; empty if they are of one question.
-std::string differenceOf(const MarginStudy& one, const MarginStudy& other) {
-  std::map<std::string, std::string> files;
-  for (const Provenance::Input& input : one.inputs)
-    files[input.path] = input.sha256;
-  for (const Provenance::Input& input : other.inputs) {
-    const auto found = files.find(input.path);
-    if (found == files.end()) return input.path + " is not among the files of the first";
-    if (found->second != input.sha256) return input.path + " was another text";
-    files.erase(found);
-  }
-  if (!files.empty()) return files.begin()->first + " is not among its files";
-  if (one.seed != other.seed) return fmt::format("its seed is {} and not {}", other.seed, one.seed);
-  if (one.duration != other.duration)
-    return "each run takes " + clockOf(other.duration) + " and not " + clockOf(one.duration);
-  if (one.sobolSamples != other.sobolSamples)
-    return fmt::format("it has {} samples for Sobol indices in all and not {}", other.sobolSamples,
-                       one.sobolSamples);
-  const auto rest = [](MarginStudy study) {
-    study.replay.clear();
-    return study.asJson();
-  };
-  return rest(one) == rest(other) ? ""
-                                  : "its configurations, workloads, limits or thermalctl differ";
+// All parts stay open until the end: as many files as the system lets a process ask for.
+void allowManyFiles() {
+  struct rlimit files = {};
+  if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return;
+  files.rlim_cur = files.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &files);
+}
+
+std::string differenceOf(const Part& one, const Part& other) {
+  if (one.search.has_value() != other.search.has_value())
+    return other.search ? "it is of a search" : "it is of units, and not of a search";
+  if (one.search && one.search->from != other.search->from)
+    return "it is of another round, whose parts are merged by themselves";
+  return ::differenceOf(one.study, other.study);
+}
+
+PartJson headOf(const MarginStudy& study, const Shard& shard) {
+  return {{"first", shard.asked.first},
+          {"end", shard.asked.end},
+          {"shard", shard.index},
+          {"shards", shard.count},
+          {"study", parsedJson(study.asJson())}};
 }
 
 class Merger {
@@ -199,7 +209,7 @@ private:
   }
 
   void tellIfForeign(const Part& part) {
-    const std::string difference = differenceOf(parts.front().study, part.study);
+    const std::string difference = differenceOf(parts.front(), part);
     if (!difference.empty())
       problems.add({part.path,
                     {},
@@ -214,9 +224,9 @@ private:
       if (before && part.shard.units().first < before->shard.units().end)
         problems.add({part.path,
                       {},
-                      "has " + unitsOf(part.shard.units()) + ", and " + before->path + " has " +
-                          unitsOf(before->shard.units()),
-                      "name each unit's part once"});
+                      "has " + part.named(part.shard.units()) + ", and " + before->path + " has " +
+                          before->named(before->shard.units()),
+                      "name each part once"});
       if (!before || part.shard.units().end > before->shard.units().end) before = &part;
     }
   }
@@ -242,16 +252,24 @@ private:
   }
 
   void tellGap(const Range& range, const std::string& shard) {
-    problems.add({"margin merge",
-                  {},
-                  unitsOf(range) + shard + (range.size() == 1 ? " is missing" : " are missing"),
-                  "run the shard, and name its part, too"});
+    problems.add(
+        {"margin merge",
+         {},
+         parts.front().named(range) + shard + (range.size() == 1 ? " is missing" : " are missing"),
+         "run the shard, and name its part, too"});
   }
 
   MergedParts joined() {
     MergedParts merged;
     merged.study = parts.front().study;
-    merged.first = parts.front().shard.units().first;
+    merged.asked = {parts.front().shard.units().first, parts.back().shard.units().end};
+    if (parts.front().search) {
+      std::vector<SearchReport> reports;
+      for (Part& part : parts)
+        reports.push_back(std::move(*part.search));
+      merged.search = ::joined(reports);
+      return merged;
+    }
     const size_t columns = merged.study.columns();
     merged.units.columns = merged.samples.columns = columns;
     for (Part& part : parts) {
@@ -282,23 +300,54 @@ std::optional<std::string> writePart(const std::string& path, const MarginStudy&
     hash.add(text);
     out.write(text.data(), static_cast<std::streamsize>(text.size()));
   };
-  const PartJson head = {{"first", shard.asked.first},
-                         {"end", shard.asked.end},
-                         {"shard", shard.index},
-                         {"shards", shard.count},
-                         {"study", parsedJson(study.asJson())}};
   write(kFirstLine);
-  write(jsonText(head) + "\n");
+  write(jsonText(headOf(study, shard)) + "\n");
   units.copyTo(write);
   samples.copyTo(write);
   out << hash.digest();
   return outputs.putInPlace();
 }
 
+void writeSearchPart(std::ostream& out, const MarginStudy& study, const Shard& shard,
+                     const SearchReport& report) {
+  PartJson head = headOf(study, shard);
+  head["search"] = parsedJson(report.asJson());
+  const std::string text = kFirstLine + jsonText(head) + "\n";
+  Sha256 hash;
+  hash.add(text);
+  out << text << hash.digest();
+}
+
 std::optional<MergedParts> mergeParts(const std::vector<std::string>& paths, Problems& problems) {
+  allowManyFiles();
   std::vector<Part> parts;
   for (const std::string& path : paths)
     if (auto part = PartReader(path, problems).read()) parts.push_back(std::move(*part));
   if (!problems.none() || parts.empty()) return std::nullopt;
   return Merger(std::move(parts), problems).merge();
+}
+
+std::string differenceOf(const MarginStudy& one, const MarginStudy& other) {
+  std::map<std::string, std::string> files;
+  for (const Provenance::Input& input : one.inputs)
+    files[input.path] = input.sha256;
+  for (const Provenance::Input& input : other.inputs) {
+    const auto found = files.find(input.path);
+    if (found == files.end()) return input.path + " is not among the files of the first";
+    if (found->second != input.sha256) return input.path + " was another text";
+    files.erase(found);
+  }
+  if (!files.empty()) return files.begin()->first + " is not among its files";
+  if (one.seed != other.seed) return fmt::format("its seed is {} and not {}", other.seed, one.seed);
+  if (one.duration != other.duration)
+    return "each run takes " + clockOf(other.duration) + " and not " + clockOf(one.duration);
+  if (one.sobolSamples != other.sobolSamples)
+    return fmt::format("it has {} samples for Sobol indices in all and not {}", other.sobolSamples,
+                       one.sobolSamples);
+  const auto rest = [](MarginStudy study) {
+    study.replay.clear();
+    return study.asJson();
+  };
+  return rest(one) == rest(other) ? ""
+                                  : "its configurations, workloads, limits or thermalctl differ";
 }

@@ -3,16 +3,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "file/FileHandle.h"
 #include "margin/MarginStudy.h"
 #include "margin/Sampling.h"
+#include "margin/SearchReport.h"
 #include "margin/UnitRows.h"
 #include "toml/Problems.h"
 
-// Which part of the units that were asked for is meant.
+// Which part of the units that were asked for is meant, or of a search's simulations.
 //
 // Shape: the `index`-th of `count`, from 1 on.
 struct Shard {
@@ -33,12 +35,17 @@ std::optional<std::string> writePart(const std::string& path, const MarginStudy&
                                      const Shard& shard, const UnitRows& units,
                                      const UnitRows& samples);
 
-// Parts that make up one question, in the order of their units.
+// A part of a search. What another round goes on from is the only one of its search.
+void writeSearchPart(std::ostream& out, const MarginStudy& study, const Shard& shard,
+                     const SearchReport& report);
+
+// Parts that make up one question, in the order of their units or simulations.
 //
-// Shape:  `files` hold what the rows lie in.
+// Shape:  those of a search have its report, all others rows. `files` hold what these lie in.
 struct MergedParts {
   MarginStudy study;
-  uint64_t first = 1;
+  Range asked;
+  std::optional<SearchReport> search;
   UnitRows units;
   UnitRows samples;
   std::vector<FileHandle> files;
@@ -47,3 +54,6 @@ struct MergedParts {
 // Nothing where one is torn or no part at all, where two have the same units, where one is of
 // another question, or where units are missing: each is told by its name.
 std::optional<MergedParts> mergeParts(const std::vector<std::string>& paths, Problems& problems);
+
+// What two studies differ in, of which a user knows; empty if they are of one question.
+std::string differenceOf(const MarginStudy& one, const MarginStudy& other);

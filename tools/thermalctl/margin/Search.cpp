@@ -20,11 +20,13 @@ constexpr double kAllOver = 0.3;
 constexpr size_t kMostAllOver = 3000;
 constexpr double kFirstStep = 0.25;
 constexpr double kFineStep = 0.05;
+// No simulation takes as many draws, so that those of another part are others.
+constexpr uint64_t kDrawsEach = 64;
 
-// Numbers that depend on the seed and on how many were drawn before.
+// Numbers that depend on the seed, on the first simulation and on how many were drawn before.
 class Draws {
 public:
-  explicit Draws(uint64_t seed_) : seed(seed_) {}
+  Draws(uint64_t seed_, uint64_t simulation) : seed(seed_), drawn((simulation - 1) * kDrawsEach) {}
 
   std::vector<double> normal(size_t count) {
     return standardNumbers(seed, ++drawn, Stream::kSearch, count);
@@ -39,7 +41,7 @@ public:
 
 private:
   const uint64_t seed;
-  uint64_t drawn = 0;
+  uint64_t drawn;
 };
 
 // All words of its requests and faults: attempts that have the same are alike but for numbers.
@@ -53,18 +55,21 @@ std::string choicesOf(const Attempt& attempt) {
 
 class Searching {
 public:
-  Searching(const SearchSpace& space_, uint64_t seed, size_t simulations, size_t threads_,
+  Searching(const SearchSpace& space_, const SearchTask& task, size_t threads_,
             const std::function<bool()>& goesOn_)
-      : space(space_), threads(threads_), goesOn(goesOn_), draws(seed),
-        progress("simulation", simulations, space.duration()) {
-    result.asked = space.dimensions() == 0 ? 1 : simulations;
+      : space(space_), asked(space.dimensions() == 0 ? 1 : task.simulations.size()),
+        first(task.simulations.first), threads(threads_), goesOn(goesOn_), draws(task.seed, first),
+        progress("simulation", asked, space.duration()) {
     result.complete = true;
+    result.worst = task.from;
+    for (const SearchResult::Worst& each : task.from)
+      known.push_back({each.point, each.outcome.scores, choicesOf(space.at(each.point))});
     result.worst.resize(space.budgets().size());
     started.resize(space.budgets().size());
   }
 
   SearchResult run() {
-    const auto share = static_cast<size_t>(kAllOver * static_cast<double>(result.asked));
+    const auto share = static_cast<size_t>(kAllOver * static_cast<double>(asked));
     const size_t wide = std::clamp<size_t>(share, 1, kMostAllOver);
     std::vector<Coordinates> points;
     while (points.size() < wide)
@@ -80,14 +85,14 @@ public:
   }
 
 private:
-  // Of those all over the space.
+  // Of those all over the space, and of those that were found before.
   struct Known {
     Coordinates point;
     std::vector<double> scores; // none of what was not run
     std::string choices;
   };
 
-  size_t left() const { return result.asked - result.simulations; }
+  size_t left() const { return asked - result.simulations; }
   bool hasMore() const { return result.complete && left() > 0; }
 
   // Every second one lies at the ends of its numbers, with more or less of the loads full.
@@ -119,27 +124,23 @@ private:
     const auto after = [&](size_t i) {
       result.complete = result.complete && !outcomes[i].scores.empty();
       // What comes behind one that was not run was run by chance.
-      if (result.complete) take(attempts[i], outcomes[i]);
+      if (result.complete) take(points[i], outcomes[i]);
     };
     runJobs(points.size(), threads, work, after);
     return outcomes;
   }
 
-  void take(const Attempt& attempt, const AttemptOutcome& outcome) {
-    ++result.simulations;
+  void take(const Coordinates& point, const AttemptOutcome& outcome) {
+    const size_t number = first + result.simulations++;
     result.stoodStill += outcome.stoodStill ? 1 : 0;
     result.unjudged += outcome.unjudged ? 1 : 0;
     for (size_t i = 0; i < result.worst.size(); ++i) {
       SearchResult::Worst& worst = result.worst[i];
-      const bool isFirst = result.simulations == 1;
-      // What breaks it counts more than whatever a score may say.
-      const bool breaks = outcome.broken[i] && !worst.broken;
-      const bool spares = !outcome.broken[i] && worst.broken.has_value();
-      if (breaks) worst.broken = result.simulations;
-      if (spares || !(isFirst || breaks || outcome.scores[i] > worst.outcome.scores[i])) continue;
-      worst.attempt = attempt;
+      if (outcome.broken[i] && !worst.broken) worst.broken = number;
+      if (!worst.isLessThan(outcome, i)) continue;
+      worst.point = point;
       worst.outcome = outcome;
-      worst.found = result.simulations;
+      worst.found = number;
     }
   }
 
@@ -197,6 +198,8 @@ private:
   }
 
   const SearchSpace& space;
+  const size_t asked;
+  const size_t first;
   const size_t threads;
   const std::function<bool()>& goesOn;
   Draws draws;
@@ -208,10 +211,19 @@ private:
 
 } // namespace
 
-SearchResult searchWorst(const SearchSpace& space, uint64_t seed, size_t simulations,
-                         size_t threads, const std::function<bool()>& goesOn) {
-  SearchResult result = Searching(space, seed, simulations, threads, goesOn).run();
-  for (size_t i = 0; i < result.worst.size() && result.complete && !result.smallest; ++i)
-    if (result.worst[i].broken) result.smallest = shrunk(space, i, result.worst[i], goesOn);
+bool SearchResult::Worst::isLessThan(const AttemptOutcome& other, size_t budget) const {
+  if (found == 0 || outcome.broken[budget] != other.broken[budget])
+    return found == 0 || other.broken[budget];
+  return outcome.scores[budget] < other.scores[budget];
+}
+
+SearchResult searchWorst(const SearchSpace& space, const SearchTask& task, size_t threads,
+                         const std::function<bool()>& goesOn) {
+  SearchResult result = Searching(space, task, threads, goesOn).run();
+  for (size_t i = 0; i < result.worst.size() && result.complete && !result.smallest; ++i) {
+    if (!result.worst[i].broken) continue;
+    result.smallest = shrunk(space, i, result.worst[i], goesOn);
+    result.complete = goesOn();
+  }
   return result;
 }

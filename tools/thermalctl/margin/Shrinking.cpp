@@ -27,7 +27,7 @@ class Shrinker {
 public:
   Shrinker(const SearchSpace& space_, size_t budget, const SearchResult::Worst& worst,
            const std::function<bool()>& goesOn_)
-      : space(space_), goesOn(goesOn_), best{budget, worst.attempt, worst.outcome, 0} {}
+      : space(space_), goesOn(goesOn_), best{budget, space.at(worst.point), worst.outcome, 0} {}
 
   // What one way has made smaller another one may make smaller still.
   SearchResult::Smallest run() {

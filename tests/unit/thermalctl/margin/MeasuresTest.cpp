@@ -88,4 +88,19 @@ TEST_F(MeasuresTest, WorkThatIsMissedIsMissed) {
   expectTheFiguresOfTheRun();
 }
 
+TEST(BeyondTest, ABudgetsBoundIsInTheUnitOfItsMeasure) {
+  using Of = Measure::Of;
+  const auto limit = [](const char* text, Of of, int32_t value) {
+    return beyond(*readLimit(text).budget, {"", of}, value, 120'000);
+  };
+  const auto requirement = [](const char* text, Of of, int32_t value) {
+    return beyond(*readRequirement(text).budget, {"", of}, value, 120'000);
+  };
+  EXPECT_DOUBLE_EQ(limit("skin=43C", Of::kTemperature, 44'500), 1.5);
+  EXPECT_DOUBLE_EQ(limit("p95:skin=43C", Of::kTemperature, 42'000), -1);
+  EXPECT_DOUBLE_EQ(limit("skin=43C:60s", Of::kTime, 90'000), 30);
+  EXPECT_DOUBLE_EQ(requirement("work:gpu=75%", Of::kWork, 70'000'000), 5);
+  EXPECT_DOUBLE_EQ(requirement("changes:cpu<=6/min", Of::kChanges, 16), 2);
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "margin/Search.h"
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -53,6 +54,10 @@ protected:
   const std::function<bool()> always = [] { return true; };
 };
 
+SearchTask firstOnes(uint64_t simulations) {
+  return {1, {1, simulations + 1}};
+}
+
 constexpr char kUnit[] = "[[vary]]\nof = [\"resistance.die-ambient\"]\nas = \"factor\"\n"
                          "normal = { mean = 1, deviation = 0.05 }\n";
 
@@ -60,7 +65,7 @@ TEST_F(SearchTest, TheWorstIsAtTheEndsOfTheBounds) {
   const SearchSpace space = spaceOf(std::string(kUnit) + "[search]\nload = { a = [0, 0.5] }\n"
                                                          "ambient = [20, 30]\n",
                                     "node:die=1000C");
-  const SearchResult result = searchWorst(space, 1, 600, 1, always);
+  const SearchResult result = searchWorst(space, firstOnes(600), 1, always);
   EXPECT_EQ(result.simulations, 600U);
   EXPECT_FALSE(result.worst.front().broken);
   // 30 degrees, and 10 K/W and three deviations more, of 0.5 x 2 W and 3 W.
@@ -71,7 +76,7 @@ TEST_F(SearchTest, TheWorstIsAtTheEndsOfTheBounds) {
 
 TEST_F(SearchTest, WhatIsBrokenIsMadeSmall) {
   const SearchSpace space = spaceOf(std::string(kUnit) + "[search]\nsteps = 4\n", "node:die=50C");
-  const SearchResult result = searchWorst(space, 1, 200, 1, always);
+  const SearchResult result = searchWorst(space, firstOnes(200), 1, always);
   ASSERT_TRUE(result.smallest);
   const Attempt& attempt = result.smallest->attempt;
   EXPECT_EQ(attempt.steps.size(), 1U);
@@ -88,7 +93,7 @@ TEST_F(SearchTest, WhatIsSmallerStaysWithinTheBounds) {
   const SearchSpace space = spaceOf("[search]\nsteps = 4\nlasts = [\"10s\", \"15s\"]\n"
                                     "load = { a = [0.2, 1], b = [0.1, 1] }\n",
                                     "node:die=40C");
-  const SearchResult result = searchWorst(space, 1, 50, 1, always);
+  const SearchResult result = searchWorst(space, firstOnes(50), 1, always);
   ASSERT_TRUE(result.smallest);
   EXPECT_TRUE(space.holds(result.smallest->attempt));
   EXPECT_GE(result.smallest->attempt.steps.front().loads[0], 0.2);
@@ -133,18 +138,67 @@ TEST_F(SearchTest, AWorkloadsOwnSpreadsAndTheAmbientAreLeftToTheBounds) {
 TEST_F(SearchTest, WhoeverIsInterruptedHasTheWorstSoFar) {
   const SearchSpace space = spaceOf("[search]\n", "node:die=50C");
   size_t asked = 0;
-  const SearchResult result = searchWorst(space, 1, 500, 1, [&] { return ++asked <= 20; });
+  const SearchResult result = searchWorst(space, firstOnes(500), 1, [&] { return ++asked <= 20; });
   EXPECT_FALSE(result.complete);
   EXPECT_EQ(result.simulations, 20U);
   EXPECT_TRUE(result.worst.front().broken);
   EXPECT_FALSE(result.smallest);
 }
 
+// It climbs from there, and does not only keep it.
+TEST_F(SearchTest, ALaterRoundBeginsWithTheWorstOfTheOneBefore) {
+  files.request.duration = 10'000;
+  std::string varied = kUnit;
+  for (const char* source : {"a", "b"})
+    varied += std::string("[[vary]]\nof = [\"source.") + source +
+              ".watts\"]\nas = \"factor\"\nnormal = { mean = 1, deviation = 0.05 }\n";
+  const SearchSpace space =
+      spaceOf(varied + "[search]\nsteps = 1\nambient = [20, 30]\n", "node:die=1000C");
+  const auto worstOf = [](const SearchResult& result) {
+    return result.worst.front().outcome.measured.front();
+  };
+  int64_t begun = 0;
+  int64_t kept = 0;
+  for (const uint64_t seed : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U}) {
+    const SearchResult first = searchWorst(space, {seed, {1, 41}}, 1, always);
+    const SearchResult second = searchWorst(space, {seed, {41, 81}, first.worst}, 1, always);
+    const SearchResult one = searchWorst(space, {seed, {41, 42}, first.worst}, 1, always);
+    EXPECT_GE(worstOf(second), worstOf(first));
+    EXPECT_EQ(second.simulations, 40U);
+    EXPECT_GE(worstOf(one), worstOf(first));
+    const size_t found = one.worst.front().found;
+    EXPECT_EQ(found, worstOf(one) > worstOf(first) ? 41U : first.worst.front().found);
+    begun += worstOf(second);
+    kept += std::max(worstOf(first), worstOf(searchWorst(space, {seed, {41, 81}}, 1, always)));
+  }
+  EXPECT_GT(begun, kept);
+}
+
+TEST_F(SearchTest, AnotherPartTriesOthers) {
+  const SearchSpace space = spaceOf("[search]\n", "node:die=1000C");
+  const auto pointOf = [&](uint64_t simulation) {
+    return searchWorst(space, {1, {simulation, simulation + 1}}, 1, always).worst.front().point;
+  };
+  EXPECT_EQ(pointOf(1), pointOf(1));
+  EXPECT_NE(pointOf(1), pointOf(2));
+  EXPECT_NE(pointOf(2), pointOf(3));
+}
+
+TEST_F(SearchTest, WhoeverIsInterruptedWhileItIsMadeSmallHasNotSeenTheEnd) {
+  const SearchSpace space = spaceOf("[search]\nsteps = 4\n", "node:die=50C");
+  size_t asked = 0;
+  const SearchResult result = searchWorst(space, firstOnes(30), 1, [&] { return ++asked <= 33; });
+  EXPECT_EQ(result.simulations, 30U);
+  ASSERT_TRUE(result.smallest);
+  EXPECT_TRUE(result.smallest->outcome.broken.front());
+  EXPECT_FALSE(result.complete);
+}
+
 TEST_F(SearchTest, ASpaceOfOnePointIsLookedAtOnce) {
   const SearchSpace space =
       spaceOf("[search]\nsteps = 1\nscenarios = []\nload = { a = 1, b = 1 }\n", "node:die=80C");
   EXPECT_EQ(space.dimensions(), 0U);
-  const SearchResult result = searchWorst(space, 1, 10, 1, always);
+  const SearchResult result = searchWorst(space, firstOnes(10), 1, always);
   EXPECT_EQ(result.simulations, 1U);
   EXPECT_EQ(result.worst.front().outcome.measured.front(), 75'000);
 }
