@@ -13,7 +13,7 @@ size_t heapUses() {
   return uses;
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if HEAP_USES_COUNTED
 
 // In place of the standard library's own, which all of its other forms call.
 

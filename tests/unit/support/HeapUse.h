@@ -6,8 +6,4 @@
 size_t heapUses();
 
 // Sanitizers bring an `operator new` of their own, and then nothing is counted.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kHeapUsesCounted = false;
-#else
-constexpr bool kHeapUsesCounted = true;
-#endif
+constexpr bool kHeapUsesCounted = HEAP_USES_COUNTED;

@@ -83,7 +83,9 @@ TEST_F(FolderTest, ALinkToTheEnvironmentStaysOne) {
 
 TEST_F(FolderTest, AFolderThatCannotBeMadeOrReadIsATrouble) {
   files.write("out", "");
-  EXPECT_EQ(write().trouble->reason, std::errc::not_a_directory);
+  const std::error_code reason = write().trouble->reason;
+  // The standard libraries name it differently.
+  EXPECT_TRUE(reason == std::errc::not_a_directory || reason == std::errc::file_exists) << reason;
   EXPECT_EQ(compare().trouble->path, files.node("out"));
   fs::remove(files.node("out"));
   EXPECT_EQ(compare().trouble->reason, std::errc::no_such_file_or_directory);

@@ -218,9 +218,11 @@ TEST_F(PlantFileTest, TellsWhatANumberCannotBe) {
       {"lag = 9e-7\n", "10:7: error: 'lag' must be 0 or a number from 1e-06 to 1000000 seconds\n"},
       {"lag = 1e-6\n", ""},
       {"lag = 0\n", ""},
+#ifdef __cpp_lib_to_chars // without it toml++ itself refuses those
       {"lag = 1e-310\n", "10:7: error: 'lag' is too small to be calculated with: write 0\n"},
-      {"noise = -0.1\n", "10:9: error: 'noise' must be a number from 0 to 1000 degrees\n"},
       {"step = 1e-320\n", "10:8: error: 'step' is too small to be calculated with: write 0\n"},
+#endif
+      {"noise = -0.1\n", "10:9: error: 'noise' must be a number from 0 to 1000 degrees\n"},
       {"step = 0.0009\n", "10:8: error: 'step' must be 0 or a number from 0.001 to 1000 degrees\n"},
       {"step = 0.001\n", ""},
       {between + "kelvin_per_watt = 9e-10\n",
