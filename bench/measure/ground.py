@@ -40,6 +40,7 @@ class Ground:
         self.thermalctl = build_dir / "thermalctl"
         self.floor_binary = build_dir / "bench" / "bench-floor"
         self.micro_binary = build_dir / "bench" / "bench-micro"
+        self.heat_binary = build_dir / "bench" / "bench-heat"
         self.poll_library = build_dir / "bench" / "libbench-poll.so"
         tempfile.tempdir = IN_MEMORY
         self.box = Sandbox()

@@ -20,6 +20,12 @@ class Run(NamedTuple):
     peak: int  # bytes of resident memory, those of the last milliseconds aside
 
 
+class Study(NamedTuple):
+    one: float  # seconds by the clock
+    two: float
+    apart: float
+
+
 def of_phone(ground, duration, output=False):
     return _run(ground, ["--board", boards.PHONE, "--workload", "game"], duration, output)
 
@@ -57,11 +63,29 @@ def of_odd_times(ground, nodes):
     return _run(ground, ["--board", board, "--workload", board / "work.csv"], "1h")
 
 
-def study_seconds(ground, cores):
-    """Of wall clock, for 40 runs of 12 hours on so many cores."""
-    command = ["taskset", "--cpu-list", f"0-{cores - 1}", ground.thermalctl, "simulate", "--jobs", str(cores),
-               "--board", boards.PHONE, "--workload", "game", "--seed", "1..40", "--duration", "12h"]
-    return watched(command).clock
+def heat_error(ground):
+    """The furthest from the closed form, as a share of the temperature, where time constants are far apart."""
+    return float(subprocess.run([ground.heat_binary], stdout=subprocess.PIPE, check=True).stdout)
+
+
+def study(ground):
+    """40 runs of 12 hours by the clock, in turn on one core, on two, and halved between two processes that share
+    nothing, with a core for each: more than that the machine does not give two threads, either."""
+    def part(cores, seeds):
+        return ["taskset", "--cpu-list", cores, ground.thermalctl, "simulate", "--jobs", str(len(cores.split(","))),
+                "--board", boards.PHONE, "--workload", "game", "--seed", seeds, "--duration", "12h"]
+    return Study(_clock(part("0", "1..40")), _clock(part("0,1", "1..40")),
+                 _clock(part("0", "1..20"), part("1", "21..40")))
+
+
+def _clock(*commands):
+    """Seconds until all of them, begun together, have ended well."""
+    begin = time.monotonic()
+    processes = [subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                 for command in commands]
+    if any([process.wait() for process in processes]):
+        raise RuntimeError("a study did not end well")
+    return time.monotonic() - begin
 
 
 def _folder(ground, name):

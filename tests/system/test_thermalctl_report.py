@@ -450,6 +450,14 @@ def test_the_verdict_stands_at_the_top_with_how_far_and_how_long(page, game):
     assert texts(page, "section[data-lane='temperature:skin'] .badge") == [passed[3]]
 
 
+def test_a_chart_tells_how_far_the_runs_are_beyond_that_it_shows(page):
+    shown = "section[data-lane='temperature:skin'] .badge:not([hidden])"
+    for expected in (0, 1):
+        page.click(f"[data-run='{CONFIGURATIONS[0]}']")
+        settle(page)
+        assert len(texts(page, shown)) == expected
+
+
 def test_a_phone_shows_the_failing_figure_without_scrolling(page):
     page.command("Emulation.setDeviceMetricsOverride", width=390, height=844, deviceScaleFactor=3,
                  mobile=True)

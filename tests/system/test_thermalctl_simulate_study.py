@@ -333,7 +333,7 @@ def test_the_command_line_goes_before_the_study_and_adds_budgets(simulate, board
 
 
 @pytest.mark.parametrize("old, new, told", [
-    ('["game"]\nseeds', '["gmae"]\nseeds', "is no file, and no workload of"),
+    ('["game"]\nseeds', '["gmae"]\nseeds', "study.toml:1:14: error: 'gmae' is no file, and no workload of"),
     ('"1..2"', '"2..1"', "study.toml:2:9: error: '2..1' ends before it begins\n    2 | seeds = \"2..1\"\n"
      "      |         ^~~~~~\n      hint: write 1..2\n"),
     ("node:case", "node:csae", "study.toml:6:11: error: the plant has no node 'csae'\n"

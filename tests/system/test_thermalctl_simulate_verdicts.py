@@ -327,6 +327,8 @@ def test_a_temperature_without_a_unit_is_refused_with_both_spellings(simulate, b
      "      hint: there are 'benchmark', 'camera', 'game', 'idle' and 'navigation'\n"),
     (("--workload", "game", "--limit", "sikn=43C"), "--limit sikn: error: the board has no sensor "
      "and the plant no node 'sikn'\n      hint: did you mean 'skin'?\n"),
+    (("--workload", "game", "--limit", "xyzzy=43C"), "--limit xyzzy: error: the board has no sensor and the plant no "
+     "node 'xyzzy'\n      hint: there are 'battery', 'big', 'gpu', 'little', 'skin' and 'case'\n"),
     (("--workload", "game", "--limit", "node:skin=43C"), "--limit node:skin: error: the plant has "
      "no node 'skin'\n      hint: there are 'little', 'big', 'gpu', 'battery' and 'case'\n"),
     (("--workload", "game", "--require", "work:gup=75%"), "--require work:gup: error: the plant has "

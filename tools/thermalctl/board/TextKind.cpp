@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -18,10 +19,6 @@ namespace {
 using Kind = TextKind::Kind;
 
 constexpr char kMark[] = "\xEF\xBB\xBF";
-
-bool contains(const std::vector<std::string>& words, const std::string& word) {
-  return std::find(words.begin(), words.end(), word) != words.end();
-}
 
 // The place of a byte, and as much as is to be marked there.
 TextKind found(Kind kind, const std::string& content, size_t at, size_t length = 1) {
@@ -112,14 +109,22 @@ std::vector<LineStart> linesOf(std::string_view content) {
   return lines;
 }
 
+std::set<std::string> allKeys() {
+  std::set<std::string> keys = {kSectionTypeKey, kItemTypeKey, kScenarioKey};
+  const auto add = [&keys](const std::vector<std::string>& more) {
+    keys.insert(more.begin(), more.end());
+  };
+  add(itemKeys(ItemKind::kMonitor));
+  add(itemKeys(ItemKind::kSS));
+  for (const std::string& kind : sectionKindWords())
+    add(sectionKeys(sectionKind(kind)));
+  return keys;
+}
+
 bool isKnownKey(const std::string& word) {
-  if (word == kSectionTypeKey || word == kItemTypeKey || word == kScenarioKey) return true;
-  for (const ItemKind kind : {ItemKind::kMonitor, ItemKind::kSS})
-    if (contains(itemKeys(kind), word)) return true;
-  const std::vector<std::string> kinds = sectionKindWords();
-  return std::any_of(kinds.begin(), kinds.end(), [&word](const std::string& kind) {
-    return contains(sectionKeys(sectionKind(kind)), word);
-  });
+  // Asked of every line that has a comma, which in a plant are most.
+  static const std::set<std::string> keys = allKeys();
+  return keys.count(word) > 0;
 }
 
 // Where the first cell of a line ends, if a spreadsheet made it: a header, a key or nothing stands

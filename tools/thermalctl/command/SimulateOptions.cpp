@@ -101,7 +101,12 @@ private:
   }
 
   std::string ownWorkload(const std::string& name) {
-    return findWorkload(board, studyFolder, name, {studyPath, {}, quoted(name) + " "}, problems);
+    const auto at = file.workloadsAt.find(name);
+    // What a budget alone names has been told there.
+    Problems ignored;
+    if (at == file.workloadsAt.end()) return findWorkload(board, studyFolder, name, {}, ignored);
+    return findWorkload(board, studyFolder, name, {studyPath, at->second, quoted(name) + " "},
+                        problems);
   }
 
   void readConfigurations() {

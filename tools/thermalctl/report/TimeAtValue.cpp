@@ -4,7 +4,7 @@
 #include <numeric>
 
 void TimeAtValue::change(int64_t time, int32_t value) {
-  if (here) {
+  if (!empty()) {
     finish(time);
     ++changeCount;
     least = std::min(least, value);
@@ -32,26 +32,27 @@ void TimeAtValue::moveTo(int32_t value) {
       index = distance / unit;
     }
   }
-  const auto place = static_cast<size_t>(index & (kSize - 1));
+  place = static_cast<size_t>(index & (kSize - 1));
   const int64_t number = (index - static_cast<int64_t>(place)) / kSize;
   if (!current.block || current.number != number) enter(number);
-  here = &current.block->times[place];
-  *here = std::max<int64_t>(*here, 0);
+  current.block->seen.set(place);
 }
 
 void TimeAtValue::enter(int64_t number) {
   Near& known = near[static_cast<size_t>(number) % kNear];
   if (!known.block || known.number != number) {
-    const auto [found, isNew] = blocks.try_emplace(number);
-    if (isNew) found->second.times.fill(kNever);
-    known = {number, &found->second};
+    known = {number, &blocks[number]};
   }
   current = known;
 }
 
-void TimeAtValue::add(int64_t time) {
-  *here += time;
-  current.block->whole += time;
+void TimeAtValue::Block::add(size_t in, int64_t time) {
+  const int64_t sum = low[in] + time;
+  low[in] = static_cast<uint32_t>(sum);
+  whole += time;
+  if (sum >> 32 == 0) return;
+  if (!high) high = std::make_unique<std::array<uint32_t, kNeighbours>>();
+  (*high)[in] += static_cast<uint32_t>(sum >> 32);
 }
 
 // A value lies between those that could be told apart up to now.
@@ -63,13 +64,13 @@ void TimeAtValue::takeUnit(int64_t distance) {
   unit = std::gcd(unit, distance);
   for (const auto& [value, time] : values) {
     moveTo(value);
-    add(time);
+    current.block->add(place, time);
   }
 }
 
 void TimeAtValue::finish(int64_t time) {
-  if (here) {
-    add(time - since);
+  if (!empty()) {
+    current.block->add(place, time - since);
     whole += time - since;
     weighted += static_cast<double>(held) * static_cast<double>(time - since);
   }
@@ -90,8 +91,7 @@ std::vector<std::pair<int32_t, int64_t>> TimeAtValue::all() const {
   std::vector<std::pair<int32_t, int64_t>> values;
   for (const auto& [number, block] : blocks) {
     for (size_t i = 0; i < kNeighbours; ++i)
-      if (block.times[i] != kNever)
-        values.emplace_back(static_cast<int32_t>(valueOf(number, i)), block.times[i]);
+      if (block.seen[i]) values.emplace_back(static_cast<int32_t>(valueOf(number, i)), block.at(i));
   }
   return values;
 }
@@ -105,7 +105,7 @@ int64_t TimeAtValue::below(int64_t value) const {
       continue;
     }
     for (size_t i = 0; i < kNeighbours && valueOf(number, i) < value; ++i)
-      sum += std::max<int64_t>(block.times[i], 0);
+      sum += block.at(i);
   }
   return sum;
 }
@@ -136,8 +136,8 @@ int32_t TimeAtValue::percentile(double percent) const {
       continue;
     }
     for (size_t i = 0; i < kNeighbours; ++i) {
-      if (block.times[i] == kNever) continue;
-      passed += block.times[i];
+      if (!block.seen[i]) continue;
+      passed += block.at(i);
       if (static_cast<double>(passed) >= wanted) return static_cast<int32_t>(valueOf(number, i));
     }
   }

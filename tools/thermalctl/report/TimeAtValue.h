@@ -1,9 +1,11 @@
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -23,14 +25,14 @@ public:
 
   // Times never fall. The first value begins the record.
   void set(int64_t time, int32_t value) {
-    if (!here || value != held) change(time, value);
+    if (empty() || value != held) change(time, value);
   }
   // The last value held until then.
   void finish(int64_t time);
   // Nothing is known of the time between the two; behind it the last value holds on.
   void skip(int64_t from, int64_t to);
 
-  bool empty() const { return !here; }
+  bool empty() const { return !current.block; }
   uint32_t changes() const { return changeCount; }
   int64_t total() const { return whole; }
   int64_t at(int32_t value) const;
@@ -49,13 +51,21 @@ public:
   int32_t percentile(double percent) const;
 
 private:
-  static constexpr int64_t kNever = -1; // in the place of a time
   static constexpr size_t kNeighbours = 256;
   static constexpr size_t kNear = 16;
 
   // The times at neighbouring values, and their sum.
+  //
+  // Memory: 32 bits for each time; what is longer, 49 days, has the others beside it.
   struct Block {
-    std::array<int64_t, kNeighbours> times;
+    int64_t at(size_t in) const {
+      return int64_t{low[in]} + (high ? int64_t{(*high)[in]} << 32 : 0);
+    }
+    void add(size_t in, int64_t time);
+
+    std::bitset<kNeighbours> seen; // the values that there have been
+    std::array<uint32_t, kNeighbours> low{};
+    std::unique_ptr<std::array<uint32_t, kNeighbours>> high;
     int64_t whole = 0;
   };
   struct Near {
@@ -66,18 +76,17 @@ private:
   void change(int64_t time, int32_t value);
   void moveTo(int32_t value);
   void enter(int64_t number);
-  void add(int64_t time);
   void takeUnit(int64_t distance);
-  int64_t valueOf(int64_t number, size_t place) const;
+  int64_t valueOf(int64_t number, size_t in) const;
   int64_t below(int64_t value) const;
 
   int64_t first = 0; // of the values: the others are so many units away
   int64_t unit = 0;
   std::map<int64_t, Block> blocks; // by their numbers
   std::array<Near, kNear> near{};  // of these, by the last digits of their numbers
-  // That of the value in force, and the time therein.
+  // That of the value in force, and its place therein.
   Near current;
-  int64_t* here = nullptr;
+  size_t place = 0;
   int32_t held = 0; // the value in force
   int32_t least = 0;
   int32_t most = 0;

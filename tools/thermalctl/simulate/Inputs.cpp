@@ -179,9 +179,12 @@ private:
 
   void tellNoSuch(const AskedBudget& asked) {
     const Budget& limit = asked.budget;
+    // A node may bear a sensor's name.
     std::vector<std::string> names;
     for (const SensorTrack& track : base.description.sensors)
-      if (track.isNode() || !limit.ofNode) names.push_back(track.name);
+      if ((track.isNode() || !limit.ofNode) &&
+          std::find(names.begin(), names.end(), track.name) == names.end())
+        names.push_back(track.name);
     const std::string what =
         limit.ofNode ? "the plant has no node " : "the board has no sensor and the plant no node ";
     problems.add({asked.file, asked.span, what + quoted(limit.name),

@@ -11,6 +11,8 @@ namespace {
 // Of factors in all steps that are kept, half a megabyte: a step takes the place of one that shares
 // its remainder. A workload of odd times only costs the making of them anew.
 constexpr size_t kFactorsKept = 20'000;
+// Mostly a few lengths are all that ever come, and room for the others costs more than the steps.
+constexpr size_t kStepsAtFirst = 61;
 
 // How near a lag's rate may be to that of a mode, as a share of it, before their quotient cancels.
 constexpr double kResonance = 0.01;
@@ -83,7 +85,7 @@ void Network::start(const std::vector<double>& nodeTemperatures, double ambient_
   }
   for (Observer& observer : observers)
     addObserverRow(observer);
-  steps.resize(kFactorsKept / (count + observers.size()) + 1);
+  steps.resize(std::min(kStepsAtFirst, mostSteps()));
   known.resize(count + observers.size());
 }
 
@@ -228,10 +230,24 @@ Network::Step Network::stepOf(double seconds) const {
 
 const Network::Step& Network::keptStep(int64_t length) {
   // Mostly the one before was as long.
-  if (steps[lastStep].length != length) lastStep = static_cast<size_t>(length) % steps.size();
+  if (steps[lastStep].length != length) lastStep = placeOf(length);
   Step& step = steps[lastStep];
   if (step.length == length && (step.hasSlopes || !sloped)) return step;
   step = stepOf(static_cast<double>(length) / 1000);
   step.length = length;
   return step;
+}
+
+size_t Network::placeOf(int64_t length) {
+  const auto place = [&] { return static_cast<size_t>(length) % steps.size(); };
+  const int64_t there = steps[place()].length;
+  if (there != 0 && there != length && steps.size() < mostSteps()) {
+    steps.clear();
+    steps.resize(mostSteps());
+  }
+  return place();
+}
+
+size_t Network::mostSteps() const {
+  return kFactorsKept / (rates.size() + observers.size()) + 1;
 }

@@ -104,6 +104,8 @@ private:
   // What a slope makes of a step is left out where there is none.
   Step stepOf(double seconds) const;
   const Step& keptStep(int64_t length);
+  size_t placeOf(int64_t length);
+  size_t mostSteps() const;
 
   NetworkNumbers numbers;
   std::vector<Observer> observers;

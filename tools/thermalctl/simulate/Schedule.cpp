@@ -43,13 +43,12 @@ SensorWorker& Schedule::workerOf(const SensorThread& thread) {
 // In the order in which they come at one time.
 Schedule::Turn Schedule::next() {
   Turn first{changeDue(), Turn::Kind::kChange};
-  int64_t others = std::min(scenarioDue, nodesDue);
-  for (const SensorWorker& worker : sensorWorkers)
-    others = std::min(others, worker.due);
-  // Mostly they sleep, all of them.
-  if (itemsDue <= others) findItems(first);
+  Turn sensors{kNever, Turn::Kind::kSensors};
   for (SensorWorker& worker : sensorWorkers)
-    if (worker.due < first.time) first = {worker.due, Turn::Kind::kSensors, nullptr, &worker};
+    if (worker.due < sensors.time) sensors = {worker.due, Turn::Kind::kSensors, nullptr, &worker};
+  // Mostly they sleep, all of them.
+  if (itemsDue <= std::min({sensors.time, scenarioDue, nodesDue})) findItems(first);
+  if (sensors.time < first.time) first = sensors;
   if (scenarioDue < first.time) first = {scenarioDue, Turn::Kind::kScenario};
   if (nodesDue < first.time) first = {nodesDue, Turn::Kind::kNodes};
   return first;

@@ -216,8 +216,8 @@ ResultChanges Baseline::compare(const std::vector<RunResult>& results,
     else
       comparer.compare(result.name, earlier->figures, flattened(result.row()));
   }
-  const size_t known = results.size() - comparison.added;
-  comparison.gone = runs.size() > known ? runs.size() - known : 0;
+  comparison.compared = results.size() - comparison.added;
+  comparison.gone = runs.size() > comparison.compared ? runs.size() - comparison.compared : 0;
   return comparison;
 }
 
@@ -240,7 +240,9 @@ void printChanges(const std::vector<FigureChange>& changes, std::ostream& out) {
 
 void Baseline::print(const ResultChanges& comparison, std::ostream& out) const {
   out << '\n'
-      << (comparison.changes.empty() ? "nothing has changed against " : "changed against ")
+      << (!comparison.changes.empty() ? "changed against "
+          : comparison.compared > 0   ? "nothing has changed against "
+                                      : "no run is in both, and nothing is compared with ")
       << visible(path) << '\n';
   if (!comparison.changes.empty()) printChanges(comparison.changes, out);
   if (comparison.added > 0) out << "not in it: " << counted(comparison.added, "run") << '\n';

@@ -25,9 +25,11 @@ struct FigureChange {
 
 // What is otherwise than in an earlier study, run by run.
 //
-// Shape: `added` counts the runs that only the later study has, `gone` those of the earlier alone.
+// Shape: `compared` counts the runs that both have, `added` those that only the later study has,
+//        `gone` those of the earlier alone.
 struct ResultChanges {
   std::vector<FigureChange> changes;
+  size_t compared = 0;
   size_t added = 0;
   size_t gone = 0;
 

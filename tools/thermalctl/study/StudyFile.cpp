@@ -31,6 +31,8 @@ public:
   StudyFile read() {
     study.configurations = file.texts("configurations");
     study.workloads = file.texts("workloads");
+    for (size_t i = 0; i < study.workloads.size(); ++i)
+      study.workloadsAt.emplace(study.workloads[i], file.at("workloads", i));
     readSeedsOf();
     readDurationOf();
     for (TomlSection& section : file.list("budget"))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,6 +30,7 @@ struct SelectedBudget {
 struct StudyFile {
   std::vector<std::string> configurations;
   std::vector<std::string> workloads;
+  std::map<std::string, Span> workloadsAt; // where each stands
   std::vector<uint64_t> seeds;
   std::optional<int64_t> duration;
   std::vector<SelectedBudget> budgets;

@@ -46,6 +46,10 @@ size_t byteOf(const Line& line, size_t column) {
   return column <= line.starts.size() ? line.starts[column - 1] : line.text.size();
 }
 
+const std::string& wantedBy(const std::string& words) {
+  return words;
+}
+
 std::string wantedBy(const TomlSection::Bounds& bounds) {
   if (bounds.most == kAnyNumber.most) return "a number";
   return fmt::format("{}a number from {} to {}{}{}", bounds.mayBeZero ? "0 or " : "", bounds.least,
@@ -72,14 +76,14 @@ std::optional<std::string> wordOf(const toml::node& node) {
 
 // Each question notes its key, whatever becomes of the answer: what was never asked for is a key
 // that nobody knows, and is refused at the end.
-template <typename Convert>
-auto TomlSection::read(const std::string& key, const std::string& wanted, Convert convert) {
+template <typename Wanted, typename Convert>
+auto TomlSection::read(const std::string& key, const Wanted& wanted, Convert convert) {
   using Result = std::invoke_result_t<Convert, const toml::node&>;
   asked.insert(key);
   const toml::node* node = table->get(key);
   if (!node) return Result();
   Result value = convert(*node);
-  if (!value) problem(at(key), "'" + key + "' must be " + wanted);
+  if (!value) problem(at(key), "'" + key + "' must be " + wantedBy(wanted));
   return value;
 }
 
@@ -103,7 +107,7 @@ std::optional<double> TomlSection::number(const std::string& key) {
 }
 
 std::optional<double> TomlSection::number(const std::string& key, const Bounds& bounds) {
-  const auto value = read(key, wantedBy(bounds), finiteNumber);
+  const auto value = read(key, bounds, finiteNumber);
   if (!value) return std::nullopt;
   const std::string fault = faultOf(*value, bounds);
   if (fault.empty()) return value;
@@ -160,7 +164,7 @@ std::vector<std::pair<std::string, TomlSection>> TomlSection::named(const std::s
   auto sections = outer->all([&](const std::string& name) { return outer->section(name); });
   // The library keeps keys in alphabetical order, and the file's order is what the user knows.
   std::stable_sort(sections.begin(), sections.end(), [](const auto& a, const auto& b) {
-    return a.second.at().at.line < b.second.at().at.line;
+    return a.second.table->source().begin.line < b.second.table->source().begin.line;
   });
   return sections;
 }

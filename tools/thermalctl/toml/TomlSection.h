@@ -5,7 +5,12 @@
 #include <set>
 #include <string>
 #include <vector>
+#include <version>
 
+// Of itself it makes a stream for each number.
+#ifdef __cpp_lib_to_chars
+#define TOML_FLOAT_CHARCONV 1
+#endif
 #include <toml++/impl/forward_declarations.h>
 
 #include "toml/Problems.h"
@@ -76,8 +81,8 @@ public:
 
 private:
   // What `convert` makes of the key's value. A value of which it makes nothing is told.
-  template <typename Convert>
-  auto read(const std::string& key, const std::string& wanted, Convert convert);
+  template <typename Wanted, typename Convert>
+  auto read(const std::string& key, const Wanted& wanted, Convert convert);
   // What `reader(key)` gives, of every key.
   template <typename Reader> auto all(Reader reader);
   std::optional<TomlSection> sectionAt(const toml::node& node) const;

@@ -181,4 +181,21 @@ TEST(TimeAtValueTest, FindsItsWayBackFromManyValues) {
   EXPECT_DOUBLE_EQ(record.mean(), -1.5);
 }
 
+// 32 bits of milliseconds are 49 days.
+TEST(TimeAtValueTest, AddsUpYears) {
+  constexpr int64_t kYear = 31'536'000'000;
+  TimeAtValue record;
+  record.set(0, 30);
+  record.set(kYear, 31);
+  record.set(kYear + 4'294'967'295, 30);
+  record.set(kYear + 4'294'967'296, 60);
+  record.finish(3 * kYear);
+  EXPECT_EQ(record.at(30), kYear + 1);
+  EXPECT_EQ(record.at(31), 4'294'967'295);
+  EXPECT_EQ(record.at(60), 2 * kYear - 4'294'967'296);
+  EXPECT_EQ(record.atMost(31), kYear + 4'294'967'296);
+  EXPECT_EQ(record.percentile(33), 30);
+  EXPECT_EQ(record.percentile(37), 31);
+}
+
 } // namespace

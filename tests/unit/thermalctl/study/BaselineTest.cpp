@@ -180,7 +180,8 @@ TEST_F(BaselineTest, ARunOfAnotherConfigurationOrWorkloadIsAnother) {
     RunResult other = runOf(50, "passed");
     other.identity[part] = "other";
     EXPECT_FALSE(isWorse({runOf(42, "kept")}, {other}));
-    EXPECT_EQ(text, "\nnothing has changed against FILE\nnot in it: 1 run\nonly in it: 1 run\n");
+    EXPECT_EQ(text, "\nno run is in both, and nothing is compared with FILE\n"
+                    "not in it: 1 run\nonly in it: 1 run\n");
   }
 }
 

@@ -241,7 +241,8 @@ bool tellOfLatest(const CoverageLook& look, const Section* sensor, const Columns
   size_t late = *early;
   for (const size_t i : columns) {
     const CoverageCell& cell = look.all.cell(sensor, i);
-    if (look.counts(sensor, cell) && cell.heat->at > look.all.cell(sensor, late).heat->at) late = i;
+    const bool isLater = cell.heat && cell.heat->at > look.all.cell(sensor, late).heat->at;
+    if (isLater && look.counts(sensor, cell)) late = i;
   }
   const auto at = [&](size_t i) { return look.all.cell(sensor, i).heat->at; };
   if (at(late) - at(*early) <= kMuchLater) return false;

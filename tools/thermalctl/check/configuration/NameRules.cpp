@@ -167,14 +167,21 @@ References devicesOf(const Item& item) {
   return devices;
 }
 
-// All words that stand behind any key of the item, taken apart at "+". Of any key, since a name
-// behind a misspelt one was meant to be used: the slip is the finding.
-void addWords(const Item& item, std::set<std::string>& words) {
+// Those sections whose names stand behind any key of the item, taken apart at "+". Of any key,
+// since a name behind a misspelt one was meant to be used: the slip is the finding.
+void addNamed(const Item& item, const Sections& sections, std::set<std::string>& used) {
+  const auto add = [&](const std::string& name) {
+    if (sections.count(name) > 0) used.insert(name);
+  };
   for (const Property& property : item.properties)
     for (const Word& word : property.words) {
+      if (word.text.find('+') == std::string::npos) {
+        add(word.text);
+        continue;
+      }
       Names pieces;
       stringTokenizer(word.text, pieces, "+");
-      words.insert(pieces.begin(), pieces.end());
+      std::for_each(pieces.begin(), pieces.end(), add);
     }
 }
 
@@ -191,7 +198,7 @@ void tellOfUnused(const Sections& sections, References (*referencesOf)(const Ite
       anyItem = true;
       // What stands behind the blank line may name any of them.
       if (!item->cutOff.empty()) return;
-      addWords(*item, used);
+      addNamed(*item, sections, used);
       // A name that was probably meant, where a slip for it stands, counts as used.
       for (const Reference& reference : referencesOf(*item))
         if (!reference.section) {

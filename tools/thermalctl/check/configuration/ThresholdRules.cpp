@@ -31,8 +31,8 @@ const char* behind(const Item& item) {
 // The first entry that is not as urgent as the one before it, or not by so much more.
 const Number* firstOutOfOrder(const Item& item, const std::vector<Number>& list, int64_t step) {
   for (size_t i = 1; i < list.size(); ++i)
-    if (soundTemperature(list[i], item) && soundTemperature(list[i - 1], item) &&
-        urgency(item, list[i]) < urgency(item, list[i - 1]) + step)
+    if (urgency(item, list[i]) < urgency(item, list[i - 1]) + step &&
+        soundTemperature(list[i], item) && soundTemperature(list[i - 1], item))
       return &list[i];
   return nullptr;
 }
@@ -102,8 +102,8 @@ const std::vector<Rule> kThresholdRules = {
          const Number& clearing = item.thresholdsClr[i];
          // That is what another rule tells.
          if (&threshold == outOfOrder) continue;
-         if (soundTemperature(threshold, item) && soundTemperature(clearing, item) &&
-             urgency(item, clearing) >= urgency(item, threshold))
+         if (urgency(item, clearing) >= urgency(item, threshold) &&
+             soundTemperature(threshold, item) && soundTemperature(clearing, item))
            context.tell(clearing.word,
                         {"the daemon enters level {} at {} and may leave it at once", i + 1,
                          threshold.value},

@@ -79,12 +79,12 @@ const char* nameOfUnit(int32_t unit) {
 
 bool looksLikeDegrees(const Number& temperature, int32_t unit) {
   const int64_t size = std::abs(millidegreesOf(temperature, unit));
-  return isNumber(temperature.word.text) && size >= kLeastDegrees && size <= kMostDegrees;
+  return size >= kLeastDegrees && size <= kMostDegrees && isNumber(temperature.word.text);
 }
 
 bool beyondAnySensor(const Number& temperature, int32_t unit) {
-  return isNumber(temperature.word.text) &&
-         std::abs(millidegreesOf(temperature, unit)) > kMostMillidegrees;
+  return std::abs(millidegreesOf(temperature, unit)) > kMostMillidegrees &&
+         isNumber(temperature.word.text);
 }
 
 bool outOfUse(const Number& temperature, const Item& item) {

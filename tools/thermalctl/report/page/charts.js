@@ -88,17 +88,13 @@ class Lane {
     this.plot = element('div', { className: 'plot' });
     this.marks = shape('svg', { class: 'marks', 'aria-hidden': 'true' });
     this.heading = element('h3', { textContent: name });
-    this.header = element('header', {}, this.heading, element('span', { className: 'about', textContent: about }), this.values);
+    this.badge = element('span', { className: 'badge', hidden: true });
+    this.header = element('header', {}, this.heading, element('span', { className: 'about', textContent: about }), this.badge, this.values);
     this.frame = element('div', { className: 'frame' }, this.plot, this.marks);
     this.section = element('section', { className: `lane ${kind}` }, this.header, this.frame);
     this.section.dataset.lane = `${kind}:${name}`;
     this.verdicts = tracks.flatMap((track) => track.run.verdicts.filter((verdict) => verdict.track === track)).sort(byUrgency);
     [this.worst] = this.verdicts;
-    if (this.worst && this.worst.state === 'passed') {
-      const { isTemperature, kind } = this.worst;
-      const what = isTemperature ? '' : { work: 'work ', changes: 'changes ' }[kind];
-      this.header.insertBefore(element('span', { className: 'badge', textContent: what + againstBound(this.worst) }), this.values);
-    }
     this.plot.setAttribute('role', 'img');
     this.plot.setAttribute('aria-label', name); // until it is drawn
     laneOf.set(this.section, this);
@@ -131,9 +127,19 @@ class Lane {
     this.heading.replaceChildren(button);
   }
 
+  // How far beyond its bound the worst of the runs is that are shown.
+  showBadge() {
+    const worst = this.verdicts.find((verdict) => verdict.track.run.shown);
+    this.badge.hidden = !worst || worst.state !== 'passed';
+    if (this.badge.hidden) return;
+    const what = worst.isTemperature ? '' : { work: 'work ', changes: 'changes ' }[worst.kind];
+    this.badge.textContent = what + againstBound(worst);
+  }
+
   layOut() {
     const hidden = !this.visible();
     if (this.section.hidden !== hidden) this.section.hidden = hidden;
+    this.showBadge();
     const height = `${this.height()}px`;
     if (this.plot.style.height !== height) this.plot.style.height = height;
   }
