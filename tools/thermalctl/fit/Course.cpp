@@ -169,17 +169,9 @@ void Course::advanceSensitivities() {
   }
 }
 
-// Called for every reading, and of few states: two sums side by side.
 double Course::temperature(size_t output) const {
   const auto index = static_cast<Index>(output);
-  const double* own = model.outputs.col(index).data();
-  Eigen::Array2d sums = Eigen::Array2d::Zero();
-  Index i = 0;
-  for (; i + 2 <= state.size(); i += 2)
-    sums += Eigen::Map<const Eigen::Array2d>(own + i) *
-            Eigen::Map<const Eigen::Array2d>(state.data() + i);
-  const double last = i < state.size() ? own[i] * state[i] : 0;
-  return ambient + model.offsets[index] + sums[0] + sums[1] + last;
+  return ambient + model.offsets[index] + model.outputs.col(index).dot(state);
 }
 
 // A quantity's effect on state k is its column at k times what its row gathers of the integrals. A
