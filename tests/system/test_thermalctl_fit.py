@@ -132,8 +132,40 @@ def test_a_recording_too_short_to_judge_by_is_told_and_keeps_no_requirement(desk
     recording, short = desk.record(seconds=300), desk.record(seconds=65, name="short")
     status, out, err = desk.fit("--recording", recording, option, short, "--require", "rmse<=9C")
     assert (status, "kept" in out) == (2, False)
-    assert "short-sensors.csv: error: is too short" in err
+    assert "short-sensors.csv: error: is too short: it has 5 rows of readings, and 10 are the least" in err
     assert not (desk.folder / "out").exists()
+
+
+def shorten(desk, name, first, last):
+    """Of a recording's loads only what was known from `first` to `last`, on their own clock."""
+    path = desk.folder / f"{name}-loads.csv"
+    header, *rows = path.read_text().splitlines()
+    path.write_text("\n".join([header, *rows[first:last]]) + "\n")
+
+
+@pytest.mark.parametrize("seconds, offset", [(65, 58.4), (70, 55), (110, 59), (150, 40.3)])
+@pytest.mark.parametrize("option", ["--recording", "--validate"])
+def test_a_recording_hardly_longer_than_its_clocks_are_apart_is_used(desk, option, seconds, offset):
+    """Loads and readings of the same stretch of time, by clocks that are nearly a minute apart."""
+    loads = truth.steps(desk.random, 4, seconds + 60, shortest=10, longest=30)
+    short = desk.record(seconds=seconds + 60, offset=offset, loads=loads, name="short")
+    shorten(desk, "short", int(offset), int(offset) + seconds)
+    status, _, err = desk.fit("--recording", desk.record(seconds=7200), option, short, "--require", "rmse<=0.6C")
+    assert (status, err) == (0, "")
+    results = desk.results()
+    told = results["validation"][0] if option == "--validate" else results["recordings"][1]
+    assert told["files"][1]["offset_seconds"] == pytest.approx(offset, abs=1.5)
+    assert all(sensor["readings"] >= seconds - 4 for sensor in told["sensors"])
+
+
+def test_readings_behind_the_loads_are_not_fitted(desk):
+    """Both files are as long, and the clock of one is 45 s behind: 45 s of readings have no loads."""
+    recording = desk.record(seconds=1260, offset=45)
+    shorten(desk, "rec", 0, 1200)
+    assert desk.fit("--recording", recording)[0] == 0
+    assert {sensor["readings"] for sensor in desk.results()["recordings"][0]["sensors"]} <= {1155, 1156, 1157}
+    error = desk.free_running_error()
+    assert np.sqrt((error**2).mean()) <= 0.1
 
 
 def edited(path, number, line):
@@ -291,6 +323,20 @@ def test_a_stuck_sensor_is_left_out_and_told(desk):
     assert np.sqrt((error**2).mean()) <= 0.1
 
 
+@pytest.mark.parametrize("shown", ["0", "29", "70"])
+def test_a_sensor_that_never_shows_anything_else_is_left_out_and_told(desk, shown):
+    recording = desk.record(seconds=1500)
+    path = desk.folder / "rec-sensors.csv"
+    header, *rows = [row.split(",") for row in path.read_text().splitlines()]
+    path.write_text("\n".join(",".join(row) for row in [header, *([*row[:3], shown, *row[4:]] for row in rows)]) + "\n")
+    status, out, err = desk.fit("--recording", recording)
+    assert status == 0
+    assert f"rec-sensors.csv:2: 'gpu_t' is stuck at {shown} from 0:00:00 to 0:23:59: left out" in err
+    assert "put a sensor on gpu" in out
+    found = {q["name"]: q["value"] for q in desk.results()["quantities"]}
+    assert found["resistance.big-case"] == pytest.approx(9.09, rel=0.02)
+
+
 def test_residuals_that_are_no_noise_are_told(desk):
     recording = desk.record(seconds=1800, noise=0.1)
     path = desk.folder / "rec-sensors.csv"
@@ -397,6 +443,8 @@ def test_bounds_hold(desk):
 def test_without_a_recording_it_says_so(thermalctl):
     status, _, err = thermalctl("fit", "--board", REPOSITORY / "boards" / "phone")
     assert (status, "--recording is required" in err) == (2, True)
+    status, _, err = thermalctl("fit", "--board", REPOSITORY / "boards" / "phone", "--recording", "")
+    assert (status, "--recording: error: names no file" in err) == (2, True), err
 
 
 def peak_of(folder, name):
@@ -422,3 +470,26 @@ def test_a_recording_is_run_in_a_closed_and_in_an_open_loop(thermalctl, tmp_path
     assert (status, "none.csv" in err) == (2, True)
     status, _, err = thermalctl("simulate", "--board", board, "--recording", recording, "--workload", "game")
     assert (status, "excludes --workload" in err) == (2, True)
+
+
+def test_a_recording_is_run_on_one_clock_and_its_offset_is_told(thermalctl, tmp_path):
+    board = REPOSITORY / "boards" / "phone"
+    thermalctl("simulate", "--board", board, "--workload", "game", "--duration", "20m", "--out", tmp_path / "run")
+    loads = tmp_path / "loads.csv"
+    for behind in (0, 38):
+        loads.write_text("time,little:load,big:load,gpu:load,panel,charger,modem\n"
+                         f"{100 - behind},0.3,0.2,0.15,1,1,0.4\n{300 - behind},0.6,0.9,1,1,1,0.3\n"
+                         f"{1200 - behind},0.6,0.9,1,1,1,0.3\n")
+        status, _, err = thermalctl("simulate", "--board", board, "--loop", "open", "--out", tmp_path / "again",
+                                    "--recording", f"{tmp_path / 'run' / 'trace.csv'},{loads}")
+        assert status in (0, 1), err
+        [seconds, word] = re.search(r"loads\.csv: its clock is ([\d.]+) s (behind|ahead of) that of", err).groups()
+        assert float(seconds) == pytest.approx(behind, abs=1)
+        assert word == "behind" or behind == 0
+        # On one clock the recorded levels meet the loads that they came of.
+        assert peak_of(tmp_path / "again", "gpu") == pytest.approx(peak_of(tmp_path / "run", "gpu"), abs=1500)
+    # Without a reading nothing tells it, which is told.
+    header, *rows = (tmp_path / "run" / "trace.csv").read_text().splitlines()
+    (tmp_path / "levels.csv").write_text("\n".join([header, *(row for row in rows if ",temperature," not in row)]) + "\n")
+    status, _, err = thermalctl("simulate", "--board", board, "--recording", f"{tmp_path / 'levels.csv'},{loads}")
+    assert (status in (0, 1), "do not tell how the files' clocks differ" in err) == (True, True), err

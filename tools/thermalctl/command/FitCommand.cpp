@@ -16,6 +16,7 @@
 #include "command/Commands.h"
 #include "command/Interruptible.h"
 #include "file/OutputFiles.h"
+#include "fit/Clocks.h"
 #include "fit/Estimate.h"
 #include "fit/FitJson.h"
 #include "fit/FitPage.h"
@@ -25,7 +26,6 @@
 #include "fit/RecordingFiles.h"
 #include "fit/Residuals.h"
 #include "fit/Sketch.h"
-#include "fit/Steps.h"
 #include "fit/Stretch.h"
 #include "fit/Stuck.h"
 #include "fit/Words.h"
@@ -144,12 +144,11 @@ std::vector<Recorded> readAll(const std::vector<std::string>& lists, const Board
     const auto hasReadings = [](const RecordedFile& file) { return !file.readings.empty(); };
     if (std::none_of(recorded->files.begin(), recorded->files.end(), hasReadings))
       problems.add({list, {}, "no file has a reading of a sensor or a node of the plant"});
-    else if (stretchesOf(*recorded, 0, std::vector<double>(recorded->files.size(), 0)).empty())
-      problems.add(
-          {list,
-           {},
-           "is too short: nowhere are there ten rows of readings while the loads are known",
-           "record for longer, or look whether the files' times are alike"});
+    else if (stretchesOf(*recorded, 0).empty())
+      problems.add({list,
+                    {},
+                    tooShortInWords(*recorded),
+                    "record for longer, or look whether the files' times are alike"});
     all.push_back(std::move(*recorded));
   }
   return all;
@@ -173,20 +172,6 @@ Inputs readInputs(const FitOptions& options, const BoardFolder& board, Problems&
   inputs.recordings = readAll(options.recordings, board, inputs, problems);
   inputs.validations = readAll(options.validations, board, inputs, problems);
   return inputs;
-}
-
-// No file's clock is off at first: by how much each is, is one of the things to be found.
-Misfit misfitOf(const Inputs& inputs, const std::vector<Recorded>& recordings) {
-  std::vector<Stretch> stretches;
-  for (size_t i = 0; i < recordings.size(); ++i) {
-    const std::vector<double> offsets(recordings[i].files.size(), 0);
-    for (Stretch& stretch : stretchesOf(recordings[i], i, offsets))
-      stretches.push_back(std::move(stretch));
-  }
-  Misfit misfit(inputs.plant, inputs.quantities, recordings, std::move(stretches));
-  for (const double step : stepsOf(recordings, misfit.outputs()))
-    misfit.likelihoods.push_back({1, step});
-  return misfit;
 }
 
 class Progress {
@@ -244,10 +229,9 @@ void printAgreement(const FitResult& result, const Misfit& misfit, const Estimat
   for (size_t i = 0; i < misfit.recordings.size(); ++i) {
     const std::vector<double> offsets = misfit.unknowns.offsetsOf(i, estimation.fit.values);
     for (size_t file = 1; file < offsets.size(); ++file)
-      std::cout << visible(misfit.recordings[i].files[file].name) << ": its clock is "
-                << rounded(std::abs(offsets[file]), 2) << " s "
-                << (offsets[file] < 0 ? "ahead of" : "behind") << " that of "
-                << visible(misfit.recordings[i].files.front().name) << "\n";
+      std::cout << clockInWords(misfit.recordings[i].files[file], offsets[file],
+                                misfit.recordings[i].files.front())
+                << "\n";
   }
 }
 
@@ -275,9 +259,9 @@ public:
 
   ExitStatus go(const std::vector<Requirement>& requirements) {
     const Interruptible untilTheEnd;
-    Misfit misfit = misfitOf(inputs, inputs.recordings);
+    Misfit misfit = misfitOf(inputs.plant, inputs.quantities, inputs.recordings);
     Estimation estimation =
-        withoutStuck(misfit, inputs.recordings, [&] { return estimate(misfit, going); });
+        fitted(misfit, inputs.recordings, [&] { return estimate(misfit, going); });
     FitResult result{&misfit,
                      &estimation,
                      nullptr,
@@ -288,11 +272,11 @@ public:
     std::optional<Misfit> other;
     Estimation validation;
     if (!inputs.validations.empty() && !estimation.fit.interrupted) {
-      other.emplace(misfitOf(inputs, inputs.validations));
+      other.emplace(misfitOf(inputs.plant, inputs.quantities, inputs.validations));
       // Judged by the noise that was found: another recording shall not excuse itself by more.
       other->likelihoods = misfit.likelihoods;
-      validation = withoutStuck(*other, inputs.validations,
-                                [&] { return validate(*other, valuesOf(estimation), going); });
+      validation = fitted(*other, inputs.validations,
+                          [&] { return validate(*other, valuesOf(estimation), going); });
       result.validationMisfit = &*other;
       result.validation = &validation;
     }
@@ -311,6 +295,15 @@ public:
   }
 
 private:
+  // What is known of the loads is known of their clock: with that found, the recordings are cut
+  // anew.
+  template <typename Fitting>
+  Estimation fitted(Misfit& misfit, std::vector<Recorded>& recordings, const Fitting& fitting) {
+    Estimation estimation = withoutStuck(misfit, recordings, fitting);
+    if (estimation.fit.interrupted || !misfit.cutAgain(estimation.fit.values)) return estimation;
+    return withoutStuck(misfit, recordings, fitting);
+  }
+
   // What a sensor that is stuck has shown is left out, and what is left fitted anew.
   template <typename Fitting>
   Estimation withoutStuck(Misfit& misfit, std::vector<Recorded>& recordings,

@@ -6,11 +6,29 @@
 
 #include "base/TextReader.h"
 #include "command/CheckFirst.h"
+#include "fit/Clocks.h"
 #include "fit/RecordingFiles.h"
 #include "fit/Replay.h"
 #include "log/BoardFolder.h"
 #include "simulate/PlantFile.h"
 #include "text/Characters.h"
+
+namespace {
+
+// A log and the loads beside it are mostly of two clocks.
+void setClocks(Recorded& recorded, const PlantDescription& plant) {
+  if (recorded.files.size() == 1) return;
+  const auto offsets = clocksOf(recorded, plant);
+  if (!offsets)
+    std::cerr << visible(recorded.name)
+              << ": the readings do not tell how the files' clocks differ: taken as one clock\n";
+  for (size_t i = 1; offsets && i < offsets->size(); ++i) {
+    shift(recorded.files[i], (*offsets)[i]);
+    std::cerr << clockInWords(recorded.files[i], (*offsets)[i], recorded.files[0]) << "\n";
+  }
+}
+
+} // namespace
 
 void addRecordingOption(CommandLine& line, RecordingOption& option) {
   line.option("--recording", &option.files,
@@ -37,10 +55,11 @@ RecordedWorkload readRecordedWorkload(const RecordingOption& option, const std::
   std::vector<std::string> paths;
   stringTokenizer(option.files, paths, ",");
   std::vector<std::string> remarks;
-  const auto recorded = readRecording(paths, plant, board, problems, remarks);
+  auto recorded = readRecording(paths, plant, board, problems, remarks);
   for (const std::string& remark : remarks)
     std::cerr << visible(remark) << "\n";
   if (!recorded) return made;
+  setClocks(*recorded, plant);
   made.workload.text =
       workloadOf(*recorded, plant, option.loop == "open" ? Loop::kOpen : Loop::kClosed);
   made.length = lengthOf(*recorded);

@@ -15,22 +15,33 @@ int64_t microsecondsOf(double seconds) {
   return std::llround(seconds * 1e6);
 }
 
+// The rows of a matrix, each with its weight, summed, from one column on as far as there are so
+// many columns at a time: these stay in registers.
+template <int kColumns>
+Index sumColumns(const double* weights, const ThermalModel::ByRow& matrix, Index from,
+                 double* sum) {
+  using Few = Eigen::Array<double, 1, kColumns>;
+  for (; from + kColumns <= matrix.cols(); from += kColumns) {
+    Few few = weights[0] * Eigen::Map<const Few>(&matrix(0, from));
+    for (Index i = 1; i < matrix.rows(); ++i)
+      few += weights[i] * Eigen::Map<const Few>(&matrix(i, from));
+    Eigen::Map<Few>(sum + from) = few;
+  }
+  return from;
+}
+
+void sumRows(const double* weights, const ThermalModel::ByRow& matrix, double* sum) {
+  const Index after = sumColumns<8>(weights, matrix, 0, sum);
+  sumColumns<1>(weights, matrix, sumColumns<2>(weights, matrix, after, sum), sum);
+}
+
 } // namespace
 
 Course::Course(const ThermalModel& model_, const PlantDescription& plant, const Recorded& recorded_,
                const Stretch& stretch_, const std::vector<double>& offsets_, size_t stride_,
                bool sensitive_)
     : model(model_), recorded(recorded_), stretch(stretch_), offsets(offsets_), stride(stride_),
-      sensitive(sensitive_), powers(plant) {
-  const Index states = model.rates.size();
-  const auto quantities = static_cast<Index>(model.effects.size());
-  stateRows = speedRows = Eigen::MatrixXd::Zero(states, quantities);
-  for (Index i = 0; i < quantities; ++i) {
-    const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
-    if (effect.role == Role::kByState) stateRows.col(i) = effect.row;
-    if (effect.role == Role::kBySpeed) speedRows.col(i) = effect.row;
-  }
-}
+      sensitive(sensitive_), powers(plant) {}
 
 double Course::startTime() const {
   double start = std::numeric_limits<double>::max();
@@ -64,9 +75,12 @@ void Course::begin(const Eigen::VectorXd& starts) {
   ambient = powers.ambient();
   state = model.starts * (starts.array() - ambient).matrix();
   decay = Eigen::ArrayXd::Ones(state.size());
-  ofStates = ofSpeeds = Eigen::MatrixXd::Zero(state.size(), state.size());
-  ofPowers = Eigen::MatrixXd::Zero(state.size(), stateRows.cols());
-  effects = Eigen::MatrixXd::Zero(state.size(), stateRows.cols() + state.size());
+  jumped = Eigen::ArrayXd::Zero(state.size());
+  ofStates = ThermalModel::ByRow::Zero(state.size(), state.size());
+  const Index quantities = model.rows.cols();
+  ofPowers = ThermalModel::ByRow::Zero(state.size(), quantities);
+  atStart = model.bySpeed.cwiseProduct(state.transpose() * model.rows);
+  effects = ThermalModel::ByRow::Zero(state.size(), quantities + state.size());
   drivesAreOld = true;
 }
 
@@ -109,6 +123,7 @@ void Course::take(const RecordedChange& change) {
   drivesAreOld = true;
   // The temperatures stay, so that what they are above the ambient changes.
   state -= (powers.ambient() - ambient) * model.evenly;
+  jumped -= powers.ambient() - ambient;
   ambient = powers.ambient();
 }
 
@@ -137,17 +152,14 @@ void Course::advanceTo(double time) {
 // With the rates r and h the length of the step, `ofStates` of k and i is the integral from the
 // start to now of exp(-r_k (now - t)) z_i(t) dt. Over one step z_i is made of exp(-r_i t) and a
 // constant drive, so that the integral is a divided difference of exp, of two points or with 0 of
-// three; the same holds for the speed z_i', to which no constant belongs.
+// three.
 void Course::advanceSensitivities() {
-  speed = drives - model.rates.cwiseProduct(state);
-  for (Index i = 0; i < state.size(); ++i) {
-    ofStates.col(i).array() = step->decay * ofStates.col(i).array() +
-                              state[i] * step->pairs.col(i).array() +
-                              drives[i] * step->drivenPairs.col(i).array();
-    ofSpeeds.col(i).array() =
-        step->decay * ofSpeeds.col(i).array() + speed[i] * step->pairs.col(i).array();
-  }
+  for (Index i = 0; i < state.size(); ++i)
+    ofStates.row(i) = step->decay[i] * ofStates.row(i) +
+                      state.cwiseProduct(step->pairs.col(i)).transpose() +
+                      drives.cwiseProduct(step->drivenPairs.col(i)).transpose();
   decay *= step->decay;
+  jumped *= step->decay;
   for (Index i = 0; i < ofPowers.cols(); ++i) {
     const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
     if (effect.role != Role::kByPower && effect.role != Role::kByIdle) continue;
@@ -162,27 +174,34 @@ double Course::temperature(size_t output) const {
   return ambient + model.offsets[index] + model.outputs.col(index).dot(state);
 }
 
-// Of a few states each product is small: put together as it is, it needs no memory of its own.
 // A quantity's effect on state k is its column at k times what its row gathers of the integrals. A
 // kelvin at a start has decayed since.
+// Of a temperature T above the ambient, which jumps with it, the integral of exp(-r_k (now - t))
+// T'(t) between the jumps is by parts
+//   T(now) - exp(-r_k (now - start)) T(start) - sum of exp(-r_k (now - jump)) jump
+//   - r_k integral of exp(-r_k (now - t)) T(t) dt.
 void Course::prepareSensitivities() {
-  const Index quantities = ofPowers.cols();
-  effects.leftCols(quantities).noalias() =
-      ofStates.lazyProduct(stateRows) + ofSpeeds.lazyProduct(speedRows);
-  effects.leftCols(quantities) =
-      model.columns.cwiseProduct(effects.leftCols(quantities) + ofPowers);
-  effects.rightCols(state.size()) = decay.matrix().asDiagonal() * model.starts;
+  const Index quantities = model.rows.cols();
+  atNow.resize(quantities);
+  sumRows(state.data(), model.rows, atNow.data());
+  atNow = atNow.cwiseProduct(model.bySpeed);
+  for (Index k = 0; k < state.size(); ++k) {
+    auto own = effects.row(k).head(quantities);
+    sumRows(&ofStates(k, 0), model.rows, own.data());
+    own = model.columns.row(k).cwiseProduct(model.gains.row(k).cwiseProduct(own) + ofPowers.row(k) +
+                                            atNow - decay[k] * atStart - jumped[k] * model.bySpeed);
+    effects.row(k).tail(state.size()) = decay[k] * model.starts.row(k);
+  }
 }
 
 void Course::sensitivity(size_t output, Eigen::Ref<Eigen::RowVectorXd> row) const {
   const auto index = static_cast<Index>(output);
-  const Index quantities = ofPowers.cols();
   const auto own = model.outputs.col(index);
-  row.head(effects.cols()).noalias() = own.transpose().lazyProduct(effects);
-  for (Index i = 0; i < quantities; ++i) {
-    const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
+  sumRows(own.data(), effects, row.data());
+  for (const Index i : model.still) {
     // These two have no integral. A warmer ambient warms all; but at the start the temperatures
     // were given, and what they then were above it is as much less.
+    const ThermalModel::Effect& effect = model.effects[static_cast<size_t>(i)];
     if (effect.role == Role::kOffset) row[i] = effect.index == output ? 1 : 0;
     if (effect.role == Role::kAmbient)
       row[i] = measuresAmbient ? 0 : 1 - own.cwiseProduct(decay.matrix()).dot(model.evenly);

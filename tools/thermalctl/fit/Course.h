@@ -66,12 +66,14 @@ private:
   Eigen::VectorXd state;
   Eigen::VectorXd drives;
   Eigen::ArrayXd decay; // since the start
-  // What the states have of one another so far, and of one another's speed.
-  Eigen::MatrixXd ofStates, ofSpeeds;
-  Eigen::MatrixXd ofPowers; // by state and quantity
-  Eigen::MatrixXd stateRows, speedRows;
-  Eigen::MatrixXd effects; // by state and quantity, and behind them each start
-  Eigen::VectorXd speed;
+  // What is left of how far the temperatures above the ambient have jumped with it.
+  Eigen::ArrayXd jumped;
+  // What the states have of one another so far.
+  ThermalModel::ByRow ofStates;
+  ThermalModel::ByRow ofPowers; // by state and quantity
+  // Of quantities that act by the speed, what their rows make of the states: at the start, and now.
+  Eigen::RowVectorXd atStart, atNow;
+  ThermalModel::ByRow effects; // by state and quantity, and behind them each start
   // Of the step before, which is mostly that of the next one.
   int64_t length = 0;
   const ThermalModel::Step* step = nullptr;

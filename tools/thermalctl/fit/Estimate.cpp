@@ -177,7 +177,7 @@ Estimation validate(Misfit& misfit, const std::vector<double>& values, const Goi
   VectorXd from = guessesOf(misfit);
   for (size_t i = 0; i < values.size(); ++i)
     from[indexOf(i)] = misfit.quantities[i].byLogarithm() ? std::log(values[i]) : values[i];
-  estimation.fit = refine(misfit, from, estimation.frozen, going);
+  estimation.fit = place(misfit, from, going);
   estimation.agreement = agreementOf(misfit, estimation.fit.values);
   return estimation;
 }

@@ -30,14 +30,15 @@ constexpr int kStarts = 3;
 // How far the other starts are from the guesses, as the largest logarithm of a factor.
 constexpr double kSpread = 0.9;
 
-constexpr double kClockReach = 75; // seconds: a minute, and some more so that its end is no wall
-constexpr double kClockScan = 60;
+// Seconds: more than clocks may be apart, so that the end of it is no wall.
+constexpr double kClockReach = kClocksApart + 15;
 constexpr double kScanStep = 2;
 constexpr int kLooksAtClocks = 2;
 
 // How little is known of a temperature at the start.
 constexpr double kStartSpread = 30;
 
+constexpr size_t kRowsBesideWrongClocks = 250;
 constexpr size_t kRowsOfFirstLook = 500;
 constexpr size_t kRowsOfSecondLook = 20'000;
 // Of one sensor, for its noise.
@@ -266,20 +267,22 @@ public:
       : misfit(misfit_), frozen(frozen_), going(going_) {
     for (const Stretch& stretch : misfit.stretches)
       for (const auto& [first, end] : stretch.rows)
-        rowCount += end - first;
+        rowCounts[stretch.recording] += end - first;
+    for (const auto& [recording, count] : rowCounts)
+      rowCount += count;
   }
 
   // A few steps from some values, on some of the rows.
   VectorXd look(VectorXd values, const std::string& name) {
     stage = name;
-    misfit.stride = strideFor(kRowsOfFirstLook);
     // The noise first: by that of the last round, wrong values would count as strays and be passed
     // over.
     for (int i = 0; i < 4 && !stopped; ++i) {
-      const bool settled = !setNoise(values);
-      if (settled && i > kLooksAtClocks) break;
       // Beside a wrong clock there is no bottom worth finding.
       const bool looksAtClocks = i < kLooksAtClocks;
+      misfit.stride = strideFor(looksAtClocks ? kRowsBesideWrongClocks : kRowsOfFirstLook);
+      const bool settled = !setNoise(values);
+      if (settled && i > kLooksAtClocks) break;
       values = solve(values, looksAtClocks ? 6 : 15, 0.1);
       if (looksAtClocks && !stopped) scanClocks(values);
     }
@@ -302,7 +305,8 @@ public:
   bool stopped = false;
 
 private:
-  size_t strideFor(size_t rows) const { return std::max<size_t>(1, rowCount / rows); }
+  size_t strideFor(size_t rows) const { return strideOf(rowCount, rows); }
+  static size_t strideOf(size_t count, size_t rows) { return std::max<size_t>(1, count / rows); }
 
   // Noise and values in turns, until the noise is what it was; the first round always moves the
   // values.
@@ -350,7 +354,7 @@ private:
     return changes;
   }
 
-  // Those that are as good as equal beside the noise that there was are counted.
+  // Those that are as good as equal beside the noise that there was, on either side, are counted.
   // The noise that makes the residuals likeliest; no root of a mean square, which rounding and
   // strays would widen.
   static double noiseOf(const std::vector<double>& residuals, const Likelihood& before) {
@@ -359,7 +363,7 @@ private:
     std::map<int64_t, double> counts;
     double number = 0;
     for (size_t i = 0; i < residuals.size(); i += skip, ++number)
-      ++counts[std::llround(residuals[i] / width)];
+      ++counts[std::llround(std::abs(residuals[i]) / width)];
     const auto surprise = [&](double logNoise) {
       const Likelihood likelihood{std::exp(logNoise), before.step};
       double total = 0;
@@ -376,16 +380,17 @@ private:
   // tried in steps over its whole reach, with all else held.
   void scanClocks(VectorXd& values) {
     const Unknowns& unknowns = misfit.unknowns;
-    // Every other row tells a step of two seconds from the next one as well.
-    const size_t stride = std::exchange(misfit.stride, 2 * misfit.stride);
+    const size_t stride = misfit.stride;
     for (size_t recording = 0; recording < unknowns.clocks.size(); ++recording) {
+      // Of a short one beside a long one nothing else would be left.
+      misfit.stride = strideOf(rowCounts[recording], kRowsBesideWrongClocks);
       for (const auto& clock : unknowns.clocks[recording]) {
         if (!clock) continue;
         double& at = values[indexOf(*clock)];
         const double before = at;
         double best = misfit.misfit(values, recording);
         double bestAt = before;
-        for (at = -kClockScan; at <= kClockScan; at += kScanStep) {
+        for (at = -kClocksApart; at <= kClocksApart; at += kScanStep) {
           const double here = misfit.misfit(values, recording);
           if (here < best) bestAt = at;
           best = std::min(best, here);
@@ -400,6 +405,7 @@ private:
   const std::vector<bool>& frozen;
   const Going& going;
   std::string stage;
+  std::map<size_t, size_t> rowCounts; // by recording
   size_t rowCount = 0;
 };
 
@@ -492,6 +498,16 @@ Fit refine(Misfit& misfit, const VectorXd& from, const std::vector<bool>& frozen
            const Going& going) {
   Search search(misfit, frozen, going);
   const VectorXd values = search.finish(from);
+  misfit.stride = 1;
+  return resultOf(misfit, values, search.stopped);
+}
+
+Fit place(Misfit& misfit, const VectorXd& from, const Going& going) {
+  const std::vector<bool> frozen(misfit.quantities.size(), true);
+  Search search(misfit, frozen, going);
+  const bool hasClocks = misfit.unknowns.clocksBegin() < misfit.unknowns.clocksEnd();
+  VectorXd values = hasClocks ? search.look(from, "clocks") : from;
+  if (!search.stopped) values = search.finish(values);
   misfit.stride = 1;
   return resultOf(misfit, values, search.stopped);
 }

@@ -32,5 +32,8 @@ Fit fitTo(Misfit& misfit, const std::vector<bool>& frozen, const Going& going);
 Fit refine(Misfit& misfit, const Eigen::VectorXd& from, const std::vector<bool>& frozen,
            const Going& going);
 
+// Of recordings whose clocks and starts are unknown, with all quantities frozen at their values.
+Fit place(Misfit& misfit, const Eigen::VectorXd& from, const Going& going);
+
 // What is known of the unknowns before any reading.
 Eigen::VectorXd guessesOf(const Misfit& misfit);

@@ -1,10 +1,13 @@
 #include "fit/Misfit.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include "fit/Course.h"
 #include "fit/Indices.h"
+#include "fit/Steps.h"
 #include "fit/ThermalModel.h"
 
 namespace {
@@ -52,6 +55,34 @@ Misfit::Misfit(const PlantDescription& plant_, const std::vector<Quantity>& quan
     : plant(plant_), quantities(quantities_), recordings(recordings_),
       stretches(std::move(stretches_)), unknowns(plant, quantities, recordings, stretches) {}
 
+bool Misfit::cutAgain(const VectorXd& values) {
+  std::vector<Stretch> cut;
+  for (size_t i = 0; i < recordings.size(); ++i) {
+    std::vector<Stretch> ofOne = stretchesOf(recordings[i], i, unknowns.offsetsOf(i, values));
+    if (ofOne.empty()) return false;
+    std::move(ofOne.begin(), ofOne.end(), std::back_inserter(cut));
+  }
+  const auto isSame = [](const Stretch& a, const Stretch& b) {
+    return a.recording == b.recording && a.rows == b.rows;
+  };
+  if (std::equal(cut.begin(), cut.end(), stretches.begin(), stretches.end(), isSame)) return false;
+  stretches = std::move(cut);
+  unknowns = Unknowns(plant, quantities, recordings, stretches);
+  return true;
+}
+
+Misfit misfitOf(const PlantDescription& plant, const std::vector<Quantity>& quantities,
+                const std::vector<Recorded>& recordings) {
+  std::vector<Stretch> stretches;
+  for (size_t i = 0; i < recordings.size(); ++i)
+    for (Stretch& stretch : stretchesOf(recordings[i], i))
+      stretches.push_back(std::move(stretch));
+  Misfit misfit(plant, quantities, recordings, std::move(stretches));
+  for (const double step : stepsOf(recordings, misfit.outputs()))
+    misfit.likelihoods.push_back({1, step});
+  return misfit;
+}
+
 std::vector<double> Misfit::naturalOf(const VectorXd& values) const {
   std::vector<double> natural;
   for (size_t i = 0; i < quantities.size(); ++i) {
@@ -69,8 +100,8 @@ std::vector<double> Misfit::naturalOf(const VectorXd& values) const {
 class Misfit::Accumulation {
 public:
   Accumulation(const Misfit& misfit_, size_t stretch, Index rowLength)
-      : misfit(misfit_), rows(kRowsAtOnce, rowLength), information(rowLength, rowLength),
-        slope(VectorXd::Zero(rowLength)) {
+      : misfit(misfit_), rows(kRowsAtOnce, rowLength), slopes(kRowsAtOnce), roots(kRowsAtOnce),
+        information(rowLength, rowLength), slope(VectorXd::Zero(rowLength)) {
     information.setZero();
     const Unknowns& laidOut = misfit.unknowns;
     for (size_t i = 0; i < laidOut.quantities; ++i)
@@ -85,8 +116,8 @@ public:
 
   void take(const Agreement& agreement) {
     total += agreement.misfit;
-    slope += agreement.slope * rows.row(used).transpose();
-    rows.row(used++) *= std::sqrt(agreement.weight);
+    slopes[used] = agreement.slope;
+    roots[used++] = std::sqrt(agreement.weight);
     if (used == kRowsAtOnce) flush();
   }
 
@@ -105,6 +136,9 @@ private:
   Index placeOf(Index i) const { return indexOf(places[static_cast<size_t>(i)]); }
 
   void flush() {
+    slope.noalias() += rows.topRows(used).transpose() * slopes.head(used);
+    for (Index i = 0; i < used; ++i)
+      rows.row(i) *= roots[i];
     // The lower half alone; `addTo` mirrors it.
     information.selfadjointView<Eigen::Lower>().rankUpdate(rows.topRows(used).transpose());
     used = 0;
@@ -112,6 +146,7 @@ private:
 
   const Misfit& misfit;
   Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor> rows;
+  VectorXd slopes, roots; // of each row: its slope, and the root of its weight
   MatrixXd information;
   VectorXd slope;
   std::vector<size_t> places;
@@ -121,13 +156,21 @@ private:
 
 // The plant with some values, and what it is made of.
 struct Misfit::Model {
-  Model(const Misfit& misfit, const VectorXd& values)
-      : plant(withValues(misfit.plant, misfit.quantities, misfit.naturalOf(values))),
+  Model(const Misfit& misfit, const VectorXd& all)
+      : values(all.head(indexOf(misfit.quantities.size()))),
+        plant(withValues(misfit.plant, misfit.quantities, misfit.naturalOf(all))),
         model(plant, misfit.quantities) {}
 
+  const VectorXd values; // of the quantities
   const PlantDescription plant;
   const ThermalModel model;
 };
+
+std::shared_ptr<const Misfit::Model> Misfit::modelAt(const VectorXd& values) const {
+  if (!latest || latest->values != values.head(latest->values.size()))
+    latest = std::make_shared<const Model>(*this, values);
+  return latest;
+}
 
 const std::vector<LikelihoodTable>& Misfit::tables() const {
   for (size_t i = 0; i < likelihoods.size(); ++i) {
@@ -142,9 +185,9 @@ const std::vector<LikelihoodTable>& Misfit::tables() const {
 MisfitEvidence Misfit::evidence(const VectorXd& values) const {
   const Index count = indexOf(unknowns.count);
   MisfitEvidence evidence{0, VectorXd::Zero(count), MatrixXd::Zero(count, count)};
-  const Model model(*this, values);
+  const auto model = modelAt(values);
   for (size_t i = 0; i < stretches.size(); ++i)
-    addEvidence(i, model, values, evidence);
+    addEvidence(i, *model, values, evidence);
   return evidence;
 }
 
@@ -218,32 +261,39 @@ void Misfit::addEvidence(size_t stretch, const Model& model, const VectorXd& val
 double Misfit::misfit(const VectorXd& values, std::optional<size_t> recording) const {
   double total = 0;
   const std::vector<LikelihoodTable>& likely = tables();
-  eachResidual(
-      values,
-      [&](const Residual& residual) {
-        total +=
-            likely[residual.reading.output].of(residual.reading.celsius, residual.fitted).misfit;
-      },
-      recording);
+  eachReading(values, recording,
+              [&](size_t, size_t, const ReadingRow&, const Reading& reading, double fitted) {
+                total += likely[reading.output].of(reading.celsius, fitted).misfit;
+              });
   return total;
 }
 
 void Misfit::eachResidual(const VectorXd& values, const std::function<void(const Residual&)>& take,
                           std::optional<size_t> recording) const {
-  const Model model(*this, values);
+  eachReading(values, recording,
+              [&](size_t stretch, size_t file, const ReadingRow& row, const Reading& reading,
+                  double fitted) {
+                take({stretch, file, &row, reading, fitted});
+              });
+}
+
+template <typename Take>
+void Misfit::eachReading(const VectorXd& values, std::optional<size_t> recording,
+                         const Take& take) const {
+  const auto model = modelAt(values);
   for (size_t stretch = 0; stretch < stretches.size(); ++stretch) {
     const Stretch& part = stretches[stretch];
     if (recording && part.recording != *recording) continue;
     const Recorded& recorded = recordings[part.recording];
     const std::vector<double> offsets = unknowns.offsetsOf(part.recording, values);
-    Course course(model.model, model.plant, recorded, part, offsets, stride, false);
-    course.go(
-        values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
-                       indexOf(unknowns.perStretch)),
-        [&](size_t file, const ReadingRow& row) {
-          const RecordedFile& in = recorded.files[file];
-          for (size_t i = row.first; i < row.end; ++i)
-            take({stretch, file, &row, in.readings[i], course.temperature(in.readings[i].output)});
-        });
+    Course course(model->model, model->plant, recorded, part, offsets, stride, false);
+    course.go(values.segment(indexOf(unknowns.startsBegin + stretch * unknowns.perStretch),
+                             indexOf(unknowns.perStretch)),
+              [&](size_t file, const ReadingRow& row) {
+                const RecordedFile& in = recorded.files[file];
+                for (size_t i = row.first; i < row.end; ++i)
+                  take(stretch, file, row, in.readings[i],
+                       course.temperature(in.readings[i].output));
+              });
   }
 }

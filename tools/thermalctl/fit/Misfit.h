@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -61,6 +62,11 @@ struct Misfit {
   Misfit(const PlantDescription& plant_, const std::vector<Quantity>& quantities_,
          const std::vector<Recorded>& recordings_, std::vector<Stretch> stretches_);
 
+  // Cuts the recordings anew, as the clocks of `values` have them; the values are then none any
+  // more. False, and all stays, where nothing would change or a recording would have no stretch
+  // left.
+  bool cutAgain(const Eigen::VectorXd& values);
+
   size_t outputs() const { return plant.probes.size() + plant.nodes.size(); }
   std::vector<double> naturalOf(const Eigen::VectorXd& values) const;
 
@@ -85,10 +91,20 @@ struct Misfit {
 private:
   class Accumulation;
   struct Model;
+  std::shared_ptr<const Model> modelAt(const Eigen::VectorXd& values) const;
+  template <typename Take>
+  void eachReading(const Eigen::VectorXd& values, std::optional<size_t> recording,
+                   const Take& take) const;
   void addEvidence(size_t stretch, const Model& model, const Eigen::VectorXd& values,
                    MisfitEvidence& evidence) const;
   std::vector<double> predictions(size_t stretch, const Model& model,
                                   const Eigen::VectorXd& values) const;
 
   mutable std::vector<LikelihoodTable> kept;
+  // Mostly asked for again: a step that was tried is then taken, and clocks move by themselves.
+  mutable std::shared_ptr<const Model> latest;
 };
+
+// Of recordings of whose clocks nothing is known; with the steps of their readings.
+Misfit misfitOf(const PlantDescription& plant, const std::vector<Quantity>& quantities,
+                const std::vector<Recorded>& recordings);

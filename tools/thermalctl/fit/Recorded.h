@@ -53,6 +53,9 @@ struct RecordedFile {
   double last = 0;
 };
 
+// How far the clocks of a recording's files may be apart, in seconds.
+constexpr double kClocksApart = 60;
+
 // One stretch of what a device did, in one or more files whose clocks differ by little.
 //
 // Shape:  the first file has the clock to which the others are set.

@@ -20,8 +20,6 @@ namespace fs = std::filesystem;
 
 // Behind this a time counts from 1970 and not from the start of its file.
 constexpr double kEpoch = 1e8;
-// How far two clocks may be apart.
-constexpr double kClocksApart = 60;
 
 // Takes what a daemon's log or trace says of sensors and devices.
 class LogTaker : public TraceSink {
@@ -159,19 +157,6 @@ double endOf(const RecordedFile& file) {
                    file.last < kEpoch * kEpoch ? file.last : file.first});
 }
 
-void shift(RecordedFile& file, double by) {
-  file.first += by;
-  file.last += by;
-  for (ReadingRow& row : file.rows)
-    row.time += by;
-  for (RecordedChange& change : file.changes)
-    change.time += by;
-  for (auto& [from, to] : file.gaps) {
-    from += by;
-    to += by;
-  }
-}
-
 // Times since 1970 share their start; so the numbers stay small.
 void rebase(std::vector<RecordedFile>& files) {
   double start = 0;
@@ -228,6 +213,19 @@ bool tellsAllLoads(const Recorded& recorded, const PlantDescription& plant, Prob
 
 } // namespace
 
+void shift(RecordedFile& file, double by) {
+  file.first += by;
+  file.last += by;
+  for (ReadingRow& row : file.rows)
+    row.time += by;
+  for (RecordedChange& change : file.changes)
+    change.time += by;
+  for (auto& [from, to] : file.gaps) {
+    from += by;
+    to += by;
+  }
+}
+
 std::optional<Recorded> readRecording(const std::vector<std::string>& paths,
                                       const PlantDescription& plant, const BoardFolder& board,
                                       Problems& problems, std::vector<std::string>& remarks) {
@@ -240,6 +238,7 @@ std::optional<Recorded> readRecording(const std::vector<std::string>& paths,
     all &= file.has_value();
     if (file) recorded.files.push_back(std::move(*file));
   }
+  if (paths.empty()) problems.add({"--recording", {}, "names no file"});
   if (!all || !problems.none()) return std::nullopt;
   rebase(recorded.files);
   if (!overlap(recorded.files, problems) || !tellsAllLoads(recorded, plant, problems))

@@ -9,6 +9,9 @@
 #include "simulate/PlantFile.h"
 #include "toml/Problems.h"
 
+// Sets a file's clock, by so many seconds.
+void shift(RecordedFile& file, double by);
+
 // Reads the files of one recording: device logs and trace.csv files in every form that can be
 // plotted, and CSV files of measurements, by their names' ending.
 //

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -20,3 +21,11 @@ struct Stretch {
 // which nothing can be learnt, are left out.
 std::vector<Stretch> stretchesOf(const Recorded& recorded, size_t number,
                                  const std::vector<double>& offsets);
+
+// Before anything is known of the clocks: as if none were off. Of a recording hardly longer than
+// clocks may be apart little would be left, and it has all that another setting may put where
+// something is known.
+std::vector<Stretch> stretchesOf(const Recorded& recorded, size_t number);
+
+// Of a recording without any stretch: what it lacks.
+std::string tooShortInWords(const Recorded& recorded);

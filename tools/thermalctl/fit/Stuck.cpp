@@ -22,10 +22,15 @@ struct Run {
   double high = 0;
 };
 
+// Of a sensor that mostly shows one thing, in degrees: what the fit took for its noise is that the
+// model goes elsewhere.
+constexpr double kUsualNoise = 1;
+
 // A sensor at rest reads the same for long, too. It is stuck only where the model moves by more
 // than noise or step could hide, and goes well away from what is read.
-bool isStuck(const Run& run, const Likelihood& likelihood) {
-  const double unit = std::max(likelihood.noise, likelihood.step);
+bool isStuck(const Run& run, const Likelihood& likelihood, size_t readings) {
+  const bool isMost = 2 * run.count > readings;
+  const double unit = std::max(isMost ? kUsualNoise : likelihood.noise, likelihood.step);
   const double apart =
       std::max(std::abs(run.high - run.where.celsius), std::abs(run.low - run.where.celsius));
   return run.count >= kFewest && run.high - run.low > 4 * unit && apart > 5 * unit;
@@ -34,31 +39,36 @@ bool isStuck(const Run& run, const Likelihood& likelihood) {
 } // namespace
 
 std::vector<Stuck> stuckOf(const Misfit& misfit, const Eigen::VectorXd& values) {
-  std::vector<Stuck> stuck;
-  std::map<std::tuple<size_t, size_t, size_t>, Run> runs; // by stretch, file and output
-  const auto finish = [&](const Run& run) {
-    if (isStuck(run, misfit.likelihoods[run.where.output])) stuck.push_back(run.where);
-  };
+  using Key = std::tuple<size_t, size_t, size_t>; // stretch, file and output
+  std::map<Key, std::vector<Run>> runs;
+  std::map<Key, size_t> readings;
   misfit.eachResidual(values, [&](const Residual& residual) {
     const size_t recording = misfit.stretches[residual.stretch].recording;
     const RecordedFile& file = misfit.recordings[recording].files[residual.file];
     const auto row = static_cast<size_t>(residual.row - file.rows.data());
-    Run& run = runs[{residual.stretch, residual.file, residual.reading.output}];
-    if (run.count == 0 || residual.reading.celsius != run.where.celsius) {
-      finish(run);
-      run = {
-          {recording, residual.file, residual.reading.output, row, row, residual.reading.celsius},
-          0,
-          residual.fitted,
-          residual.fitted};
+    const Key key{residual.stretch, residual.file, residual.reading.output};
+    ++readings[key];
+    std::vector<Run>& own = runs[key];
+    if (own.empty() || residual.reading.celsius != own.back().where.celsius) {
+      // Very short ones are the most, and none of them counts.
+      if (!own.empty() && own.back().count < kFewest) own.pop_back();
+      own.push_back(
+          {{recording, residual.file, residual.reading.output, row, row, residual.reading.celsius},
+           0,
+           residual.fitted,
+           residual.fitted});
     }
+    Run& run = own.back();
     run.where.end = row + 1;
     ++run.count;
     run.low = std::min(run.low, residual.fitted);
     run.high = std::max(run.high, residual.fitted);
   });
-  for (const auto& [key, run] : runs)
-    finish(run);
+  std::vector<Stuck> stuck;
+  for (const auto& [key, own] : runs)
+    for (const Run& run : own)
+      if (isStuck(run, misfit.likelihoods[run.where.output], readings[key]))
+        stuck.push_back(run.where);
   return stuck;
 }
 

@@ -48,7 +48,9 @@ ThermalModel::ThermalModel(const PlantDescription& plant, const std::vector<Quan
   addOutputs(plant);
   addStarts(plant);
   addPowers(plant);
-  columns = MatrixXd::Zero(rates.size(), indexOf(quantities.size()));
+  columns = rows = ByRow::Zero(rates.size(), indexOf(quantities.size()));
+  bySpeed = Eigen::RowVectorXd::Zero(columns.cols());
+  gains = ByRow::Ones(columns.rows(), columns.cols());
   for (size_t i = 0; i < quantities.size(); ++i)
     addEffect(plant, quantities[i], indexOf(i));
 }
@@ -100,7 +102,7 @@ void ThermalModel::addOutputs(const PlantDescription& plant) {
 
 void ThermalModel::addStarts(const PlantDescription& plant) {
   const Index nodes = shapes.rows();
-  starts = MatrixXd::Zero(rates.size(), rates.size());
+  starts = ByRow::Zero(rates.size(), rates.size());
   for (Index i = 0; i < nodes; ++i)
     starts.col(i) = whole(shapes.row(i).transpose() * plant.nodes[static_cast<size_t>(i)].capacity);
   for (Index i = nodes; i < rates.size(); ++i)
@@ -120,13 +122,16 @@ void ThermalModel::addEffect(const PlantDescription& plant, const Quantity& quan
   using Kind = Quantity::Kind;
   const size_t index = quantity.index;
   const Index modes = shapes.cols();
-  Effect effect{Role::kOffset, index, VectorXd::Zero(rates.size())};
+  Effect effect{Role::kOffset, index};
+  auto row = rows.col(column);
   switch (quantity.kind) {
   case Kind::kCapacity:
     // More of it slows whatever goes on at its node.
     // By its logarithm: at the node i, -C_i T_i' is as good as a power.
     effect.role = Role::kBySpeed;
-    effect.row.head(modes) = shapes.row(indexOf(index));
+    bySpeed[column] = 1;
+    gains.col(column) = -rates;
+    row.head(modes) = shapes.row(indexOf(index));
     columns.col(column) = -starts.col(indexOf(index));
     break;
   case Kind::kResistance: {
@@ -136,7 +141,7 @@ void ThermalModel::addEffect(const PlantDescription& plant, const Quantity& quan
     VectorXd between = shapes.row(indexOf(resistance.from)).transpose();
     if (resistance.to) between -= shapes.row(indexOf(*resistance.to)).transpose();
     effect.role = Role::kByState;
-    effect.row.head(modes) = between;
+    row.head(modes) = between;
     columns.col(column) = whole(between / resistance.value);
     break;
   }
@@ -151,8 +156,8 @@ void ThermalModel::addEffect(const PlantDescription& plant, const Quantity& quan
     const Index state = modes + (own - lagged.begin());
     effect.role = Role::kByState;
     // -(T - O) / lag
-    effect.row = own->rate * outputs.col(indexOf(index));
-    effect.row.head(modes) -= own->rate * shapes.row(indexOf(plant.probes[index].node)).transpose();
+    row = own->rate * outputs.col(indexOf(index));
+    row.head(modes) -= own->rate * shapes.row(indexOf(plant.probes[index].node)).transpose();
     columns(state, column) = 1;
     break;
   }
@@ -162,7 +167,8 @@ void ThermalModel::addEffect(const PlantDescription& plant, const Quantity& quan
     effect.role = Role::kAmbient;
     break;
   }
-  effects.push_back(std::move(effect));
+  if (effect.role == Role::kOffset || effect.role == Role::kAmbient) still.push_back(column);
+  effects.push_back(effect);
 }
 
 const ThermalModel::Step& ThermalModel::step(int64_t microseconds, bool sensitive) const {

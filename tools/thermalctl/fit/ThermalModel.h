@@ -25,29 +25,32 @@
 struct ThermalModel {
   ThermalModel(const PlantDescription& plant, const std::vector<Quantity>& quantities);
 
+  using ByRow = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+
   size_t states() const { return static_cast<size_t>(rates.size()); }
 
   Eigen::VectorXd rates;
   Eigen::MatrixXd outputs; // by state and output
   Eigen::VectorXd offsets; // of each output
   Eigen::VectorXd evenly;  // the states at one kelvin above the ambient everywhere
-  Eigen::MatrixXd starts;  // by state: of a kelvin at each node, then at each lagged probe
+  ByRow starts;            // by state: of a kelvin at each node, then at each lagged probe
   Eigen::MatrixXd powers;  // by state and source: of a watt
 
   // By what a quantity acts: the states, how fast they change, the power of a source, or nothing
   // that has a course.
   enum class Role { kByState, kBySpeed, kByPower, kByIdle, kOffset, kAmbient };
-  // What a quantity is to the model.
-  //
-  // Shape: `index` is that of a source or of an output, where the role has one; `row` by state,
-  //        where it acts by the states.
+  // What a quantity is to the model: `index` is that of a source or of an output, where the role
+  // has one.
   struct Effect {
     Role role;
     size_t index;
-    Eigen::VectorXd row;
   };
   std::vector<Effect> effects;
-  Eigen::MatrixXd columns; // by state and quantity
+  // By state and quantity, which goes by the states or by their speed where its row is not 0.
+  ByRow columns, rows;
+  Eigen::RowVectorXd bySpeed; // 1 where a quantity acts by the speed, and 0
+  ByRow gains; // what the integral of the states counts for: 1, and by the speed -rate
+  std::vector<Eigen::Index> still; // the quantities of a role that has no course
 
   // What a step of one length makes of the states, of a power, and of a quantity's effects.
   //

@@ -28,7 +28,10 @@ double series(const double* points, size_t count) {
       products[i] = shorter + (points[i] - points[0]) * products[i];
       shorter = products[i];
     }
+    const double before = sum;
     sum += products[count - 1] / factorial;
+    // What follows is smaller still.
+    if (sum == before) break;
   }
   return std::exp(points[0]) * sum;
 }

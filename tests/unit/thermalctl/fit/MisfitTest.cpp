@@ -145,6 +145,23 @@ TEST_F(MisfitTest, WattsThatWereMeasuredHaveNoSlope) {
   }
 }
 
+TEST_F(MisfitTest, WithTheClocksKnownRowsBehindTheLoadsAreCutOff) {
+  fit_examples::Measured measured;
+  RecordedFile& loads = measured.recordings[0].files[0];
+  loads.last = 1199;
+  const Index clock = static_cast<Index>(measured.misfit.unknowns.clocksBegin());
+  measured.values[clock] = 0.4;
+  EXPECT_FALSE(measured.misfit.cutAgain(measured.values));
+  measured.values[clock] = 20;
+  EXPECT_TRUE(measured.misfit.cutAgain(measured.values));
+  // Of the rows from 5 to 1199 s, up to 1180 and the second that a load holds.
+  EXPECT_EQ(measured.misfit.stretches[0].rows[1], std::pair(size_t{0}, size_t{1175}));
+  EXPECT_FALSE(measured.misfit.cutAgain(measured.values));
+  // Nothing is left where a clock cannot be.
+  measured.values[clock] = 1300;
+  EXPECT_FALSE(measured.misfit.cutAgain(measured.values));
+}
+
 TEST_F(MisfitTest, TheTruthGoesBest) {
   fit_examples::Measured measured("\"node.*\", \"resistance.*\"");
   EXPECT_NEAR(measured.misfit.misfit(measured.values), 0, 1e-6);

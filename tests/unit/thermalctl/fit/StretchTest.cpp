@@ -60,6 +60,51 @@ TEST(StretchTest, WhatLiesBeforeAndBehindTheLoadsIsNone) {
   EXPECT_EQ(stretches[0].rows[1], std::pair(size_t{19}, size_t{51}));
 }
 
+// Readings and loads of the same time, by clocks that are so far apart.
+Recorded apart(double seconds, double length) {
+  Recorded one = recorded();
+  one.files[0].changes[0].time = one.files[0].first = seconds;
+  one.files[0].last = seconds + length - 1;
+  one.files[1].rows.resize(static_cast<size_t>(length));
+  return one;
+}
+
+TEST(StretchTest, WhatIsHardlyLongerThanClocksMayBeApartHasAllOfItsRowsUntilTheyAreKnown) {
+  const Recorded one = apart(55, 60);
+  EXPECT_TRUE(stretchesOf(one, 0, {0, 0}).empty());
+  const std::vector<Stretch> stretches = stretchesOf(one, 0);
+  ASSERT_EQ(stretches.size(), 1U);
+  EXPECT_EQ(stretches[0].rows[1], std::pair(size_t{0}, size_t{60}));
+  // Behind a minute nothing can have been meant.
+  EXPECT_TRUE(stretchesOf(apart(115, 60), 0).empty());
+}
+
+TEST(StretchTest, OfALongRecordingTheClocksAreTakenAsTheyAreUntilTheyAreKnown) {
+  Recorded one = apart(20, 100);
+  for (uint32_t i = 100; i < 300; ++i)
+    one.files[1].rows.push_back({static_cast<double>(i), 0, 1, 0});
+  one.files[0].last = 320;
+  EXPECT_EQ(stretchesOf(one, 0)[0].rows[1], std::pair(size_t{19}, size_t{300}));
+}
+
+TEST(StretchTest, ASingleFileHasOneClock) {
+  Recorded one = apart(0, 60);
+  one.files[1].changes = one.files[0].changes;
+  one.files[1].first = 40;
+  one.files[1].last = 59;
+  one.files.erase(one.files.begin());
+  EXPECT_EQ(stretchesOf(one, 0)[0].rows[0], std::pair(size_t{39}, size_t{60}));
+}
+
+TEST(StretchTest, WhatIsTooShortIsTold) {
+  Recorded one = recorded();
+  one.files[1].rows.resize(9);
+  EXPECT_EQ(tooShortInWords(one), "is too short: it has 9 rows of readings, and 10 are the least");
+  EXPECT_EQ(tooShortInWords(apart(115, 60)),
+            "is too short: nowhere are there 10 rows of readings without a gap while the loads are "
+            "known, from 115 s to 174 s");
+}
+
 TEST(StretchTest, TooFewRowsAreNone) {
   Recorded one = recorded();
   one.files[1].rows.resize(9);
