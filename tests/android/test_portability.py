@@ -51,7 +51,8 @@ def test_what_takes_a_library_functions_place_is_declared_as_bionic_declares_it(
     bionic = Path(__file__).parent / "bionic"
     support = REPOSITORY / "tests" / "unit"
     done = clang("-isystem", bionic, "-isystem", "/usr/src/googletest/googletest/include",
-                 "-I", support, "-Wno-gnu", *sorted((support / "support").glob("*.cpp")))
+                 "-I", support, "-DHEAP_USES_COUNTED=true", "-Wno-gnu",
+                 *sorted((support / "support").glob("*.cpp")))
     assert (done.returncode, done.stdout) == (0, "")
 
 
