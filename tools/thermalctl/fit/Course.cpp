@@ -17,11 +17,11 @@ int64_t microsecondsOf(double seconds) {
 
 // The rows of a matrix, each with its weight, summed, from one column on as far as there are so
 // many columns at a time: these stay in registers.
-template <int kColumns>
+template <int Columns>
 Index sumColumns(const double* weights, const ThermalModel::ByRow& matrix, Index from,
                  double* sum) {
-  using Few = Eigen::Array<double, 1, kColumns>;
-  for (; from + kColumns <= matrix.cols(); from += kColumns) {
+  using Few = Eigen::Array<double, 1, Columns>;
+  for (; from + Columns <= matrix.cols(); from += Columns) {
     Few few = weights[0] * Eigen::Map<const Few>(&matrix(0, from));
     for (Index i = 1; i < matrix.rows(); ++i)
       few += weights[i] * Eigen::Map<const Few>(&matrix(i, from));
