@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 
 #include "support/SysfsDir.h"
 #include "thermalctl/simulate/RunFiles.h"
+#include "thermalctl/support/ProblemText.h"
 
 namespace {
 
@@ -34,13 +34,7 @@ protected:
   // What is wrong with it, without the folder's name.
   std::string wrong(const std::string& text, const std::string& fit = "") {
     readWith(text, fit);
-    std::ostringstream out;
-    problems.print(out);
-    std::string shown = out.str();
-    const std::string prefix = folder.node("");
-    for (size_t at = shown.find(prefix); at != std::string::npos; at = shown.find(prefix))
-      shown.erase(at, prefix.size());
-    return shown;
+    return problemText(problems, folder);
   }
 
   Population readWith(const std::string& text, const std::string& fit) {
