@@ -10,7 +10,7 @@ namespace {
 
 using Words32 = std::vector<uint32_t>;
 using Numbers = std::vector<double>;
-using Parts = std::vector<std::vector<size_t>>;
+using IndexLists = std::vector<std::vector<size_t>>;
 
 // The generator's published numbers for a counter and a key of zeros.
 TEST(PopulationTest, TheFirstNumbersAreThoseOfThePublishedGenerator) {
@@ -110,17 +110,17 @@ TEST(PopulationTest, WhatIsCorrelatedByWayOfAnotherIsOfOnePart) {
     population.factor = factor;
     return population.independentParts();
   };
-  EXPECT_EQ(partsOf(0, {}), Parts());
-  EXPECT_EQ(partsOf(3, {}), (Parts{{0}, {1}, {2}}));
-  EXPECT_EQ(partsOf(3, {1, 0, 0, 0, 1, 0, 0, 0, 1}), (Parts{{0}, {1}, {2}}));
-  EXPECT_EQ(partsOf(3, {1, 0, 0, 0, 1, 0, 0, -0.1, 1}), (Parts{{0}, {1, 2}}));
+  EXPECT_EQ(partsOf(0, {}), IndexLists());
+  EXPECT_EQ(partsOf(3, {}), (IndexLists{{0}, {1}, {2}}));
+  EXPECT_EQ(partsOf(3, {1, 0, 0, 0, 1, 0, 0, 0, 1}), (IndexLists{{0}, {1}, {2}}));
+  EXPECT_EQ(partsOf(3, {1, 0, 0, 0, 1, 0, 0, -0.1, 1}), (IndexLists{{0}, {1, 2}}));
   // The third goes with both, and so do these.
-  EXPECT_EQ(partsOf(3, {1, 0, 0, 0, 1, 0, 0.5, 0.5, 1}), (Parts{{0, 1, 2}}));
+  EXPECT_EQ(partsOf(3, {1, 0, 0, 0, 1, 0, 0.5, 0.5, 1}), (IndexLists{{0, 1, 2}}));
   EXPECT_EQ(partsOf(4, {1, 0, 0, 0, 0, 1, 0, 0, 0.5, 0, 1, 0, 0, 0.5, 0, 1}),
-            (Parts{{0, 2}, {1, 3}}));
+            (IndexLists{{0, 2}, {1, 3}}));
   // The last one joins two parts that had nothing in common before.
   EXPECT_EQ(partsOf(4, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0.5, 1, 0, 0.5, 0, 0.5, 1}),
-            (Parts{{0, 1, 2, 3}}));
+            (IndexLists{{0, 1, 2, 3}}));
 }
 
 } // namespace
