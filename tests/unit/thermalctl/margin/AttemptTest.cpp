@@ -293,4 +293,20 @@ TEST_F(AttemptTest, WhatIsSearchedIsToldInLines) {
             std::string::npos);
 }
 
+TEST_F(AttemptTest, WhereTheDaemonStandsStillNothingIsJudged) {
+  // Another scenario waits for a sensor worker that sleeps.
+  files.environment += "\n[skin]\ntype virtual\nsampling 500\ntrip_sensor cpu\nset_point 400000\n"
+                       "set_point_clr 300000\nsensors cpu\nweights 2\n";
+  files.configuration =
+      "SCEN Default\n" + files.configuration + "\nSCEN game\n" + files.configuration;
+  const SearchSpace searched = space("[search]\n", {"node:die=80C", "node:die=50C"});
+  Attempt attempt = fullLoad(20'000);
+  attempt.steps[0].scenario = "game";
+  const AttemptOutcome outcome = searched.outcomeOf(attempt);
+  EXPECT_TRUE(outcome.stoodStill);
+  EXPECT_TRUE(outcome.unjudged);
+  // What was seen to be broken is that.
+  EXPECT_EQ(outcome.broken, (std::vector<bool>{false, true}));
+}
+
 } // namespace
