@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -109,6 +110,54 @@ TEST(ChancesTest, AQuestionIsRead) {
   EXPECT_EQ(readQuestion("share<=0.001@95%").wrong, "the share must lie between 0 and 100 %");
   EXPECT_EQ(readQuestion("share<=1%@100%").wrong,
             "how sure the answer is must lie from 50 to below 100 %");
+}
+
+TEST(ChancesTest, AQuestionsEndsAreThoseOfShares) {
+  for (const char* text : {"share<=0.1%@50%", "share<=99.9%@99.9%", "share<=1e-3%@95%"})
+    EXPECT_TRUE(readQuestion(text).question) << text;
+  const std::string share = "the share must lie between 0 and 100 %";
+  const std::string sure = "how sure the answer is must lie from 50 to below 100 %";
+  const std::pair<const char*, std::string> cases[] = {{"share<0.1%@95%", "is no question"},
+                                                       {"", "is no question"},
+                                                       {"Share<=0.1%@95%", "is no question"},
+                                                       {"share<=100%@95%", share},
+                                                       {"share<=-1%@95%", share},
+                                                       {"share<=%@95%", share},
+                                                       {"share<=0.1%@49.9%", sure},
+                                                       {"share<=0.1%@95", sure},
+                                                       {"share<=0.1%@", sure},
+                                                       {"share<=0.1%@9 5%", sure}};
+  for (const auto& [text, wrong] : cases) {
+    const QuestionText read = readQuestion(text);
+    EXPECT_FALSE(read.question) << text;
+    EXPECT_EQ(read.wrong, wrong) << text;
+    EXPECT_EQ(read.hint, "write 'share<=0.1%@95%', in quotes for the shell") << text;
+  }
+}
+
+TEST(ChancesTest, NoUnitAnswersNothingAndTheShareItselfIsAtMostIt) {
+  const Question question{0.25, 0.9};
+  EXPECT_FALSE(question.isAnswered(0, 0));
+  EXPECT_TRUE(question.isAtMost(1, 4));
+  EXPECT_FALSE(question.isAtMost(2, 7));
+  EXPECT_TRUE(question.isAtMost(0, 1));
+}
+
+TEST(ChancesTest, WhoeverWantsToBeSurerNeedsMoreUnits) {
+  const auto unitsFor = [](double share, double confidence) {
+    uint64_t units = 1;
+    while (!Question{share, confidence}.isAnswered(0, units))
+      ++units;
+    return units;
+  };
+  EXPECT_LT(unitsFor(0.1, 0.8), unitsFor(0.1, 0.95));
+  EXPECT_LT(unitsFor(0.1, 0.95), unitsFor(0.05, 0.95));
+}
+
+TEST(ChancesTest, OneUnitIsKnownOnOneSideAlone) {
+  EXPECT_DOUBLE_EQ(shareOf(0, 1, 0.95).high, 0.95);
+  EXPECT_NEAR(shareOf(1, 1, 0.95).low, 0.05, 1e-12);
+  EXPECT_EQ(shareOf(0, 0, 0.95).low, 0);
 }
 
 } // namespace

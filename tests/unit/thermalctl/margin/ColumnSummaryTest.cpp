@@ -75,4 +75,29 @@ TEST_F(ColumnSummaryTest, AHistogramHasEveryUnit) {
   EXPECT_EQ(std::accumulate(bars.begin(), bars.end(), uint64_t{0}), 5'000U);
 }
 
+TEST_F(ColumnSummaryTest, AHistogramIsMadeOfEvenParts) {
+  EXPECT_EQ(of({0, 1, 2, 3, 4, 5, 6, 7, 8, 9}).histogram(5), std::vector<uint64_t>(5, 2));
+  EXPECT_EQ(of({0, 0, 0, 9}).histogram(2), (std::vector<uint64_t>{3, 1}));
+  EXPECT_EQ(of({0, 0, 99'999, 50'001}).histogram(2), (std::vector<uint64_t>{2, 2}));
+  // What does not vary is all in the first.
+  EXPECT_EQ(of({7, 7}).histogram(3), (std::vector<uint64_t>{2, 0, 0}));
+}
+
+TEST_F(ColumnSummaryTest, OneUnitIsAllItsPercentiles) {
+  const ColumnSummary one = of({-5});
+  EXPECT_EQ(one.percentiles, std::vector<int32_t>(kPercentiles.size(), -5));
+  EXPECT_EQ(one.mean, -5);
+  EXPECT_EQ(one.ranks, std::vector<float>{0.5F});
+}
+
+// Two values lie in one part of the range, and share a rank, but not a percentile.
+TEST_F(ColumnSummaryTest, WhatLiesCloseTogetherInAWideRangeSharesARank) {
+  const ColumnSummary summary = of({0, 1, 2'000'000, 2'000'000});
+  EXPECT_EQ(summary.placeOf(0), summary.placeOf(1));
+  EXPECT_FLOAT_EQ(summary.ranks[summary.placeOf(1)], 0.25F);
+  EXPECT_EQ(summary.percentiles[2], 0);
+  EXPECT_EQ(summary.percentiles[3], 1);
+  EXPECT_EQ(summary.percentiles[4], 2'000'000);
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "margin/Distribution.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -143,6 +144,81 @@ TEST(DistributionTest, AUnitsNumbersDependOnSeedUnitAndStreamAlone) {
   EXPECT_NE(numbers(1, 4711, Stream::kOther, 5), some);
   EXPECT_NE(noiseSeed(1, 1), noiseSeed(1, 2));
   EXPECT_NE(noiseSeed(1, 1), noiseSeed(2, 1));
+}
+
+TEST(DistributionTest, TheMiddleIsTheMedian) {
+  EXPECT_DOUBLE_EQ(Distribution::normal(3, 2).at(0), 3);
+  EXPECT_DOUBLE_EQ(Distribution::lognormal(5, 0.3).at(0), 5);
+  EXPECT_DOUBLE_EQ(Distribution::uniform(-1, 5).at(0), 2);
+  // Of a triangle of base 5 and of height 2 / 5, whose half lies on the falling side.
+  EXPECT_NEAR(Distribution::triangular(0, 1, 5).at(0), 5 - std::sqrt(10.0), 1e-12);
+  EXPECT_NEAR(Distribution::triangular(0, 4, 5).at(0), std::sqrt(10.0), 1e-12);
+  // With its mode at an end.
+  EXPECT_NEAR(Distribution::triangular(0, 0, 1).at(0), 1 - std::sqrt(0.5), 1e-12);
+  EXPECT_NEAR(Distribution::triangular(0, 1, 1).at(0), std::sqrt(0.5), 1e-12);
+}
+
+TEST(DistributionTest, NoUnitIsBeyondItsEnds) {
+  EXPECT_DOUBLE_EQ(Distribution::normal(3, 2).least(), 3 - 2 * kFarthest);
+  EXPECT_DOUBLE_EQ(Distribution::normal(3, 2).most(), 3 + 2 * kFarthest);
+  for (const Distribution& distribution :
+       {Distribution::uniform(-1, 5), Distribution::triangular(-1, 0, 5)}) {
+    EXPECT_NEAR(distribution.least(), -1, 1e-6);
+    EXPECT_NEAR(distribution.most(), 5, 1e-6);
+    EXPECT_GE(distribution.least(), -1);
+    EXPECT_LE(distribution.most(), 5);
+  }
+}
+
+// At the middles of a thousand equal parts of the probability.
+std::vector<double> thousandOf(const Distribution& distribution) {
+  std::vector<double> values;
+  for (int i = 0; i < 1000; ++i)
+    values.push_back(distribution.at(normalQuantile((i + 0.5) / 1000)));
+  return values;
+}
+
+TEST(DistributionTest, EveryKindKeepsItsShapeWhenItIsCut) {
+  const struct {
+    const char* what;
+    Distribution whole;
+    double least, most;
+  } cases[] = {{"normal", Distribution::normal(3, 2), 2, 6},
+               {"lognormal", Distribution::lognormal(5, 0.3), 4, 7},
+               {"lognormal from below 0", Distribution::lognormal(5, 0.3), -4, 7},
+               {"uniform", Distribution::uniform(-1, 5), 0, 9},
+               {"rising", Distribution::triangular(0, 3, 5), 1, 2},
+               {"falling", Distribution::triangular(0, 3, 5), 4, 9},
+               {"both", Distribution::triangular(0, 3, 5), -1, 4}};
+  for (const auto& [what, whole, least, most] : cases) {
+    Distribution cut = whole;
+    ASSERT_TRUE(cut.cut(least, most)) << what;
+    std::vector<double> left;
+    for (const double value : thousandOf(whole))
+      if (value >= least && value <= most) left.push_back(value);
+    const std::vector<double> values = thousandOf(cut);
+    EXPECT_GE(values.front(), least) << what;
+    EXPECT_LE(values.back(), most) << what;
+    // What is left of the whole lies as it did.
+    for (size_t i = 0; i < left.size(); ++i) {
+      const auto below = std::lower_bound(values.begin(), values.end(), left[i]) - values.begin();
+      EXPECT_NEAR(static_cast<double>(below) / 1000,
+                  (static_cast<double>(i) + 0.5) / static_cast<double>(left.size()), 0.01)
+          << what;
+    }
+  }
+}
+
+TEST(DistributionTest, AListHasItsValuesInOrderWithoutThoseThatNobodyHas) {
+  const Distribution list = Distribution::list({{7, 0}, {10, 3}, {2, 1}, {5, 4}});
+  EXPECT_EQ(list.steps(), (std::vector<double>{0.125, 0.625, 1}));
+  EXPECT_EQ(list.least(), 2);
+  EXPECT_EQ(list.at(normalQuantile(0.124)), 2);
+  EXPECT_EQ(list.at(normalQuantile(0.126)), 5);
+  EXPECT_EQ(list.at(normalQuantile(0.624)), 5);
+  EXPECT_EQ(list.at(normalQuantile(0.626)), 10);
+  EXPECT_EQ(list.most(), 10);
+  EXPECT_TRUE(Distribution::uniform(0, 1).steps().empty());
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -95,6 +96,50 @@ TEST(EvolutionTest, APointThatWasMovedFarOffThrowsNothingOffBalance) {
       for (const double each : point)
         ASSERT_TRUE(std::isfinite(each));
   }
+}
+
+TEST(EvolutionTest, AGenerationGrowsWithTheLogarithmOfTheDimensions) {
+  for (const auto& [dimensions, size] :
+       std::map<size_t, size_t>{{1, 4}, {2, 6}, {3, 7}, {5, 8}, {10, 10}, {20, 12}, {100, 17}})
+    EXPECT_EQ(Evolution(Coordinates(dimensions, 0.5), 0.1).size(), size) << dimensions;
+}
+
+TEST(EvolutionTest, TheFirstGenerationLiesAroundItsStartWithinTheCube) {
+  const Evolution evolution({0.25, 0.75}, 0.1);
+  std::vector<double> standard(evolution.size() * 2);
+  standard[2] = 1;
+  standard[5] = -2;
+  standard[6] = -3;
+  standard[7] = 3;
+  const std::vector<Coordinates> points = evolution.ask(standard);
+  ASSERT_EQ(points.size(), evolution.size());
+  EXPECT_EQ(points[0], (Coordinates{0.25, 0.75}));
+  EXPECT_DOUBLE_EQ(points[1][0], 0.35);
+  EXPECT_DOUBLE_EQ(points[1][1], 0.75);
+  EXPECT_DOUBLE_EQ(points[2][1], 0.55);
+  EXPECT_EQ(points[3], (Coordinates{0, 1}));
+}
+
+TEST(EvolutionTest, TheNextGenerationLiesAroundTheBetterHalf) {
+  Evolution evolution({0.5}, 0.1);
+  ASSERT_EQ(evolution.size(), 4U);
+  evolution.tell({{0.9}, {0.4}, {0.45}, {0.6}}, {4, 1, 2, 3});
+  // By the logarithms of 2.5, and of 2.5 halves.
+  const double first = std::log(2.5) / (std::log(2.5) + std::log(1.25));
+  EXPECT_NEAR(evolution.ask({0, 0, 0, 0})[0][0], first * 0.4 + (1 - first) * 0.45, 1e-12);
+}
+
+TEST(EvolutionTest, OfEqualOnesTheEarlierIsTheBetter) {
+  Evolution one({0.5}, 0.1);
+  Evolution other({0.5}, 0.1);
+  one.tell({{0.4}, {0.6}, {0.45}, {0.55}}, {1, 1, 1, 1});
+  other.tell({{0.4}, {0.6}, {0.45}, {0.55}}, {1, 2, 3, 4});
+  EXPECT_EQ(one.ask({1, 0, -1, 2}), other.ask({1, 0, -1, 2}));
+}
+
+TEST(EvolutionTest, AStepThatIsTooSmallToMatterIsStalled) {
+  EXPECT_TRUE(Evolution({0.5, 0.5}, 0.0019).isStalled());
+  EXPECT_FALSE(Evolution({0.5, 0.5}, 0.0021).isStalled());
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "support/LogSwitchedOff.h"
 #include "thermalctl/simulate/RunFiles.h"
 #include "thermalctl/support/JsonText.h"
+#include "thermalctl/support/MarginExample.h"
 
 namespace {
 
@@ -101,6 +102,39 @@ TEST(BeyondTest, ABudgetsBoundIsInTheUnitOfItsMeasure) {
   EXPECT_DOUBLE_EQ(limit("skin=43C:60s", Of::kTime, 90'000), 30);
   EXPECT_DOUBLE_EQ(requirement("work:gpu=75%", Of::kWork, 70'000'000), 5);
   EXPECT_DOUBLE_EQ(requirement("changes:cpu<=6/min", Of::kChanges, 16), 2);
+}
+
+TEST(MeasureTest, AFigureIsToldInTheUnitOfItsKind) {
+  using Of = Measure::Of;
+  const struct {
+    Of of;
+    int32_t value;
+    double told;
+    const char* unit;
+  } cases[] = {{Of::kTemperature, -500, -0.5, "C"},
+               {Of::kTime, 1500, 1.5, "s"},
+               {Of::kWork, 99'500'000, 99.5, "%"},
+               {Of::kChanges, 3, 1.5, "/min"},
+               {Of::kVerdict, 2, 2, ""}};
+  for (const auto& [of, value, told, unit] : cases) {
+    EXPECT_DOUBLE_EQ((Measure{"", of}.inUnits(value, 120'000)), told) << unit;
+    EXPECT_STREQ((Measure{"", of}.unit()), unit);
+  }
+}
+
+// A percentile needs a figure of its own; what a peak or a time above is held against is there.
+TEST(MeasureTest, ABudgetIsHeldAgainstItsOwnMeasure) {
+  const MarginStudy::Run run = marginRun(
+      "run", {"cpu=43C", "cpu=43C:60s", "p95:cpu=42C", "work:gpu=75%", "changes:gpu<=6/min"});
+  const char* const measured[] = {"temperatures.cpu.peak", "budgets.cpu=43C:60s.above_s",
+                                  "budgets.p95:cpu=42C.measured", "sources.gpu.work_percent",
+                                  "devices.gpu.changes_per_minute"};
+  for (size_t i = 0; i < run.budgets.size(); ++i) {
+    const BudgetMeasures& budget = run.figures.budgets[i];
+    EXPECT_EQ(run.figures.measures[budget.measured].name, measured[i]);
+    EXPECT_EQ(run.figures.measures[budget.verdict].name,
+              "budgets." + textOf(run.budgets[i]) + ".verdict");
+  }
 }
 
 } // namespace

@@ -134,4 +134,121 @@ TEST_F(SamplingTest, ShardsAreAllUnitsOnce) {
   EXPECT_EQ(huge.size(), 1000U);
 }
 
+// Of the node, which is the second sensor.
+std::vector<int32_t> nodePeaks(UnitSpool& spool) {
+  std::vector<int32_t> peaks;
+  spool.rows().eachBlock({1}, [&](size_t, size_t, const std::vector<std::vector<int32_t>>& values) {
+    peaks.insert(peaks.end(), values[0].begin(), values[0].end());
+  });
+  return peaks;
+}
+
+TEST_F(SamplingTest, WhoeverHasSeenEnoughGetsNoMoreUnits) {
+  read(0.1, lognormal());
+  UnitSpool rows(folder.node(""), asked.columns());
+  std::vector<std::vector<int32_t>> told;
+  const auto untilThree = [&](const std::vector<int32_t>& row) {
+    told.push_back(row);
+    return told.size() < 3;
+  };
+  EXPECT_EQ(
+      Sampling(study, population, asked, 1).units({5, 20}, {untilThree, [] { return true; }}, rows),
+      3U);
+  EXPECT_EQ(rows.rows().rows(), 3U);
+  ASSERT_EQ(told.size(), 3U);
+  EXPECT_EQ(told[0].size(), asked.columns());
+  // Those from the fifth on.
+  const std::vector<int32_t> peaks = nodePeaks(rows);
+  for (uint64_t unit = 5; unit < 8; ++unit) {
+    const double standard = standardNumbers(1, unit, Stream::kUnit, 1)[0];
+    EXPECT_NEAR(peaks[unit - 5] / 1000.0, 25 + 2 * kMedian * std::exp(kDeviation * standard), 0.01);
+    EXPECT_EQ(told[unit - 5][1], peaks[unit - 5]);
+  }
+}
+
+TEST_F(SamplingTest, WhoeverIsInterruptedHasTheFirstUnits) {
+  read(0.1, lognormal());
+  UnitSpool rows(folder.node(""), asked.columns());
+  size_t left = 4;
+  const auto always = [](const std::vector<int32_t>&) { return true; };
+  const auto goesOn = [&] { return left-- > 0; };
+  EXPECT_EQ(Sampling(study, population, asked, 1).units({1, 20}, {always, goesOn}, rows), 4U);
+  EXPECT_EQ(rows.rows().rows(), 4U);
+  UnitSpool none(folder.node(""), asked.columns());
+  const auto never = [] { return false; };
+  EXPECT_EQ(Sampling(study, population, asked, 1).units({1, 20}, {always, never}, none), 0U);
+  EXPECT_EQ(Sampling(study, population, asked, 1).units({7, 7}, {always, goesOn}, none), 0U);
+}
+
+TEST_F(SamplingTest, UnitsComeInOrderOnAnyNumberOfThreads) {
+  read(0.1, lognormal());
+  const auto peaksOn = [&](size_t threads) {
+    UnitSpool rows(folder.node(""), asked.columns());
+    const auto always = [](const std::vector<int32_t>&) { return true; };
+    Sampling(study, population, asked, threads).units({1, 60}, {always, [] { return true; }}, rows);
+    return nodePeaks(rows);
+  };
+  const std::vector<int32_t> alone = peaksOn(1);
+  EXPECT_EQ(alone.size(), 59U);
+  EXPECT_EQ(peaksOn(3), alone);
+}
+
+TEST_F(SamplingTest, ASampleIsAUnitAnotherOneAndTheUnitWithEachPartOfThat) {
+  const std::string sources =
+      "[[vary]]\nof = [\"source.die.watts\"]\nuniform = { from = 1, to = 3 }\n"
+      "[[vary]]\nof = [\"ambient\"]\nuniform = { from = 20, to = 30 }\n";
+  files.workload = "time,die\n0,1\n";
+  read(0.1, lognormal() + sources +
+                "[[correlation]]\nbetween = [\"resistance.die-ambient\", \"ambient\"]\nis = 0.5\n");
+  ASSERT_EQ(asked.independent, (std::vector<std::vector<size_t>>{{0, 2}, {1}}));
+  UnitSpool rows(folder.node(""), asked.columns());
+  const auto always = [](const std::vector<int32_t>&) { return true; };
+  EXPECT_EQ(
+      Sampling(study, population, asked, 2).samples({3, 5}, {always, [] { return true; }}, rows),
+      2U);
+  std::vector<int32_t> expected;
+  for (const uint64_t sample : {3U, 4U}) {
+    const std::vector<double> unit = standardNumbers(1, sample, Stream::kUnit, 3);
+    const std::vector<double> other = standardNumbers(1, sample, Stream::kOther, 3);
+    for (const auto& standard :
+         {unit, other, {other[0], unit[1], other[2]}, {unit[0], other[1], unit[2]}}) {
+      const RunInput run = population.unit(study.inputs[0], standard);
+      const double rise = run.plant.sources[0].watts[0] * run.plant.resistances[0].value;
+      expected.push_back(static_cast<int32_t>(std::lround(1000 * (run.plant.ambient + rise))));
+    }
+  }
+  const std::vector<int32_t> peaks = nodePeaks(rows);
+  ASSERT_EQ(peaks.size(), 8U);
+  for (size_t i = 0; i < 8; ++i)
+    EXPECT_NEAR(peaks[i], expected[i], 2) << i;
+}
+
+TEST_F(SamplingTest, WhatIsAskedIsThatOfTheStudy) {
+  read(0.1, lognormal());
+  ASSERT_EQ(asked.runs.size(), 1U);
+  EXPECT_EQ(asked.runs[0].name, "run");
+  EXPECT_EQ(asked.runs[0].configuration, "first.conf");
+  EXPECT_EQ(asked.runs[0].workload, "workload");
+  EXPECT_EQ(asked.runs[0].budgets, study.inputs[0].description.budgets);
+  EXPECT_EQ(asked.seed, 1U);
+  EXPECT_EQ(asked.duration, 1000);
+  ASSERT_EQ(asked.drivers.size(), 1U);
+  EXPECT_EQ(asked.drivers[0].name, "resistance.die-ambient");
+  EXPECT_TRUE(asked.drivers[0].steps.empty());
+  // What does no work is no figure.
+  EXPECT_TRUE(workingSources(study.inputs[0].plant).empty());
+  study.inputs[0].plant.sources[0].work = true;
+  EXPECT_EQ(workingSources(study.inputs[0].plant), std::vector<std::string>{"die"});
+}
+
+TEST_F(SamplingTest, OneOfOneIsAllAndOfNothingThereIsNothing) {
+  const Range whole = Range{11, 41}.shard(1, 1);
+  EXPECT_EQ(whole.first, 11U);
+  EXPECT_EQ(whole.end, 41U);
+  for (const uint64_t index : {1U, 2U, 3U})
+    EXPECT_EQ((Range{5, 5}.shard(index, 3).size()), 0U);
+  constexpr uint64_t kAll = ~uint64_t{0};
+  EXPECT_EQ((Range{0, kAll}.shard(kAll, kAll).end), kAll);
+}
+
 } // namespace

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "thermalctl/margin/SearchBoard.h"
+
 namespace {
 
 SearchResult::Worst worst(double score, bool isBroken, size_t found) {
@@ -89,6 +91,76 @@ TEST(SearchReportTest, AsJsonItIsTheSameAgain) {
 TEST(SearchReportTest, AnotherTextIsNone) {
   for (const char* text : {"", "{}", "[]", "{\"within\": 1}"})
     EXPECT_FALSE(SearchReport::fromJson(text)) << text;
+}
+
+// Of 25 to 75 degrees, by the load of the two sources.
+class ReportOfTest : public testing::Test, protected SearchBoard {
+protected:
+  SearchSpace space() {
+    return spaceOf("[search]\nsteps = 1\nscenarios = []\n", {"node:die=80C", "node:die=50C"});
+  }
+
+  // What a point has come to.
+  static SearchResult::Worst at(const SearchSpace& space, const std::vector<double>& point) {
+    SearchResult::Worst worst;
+    worst.point = point;
+    worst.outcome = space.outcomeOf(space.at(point));
+    worst.found = 7;
+    return worst;
+  }
+};
+
+TEST_F(ReportOfTest, WhereNothingIsBrokenTheNearestToTheFirstLimitIsTold) {
+  const SearchSpace searched = space();
+  SearchResult result;
+  result.simulations = 12;
+  result.stoodStill = 1;
+  result.unjudged = 2;
+  result.complete = true;
+  result.worst = {at(searched, {1, 0.5}), at(searched, {0, 0.25})};
+  const SearchReport report = reportOf(searched, result);
+  EXPECT_EQ(report.within, searched.described());
+  EXPECT_EQ(report.simulations, 12U);
+  EXPECT_EQ(report.stoodStill, 1U);
+  EXPECT_EQ(report.unjudged, 2U);
+  EXPECT_TRUE(report.complete);
+  ASSERT_EQ(report.worst.size(), 2U);
+  EXPECT_EQ(report.worst[1].point, (std::vector<double>{0, 0.25}));
+  EXPECT_FALSE(report.told.broken);
+  EXPECT_EQ(report.told.duration, 60'000);
+  EXPECT_EQ(report.told.workload, "[[at]]\ntime = 0\nambient = 25\nload = { a = 1, b = 0.5 }\n");
+  EXPECT_EQ(report.told.unit, "");
+}
+
+TEST_F(ReportOfTest, WhatIsBrokenButNotYetMadeSmallIsToldAsItWasFound) {
+  const SearchSpace searched = space();
+  SearchResult result;
+  result.worst = {at(searched, {1, 0.5}), at(searched, {0, 1})};
+  result.worst[1].broken = 7;
+  const SearchReport report = reportOf(searched, result);
+  EXPECT_FALSE(report.complete);
+  EXPECT_FALSE(report.told.broken);
+  EXPECT_EQ(report.told.workload, "[[at]]\ntime = 0\nambient = 25\nload = { a = 0, b = 1 }\n");
+}
+
+TEST_F(ReportOfTest, TheSmallestIsToldWithWhatItTook) {
+  const SearchSpace searched = space();
+  SearchResult result;
+  result.worst = {at(searched, {1, 0.5}), at(searched, {0, 1})};
+  result.worst[1].broken = 7;
+  SearchResult::Smallest smallest;
+  smallest.budget = 1;
+  smallest.attempt = searched.at({0, 0.9});
+  smallest.attempt.duration = 2000;
+  smallest.outcome = searched.outcomeOf(smallest.attempt);
+  smallest.simulations = 33;
+  result.smallest = smallest;
+  const SearchReport report = reportOf(searched, result);
+  EXPECT_EQ(report.told.broken, 1U);
+  EXPECT_EQ(report.told.measured, 25'000 + 27'000);
+  EXPECT_EQ(report.told.simulations, 33U);
+  EXPECT_EQ(report.told.duration, 2000);
+  EXPECT_EQ(report.told.workload, "[[at]]\ntime = 0\nambient = 25\nload = { a = 0, b = 0.9 }\n");
 }
 
 } // namespace

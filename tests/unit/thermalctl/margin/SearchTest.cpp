@@ -8,49 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include "margin/SearchBounds.h"
-#include "margin/Shrinking.h"
-#include "margin/ToleranceFile.h"
-#include "support/LogSwitchedOff.h"
-#include "support/SysfsDir.h"
-#include "thermalctl/simulate/RunFiles.h"
+#include "thermalctl/margin/SearchBoard.h"
 
 namespace {
 
-// A die that settles at once at the ambient and ten times its watts, 5 at full load.
-class SearchTest : public testing::Test {
+class SearchTest : public testing::Test, protected SearchBoard {
 protected:
-  SearchTest() {
-    files.plant = "ambient = 25\n"
-                  "[node.die]\njoules_per_kelvin = 0.001\n"
-                  "[[resistance]]\nbetween = [\"die\", \"ambient\"]\nkelvin_per_watt = 10\n"
-                  "[source.a]\nnode = \"die\"\nwatts = 2\n"
-                  "[source.b]\nnode = \"die\"\nwatts = 3\n"
-                  "[sensor.cpu]\nnode = \"die\"\n";
-    files.workload = "time,ambient,a,b\n0,25,0.1,0.1\n";
-    files.configuration = "[hot]\nalgo_type monitor\nsensor cpu\nsampling 1000\nthresholds 500000\n"
-                          "thresholds_clr 490000\nactions gpu\naction_info 1\n";
-    files.request.duration = 60'000;
-  }
-
-  SearchSpace spaceOf(const std::string& tolerances, const std::string& limit) {
-    files.request.budgets = {{*readLimit(limit).budget, limit}};
-    std::vector<RunInput> runs = files.read();
-    EXPECT_TRUE(files.problems.none()) << files.wrongInFull();
-    Problems problems;
-    problems.read(files.path("plant.toml"), files.plant);
-    const std::string file = folder.write("tolerances.toml", tolerances);
-    Population population =
-        readTolerances(file, runs, files.path("plant.toml"), problems).population;
-    std::vector<std::string> paths;
-    SearchBounds bounds = readSearchBounds(file, {}, runs.front(), paths, problems);
-    EXPECT_TRUE(problems.none());
-    return {runs.front(), std::move(population), std::move(bounds)};
-  }
-
-  const LogSwitchedOff quiet;
-  RunFiles files;
-  SysfsDir folder;
   const std::function<bool()> always = [] { return true; };
 };
 
@@ -64,7 +27,7 @@ constexpr char kUnit[] = "[[vary]]\nof = [\"resistance.die-ambient\"]\nas = \"fa
 TEST_F(SearchTest, TheWorstIsAtTheEndsOfTheBounds) {
   const SearchSpace space = spaceOf(std::string(kUnit) + "[search]\nload = { a = [0, 0.5] }\n"
                                                          "ambient = [20, 30]\n",
-                                    "node:die=1000C");
+                                    {"node:die=1000C"});
   const SearchResult result = searchWorst(space, firstOnes(600), 1, always);
   EXPECT_EQ(result.simulations, 600U);
   EXPECT_FALSE(result.worst.front().broken);
@@ -75,7 +38,7 @@ TEST_F(SearchTest, TheWorstIsAtTheEndsOfTheBounds) {
 }
 
 TEST_F(SearchTest, WhatIsBrokenIsMadeSmall) {
-  const SearchSpace space = spaceOf(std::string(kUnit) + "[search]\nsteps = 4\n", "node:die=50C");
+  const SearchSpace space = spaceOf(std::string(kUnit) + "[search]\nsteps = 4\n", {"node:die=50C"});
   const SearchResult result = searchWorst(space, firstOnes(200), 1, always);
   ASSERT_TRUE(result.smallest);
   const Attempt& attempt = result.smallest->attempt;
@@ -92,7 +55,7 @@ TEST_F(SearchTest, WhatIsBrokenIsMadeSmall) {
 TEST_F(SearchTest, WhatIsSmallerStaysWithinTheBounds) {
   const SearchSpace space = spaceOf("[search]\nsteps = 4\nlasts = [\"10s\", \"15s\"]\n"
                                     "load = { a = [0.2, 1], b = [0.1, 1] }\n",
-                                    "node:die=40C");
+                                    {"node:die=40C"});
   const SearchResult result = searchWorst(space, firstOnes(50), 1, always);
   ASSERT_TRUE(result.smallest);
   EXPECT_TRUE(space.holds(result.smallest->attempt));
@@ -103,7 +66,7 @@ TEST_F(SearchTest, AnAttemptIsWrittenAsItIsRun) {
   const SearchSpace space =
       spaceOf(std::string(kUnit) + "[search]\nfaults = { cpu = [\"stuck\"] }\n"
                                    "ambient = [20, 30]\n",
-              "node:die=50C");
+              {"node:die=50C"});
   Attempt attempt;
   attempt.unit = {1.1};
   attempt.duration = 20'000;
@@ -124,8 +87,8 @@ TEST_F(SearchTest, AWorkloadsOwnSpreadsAndTheAmbientAreLeftToTheBounds) {
       "[[vary]]\nof = [\"ambient\"]\nas = \"plus\"\nuniform = { from = -1, to = 1 }\n"
       "[[vary]]\nof = [\"workload.load.a\"]\nas = \"factor\"\n"
       "uniform = { from = 0.5, to = 1 }\n[search]\nsteps = 1\n";
-  const SearchSpace given = spaceOf(all + "ambient = [0, 1]\n", "node:die=50C");
-  const SearchSpace kept = spaceOf(all, "node:die=50C");
+  const SearchSpace given = spaceOf(all + "ambient = [0, 1]\n", {"node:die=50C"});
+  const SearchSpace kept = spaceOf(all, {"node:die=50C"});
   const auto isDrawn = [](const SearchSpace& space, size_t spread) {
     return space.at(std::vector<double>(space.dimensions(), 0.9)).unit[spread].has_value();
   };
@@ -136,7 +99,7 @@ TEST_F(SearchTest, AWorkloadsOwnSpreadsAndTheAmbientAreLeftToTheBounds) {
 }
 
 TEST_F(SearchTest, WhoeverIsInterruptedHasTheWorstSoFar) {
-  const SearchSpace space = spaceOf("[search]\n", "node:die=50C");
+  const SearchSpace space = spaceOf("[search]\n", {"node:die=50C"});
   size_t asked = 0;
   const SearchResult result = searchWorst(space, firstOnes(500), 1, [&] { return ++asked <= 20; });
   EXPECT_FALSE(result.complete);
@@ -153,7 +116,7 @@ TEST_F(SearchTest, ALaterRoundBeginsWithTheWorstOfTheOneBefore) {
     varied += std::string("[[vary]]\nof = [\"source.") + source +
               ".watts\"]\nas = \"factor\"\nnormal = { mean = 1, deviation = 0.05 }\n";
   const SearchSpace space =
-      spaceOf(varied + "[search]\nsteps = 1\nambient = [20, 30]\n", "node:die=1000C");
+      spaceOf(varied + "[search]\nsteps = 1\nambient = [20, 30]\n", {"node:die=1000C"});
   const auto worstOf = [](const SearchResult& result) {
     return result.worst.front().outcome.measured.front();
   };
@@ -175,7 +138,7 @@ TEST_F(SearchTest, ALaterRoundBeginsWithTheWorstOfTheOneBefore) {
 }
 
 TEST_F(SearchTest, AnotherPartTriesOthers) {
-  const SearchSpace space = spaceOf("[search]\n", "node:die=1000C");
+  const SearchSpace space = spaceOf("[search]\n", {"node:die=1000C"});
   const auto pointOf = [&](uint64_t simulation) {
     return searchWorst(space, {1, {simulation, simulation + 1}}, 1, always).worst.front().point;
   };
@@ -185,7 +148,7 @@ TEST_F(SearchTest, AnotherPartTriesOthers) {
 }
 
 TEST_F(SearchTest, WhoeverIsInterruptedWhileItIsMadeSmallHasNotSeenTheEnd) {
-  const SearchSpace space = spaceOf("[search]\nsteps = 4\n", "node:die=50C");
+  const SearchSpace space = spaceOf("[search]\nsteps = 4\n", {"node:die=50C"});
   size_t asked = 0;
   const SearchResult result = searchWorst(space, firstOnes(30), 1, [&] { return ++asked <= 33; });
   EXPECT_EQ(result.simulations, 30U);
@@ -196,7 +159,7 @@ TEST_F(SearchTest, WhoeverIsInterruptedWhileItIsMadeSmallHasNotSeenTheEnd) {
 
 TEST_F(SearchTest, ASpaceOfOnePointIsLookedAtOnce) {
   const SearchSpace space =
-      spaceOf("[search]\nsteps = 1\nscenarios = []\nload = { a = 1, b = 1 }\n", "node:die=80C");
+      spaceOf("[search]\nsteps = 1\nscenarios = []\nload = { a = 1, b = 1 }\n", {"node:die=80C"});
   EXPECT_EQ(space.dimensions(), 0U);
   const SearchResult result = searchWorst(space, firstOnes(10), 1, always);
   EXPECT_EQ(result.simulations, 1U);

@@ -1,7 +1,9 @@
 #include "margin/Sobol.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -81,6 +83,62 @@ TEST(SobolTest, SamplesAreDrawnAgainAsOftenAsChanceHasIt) {
   const double count = kSamples * static_cast<double>(SobolSums::kReplicates);
   EXPECT_NEAR(sum / count, 1, 0.02);
   EXPECT_NEAR(squares / count - 1, 1, 0.05);
+}
+
+// By hand, of two samples: the mean is 1.5 and the variance 1.25.
+TEST(SobolTest, TheIndicesAreThoseOfTheSums) {
+  const std::vector<uint8_t> once(SobolSums::kReplicates, 1);
+  SobolSums sums(1, 0);
+  sums.add({1, 3, 2}, once);
+  EXPECT_TRUE(sums.indices().empty());
+  sums.add({2, 0, 2}, once);
+  EXPECT_EQ(sums.samples(), 2U);
+  const SobolIndex index = sums.indices().at(0);
+  EXPECT_DOUBLE_EQ(index.first.value, 3 * 1 / 2.0 / 1.25);
+  EXPECT_DOUBLE_EQ(index.total.value, 1 * 1 / 2.0 / 2 / 1.25);
+  // Each of the replicates has both of them once.
+  EXPECT_DOUBLE_EQ(index.first.interval.low, index.first.value);
+  EXPECT_DOUBLE_EQ(index.first.interval.high, index.first.value);
+}
+
+TEST(SobolTest, AnIntervalIsThatOfTheReplicatesAndLeavesOutAFortiethOnEitherSide) {
+  SobolSums sums(1, 0);
+  // Six of them have the first sample alone, five the second one three times, the others both.
+  std::vector<uint8_t> first(SobolSums::kReplicates, 1);
+  std::vector<uint8_t> second(SobolSums::kReplicates, 1);
+  std::fill_n(second.begin(), 6, 0);
+  std::fill_n(first.rbegin(), 5, 0);
+  std::fill_n(second.rbegin(), 5, 3);
+  sums.add({1, 3, 2}, first);
+  sums.add({2, 0, 3}, second);
+  const SobolIndex index = sums.indices().at(0);
+  EXPECT_DOUBLE_EQ(index.total.value, 1 / 2.0 / 1.25);
+  // 0.5 of the variance 1 either way; of these eleven five lie above, but the least is that of
+  // both.
+  EXPECT_DOUBLE_EQ(index.total.interval.low, 0.4);
+  EXPECT_DOUBLE_EQ(index.total.interval.high, 0.5);
+  // 3 of the first alone, and none of the second: the one is told, the other is outside.
+  EXPECT_DOUBLE_EQ(index.first.interval.high, 3);
+  EXPECT_DOUBLE_EQ(index.first.interval.low, 1.2);
+}
+
+TEST(SobolTest, AsManyAreLeftOutAsChanceHasIt) {
+  double shares[4] = {};
+  constexpr int kSamples = 500;
+  for (uint64_t sample = 1; sample <= kSamples; ++sample)
+    for (const uint8_t weight : weightsOf(2, sample))
+      if (weight < 4) shares[weight] += 1.0 / kSamples / SobolSums::kReplicates;
+  const double none = std::exp(-1);
+  for (const auto& [weight, share] :
+       {std::pair(0, none), std::pair(1, none), std::pair(2, none / 2), std::pair(3, none / 6)})
+    EXPECT_NEAR(shares[weight], share, 0.006) << weight;
+}
+
+TEST(SobolTest, WeightsDependOnTheSeedAndTheSampleAlone) {
+  EXPECT_EQ(weightsOf(1, 7), weightsOf(1, 7));
+  EXPECT_EQ(weightsOf(1, 7).size(), SobolSums::kReplicates);
+  EXPECT_NE(weightsOf(1, 7), weightsOf(1, 8));
+  EXPECT_NE(weightsOf(1, 7), weightsOf(2, 7));
 }
 
 } // namespace

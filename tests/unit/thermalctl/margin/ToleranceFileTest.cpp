@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 
 #include "support/SysfsDir.h"
 #include "thermalctl/simulate/RunFiles.h"
+#include "thermalctl/support/ProblemText.h"
 
 namespace {
 
@@ -34,13 +34,7 @@ protected:
   // What is wrong with it, without the folder's name.
   std::string wrong(const std::string& text, const std::string& fit = "") {
     readWith(text, fit);
-    std::ostringstream out;
-    problems.print(out);
-    std::string shown = out.str();
-    const std::string prefix = folder.node("");
-    for (size_t at = shown.find(prefix); at != std::string::npos; at = shown.find(prefix))
-      shown.erase(at, prefix.size());
-    return shown;
+    return problemText(problems, folder);
   }
 
   Population readWith(const std::string& text, const std::string& fit) {
@@ -330,6 +324,150 @@ TEST_F(ToleranceFileTest, WhatCannotBeMayBeCutOff) {
             "");
   // So far out that no unit is ever drawn there.
   EXPECT_EQ(wrong(varied("resistance.die-case", "normal = { mean = 10, deviation = 1 }")), "");
+}
+
+TEST_F(ToleranceFileTest, WhatIsMissingOrTooMuchIsTold) {
+  const std::string well = "normal = { mean = 10, deviation = 0.5 }";
+  const std::string die = "[[vary]]\nof = [\"resistance.die-case\"]\n";
+  const std::string two = die + well + "\n" +
+                          varied("resistance.case-ambient", "as = \"factor\"\n"
+                                                            "uniform = { from = 0.9, to = 1.1 }");
+  const std::string pair = "between = [\"resistance.die-case\", \"resistance.case-ambient\"]\n";
+  const struct {
+    std::string text;
+    const char* told;
+  } cases[] = {
+      {"[[vary]]\n" + well + "\n", "1:1: error: 'of' is missing"},
+      {die + well + "\nname = \"glue\"\n", "4:8: error: 'name' is of numbers that vary together"},
+      {die + "list = { values = [9, 10] }\ntruncated = [8, 11]\n",
+       "4:13: error: a list cannot be truncated"},
+      {die + well + "\ntruncated = [11, 9]\n",
+       "4:13: error: 'truncated' must be the two ends beyond which there is nothing"},
+      {die + well + "\ntruncated = [9, 10, 11]\n", "'truncated' must be the two ends"},
+      {die + "list = { interval = [9, 11] }\n", "a list has no interval: give it 'values'"},
+      {die + "normal = { interval = [11, 9] }\n",
+       "'interval' must be the two ends between which 95 % of all units lie"},
+      {die + "uniform = { interval = [9] }\n", "'interval' must be the two ends"},
+      {die + "lognormal = { median = 0, deviation = 0.1 }\n",
+       "the 'median' of a lognormal distribution must be above 0"},
+      {die + "lognormal = { deviation = 0.1 }\n", "'median' is missing"},
+      {die + "uniform = { from = 9 }\n", "'to' is missing"},
+      {die + "triangular = { from = 9, to = 11 }\n", "'mode' is missing"},
+      {die + "list = { weights = [1] }\n", "'values' is missing"},
+      {die + "list = { values = [9], weights = [-1] }\n", "'weights' must be"},
+      {die + "list = { values = [] }\n", "none of the values has any weight"},
+      {die + "normal = { mean = 10, deviation = 0.5, median = 3 }\n", "'median' is no key"},
+      {two + "[[correlation]]\nis = 0.5\n", "'between' is missing"},
+      {two + "[[correlation]]\n" + pair, "'is' is missing"},
+      {two + "[[correlation]]\nbetween = [\"resistance.die-case\"]\nis = 0.5\n",
+       "'between' must name two numbers that vary"},
+      {two + "[[correlation]]\n" + pair + "is = 0.5\n[[correlation]]\n" + pair + "is = 0.4\n",
+       "the two have a correlation already"},
+      {two + "[[correlation]]\n" + pair +
+           "is = 0.5\n[[correlation]]\nbetween = [\"resistance.case-ambient\", "
+           "\"resistance.die-case\"]\nis = 0.5\n",
+       "the two have a correlation already"},
+      {two + "[[correlation]]\nbetween = [\"resistance.die-case\", \"resistance.case-ambien\"]\n"
+             "is = 0.5\n",
+       "did you mean 'resistance.case-ambient'?"},
+      {"[[fit]]\n", "1:1: error: 'file' is missing"},
+      {two + "[[varry]]\nof = []\n", "'varry' is no key that is known here"},
+      {varied("source.gpu.speed.1", "uniform = { from = 0, to = 1.01 }"),
+       "'source.gpu.speed.1' may come to 1.01, and must lie from 0 to 1"},
+      {varied("sensor.cpu.step", "list = { values = [0, 0.0005] }"),
+       "'sensor.cpu.step' may come to 0.0005, and must lie from 0.001 to 1000 degrees"}};
+  for (const auto& [text, told] : cases) {
+    const std::string shown = wrong(text);
+    EXPECT_NE(shown.find(told), std::string::npos) << told << "\n" << shown;
+  }
+}
+
+TEST_F(ToleranceFileTest, WhatIsAtItsVeryBoundIsWithinIt) {
+  for (const char* how : {"uniform = { from = 0, to = 1 }", "list = { values = [0, 1] }"})
+    EXPECT_EQ(wrong(varied("source.gpu.speed.1", how)), "");
+  // A reading in steps of nothing is one that has none.
+  EXPECT_EQ(wrong(varied("sensor.cpu.step", "list = { values = [0, 0.001, 1000] }")), "");
+}
+
+TEST_F(ToleranceFileTest, AFileThatIsNotThereIsTold) {
+  EXPECT_TRUE(
+      readTolerances(folder.node("nowhere.toml"), runs, "plant.toml", problems).files.empty());
+  EXPECT_NE(problemText(problems, folder).find("nowhere.toml: error: cannot be read: "),
+            std::string::npos);
+}
+
+TEST_F(ToleranceFileTest, BoundsOfASearchAreEnough) {
+  EXPECT_EQ(wrong("[search]\nsteps = 3\n"), "");
+}
+
+TEST_F(ToleranceFileTest, TheFilesThatItTookAreThoseOfItsFitsToo) {
+  runs = files.read();
+  folder.write("fit.json", kFit);
+  const std::string path = folder.write("tolerances.toml", "[[fit]]\nfile = \"fit.json\"\n");
+  EXPECT_EQ(readTolerances(path, runs, files.path("plant.toml"), withPlant()).files,
+            (std::vector<std::string>{path, folder.node("fit.json")}));
+}
+
+TEST_F(ToleranceFileTest, ANumberThatAPatternAndItsNameMeanVariesOnce) {
+  const Population population =
+      read("[[vary]]\nof = [\"resistance.case-ambient\", \"resistance.*\"]\nas = \"factor\"\n"
+           "uniform = { from = 0.9, to = 1.1 }\nreason = \"glue\"\n");
+  EXPECT_TRUE(problems.none());
+  ASSERT_EQ(population.spreads.size(), 2U);
+  EXPECT_EQ(population.spreads[0].name, "resistance.case-ambient");
+  EXPECT_EQ(population.spreads[1].name, "resistance.die-case");
+  EXPECT_EQ(population.spreads[1].reason, "glue");
+  EXPECT_EQ(population.spreads[1].as, Drawn::As::kFactor);
+}
+
+TEST_F(ToleranceFileTest, AGroupWithoutANameIsCalledByItsFirstNumber) {
+  const std::string both = "[[vary]]\nof = [\"resistance.*\"]\nas = \"factor\"\ntogether = true\n"
+                           "uniform = { from = 0.9, to = 1.1 }\n";
+  EXPECT_EQ(read(both).spreads[0].name, "resistance.die-case and 1 more");
+  // A correlation may call it so, or by any of its numbers.
+  for (const char* name : {"resistance.case-ambient", "resistance.die-case and 1 more"}) {
+    const Population population =
+        read(both + varied("sensor.cpu.offset", "normal = { mean = 0, deviation = 0.5 }") +
+             "[[correlation]]\nbetween = [\"" + name + "\", \"sensor.cpu.offset\"]\nis = 0.6\n");
+    EXPECT_TRUE(problems.none()) << problemText(problems, folder);
+    EXPECT_NEAR(correlated({1, 0}, population.factor).at(1), 0.6, 1e-12);
+  }
+}
+
+TEST_F(ToleranceFileTest, EachDistributionMayBeGivenByItsInterval) {
+  for (const char* kind : {"normal", "lognormal", "uniform", "triangular"}) {
+    const Population population =
+        read(varied("resistance.die-case", std::string(kind) + " = { interval = [9, 11] }"));
+    ASSERT_TRUE(problems.none()) << problemText(problems, folder);
+    const Distribution& distribution = population.spreads[0].distribution;
+    EXPECT_NEAR(distribution.at(-1.959964), 9, 1e-5) << kind;
+    EXPECT_NEAR(distribution.at(1.959964), 11, 1e-5) << kind;
+  }
+}
+
+TEST_F(ToleranceFileTest, WeightsSayHowOftenAValueOfAListIsThere) {
+  const Population population =
+      read(varied("resistance.die-case", "list = { values = [12, 8, 10], weights = [1, 2, 0] }"));
+  const Distribution& distribution = population.spreads[0].distribution;
+  EXPECT_EQ(distribution.steps(), (std::vector<double>{2 / 3.0, 1}));
+  EXPECT_EQ(distribution.at(0.43), 8);
+  EXPECT_EQ(distribution.at(0.44), 12); // two thirds of all lie below 0.4307
+}
+
+TEST_F(ToleranceFileTest, AFitMayNotVaryWhatVariesAlreadyNorWhatIsNotThere) {
+  const std::string fit = "[[fit]]\nfile = \"fit.json\"\n";
+  EXPECT_NE(wrong(varied("resistance.die-case", "list = { values = [9] }") + fit, kFit)
+                .find("5:8: error: 'resistance.die-case' varies twice"),
+            std::string::npos);
+  const std::string other =
+      R"({"quantities": [{"name": "node.lid.celsius", "interval": [8, 12.5]}],
+          "correlations": [[1]]})";
+  EXPECT_NE(wrong(fit, other).find("2:8: error: 'node.lid.celsius' is no number"),
+            std::string::npos);
+  const std::string hot =
+      R"({"quantities": [{"name": "resistance.die-case", "interval": [-8, 12.5]}],
+          "correlations": [[1]]})";
+  EXPECT_NE(wrong(fit, hot).find("'resistance.die-case' may come to -"), std::string::npos);
 }
 
 } // namespace

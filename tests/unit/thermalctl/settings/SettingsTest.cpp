@@ -223,4 +223,47 @@ TEST_F(SettingsTest, NameThePlantWithItsPlace) {
   EXPECT_FALSE(read("").plant);
 }
 
+TEST_F(SettingsTest, KeepWhatIsRightBesideWhatIsWrong) {
+  const Settings settings =
+      read("[sensor.cpu]\nunit = \"kelvin\"\nrange = [0, 90]\nnoise = -1\n"
+           "[sensor.skin]\nunit = \"tenths\"\nrange = [9]\n"
+           "[[silenced]]\nrule = \"degrees\"\nfile = \"f\"\n"
+           "[[silenced]]\nrule = \"degrees\"\nfile = \"g\"\nreason = \"r\"\n");
+  EXPECT_FALSE(problems.none());
+  EXPECT_EQ(settings.units, (std::map<std::string, int32_t>{{"skin", 100}}));
+  EXPECT_EQ(settings.reachOf("cpu"), 90'000);
+  EXPECT_EQ(settings.reachOf("skin"), 150'000);
+  EXPECT_TRUE(settings.noise.empty());
+  ASSERT_EQ(settings.silenced.size(), 1U);
+  EXPECT_EQ(settings.silenced[0].file, "g");
+}
+
+TEST_F(SettingsTest, TellANoiseThatIsBelowNothing) {
+  EXPECT_EQ(told("[sensor.cpu]\nnoise = \"-0.1C\"\n"),
+            "b/thermalctl.toml:2:9: error: 'noise' is below 0\n"
+            "    2 | noise = \"-0.1C\"\n"
+            "      |         ^~~~~~~\n"
+            "      hint: write a standard deviation, such as \"0.1C\"\n");
+  EXPECT_TRUE(has(told("[sensor.cpu]\nnoise = \"loud\"\n"), "'loud' is no temperature"));
+}
+
+TEST_F(SettingsTest, TellEverySensorAndDeviceThatTheBoardLacks) {
+  known.devices = std::vector<std::string>{"clock"};
+  const std::string text = told("must_cool = [\"lid\"]\n[sensor.sikn]\nnoise = 1\n"
+                                "[device.fan]\nentries = \"duty\"\n");
+  EXPECT_TRUE(has(text, "thermalctl.toml:1:14: error: the board has no sensor 'lid'")) << text;
+  EXPECT_TRUE(has(text, "hint: write a sensor of the environment file")) << text;
+  EXPECT_TRUE(has(text, "thermalctl.toml:2:1: error: the board has no sensor 'sikn'")) << text;
+  EXPECT_TRUE(has(text, "hint: did you mean 'skin'?")) << text;
+  EXPECT_TRUE(has(text, "thermalctl.toml:4:1: error: the board has no device 'fan'")) << text;
+  EXPECT_TRUE(has(text, "hint: write a device of the environment file")) << text;
+}
+
+TEST_F(SettingsTest, KnowAnEmptyReasonHoweverItIsWritten) {
+  const std::string entry = "[[silenced]]\nrule = \"degrees\"\nfile = \"f\"\nreason = ";
+  for (const char* reason : {"\"\"", "\"  \"", "\"\\t\"", "\"\\n \""})
+    EXPECT_TRUE(has(told(entry + reason + "\n"), "'reason' is empty")) << reason;
+  EXPECT_EQ(told(entry + "\" r \"\n"), "");
+}
+
 } // namespace

@@ -190,4 +190,61 @@ TEST_F(BaselineTest, AFallIsShownWithItsSign) {
   EXPECT_NE(text.find("42.5   42        -0.5\n"), std::string::npos) << text;
 }
 
+TEST_F(BaselineTest, AFigureOfALimitHasTheToleranceOfItsLastWord) {
+  const auto above = [](double seconds) {
+    RunResult result = runOf(42, "kept");
+    result.figures["budgets"]["skin=44.5C"]["above_s"] = seconds;
+    return result;
+  };
+  EXPECT_FALSE(isWorse({above(10)}, {above(11)}));
+  EXPECT_EQ(text, "\nnothing has changed against FILE\n");
+  EXPECT_FALSE(isWorse({above(10)}, {above(11.5)}));
+  EXPECT_EQ(text, "\nchanged against FILE\n"
+                  "run     figure                      before   now  difference\n"
+                  "seed 1  budgets.skin=44.5C.above_s      10  11.5        +1.5\n");
+}
+
+TEST_F(BaselineTest, EachRunWithAChangeIsNamedOnce) {
+  EXPECT_TRUE(isWorse({runOf(42, "kept"), runOf(42, "kept", 2)},
+                      {runOf(43, "passed"), runOf(42.5, "kept", 2)}));
+  EXPECT_EQ(text, "\nchanged against FILE\n"
+                  "run     figure                  before     now  difference\n"
+                  "seed 1  temperatures.skin.peak      42      43          +1\n"
+                  "        skin=44.5C                kept  passed       worse\n"
+                  "seed 2  temperatures.skin.peak      42    42.5        +0.5\n");
+}
+
+TEST_F(BaselineTest, AMissedRequirementIsAsBadAsAPassedLimit) {
+  EXPECT_TRUE(isWorse({runOf(44, "kept")}, {runOf(44, "missed")}));
+  EXPECT_TRUE(isWorse({runOf(44, "unjudged")}, {runOf(44, "missed")}));
+  EXPECT_FALSE(isWorse({runOf(44, "missed")}, {runOf(44, "unjudged")}));
+  // Whoever asks no more of what was not kept loses nothing.
+  EXPECT_FALSE(isWorse({runOf(44, "missed")}, {runOf(44, "")}));
+  EXPECT_FALSE(isWorse({runOf(44, "unjudged")}, {runOf(44, "")}));
+}
+
+TEST_F(BaselineTest, ARunWithoutAConfigurationAWorkloadOrAWholeSeedIsRefused) {
+  const auto runs = [&](const std::string& second) {
+    return wrong(R"({"format": "thermalctl results", "version": 1, "runs": [)"
+                 R"({"configuration": "a.conf", "workload": "game", "seed": 1}, )" +
+                 second + "]}");
+  };
+  for (const char* row : {"7", "{}", R"({"configuration": "a.conf", "workload": "game"})",
+                          R"({"configuration": "a.conf", "workload": "game", "seed": -1})",
+                          R"({"configuration": "a.conf", "workload": "game", "seed": "1"})",
+                          R"({"configuration": 7, "workload": "game", "seed": 1})",
+                          R"({"configuration": "a.conf", "workload": null, "seed": 1})"})
+    EXPECT_EQ(runs(row), ": error: run 2 of 2 has no configuration, workload and seed\n"
+                         "      hint: it comes of thermalctl plot, or it has been edited: run "
+                         "simulate again\n")
+        << row;
+}
+
+TEST_F(BaselineTest, AFileThatIsNotThereIsTold) {
+  EXPECT_FALSE(Baseline::read(folder.node("nowhere.json"), problems));
+  std::ostringstream out;
+  problems.print(out);
+  EXPECT_NE(out.str().find("nowhere.json: error: cannot be read: "), std::string::npos);
+}
+
 } // namespace

@@ -7,6 +7,7 @@
 
 #include "support/LogSwitchedOff.h"
 #include "thermalctl/simulate/RunFiles.h"
+#include "thermalctl/support/Edit.h"
 
 namespace {
 
@@ -19,12 +20,6 @@ protected:
       files->workload = "time,fault cpu\n0,20\n0.25,60\n70.05,80\n";
       files->request.duration = 100'000;
     }
-  }
-
-  static void edit(std::string& text, const std::string& old, const std::string& changed) {
-    const size_t at = text.find(old);
-    ASSERT_NE(at, std::string::npos) << old;
-    text.replace(at, old.size(), changed);
   }
 
   // Such as "300 level of gpu 1, before 0".

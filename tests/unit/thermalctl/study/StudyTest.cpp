@@ -153,4 +153,29 @@ TEST_F(StudyTest, MoreRunsThanAnyoneCanWaitForAreRefused) {
                        "      hint: take fewer seeds, or several studies\n");
 }
 
+TEST_F(StudyTest, ARunMayHaveNoiseOfItsOwn) {
+  const Study study = read();
+  Study::Cell cell = study.cells[1];
+  EXPECT_EQ(study.inputOf(cell).seed, 2U);
+  cell.noiseSeed = 4711;
+  EXPECT_EQ(study.inputOf(cell).seed, 4711U);
+  EXPECT_EQ(study.inputOf(cell).description.name, "day.conf, warm, seed 2");
+}
+
+TEST_F(StudyTest, AConfigurationThatIsNamedTwiceIsRunOnceAndReadOnce) {
+  request.seeds = {1};
+  request.configurations.push_back(folder.node("./day.conf"));
+  const Study study = read();
+  EXPECT_EQ(namesOf(study),
+            (Words{"day.conf, warm", "day.conf, cold", "night.conf, warm", "night.conf, cold"}));
+  EXPECT_EQ(study.configurations, (Words{request.configurations[0], request.configurations[1]}));
+}
+
+TEST_F(StudyTest, WhereOneWorkloadIsWrongNothingIsRun) {
+  request.workloads = namedWorkloads(
+      {request.workloads[0].path, folder.write("wrong.csv", "time,ambeint\n0,10\n")});
+  EXPECT_TRUE(readStudy(request, problems).cells.empty());
+  EXPECT_FALSE(problems.none());
+}
+
 } // namespace
