@@ -10,6 +10,8 @@
 
 namespace {
 
+using QuantityKind = Quantity::Kind;
+
 class FreeQuantitiesTest : public testing::Test {
 protected:
   std::vector<Quantity> read(const std::string& fit,
@@ -149,19 +151,18 @@ TEST_F(FreeQuantitiesTest, ASlipIsToldWithWhatWasMeant) {
 }
 
 TEST_F(FreeQuantitiesTest, KnowsEachKindByItsName) {
-  using Kind = Quantity::Kind;
   struct {
     const char* name;
-    Kind kind;
+    QuantityKind kind;
     size_t index;
     double guess;
-  } const cases[] = {{"node.case.joules_per_kelvin", Kind::kCapacity, 1, 40},
-                     {"resistance.case-ambient", Kind::kResistance, 1, 5},
-                     {"source.panel.watts", Kind::kWatts, 1, 1},
-                     {"source.cpu.idle_watts", Kind::kIdle, 0, 0.2},
-                     {"sensor.case_t.lag", Kind::kLag, 1, 12},
-                     {"sensor.case_t.offset", Kind::kOffset, 1, 0},
-                     {"ambient", Kind::kAmbient, 0, 20}};
+  } const cases[] = {{"node.case.joules_per_kelvin", QuantityKind::kCapacity, 1, 40},
+                     {"resistance.case-ambient", QuantityKind::kResistance, 1, 5},
+                     {"source.panel.watts", QuantityKind::kWatts, 1, 1},
+                     {"source.cpu.idle_watts", QuantityKind::kIdle, 0, 0.2},
+                     {"sensor.case_t.lag", QuantityKind::kLag, 1, 12},
+                     {"sensor.case_t.offset", QuantityKind::kOffset, 1, 0},
+                     {"ambient", QuantityKind::kAmbient, 0, 20}};
   for (const auto& each : cases) {
     const auto found = read("[fit]\nfree = [\"" + std::string(each.name) + "\"]\n");
     ASSERT_EQ(found.size(), 1U) << each.name;

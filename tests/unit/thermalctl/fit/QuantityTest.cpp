@@ -10,9 +10,9 @@
 
 namespace {
 
-using Kinds = Quantity::Kind;
+using QuantityKind = Quantity::Kind;
 
-Quantity quantityOf(Kinds kind, size_t index = 0, double guess = 1) {
+Quantity quantityOf(QuantityKind kind, size_t index = 0, double guess = 1) {
   Quantity quantity;
   quantity.kind = kind;
   quantity.index = index;
@@ -40,13 +40,14 @@ std::vector<double> numbersOf(const PlantDescription& plant) {
 
 TEST(QuantityTest, HasTheUnitOfItsKindAndALogarithmWhereItIsAboveZeroByItsNature) {
   struct {
-    Kinds kind;
+    QuantityKind kind;
     std::string unit;
     bool byLogarithm;
-  } const cases[] = {{Kinds::kCapacity, "J/K", true}, {Kinds::kResistance, "K/W", true},
-                     {Kinds::kWatts, "W", true},      {Kinds::kIdle, "W", true},
-                     {Kinds::kLag, "s", true},        {Kinds::kOffset, "C", false},
-                     {Kinds::kAmbient, "C", false}};
+  } const cases[] = {
+      {QuantityKind::kCapacity, "J/K", true}, {QuantityKind::kResistance, "K/W", true},
+      {QuantityKind::kWatts, "W", true},      {QuantityKind::kIdle, "W", true},
+      {QuantityKind::kLag, "s", true},        {QuantityKind::kOffset, "C", false},
+      {QuantityKind::kAmbient, "C", false}};
   for (const auto& each : cases) {
     EXPECT_EQ(quantityOf(each.kind).unit(), each.unit);
     EXPECT_EQ(quantityOf(each.kind).byLogarithm(), each.byLogarithm) << each.unit;
@@ -57,12 +58,12 @@ TEST(QuantityTest, ChangesItsOwnNumberAndNoOther) {
   const PlantDescription plant = fit_examples::plantOf();
   // What changes, and where it is among the numbers.
   const std::pair<Quantity, size_t> cases[] = {
-      {quantityOf(Kinds::kAmbient), 0},     {quantityOf(Kinds::kCapacity, 0), 1},
-      {quantityOf(Kinds::kCapacity, 1), 2}, {quantityOf(Kinds::kResistance, 1), 4},
-      {quantityOf(Kinds::kWatts, 0, 3), 5}, {quantityOf(Kinds::kIdle, 0), 6},
-      {quantityOf(Kinds::kWatts, 1, 1), 7}, {quantityOf(Kinds::kIdle, 1), 8},
-      {quantityOf(Kinds::kOffset, 0), 9},   {quantityOf(Kinds::kLag, 0), 10},
-      {quantityOf(Kinds::kOffset, 1), 11},  {quantityOf(Kinds::kLag, 1), 12}};
+      {quantityOf(QuantityKind::kAmbient), 0},     {quantityOf(QuantityKind::kCapacity, 0), 1},
+      {quantityOf(QuantityKind::kCapacity, 1), 2}, {quantityOf(QuantityKind::kResistance, 1), 4},
+      {quantityOf(QuantityKind::kWatts, 0, 3), 5}, {quantityOf(QuantityKind::kIdle, 0), 6},
+      {quantityOf(QuantityKind::kWatts, 1, 1), 7}, {quantityOf(QuantityKind::kIdle, 1), 8},
+      {quantityOf(QuantityKind::kOffset, 0), 9},   {quantityOf(QuantityKind::kLag, 0), 10},
+      {quantityOf(QuantityKind::kOffset, 1), 11},  {quantityOf(QuantityKind::kLag, 1), 12}};
   for (const auto& [quantity, place] : cases) {
     std::vector<double> expected = numbersOf(plant);
     expected.at(place) = 7.5;
@@ -73,12 +74,13 @@ TEST(QuantityTest, ChangesItsOwnNumberAndNoOther) {
 TEST(QuantityTest, AScaleOfWattsIsThatOfAllLevels) {
   PlantDescription plant = fit_examples::plantOf();
   plant.sources[0].watts = {4, 2, 1};
-  const Quantity watts = quantityOf(Kinds::kWatts, 0, 4);
+  const Quantity watts = quantityOf(QuantityKind::kWatts, 0, 4);
   EXPECT_EQ(withValues(plant, {watts}, {6}).sources[0].watts, (std::vector<double>{6, 3, 1.5}));
 }
 
 TEST(QuantityTest, SeveralHaveTheirValuesInTheirOrder) {
-  const std::vector<Quantity> two = {quantityOf(Kinds::kLag, 1), quantityOf(Kinds::kCapacity, 0)};
+  const std::vector<Quantity> two = {quantityOf(QuantityKind::kLag, 1),
+                                     quantityOf(QuantityKind::kCapacity, 0)};
   const PlantDescription changed = withValues(fit_examples::plantOf(), two, {9, 3});
   EXPECT_EQ(changed.probes[1].lag, 9);
   EXPECT_EQ(changed.nodes[0].capacity, 3);

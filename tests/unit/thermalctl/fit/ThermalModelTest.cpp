@@ -11,6 +11,7 @@
 namespace {
 
 using Eigen::VectorXd;
+using QuantityKind = Quantity::Kind;
 using Role = ThermalModel::Role;
 
 // Where all goes in the end with these powers.
@@ -104,18 +105,17 @@ TEST_F(ThermalModelTest, EachQuantityHasItsRole) {
   const std::vector<Quantity> quantities = fit_examples::quantitiesOf("\"*\"");
   ASSERT_EQ(model.effects.size(), quantities.size());
   for (size_t i = 0; i < quantities.size(); ++i) {
-    using Kind = Quantity::Kind;
-    const Kind kind = quantities[i].kind;
-    const Role expected = kind == Kind::kCapacity  ? Role::kBySpeed
-                          : kind == Kind::kWatts   ? Role::kByPower
-                          : kind == Kind::kIdle    ? Role::kByIdle
-                          : kind == Kind::kOffset  ? Role::kOffset
-                          : kind == Kind::kAmbient ? Role::kAmbient
-                                                   : Role::kByState;
+    const QuantityKind kind = quantities[i].kind;
+    const Role expected = kind == QuantityKind::kCapacity  ? Role::kBySpeed
+                          : kind == QuantityKind::kWatts   ? Role::kByPower
+                          : kind == QuantityKind::kIdle    ? Role::kByIdle
+                          : kind == QuantityKind::kOffset  ? Role::kOffset
+                          : kind == QuantityKind::kAmbient ? Role::kAmbient
+                                                           : Role::kByState;
     EXPECT_EQ(model.effects[i].role, expected) << quantities[i].name;
     EXPECT_EQ(model.effects[i].index, quantities[i].index) << quantities[i].name;
     const auto column = static_cast<Eigen::Index>(i);
-    EXPECT_EQ(model.bySpeed[column], kind == Kind::kCapacity ? 1 : 0) << quantities[i].name;
+    EXPECT_EQ(model.bySpeed[column], kind == QuantityKind::kCapacity ? 1 : 0) << quantities[i].name;
   }
   // Two offsets and the ambient have no course.
   EXPECT_EQ(model.still.size(), 3U);
