@@ -104,4 +104,10 @@ TEST_F(ReplayTest, WhatHoldsOnWithoutAnEndIsAsLongAsItsChanges) {
   EXPECT_EQ(lengthOf(played), 15'500);
 }
 
+TEST_F(ReplayTest, OfWhatChangesTwiceAtTheBeginTheLastHolds) {
+  loads().changes = {{0, Kind::kLoad, 0, 0.5}, {0, Kind::kLoad, 0, 1}, {5, Kind::kLoad, 0, 0.25}};
+  EXPECT_EQ(rowsOf(Loop::kClosed), "0.000,20.0000,1,0\n"
+                                   "5.000,20.0000,0.25,0\n");
+}
+
 } // namespace
