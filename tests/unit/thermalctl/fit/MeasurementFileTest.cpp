@@ -428,4 +428,13 @@ TEST_F(MeasurementFileTest, AnEmptyCellChangesNothing) {
   EXPECT_TRUE(file.rows.empty());
 }
 
+TEST_F(MeasurementFileTest, ATimeWithItsUnitIsWhatItSaysInAColumnOfMillisecondsToo) {
+  const RecordedFile file = read("time_ms,chip_t\n500,30\n1.5s,31\n1m,31\n");
+  EXPECT_EQ(told(), "");
+  ASSERT_EQ(file.rows.size(), 3U);
+  EXPECT_EQ(file.rows[0].time, 0.5);
+  EXPECT_EQ(file.rows[1].time, 1.5);
+  EXPECT_EQ(file.rows[2].time, 60);
+}
+
 } // namespace
