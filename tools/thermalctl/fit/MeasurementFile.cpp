@@ -249,11 +249,10 @@ private:
       // A line that ends early has nothing in the columns behind: an empty cell, and no mistake.
       const Cell cell = i < cells.size() ? cells[i] : Cell{};
       if (column.kind == Column::Kind::kTime) {
-        if (i < cells.size()) time = timeOf(cell.text);
+        if (i < cells.size()) time = timeOf(cell.text, column.scale);
         if (!time)
           return wrong(cell, quoted(std::string(cell.text)) + " is no time",
                        "write the seconds, such as 12.5");
-        *time *= column.scale;
         if (std::abs(*time) > kLatest)
           return wrong(cell, quoted(std::string(cell.text)) + " is no time that there has been",
                        "'time' is in seconds, 'time_ms' in milliseconds");
@@ -273,8 +272,9 @@ private:
     lineNumbers.push_back(number);
   }
 
-  static std::optional<double> timeOf(std::string_view text) {
-    if (const auto number = parseNumber(std::string(text))) return number;
+  // In seconds. A duration has its unit itself, whatever its column counts in.
+  static std::optional<double> timeOf(std::string_view text, double scale) {
+    if (const auto number = parseNumber(std::string(text))) return *number * scale;
     const auto duration = parseDuration(std::string(text));
     return duration ? std::optional(static_cast<double>(*duration) / 1000) : std::nullopt;
   }

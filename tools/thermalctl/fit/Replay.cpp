@@ -57,10 +57,13 @@ std::string workloadOf(const Recorded& recorded, const PlantDescription& plant, 
   Powers powers(plant);
   const double start = startOf(recorded);
   const std::vector<RecordedChange> changes = changesOf(recorded);
-  // What a source is first known to be, it was before, too.
+  // What a source is first known to be, it was before, too; of several words at the start the last
+  // holds.
   std::map<std::pair<RecordedChange::Kind, uint32_t>, bool> told;
-  for (const RecordedChange& change : changes)
-    if (told.emplace(std::pair(change.kind, change.index), true).second) powers.take(change);
+  for (const RecordedChange& change : changes) {
+    const bool isFirst = told.emplace(std::pair(change.kind, change.index), true).second;
+    if (isFirst || change.time <= start) powers.take(change);
+  }
   text += rowOf(0, powers, plant, loop);
   for (size_t i = 0; i < changes.size(); ++i) {
     powers.take(changes[i]);

@@ -121,4 +121,71 @@ TEST_F(VirtualDaemonTest, TellsTheErrorAtWhichTheDaemonWouldEnd) {
             "Algo type should be 'monitor' or 'SS'");
 }
 
+// Of an item on "cpu", beside the devices "a", "b" and "c".
+std::vector<AlgorithmTrack> tracksOf(const std::string& item, int32_t unit = 1) {
+  VirtualDaemon daemon("[cpu]\ntype real\n\n[a]\ntype charger\nlevel_table 0 1 2\n\n"
+                       "[b]\ntype charger\nlevel_table 0 1 2\n\n"
+                       "[c]\ntype charger\nlevel_table 0 1 2\n");
+  EXPECT_EQ(daemon.parseConfiguration(item), std::nullopt);
+  TraceDescription board = daemon.describe();
+  board.countIn({{"cpu", unit}});
+  return daemon.describeItems(board, "day.conf");
+}
+
+TEST_F(VirtualDaemonTest, AnItemsThresholdsAreToldInMillidegreesWhateverItsSensorCounts) {
+  const std::string monitor = "[m]\nalgo_type monitor\nsensor cpu\nthresholds 600 700\n"
+                              "thresholds_clr 550\nactions a a\naction_info 1 2\n";
+  const AlgorithmTrack tenths = tracksOf(monitor, 100).at(0);
+  EXPECT_EQ(tenths.thresholds.at(0).reached, 60'000);
+  EXPECT_EQ(tenths.thresholds.at(0).cleared, 55'000);
+  EXPECT_EQ(tenths.thresholds.at(1).cleared, 70'000);
+  const AlgorithmTrack step =
+      tracksOf("[s]\nalgo_type ss\nsensor cpu\ndevice b\nset_point -5\nset_point_clr -4\n"
+               "lowactive true\n",
+               1000)
+          .at(0);
+  EXPECT_EQ(step.thresholds.at(0).reached, -5000);
+  EXPECT_EQ(step.thresholds.at(0).cleared, -4000);
+  EXPECT_EQ(step.devices, std::vector<size_t>{1});
+}
+
+TEST_F(VirtualDaemonTest, ADeviceOfSeveralRowsIsThereOnceInTheOrderOfTheRows) {
+  EXPECT_EQ(tracksOf("[m]\nalgo_type monitor\nsensor cpu\nthresholds 1 2 3\n"
+                     "thresholds_clr 0 1 2\nactions c c+a a+c\naction_info 1 2+1 2+2\n")
+                .at(0)
+                .devices,
+            (std::vector<size_t>{2, 0}));
+}
+
+TEST_F(VirtualDaemonTest, TheItemsOfEveryScenarioAreDescribedInTheOrderOfTheItems) {
+  const std::string item = "algo_type ss\nsensor cpu\ndevice a\nset_point 9\nset_point_clr 8\n\n";
+  const auto tracks = tracksOf("[x]\n" + item + "SCEN night\n[y]\n" + item + "[z]\n" + item);
+  ASSERT_EQ(tracks.size(), 3U);
+  EXPECT_EQ(tracks[0].name + tracks[1].name + tracks[2].name, "xyz");
+  EXPECT_EQ(tracks[0].scenario, "Default");
+  EXPECT_EQ(tracks[2].scenario, "night");
+}
+
+TEST_F(VirtualDaemonTest, WhatIsOnlyReferredToIsNotDescribed) {
+  const VirtualDaemon daemon("[skin]\ntype virtual\nsampling 1000\ntrip_sensor gone\n"
+                             "sensors gone\nweights 1\n");
+  const TraceDescription board = daemon.describe();
+  ASSERT_EQ(board.sensors.size(), 1U);
+  EXPECT_EQ(board.sensors[0].name, "skin");
+  EXPECT_EQ(board.sensors[0].period, 1000U);
+  EXPECT_TRUE(board.devices.empty());
+}
+
+TEST_F(VirtualDaemonTest, AReportHasNoLevelsWhateverItsTableHas) {
+  const VirtualDaemon daemon("[log]\ntype report\nlevel_table 1 2\n");
+  EXPECT_TRUE(daemon.describe().devices.at(0).levels.empty());
+}
+
+TEST_F(VirtualDaemonTest, WhatWasReadBeforeAnErrorStays) {
+  VirtualDaemon daemon("[cpu]\ntype real\n\n[fan]\ntype charger\nlevel_table 0 1\n");
+  EXPECT_TRUE(daemon.parseConfiguration("[hot]\nalgo_type ss\nsensor cpu\ndevice fan\n"
+                                        "set_point 9\nset_point_clr 8\n\n[x]\nalgo_type other\n"));
+  EXPECT_EQ(daemon.items().size(), 1U);
+}
+
 } // namespace

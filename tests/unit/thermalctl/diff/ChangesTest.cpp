@@ -76,6 +76,24 @@ TEST(ChangesTest, StandInTheOrderOfThePlaces) {
              "b/x/3: appears (ss)", "b/y/1: goes (ss)"}));
 }
 
+TEST(ChangesTest, AnItemOfNothingIsNotDescribed) {
+  EXPECT_EQ(changed({{kItem, {{"sampling", "1000 ms"}}}}, {}), Lines{"day/Default/a: goes"});
+  EXPECT_EQ(changed({}, {{kItem, {{"kind", "monitor"}, {"sensor", "cpu"}}}}),
+            Lines{"day/Default/a: appears (monitor on cpu)"});
+}
+
+TEST(ChangesTest, AScenarioIsSaidToBeOneAndItsItemsAreNot) {
+  EXPECT_EQ(changed({}, {{{"day", "night", ""}, {{"scenario", "declared"}}},
+                         {{"day", "night", "a"}, {{"kind", "ss"}}}}),
+            (Lines{"day/night/: the scenario appears", "day/night/a: appears (ss)"}));
+}
+
+TEST(ChangesTest, AUnitThatOnlyOneHasIsToldOfEach) {
+  EXPECT_EQ(
+      changed({{kItem, {{"a", "7"}, {"b", "5 C"}}}}, {{kItem, {{"a", "8 ms"}, {"b", "6 ms"}}}}),
+      (Lines{"day/Default/a: a from 7 to 8 ms", "day/Default/a: b from 5 C to 6 ms"}));
+}
+
 // Of one board before and after an edit of its configuration.
 class CoverageChangesTest : public testing::Test {
 protected:

@@ -102,4 +102,95 @@ TEST_F(DiffOutputTest, ANameThatIsNoTextIsShownAsFarAsItIs) {
   EXPECT_EQ(jsonOf(printed(printDifferenceAsJson))["changes"][0]["scenario"], "n\uFFFD");
 }
 
+// Of four runs two that part, beside what only one of the studies has.
+StudyDifference partedRuns() {
+  StudyDifference study;
+  study.runs = {{"day", Parting{3'723'499, "level of gpu", "1", "3"}},
+                {"dusk", std::nullopt},
+                {"night\t", Parting{500, "scenario", "Default", "game"}},
+                {"dawn", std::nullopt}};
+  study.figures.changes = {{"day", "budgets.skin|44.verdict", "kept", "broken", "", true},
+                           {"day", "temperatures.skin.peak", "42", "42.5", "+0.5", false}};
+  study.figures.added = 1;
+  study.figures.gone = 2;
+  return study;
+}
+
+TEST_F(DiffOutputTest, RunsAreToldByWhereTheyPart) {
+  difference.runs = partedRuns();
+  EXPECT_FALSE(difference.none());
+  EXPECT_TRUE(difference.meansNothing());
+  EXPECT_EQ(printed(printDifference), "no change\n"
+                                      "\n"
+                                      "where the runs part\n"
+                                      "  day: 1:02:03 level of gpu 3, before 1\n"
+                                      "  night\u2409: 0:00:01 scenario game, before Default\n"
+                                      "  the same to the end: 2 runs\n"
+                                      "  not there before: 1 run\n"
+                                      "  not there any more: 2 runs\n"
+                                      "\n"
+                                      "verdicts and figures\n"
+                                      "run  figure                   before     now  difference\n"
+                                      "day  budgets.skin|44.verdict    kept  broken\n"
+                                      "     temperatures.skin.peak       42    42.5        +0.5\n");
+}
+
+TEST_F(DiffOutputTest, RunsThatAreTheSameAreCountedAndNothingElse) {
+  difference.runs = StudyDifference();
+  difference.runs->runs = {{"day", std::nullopt}};
+  EXPECT_TRUE(difference.none());
+  EXPECT_EQ(printed(printDifference), "no change\n"
+                                      "\n"
+                                      "where the runs part\n"
+                                      "  the same to the end: 1 run\n"
+                                      "\n"
+                                      "no change of verdicts and figures\n");
+  EXPECT_EQ(printed(printDifferenceAsMarkdown), "no change\n"
+                                                "\n"
+                                                "### Where the runs part\n"
+                                                "\n"
+                                                "- the same to the end: 1 run\n"
+                                                "\n"
+                                                "no change of verdicts and figures\n");
+}
+
+TEST_F(DiffOutputTest, FiguresAreATableOfAReview) {
+  difference.runs = partedRuns();
+  EXPECT_EQ(printed(printDifferenceAsMarkdown),
+            "no change\n"
+            "\n"
+            "### Where the runs part\n"
+            "\n"
+            "- day: 1:02:03 level of gpu 3, before 1\n"
+            "- night\u2409: 0:00:01 scenario game, before Default\n"
+            "- the same to the end: 2 runs\n"
+            "- not there before: 1 run\n"
+            "- not there any more: 2 runs\n"
+            "\n"
+            "### Verdicts and figures\n"
+            "\n"
+            "| run | figure | before | now | difference |\n"
+            "|---|---|---|---|---|\n"
+            "| day | budgets.skin\\|44.verdict | kept | broken |  |\n"
+            "| day | temperatures.skin.peak | 42 | 42.5 | +0.5 |\n");
+}
+
+TEST_F(DiffOutputTest, JsonHasEachRunAndEachFigure) {
+  difference.runs = partedRuns();
+  difference.runs->runs.resize(2);
+  const nlohmann::json json = jsonOf(printed(printDifferenceAsJson));
+  EXPECT_EQ(json["changed"], true);
+  EXPECT_EQ(json["simulation"], jsonOf(R"json({
+    "runs": [
+      {"run": "day", "parting": {"seconds": 3723.499, "what": "level of gpu", "before": "1",
+                                 "now": "3"}},
+      {"run": "dusk", "parting": null}],
+    "figures": [
+      {"run": "day", "figure": "budgets.skin|44.verdict", "before": "kept", "now": "broken",
+       "difference": "", "worse": true},
+      {"run": "day", "figure": "temperatures.skin.peak", "before": "42", "now": "42.5",
+       "difference": "+0.5", "worse": false}],
+    "worse": true, "added": 1, "gone": 2})json"));
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "fit/Determination.h"
 
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -59,6 +60,81 @@ TEST_F(DeterminationTest, WhatIsKnownWellIsNotTold) {
   ASSERT_EQ(found.size(), 1U);
   EXPECT_EQ(found[0].frozen, 1U);
   EXPECT_EQ(found[0].members, (std::vector<size_t>{1}));
+}
+
+TEST_F(DeterminationTest, WhatIsKnownToAThirdIsKnown) {
+  // A standard deviation of 0.35 is the largest that counts as known.
+  MatrixXd some(2, 2);
+  some << 1 / (0.349 * 0.349), 0, 0, 1 / (0.351 * 0.351);
+  const auto found = undeterminedOf(measured.misfit, some, measured.values, none);
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].frozen, 1U);
+}
+
+TEST_F(DeterminationTest, ADegreeOfAnOffsetIsKnownAndTwoAreNot) {
+  const fit_examples::Measured offsets("\"sensor.*.offset\"");
+  MatrixXd some(2, 2);
+  some << 1 / (0.99 * 0.99), 0, 0, 1 / (1.01 * 1.01);
+  const auto found = undeterminedOf(offsets.misfit, some, offsets.values, none);
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].frozen, 1U);
+  // A share of a number without a logarithm is its change.
+  EXPECT_EQ(found[0].changes, found[0].shares);
+}
+
+TEST_F(DeterminationTest, TheLeastKnownComesFirstAndTheNextIsAskedForWithoutIt) {
+  MatrixXd some(2, 2);
+  some << 2, 0, 0, 1;
+  const auto found = undeterminedOf(measured.misfit, some, measured.values, none);
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(found[0].frozen, 1U);
+  EXPECT_EQ(found[1].frozen, 0U);
+  EXPECT_EQ(found[1].members, std::vector<size_t>{0});
+}
+
+TEST_F(DeterminationTest, AFrozenOneIsInNoDirection) {
+  const auto found =
+      undeterminedOf(measured.misfit, MatrixXd::Zero(2, 2), measured.values, {true, false});
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_EQ(found[0].members, std::vector<size_t>{1});
+  EXPECT_TRUE(
+      undeterminedOf(measured.misfit, MatrixXd::Zero(2, 2), measured.values, {true, true}).empty());
+}
+
+TEST_F(DeterminationTest, OnlyWhatADirectionMovesByAQuarterBelongsToIt) {
+  for (const auto& [share, members] : {std::pair(0.26, 2U), std::pair(0.24, 1U)}) {
+    // Known is what lies across the direction alone.
+    const Eigen::Vector2d across = Eigen::Vector2d(-share, 1).normalized();
+    const MatrixXd some = 1e4 * across * across.transpose();
+    const auto found = undeterminedOf(measured.misfit, some, measured.values, none);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].members.size(), members) << share;
+    EXPECT_EQ(found[0].frozen, 0U);
+  }
+}
+
+TEST_F(DeterminationTest, AChangeOfALogarithmIsAShareOfTheNumber) {
+  MatrixXd product(2, 2);
+  product << 100, 100, 100, 100;
+  const auto found = undeterminedOf(measured.misfit, product, measured.values, none);
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_NEAR(found[0].changes[0], 2.5 * found[0].shares[0], 1e-9);
+  EXPECT_NEAR(found[0].changes[1], 40 * found[0].shares[1], 1e-9);
+}
+
+TEST_F(DeterminationTest, WhereAllAreFrozenNothingVaries) {
+  EXPECT_EQ(covarianceOf(4 * MatrixXd::Identity(2, 2), {true, true}), MatrixXd::Zero(2, 2));
+}
+
+TEST_F(DeterminationTest, TheCovarianceIsTheInverseOfWhatIsFree) {
+  MatrixXd known(3, 3);
+  known << 4, 9, 1, 9, 9, 9, 1, 9, 2;
+  const MatrixXd covariance = covarianceOf(known, {false, true, false});
+  EXPECT_NEAR(covariance(0, 0), 2 / 7.0, 1e-12);
+  EXPECT_NEAR(covariance(2, 2), 4 / 7.0, 1e-12);
+  EXPECT_NEAR(covariance(0, 2), -1 / 7.0, 1e-12);
+  EXPECT_EQ(covariance(2, 0), covariance(0, 2));
+  EXPECT_EQ(covariance.row(1).norm() + covariance.col(1).norm(), 0);
 }
 
 } // namespace

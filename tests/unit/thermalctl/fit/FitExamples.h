@@ -88,6 +88,11 @@ inline Recorded recorded(size_t seconds = 300) {
   return {"loads.csv,sensors.csv", {loads, sensors}};
 }
 
+// A search that nobody stops.
+inline bool goOn(const std::string& /*stage*/, double /*misfit*/) {
+  return true;
+}
+
 // What a plant would have shown: each reading becomes what the model has for it.
 inline void measure(std::vector<Recorded>& recordings, const PlantDescription& plant,
                     const std::vector<double>& offsets) {
@@ -107,8 +112,9 @@ inline void measure(std::vector<Recorded>& recordings, const PlantDescription& p
 
 // The readings of a true plant, and a misfit of that plant at the values by which they were made.
 struct Measured {
-  explicit Measured(const std::string& free = "", const std::string& text = kPlant)
-      : plant(plantOf(text)), quantities(quantitiesOf(free, text)),
+  explicit Measured(const std::string& free = "", const std::string& text = kPlant,
+                    size_t seconds = 1200)
+      : plant(plantOf(text)), quantities(quantitiesOf(free, text)), recordings{recorded(seconds)},
         misfit(plant, quantities, recordings, stretchesOf(recordings[0], 0, {0, 0})),
         values(Eigen::VectorXd::Constant(static_cast<Eigen::Index>(misfit.unknowns.count), 24)) {
     measure(recordings, plant, {0, 0});
@@ -130,7 +136,7 @@ struct Measured {
 
   const PlantDescription plant;
   const std::vector<Quantity> quantities;
-  std::vector<Recorded> recordings{recorded(1200)};
+  std::vector<Recorded> recordings;
   Misfit misfit;
   Eigen::VectorXd values;
 };

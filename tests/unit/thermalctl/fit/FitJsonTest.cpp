@@ -4,6 +4,7 @@
 #include <limits>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -16,8 +17,7 @@ namespace {
 class FitJsonTest : public testing::Test {
 protected:
   // Nothing where it is no JSON.
-  nlohmann::json written() const {
-    FitResult result;
+  nlohmann::json written() {
     result.misfit = &measured.misfit;
     result.estimation = &estimation;
     result.names = namesOfOutputs(measured.plant, fit_examples::board());
@@ -26,8 +26,10 @@ protected:
     return jsonOf(out.str());
   }
 
-  fit_examples::Measured measured{"\"node.*\", \"sensor.chip_t.offset\""};
+  fit_examples::Measured measured{"\"node.*\", \"sensor.chip_t.offset\"", fit_examples::kPlant,
+                                  300};
   Estimation estimation = fit_examples::estimationOf(measured);
+  FitResult result;
 };
 
 TEST_F(FitJsonTest, ANumberHasItsUnitItsGuessAndItsInterval) {
@@ -66,6 +68,58 @@ TEST_F(FitJsonTest, AFilesNameNeedNotBeText) {
 TEST_F(FitJsonTest, OnlyWhatWasReadHasNoise) {
   // The sensors, and neither node.
   EXPECT_EQ(written()["sensors"].size(), 2U);
+}
+
+TEST_F(FitJsonTest, ARecordingHasItsFilesTheirClocksAndItsSensors) {
+  measured.values[static_cast<Eigen::Index>(measured.misfit.unknowns.clocksBegin())] = 3.5;
+  estimation.fit.values = measured.values;
+  estimation.agreement = {{0, 1, 1195, 0.25, 1.5}, {1, 0, 10, 9, 9}};
+  EXPECT_EQ(written()["recordings"], jsonOf(R"json([
+    {"name": "loads.csv,sensors.csv",
+     "files": [{"file": "loads.csv", "offset_seconds": 0.0},
+               {"file": "sensors.csv", "offset_seconds": 3.5}],
+     "sensors": [{"name": "case_t", "readings": 1195, "rmse": 0.25, "largest": 1.5}]}])json"));
+}
+
+TEST_F(FitJsonTest, ASensorHasItsNoiseAndItsStep) {
+  measured.misfit.likelihoods[1] = {0.125, 0.5};
+  EXPECT_EQ(written()["sensors"], jsonOf(R"json([{"name": "chip_t", "noise": 0.3, "step": 0.0},
+                           {"name": "case_t", "noise": 0.125, "step": 0.5}])json"));
+}
+
+TEST_F(FitJsonTest, SaysWhetherItIsComplete) {
+  EXPECT_EQ(written()["complete"], true);
+  estimation.fit.interrupted = true;
+  EXPECT_EQ(written()["complete"], false);
+}
+
+TEST_F(FitJsonTest, HasTheSentences) {
+  result.undetermined = {"first"};
+  result.remarks = {"second", "third"};
+  EXPECT_EQ(written()["undetermined"], jsonOf(R"(["first"])"));
+  EXPECT_EQ(written()["remarks"], jsonOf(R"(["second", "third"])"));
+}
+
+TEST_F(FitJsonTest, CorrelationsHaveThreeDigits) {
+  estimation.correlations(0, 1) = -0.98765;
+  EXPECT_EQ(written()["correlations"],
+            jsonOf("[[1.0, -0.988, 0.0], [0.0, 1.0, 0.0], [0.0, 0.0, 1.0]]"));
+}
+
+TEST_F(FitJsonTest, WithoutAValidationThereIsNoWordOfOne) {
+  EXPECT_FALSE(written().contains("validation"));
+  const fit_examples::Measured other("", fit_examples::kPlant, 300);
+  const Estimation held = fit_examples::estimationOf(other);
+  result.validationMisfit = &other.misfit;
+  result.validation = &held;
+  const nlohmann::json validation = written()["validation"];
+  ASSERT_EQ(validation.size(), 1U);
+  EXPECT_EQ(validation[0]["sensors"][0]["readings"], 295);
+}
+
+TEST_F(FitJsonTest, OutputsAreTheSensorsAndBehindThemTheNodes) {
+  EXPECT_EQ(namesOfOutputs(measured.plant, fit_examples::board()),
+            (std::vector<std::string>{"chip_t", "case_t", "node:chip", "node:case"}));
 }
 
 TEST(OverallTest, ReadingsCountAndNotSensors) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -166,6 +167,114 @@ TEST_F(MisfitTest, TheTruthGoesBest) {
   fit_examples::Measured measured("\"node.*\", \"resistance.*\"");
   EXPECT_NEAR(measured.misfit.misfit(measured.values), 0, 1e-6);
   EXPECT_LT(measured.misfit.evidence(measured.values).slope.cwiseAbs().maxCoeff(), 1e-3);
+}
+
+TEST_F(MisfitTest, AFileWithoutReadingsAndChangesHasNoClock) {
+  std::vector<Recorded> three = {fit_examples::recorded()};
+  three[0].files.insert(three[0].files.begin() + 1, RecordedFile());
+  const Unknowns unknowns(plant, quantities, three, stretchesOf(three[0], 0, {0, 0, 0}));
+  EXPECT_EQ(unknowns.clocks[0],
+            (std::vector<std::optional<size_t>>{std::nullopt, std::nullopt, 10}));
+  EXPECT_EQ(unknowns.clocksEnd(), 11U);
+  VectorXd all = VectorXd::Zero(static_cast<Index>(unknowns.count));
+  all[10] = -2.5;
+  EXPECT_EQ(unknowns.offsetsOf(0, all), (std::vector<double>{0, 0, -2.5}));
+}
+
+TEST_F(MisfitTest, EachRecordingHasItsClocksAndEachStretchItsStarts) {
+  std::vector<Recorded> two = {fit_examples::recorded(), fit_examples::recorded()};
+  two[1].files[0].gaps = {{100, 150}};
+  const Misfit both = misfitOf(plant, quantities, two);
+  ASSERT_EQ(both.stretches.size(), 3U);
+  EXPECT_EQ(both.stretches[1].recording, 1U);
+  EXPECT_EQ(both.unknowns.clocks[0][1], 10U);
+  EXPECT_EQ(both.unknowns.clocks[1][1], 11U);
+  EXPECT_EQ(both.unknowns.startsBegin, 12U);
+  EXPECT_EQ(both.unknowns.count, 12U + 3U * 3U);
+}
+
+TEST_F(MisfitTest, KnowsTheStepsOfTheReadings) {
+  std::vector<Recorded> rounded = {fit_examples::recorded()};
+  for (Reading& reading : rounded[0].files[1].readings)
+    if (reading.output == 1) reading.celsius = 25.1;
+  const Misfit made = misfitOf(plant, quantities, rounded);
+  ASSERT_EQ(made.likelihoods.size(), 4U);
+  EXPECT_EQ(made.likelihoods[0].step, 1);
+  EXPECT_EQ(made.likelihoods[1].step, 0.1);
+  EXPECT_EQ(made.likelihoods[1].noise, 1);
+}
+
+TEST_F(MisfitTest, NaturalValuesAreThoseOfThePlantFile) {
+  const std::vector<double> natural = misfit.naturalOf(values);
+  ASSERT_EQ(natural.size(), quantities.size());
+  for (size_t i = 0; i < quantities.size(); ++i)
+    EXPECT_NEAR(natural[i], quantities[i].byLogarithm() ? quantities[i].guess : 0.3, 1e-12)
+        << quantities[i].name;
+}
+
+TEST_F(MisfitTest, EveryResidualHasItsReadingAndItsPlace) {
+  const std::vector<ReadingRow>& rows = recordings[0].files[1].rows;
+  size_t count = 0;
+  misfit.eachResidual(values, [&](const Residual& residual) {
+    EXPECT_EQ(residual.stretch, 0U);
+    EXPECT_EQ(residual.file, 1U);
+    EXPECT_EQ(residual.row, &rows[count / 2]);
+    EXPECT_EQ(residual.reading.output, count % 2);
+    EXPECT_EQ(residual.reading.celsius, count % 2 == 0 ? 30 : 25);
+    ++count;
+  });
+  EXPECT_EQ(count, 2 * rows.size());
+}
+
+TEST_F(MisfitTest, OfTheRowsEveryStridethCounts) {
+  std::vector<const ReadingRow*> all;
+  std::vector<const ReadingRow*> some;
+  const auto rowsInto = [&](std::vector<const ReadingRow*>& rows) {
+    misfit.eachResidual(values, [&](const Residual& residual) {
+      if (residual.reading.output == 0) rows.push_back(residual.row);
+    });
+  };
+  rowsInto(all);
+  misfit.stride = 7;
+  rowsInto(some);
+  ASSERT_EQ(some.size(), (all.size() + 6) / 7);
+  for (size_t i = 0; i < some.size(); ++i)
+    EXPECT_EQ(some[i], all[7 * i]) << i;
+}
+
+TEST_F(MisfitTest, OneRecordingAloneCountsWhereItIsAskedFor) {
+  std::vector<Recorded> two = {fit_examples::recorded(), fit_examples::recorded()};
+  for (Reading& reading : two[1].files[1].readings)
+    reading.celsius += 3;
+  Misfit both = misfitOf(plant, quantities, two);
+  both.likelihoods = misfit.likelihoods;
+  VectorXd at = VectorXd::Constant(static_cast<Index>(both.unknowns.count), 27);
+  at.head(10) = values.head(10);
+  at.segment(10, 2).setConstant(1.7);
+  const double first = both.misfit(at, 0);
+  EXPECT_NEAR(first, misfit.misfit(values), 1e-9 * first);
+  EXPECT_NEAR(first + both.misfit(at, 1), both.misfit(at), 1e-9 * first);
+  EXPECT_GT(std::abs(both.misfit(at, 1) - first), 1);
+  size_t others = 0;
+  both.eachResidual(
+      at, [&](const Residual& residual) { others += residual.stretch == 1 ? 0 : 1; }, 1);
+  EXPECT_EQ(others, 0U);
+}
+
+TEST_F(MisfitTest, AnotherNoiseIsTakenUp) {
+  const double before = misfit.misfit(values);
+  misfit.likelihoods[0].noise = 0.25;
+  EXPECT_GT(misfit.misfit(values), before);
+  misfit.likelihoods[0].noise = 0.5;
+  EXPECT_EQ(misfit.misfit(values), before);
+}
+
+TEST_F(MisfitTest, OtherValuesHaveAnotherModel) {
+  VectorXd other = values;
+  other[0] += 0.5;
+  const double before = misfit.misfit(values);
+  EXPECT_NE(misfit.misfit(other), before);
+  EXPECT_EQ(misfit.misfit(values), before);
 }
 
 } // namespace

@@ -104,4 +104,90 @@ TEST(PlantTextTest, ATinyNumberOfALawDoesNotBecomeZero) {
   EXPECT_NEAR(std::stod(deserved(4.1e-19, 2e-20)), 4.1e-19, 2e-21);
 }
 
+// A source of three levels, of which the last gives off nothing.
+Quantity levelsOf(const std::string& line, int number) {
+  Quantity watts;
+  watts.kind = Quantity::Kind::kWatts;
+  watts.name = "source.cpu.watts";
+  watts.guess = 4;
+  for (const std::string level : {"4", "1", "0"})
+    watts.places.push_back(
+        {{{number, static_cast<int>(line.find(level)) + 1}, level.size()}, std::stod(level)});
+  return watts;
+}
+
+TEST(PlantTextTest, OfATableOfWattsEachEntryKeepsItsShare) {
+  const std::string line = "watts = [4, 1, 0]";
+  EXPECT_EQ(withEstimates("[source.cpu]\n" + line + "\n", {levelsOf(line, 2)},
+                          {{6, 5.8, 6.2, false, {}}}),
+            "[source.cpu]\nwatts = [6.00, 1.500, 0]  # source.cpu.watts 95 %: 5.80 to 6.20 W\n");
+  EXPECT_EQ(
+      withEstimates("[source.cpu]\n" + line + "\n", {levelsOf(line, 2)}, {{4, 0, 0, true, {}}}),
+      "[source.cpu]\nwatts = [4, 1, 0]  # source.cpu.watts not determined: the guess\n");
+}
+
+TEST(PlantTextTest, OfATableFittedAgainTheLatestRemarkStays) {
+  const std::string line = "watts = [4, 1, 0]";
+  for (const char* earlier : {"  # source.cpu.watts 95 %: 3.00 to 5.00 W",
+                              "  # source.cpu.watts not determined: the guess"})
+    EXPECT_EQ(withEstimates(line + earlier, {levelsOf(line, 1)}, {{4, 0, 0, true, {}}}),
+              line + "  # source.cpu.watts not determined: the guess");
+}
+
+TEST(PlantTextTest, ARemarkThatIsNoFitsStays) {
+  const auto quantities = fit_examples::quantitiesOf("\"node.case.*\"");
+  std::string text = fit_examples::kPlant;
+  text.replace(text.find("# a guess"), 9, "# 95 % sure");
+  EXPECT_NE(withEstimates(text, quantities, {{41, 40, 42, false, {}}})
+                .find("= 41.0 # 95 % sure  # 95 %: 40.0 to 42.0 J/K\n"),
+            std::string::npos);
+}
+
+TEST(PlantTextTest, ANumberThatFollowsAGuessSaysSo) {
+  const auto quantities = fit_examples::quantitiesOf("\"node.case.*\"");
+  EXPECT_NE(withEstimates(fit_examples::kPlant, quantities, {{41, 40, 42, false, 0}})
+                .find("# 95 %: 40.0 to 42.0 J/K, as far as a guess that was kept is right\n"),
+            std::string::npos);
+}
+
+TEST(PlantTextTest, AnAmbientThatIsNotThereIsPutInFront) {
+  Quantity ambient;
+  ambient.kind = Quantity::Kind::kAmbient;
+  EXPECT_EQ(withEstimates("# mine\r\n[node.chip]\r\n", {ambient}, {{21.25, 21, 21.5, false, {}}}),
+            "ambient = 21.25  # 95 %: 21.00 to 21.50 C\r\n# mine\r\n[node.chip]\r\n");
+  // Of a guess that stays nothing is written.
+  EXPECT_EQ(withEstimates("# mine\n", {ambient}, {{25, 0, 0, true, {}}}), "# mine\n");
+}
+
+TEST(PlantTextTest, AnOffsetIsPutInWithTheEndsOfTheLinesThatThereAre) {
+  Quantity offset;
+  offset.kind = Quantity::Kind::kOffset;
+  offset.places = {{{{1, 0}, 0}, 0}};
+  const std::string line = "offset = -0.50  # 95 %: -0.60 to -0.40 C";
+  const std::vector<Estimate> found = {{-0.5, -0.6, -0.4, false, {}}};
+  EXPECT_EQ(withEstimates("[sensor.a]\r\nnode = 1\r\n", {offset}, found),
+            "[sensor.a]\r\n" + line + "\r\nnode = 1\r\n");
+  EXPECT_EQ(withEstimates("[sensor.a]", {offset}, found), "[sensor.a]\n" + line);
+}
+
+TEST(PlantTextTest, NumbersOfOneLineAreAllReplaced) {
+  Quantity capacity;
+  Quantity resistance;
+  resistance.kind = Quantity::Kind::kResistance;
+  capacity.guess = resistance.guess = 2;
+  capacity.places = {{{{1, 7}, 1}, 2}};
+  resistance.places = {{{{1, 14}, 1}, 2}};
+  EXPECT_EQ(withEstimates("{ c = 2, r = 2 }\n", {capacity, resistance},
+                          {{12.5, 12, 13, false, {}}, {3.5, 3, 4, false, {}}}),
+            "{ c = 12.50, r = 3.50 }  # 95 %: 12.00 to 13.00 J/K  # 95 %: 3.00 to 4.00 K/W\n");
+}
+
+TEST(PlantTextTest, DigitsThatWouldBeTooManyBecomeAnExponent) {
+  EXPECT_EQ(deserved(1.2345678e-10, 1e-11), "0.000000000123");
+  EXPECT_EQ(deserved(1.2345678e-10, 9e-12), "1.235e-10");
+  EXPECT_EQ(deserved(-2.5, 0.1), "-2.50");
+  EXPECT_EQ(deserved(0, 1e-15), "0");
+  EXPECT_EQ(deserved(41.2, -1), "41.2");
+}
+
 } // namespace

@@ -1,5 +1,6 @@
 #include "fit/Stretch.h"
 
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -111,6 +112,59 @@ TEST(StretchTest, TooFewRowsAreNone) {
   EXPECT_TRUE(stretchesOf(one, 0, {0, 0}).empty());
   one.files[1].rows.push_back({9, 9, 10, 0});
   EXPECT_EQ(stretchesOf(one, 0, {0, 0}).size(), 1U);
+}
+
+// The rows of the sensors in each stretch.
+std::vector<std::pair<size_t, size_t>> rowsOf(const std::vector<Stretch>& stretches) {
+  std::vector<std::pair<size_t, size_t>> rows;
+  for (const Stretch& stretch : stretches)
+    rows.push_back(stretch.rows.at(1));
+  return rows;
+}
+
+using Rows = std::vector<std::pair<size_t, size_t>>;
+
+TEST(StretchTest, GapsThatOverlapAreOne) {
+  Recorded one = recorded();
+  one.files[0].gaps = {{50.5, 60.5}, {30.5, 55.5}, {40.5, 45.5}};
+  EXPECT_EQ(rowsOf(stretchesOf(one, 0, {0, 0})), (Rows{{0, 31}, {61, 100}}));
+}
+
+TEST(StretchTest, AGapMayReachToTheBeginOrToTheEnd) {
+  Recorded one = recorded();
+  one.files[0].gaps = {{-5, 20.5}, {79.5, 200}};
+  EXPECT_EQ(rowsOf(stretchesOf(one, 0, {0, 0})), (Rows{{21, 80}}));
+}
+
+TEST(StretchTest, BetweenGapsTooFewRowsAreNone) {
+  Recorded one = recorded();
+  // Nine rows between the first two, and ten between the last.
+  one.files[0].gaps = {{10.5, 20.5}, {29.5, 40.5}, {50.5, 60.5}};
+  EXPECT_EQ(rowsOf(stretchesOf(one, 0, {0, 0})), (Rows{{0, 11}, {41, 51}, {61, 100}}));
+}
+
+TEST(StretchTest, RowsOfAllFilesCountTogether) {
+  Recorded two = recorded();
+  two.files[1].rows.resize(5);
+  EXPECT_TRUE(stretchesOf(two, 0, {0, 0}).empty());
+  two.files.push_back(two.files[1]);
+  const std::vector<Stretch> stretches = stretchesOf(two, 0, {0, 0, 0});
+  ASSERT_EQ(stretches.size(), 1U);
+  EXPECT_EQ(stretches[0].rows, (Rows{{0, 0}, {0, 5}, {0, 5}}));
+}
+
+TEST(StretchTest, WhatAllFilesOfLoadsTellIsKnown) {
+  Recorded two = recorded();
+  RecordedFile other = two.files[0];
+  other.first = 30;
+  other.last = 60;
+  two.files.push_back(other);
+  EXPECT_EQ(rowsOf(stretchesOf(two, 0, {0, 0, 0})), (Rows{{29, 61}}));
+  // By its own clock, ten seconds later.
+  EXPECT_EQ(rowsOf(stretchesOf(two, 0, {0, 0, 10})), (Rows{{39, 71}}));
+  // A file of readings alone bounds nothing.
+  two.files[2].changes.clear();
+  EXPECT_EQ(rowsOf(stretchesOf(two, 0, {0, 0, 0})), (Rows{{0, 100}}));
 }
 
 } // namespace

@@ -130,3 +130,81 @@ TEST(BoardNodeTest, DoubtsAPathWhoseLabelMayMissTheNode) {
   EXPECT_TRUE(nodesIn(sensor("/sys/devices/a/thermal_zones/temp")).findings.empty());
   EXPECT_TRUE(nodesIn(sensor("/sys/devices/classes/temp")).findings.empty());
 }
+
+TEST(BoardNodeTest, SaysWhyAPathCanHaveNoLabelAndWhatToDo) {
+  struct {
+    const char* path;
+    const char* message;
+    const char* hint;
+  } const cases[] = {
+      {"/proc/temp", "no label is for a node here: it would be closed to the daemon",
+       "a node stands below /sys or /dev, a report below /data/vendor/thermal"},
+      {"/sys//temp", "this path cannot be told to init and to the policy as it is",
+       "write it with letters, digits and _-.,:@+=~% between single slashes, without '.' and '..'"},
+      {"/sys/kernel/debug/temp",
+       "a user build has no such node: it belongs to a file system for debugging",
+       "have the driver give the node a place below /sys/devices"},
+      {"/sys/class/a/temp",
+       "this path leads through a symbolic link, and a label holds for the real one",
+       "write what 'adb shell realpath' prints for it"},
+      {"/sys/devices/iio:device0/raw",
+       "the number in this path is given as drivers come up, and may be another one with the next "
+       "kernel",
+       "see 'Unstable zone numbers' in docs/android.md"},
+  };
+  for (const auto& each : cases) {
+    const BoardNodes board = nodesIn(sensor(each.path));
+    ASSERT_EQ(board.findings.size(), 1U) << each.path;
+    EXPECT_EQ(board.findings[0].message, each.message);
+    EXPECT_EQ(board.findings[0].hint, each.hint);
+    EXPECT_EQ(board.findings[0].rule, "integrate");
+    EXPECT_EQ(board.findings[0].file, "board.env");
+  }
+}
+
+TEST(BoardNodeTest, EverySignThatMeansNothingToInitMayBeInAPath) {
+  const BoardNodes board = nodesIn(sensor("/sys/devices/a_b-c.d,e:f@0+1=2~3%4/Temp9"));
+  EXPECT_EQ(board.nodes.size(), 1U);
+  EXPECT_TRUE(board.findings.empty());
+}
+
+TEST(BoardNodeTest, KnowsTheDaemonsOwnFolder) {
+  const BoardNodes board = nodesIn("[log]\ntype report\nnode_path /data/vendor/thermal/log\n");
+  ASSERT_EQ(board.nodes.size(), 1U);
+  EXPECT_EQ(board.nodes[0].place, BoardNode::kData);
+  EXPECT_TRUE(board.nodes[0].isWritten);
+  EXPECT_FALSE(board.nodes[0].atLevelZero);
+  EXPECT_EQ(board.nodes[0].path, "/data/vendor/thermal/log");
+}
+
+TEST(BoardNodeTest, DoubtsALinkWhereverTheKernelHasOnes) {
+  for (const char* path : {"/sys/block/a/x", "/sys/dev/a/x", "/sys/module/a/drivers/x",
+                           "/sys/devices/cooling_device12/x", "/sys/devices/hwmon3"})
+    EXPECT_EQ(nodesIn(sensor(path)).findings.size(), 1U) << path;
+  for (const char* path : {"/sys/module/a/parameters/x", "/sys/devices/class/x", "/dev/block/a",
+                           "/sys/devices/hwmon/x", "/sys/devices/hwmon3a/x"})
+    EXPECT_TRUE(nodesIn(sensor(path)).findings.empty()) << path;
+}
+
+TEST(BoardNodeTest, ANodeThatIsSharedIsDoubtedOnce) {
+  const std::string path = "/sys/class/a/x";
+  EXPECT_EQ(nodesIn(device("gpufreq", "1 2", path, "a") + device("gpufreq", "1 2", path, "b"))
+                .findings.size(),
+            1U);
+}
+
+TEST(BoardNodeTest, AllCamerasHaveOneSwitch) {
+  const BoardNodes board = nodesIn(device("camera", "30 24", "/sys/devices/a", "front") +
+                                   device("camera", "30 15", "/sys/devices/b", "back"));
+  ASSERT_EQ(board.nodes.size(), 3U);
+  EXPECT_EQ(board.nodes[1].path, CameraDevice::kFixedFrameRateNode);
+  EXPECT_EQ(board.nodes[2].path, "/sys/devices/b");
+  EXPECT_TRUE(board.findings.empty());
+}
+
+TEST(BoardNodeTest, WithoutANodeThereIsNone) {
+  EXPECT_TRUE(nodesIn("[cpu]\ntype real\n\n[a]\ntype gpufreq\nlevel_table 1 2\n").nodes.empty());
+  const BoardNodes board = nodesIn("[a]\ntype camera\nlevel_table 30 24\n");
+  ASSERT_EQ(board.nodes.size(), 1U);
+  EXPECT_EQ(board.nodes[0].path, CameraDevice::kFixedFrameRateNode);
+}

@@ -64,3 +64,44 @@ TEST(FolderComparisonTest, EveryByteCountsWithoutASignForRemarks) {
   EXPECT_EQ(differences(std::string("\1\0\0\0", 4), std::string("\1\0\0\1", 4), nullptr),
             Texts{"different 1:4 " + hint});
 }
+
+TEST(FolderComparisonTest, ADifferenceIsAnErrorAtAllOfItsLine) {
+  const auto found =
+      compareFile("out/a.rc", "a 1\n  b\t 9  \nc 3\n", {"a.rc", "a 1\nb 2\nd 4\n", "#"}, "my.env");
+  ASSERT_EQ(found.size(), 3U);
+  for (const Finding& each : found) {
+    EXPECT_EQ(each.severity, Severity::kError);
+    EXPECT_EQ(each.file, "out/a.rc");
+  }
+  EXPECT_EQ(found[0].message, "this line differs from what my.env asks for");
+  EXPECT_EQ(found[0].at.column, 3);
+  EXPECT_EQ(found[0].length, 4U);
+  EXPECT_EQ(found[1].message, "nothing in my.env asks for this line");
+  EXPECT_EQ(found[1].length, 3U);
+  EXPECT_EQ(found[2].hint, "put it in");
+  EXPECT_EQ(found[2].length, 1U);
+}
+
+TEST(FolderComparisonTest, TheOtherSignForRemarksBeginsNone) {
+  EXPECT_EQ(differences("a 1\n", "a 1\n// b\n", "//"), Texts());
+  EXPECT_EQ(differences("a 1\n", "a 1\n# b\n", "//"), Texts{"extra 2:1 take it out"});
+  EXPECT_EQ(differences("a 1\n", "a 1 # b\n"), Texts{"different 1:1 it must be 'a 1'"});
+}
+
+TEST(FolderComparisonTest, EndsOfLinesAsElsewhereMakeNoDifference) {
+  EXPECT_EQ(differences("a 1\nb 2\n", "a 1\r\nb 2\r\n"), Texts());
+}
+
+TEST(FolderComparisonTest, EachLineIsHeldAgainstTheOneOfItsFirstWord) {
+  EXPECT_EQ(differences("a 1\nb 2\nc 3\nd 4\n", "a 1\nc 9\nb 8\nd 4\n"),
+            (Texts{"different 2:1 it must be 'c 3'", "different 3:1 it must be 'b 2'"}));
+  // Of two of that word the first is meant.
+  EXPECT_EQ(differences("b 1\nb 2\n", "b 3\n"),
+            (Texts{"different 1:1 it must be 'b 1'",
+                   "missing 1:1 a line is missing after this one: 'b 2'"}));
+}
+
+TEST(FolderComparisonTest, AsManyLinesAsPossibleAreLeftAsTheyAre) {
+  EXPECT_EQ(differences("x\na\nb\nc\n", "a\nb\nc\nx\n"),
+            (Texts{"missing 1:1 a line is missing before this one: 'x'", "extra 4:1 take it out"}));
+}

@@ -98,3 +98,59 @@ TEST_F(FolderTest, AFileThatCannotBeReadIsNoAnswer) {
   EXPECT_EQ(compare().trouble->reason, std::errc::is_a_directory);
   EXPECT_EQ(write().trouble->reason, std::errc::is_a_directory);
 }
+
+TEST_F(FolderTest, ALineThatDiffersIsFoundInItsFile) {
+  write();
+  std::string text = files.read("out/talmor-thermal-board.rc");
+  const std::string node = "/sys/devices/big";
+  text.replace(text.find("chmod 0644 " + node), 10, "chmod 0600");
+  files.write("out/talmor-thermal-board.rc", text);
+  const ComparedFolder compared = compare();
+  EXPECT_FALSE(compared.isSame());
+  ASSERT_EQ(compared.findings.size(), 1U);
+  EXPECT_EQ(compared.findings[0].file, path("talmor-thermal-board.rc"));
+  EXPECT_EQ(compared.findings[0].hint, "it must be 'chmod 0644 " + node + "'");
+  EXPECT_EQ(compared.sources.at(path("talmor-thermal-board.rc")).text(), text);
+}
+
+TEST_F(FolderTest, AnEnvironmentOfWhichAByteDiffersIsFound) {
+  write();
+  files.write("out/talmor-thermal.env", std::string(kBoard) + "\n");
+  const ComparedFolder compared = compare();
+  ASSERT_EQ(compared.findings.size(), 1U);
+  EXPECT_EQ(compared.findings[0].at.line, 5);
+  write();
+  EXPECT_TRUE(compare().isSame());
+}
+
+TEST_F(FolderTest, WhatItsOwnerSaysOfLicensesStaysAtTheNextTime) {
+  write();
+  const std::string license = "license {\n    name: \"mine\",\n}\n";
+  files.write("out/Android.bp", license + files.read("out/Android.bp"));
+  // It is in another place than where it will be.
+  EXPECT_FALSE(compare().isSame());
+  write();
+  EXPECT_NE(files.read("out/Android.bp").find(license), std::string::npos);
+  EXPECT_TRUE(compare().isSame());
+}
+
+TEST_F(FolderTest, WhereAFileCannotBeWrittenNothingIsTakenAway) {
+  write();
+  fs::remove(path("talmor-thermal.env"));
+  fs::create_directory(path("talmor-thermal.env"));
+  const WrittenFolder written = write(kWithoutBytes);
+  ASSERT_TRUE(written.trouble);
+  EXPECT_EQ(written.trouble->path, path("talmor-thermal.env"));
+  EXPECT_EQ(written.written.size(), 5U);
+  EXPECT_TRUE(written.removed.empty());
+  EXPECT_TRUE(fs::exists(path("talmor-thermal-big.level0")));
+}
+
+TEST_F(FolderTest, EachFileIsToldInItsOrder) {
+  files.write("talmor-thermal.conf", "SCEN Default\n");
+  EXPECT_EQ(write().written, (std::vector<std::string>{
+                                 path("Android.bp"), path("sepolicy/file_contexts"),
+                                 path("sepolicy/genfs_contexts"), path("talmor-thermal-board.rc"),
+                                 path("talmor-thermal-ueventd.rc"), path("talmor-thermal.env"),
+                                 path("talmor-thermal-big.level0"), path("talmor-thermal.conf")}));
+}

@@ -114,3 +114,78 @@ TEST(IntegrationFilesTest, KeepsWhatTheBlueprintSaysOfLicenses) {
 TEST(IntegrationFilesTest, TakesTheEnvironmentAlongByteForByte) {
   EXPECT_EQ(content(filesOf(kSensor), "talmor-thermal.env"), kSensor);
 }
+
+TEST(IntegrationFilesTest, InitKnowsTheServiceAndWhatComesBeforeAndBehindIt) {
+  const std::string init = content(filesOf(kSensor + knob("gpufreq", "/sys/devices/max", "8 7")),
+                                   "talmor-thermal-board.rc");
+  EXPECT_EQ(init,
+            "# Made by \"thermalctl integrate\" of the board's environment file. Change that one, "
+            "and make\n"
+            "# this one anew.\n"
+            "\n"
+            "# Before the daemon starts: its nodes are readable, or its user's, and at level 0.\n"
+            "on boot\n"
+            "    chmod 0444 /sys/devices/a/temp\n"
+            "    chown system system /sys/devices/max\n"
+            "    chmod 0644 /sys/devices/max\n"
+            "    write /sys/devices/max 8\n"
+            "\n"
+            "# After the end of a run, too, the nodes are at level 0, as the next one takes them "
+            "to be.\n"
+            "service vendor.talmor-thermal /vendor/bin/talmor-thermal\n"
+            "    class late_start\n"
+            "    user system\n"
+            "    group system\n"
+            "    capabilities\n"
+            "    oom_score_adjust -1000\n"
+            "    restart_period 120\n"
+            "    task_profiles ServiceCapacityLow\n"
+            "    onrestart write /sys/devices/max 8\n");
+}
+
+TEST(IntegrationFilesTest, TheBlueprintInstallsEachFileInTheOrderOfTheirNames) {
+  EXPECT_EQ(content(filesOf(knob("cpufreq", "/sys/devices/max", "258 7")), "Android.bp"),
+            "// Made by \"thermalctl integrate\" of the board's environment file. Change that one, "
+            "and make\n"
+            "// this one anew.\n"
+            "\n"
+            "// Another board in the tree may have modules of the same names.\n"
+            "soong_namespace {\n}\n\n"
+            "phony {\n"
+            "    name: \"talmor-thermal-board\",\n"
+            "    required: [\n"
+            "        \"talmor-thermal\",\n"
+            "        \"talmor-thermal-board.rc\",\n"
+            "        \"talmor-thermal-knob.level0\",\n"
+            "        \"talmor-thermal-ueventd.rc\",\n"
+            "        \"talmor-thermal.conf\",\n"
+            "        \"talmor-thermal.env\",\n"
+            "    ],\n}\n"
+            "\nprebuilt_etc {\n    name: \"talmor-thermal-board.rc\",\n    vendor: true,\n"
+            "    src: \"talmor-thermal-board.rc\",\n    sub_dir: \"init\",\n}\n"
+            "\nprebuilt_etc {\n    name: \"talmor-thermal-knob.level0\",\n    vendor: true,\n"
+            "    src: \"talmor-thermal-knob.level0\",\n}\n"
+            "\nprebuilt_etc {\n    name: \"talmor-thermal-ueventd.rc\",\n    vendor: true,\n"
+            "    src: \"talmor-thermal-ueventd.rc\",\n}\n"
+            "\nprebuilt_etc {\n    name: \"talmor-thermal.conf\",\n    vendor: true,\n"
+            "    src: \"talmor-thermal.conf\",\n}\n"
+            "\nprebuilt_etc {\n    name: \"talmor-thermal.env\",\n    vendor: true,\n"
+            "    src: \"talmor-thermal.env\",\n}\n");
+}
+
+TEST(IntegrationFilesTest, SaysWhatAReaderTakesForARemark) {
+  for (const IntegrationFile& file : filesOf(knob("cpufreq", "/sys/devices/max", "258 7"))) {
+    const std::string remark = file.remark ? file.remark : "none";
+    const bool isExact =
+        file.name == "talmor-thermal.env" || file.name.find(".level0") != std::string::npos;
+    EXPECT_EQ(remark, isExact ? "none" : file.name == "Android.bp" ? "//" : "#") << file.name;
+    const bool saysSo = file.content.rfind(remark + " Made by", 0) == 0;
+    EXPECT_EQ(saysSo, !isExact) << file.name;
+  }
+}
+
+TEST(IntegrationFilesTest, ASignOfAnExpressionInAPathIsItself) {
+  const auto files = filesOf("[t]\ntype real\nnode_path /dev/a+b.c-d\n\n");
+  EXPECT_TRUE(has(content(files, "sepolicy/file_contexts"),
+                  "/dev/a\\+b\\.c-d u:object_r:talmor_thermal_sensor_device:s0"));
+}
