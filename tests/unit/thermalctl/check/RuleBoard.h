@@ -41,6 +41,16 @@ public:
     return places;
   }
 
+  // "MESSAGE (HINT)" of each finding.
+  Places said(const std::vector<Rule>& rules,
+              const std::vector<std::string>& configurations) const {
+    Places sentences;
+    for (const Finding& finding : findings(rules, configurations))
+      sentences.push_back(finding.message +
+                          (finding.hint.empty() ? "" : " (" + finding.hint + ")"));
+    return sentences;
+  }
+
   std::vector<Finding> findings(const std::vector<Rule>& rules,
                                 const std::vector<std::string>& configurations) const {
     Environment board = readEnvironment("env", environment);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "thermalctl/command/CommandBoard.h"
+
 namespace {
 
 struct Options {
@@ -34,25 +36,9 @@ ExitStatus keep(const Options& options) {
   return ending;
 }
 
-struct Ended {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-Ended run(std::vector<std::string> words) {
-  words.insert(words.begin(), "thermalctl");
-  std::vector<char*> arguments;
-  arguments.reserve(words.size());
-  for (std::string& word : words)
-    arguments.push_back(word.data());
+EndedCommand run(const std::vector<std::string>& words) {
   given = {};
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  const int status = runCommand({commandOf("try", "Try it", "Examples: none", addOptions, keep)},
-                                static_cast<int>(arguments.size()), arguments.data());
-  const std::string out = testing::internal::GetCapturedStdout();
-  return {status, out, testing::internal::GetCapturedStderr()};
+  return endOf({commandOf("try", "Try it", "Examples: none", addOptions, keep)}, words);
 }
 
 TEST(CommandLineTest, LeavesTheDefaultsOfWhatIsNotGiven) {
@@ -98,7 +84,7 @@ TEST(CommandLineTest, ComplainsOfAWrongCommandLineAndRunsNothing) {
                                             {"try", "--seed=7", "--timeout", "0.4"},
                                             {"try", "--seed=7", "--timeout", "20.1"}};
   for (const std::vector<std::string>& words : wrong) {
-    const Ended ended = run(words);
+    const EndedCommand ended = run(words);
     EXPECT_EQ(ended.status, kCouldNotRun);
     EXPECT_EQ(ended.out, "");
     EXPECT_EQ(ended.err.find("thermalctl: "), 0U) << ended.err;
@@ -147,20 +133,93 @@ TEST(CommandLineTest, ShowsWhatCannotBeSeenInTheUsersWord) {
 }
 
 TEST(CommandLineTest, ComplainsOfWhatOnlyTheCommandCanTell) {
-  const Ended ended = run({"try", "--seed=7", "--word", "other"});
+  const EndedCommand ended = run({"try", "--seed=7", "--word", "other"});
   EXPECT_EQ(ended.status, kCouldNotRun);
   EXPECT_EQ(ended.err, "thermalctl: --word: not with these files\n"
                        "Run with --help for more information.\n");
 }
 
 TEST(CommandLineTest, HelpTellsEveryOption) {
-  const Ended help = run({"try", "--help"});
+  const EndedCommand help = run({"try", "--help"});
   EXPECT_EQ(help.status, kFine);
   for (const char* entry :
        {"  FILE FILE ...  ", "  --word TEXT:{usual,other}=usual\n", "  --root [ROOT]=/  ",
         "  --limit LIMIT ...  ", "  --timeout SECONDS=10  ", "  --seed UINT REQUIRED  ",
         "  --loud  ", "\nExamples: none\n"})
     EXPECT_NE(help.out.find(entry), std::string::npos) << entry << help.out;
+}
+
+TEST(CommandLineTest, AWordThatNoOptionTakesIsToldWithWhatTheCommandTakes) {
+  const auto complaintOf = [](const char* name, void (*addOptionsOf)(CommandLine&, Options&)) {
+    return endOf({commandOf(name, "Try it", "", addOptionsOf, keep)}, {name, "one", "two"}).err;
+  };
+  EXPECT_EQ(complaintOf("bare",
+                        [](CommandLine& line, Options& options) {
+                          line.flag("--loud", &options.loud, "Loudly");
+                          line.option("--word", &options.word, "A word").takes("WORD");
+                        }),
+            CommandBoard::wrong("there is no place for 'one'; bare takes no word without its "
+                                "option, such as --word WORD"));
+  EXPECT_EQ(complaintOf("single",
+                        [](CommandLine& line, Options& options) {
+                          line.option("NAME", &options.word, "A word").takes("");
+                        }),
+            CommandBoard::wrong("there is no place for 'two'; single takes NAME alone"));
+}
+
+TEST(CommandLineTest, AMissingArgumentIsToldWithTheWholeCommand) {
+  void (*const addName)(CommandLine&, Options&) = [](CommandLine& line, Options& options) {
+    line.option("NAME", &options.word, "A word").takes("").isRequired();
+  };
+  EXPECT_EQ(endOf({commandOf("need", "Try it", "", addName, keep)}, {"need"}).err,
+            CommandBoard::wrong("NAME is required; write thermalctl need NAME"));
+}
+
+TEST(CommandLineTest, OfSeveralCommandsAllAreNamed) {
+  const auto named = [](const char* name) {
+    return commandOf(name, "Try it", "", addOptions, keep);
+  };
+  const std::vector<Command> commands = {named("check"), named("scenario"), named("reload")};
+  EXPECT_EQ(endOf(commands, {}).err,
+            CommandBoard::wrong("no command is given; there are check, scenario and reload"));
+  EXPECT_EQ(endOf(commands, {"quite-another"}).err,
+            CommandBoard::wrong("there is no command 'quite-another'; there are check, scenario "
+                                "and reload"));
+  EXPECT_EQ(endOf(commands, {"relaod"}).err,
+            CommandBoard::wrong("there is no command 'relaod'; did you mean 'reload'?"));
+}
+
+TEST(CommandLineTest, OnlyTheCommandThatIsNamedMakesItsOptions) {
+  static int made;
+  made = 0;
+  void (*const counted)(CommandLine&, Options&) = [](CommandLine& line, Options& options) {
+    ++made;
+    addOptions(line, options);
+  };
+  const std::vector<Command> commands = {commandOf("one", "Try it", "", counted, keep),
+                                         commandOf("other", "Try it", "", counted, keep)};
+  EXPECT_EQ(endOf(commands, {"other", "--seed=7"}).status, kFine);
+  EXPECT_EQ(made, 1);
+  EXPECT_EQ(endOf(commands, {"--version"}).status, kFine);
+  EXPECT_EQ(made, 1);
+}
+
+TEST(CommandLineTest, TheBoundsOfANumberBelongToIt) {
+  for (const char* word : {"--timeout=0.5", "--timeout=20"})
+    EXPECT_EQ(run({"try", "--seed=7", word}).status, kFine) << word;
+  for (const char* word : {"--seed=1", "--seed=9"})
+    EXPECT_EQ(run({"try", word}).status, kFine) << word;
+  EXPECT_EQ(run({"try", "--seed=0"}).err,
+            CommandBoard::wrong("--seed: '0' is no whole number from 1 to 9"));
+}
+
+TEST(CommandLineTest, TheVersionIsOneLineAndNoCommandRuns) {
+  const EndedCommand version = run({"--version"});
+  EXPECT_EQ(version.status, kFine);
+  EXPECT_EQ(version.out.rfind("thermalctl ", 0), 0U) << version.out;
+  EXPECT_EQ(version.out.find('\n'), version.out.size() - 1) << version.out;
+  EXPECT_EQ(version.err, "");
+  EXPECT_EQ(given.seed, Options().seed);
 }
 
 } // namespace

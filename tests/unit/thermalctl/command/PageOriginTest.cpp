@@ -1,9 +1,12 @@
 #include "command/PageOrigin.h"
 
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -61,6 +64,37 @@ TEST_F(PageOriginTest, TheCommandIsTheOneThatRuns) {
   std::string program;
   std::getline(own, program, '\0');
   EXPECT_EQ(originOf({}, "").command.rfind(program, 0), 0U) << originOf({}, "").command;
+}
+
+TEST_F(PageOriginTest, WhereThereIsNoRoomAFileIsCalledByItsNameUnlessAnotherHasIt) {
+  std::filesystem::create_directory(files.node("night"));
+  const std::string day = files.write("board.conf", "abc");
+  const std::string night = files.write("night/board.conf", "");
+  const std::string plant = files.write("plant.toml", "abc");
+  const std::vector<Provenance::Input> inputs = inputsByName({day, night, plant, day});
+  ASSERT_EQ(inputs.size(), 3U);
+  EXPECT_EQ(inputs[0].path, day);
+  EXPECT_EQ(inputs[1].path, night);
+  EXPECT_EQ(inputs[2].path, "plant.toml");
+  EXPECT_EQ(inputs[2].sha256, inputs[0].sha256);
+  EXPECT_NE(inputs[1].sha256, inputs[0].sha256);
+}
+
+TEST(ShellWordTest, QuotesWhatAShellWouldTakeApartOrChange) {
+  const std::pair<const char*, const char*> words[] = {
+      {"boards/phone", "boards/phone"},
+      {"aZ09@%+=:,./_-", "aZ09@%+=:,./_-"},
+      {"", "''"},
+      {"my board", "'my board'"},
+      {"rmse<=0.5C", "'rmse<=0.5C'"},
+      {"$HOME", "'$HOME'"},
+      {"it's", "'it'\\''s'"},
+      {"'", "''\\'''"},
+      {"a\nb", "'a\nb'"},
+      {"\xC3\xA4", "'\xC3\xA4'"},
+  };
+  for (const auto& [text, word] : words)
+    EXPECT_EQ(shellWord(text), word) << text;
 }
 
 } // namespace

@@ -54,4 +54,18 @@ TEST(VerdictTest, TwentySentencesAreToldAndTheOthersCounted) {
   EXPECT_NE(judged({unjudged(21)}).said.find("and 1 more sentence\n"), std::string::npos);
 }
 
+TEST(VerdictTest, OneBrokenBudgetOfAnyRunIsAProblem) {
+  const auto held = [](Verdict::Is is) {
+    RunResult result;
+    result.verdicts = {{{}, Verdict::Is::kKept}, {{}, is}};
+    return result;
+  };
+  EXPECT_EQ(judged({held(Verdict::Is::kKept), RunResult()}).status, kFine);
+  const Judged broken = judged({held(Verdict::Is::kKept), held(Verdict::Is::kPassed)});
+  EXPECT_EQ(broken.status, kProblems);
+  EXPECT_EQ(broken.said, "");
+  // A broken one is no answer where another question has none.
+  EXPECT_EQ(judged({held(Verdict::Is::kPassed), unjudged(1)}).status, kNoVerdict);
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "sensor/Algo.h"
 #include "support/LogSwitchedOff.h"
 #include "support/SysfsDir.h"
 

@@ -209,4 +209,119 @@ TEST_F(BoardRulesTest, ATripSensorIsSampledAsOftenAsWhatItSwitches) {
   EXPECT_EQ(of(slow + with(skin("trip_sensor", "case"), "sampling", "700")), Places());
 }
 
+TEST_F(BoardRulesTest, EachSentenceNamesBothSidesAndWhatToWrite) {
+  settings.entries = {{"other", "kHz"}};
+  const struct {
+    std::string sections;
+    const char* said;
+  } cases[] = {
+      {real("gpu", "/sys/battery/temp"),
+       "'gpu' reads the node of 'battery' in line 6: the part that it was meant for is not "
+       "watched"},
+      {device("camera", "30000 24000", "/sys/charger/max"),
+       "'other' writes the node of 'charger' in line 16: each writes over the other's limit"},
+      {device("charger", "0 20000 20000 30000"),
+       "the table rises: at level 3 'other' may have 30000, more than 20000 before it (write the "
+       "largest entry first, the tightest limit last)"},
+      {device("cpufreq", "30000 20000", "/sys/class/max"),
+       "the node takes text, and the daemon writes four raw bytes to it (write 'type gpufreq': the "
+       "same numbers, as text)"},
+      {device("charger", "20000 3000"),
+       "'other' counts kHz, of which 3000 is no likely number (write the table, or 'entries' of "
+       "the settings, in the other's unit)"},
+      {skin() + "offsets 30000\n",
+       "with all sources at 25 °C the sensor settles at 55.6 °C (each offset counts a hundred "
+       "thousandths of a degree, divided by the sum of the weights less 1)"},
+      {skin("weights", "60000 60000"),
+       "with all sources at 25 °C the daemon's sum is 3000025000, over 32 bits: the temperature is "
+       "nonsense (divide all weights, and the offsets, by the same number)"},
+      {skin("set_point", "61000"),
+       "until 'battery' is above 61 °C the sensor stands still: the item that waits for 60 °C on "
+       "it sees nothing (write a temperature that the trip sensor has long before)"},
+      {skin("set_point", "150000"),
+       "'battery' never comes above 150 °C: its hottest is 150 °C, so that the sensor is never "
+       "switched on, and the item on it sleeps for ever (write a temperature that the trip sensor "
+       "has long before its sources are hot)"},
+      {"[case]\ntype real\nsampling 2000\nnode_path /sys/case\n\n" + skin("trip_sensor", "case"),
+       "'case' is sampled every 2000 ms and switches a sensor of 1000 ms (give both one period)"},
+  };
+  for (const auto& c : cases) {
+    environment = RuleBoard().environment + "\n" + c.sections;
+    EXPECT_EQ(said(kBoardRules, {inScenario("Default", items)}), Places{c.said}) << c.sections;
+  }
+}
+
+TEST_F(BoardRulesTest, OfThreeOnOneNodeEachIsHeldAgainstTheFirst) {
+  EXPECT_EQ(of(real("gpu", "/sys/cpu/temp") + "\n" + real("npu", "/sys/cpu/temp")),
+            (Places{"sensor-node-shared env:33", "sensor-node-shared env:38"}));
+  EXPECT_EQ(findings(kBoardRules, {inScenario("Default", items)}).at(1).message,
+            "'npu' reads the node of 'cpu' in line 1: the part that it was meant for is not "
+            "watched");
+}
+
+TEST_F(BoardRulesTest, AMergedSectionsNodeAndTableAreNothingThatAnyoneWrote) {
+  EXPECT_EQ(of("[gpu]\ntype real\nsampling 1000\nnode_path /sys/cpu/temp\n[npu]\n"), Places());
+  EXPECT_EQ(of(device("charger", "100 200") + "[more]\n"), Places());
+}
+
+TEST_F(BoardRulesTest, ATableWithAWordThatIsNoNumberHasNoDirectionAndNoUnit) {
+  settings.entries = {{"other", "mA"}};
+  EXPECT_EQ(of(device("charger", "100 200mA 300")), Places());
+  EXPECT_EQ(of(device("charger", "1 2mA 3")), Places());
+  // Nor has one whose entries nobody says the unit of.
+  settings.entries.clear();
+  EXPECT_EQ(of(device("charger", "3 2")), Places());
+}
+
+TEST_F(BoardRulesTest, TheFirstEntryThatCanBeNoSuchNumberIsMarked) {
+  settings.entries = {{"other", "mA"}};
+  of(device("charger", "3000 2000 5 4"));
+  const std::vector<Finding> all = findings(kBoardRules, {inScenario("Default", items)});
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(all[0].at.column, 23);
+}
+
+TEST_F(BoardRulesTest, TheCoolestSourcesThatShowItAreNamed) {
+  const auto settles = [&](const std::string& offset) {
+    // Of weights that sum to 21 the sensor settles at a twentieth more than its sources.
+    of(skin("weights", "11 10") + "offsets " + offset + "\n");
+    const std::vector<Finding> all = findings(kBoardRules, {inScenario("Default", items)});
+    return all.empty() ? "" : all.front().message;
+  };
+  EXPECT_EQ(settles("2400"), "");
+  EXPECT_EQ(settles("2440"), "with all sources at 60 °C the sensor settles at 75.2 °C");
+  EXPECT_EQ(settles("2620"), "with all sources at 40 °C the sensor settles at 55.1 °C");
+  EXPECT_EQ(settles("2790"), "with all sources at 25 °C the sensor settles at 40.2 °C");
+  EXPECT_EQ(settles("-3270"), "with all sources at 25 °C the sensor settles at 9.9 °C");
+}
+
+TEST_F(BoardRulesTest, OfASensorWhoseSumIsNotWholeNothingIsSaid) {
+  for (const char* weights : {"70", "70 30 1", "70x 30000000", "1 1", "0 0"})
+    EXPECT_EQ(of(skin("weights", weights)), Places()) << weights;
+  EXPECT_EQ(of(skin() + "offsets 30000C\n"), Places());
+  EXPECT_EQ(of(with(skin("weights", "60000 60000"), "sensors", "battery gpu")), Places());
+}
+
+TEST_F(BoardRulesTest, ATripNeedsASetPointThatIsOne) {
+  const std::string never = skin("set_point", "150000");
+  EXPECT_EQ(of(never), Places{"virtual-never-on env:34"});
+  EXPECT_EQ(of(with(never, "set_point", "150000C")), Places());
+  EXPECT_EQ(of(with(never, "trip_sensor", "gpu")), Places());
+  const std::string line = "set_point 150000\n";
+  std::string lacking = never;
+  lacking.erase(lacking.find(line), line.size());
+  EXPECT_EQ(of(lacking), Places());
+}
+
+TEST_F(BoardRulesTest, APeriodThatIsNoneIsNotHeldAgainstTheTrips) {
+  const std::string slow = "[case]\ntype real\nsampling 2000\nnode_path /sys/case\n\n";
+  const auto places = [&](const std::string& trip, const std::string& own) {
+    return of(with(slow, "sampling", trip) + with(skin("trip_sensor", "case"), "sampling", own));
+  };
+  EXPECT_EQ(places("2000", "1000"), Places{"trip-sensor-slower env:38"});
+  EXPECT_EQ(places("1000", "1000"), Places());
+  EXPECT_EQ(places("2000ms", "1000"), Places());
+  EXPECT_EQ(places("2000", "1000ms"), Places());
+}
+
 } // namespace
