@@ -129,6 +129,19 @@ TEST(EvolutionTest, TheNextGenerationLiesAroundTheBetterHalf) {
   EXPECT_NEAR(evolution.ask({0, 0, 0, 0})[0][0], first * 0.4 + (1 - first) * 0.45, 1e-12);
 }
 
+// As the tutorial's formulas have it in one dimension, of a move that was likely and of one so far
+// that the path of the mean is not followed.
+TEST(EvolutionTest, TheNextGenerationIsAsWideAsTheTutorialHasIt) {
+  const auto widthAfter = [](double step, const std::vector<Coordinates>& points) {
+    Evolution evolution({0.5}, step);
+    evolution.tell(points, {4, 1, 2, 3});
+    const std::vector<Coordinates> next = evolution.ask({0, 1, 0, 0});
+    return std::abs(next[1][0] - next[0][0]);
+  };
+  EXPECT_NEAR(widthAfter(0.1, {{0.9}, {0.4}, {0.45}, {0.6}}), 0.105903236485, 1e-9);
+  EXPECT_NEAR(widthAfter(0.01, {{0.9}, {0.8}, {0.85}, {0.6}}), 0.014456633148, 1e-9);
+}
+
 TEST(EvolutionTest, OfEqualOnesTheEarlierIsTheBetter) {
   Evolution one({0.5}, 0.1);
   Evolution other({0.5}, 0.1);

@@ -285,7 +285,6 @@ TEST_F(PartFileTest, ASearchIsNotMergedWithUnitsNorWithAnotherRound) {
 
 TEST_F(PartFileTest, ASearchForOtherLimitsThanItsStudysIsNotWhole) {
   SearchReport report = searched(5);
-  std::ofstream(folder.node("part"), std::ios::binary);
   std::ostringstream out;
   writeSearchPart(out, study, {kTen, 1, 1}, report);
   expectWrong({folder.write("part", out.str())}, "its head is not whole");
