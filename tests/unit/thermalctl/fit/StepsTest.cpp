@@ -36,4 +36,23 @@ TEST(StepsTest, EachOutputHasItsOwnInAllFilesTogether) {
   EXPECT_EQ(steps, (std::vector<double>{0.1, 0.5}));
 }
 
+TEST(StepsTest, KnowsEachOfTheUsualSteps) {
+  for (const double step : {1.0, 0.5, 0.25, 0.2, 0.125, 0.1, 0.0625, 0.05, 0.02, 0.01})
+    EXPECT_EQ(stepOf({30 + step, 30 + 3 * step}), step);
+}
+
+TEST(StepsTest, AReadingOfZeroIsAMultipleOfEach) {
+  EXPECT_EQ(stepOf({0}), 1);
+  EXPECT_EQ(stepOf({0, 31.1, -0.2}), 0.1);
+}
+
+TEST(StepsTest, ASumThatIsNotExactIsAMultipleYet) {
+  EXPECT_EQ(stepOf({0.1 + 0.2}), 0.1);
+  EXPECT_EQ(stepOf({30.1, 30.101}), 0);
+}
+
+TEST(StepsTest, WhatIsNotReadHasTheLargest) {
+  EXPECT_EQ(stepsOf({}, 2), (std::vector<double>{1, 1}));
+}
+
 } // namespace
