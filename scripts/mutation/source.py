@@ -16,7 +16,7 @@ TOKEN = re.compile(
 )
 CLOSING = {"(": ")", "[": "]", "{": "}"}
 # What stands before the brace of a function's body or of a block, but not before a class or a list.
-BEFORE_BLOCK = {")", "]", "const", "override", "noexcept", "else", "do"}
+BEFORE_BLOCK = {")", "]", "const", "override", "noexcept", "else", "do", "try"}
 WITH_BODY = {"if", "while", "for", "switch"}
 
 
@@ -112,6 +112,11 @@ class Source:
             last = self._body(self.partner[index + 1] + 1, nested)
             if self.tokens[last + 1].text == "else":
                 last = self._body(last + 2, nested)
+            return Statement(first, last, False)
+        if head == "try":
+            last = self.partner[index + 1]
+            while self.tokens[last + 1].text == "catch":
+                last = self.partner[self.partner[last + 2] + 1]
             return Statement(first, last, False)
         if head == "do":
             last = self._body(index + 1, nested)
