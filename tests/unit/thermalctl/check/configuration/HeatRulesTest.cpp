@@ -430,4 +430,20 @@ TEST_F(HeatRulesTest, APeriodOfASensorThatFewestShareIsToldThere) {
                    "periods)"});
 }
 
+TEST_F(HeatRulesTest, OneThresholdRunsNowhere) {
+  const auto single = [](const std::string& reached, const std::string& cleared) {
+    return with(with(thresholds(monitor(), reached, cleared), "actions", "clock"), "action_info",
+                "1");
+  };
+  EXPECT_EQ(ofItem(single("14000", "13000")), Places{"lowactive-missing a:6"});
+  EXPECT_EQ(ofItem(single("60000", "9000")), Places{"clearing-below-every-room a:7"});
+}
+
+TEST_F(HeatRulesTest, ABandIsLookedAtFromWhereNoRoomReaches) {
+  EXPECT_EQ(ofItem(thresholds(monitor(), "15000 70000", "14600 67000")),
+            Places{"hysteresis-too-narrow a:7"});
+  EXPECT_EQ(ofItem(thresholds(monitor(), "14999 70000", "14600 67000")),
+            Places{"lowactive-missing a:6"});
+}
+
 } // namespace
