@@ -1,5 +1,9 @@
 #include "text/Characters.h"
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -70,6 +74,24 @@ TEST(CharactersTest, CutsTheLongWordsOfAMessage) {
 
 TEST(CharactersTest, MakesSmallLettersOfThoseOfAsciiAlone) {
   EXPECT_EQ(lowerCase(std::string("AZ@[az\xC3\x84")), "az@[az\xC3\x84");
+}
+
+TEST(CharactersTest, GivesEachCharacterWithThePlaceOfItsBytes) {
+  std::vector<std::pair<size_t, char32_t>> characters;
+  eachCharacter("a\xC3\xA4\xFF\xE2\x82\xAC\xF0\x9F\x94\xA5",
+                [&](size_t start, char32_t number) { characters.emplace_back(start, number); });
+  EXPECT_EQ(characters, (std::vector<std::pair<size_t, char32_t>>{
+                            {0, 'a'}, {1, 0xE4}, {3, 0xFFFD}, {4, 0x20AC}, {7, 0x1F525}}));
+  eachCharacter("", [](size_t, char32_t) { FAIL() << "of nothing"; });
+}
+
+TEST(CharactersTest, LeavesNothingInMarkupThatIsReadAsItsOwn) {
+  EXPECT_EQ(escapedMarkup("a <b> & \"c\" 'd'"), "a &lt;b&gt; &amp; &quot;c&quot; 'd'");
+  EXPECT_EQ(escapedMarkup("&lt;"), "&amp;lt;");
+  EXPECT_EQ(escapedMarkup(""), "");
+  // And nothing that no page may hold.
+  EXPECT_EQ(escapedMarkup(std::string("\0\x1B", 2)), "\xE2\x90\x80\xE2\x90\x9B");
+  EXPECT_EQ(escapedMarkup("\xFF"), "\xEF\xBF\xBD");
 }
 
 } // namespace
