@@ -1,6 +1,7 @@
 #include "trace/Budget.h"
 
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -110,6 +111,65 @@ TEST(BudgetTest, IsBeyondInTheDirectionInWhichItIsBroken) {
   EXPECT_EQ((Verdict{limitOf("skin=43C"), Verdict::Is::kPassed, 44'000}).beyond(), 1000);
   EXPECT_EQ((Verdict{requirementOf("work:gpu=75%"), Verdict::Is::kKept, 1.0}).beyond(), -0.25);
   EXPECT_FALSE((Verdict{limitOf("skin=43C")}).beyond());
+}
+
+TEST(BudgetTest, WhatIsWrongComesWithHowToWriteIt) {
+  const std::pair<const char*, const char*> limits[] = {
+      {"skin", "write a sensor, or node: and a node of the plant, and its temperature, such as "
+               "skin=43C or node:case=45C"},
+      {"p0:skin=42C", "write one above 0 and below 100, such as p95:skin=42C"},
+      {"skin=43C:soon", "write how long it may be above in all, such as skin=43C:60s"},
+      {"p95:skin=43C:60s", "write two limits, such as p95:skin=42C and skin=43C:60s"},
+      {"skin=43F", "write degrees Celsius such as 43C or 42.5C, or millidegrees such as 43000mC"},
+  };
+  for (const auto& [text, hint] : limits)
+    EXPECT_EQ(readLimit(text).hint, hint) << text;
+  EXPECT_EQ(readRequirement("work:gpu").hint,
+            "write a source and its share from 0 to 100 %, such as work:gpu=75%");
+  EXPECT_EQ(readRequirement("changes:cpu").hint,
+            "write a device and a number a minute, such as changes:cpu_big<=6/min");
+  EXPECT_EQ(readRequirement("chagnes:cpu<=6/min").hint, "did you mean 'changes'?");
+}
+
+TEST(BudgetTest, TheEndsOfAShareBelongToIt) {
+  EXPECT_EQ(requirementOf("work:gpu=0%").bound, 0);
+  EXPECT_EQ(requirementOf("work:gpu=100%").bound, 1);
+  EXPECT_FALSE(readRequirement("work:gpu=100.1%").budget);
+  EXPECT_EQ(requirementOf("changes:cpu<=0/min").bound, 0);
+  EXPECT_EQ(limitOf("p0.1:skin=42C").percentile, 0.1);
+  EXPECT_EQ(limitOf("p99.99:skin=42C").percentile, 99.99);
+}
+
+TEST(BudgetTest, ATimeOfNoughtAllowsNothingAndIsStillATime) {
+  const Budget budget = limitOf("skin=43C:0s");
+  EXPECT_EQ(budget.of, Budget::Of::kTimeAbove);
+  EXPECT_EQ(budget.allowed, 0);
+  EXPECT_EQ(textOf(budget), "skin=43C:0s");
+  EXPECT_FALSE(budget == limitOf("skin=43C"));
+}
+
+TEST(BudgetTest, IsOfATemperatureUnlessItIsRequired) {
+  for (const char* text : {"skin=43C", "skin=43C:60s", "p95:skin=42C", "node:case=45C"})
+    EXPECT_TRUE(limitOf(text).ofTemperature()) << text;
+  for (const char* text : {"work:gpu=75%", "changes:cpu<=6/min"})
+    EXPECT_FALSE(requirementOf(text).ofTemperature()) << text;
+}
+
+TEST(BudgetTest, ItsSubjectIsWhatItIsOfWithoutTheBound) {
+  const std::pair<const char*, const char*> limits[] = {{"skin=43C", "skin"},
+                                                        {"p95:skin=42C", "skin"},
+                                                        {"skin=43C:60s", "skin"},
+                                                        {"node:case=45C", "node:case"}};
+  for (const auto& [text, subject] : limits)
+    EXPECT_EQ(subjectOf(limitOf(text)), subject) << text;
+  EXPECT_EQ(subjectOf(requirementOf("work:gpu=75%")), "work:gpu");
+  EXPECT_EQ(subjectOf(requirementOf("changes:cpu<=6/min")), "changes:cpu");
+}
+
+TEST(BudgetTest, MoreChangesThanMayBeAreBeyond) {
+  const Budget changes = requirementOf("changes:cpu<=6/min");
+  EXPECT_EQ((Verdict{changes, Verdict::Is::kPassed, 7.5}).beyond(), 1.5);
+  EXPECT_EQ((Verdict{changes, Verdict::Is::kKept, 6.0}).beyond(), 0);
 }
 
 } // namespace
