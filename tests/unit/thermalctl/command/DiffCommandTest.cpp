@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
