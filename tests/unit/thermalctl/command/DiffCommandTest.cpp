@@ -124,9 +124,11 @@ TEST_F(DiffCommandTest, ASideWithErrorsIsNamed) {
       << end.err;
 }
 
-TEST_F(DiffCommandTest, AFileThatCannotBeReadIsToldBeforeTheComparison) {
+TEST_F(DiffCommandTest, ALinkToNothingIsNoFile) {
   std::filesystem::create_symlink(path("gone"), path("old.conf"));
-  EXPECT_EQ(compared("old.conf", "talmor-thermal.conf").status, kCouldNotRun);
+  const EndedCommand end = compared("old.conf", "talmor-thermal.conf");
+  EXPECT_EQ(end.status, kCouldNotRun);
+  EXPECT_EQ(end.err, wrong("there is no file, no folder and no revision 'old.conf'"));
 }
 
 } // namespace

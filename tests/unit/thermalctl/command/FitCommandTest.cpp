@@ -73,6 +73,9 @@ TEST_F(FitCommandTest, AnEnvironmentOfItsOwnIsNamedAsThat) {
   const EndedCommand end = fitted({"--env", path("other.env"), "--plant", path("plant.toml"),
                                    "--recording", path("nowhere.csv")});
   EXPECT_EQ(end.status, kCouldNotRun);
+  EXPECT_NE(end.err.find("--env other.env: error: nothing is fitted: the check has found errors\n"),
+            std::string::npos)
+      << end.err;
   EXPECT_EQ(fitted({"--board", path("other.env"), "--recording", "x.csv"}).err,
             "--board other.env: error: other.env: is no folder\n");
 }

@@ -105,7 +105,7 @@ TEST_F(SimulateCommandTest, AFolderThatCannotBeMadeIsTold) {
   const EndedCommand end = simulated({"--out", path("plant.toml/out")});
   EXPECT_EQ(end.status, kCouldNotRun);
   EXPECT_EQ(end.out, "");
-  EXPECT_EQ(end.err.rfind("thermalctl: ", 0), 0U);
+  EXPECT_EQ(end.err.rfind("thermalctl: plant.toml: cannot be written: ", 0), 0U) << end.err;
 }
 
 TEST_F(SimulateCommandTest, AUnitIsRunOfAPopulationAlone) {

@@ -32,8 +32,8 @@ protected:
     problems.print(out);
     return withoutFolder(out.str(), path(""));
   }
-  std::string toldOf(const SimulateOptions& given) {
-    options = given;
+  std::string toldOf(const SimulateOptions& named) {
+    options = named;
     read();
     return told();
   }
@@ -56,23 +56,23 @@ TEST_F(SimulateOptionsTest, ACommandLineThatNamesNothingLacksABoardAndNoMore) {
 }
 
 TEST_F(SimulateOptionsTest, WhatIsNamedWithoutABoardNeedsEachOfTheOthers) {
-  SimulateOptions given;
-  given.workloads = {"warm"};
-  EXPECT_EQ(toldOf(given), "--conf: error: is missing, and there is no --board to take it from\n"
+  SimulateOptions named;
+  named.workloads = {"warm"};
+  EXPECT_EQ(toldOf(named), "--conf: error: is missing, and there is no --board to take it from\n"
                            "--env: error: is missing, and there is no --board to take it from\n"
                            "--plant: error: is missing, and there is no --board to take it from\n");
-  given = {};
-  given.environment = "board.env";
-  given.configurations = {"day.conf"};
-  given.plant = "plant.toml";
-  EXPECT_EQ(toldOf(given),
+  named = {};
+  named.environment = "board.env";
+  named.configurations = {"day.conf"};
+  named.plant = "plant.toml";
+  EXPECT_EQ(toldOf(named),
             "--workload: error: is missing, and there is no --board or --study to name one\n");
 }
 
 TEST_F(SimulateOptionsTest, ABoardThatIsNoFolderIsToldAlone) {
-  SimulateOptions given;
-  given.board = path("plant.toml");
-  EXPECT_EQ(toldOf(given), "--board plant.toml: error: is no folder\n");
+  SimulateOptions named;
+  named.board = path("plant.toml");
+  EXPECT_EQ(toldOf(named), "--board plant.toml: error: is no folder\n");
 }
 
 TEST_F(SimulateOptionsTest, ABoardWithoutAStudyNeedsAWorkload) {
