@@ -9,6 +9,7 @@
 #include "command/CommandLine.h"
 #include "support/LogSwitchedOff.h"
 #include "support/SysfsDir.h"
+#include "thermalctl/support/ProblemText.h"
 
 // How a command ended, and what it said.
 struct EndedCommand {
@@ -29,13 +30,6 @@ inline EndedCommand endOf(const std::vector<Command>& commands, std::vector<std:
   const int status = runCommand(commands, static_cast<int>(arguments.size()), arguments.data());
   const std::string out = testing::internal::GetCapturedStdout();
   return {status, out, testing::internal::GetCapturedStderr()};
-}
-
-// A text without the path of a folder, wherever that stands in it.
-inline std::string withoutFolder(std::string text, const std::string& folder) {
-  for (size_t at = text.find(folder); at != std::string::npos; at = text.find(folder, at))
-    text.erase(at, folder.size());
-  return text;
 }
 
 // A folder with the files of a sound board, for the tests of commands.
@@ -66,7 +60,7 @@ protected:
     words.insert(words.begin(), command.name);
     EndedCommand end = endOf({command}, std::move(words));
     for (std::string* text : {&end.out, &end.err})
-      *text = withoutFolder(*text, path(""));
+      *text = withoutFolder(*text, files);
     return end;
   }
 

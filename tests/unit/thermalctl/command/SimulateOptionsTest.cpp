@@ -1,13 +1,13 @@
 #include "command/SimulateOptions.h"
 
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "thermalctl/command/CommandBoard.h"
+#include "thermalctl/support/ProblemText.h"
 
 namespace {
 
@@ -27,11 +27,7 @@ protected:
     return read();
   }
   // What is wrong, without the folder's path.
-  std::string told() const {
-    std::ostringstream out;
-    problems.print(out);
-    return withoutFolder(out.str(), path(""));
-  }
+  std::string told() const { return problemText(problems, files); }
   std::string toldOf(const SimulateOptions& named) {
     options = named;
     read();

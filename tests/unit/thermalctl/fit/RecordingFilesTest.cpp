@@ -1,7 +1,6 @@
 #include "fit/RecordingFiles.h"
 
 #include <optional>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -13,6 +12,7 @@
 #include "support/LogSwitchedOff.h"
 #include "support/SysfsDir.h"
 #include "thermalctl/fit/FitExamples.h"
+#include "thermalctl/support/ProblemText.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ constexpr char kBoardOfFit[] = "[chip_t]\ntype real\nsampling 1000\nnode_path /n
 // What a table has to tell of the sources.
 constexpr char kTable[] = "time,case_t,cpu,panel\n0,30,1,0\n1,31,1,0.5\n2,31.5,0,0.5\n";
 
-constexpr char kTraceHead[] = "run,time_ms,event,name,value,detail\n";
+const std::string kTraceHead = "run,time_ms,event,name,value,detail\n";
 
 class RecordingFilesTest : public testing::Test {
 protected:
@@ -42,23 +42,21 @@ protected:
     return readRecording(paths, plant, board, problems, remarks);
   }
 
-  std::string told() const {
-    std::ostringstream out;
-    problems.print(out);
-    return withoutFolder(out.str());
+  // Of a trace of these lines, beside a table that tells of the sources.
+  std::optional<Recorded> readTrace(const std::string& lines) {
+    folder.write("trace.csv", kTraceHead + lines);
+    folder.write("loads.csv", "time,cpu,panel\n0,1,0\n2,1,0\n");
+    return read({"trace.csv", "loads.csv"});
   }
+
+  std::string told() const { return problemText(problems, folder); }
   std::string remarked() const {
     std::string all;
     for (const std::string& remark : remarks)
-      all += withoutFolder(remark) + "\n";
+      all += bare(remark) + "\n";
     return all;
   }
-  std::string withoutFolder(std::string text) const {
-    const std::string prefix = folder.node("");
-    for (size_t at = text.find(prefix); at != std::string::npos; at = text.find(prefix))
-      text.erase(at, prefix.size());
-    return text;
-  }
+  std::string bare(const std::string& text) const { return withoutFolder(text, folder); }
 
   void writeCompressed(const std::string& name, const std::string& text) const {
     const gzFile file = ::gzopen(folder.node(name).c_str(), "wb");
@@ -92,9 +90,9 @@ TEST_F(RecordingFilesTest, ReadsATableOfMeasurementsPlainOrCompressed) {
   for (const char* name : {"rails.csv", "rails.csv.gz"}) {
     const auto recorded = read({name});
     ASSERT_TRUE(recorded) << told();
-    EXPECT_EQ(withoutFolder(recorded->name), name);
+    EXPECT_EQ(bare(recorded->name), name);
     ASSERT_EQ(recorded->files.size(), 1U);
-    EXPECT_EQ(withoutFolder(recorded->files[0].name), name);
+    EXPECT_EQ(bare(recorded->files[0].name), name);
     EXPECT_EQ(recorded->files[0].rows.size(), 3U);
     EXPECT_EQ(remarked(), "");
   }
@@ -113,16 +111,14 @@ TEST_F(RecordingFilesTest, ACompressedTableThatIsCutOffIsTakenAndTold) {
 }
 
 TEST_F(RecordingFilesTest, TakesTemperaturesAndLevelsOfATrace) {
-  folder.write("trace.csv", std::string(kTraceHead) + "day,0,level,clock,0,2000\n"
-                                                      "day,0,temperature,case_t,30500,\n"
-                                                      "day,0,temperature,chip_t,41000,\n"
-                                                      "day,250,temperature,chip_t,41250,\n"
-                                                      "day,300,level,clock,1,1000\n"
-                                                      "day,2000,end,,,\n");
-  folder.write("loads.csv", "time,cpu,panel\n0,1,0\n2,1,0\n");
-  const auto recorded = read({"trace.csv", "loads.csv"});
+  const auto recorded = readTrace("day,0,level,clock,0,2000\n"
+                                  "day,0,temperature,case_t,30500,\n"
+                                  "day,0,temperature,chip_t,41000,\n"
+                                  "day,250,temperature,chip_t,41250,\n"
+                                  "day,300,level,clock,1,1000\n"
+                                  "day,2000,end,,,\n");
   ASSERT_TRUE(recorded) << told();
-  EXPECT_EQ(withoutFolder(recorded->name), "trace.csv,loads.csv");
+  EXPECT_EQ(bare(recorded->name), "trace.csv,loads.csv");
   const RecordedFile& trace = recorded->files[0];
   // Two that are read in one millisecond are one row.
   ASSERT_EQ(trace.rows.size(), 2U);
@@ -144,13 +140,11 @@ TEST_F(RecordingFilesTest, TakesTemperaturesAndLevelsOfATrace) {
 }
 
 TEST_F(RecordingFilesTest, OfATraceWhatIsNeitherSensorNorDeviceOfTheBoardIsPassedOver) {
-  folder.write("trace.csv", std::string(kTraceHead) + "day,0,plant,chip_t,99000,\n"
-                                                      "day,0,temperature,other,98000,\n"
-                                                      "day,0,level,other,1,\n"
-                                                      "day,0,temperature,chip_t,41000,\n"
-                                                      "day,9,end,,,\n");
-  folder.write("loads.csv", "time,cpu,panel\n0,1,0\n2,1,0\n");
-  const auto recorded = read({"trace.csv", "loads.csv"});
+  const auto recorded = readTrace("day,0,plant,chip_t,99000,\n"
+                                  "day,0,temperature,other,98000,\n"
+                                  "day,0,level,other,1,\n"
+                                  "day,0,temperature,chip_t,41000,\n"
+                                  "day,9,end,,,\n");
   ASSERT_TRUE(recorded) << told();
   ASSERT_EQ(recorded->files[0].readings.size(), 1U);
   EXPECT_EQ(recorded->files[0].readings[0].celsius, 41);
@@ -158,13 +152,11 @@ TEST_F(RecordingFilesTest, OfATraceWhatIsNeitherSensorNorDeviceOfTheBoardIsPasse
 }
 
 TEST_F(RecordingFilesTest, ReadingsOfZeroInATraceAreLeftOutAndTold) {
-  folder.write("trace.csv", std::string(kTraceHead) + "day,0,temperature,chip_t,41000,\n"
-                                                      "day,100,temperature,chip_t,0,\n"
-                                                      "day,200,temperature,chip_t,0,\n"
-                                                      "day,300,temperature,chip_t,41000,\n"
-                                                      "day,900,end,,,\n");
-  folder.write("loads.csv", "time,cpu,panel\n0,1,0\n2,1,0\n");
-  const auto recorded = read({"trace.csv", "loads.csv"});
+  const auto recorded = readTrace("day,0,temperature,chip_t,41000,\n"
+                                  "day,100,temperature,chip_t,0,\n"
+                                  "day,200,temperature,chip_t,0,\n"
+                                  "day,300,temperature,chip_t,41000,\n"
+                                  "day,900,end,,,\n");
   ASSERT_TRUE(recorded) << told();
   EXPECT_EQ(recorded->files[0].rows.size(), 2U);
   EXPECT_NE(remarked().find("trace.csv: 2 readings of 0, as after a read that failed: left out\n"),
@@ -173,14 +165,12 @@ TEST_F(RecordingFilesTest, ReadingsOfZeroInATraceAreLeftOutAndTold) {
 }
 
 TEST_F(RecordingFilesTest, OfSeveralRunsTheFirstAloneIsTaken) {
-  folder.write("trace.csv", std::string(kTraceHead) + "day,0,temperature,chip_t,41000,\n"
-                                                      "day,1000,end,,,\n"
-                                                      "night,0,temperature,chip_t,22000,\n"
-                                                      "night,0,level,clock,1,\n"
-                                                      "night,500,gap,,400,\n"
-                                                      "night,9000,end,,,\n");
-  folder.write("loads.csv", "time,cpu,panel\n0,1,0\n2,1,0\n");
-  const auto recorded = read({"trace.csv", "loads.csv"});
+  const auto recorded = readTrace("day,0,temperature,chip_t,41000,\n"
+                                  "day,1000,end,,,\n"
+                                  "night,0,temperature,chip_t,22000,\n"
+                                  "night,0,level,clock,1,\n"
+                                  "night,500,gap,,400,\n"
+                                  "night,9000,end,,,\n");
   ASSERT_TRUE(recorded) << told();
   ASSERT_EQ(recorded->files[0].readings.size(), 1U);
   EXPECT_EQ(recorded->files[0].readings[0].celsius, 41);
@@ -192,13 +182,11 @@ TEST_F(RecordingFilesTest, OfSeveralRunsTheFirstAloneIsTaken) {
 }
 
 TEST_F(RecordingFilesTest, AGapOfAllIsOneAndThatOfASensorIsNone) {
-  folder.write("trace.csv", std::string(kTraceHead) + "day,0,temperature,chip_t,41000,\n"
-                                                      "day,5000,gap,,2500,\n"
-                                                      "day,7000,gap,chip_t,1000,\n"
-                                                      "day,9000,temperature,chip_t,41000,\n"
-                                                      "day,9000,end,,,\n");
-  folder.write("loads.csv", "time,cpu,panel\n0,1,0\n2,1,0\n");
-  const auto recorded = read({"trace.csv", "loads.csv"});
+  const auto recorded = readTrace("day,0,temperature,chip_t,41000,\n"
+                                  "day,5000,gap,,2500,\n"
+                                  "day,7000,gap,chip_t,1000,\n"
+                                  "day,9000,temperature,chip_t,41000,\n"
+                                  "day,9000,end,,,\n");
   ASSERT_TRUE(recorded) << told();
   ASSERT_EQ(recorded->files[0].gaps.size(), 1U);
   EXPECT_EQ(recorded->files[0].gaps[0], std::pair(2.5, 5.0));

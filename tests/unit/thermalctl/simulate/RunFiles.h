@@ -7,6 +7,7 @@
 
 #include "simulate/Inputs.h"
 #include "support/SysfsDir.h"
+#include "thermalctl/support/ProblemText.h"
 
 // Texts as the files of a board.
 class RunFiles {
@@ -74,13 +75,7 @@ public:
   // With the lines of the files and the hints.
   std::string wrongInFull() {
     read();
-    std::ostringstream out;
-    problems.print(out);
-    std::string text = out.str();
-    const std::string prefix = folder.node("");
-    for (size_t at = text.find(prefix); at != std::string::npos; at = text.find(prefix, at))
-      text.erase(at, prefix.size());
-    return text;
+    return problemText(problems, folder);
   }
 
 private:
