@@ -4,11 +4,11 @@
 
 namespace {
 
-TEST(ReplayTest, WithoutOptionsOnlyTheSeedIsLeft) {
+TEST(ReplayCommandTest, WithoutOptionsOnlyTheSeedIsLeft) {
   EXPECT_EQ(replayOf({}, "", 7), "thermalctl simulate --seed 7");
 }
 
-TEST(ReplayTest, NamesWhateverWasGivenAsAShellTakesIt) {
+TEST(ReplayCommandTest, NamesWhateverWasGivenAsAShellTakesIt) {
   SimulateOptions run;
   run.board = "my board";
   run.study = "study.toml";
@@ -26,7 +26,7 @@ TEST(ReplayTest, NamesWhateverWasGivenAsAShellTakesIt) {
             "--tolerances tolerances.toml --seed 18446744073709551615");
 }
 
-TEST(ReplayTest, HowARecordingIsLoopedIsSaidOfARecordingAlone) {
+TEST(ReplayCommandTest, HowARecordingIsLoopedIsSaidOfARecordingAlone) {
   SimulateOptions run;
   run.recording.loop = "open";
   EXPECT_EQ(replayOf(run, "", 1), "thermalctl simulate --seed 1");
@@ -36,7 +36,7 @@ TEST(ReplayTest, HowARecordingIsLoopedIsSaidOfARecordingAlone) {
 }
 
 // What differs between two runs of one unit, or is no part of it.
-TEST(ReplayTest, LeavesOutWhatMakesNoOtherRun) {
+TEST(ReplayCommandTest, LeavesOutWhatMakesNoOtherRun) {
   SimulateOptions run;
   run.jobs = 3;
   run.seeds = {"1..20"};

@@ -189,7 +189,7 @@ TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverManySensorsAndRunsThereAre)
 
 TEST_F(HtmlReportTest, IsOfAtMostFiveMegabytesHoweverOftenLevelsChange) {
   TraceDescription run;
-  run.devices.resize(50);
+  run.devices.resize(200);
   report.begin(run);
   for (int64_t i = 0; i < 16000; ++i) {
     for (size_t device = 0; device < run.devices.size(); ++device)
