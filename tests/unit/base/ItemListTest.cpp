@@ -125,4 +125,22 @@ TEST_F(ItemListTest, AwaitsAWalkOnlyIfOneHasBegun) {
   EXPECT_TRUE(eventually([&] { return isOver(end); }));
 }
 
+TEST_F(ItemListTest, AwaitsTheEndOfTheWalkUnderWayAndNotOfTheNextOne) {
+  appendFirst(1);
+  Gate next;
+  gate.close();
+  next.close();
+  const std::future<void> walks = std::async(std::launch::async, [&] {
+    list.walk([&](int&) { gate.pass(); });
+    list.walk([&](int&) { next.pass(); });
+  });
+  eventuallyOrAbort([this] { return gate.holdsAThread(); }, "a walk at the gate");
+  const std::future<void> end = std::async(std::launch::async, [this] { list.awaitWalkEnd(); });
+  EXPECT_TRUE(staysUnderWay(end));
+  gate.open();
+  eventuallyOrAbort([&] { return next.holdsAThread(); }, "the next walk");
+  EXPECT_TRUE(eventually([&] { return isOver(end); }));
+  next.open();
+}
+
 } // namespace
