@@ -191,6 +191,7 @@ TEST_F(FittingTest, TellsItsStages) {
   std::map<std::string, int> stages;
   fitTo(minute.misfit, none, stagesInto(stages));
   std::vector<std::string> names;
+  names.reserve(stages.size());
   for (const auto& [stage, count] : stages)
     names.push_back(stage);
   EXPECT_EQ(names,

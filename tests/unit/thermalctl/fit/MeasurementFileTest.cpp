@@ -329,8 +329,11 @@ TEST_F(MeasurementFileTest, ValuesMayGoAsFarAsTheyCanBeMeant) {
     const bool isTime = std::string(each.column).rfind("time", 0) == 0;
     const std::string head = (isTime ? "" : "time,") + std::string(each.column);
     const auto table = [&](const std::string& value) {
-      return isTime ? head + "\n0,30\n" + value + "\n"
-                    : head + "\n0," + value + "\n1," + value + "\n";
+      std::ostringstream text;
+      text << head << (isTime ? "\n0,30\n" : "\n0,") << value;
+      if (!isTime) text << "\n1," << value;
+      text << '\n';
+      return text.str();
     };
     problems = Problems();
     read(table(each.good));

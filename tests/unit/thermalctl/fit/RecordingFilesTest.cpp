@@ -35,6 +35,7 @@ protected:
   // Of files of the folder.
   std::optional<Recorded> read(const std::vector<std::string>& names) {
     std::vector<std::string> paths;
+    paths.reserve(names.size());
     for (const std::string& name : names)
       paths.push_back(folder.node(name));
     problems = Problems();

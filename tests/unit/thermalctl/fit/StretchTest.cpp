@@ -117,6 +117,7 @@ TEST(StretchTest, TooFewRowsAreNone) {
 // The rows of the sensors in each stretch.
 std::vector<std::pair<size_t, size_t>> rowsOf(const std::vector<Stretch>& stretches) {
   std::vector<std::pair<size_t, size_t>> rows;
+  rows.reserve(stretches.size());
   for (const Stretch& stretch : stretches)
     rows.push_back(stretch.rows.at(1));
   return rows;

@@ -144,9 +144,9 @@ TEST_F(ThermalModelTest, AStepIsAnExponentialAndItsIntegral) {
 
 TEST_F(ThermalModelTest, TwoStepsAreOneOfBothLengths) {
   const ThermalModel model = modelOf();
-  const ThermalModel::Step first = model.step(1'000'000, false);
-  const ThermalModel::Step second = model.step(300'000, false);
-  const ThermalModel::Step both = model.step(1'300'000, false);
+  const ThermalModel::Step& first = model.step(1'000'000, false);
+  const ThermalModel::Step& second = model.step(300'000, false);
+  const ThermalModel::Step& both = model.step(1'300'000, false);
   for (Eigen::Index i = 0; i < 3; ++i) {
     EXPECT_NEAR(first.decay[i] * second.decay[i], both.decay[i], 1e-14);
     EXPECT_NEAR(first.driven[i] * second.decay[i] + second.driven[i], both.driven[i], 1e-12);

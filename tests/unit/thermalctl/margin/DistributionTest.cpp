@@ -173,6 +173,7 @@ TEST(DistributionTest, NoUnitIsBeyondItsEnds) {
 // At the middles of a thousand equal parts of the probability.
 std::vector<double> thousandOf(const Distribution& distribution) {
   std::vector<double> values;
+  values.reserve(1000);
   for (int i = 0; i < 1000; ++i)
     values.push_back(distribution.at(normalQuantile((i + 0.5) / 1000)));
   return values;

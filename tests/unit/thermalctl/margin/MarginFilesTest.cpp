@@ -135,11 +135,11 @@ TEST(MarginFilesTest, FiguresAreInTheirUnits) {
   EXPECT_EQ(peak, jsonOf(R"({"units": 2, "unit": "C", "mean": 42.5, "least": 41.0, "p1": 41.0,
       "p5": 41.0, "p25": 41.0, "p50": 41.0, "p75": 44.0, "p95": 44.0, "p99": 44.0,
       "most": 44.0})"));
-  const json changes = figures["devices.gpu.changes_per_minute"];
+  const json& changes = figures["devices.gpu.changes_per_minute"];
   EXPECT_EQ(changes["unit"], "/min");
   EXPECT_EQ(changes["mean"], 0.75);
   EXPECT_EQ(changes["most"], 1.5);
-  const json work = figures["sources.gpu.work_percent"];
+  const json& work = figures["sources.gpu.work_percent"];
   EXPECT_EQ(work["unit"], "%");
   EXPECT_EQ(work["mean"], 75);
   EXPECT_EQ(work["least"], 50);

@@ -39,6 +39,7 @@ MarginStudy heldTogether(const std::vector<std::string>& budgets) {
 
 std::vector<MarginFigures> peaks(const std::vector<int32_t>& values) {
   std::vector<MarginFigures> units;
+  units.reserve(values.size());
   for (const int32_t value : values)
     units.push_back({{kPeakName, value}, {"budgets.cpu=45C.verdict", value > 45'000 ? 1 : 0}});
   return units;

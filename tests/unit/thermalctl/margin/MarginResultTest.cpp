@@ -26,6 +26,7 @@ MarginStudy limited() {
 // With these verdicts.
 std::vector<MarginFigures> judged(const std::vector<int32_t>& verdicts) {
   std::vector<MarginFigures> units;
+  units.reserve(verdicts.size());
   for (const int32_t verdict : verdicts)
     units.push_back({{kVerdict, verdict}});
   return units;
@@ -33,6 +34,7 @@ std::vector<MarginFigures> judged(const std::vector<int32_t>& verdicts) {
 
 std::vector<MarginFigures> withPeaks(const std::vector<int32_t>& peaks) {
   std::vector<MarginFigures> units;
+  units.reserve(peaks.size());
   for (const int32_t peak : peaks)
     units.push_back({{kPeak, peak}});
   return units;
@@ -41,6 +43,7 @@ std::vector<MarginFigures> withPeaks(const std::vector<int32_t>& peaks) {
 std::vector<std::pair<uint64_t, int32_t>>
 unitsAndValues(const std::vector<MarginResult::Worst>& worst) {
   std::vector<std::pair<uint64_t, int32_t>> all;
+  all.reserve(worst.size());
   for (const MarginResult::Worst& each : worst)
     all.emplace_back(each.unit, each.value);
   return all;

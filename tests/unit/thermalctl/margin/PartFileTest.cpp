@@ -39,7 +39,7 @@ protected:
     for (uint64_t sample = range.first; sample < range.end; ++sample)
       for (size_t run = 0; run < study.sobolRuns(); ++run)
         samples.add({{{kPeakKey, static_cast<int32_t>(1000 * (run + 1) + sample)}}});
-    const std::string path = folder.node(name);
+    std::string path = folder.node(name);
     EXPECT_EQ(writePart(path, study, shard, units.rows(), samples.rows()), std::nullopt);
     return path;
   }
