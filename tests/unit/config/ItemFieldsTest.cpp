@@ -26,12 +26,12 @@ std::vector<std::string> mandatoryKeysOf(ItemKind kind) {
 }
 
 TEST(ItemFieldsTest, AMonitorAndAnSSNeedTheirKeysAndAnItemOfNoKindHasNone) {
-  using Keys = std::vector<std::string>;
-  EXPECT_EQ(mandatoryKeysOf(ItemKind::kMonitor),
-            (Keys{"sensor", "thresholds", "thresholds_clr", "actions", "action_info"}));
-  EXPECT_EQ(mandatoryKeysOf(ItemKind::kSS),
-            (Keys{"sensor", "device", "set_point", "set_point_clr"}));
-  EXPECT_EQ(mandatoryKeysOf(ItemKind::kNone), Keys{});
+  const std::vector<std::string> ofMonitors = {"sensor", "thresholds", "thresholds_clr", "actions",
+                                               "action_info"};
+  const std::vector<std::string> ofSS = {"sensor", "device", "set_point", "set_point_clr"};
+  EXPECT_EQ(mandatoryKeysOf(ItemKind::kMonitor), ofMonitors);
+  EXPECT_EQ(mandatoryKeysOf(ItemKind::kSS), ofSS);
+  EXPECT_TRUE(mandatoryKeysOf(ItemKind::kNone).empty());
 }
 
 } // namespace
