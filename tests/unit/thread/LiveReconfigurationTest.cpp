@@ -399,12 +399,11 @@ TEST_F(LiveReconfigurationTest, HasARetiringItemMakeNoExtraStep) {
 TEST_F(LiveReconfigurationTest, HasNobodyDecideAheadInTheFirstChangeOfASwap) {
   constexpr int kAnHour = 3'600'000;
   const std::string hourly = "[slow]\ntype real\nsampling 3600000\nnode_path @slow\n\n";
-  LiveBoard own(hourly + kBoard);
-  own.journalDevice("gpu");
-  own.files.write("config/hour.conf", scenario("Default", monitor("awake", 1, kAnHour) +
-                                                              monitor("late", 2, kAnHour, "slow")));
+  LiveBoard own(hourly + kBoard, scenario("Default", monitor("awake", 1, kAnHour) +
+                                                         monitor("late", 2, kAnHour, "slow")));
   own.start();
-  own.swapTo("hour.conf");
+  // A change that asks it before its wait would have to wait for it through its hour.
+  ASSERT_TRUE(eventually([&] { return sleepsThroughPeriod(own.sensorThread(kAnHour)); }));
   own.bringTo("cpu", kHot);
   MonitorThread& worker = own.monitorThread("3600000DefaultMONITOR");
   ASSERT_TRUE(eventually([&] { return worker.activeCount == 1 && sleepsThroughPeriod(worker); }));
