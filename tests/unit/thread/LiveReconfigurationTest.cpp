@@ -408,6 +408,8 @@ TEST_F(LiveReconfigurationTest, HasNobodyDecideAheadInTheFirstChangeOfASwap) {
   MonitorThread& worker = own.monitorThread("3600000DefaultMONITOR");
   ASSERT_TRUE(eventually([&] { return worker.activeCount == 1 && sleepsThroughPeriod(worker); }));
   own.setTemperature("slow", kHot);
+  // Nor one that an earlier change woke and did not wait for any longer.
+  (**worker.items.begin()).undecided = true;
   const RecordedLog log;
   own.scenarioThread().scenUpdateWithSensorThread(true);
   ASSERT_EQ(worker.activeCount, 2) << "the change itself has woken the other";
