@@ -108,5 +108,8 @@ class Command:
         status, output = run(self.command, self.tree, 10 * LIMIT_SECONDS)
         if status == 0:
             return Verdict(False)
-        lines = ["does not end"] if status is None else output.strip().splitlines() or [f"status {status}"]
-        return Verdict(True, f"{self.name}: {lines[-1]}")
+        if status is None:
+            return Verdict(True, f"{self.name}: does not end")
+        lines = output.strip().splitlines() or [f"status {status}"]
+        named = [line for line in lines if line.startswith("FAILED ")]
+        return Verdict(True, f"{self.name}: {(named or lines)[-1]}")

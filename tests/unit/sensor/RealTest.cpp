@@ -5,6 +5,10 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -17,6 +21,19 @@
 namespace {
 
 using Lines = std::vector<std::string>;
+
+// A node that can be read anew, and whose driver refuses what is behind the first two characters.
+class CutShort : public std::streambuf {
+protected:
+  pos_type seekpos(pos_type position, std::ios_base::openmode) override {
+    setg(content.data(), content.data(), content.data() + content.size());
+    return position;
+  }
+  int_type underflow() override { throw std::runtime_error("refused"); }
+
+private:
+  std::string content = "12";
+};
 
 class RealTest : public ::testing::Test {
 protected:
@@ -153,6 +170,17 @@ TEST_F(RealTest, LeavesItsStreamFailedAfterARefusedRead) {
   Real cpu("cpu", 1000, sysfs.node(""));
   cpu.updateTemp();
   EXPECT_TRUE(cpu.node.fail());
+}
+
+TEST_F(RealTest, ReadsZeroForEverAfterAWordThatARefusalCutShort) {
+  Real cpu("cpu", 500, sysfs.write("temp", "45000\n"));
+  CutShort content;
+  static_cast<std::istream&>(cpu.node).rdbuf(&content);
+  cpu.updateTemp();
+  EXPECT_EQ(cpu.temperature, 12) << "what came of it";
+  EXPECT_TRUE(cpu.node.bad());
+  cpu.updateTemp();
+  EXPECT_EQ(cpu.temperature, 0);
 }
 
 TEST_F(RealTest, ReadsZeroFromADirectory) {

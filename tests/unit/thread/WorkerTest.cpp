@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/AnHour.h"
 #include "support/Eventually.h"
 
 namespace {
@@ -80,6 +81,18 @@ TEST(WorkerTest, IsWokenByTheFirstActivation) {
   EXPECT_FALSE(isOver(body));
   worker.activate();
   EXPECT_TRUE(eventually([&] { return isOver(body); }));
+}
+
+TEST(WorkerTest, CountsItsPeriodsFromTheMomentItIsWoken) {
+  constexpr std::chrono::milliseconds kPeriod{kAnHour};
+  Worker worker(kAnHour);
+  const std::future<void> body = std::async(std::launch::async, std::ref(worker));
+  ASSERT_TRUE(eventually([&] { return sleepsUntilActive(worker); }));
+  const Clock::time_point before = Clock::now();
+  worker.activate();
+  ASSERT_TRUE(eventually([&] { return isOver(body); }));
+  // So soon behind that moment the next of its moments is the first.
+  EXPECT_GE(worker.endOfPeriod(), before + kPeriod + kPeriod / 50);
 }
 
 TEST(WorkerTest, DoesNotWaitForAnActivationThatIsThereAlready) {
